@@ -1,0 +1,26 @@
+# Compile flags of every target, in one interface library.
+
+option(TAVELO_WERROR "Treat warnings as errors" OFF)
+set(TAVELO_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined or thread")
+
+add_library(tavelo_flags INTERFACE)
+target_compile_features(tavelo_flags INTERFACE cxx_std_20)
+target_compile_options(tavelo_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Wconversion
+    -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wnull-dereference -Wextra-semi
+    $<$<BOOL:${TAVELO_WERROR}>:-Werror>)
+
+if(TAVELO_SANITIZE)
+    target_compile_options(tavelo_flags INTERFACE
+        -fsanitize=${TAVELO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+        # The sanitizers' own instrumentation confuses this one warning.
+        -Wno-null-dereference)
+    target_link_options(tavelo_flags INTERFACE -fsanitize=${TAVELO_SANITIZE})
+endif()
+
+# Qt's foot-guns, off for everything that uses Qt.
+add_library(tavelo_qt_flags INTERFACE)
+target_compile_definitions(tavelo_qt_flags INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_CONTEXTLESS_CONNECT QT_NO_KEYWORDS QT_NO_FOREACH
+    QT_NO_JAVA_STYLE_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x060400)

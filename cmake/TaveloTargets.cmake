@@ -1,0 +1,64 @@
+# One library a folder.  A folder's headers are seen by another folder only where it links that folder's
+# library: each library publishes an include directory of its own, which holds nothing but links to that one
+# folder's headers.  An include that is not in the link graph does not compile.
+
+# tavelo_library(NAME FOLDER path SOURCES file... [PUBLIC lib...] [PRIVATE lib...] [QT])
+#   NAME     target; the folder's headers are included as "path/header.h"
+#   PUBLIC   libraries that the folder's headers include
+#   PRIVATE  libraries that only its sources include
+#   QT       uses Qt: runs moc and switches Qt's foot-guns off
+function(tavelo_library NAME)
+    cmake_parse_arguments(ARG "QT" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${NAME} STATIC ${ARG_SOURCES})
+
+    set(published ${CMAKE_BINARY_DIR}/include/${NAME})
+    file(REMOVE_RECURSE ${published})
+    file(MAKE_DIRECTORY ${published}/${ARG_FOLDER})
+    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${ARG_FOLDER}/*.h)
+    foreach(header IN LISTS headers)
+        get_filename_component(file ${header} NAME)
+        file(CREATE_LINK ${header} ${published}/${ARG_FOLDER}/${file} SYMBOLIC)
+    endforeach()
+    target_include_directories(${NAME} PUBLIC ${published})
+
+    target_link_libraries(${NAME} PUBLIC ${ARG_PUBLIC} PRIVATE tavelo_flags ${ARG_PRIVATE})
+    if(ARG_QT)
+        target_link_libraries(${NAME} PRIVATE tavelo_qt_flags)
+        set_target_properties(${NAME} PROPERTIES AUTOMOC ON)
+    endif()
+endfunction()
+
+# tavelo_program(NAME SOURCES file... LIBRARIES lib... [QT]): a program in build/bin.
+function(tavelo_program NAME)
+    cmake_parse_arguments(ARG "QT" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${NAME} ${ARG_SOURCES})
+    target_link_libraries(${NAME} PRIVATE tavelo_flags ${ARG_LIBRARIES})
+    if(ARG_QT)
+        target_link_libraries(${NAME} PRIVATE tavelo_qt_flags)
+        set_target_properties(${NAME} PROPERTIES AUTOMOC ON)
+    endif()
+    set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+endfunction()
+
+# tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT]): a GoogleTest program, one ctest entry.
+#   Labels: "unit" (default), "integration"; "threads" marks what also runs under ThreadSanitizer.
+function(tavelo_test NAME)
+    cmake_parse_arguments(ARG "QT" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    add_executable(${NAME} ${ARG_SOURCES})
+    target_link_libraries(${NAME} PRIVATE tavelo_flags GTest::gmock ${ARG_LIBRARIES})
+    if(ARG_QT)
+        target_link_libraries(${NAME} PRIVATE tavelo_qt_flags tavelo_qt_test_main)
+        set_target_properties(${NAME} PROPERTIES AUTOMOC ON)
+    else()
+        target_link_libraries(${NAME} PRIVATE GTest::gmock_main)
+    endif()
+    set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    if(NOT ARG_LABELS)
+        set(ARG_LABELS unit)
+    endif()
+    add_test(NAME ${NAME} COMMAND ${NAME})
+    set_tests_properties(${NAME} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 120 SKIP_RETURN_CODE 77)
+    if(ARG_QT)
+        set_tests_properties(${NAME} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+    endif()
+endfunction()

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// The closed set of reasons for which a platform operation fails.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tavelo {
+
+enum class ErrorCode : std::uint8_t {
+    none,
+    busy,    ///< another program holds it
+    denied,  ///< we lack the rights
+    gone,    ///< the device was unplugged
+    refused, ///< the device said no
+    timeout, ///< the device did not answer in time
+    invalid, ///< it makes no sense to the device, or the device makes no sense to us
+};
+
+/// A reason together with a sentence for people (English, no line break, no trailing full stop).
+struct Error {
+    ErrorCode code = ErrorCode::none;
+    std::string text;
+};
+
+} // namespace tavelo
