@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// A USB device in software, seen from the bus.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tavelo {
+
+/// The eight bytes that open a control transfer.
+struct UsbSetup {
+    std::uint8_t bmRequestType = 0;
+    std::uint8_t bRequest = 0;
+    std::uint16_t wValue = 0;
+    std::uint16_t wIndex = 0;
+    std::uint16_t wLength = 0;
+};
+
+enum class UsbReplyKind : std::uint8_t {
+    done,    ///< acknowledged; `data` holds what a read delivers
+    stall,   ///< the device refuses
+    silence, ///< the device does not answer at all; the host's timeout ends the transfer
+};
+
+struct UsbReply {
+    UsbReplyKind kind = UsbReplyKind::done;
+    std::vector<std::uint8_t> data;
+};
+
+/// What a host controller asks of a device.  Thread-safe.
+class UsbGadget {
+public:
+    virtual ~UsbGadget() = default;
+
+    /// Descriptors byte for byte, as GET_DESCRIPTOR delivers them.
+    virtual std::span<const std::uint8_t> deviceDescriptor() const = 0;
+    virtual std::span<const std::uint8_t> configurationDescriptor() const = 0;
+
+    /// Answers a control transfer on endpoint 0, standard requests included.
+    /// @param out the data stage of a write, empty for a read
+    virtual UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out) = 0;
+
+    /// Fills one IN transaction of an endpoint; returns its bytes, 0 where there is nothing to send now.
+    virtual std::size_t in(std::uint8_t endpoint, std::span<std::uint8_t> packet) = 0;
+};
+
+} // namespace tavelo
