@@ -30,7 +30,8 @@ public:
     Result write(ControlAddress address, std::span<const std::uint8_t> bytes);
 
     std::optional<std::int64_t> value(ControlAddress address) const;
-    /// Without regard to automatic functions; false where the camera does not have it or the value is out of range.
+    /// Without regard to automatic functions; false where the camera does not have it or the value is out of
+    /// range.
     bool setValue(ControlAddress address, std::int64_t value);
 
     PictureSettings pictureSettings() const;

@@ -24,7 +24,8 @@ public:
         std::vector<std::uint8_t> data;
     };
     Result read(std::uint8_t selector, std::uint8_t request) const;
-    /// A probe bends what it is given to the nearest that the camera offers; a commit takes exactly that or stalls.
+    /// A probe bends what it is given to the nearest that the camera offers; a commit takes exactly that or
+    /// stalls.
     Result write(std::uint8_t selector, std::span<const std::uint8_t> bytes);
 
     const std::optional<StreamFormat>& committed() const { return committed_; }

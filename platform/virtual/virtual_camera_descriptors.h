@@ -10,6 +10,9 @@
 
 namespace tavelo {
 
+/// Of the time stamps in payload headers, in hertz.
+inline constexpr std::uint32_t streamClockFrequency = 48'000'000;
+
 /// String descriptors' indexes.
 inline constexpr std::uint8_t manufacturerString = 1;
 inline constexpr std::uint8_t productString = 2;

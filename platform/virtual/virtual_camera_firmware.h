@@ -41,13 +41,15 @@ public:
     virtual void vanished() = 0;
 };
 
-/// A USB Video Class 1.1 camera without its bus: answers control transfers and keeps the values of its controls.
+/// A USB Video Class 1.1 camera without its bus: answers control transfers and keeps the values of its
+/// controls.
 ///
-/// It is forgiving where real cameras are: a read that asks for more bytes than a control has gets the control's own
-/// size, and a write with more bytes than that uses the low ones.  It is strict where they are: a value out of range,
-/// a manual control while its automatic is on, an entity, control or request that it does not have are stalled, and
-/// the request error code control tells why.  Relative exposure takes any value: 1 and 0xFF step the exposure time in
-/// manual mode, 0 resets it there, everything else is acknowledged and changes nothing.
+/// It is forgiving where real cameras are: a read that asks for more bytes than a control has gets the
+/// control's own size, and a write with more bytes than that uses the low ones.  It is strict where they are:
+/// a value out of range, a manual control while its automatic is on, an entity, control or request that it
+/// does not have are stalled, and the request error code control tells why.  Relative exposure takes any
+/// value: 1 and 0xFF step the exposure time in manual mode, 0 resets it there, everything else is
+/// acknowledged and changes nothing.
 ///
 /// Thread-safe.
 class VirtualCameraFirmware {
@@ -65,8 +67,8 @@ public:
     std::span<const std::uint8_t> deviceDescriptor() const { return deviceDescriptor_; }
     std::span<const std::uint8_t> configurationDescriptor() const { return configurationDescriptor_; }
 
-    /// Answers a control transfer on endpoint 0, standard requests included; silence once vanished.  Blocks only for
-    /// an ordered delay.
+    /// Answers a control transfer on endpoint 0, standard requests included; silence once vanished.  Blocks
+    /// only for an ordered delay.
     /// @param out the data stage of a write, empty for a read
     UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out);
 
@@ -77,12 +79,15 @@ public:
     /// Of the streaming interface.
     std::uint8_t alternateSetting() const;
 
+    /// Whether the descriptors list that control of that entity.
+    bool listsControl(std::uint8_t entityID, std::uint8_t selector) const;
+
     // The outside: what a person does to the camera.
 
     /// The control's value (pan/tilt packed, see packPanTilt); nothing where the camera does not have it.
     std::optional<std::int64_t> controlValue(ControlAddress address) const;
-    /// Turns a knob behind the host's back, its automatic on or not; false where the camera does not have the control
-    /// or the value is out of range.
+    /// Turns a knob behind the host's back, its automatic on or not; false where the camera does not have the
+    /// control or the value is out of range.
     bool setControlValue(ControlAddress address, std::int64_t value);
     PictureSettings pictureSettings() const;
 
@@ -112,8 +117,16 @@ private:
         std::uint8_t errorCode = 0;
     };
 
-    Answer answer(const UsbSetup& setup, std::span<const std::uint8_t> out, std::unique_lock<std::mutex>& lock);
+    static Answer delivered(std::vector<std::uint8_t> data);
+    static Answer refused(std::uint8_t errorCode);
+    static Answer silent();
+
+    // Called under mutex_; those that take the lock let go of it while they wait out an ordered delay.
+    Answer answer(const UsbSetup& setup, std::span<const std::uint8_t> out,
+                  std::unique_lock<std::mutex>& lock);
     Answer answerStandard(const UsbSetup& setup);
+    Answer answerDevice(const UsbSetup& setup);
+    Answer answerDescriptor(const UsbSetup& setup) const;
     Answer answerInterface(const UsbSetup& setup);
     Answer answerEndpoint(const UsbSetup& setup);
     Answer answerClass(const UsbSetup& setup, std::span<const std::uint8_t> out,
@@ -121,15 +134,16 @@ private:
     Answer answerControl(ControlEntity entity, const UsbSetup& setup, std::span<const std::uint8_t> out,
                          std::unique_lock<std::mutex>& lock);
     Answer answerErrorCode(const UsbSetup& setup) const;
-    Answer answerDescriptor(const UsbSetup& setup) const;
-    bool waitOut(std::chrono::milliseconds wait, std::unique_lock<std::mutex>& lock);
-    void record(const UsbSetup& setup, std::span<const std::uint8_t> out, const Answer& answer);
+    Answer answerStreaming(const UsbSetup& setup, std::span<const std::uint8_t> out);
+    std::optional<FirmwareFault> orderedFault(ControlAddress address, const UsbSetup& setup,
+                                              std::unique_lock<std::mutex>& lock);
+    void stopStream();
 
     const VirtualCameraModel model_;
     const std::vector<std::uint8_t> deviceDescriptor_;
     const std::vector<std::uint8_t> configurationDescriptor_;
 
-    mutable std::mutex mutex_; // guards everything up to the blank line
+    mutable std::mutex mutex_;        // guards everything up to the blank line
     std::condition_variable changed_; // vanished_ or faultsCleared_ did
     ControlBank controls_;
     StreamNegotiation negotiation_;

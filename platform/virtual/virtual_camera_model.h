@@ -64,12 +64,12 @@ struct VirtualCameraModel {
     std::function<void(std::vector<std::uint8_t>&)> alterConfiguration;
 };
 
-/// The camera of that number, from 1.  All share one vendor and product; no two share a location, a serial number
-/// or entity identifiers (these up to number 60).
+/// The camera of that number, from 1.  All share one vendor and product; no two share a location, a serial
+/// number or entity identifiers (these up to number 60).
 VirtualCameraModel virtualCameraModel(int number);
 
-/// wMaxPacketSize of the isochronous alternate settings from 1 on, as in the endpoint descriptor (bits 12..11 count
-/// the further transactions of a microframe).
+/// wMaxPacketSize of the isochronous alternate settings from 1 on, as in the endpoint descriptor (bits 12..11
+/// count the further transactions of a microframe).
 inline constexpr std::array<std::uint16_t, 5> isochronousPacketSizes{0x00C0, 0x0200, 0x0400, 0x0C00, 0x1400};
 
 /// Bytes that such a setting moves in a microframe.

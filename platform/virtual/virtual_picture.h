@@ -12,10 +12,10 @@ namespace tavelo {
 
 /// Draws frame after frame of one camera.
 ///
-/// The scene is the same at every size: four patches in the corners (red top left, green top right, blue bottom
-/// left, yellow bottom right, see patchSide), the camera's number and the frame's number in large digits, and a sun
-/// that crosses the sky.  What stands still is kept from frame to frame, with the settings applied to it; a change of
-/// size or settings draws it anew.
+/// The scene is the same at every size: four patches in the corners (red top left, green top right, blue
+/// bottom left, yellow bottom right, see patchSide), the camera's number and the frame's number in large
+/// digits, and a sun that crosses the sky.  What stands still is kept from frame to frame, with the settings
+/// applied to it; a change of size or settings draws it anew.
 ///
 /// Reentrant; one object a stream.
 class VirtualPicture {
@@ -30,8 +30,8 @@ public:
     void draw(std::uint64_t frame, const PictureSettings& settings, std::uint8_t* bgra, std::size_t width,
               std::size_t height, std::size_t bytesPerRow);
 
-    /// Side of the square corner patches in pixels; they ignore zoom, pan, tilt, roll and sharpness, so that a picture
-    /// can be judged by them.
+    /// Side of the square corner patches in pixels; they ignore zoom, pan, tilt, roll and sharpness, so that
+    /// a picture can be judged by them.
     static std::size_t patchSide(std::size_t height);
 
 private:
