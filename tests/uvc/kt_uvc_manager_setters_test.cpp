@@ -128,9 +128,9 @@ TEST_F(SettersTest, AbsentRecordReportsFalse) {
 }
 
 TEST_F(SettersTest, TwoFlagsAreNormalisedAndTwoAreNot) {
-    manager->setAutoFocusWithComplitionHandle(5, {}); // NOLINT(bugprone-*): any true argument
+    manager->setAutoFocusWithComplitionHandle(5, {});
     EXPECT_EQ(manager->autoFocus()->val(), 1);
-    manager->setAutoExposurePriorityWithComplitionHandle(5, {}); // NOLINT(bugprone-*)
+    manager->setAutoExposurePriorityWithComplitionHandle(5, {});
     EXPECT_EQ(manager->autoExposurePriority()->val(), 1);
     manager->setAutoHueWithComplitionHandle(5, {});
     EXPECT_EQ(manager->autoHue()->val(), 5);

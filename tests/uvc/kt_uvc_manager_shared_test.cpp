@@ -15,6 +15,7 @@ TEST(SharedManager, IsMadeOnceInTheEnvironmentSetBefore) {
     KTUVCManager::setEnvironment({&platform, nullptr});
     std::vector<KTUVCManager*> seen(4);
     std::vector<std::thread> threads;
+    threads.reserve(seen.size());
     for (KTUVCManager*& place : seen)
         threads.emplace_back([&place] { place = &KTUVCManager::sharedManager(); });
     for (std::thread& thread : threads)

@@ -17,9 +17,17 @@ namespace tavelo {
 
 inline std::vector<std::uint8_t> littleEndian(std::int64_t value, std::int32_t size) {
     std::vector<std::uint8_t> bytes;
+    bytes.reserve(static_cast<std::size_t>(size));
     for (std::int32_t i = 0; i < size; ++i)
         bytes.push_back(static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * i)));
     return bytes;
+}
+
+inline void expectUnsupported(const KTUVCParameters& record) {
+    EXPECT_FALSE(record.supported()) << record.description();
+    for (const std::int64_t number :
+         {record.min(), record.max(), record.val(), record.def(), std::int64_t{record.actualSize()}})
+        EXPECT_EQ(number, -1) << record.description();
 }
 
 class ManagerTest : public ::testing::Test {
