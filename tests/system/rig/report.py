@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Runs cases one after another and writes what came out, line by line, so that nothing is lost if the guest dies."""
+import contextlib
 import time
 import traceback
 
@@ -15,7 +16,6 @@ class Report:
 
     def run(self, case, *arguments):
         name = case.__name__
-        print(f"  ...     {name}", flush=True)
         started = time.monotonic()
         outcome = "passed"
         try:
@@ -25,9 +25,20 @@ class Report:
             print(f"          {reason}")
         except Exception:  # a case may fail in any way, and the next one runs all the same
             outcome = "failed"
-            self.failed += 1
             traceback.print_exc()
-        print(f"  {outcome}  {name} ({time.monotonic() - started:.1f} s)", flush=True)
+        self._write(outcome, name, time.monotonic() - started)
+
+    @contextlib.contextmanager
+    def guarding(self, name):
+        """What fails around the cases is a failure of its own."""
+        try:
+            yield
+        except Exception:  # the next group runs all the same
+            traceback.print_exc()
+            self._write("failed", name, 0)
+
+    def _write(self, outcome, name, seconds):
+        self.failed += outcome == "failed"
+        print(f"  {outcome}  {name} ({seconds:.1f} s)", flush=True)
         self._file.write(f"{outcome} {name}\n")
         self._file.flush()
-        return outcome == "passed"
