@@ -14,7 +14,7 @@ class Screen:
         read_end, write_end = os.pipe()
         self._server = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24",
-             "-fbdir", folder, "-nolisten", "tcp"],
+             "-fbdir", folder, "-nocursor", "-nolisten", "tcp"],
             pass_fds=[write_end], stderr=subprocess.DEVNULL,
         )
         os.close(write_end)
