@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/virtual_usb_platform.h"
 
-#include <span>
 #include <utility>
 
+#include "platform/common/uvc_descriptors.h"
 #include "platform/virtual/virtual_bus_prober.h"
 #include "platform/virtual/virtual_usb_interface.h"
 
@@ -28,22 +28,14 @@ private:
     std::uint8_t number_;
 };
 
-bool matches(std::uint16_t wanted, std::uint8_t found) {
-    return wanted == UsbInterfaceMatch::any || wanted == found;
-}
-
-// The interface descriptors among the configuration's; stops where a length makes no sense.
-template <typename Visit>
-void forEachInterface(std::span<const std::uint8_t> configuration, Visit&& visit) {
-    constexpr std::uint8_t interfaceDescriptor = 4;
-    constexpr std::size_t interfaceLength = 9;
-    while (configuration.size() >= 2) {
-        const std::size_t length = configuration[0];
-        if (length < 2 || length > configuration.size()) return;
-        if (configuration[1] == interfaceDescriptor && length >= interfaceLength)
-            visit(configuration.first(length));
-        configuration = configuration.subspan(length);
-    }
+bool matches(const UsbInterfaceMatch& wanted, const UsbInterfaceDescriptor& found) {
+    const auto fits = [](std::uint16_t value, std::uint8_t field) {
+        return value == UsbInterfaceMatch::any || value == field;
+    };
+    return fits(wanted.interfaceClass, found.interfaceClass) &&
+           fits(wanted.interfaceSubClass, found.interfaceSubClass) &&
+           fits(wanted.interfaceProtocol, found.interfaceProtocol) &&
+           fits(wanted.alternateSetting, found.alternateSetting);
 }
 
 class Device final : public UsbDevice {
@@ -56,11 +48,9 @@ public:
         const UsbInterfaceMatch& match) override {
         if (!firmware_->present()) return std::nullopt;
         std::vector<std::unique_ptr<UsbInterfaceService>> services;
-        forEachInterface(firmware_->configurationDescriptor(), [&](std::span<const std::uint8_t> found) {
-            if (matches(match.alternateSetting, found[3]) && matches(match.interfaceClass, found[5]) &&
-                matches(match.interfaceSubClass, found[6]) && matches(match.interfaceProtocol, found[7]))
-                services.push_back(std::make_unique<InterfaceService>(firmware_, found[2]));
-        });
+        for (const UsbInterfaceDescriptor& found : interfacesOf(firmware_->configurationDescriptor()))
+            if (matches(match, found))
+                services.push_back(std::make_unique<InterfaceService>(firmware_, found.number));
         return services;
     }
 
