@@ -72,7 +72,7 @@ private:
 constexpr V4l2Patience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
 constexpr V4l2Patience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
-const Bytes wholeFrame(32 * 16 * 2, 0x80);
+const Bytes wholeFrame(1024, 0x80);
 
 class V4l2InputTest : public testing::Test {
 protected:
