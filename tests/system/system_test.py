@@ -1,0 +1,30 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""The system test's guest side: runs groups of cases in order; in a group each case stands on the ones before.
+
+Usage: system_test.py OUTPUT-FOLDER [GROUP...]
+"""
+import pathlib
+import sys
+
+import driver_cases
+import panel_cases
+from rig.report import Report
+
+PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
+GROUPS = {"driver": driver_cases, "panel": panel_cases}
+
+
+def main(out, *names):
+    report = Report(f"{out}/cases.txt")
+    for name in names or GROUPS:
+        print(name, flush=True)
+        group = GROUPS[name]
+        with report.guarding(f"stage_of_{name}"), group.stage(PROGRAMS, out) as stage:
+            for case in group.CASES:
+                report.run(case, stage)
+    return 1 if report.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
