@@ -85,9 +85,10 @@ bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
 
         const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
         // With its number at once: no request in between goes out with the last camera's.
+        const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
         binding_.change([&](CameraBinding& binding) {
             binding.interface = opened;
-            if (opened) binding.interfaceNumber = opened->GetInterfaceNumber();
+            binding.interfaceNumber = number;
         });
         generalInit();
         return true;

@@ -51,7 +51,7 @@ std::optional<ValueFormat> ValueFormat::ofSize(std::int32_t size, bool isSigned)
 std::int64_t ValueFormat::decode(std::span<const std::uint8_t> reply) const {
     const auto raw = static_cast<std::uint64_t>(overlaid(0, reply));
     if ((raw & signBit_) != 0) return static_cast<std::int64_t>(raw | ~mask_);
-    return static_cast<std::int64_t>(raw & mask_ & (signBit_ - 1)); // all ones where there is no sign bit
+    return static_cast<std::int64_t>(raw & mask_);
 }
 
 } // namespace tavelo

@@ -16,7 +16,8 @@ namespace {
 class AccessibleButton : public QAccessibleWidget {
 public:
     explicit AccessibleButton(PanelButton* button)
-        : QAccessibleWidget(button, button->accessibleRole()), button_(button) {}
+        : QAccessibleWidget(button, button->accessibleRole()),
+          button_(button) {}
 
     QString text(QAccessible::Text kind) const override {
         const QString given = QAccessibleWidget::text(kind);
@@ -54,7 +55,9 @@ private:
 
 class AccessibleSlider : public QAccessibleWidget, public QAccessibleValueInterface {
 public:
-    explicit AccessibleSlider(KTSlider* slider) : QAccessibleWidget(slider, QAccessible::Slider), slider_(slider) {}
+    explicit AccessibleSlider(KTSlider* slider)
+        : QAccessibleWidget(slider, QAccessible::Slider),
+          slider_(slider) {}
 
     void* interface_cast(QAccessible::InterfaceType type) override {
         if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
@@ -62,7 +65,8 @@ public:
     }
 
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Value ? QString::number(slider_->intValue()) : QAccessibleWidget::text(kind);
+        return kind == QAccessible::Value ? QString::number(slider_->intValue())
+                                          : QAccessibleWidget::text(kind);
     }
 
     QVariant currentValue() const override { return slider_->floatValue(); }
@@ -97,7 +101,9 @@ private:
 
 class AccessibleText : public QAccessibleWidget {
 public:
-    explicit AccessibleText(KTText* label) : QAccessibleWidget(label, QAccessible::StaticText), label_(label) {}
+    explicit AccessibleText(KTText* label)
+        : QAccessibleWidget(label, QAccessible::StaticText),
+          label_(label) {}
 
     QString text(QAccessible::Text kind) const override {
         const QString given = QAccessibleWidget::text(kind);
@@ -119,7 +125,8 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object) {
     if (auto* button = qobject_cast<PanelButton*>(object)) return new AccessibleButton(button);
     if (auto* slider = qobject_cast<KTSlider*>(object)) return new AccessibleSlider(slider);
     if (auto* label = qobject_cast<KTText*>(object)) return new AccessibleText(label);
-    if (auto* view = qobject_cast<ImageView*>(object)) return new QAccessibleWidget(view, QAccessible::Graphic);
+    if (auto* view = qobject_cast<ImageView*>(object))
+        return new QAccessibleWidget(view, QAccessible::Graphic);
     return nullptr;
 }
 

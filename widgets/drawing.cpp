@@ -41,7 +41,8 @@ QPainterPath roundedRect(const QRectF& rect, double radius) {
     return path;
 }
 
-void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& stroke, const QColor& fill) {
+void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& stroke,
+                 const QColor& fill) {
     if (rect.isEmpty()) return;
     constexpr double inset = visibleOutline;
     const QPainterPath shape = roundedRect(rect, radius);

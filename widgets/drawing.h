@@ -23,7 +23,8 @@ QPainterPath roundedRect(const QRectF& rect, double radius);
 
 /// Fills a rounded rectangle and outlines it within its bounds: of a line one point wide along the edge, the
 /// inner half shows.  A radius of half the height makes a pill, or a circle.
-void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& stroke, const QColor& fill);
+void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& stroke,
+                 const QColor& fill);
 
 /// How much of a disabled slider, switch or check button shows.
 inline constexpr double disabledOpacity = 0.4;

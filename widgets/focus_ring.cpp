@@ -41,7 +41,9 @@ bool isModifier(int key) {
 } // namespace
 
 FocusRing::FocusRing(QWidget* control, Shape shape)
-    : QObject(control), control_(control), shape_(std::move(shape)) {
+    : QObject(control),
+      control_(control),
+      shape_(std::move(shape)) {
     control->installEventFilter(this);
 }
 

@@ -14,8 +14,8 @@ namespace tavelo {
 /// Draws a ring around a control while the keyboard leads there, and only then: a click gives a control the
 /// focus without a ring, the first key pressed on it brings the ring.
 ///
-/// The ring lies outside the control, above its siblings; it needs `outset` points of room on each side within
-/// the control's parent.  A control without a parent gets none.  Thread-bound to the main thread.
+/// The ring lies outside the control, above its siblings; it needs `outset` points of room on each side
+/// within the control's parent.  A control without a parent gets none.  Thread-bound to the main thread.
 class FocusRing : public QObject {
     Q_OBJECT
 

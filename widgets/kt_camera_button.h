@@ -10,8 +10,8 @@
 
 namespace tavelo {
 
-/// A tab on top of the settings panel.  Three corners are round; the lower left one, which continues the panel's
-/// left edge, is square.
+/// A tab on top of the settings panel.  Three corners are round; the lower left one, which continues the
+/// panel's left edge, is square.
 class KTCameraButton : public PanelButton {
     Q_OBJECT
 

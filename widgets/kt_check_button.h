@@ -6,8 +6,8 @@
 
 namespace tavelo {
 
-/// A disc, red when checked.  A click does not change `check`: the owner sets it, here once the camera took the
-/// value.  Draws no title.
+/// A disc, red when checked.  A click does not change `check`: the owner sets it, here once the camera took
+/// the value.  Draws no title.
 class KTCheckButton : public PanelButton {
     Q_OBJECT
 

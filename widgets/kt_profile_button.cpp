@@ -39,4 +39,11 @@ void KTProfileButton::drawRect(QPainter& painter, const QRectF& rect) {
     drawing::drawCentredText(painter, rect, text(), {font(), color, std::nullopt});
 }
 
+QPainterPath KTProfileButton::focusPath(double distance) const {
+    // A centred image is a symbol without corners to follow.
+    if (imageContentMode_ == 0) return PanelButton::focusPath(distance);
+    const QRectF around = QRectF(rect()).adjusted(-distance, -distance, distance, distance);
+    return drawing::roundedRect(around, around.height() / 2);
+}
+
 } // namespace tavelo

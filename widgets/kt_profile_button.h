@@ -33,8 +33,8 @@ public:
     const QColor& textColor() const { return textColor_; }
     void setTextColor(const QColor& color) { textColor_ = color; }
 
-    /// Whether `state` says something to a user (a chosen profile) or is a mere look; screen readers hear of it
-    /// only in the first case.  False at first.
+    /// Whether `state` says something to a user (a chosen profile) or is a mere look; screen readers hear of
+    /// it only in the first case.  False at first.
     bool stateIsChoice() const { return stateIsChoice_; }
     void setStateIsChoice(bool choice) { stateIsChoice_ = choice; }
 
@@ -43,6 +43,9 @@ public:
     QSize sizeHint() const override { return {119, 32}; }
     bool hasOnState() const override { return stateIsChoice_; }
     bool isOnState() const override { return state_ == 1; }
+
+protected:
+    QPainterPath focusPath(double distance) const override;
 
 private:
     int state_ = 0;

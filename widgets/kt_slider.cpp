@@ -89,7 +89,8 @@ double KTSlider::knobPosition(double width, double height) const {
 
 double KTSlider::valueAt(double knobPosition) const {
     const double way = width() - height();
-    return way > 0 ? minValue_ + (maxValue_ - minValue_) * std::clamp(knobPosition / way, 0.0, 1.0) : minValue_;
+    return way > 0 ? minValue_ + (maxValue_ - minValue_) * std::clamp(knobPosition / way, 0.0, 1.0)
+                   : minValue_;
 }
 
 void KTSlider::drawRect(QPainter& painter, const QRectF& rect) {

@@ -25,8 +25,8 @@ public:
 
     double minValue() const { return minValue_; }
     double maxValue() const { return maxValue_; }
-    /// A new end of the range pulls the value with it.  While the range is upside down (between setting its two
-    /// ends) the value stays.
+    /// A new end of the range pulls the value with it.  While the range is upside down (between setting its
+    /// two ends) the value stays.
     void setMinValue(double value);
     void setMaxValue(double value);
 

@@ -6,8 +6,8 @@
 
 namespace tavelo {
 
-/// A pill with a knob at its left end when off, at its right end when on.  A click does not move the knob: the
-/// owner's action sets `on`.
+/// A pill with a knob at its left end when off, at its right end when on.  A click does not move the knob:
+/// the owner's action sets `on`.
 class KTSwitch : public PanelButton {
     Q_OBJECT
 

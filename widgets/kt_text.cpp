@@ -48,8 +48,8 @@ void KTText::drawRect(QPainter& painter, const QRectF& rect) {
         drawing::drawRounded(painter, pill, pill.height() / 2, *borderColor_,
                              backgroundColor_.value_or(Qt::transparent));
     }
-    drawing::drawCentredText(painter, rect, text_, {font(), enable_ ? textColor_ : disableColor_, textShadow_},
-                             1);
+    drawing::drawCentredText(painter, rect, text_,
+                             {font(), enable_ ? textColor_ : disableColor_, textShadow_}, 1);
 }
 
 QSize KTText::sizeHint() const {

@@ -17,8 +17,8 @@ namespace tavelo {
 
 /// One text, centred, one point above the exact middle; optionally on a pill with an outline.
 ///
-/// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent of
-/// QWidget's enabled state.  Thread-bound to the main thread.
+/// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent
+/// of QWidget's enabled state.  Thread-bound to the main thread.
 class KTText : public QWidget {
     Q_OBJECT
 

@@ -10,9 +10,9 @@ class QPainter;
 
 namespace tavelo {
 
-/// A button that draws itself whole.  Its title is text(); clicked() tells of a press with the mouse, the space
-/// bar, Enter or a screen reader.  A click changes no state of its own: the owner sets it.
-/// Thread-bound to the main thread.
+/// A button that draws itself whole.  Its title is text(); clicked() tells of a press with the mouse, the
+/// space bar, Enter or a screen reader.  A click changes no state of its own: the owner sets it. Thread-bound
+/// to the main thread.
 class PanelButton : public QAbstractButton {
     Q_OBJECT
 

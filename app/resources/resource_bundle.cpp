@@ -48,7 +48,8 @@ std::string languageName(std::string_view name) {
 ResourceBundle::ResourceBundle() : ResourceBundle(desktopLanguages()) {}
 
 ResourceBundle::ResourceBundle(std::vector<std::string> preferredLanguages)
-    : preferredLanguages_(std::move(preferredLanguages)), tables_([] {
+    : preferredLanguages_(std::move(preferredLanguages)),
+      tables_([] {
           std::map<std::string, Table, std::less<>> tables;
           for (const char* localization : localizationNames) {
               Table& table = tables[localization];

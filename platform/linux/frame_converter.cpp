@@ -109,7 +109,7 @@ std::shared_ptr<PixelBuffer> FrameConverter::convertRaw(const std::uint8_t* byte
                                           width, height);
     } else if (format_.format == fourcc::i420) {
         const std::uint8_t* last = chroma + std::size_t(stride / 2) * half(format_.size.height);
-        failed = libyuv::I420ToARGBMatrix(bytes, stride, chroma, stride / 2, last, stride / 2, pixels,
+        failed = libyuv::I420ToARGBMatrix(bytes, stride, chroma, stride / 2, last, stride / 2, bgra,
                                           bgraStride, constants(format_), width, height);
     } else if (format_.format == fourcc::grey) {
         failed = format_.fullRange ? libyuv::J400ToARGB(bytes, stride, bgra, bgraStride, width, height)

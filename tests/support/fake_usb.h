@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -58,7 +59,13 @@ class FakeUvcCamera {
 public:
     explicit FakeUvcCamera(std::uint8_t interfaceNumber = 0) : interfaceNumber_(interfaceNumber) {}
 
-    std::uint8_t interfaceNumber() const { return interfaceNumber_; }
+    std::uint8_t interfaceNumber() const {
+        if (interfaceNumberAsked) interfaceNumberAsked();
+        return interfaceNumber_;
+    }
+
+    /// Called whenever somebody asks for the number; set it before any other thread uses the camera.
+    std::function<void()> interfaceNumberAsked;
 
     void setControl(std::uint8_t entity, std::uint8_t selector, FakeUvcControl control) {
         const std::lock_guard lock(mutex_);

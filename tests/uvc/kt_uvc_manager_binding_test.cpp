@@ -116,6 +116,17 @@ TEST_F(BindingTest, BindingTakesIdentifiersInterfaceAndNumber) {
         EXPECT_TRUE(record->supported()) << record->string();
 }
 
+TEST_F(BindingTest, InterfaceIsNeverSeenWithTheLastCamerasNumber) {
+    bind();
+    const auto other = plugInAt(0x14300000, 9);
+    std::vector<std::int32_t> seen;
+    other->interfaceNumberAsked = [&] {
+        if (manager->interface() != nullptr) seen.push_back(manager->interfaceNumber());
+    };
+    EXPECT_TRUE(manager->refreshDataWithLocationID({0x14300000, 0, 0}));
+    EXPECT_THAT(seen, ElementsAre(9));
+}
+
 TEST_F(BindingTest, UnknownIdentifiersFallBackToOneAndTwo) {
     bind(); // to a camera with others first
     BusProberDevice record = everyControl();

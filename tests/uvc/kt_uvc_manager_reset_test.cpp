@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "uvc/keyed_archive.h"
 #include "uvc/manager_test.h"
 
 namespace tavelo {
@@ -135,6 +136,19 @@ TEST_F(ResetTest, OtherProductsOfThatVendorGetTheirOwnFocusDefault) {
     manager->resetParamsToDefaults();
     EXPECT_EQ(manager->autoFocus()->val(), 0);
     EXPECT_TRUE(wasWritten(KTUVCControl::focus));
+}
+
+TEST_F(ResetTest, OnlyTheLowByteOfTheAutoFocusDefaultDecides) {
+    KeyedArchive archive; // no camera gives a byte such a default
+    archive.encodeBool(true, "supported");
+    archive.encodeInt64(256, "def");
+    const auto record = std::make_shared<KTUVCParameters>(archive);
+    record->setControlInfo(manager->autoFocus()->controlInfo());
+    record->setActualSize(1);
+    manager->setAutoFocus(record);
+    manager->resetParamsToDefaults();
+    EXPECT_THAT(camera->writes(), testing::Contains(writeOf(KTUVCControl::autoFocus, {0})));
+    EXPECT_EQ(record->val(), 256);
 }
 
 TEST_F(ResetTest, CameraWithoutPanTiltIsNotAskedToMove) {

@@ -35,7 +35,7 @@ TEST_F(TransportTest, ProcessingUnitControlsGoToTheProcessingUnit) {
 
 TEST_F(TransportTest, OnlyTheLowByteOfTheInterfaceNumberIsSent) {
     bind();
-    manager->setInterfaceNumber(0x104);
+    manager->setInterfaceNumber(0x404);
     manager->populateParam(*manager->zoom());
     EXPECT_EQ(camera->requests().front().wIndex, 0x0304);
 }

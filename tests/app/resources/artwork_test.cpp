@@ -19,7 +19,8 @@ QImage drawn(const char* name, QSize size) {
 
 TEST(Artwork, IsThereUnderItsNames) {
     for (const char* name : {"logo", "min", "close", "profile", "profile_selected", "tavelo-control-panel"}) {
-        EXPECT_FALSE(Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name))).isNull()) << name;
+        EXPECT_FALSE(Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name))).isNull())
+            << name;
     }
     EXPECT_TRUE(Image::fromFile(QStringLiteral(":/images/no_such_image.svg")).isNull());
 }
@@ -30,7 +31,8 @@ TEST(Artwork, LogoFitsTheRowBelowThePreview) {
 
 TEST(Artwork, WindowButtonsFitTheirThirtyPointSquare) {
     for (const char* name : {"min", "close"}) {
-        const QSizeF size = Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name))).size();
+        const QSizeF size =
+            Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name))).size();
         EXPECT_LE(size.width(), 30) << name;
         EXPECT_LE(size.height(), 30) << name;
     }

@@ -8,5 +8,6 @@
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    for (const std::string& language : tavelo::ResourceBundle().preferredLanguages()) std::puts(language.c_str());
+    for (const std::string& language : tavelo::ResourceBundle().preferredLanguages())
+        std::puts(language.c_str());
 }

@@ -15,7 +15,8 @@ namespace {
 // The bundle's languages on a desktop with these variables.
 std::string languagesOfDesktop(const QString& lang, const QString& language = {}) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANGUAGE"}) environment.remove(QLatin1String(name));
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANGUAGE"})
+        environment.remove(QLatin1String(name));
     environment.insert(QStringLiteral("LANG"), lang);
     if (!language.isEmpty()) environment.insert(QStringLiteral("LANGUAGE"), language);
     QProcess program;
@@ -52,7 +53,8 @@ TEST(ResourceBundle, TakesTheLanguageFromTheDesktop) {
 }
 
 TEST(ResourceBundle, ListsEachOfSeveralDesktopLanguagesOnce) {
-    EXPECT_EQ(languagesOfDesktop(QStringLiteral("fr_FR.UTF-8"), QStringLiteral("es:zh_CN")), "es-ES zh-Hans-CN");
+    EXPECT_EQ(languagesOfDesktop(QStringLiteral("fr_FR.UTF-8"), QStringLiteral("es:zh_CN")),
+              "es-ES zh-Hans-CN");
 }
 
 TEST(ResourceBundle, SpeaksEnglishOnADesktopWithoutLanguage) {

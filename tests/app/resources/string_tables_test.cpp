@@ -16,19 +16,20 @@
 namespace tavelo {
 namespace {
 
-constexpr std::array keys{
-    // Controls of the camera.
-    "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris", "auto_focus", "focus", "zoom",
-    "pan_tilt", "roll", "backlight_compensation", "bright", "contrast", "gain", "power_line_frequencey",
-    "auto_hue", "hue", "saturation", "sharpness", "gamma", "auto_white_balance", "white_balance",
-    // Choices of some of them.
-    "interlaced", "progressive", "manual_exposure_manual_iris", "auto_exposure_auto_iris",
-    "manual_exposure_auto_iris", "auto_exposure_manual_iris",
-    // The panel.
-    "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance", "Saturation", "Contrast",
-    "Brightness", "PROFILE", "SAVE_TO_PROFILE", "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully",
-    // The about panel.
-    "Third_party_open_source_software_used"};
+constexpr std::array keys{// Controls of the camera.
+                          "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris",
+                          "auto_focus", "focus", "zoom", "pan_tilt", "roll", "backlight_compensation",
+                          "bright", "contrast", "gain", "power_line_frequencey", "auto_hue", "hue",
+                          "saturation", "sharpness", "gamma", "auto_white_balance", "white_balance",
+                          // Choices of some of them.
+                          "interlaced", "progressive", "manual_exposure_manual_iris",
+                          "auto_exposure_auto_iris", "manual_exposure_auto_iris", "auto_exposure_manual_iris",
+                          // The panel.
+                          "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
+                          "Saturation", "Contrast", "Brightness", "PROFILE", "SAVE_TO_PROFILE",
+                          "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully",
+                          // The about panel.
+                          "Third_party_open_source_software_used"};
 
 class StringTable : public testing::TestWithParam<const char*> {
 protected:
@@ -45,7 +46,8 @@ protected:
 };
 
 TEST_P(StringTable, LacksNoKey) {
-    for (const char* key : keys) EXPECT_FALSE(text(key).empty()) << key;
+    for (const char* key : keys)
+        EXPECT_FALSE(text(key).empty()) << key;
 }
 
 TEST_P(StringTable, HoldsNoKeyThatNothingAsksFor) {
@@ -65,15 +67,15 @@ TEST_P(StringTable, FitsTheProfileButtons) {
 }
 
 TEST_P(StringTable, FitsTheTitlesOfTheSliders) {
-    for (const char* key : {"Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance", "Saturation",
-                            "Contrast", "Brightness"}) {
+    for (const char* key : {"Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
+                            "Saturation", "Contrast", "Brightness"}) {
         EXPECT_LE(width(text(key), 16), 360) << key;
     }
 }
 
 TEST_P(StringTable, LeavesRoomForTheButtonsBesideTheMirrorTitle) {
-    // The switch stands 64 points after the title's width, the last button ends 236 further on; the panel ends
-    // at 515.
+    // The switch stands 64 points after the title's width, the last button ends 236 further on; the panel
+    // ends at 515.
     EXPECT_LE(width(text("Mirror"), 16) + 64 + 236, 515 - 20);
 }
 

@@ -5,43 +5,105 @@ import pathlib
 import re
 import socket
 import subprocess
+import typing
 
 from rig.waiting import wait_until
 
 SOCKET = "/run/virtual-cameras"
-PORT = 3240
+
+
+class Request(typing.NamedTuple):
+    """One class request as the camera saw it."""
+    camera: int
+    request_type: int
+    request: int
+    value: int
+    index: int
+    length: int
+    data: bytes
+    outcome: str
+
+    @property
+    def selector(self):
+        return self.value >> 8
+
+    @property
+    def entity(self):
+        return self.index >> 8
+
+    @property
+    def interface(self):
+        return self.index & 0xFF
+
+    @classmethod
+    def parse(cls, line):
+        _, camera, kind, request, value, index, length, data, outcome = line.split()
+        return cls(int(camera), int(kind, 16), int(request, 16), int(value, 16), int(index, 16), int(length),
+                   bytes.fromhex(data.strip("-")), outcome)
 
 
 class VirtualCameras:
     """`tavelo-virtual-camera`: the firmware's side of everything."""
 
     def __init__(self, programs, out, cameras=2, options=()):
-        self._log_path = pathlib.Path(out) / "requests.log"
+        self._log = f"{out}/requests.log"
+        self._output = open(f"{out}/virtual-camera.log", "ab")
         self._server = subprocess.Popen(
-            [f"{programs}/tavelo-virtual-camera", "--port", str(PORT), "--cameras", str(cameras),
-             "--log", str(self._log_path), "--control", SOCKET, *options],
-            stdout=open(f"{out}/virtual-camera.log", "ab"), stderr=subprocess.STDOUT,
+            [f"{programs}/tavelo-virtual-camera", "--cameras", str(cameras), "--log", self._log,
+             "--control", SOCKET, *options],
+            stdout=self._output, stderr=subprocess.STDOUT,
         )
         self._nodes = {}
         wait_until("the virtual cameras answer", self._answers)
 
     def close(self):
+        """Ends the server; returns its exit status."""
         self._server.terminate()
+        self._output.close()
         return self._server.wait(timeout=60)
 
     def _answers(self):
         if self._server.poll() is not None:
             raise RuntimeError(f"tavelo-virtual-camera ended with status {self._server.returncode}")
-        return os.path.exists(SOCKET)
+        try:
+            self.ask("status", 1)
+        except OSError:
+            return False
+        return True
+
+    # ---------------------------------------------------------------- the firmware
 
     def ask(self, *words):
-        """One order, one line back."""
+        """One order; returns the words of its answer."""
+        order = " ".join(str(word) for word in words)
         with socket.socket(socket.AF_UNIX) as connection:
             connection.settimeout(60)
             connection.connect(SOCKET)
-            connection.sendall((" ".join(str(word) for word in words) + "\n").encode())
+            connection.sendall((order + "\n").encode())
             with connection.makefile() as answers:
-                return answers.readline().strip()
+                answer = answers.readline().split()
+        if not answer or answer[0] != "ok":
+            raise RuntimeError(f"{order}: {' '.join(answer)}")
+        return answer[1:]
+
+    def value(self, camera, control):
+        return int(self.ask("get", camera, control)[0])
+
+    def limits(self, camera, control):
+        """(minimum, maximum)"""
+        minimum, maximum, *_ = self.ask("limits", camera, control)
+        return int(minimum), int(maximum)
+
+    def streams(self, camera):
+        """What the camera streams, as in "YUYV 320x240", or nothing."""
+        return " ".join(self.ask("status", camera)[1:])
+
+    def requests(self, camera, **wanted):
+        """The class requests that a camera saw, the oldest first; fields of Request pick some."""
+        with open(self._log, encoding="ascii") as file:
+            requests = [Request.parse(line) for line in file if line.endswith("\n")]
+        return [request for request in requests
+                if request.camera == camera and all(getattr(request, name) == value for name, value in wanted.items())]
 
     # ---------------------------------------------------------------- the cable
 

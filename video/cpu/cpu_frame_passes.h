@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// The two passes on the processor.
+#pragma once
+
+#include "video/cpu/bilinear_scaler.h"
+#include "video/passes/frame_passes.h"
+
+namespace tavelo {
+
+/// A picture's texture is its pixel buffer.
+class CpuFramePasses final : public FramePasses {
+public:
+    /// Where the display pass draws, in BGRA; must be as large as the viewport given there.
+    void setTarget(const Pixels& target) { target_ = target; }
+
+    FramePicture makePicture(PictureUse use, std::size_t width, std::size_t height,
+                             std::size_t bytesPerRow) override;
+    void correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
+                 const GroupExtent& groupCount) override;
+    void display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) override;
+
+private:
+    class Texture;
+
+    Pixels target_;
+    BilinearScaler scaler_;
+};
+
+} // namespace tavelo

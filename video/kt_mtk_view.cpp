@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+#include "video/kt_mtk_view.h"
+
+#include <QExposeEvent>
+#include <QPlatformSurfaceEvent>
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "video/cpu/bilinear_scaler.h"
+
+namespace tavelo {
+namespace {
+
+std::uint32_t truncatedPixels(double length) {
+    constexpr auto largest = double(std::numeric_limits<std::uint32_t>::max());
+    return length > 0 ? std::uint32_t(std::min(length, largest)) : 0;
+}
+
+} // namespace
+
+KTMTKView::KTMTKView(const QRect& frame, RendererChoice choice)
+    : KTMTKView(frame, [choice](QWindow& window, SerialQueue& renderQueue) {
+          return makeRenderBackend(choice, window, renderQueue);
+      }) {}
+
+KTMTKView::KTMTKView(const QRect& frame, const BackendFactory& makeBackend)
+    : renderQueue_(std::make_unique<SerialQueue>("KT.Metal.RenderQueue")),
+      assetWriteManager_(std::make_shared<KTAssetWriterManager>()) {
+    // What is pressed over the picture is the panel's business: its window moves, its menu opens.
+    setFlags(Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus);
+    initMetal(makeBackend);
+    setGeometry(frame);
+}
+
+KTMTKView::~KTMTKView() {
+    freePictureData();
+    renderQueue_->sync([this] {
+        assetWriteManager_.reset();
+        backend_.surface->setDrawable(false);
+        releasePictures();
+        backend_.passes.reset();
+    });
+    destroy(); // the native window, before the surface that drew into it
+    backend_.surface.reset();
+}
+
+void KTMTKView::initMetal(const BackendFactory& makeBackend) {
+    backend_ = makeBackend(*this, *renderQueue_);
+    renderer_ = backend_.renderer;
+    setSurfaceType(backend_.surfaceType);
+    setFormat(backend_.format);
+}
+
+void KTMTKView::setAssetWriteManager(std::shared_ptr<KTAssetWriterManager> manager) {
+    renderQueue_->async(
+        [this, manager = std::move(manager)]() mutable { assetWriteManager_ = std::move(manager); });
+}
+
+std::shared_ptr<KTAssetWriterManager> KTMTKView::assetWriteManager() {
+    std::shared_ptr<KTAssetWriterManager> manager;
+    renderQueue_->sync([&] { manager = assetWriteManager_; });
+    return manager;
+}
+
+ViewportSize KTMTKView::viewportSize() const {
+    const std::lock_guard lock(stateMutex_);
+    return viewportSize_;
+}
+
+GroupExtent KTMTKView::correctGroupSize() const {
+    const std::lock_guard lock(stateMutex_);
+    return correctGroupSize_;
+}
+
+GroupExtent KTMTKView::correctGroupCount() const {
+    const std::lock_guard lock(stateMutex_);
+    return correctGroupCount_;
+}
+
+std::shared_ptr<PixelBuffer> KTMTKView::pixelBuffer() const {
+    return pictures().pixelBuffer;
+}
+std::shared_ptr<PixelBuffer> KTMTKView::correctPixelBuffer() const {
+    return pictures().correctPixelBuffer;
+}
+std::shared_ptr<FrameTexture> KTMTKView::texture() const {
+    return pictures().texture;
+}
+std::shared_ptr<FrameTexture> KTMTKView::correctTexture() const {
+    return pictures().correctTexture;
+}
+
+MediaTime KTMTKView::presentationTime() const {
+    const std::lock_guard lock(stateMutex_);
+    return presentationTime_;
+}
+
+FloatMatrix KTMTKView::getRenderModelViewMatrixBuffer() const {
+    return matrixFor(pictures(), viewportSize());
+}
+
+FloatMatrix KTMTKView::matrixFor(const Pictures& pictures, ViewportSize viewport) const {
+    const auto& frame = pictures.pixelBuffer;
+    if (!frame) return getMetalMatrixFromCAMatrix(identityTransform);
+    return getMetalMatrixFromCAMatrix(
+        modelViewTransform(videoGravity_, frame->width(), frame->height(), viewport));
+}
+
+FloatMatrix KTMTKView::getMetalMatrixFromCAMatrix(const Transform& transform) {
+    FloatMatrix matrix{};
+    std::transform(transform.begin(), transform.end(), matrix.begin(),
+                   [](double element) { return float(element); });
+    return matrix;
+}
+
+void KTMTKView::mtkViewDrawableSizeWillChange(double width, double height) {
+    renderQueue_->async([this, size = ViewportSize{truncatedPixels(width), truncatedPixels(height)}] {
+        const std::lock_guard lock(stateMutex_);
+        viewportSize_ = size;
+    });
+}
+
+QImage KTMTKView::grabPicture() {
+    QImage image;
+    renderQueue_->sync([&] {
+        const auto corrected = correctPixelBuffer();
+        const ViewportSize viewport = viewportSize();
+        if (!corrected || viewport.width == 0 || viewport.height == 0) return;
+        image = QImage(int(viewport.width), int(viewport.height), QImage::Format_RGB32);
+        const FloatMatrix matrix = getRenderModelViewMatrixBuffer();
+        const auto lock = corrected->lock();
+        BilinearScaler().draw(
+            {corrected->baseAddress(), corrected->width(), corrected->height(), corrected->bytesPerRow()},
+            {image.bits(), viewport.width, viewport.height, std::size_t(image.bytesPerLine())},
+            double(matrix[0]), double(matrix[5]));
+    });
+    return image;
+}
+
+void KTMTKView::setContainer(QWidget* container) {
+    container_ = container;
+    setHidden(hidden_);
+}
+
+void KTMTKView::setHidden(bool hidden) {
+    hidden_ = hidden;
+    if (container_) container_->setVisible(!hidden);
+}
+
+bool KTMTKView::event(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::UpdateRequest:
+            backend_.surface->flush();
+            return true;
+        case QEvent::PlatformSurface:
+            if (static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
+                QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
+                setDrawable(false);
+            break;
+        default:
+            break;
+    }
+    return QWindow::event(event);
+}
+
+void KTMTKView::exposeEvent(QExposeEvent*) {
+    setDrawable(isExposed());
+    if (!drawable_) return;
+    updateDrawableSize(); // the scale of the screen may have changed too
+    redisplay();
+    backend_.surface->flush();
+}
+
+void KTMTKView::resizeEvent(QResizeEvent*) {
+    updateDrawableSize();
+    redisplay();
+}
+
+void KTMTKView::setDrawable(bool drawable) {
+    if (drawable == drawable_) return;
+    drawable_ = drawable;
+    // On the way out the window may be gone the next moment, so the render queue has to have let go of it.
+    if (drawable)
+        renderQueue_->async([this] { backend_.surface->setDrawable(true); });
+    else
+        renderQueue_->sync([this] { backend_.surface->setDrawable(false); });
+}
+
+void KTMTKView::updateDrawableSize() {
+    mtkViewDrawableSizeWillChange(width() * devicePixelRatio(), height() * devicePixelRatio());
+}
+
+} // namespace tavelo

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+// Frames on their way through KTMTKView.
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "video/kt_mtk_view.h"
+
+namespace tavelo {
+namespace {
+
+constexpr std::size_t bytesPerPixel = 4;
+constexpr std::size_t rowAlignment = 64;
+
+// The copy wants rows as long as the frame's; a frame whose rows the passes could not take gets padded ones.
+std::size_t rowLengthFor(const PixelBuffer& frame) {
+    const std::size_t needed = frame.width() * bytesPerPixel;
+    const std::size_t given = frame.bytesPerRow();
+    if (frame.planeCount() == 0 && given >= needed && given % bytesPerPixel == 0) return given;
+    return (needed + rowAlignment - 1) / rowAlignment * rowAlignment;
+}
+
+void copyRows(const PixelBuffer::Plane& source, const PixelBuffer::Plane& destination,
+              std::size_t destinationAdvance) {
+    const std::size_t rows = std::min(source.height, destination.height);
+    const std::size_t bytes = std::min(source.bytesPerRow, destination.bytesPerRow);
+    if (source.bytesPerRow == bytes && destinationAdvance == bytes) {
+        std::memcpy(destination.baseAddress, source.baseAddress, rows * bytes);
+        return;
+    }
+    for (std::size_t row = 0; row < rows; ++row)
+        std::memcpy(destination.baseAddress + row * destinationAdvance,
+                    source.baseAddress + row * source.bytesPerRow, bytes);
+}
+
+} // namespace
+
+void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
+                                                    const MediaTime& time) {
+    if (!frame) return;
+    if (!fits(*frame)) {
+        releasePictures();
+        createTextureWithPixelBuffer(frame);
+    }
+    if (const auto destination = pixelBuffer()) copyDataFromPixelBufferToPixelBuffer(*frame, *destination);
+    {
+        const std::lock_guard lock(stateMutex_);
+        waitingTime_ = time;
+        if (std::exchange(drawWaits_, true)) return;
+    }
+    renderQueue_->async([this] { drawWaitingFrame(); });
+}
+
+bool KTMTKView::fits(const PixelBuffer& frame) const {
+    const auto current = pixelBuffer();
+    return current && current->width() == frame.width() && current->height() == frame.height() &&
+           current->bytesPerRow() == rowLengthFor(frame);
+}
+
+void KTMTKView::releasePictures() {
+    Pictures released; // what it holds dies outside the lock
+    const std::lock_guard lock(stateMutex_);
+    std::swap(released, pictures_);
+}
+
+void KTMTKView::createTextureWithPixelBuffer(const std::shared_ptr<PixelBuffer>& frame) {
+    if (!frame || frame->width() == 0 || frame->height() == 0) return;
+    const std::size_t rowLength = rowLengthFor(*frame);
+    FramePicture camera;
+    FramePicture corrected;
+    renderQueue_->sync([&] {
+        if (!backend_.surface->makeCurrent()) return;
+        const auto make = [&](PictureUse use) {
+            return backend_.passes->makePicture(use, frame->width(), frame->height(), rowLength);
+        };
+        camera = make(PictureUse::cameraFrame);
+        corrected = make(PictureUse::correctedFrame);
+    });
+
+    const std::lock_guard lock(stateMutex_);
+    if (camera.texture) {
+        std::swap(pictures_.pixelBuffer, camera.pixelBuffer);
+        std::swap(pictures_.texture, camera.texture);
+    }
+    if (corrected.texture) {
+        std::swap(pictures_.correctPixelBuffer, corrected.pixelBuffer);
+        std::swap(pictures_.correctTexture, corrected.texture);
+    }
+    correctGroupSize_ = correctionGroupSize;
+    correctGroupCount_ = correctionGroupCount(frame->width(), frame->height());
+}
+
+void KTMTKView::copyDataFromPixelBufferToPixelBuffer(const PixelBuffer& source, PixelBuffer& destination) {
+    const auto sourceLock = source.lock();
+    const auto destinationLock = destination.lock();
+    if (source.planeCount() == 0) {
+        const std::size_t advance = std::min(source.bytesPerRow(), destination.bytesPerRow());
+        copyRows(source.planes().front(), destination.planes().front(), advance);
+        return;
+    }
+    const std::size_t planes = std::min(source.planes().size(), destination.planes().size());
+    for (std::size_t plane = 0; plane < planes; ++plane)
+        copyRows(source.planes()[plane], destination.planes()[plane],
+                 destination.planes()[plane].bytesPerRow);
+}
+
+void KTMTKView::drawBlack() {
+    renderQueue_->async([this] {
+        if (const auto frame = pixelBuffer()) {
+            const auto lock = frame->lock();
+            for (const PixelBuffer::Plane& plane : frame->planes())
+                std::memset(plane.baseAddress, 0, plane.height * plane.bytesPerRow);
+        }
+        drawInMTKView();
+    });
+}
+
+void KTMTKView::freePictureData() {
+    renderQueue_->async([this] {
+        Pictures released;
+        const std::lock_guard lock(stateMutex_);
+        std::swap(released.pixelBuffer, pictures_.pixelBuffer);
+        std::swap(released.correctPixelBuffer, pictures_.correctPixelBuffer);
+        std::swap(released.correctTexture, pictures_.correctTexture);
+    });
+}
+
+void KTMTKView::redisplay() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        if (std::exchange(redisplayWaits_, true)) return;
+    }
+    renderQueue_->async([this] {
+        {
+            const std::lock_guard lock(stateMutex_);
+            redisplayWaits_ = false;
+        }
+        if (backend_.surface->makeCurrent()) displayPass(pictures());
+    });
+}
+
+void KTMTKView::drawWaitingFrame() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        drawWaits_ = false;
+        presentationTime_ = waitingTime_;
+    }
+    drawInMTKView();
+    ++drawnFrames_;
+}
+
+void KTMTKView::drawInMTKView() {
+    const Pictures current = pictures();
+    if (backend_.surface->makeCurrent()) {
+        correctionPass(current);
+        displayPass(current);
+    }
+    if (assetWriteManager_->isRecording() && current.correctPixelBuffer)
+        assetWriteManager_->recordPixelBufferWithPresentationTime(current.correctPixelBuffer,
+                                                                  presentationTime());
+}
+
+void KTMTKView::correctionPass(const Pictures& pictures) {
+    if (!pictures.pixelBuffer || !pictures.texture || !pictures.correctPixelBuffer ||
+        !pictures.correctTexture)
+        return;
+    CorrectionParameters parameters;
+    parameters.shouldFlipHorizontal = shouldFlipHorizontal_ ? 1 : 0;
+    parameters.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;
+    const auto frameLock = pictures.pixelBuffer->lock(); // a frame comes whole or waits
+    const auto correctLock = pictures.correctPixelBuffer->lock();
+    backend_.passes->correct(
+        *pictures.texture, *pictures.correctTexture, parameters,
+        correctionGroupCount(pictures.pixelBuffer->width(), pictures.pixelBuffer->height()));
+}
+
+void KTMTKView::displayPass(const Pictures& pictures) {
+    const ViewportSize viewport = viewportSize();
+    if (!backend_.surface->beginDisplay(viewport)) return;
+    backend_.passes->display(pictures.correctTexture.get(), viewport, matrixFor(pictures, viewport));
+    backend_.surface->present();
+}
+
+KTMTKView::Pictures KTMTKView::pictures() const {
+    const std::lock_guard lock(stateMutex_);
+    return pictures_;
+}
+
+} // namespace tavelo
