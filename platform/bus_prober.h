@@ -42,6 +42,8 @@ struct BusProberDevice {
     bool supportGamma = false;
     bool supportAutoWhiteBalance = false;
     bool supportWhiteBalance = false;
+
+    friend bool operator==(const BusProberDevice&, const BusProberDevice&) = default;
 };
 
 /// Told when the bus changed.

@@ -2,7 +2,9 @@
 // A USB device in software, seen from the bus.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -41,8 +43,10 @@ public:
     /// @param out the data stage of a write, empty for a read
     virtual UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out) = 0;
 
-    /// Fills one IN transaction of an endpoint; returns its bytes, 0 where there is nothing to send now.
-    virtual std::size_t in(std::uint8_t endpoint, std::span<std::uint8_t> packet) = 0;
+    /// Fills one packet of an IN endpoint other than 0.
+    /// @param endpoint its address, direction bit included
+    /// @return bytes of the packet, which may be 0; nothing where the endpoint has no packet to send now
+    virtual std::optional<std::size_t> in(std::uint8_t endpoint, std::span<std::uint8_t> packet) = 0;
 };
 
 } // namespace tavelo

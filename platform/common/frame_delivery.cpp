@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#include "platform/common/frame_delivery.h"
+
+#include <utility>
+
+namespace tavelo {
+
+void FrameDelivery::open(const CaptureConnection& connection, CaptureVideoDataOutput* output) {
+    const std::lock_guard lock(mutex_);
+    target_.reset();
+    if (output == nullptr) return;
+    SampleBufferDelegate* delegate = output->sampleBufferDelegate();
+    SerialQueue* queue = output->sampleBufferCallbackQueue();
+    if (delegate != nullptr && queue != nullptr) target_ = Target{connection, output, delegate, queue};
+}
+
+void FrameDelivery::close() {
+    const std::lock_guard lock(mutex_);
+    target_.reset();
+    waiting_.reset();
+    dropCount_ = 0;
+}
+
+void FrameDelivery::consume(const SampleBuffer& sample) {
+    const std::lock_guard lock(mutex_);
+    if (!target_) return;
+    if (handling_ || waiting_) {
+        if (dropCount_ == drops_.size()) {
+            firstDrop_ = (firstDrop_ + 1) % drops_.size();
+            --dropCount_;
+        }
+        drops_[(firstDrop_ + dropCount_) % drops_.size()] = sample.presentationTimeStamp;
+        ++dropCount_;
+        return;
+    }
+    waiting_ = sample;
+    // A task left over from before a stop takes the sample of the new run with it.
+    if (std::exchange(scheduled_, true)) return;
+    target_->queue->async([self = shared_from_this()] { self->run(); });
+}
+
+void FrameDelivery::run() {
+    std::unique_lock lock(mutex_);
+    scheduled_ = false;
+    if (!target_ || !waiting_) return;
+    handling_ = true;
+    {
+        const Target target = *target_;
+        const SampleBuffer sample = *std::exchange(waiting_, std::nullopt);
+        lock.unlock();
+        target.delegate->captureOutputDidOutputSampleBufferFromConnection(*target.output, sample,
+                                                                          target.connection);
+    } // the picture goes back to the camera here
+    lock.lock();
+    tellDrops(lock);
+    handling_ = false;
+}
+
+void FrameDelivery::tellDrops(std::unique_lock<std::mutex>& lock) {
+    // Those that come while we tell are left for the next time: a slow delegate must not keep the queue for
+    // ever.
+    for (std::size_t owed = dropCount_; owed > 0 && dropCount_ > 0 && target_; --owed) {
+        const Target target = *target_;
+        const SampleBuffer sample{nullptr, drops_[firstDrop_]};
+        firstDrop_ = (firstDrop_ + 1) % drops_.size();
+        --dropCount_;
+        lock.unlock();
+        target.delegate->captureOutputDidDropSampleBufferFromConnection(*target.output, sample,
+                                                                        target.connection);
+        lock.lock();
+    }
+}
+
+} // namespace tavelo

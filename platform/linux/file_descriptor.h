@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// A file descriptor that is closed by its owner's end.
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace tavelo {
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    ~FileDescriptor() { reset(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        if (this != &other) {
+            reset();
+            descriptor_ = std::exchange(other.descriptor_, -1);
+        }
+        return *this;
+    }
+
+    int get() const { return descriptor_; }
+    bool isOpen() const { return descriptor_ >= 0; }
+    void reset() {
+        if (descriptor_ >= 0) ::close(std::exchange(descriptor_, -1));
+    }
+
+private:
+    int descriptor_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// A V4L2 camera as the input of a session.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/capture.h"
+#include "platform/diagnostics.h"
+#include "platform/linux/frame_converter.h"
+#include "platform/linux/v4l2_node.h"
+#include "platform/linux/v4l2_retry_policy.h"
+#include "platform/linux/v4l2_stream.h"
+#include "platform/linux/wake_event.h"
+
+namespace tavelo {
+
+/// What an input needs to know; what it refers to must outlive it.
+struct V4l2InputSetup {
+    std::string path; ///< "/dev/video0"
+    V4l2NodeOpener& opener;
+    Diagnostics& diagnostics;
+    CaptureFormatRequest request;
+    V4l2Patience patience;
+};
+
+/// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:
+///
+///     open -> choose a format -> stream --(silent, busy, failed: wait)--> open ...
+///                                       --(unplugged)--> rest until stop
+///
+/// The node is open only while it streams, since an open node keeps many cameras awake.  stop() returns when
+/// the driver has let go; one that waits for a dead camera takes up to five seconds.
+class V4l2Input final : public CaptureDeviceInput {
+public:
+    V4l2Input(std::shared_ptr<CaptureDevice> device, V4l2InputSetup setup);
+    ~V4l2Input() override;
+
+    std::shared_ptr<CaptureDevice> device() const override { return device_; }
+    void start(FrameSink& sink) override;
+    void stop() override;
+
+private:
+    struct Run {
+        StreamEnd end = StreamEnd::stopped;
+        int error = 0;
+    };
+
+    void run(FrameSink& sink);
+    Run streamOnce(FrameSink& sink);
+    Run startLightEnough(V4l2Node& node, std::unique_ptr<V4l2Stream>& stream);
+    Run pump(const V4l2Node& node, V4l2Stream& stream, FrameSink& sink);
+    bool handle(const V4l2Stream::Frame& frame, FrameSink& sink);
+    void countDropped();
+    void report(const Run& run);
+
+    const std::shared_ptr<CaptureDevice> device_;
+    const V4l2InputSetup setup_;
+    WakeEvent stop_;
+    std::thread thread_;
+
+    // Of the streaming thread.
+    V4l2RetryPolicy policy_;
+    FrameConverter converter_;
+    std::chrono::nanoseconds lastTime_{0};
+    int droppedInARow_ = 0;
+};
+
+} // namespace tavelo

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// A video node, opened: the little of the system that the capture code touches.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace tavelo {
+
+/// The driver's memory, unmapped with the last reference.
+using V4l2Mapping = std::shared_ptr<const std::uint8_t>;
+
+/// An open file of a video node, non-blocking; destroying it closes the node.  Thread-bound to whoever opened
+/// it.
+class V4l2Node {
+public:
+    virtual ~V4l2Node() = default;
+
+    /// One V4L2 request (VIDIOC_...) with its argument structure; asked again where a signal interrupted it.
+    /// @return 0, or the errno
+    virtual int control(unsigned long request, void* argument) = 0;
+
+    /// Null where the driver refuses.
+    virtual V4l2Mapping map(std::size_t length, std::uint32_t offset) = 0;
+
+    /// What poll() waits on: readable when a frame is ready, POLLERR or POLLHUP when none will come.
+    virtual int descriptor() const = 0;
+};
+
+/// Opens nodes.  Thread-safe.
+class V4l2NodeOpener {
+public:
+    virtual ~V4l2NodeOpener() = default;
+
+    /// Null with the errno where it fails.
+    virtual std::unique_ptr<V4l2Node> open(const std::string& path, int& error) = 0;
+};
+
+/// The kernel's nodes.
+class KernelNodeOpener final : public V4l2NodeOpener {
+public:
+    std::unique_ptr<V4l2Node> open(const std::string& path, int& error) override;
+};
+
+} // namespace tavelo

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2_retry_policy.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace tavelo {
+
+StreamEnd streamEndOf(int error) {
+    switch (error) {
+        case ENODEV:
+        case ENOENT:
+        case ENXIO:
+            return StreamEnd::gone;
+        case EBUSY:
+            return StreamEnd::busy;
+        case EACCES:
+        case EPERM:
+            return StreamEnd::denied;
+        case ENOSPC:
+            return StreamEnd::busFull;
+        default:
+            return StreamEnd::failed;
+    }
+}
+
+V4l2RetryPolicy::Decision V4l2RetryPolicy::after(StreamEnd end) {
+    switch (end) {
+        case StreamEnd::stopped:
+        case StreamEnd::gone:
+            return {};
+        case StreamEnd::denied:
+            if (denied_ >= patience_.deniedFor) return {std::nullopt, true};
+            denied_ += patience_.deniedRetry;
+            return {patience_.deniedRetry, false};
+        case StreamEnd::busy:
+            return {patience_.busyRetry, std::exchange(reported_, end) != end};
+        case StreamEnd::busFull:
+        case StreamEnd::silent:
+        case StreamEnd::failed:
+            break;
+    }
+    lastRetry_ = lastRetry_ ? std::min(*lastRetry_ * 2, patience_.longestRetry) : patience_.firstRetry;
+    return {lastRetry_, std::exchange(reported_, end) != end};
+}
+
+void V4l2RetryPolicy::frameCame() {
+    denied_ = {};
+    lastRetry_.reset();
+    reported_.reset();
+}
+
+} // namespace tavelo

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// How much patience a stream that fails is given.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace tavelo {
+
+/// Why a run of a stream is over.
+enum class StreamEnd : std::uint8_t {
+    stopped, ///< we were asked to
+    gone,    ///< the camera was unplugged
+    busy,    ///< another program streams
+    denied,  ///< we may not open the node
+    busFull, ///< no format is light enough for what is left of the bus
+    silent,  ///< no frame came for too long
+    failed,  ///< anything else
+};
+
+StreamEnd streamEndOf(int error);
+
+struct V4l2Patience {
+    using Time = std::chrono::milliseconds;
+
+    Time firstFrame{5000}; ///< what a camera may take to wake
+    Time silence{3000}; ///< without a whole frame; dim light slows a camera to 5 frames a second, not to none
+    Time busyRetry{1000};  ///< until the other program has finished
+    Time deniedRetry{200}; ///< udev gives the rights a moment after the node appears
+    Time deniedFor{5000};  ///< after that, the rights are not coming
+    Time firstRetry{250};  ///< of a silent or failed stream; doubles with each
+    Time longestRetry{8000};
+};
+
+/// Decides whether and when to try again.  Thread-bound; knows no clock.
+class V4l2RetryPolicy {
+public:
+    explicit V4l2RetryPolicy(const V4l2Patience& patience) : patience_(patience) {}
+
+    struct Decision {
+        std::optional<std::chrono::milliseconds> wait; ///< nothing: the input has ended
+        bool report = false;                           ///< whether it is worth a line
+    };
+
+    Decision after(StreamEnd end);
+
+    /// A whole frame came: all is forgiven.
+    void frameCame();
+
+private:
+    V4l2Patience patience_;
+    std::chrono::milliseconds denied_{0};
+    std::optional<std::chrono::milliseconds> lastRetry_;
+    std::optional<StreamEnd> reported_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// A flag that poll() can wait on.
+#pragma once
+
+#include <chrono>
+
+#include "platform/linux/file_descriptor.h"
+
+namespace tavelo {
+
+/// Set once, seen by every wait until it is cleared.  Thread-safe.
+class WakeEvent {
+public:
+    WakeEvent();
+
+    void set();
+    void clear();
+    bool isSet() const;
+
+    /// @return whether it was set before the time was over
+    bool waitFor(std::chrono::milliseconds time) const;
+
+    /// Readable while set.
+    int descriptor() const { return event_.get(); }
+
+private:
+    FileDescriptor event_;
+};
+
+} // namespace tavelo

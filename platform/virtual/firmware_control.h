@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+// The controls that a virtual camera has: the static table behind its firmware.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace tavelo {
+
+enum class ControlEntity : std::uint8_t { cameraTerminal, processingUnit };
+
+/// A control as the USB Video Class names it.
+struct ControlAddress {
+    ControlEntity entity = ControlEntity::cameraTerminal;
+    std::uint8_t selector = 0;
+
+    friend constexpr bool operator==(const ControlAddress&, const ControlAddress&) = default;
+};
+
+namespace control {
+inline constexpr ControlAddress scanningMode{ControlEntity::cameraTerminal, 1};
+inline constexpr ControlAddress autoExposureMode{ControlEntity::cameraTerminal, 2};
+inline constexpr ControlAddress autoExposurePriority{ControlEntity::cameraTerminal, 3};
+inline constexpr ControlAddress exposureTime{ControlEntity::cameraTerminal, 4};
+inline constexpr ControlAddress exposureTimeRelative{ControlEntity::cameraTerminal, 5};
+inline constexpr ControlAddress focus{ControlEntity::cameraTerminal, 6};
+inline constexpr ControlAddress autoFocus{ControlEntity::cameraTerminal, 8};
+inline constexpr ControlAddress iris{ControlEntity::cameraTerminal, 9};
+inline constexpr ControlAddress zoom{ControlEntity::cameraTerminal, 11};
+inline constexpr ControlAddress panTilt{ControlEntity::cameraTerminal, 13};
+inline constexpr ControlAddress roll{ControlEntity::cameraTerminal, 15};
+inline constexpr ControlAddress backlight{ControlEntity::processingUnit, 1};
+inline constexpr ControlAddress brightness{ControlEntity::processingUnit, 2};
+inline constexpr ControlAddress contrast{ControlEntity::processingUnit, 3};
+inline constexpr ControlAddress gain{ControlEntity::processingUnit, 4};
+inline constexpr ControlAddress powerLine{ControlEntity::processingUnit, 5};
+inline constexpr ControlAddress hue{ControlEntity::processingUnit, 6};
+inline constexpr ControlAddress saturation{ControlEntity::processingUnit, 7};
+inline constexpr ControlAddress sharpness{ControlEntity::processingUnit, 8};
+inline constexpr ControlAddress gamma{ControlEntity::processingUnit, 9};
+inline constexpr ControlAddress whiteBalance{ControlEntity::processingUnit, 10};
+inline constexpr ControlAddress autoWhiteBalance{ControlEntity::processingUnit, 11};
+inline constexpr ControlAddress autoHue{ControlEntity::processingUnit, 16};
+} // namespace control
+
+/// What a control's value is, and so which requests it answers and which values it takes.
+enum class ControlKind : std::uint8_t {
+    range,    ///< minimum to maximum; GET_MIN, GET_MAX, GET_RES, GET_DEF
+    toggle,   ///< 0 or 1; GET_DEF
+    modes,    ///< one bit of the map that GET_RES tells; GET_DEF
+    relative, ///< a step; keeps nothing of its own
+    panTilt,  ///< two ranges in one: pan in the low 32 bits, tilt in the high ones
+};
+
+/// One row.  Values of panTilt hold for either half.
+struct FirmwareControl {
+    std::string_view name; ///< as the constants above
+    ControlAddress address;
+    std::uint8_t mapBit = 0; ///< its bit in the entity's bmControls
+    std::uint8_t size = 0;   ///< bytes on the wire
+    ControlKind kind = ControlKind::range;
+    bool isSigned = false;
+    std::int32_t minimum = 0;
+    std::int32_t maximum = 0;
+    std::int32_t resolution = 0; ///< the map of modes where the kind is modes
+    std::int32_t defaultValue = 0;
+};
+
+/// Every control, the camera terminal's first, each in the order of its selectors.
+std::span<const FirmwareControl> firmwareControls();
+
+/// Null where there is none.
+const FirmwareControl* firmwareControl(ControlAddress address);
+const FirmwareControl* firmwareControlNamed(std::string_view name);
+
+/// The value of pan/tilt made of its halves, in arc-seconds.
+constexpr std::int64_t packPanTilt(std::int32_t pan, std::int32_t tilt) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(static_cast<std::uint32_t>(tilt)) << 32U |
+                                     static_cast<std::uint32_t>(pan));
+}
+constexpr std::int32_t panOf(std::int64_t value) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value)));
+}
+constexpr std::int32_t tiltOf(std::int64_t value) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(value) >> 32U));
+}
+
+} // namespace tavelo

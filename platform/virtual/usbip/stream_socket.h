@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// A connected stream socket that closes itself, and the way to get one.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "platform/error.h"
+
+namespace tavelo {
+
+/// Owns a descriptor.  Thread-bound.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+    ~FileDescriptor();
+
+    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+
+    int get() const { return descriptor_; } ///< -1 for none
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_ = -1;
+};
+
+/// One thread may read while another writes; shutdown() may come from a third.
+class StreamSocket {
+public:
+    explicit StreamSocket(FileDescriptor descriptor) : descriptor_(std::move(descriptor)) {}
+
+    /// Blocks until all bytes are there; false when the connection ended or the time limit passed.
+    bool read(std::span<std::uint8_t> bytes);
+    /// Blocks until all are sent, one part behind the other; false when the connection ended or the time
+    /// limit passed.
+    bool write(std::initializer_list<std::span<const std::uint8_t>> parts);
+
+    /// Longest wait of a single step of read or write; zero waits without limit.
+    void limitReads(std::chrono::milliseconds limit);
+    void limitWrites(std::chrono::milliseconds limit);
+
+    /// Ends the connection: a blocked read or write returns false.  The descriptor stays valid.
+    void shutdown();
+
+private:
+    FileDescriptor descriptor_;
+};
+
+/// Two ends of a pipe, to wake a poll().
+struct WakePipe {
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+
+    static WakePipe make();
+    void wake() const;
+};
+
+/// A TCP socket that listens on this machine's own address, 127.0.0.1, only.
+/// @param port 0 lets the system choose
+/// @return no descriptor with the reason where that fails
+FileDescriptor listenOnLoopback(std::uint16_t port, Error& error);
+/// The port that a listening socket has.
+std::uint16_t localPort(const FileDescriptor& listener);
+/// A connection that waits, or none.
+FileDescriptor acceptConnection(const FileDescriptor& listener);
+
+} // namespace tavelo

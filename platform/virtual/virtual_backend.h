@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Both halves of a backend without hardware, and the bus behind them.
+#pragma once
+
+#include <memory>
+
+#include "platform/capture.h"
+#include "platform/main_queue.h"
+#include "platform/usb_platform.h"
+#include "platform/virtual/virtual_bus.h"
+
+namespace tavelo {
+
+struct VirtualBackend {
+    std::unique_ptr<UsbPlatform> usb;
+    std::unique_ptr<CapturePlatform> capture;
+    /// To plug and unplug, to order faults, to see what the cameras were told.
+    std::shared_ptr<VirtualBus> bus;
+};
+
+/// With the cameras 1 to `cameras` plugged in.
+/// @param mainQueue must outlive the result
+VirtualBackend makeVirtualBackend(int cameras, const CaptureFormatRequest& format, MainQueue& mainQueue);
+
+} // namespace tavelo

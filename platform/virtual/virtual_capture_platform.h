@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// The capture half of the virtual backend.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/capture.h"
+#include "platform/main_queue.h"
+#include "platform/virtual/virtual_bus.h"
+
+namespace tavelo {
+
+/// Lists the bus's cameras as of the last change that the observers were told of.
+class VirtualCapturePlatform final : public CapturePlatform, private VirtualBusListener {
+public:
+    /// @param mainQueue must outlive this
+    VirtualCapturePlatform(std::shared_ptr<VirtualBus> bus, MainQueue& mainQueue,
+                           CaptureFormatRequest format);
+    ~VirtualCapturePlatform() override;
+
+    VirtualCapturePlatform(const VirtualCapturePlatform&) = delete;
+    VirtualCapturePlatform& operator=(const VirtualCapturePlatform&) = delete;
+
+    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override;
+    std::unique_ptr<CaptureSession> makeSession() override;
+    void addObserver(CaptureDeviceObserver* observer) override;
+    void removeObserver(CaptureDeviceObserver* observer) override;
+
+private:
+    struct Entry {
+        std::shared_ptr<VirtualCameraFirmware> camera;
+        std::shared_ptr<CaptureDevice> device;
+    };
+
+    void virtualBusDidChange() override;
+    void readBus();
+    template <typename Tell>
+    void tellObservers(Tell&& tell);
+
+    const std::shared_ptr<VirtualBus> bus_;
+    MainQueue& mainQueue_;
+    const CaptureFormatRequest format_;
+    std::vector<Entry> entries_;
+    std::vector<CaptureDeviceObserver*> observers_;
+    const std::shared_ptr<const bool> alive_ =
+        std::make_shared<const bool>(true); // for tasks that come too late
+};
+
+} // namespace tavelo

@@ -1,0 +1,63 @@
+# SPDX-License-Identifier: MIT
+# Sourced by the scripts beside it.  Expects bash with -euo pipefail; goes to the project's top folder.
+
+launched_from=$PWD
+project=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
+cd "$project"
+
+say() { printf '== %s\n' "$*" >&2; }
+die() { say "$*"; exit 1; }
+
+# quietly LOG COMMAND...: keeps the output in build/logs/LOG and shows it only where the command fails.
+quietly() {
+    local log=build/logs/$1.log
+    shift
+    mkdir -p build/logs
+    "$@" >"$log" 2>&1 || { tail -n 60 "$log" >&2; die "failed: $* (all it said is in $log)"; }
+}
+
+# configure PRESET [ARGUMENT...]
+configure() {
+    quietly "configure-$1" cmake --preset "$@"
+}
+
+# build PRESET [ARGUMENT...]: with the build tool's own progress line where somebody watches.
+build() {
+    local preset=$1
+    shift
+    if [ -t 1 ]; then
+        cmake --build --preset "$preset" "$@" || die "the build failed"
+    else
+        quietly "build-$preset" cmake --build --preset "$preset" "$@"
+    fi
+}
+
+# start_display: a virtual X server of our own; sets DISPLAY.  It ends with the script, however that ends.
+display_server=''
+start_display() {
+    local answer
+    exec {answer}< <(exec setsid setpriv --pdeathsig TERM \
+        Xvfb -displayfd 1 -screen 0 1280x800x24 -nolisten tcp 2>/dev/null)
+    display_server=$!
+    trap stop_display EXIT
+    # The number comes once the server answers; nothing comes where it could not start.
+    read -r -u "$answer" DISPLAY || die "Xvfb does not start"
+    export DISPLAY=:$DISPLAY
+    unset WAYLAND_DISPLAY
+}
+stop_display() {
+    [ -z "$display_server" ] || kill "$display_server" 2>/dev/null || true
+    display_server=''
+}
+
+# run_tests PRESET: runs the preset's tests and leaves what came out in build/test-results/PRESET.
+# Fails only where the tests could not be run; scripts/test-summary judges.
+run_tests() {
+    local results=$project/build/test-results/$1
+    rm -rf "$results"
+    mkdir -p "$results/cases" "$results/home"
+    env -u DBUS_SESSION_BUS_ADDRESS XDG_CONFIG_HOME="$results/home" GTEST_OUTPUT="xml:$results/cases/" \
+        ctest --preset "$1" --parallel "$(nproc)" --no-tests=error --output-junit "$results/programs.xml" \
+        >"$results/log" || sed -n '/^ *[0-9]*\/[0-9]* Test.*\(Failed\|Timeout\|Exception\)/,/^$/p' "$results/log" >&2
+    [ -s "$results/programs.xml" ] || { tail -n 20 "$results/log" >&2; die "the tests of $1 did not run"; }
+}

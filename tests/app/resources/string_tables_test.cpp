@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include <array>
+#include <string>
+#include <string_view>
+
+#include <gmock/gmock.h>
+
+#include <QFile>
+#include <QFont>
+#include <QFontMetricsF>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "app/resources/resource_bundle.h"
+
+namespace tavelo {
+namespace {
+
+constexpr std::array keys{// Controls of the camera.
+                          "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris",
+                          "auto_focus", "focus", "zoom", "pan_tilt", "roll", "backlight_compensation",
+                          "bright", "contrast", "gain", "power_line_frequencey", "auto_hue", "hue",
+                          "saturation", "sharpness", "gamma", "auto_white_balance", "white_balance",
+                          // Choices of some of them.
+                          "interlaced", "progressive", "manual_exposure_manual_iris",
+                          "auto_exposure_auto_iris", "manual_exposure_auto_iris", "auto_exposure_manual_iris",
+                          // The panel.
+                          "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
+                          "Saturation", "Contrast", "Brightness", "PROFILE", "SAVE_TO_PROFILE",
+                          "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully",
+                          // The about panel.
+                          "Third_party_open_source_software_used"};
+
+class StringTable : public testing::TestWithParam<const char*> {
+protected:
+    std::string text(std::string_view key) const {
+        return ResourceBundle({"en-US"}).string(GetParam(), key).value_or(std::string());
+    }
+
+    // Width in points of a text in the panel's font; where that font is missing, its metric twin answers.
+    static double width(const std::string& text, int size) {
+        QFont font(QStringLiteral("Arial"));
+        font.setPixelSize(size);
+        return QFontMetricsF(font).horizontalAdvance(QString::fromStdString(text));
+    }
+};
+
+TEST_P(StringTable, LacksNoKey) {
+    for (const char* key : keys)
+        EXPECT_FALSE(text(key).empty()) << key;
+}
+
+TEST_P(StringTable, HoldsNoKeyThatNothingAsksFor) {
+    QFile file(QStringLiteral(":/strings/%1.json").arg(QLatin1String(GetParam())));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QJsonParseError error;
+    const QJsonObject table = QJsonDocument::fromJson(file.readAll(), &error).object();
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    EXPECT_EQ(table.size(), static_cast<qsizetype>(keys.size()));
+}
+
+TEST_P(StringTable, FitsTheProfileButtons) {
+    constexpr double margin = 8; // on both sides together
+    EXPECT_LE(width(text("PROFILE") + " 4", 10), 119 - margin);
+    EXPECT_LE(width(text("SAVE_TO_PROFILE"), 10), 119 - margin);
+    EXPECT_LE(width(text("RESTORE_PROFILE_TO_DEFAULT"), 10), 180 - margin);
+}
+
+TEST_P(StringTable, FitsTheTitlesOfTheSliders) {
+    for (const char* key : {"Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
+                            "Saturation", "Contrast", "Brightness"}) {
+        EXPECT_LE(width(text(key), 16), 360) << key;
+    }
+}
+
+TEST_P(StringTable, LeavesRoomForTheButtonsBesideTheMirrorTitle) {
+    // The switch stands 64 points after the title's width, the last button ends 236 further on; the panel
+    // ends at 515.
+    EXPECT_LE(width(text("Mirror"), 16) + 64 + 236, 515 - 20);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, StringTable, testing::Values("en", "zh-Hans", "ja", "de", "fr", "es"),
+                         [](const testing::TestParamInfo<const char*>& table) {
+                             std::string name = table.param;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+TEST(StringTables, AreTheLocalisationsOfTheBundle) {
+    EXPECT_THAT(ResourceBundle({"en-US"}).localizations(),
+                testing::ElementsAre("en", "zh-Hans", "ja", "de", "fr", "es"));
+}
+
+} // namespace
+} // namespace tavelo

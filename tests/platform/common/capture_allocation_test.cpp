@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+// A program of its own, since it counts every allocation of the process.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <new>
+
+#include "fake_input.h"
+#include "platform/common/pixel_buffer_pool.h"
+#include "platform/common/standard_capture_session.h"
+
+namespace {
+
+std::atomic<int> allocations = 0;
+
+void* counted(std::size_t size, std::size_t alignment) {
+    ++allocations;
+    void* memory = std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+    if (memory == nullptr) std::abort();
+    return memory;
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return counted(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return counted(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+
+namespace tavelo {
+namespace {
+
+class CountingDelegate final : public SampleBufferDelegate {
+public:
+    void captureOutputDidOutputSampleBufferFromConnection(CaptureVideoDataOutput& /*output*/,
+                                                          const SampleBuffer& /*sample*/,
+                                                          const CaptureConnection& /*connection*/) override {
+        ++delivered;
+    }
+    void captureOutputDidDropSampleBufferFromConnection(CaptureVideoDataOutput& /*output*/,
+                                                        const SampleBuffer& /*sample*/,
+                                                        const CaptureConnection& /*connection*/) override {
+        ++dropped;
+    }
+
+    int delivered = 0;
+    int dropped = 0;
+};
+
+TEST(CaptureAllocation, AFrameOnItsWayToTheDelegateAllocatesNothing) {
+    CountingDelegate delegate;
+    SerialQueue queue("test");
+    CaptureVideoDataOutput output;
+    output.setSampleBufferDelegate(&delegate, &queue);
+    FakeInput input;
+    const auto session = makeStandardCaptureSession();
+    session->addOutput(output);
+    session->addInput(input);
+    session->startRunning();
+    PixelBufferPool pool(3);
+    {
+        const auto first = pool.take(PixelFormat::bgra32, 64, 48);
+        const auto second = pool.take(PixelFormat::bgra32, 64, 48);
+        const auto third = pool.take(PixelFormat::bgra32, 64, 48);
+    }
+    const std::function<void()> nothing = [] {};
+    const auto frame = [&](std::int64_t time) {
+        input.feed(time, pool.take(PixelFormat::bgra32, 64, 48));
+        input.feed(time, pool.take(PixelFormat::bgra32, 64, 48)); // delivered, or dropped as late
+        queue.sync(nothing);
+    };
+    for (int i = 0; i < 10; ++i)
+        frame(i);
+
+    const int before = allocations;
+    for (int i = 0; i < 100; ++i)
+        frame(i);
+    // The queue's sync wraps its closure; whatever it costs, it costs per sync and not per frame.
+    const int withFrames = allocations - before;
+    const int beforeSync = allocations;
+    for (int i = 0; i < 100; ++i)
+        queue.sync(nothing);
+    EXPECT_EQ(withFrames, allocations - beforeSync);
+    EXPECT_EQ(delegate.delivered + delegate.dropped, 220);
+    EXPECT_GE(delegate.delivered, 110);
+    session->stopRunning();
+}
+
+} // namespace
+} // namespace tavelo

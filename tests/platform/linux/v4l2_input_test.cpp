@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2_input.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <random>
+
+#include "fake_camera.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class RememberingDiagnostics final : public Diagnostics {
+public:
+    void report(std::string_view device, std::string_view reason) noexcept override {
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(std::string(device) + ": " + std::string(reason));
+        changed_.notify_all();
+    }
+
+    bool waitForLines(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [&] { return lines_.size() >= count; });
+    }
+    std::vector<std::string> lines() {
+        const std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    std::mutex mutex_; // guards lines_
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
+};
+
+class RememberingSink final : public FrameSink {
+public:
+    void consume(const SampleBuffer& sample) override {
+        const std::lock_guard lock(mutex_);
+        last_ = sample;
+        times_.push_back(sample.presentationTimeStamp.value);
+        changed_.notify_all();
+    }
+
+    bool waitForFrames(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [&] { return times_.size() >= count; });
+    }
+    std::vector<std::int64_t> times() {
+        const std::lock_guard lock(mutex_);
+        return times_;
+    }
+    SampleBuffer last() {
+        const std::lock_guard lock(mutex_);
+        return last_;
+    }
+
+private:
+    std::mutex mutex_; // guards the rest
+    std::condition_variable changed_;
+    SampleBuffer last_;
+    std::vector<std::int64_t> times_;
+};
+
+// Long where a test must not see it end, short where it waits for the end.
+constexpr V4l2Patience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr V4l2Patience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
+
+const Bytes wholeFrame(1024, 0x80);
+
+class V4l2InputTest : public testing::Test {
+protected:
+    V4l2Input& start(const V4l2Patience& patience = patient, const CaptureFormatRequest& request = {}) {
+        input = std::make_unique<V4l2Input>(
+            nullptr, V4l2InputSetup{"/dev/fake", camera, diagnostics, request, patience});
+        input->start(sink);
+        return *input;
+    }
+
+    // Everything that was taken was given back.
+    void expectTidy() {
+        const auto counts = camera.counts();
+        EXPECT_EQ(counts.opened, counts.closed);
+        EXPECT_EQ(counts.streamOn, counts.streamOff);
+        EXPECT_EQ(counts.mapped, 0);
+        EXPECT_EQ(counts.buffers, 0);
+    }
+
+    FakeCamera camera;
+    RememberingDiagnostics diagnostics;
+    RememberingSink sink;
+    std::unique_ptr<V4l2Input> input;
+};
+
+TEST_F(V4l2InputTest, DeliversPicturesWithTheDriversTime) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    const auto before = std::chrono::steady_clock::now().time_since_epoch();
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    const SampleBuffer sample = sink.last();
+    ASSERT_TRUE(sample.imageBuffer);
+    EXPECT_EQ(sample.imageBuffer->width(), 32U);
+    EXPECT_EQ(sample.imageBuffer->height(), 16U);
+    const std::chrono::nanoseconds time(sample.presentationTimeStamp.value);
+    EXPECT_EQ(time.count() % 1000, 0) << "a driver's stamp counts microseconds";
+    EXPECT_LT(std::chrono::abs(time - before), 1s);
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, SetsTheChosenFormatAndRate) {
+    camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}, {{1, 15}, {1, 15}}}},
+                  {fourcc::yuyv, {32, 16}, {{{1, 30}, {1, 30}}}}});
+    start(patient, {{}, 15.0, {}});
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().width, 64U);
+    EXPECT_EQ(camera.format().pixelformat, fourcc::yuyv);
+    EXPECT_EQ(camera.interval().denominator, 15U);
+}
+
+TEST_F(V4l2InputTest, GivesBuffersBackSoThatTheStreamGoesOn) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    for (std::size_t count = 1; count <= 40; ++count) {
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(count));
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(sink.times()));
+}
+
+TEST_F(V4l2InputTest, DropsDamagedShortAndEmptyFrames) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR));
+    ASSERT_TRUE(camera.deliver(Bytes(wholeFrame.size() - 1)));
+    ASSERT_TRUE(camera.deliver({}));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    input->stop();
+    EXPECT_EQ(sink.times().size(), 1U);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, SaysOnceThatEveryFrameIsDamaged) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    for (int i = 0; i < 100; ++i)
+        while (!camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR))
+            std::this_thread::yield();
+    while (!camera.deliver(wholeFrame))
+        std::this_thread::yield();
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("damaged")));
+}
+
+TEST_F(V4l2InputTest, ReplacesAStampOfAnotherTime) {
+    camera.stamp({12, 0});
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(2));
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    EXPECT_LT(std::chrono::abs(now - std::chrono::nanoseconds(sink.times().front())), 5s);
+    EXPECT_LT(sink.times()[0], sink.times()[1]);
+}
+
+TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    const int before = camera.counts().requests;
+    camera.vanish();
+    ASSERT_TRUE(camera.waitForClosed(1));
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1) << "nothing to come back to";
+    EXPECT_LE(camera.counts().requests - before, 6) << "no busy loop";
+    EXPECT_EQ(camera.counts().mapped, 0);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+    camera.vanish();
+    start();
+    ASSERT_TRUE(camera.waitForOpened(1));
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.breakQueue();
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Input/output error")));
+}
+
+TEST_F(V4l2InputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
+    start(impatient);
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    ASSERT_TRUE(camera.waitForStreamOn(4));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no frame came")));
+    while (!camera.deliver(wholeFrame)) // between two runs it does not stream
+        std::this_thread::yield();
+    EXPECT_TRUE(sink.waitForFrames(2));
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, FramesThatAreAllDamagedCountAsSilence) {
+    start(impatient);
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    while (camera.counts().streamOn < 2) {
+        camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR);
+        std::this_thread::yield();
+    }
+    EXPECT_THAT(sink.times(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
+    for (const unsigned long request : {VIDIOC_S_FMT, VIDIOC_REQBUFS, VIDIOC_STREAMON})
+        camera.failNext(request, EBUSY, 3);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_EQ(camera.counts().opened, 10);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("another program")));
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {
+    camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}},
+                  {fourcc::uyvy, {64, 48}, {{{1, 30}, {1, 30}}}},
+                  {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
+    camera.failNext(VIDIOC_STREAMON, ENOSPC);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().pixelformat, fourcc::mjpeg) << "UYVY is as heavy as YUYV";
+    ASSERT_TRUE(camera.deliver(noisyJpeg(64, 48)));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ABusTooFullForAllIsTriedAgain) {
+    camera.failNext(VIDIOC_STREAMON, ENOSPC, 3);
+    start();
+    EXPECT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no room")));
+}
+
+TEST_F(V4l2InputTest, RightsThatComeLateAreWaitedFor) {
+    camera.failNext(0, EACCES, 4);
+    start();
+    EXPECT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, RightsThatNeverComeEndTheInputWithOneLine) {
+    camera.failNext(0, EACCES, 1000);
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    input->stop();
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("permission")));
+    EXPECT_EQ(camera.counts().opened, 6) << "5 ms of patience, a try each";
+}
+
+TEST_F(V4l2InputTest, ACameraWithoutAFormatForUsSaysSo) {
+    camera.offer({{makeFourcc('H', '2', '6', '4'), {64, 48}, {}}});
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("Protocol not supported"));
+}
+
+TEST_F(V4l2InputTest, MayBeStoppedAndStartedAgain) {
+    start();
+    for (int run = 1; run <= 5; ++run) {
+        ASSERT_TRUE(camera.waitForStreamOn(run));
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(std::size_t(run)));
+        input->stop();
+        input->stop();
+        expectTidy();
+        input->start(sink);
+        input->start(sink);
+    }
+}
+
+TEST_F(V4l2InputTest, NoFrameComesAfterStop) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.deliver(wholeFrame);
+    camera.deliver(wholeFrame);
+    input->stop();
+    const auto count = sink.times().size();
+    EXPECT_FALSE(camera.deliver(wholeFrame));
+    EXPECT_EQ(sink.times().size(), count);
+}
+
+TEST_F(V4l2InputTest, MayBeStoppedAtAnyMoment) {
+    std::minstd_rand random(3);
+    start(impatient);
+    for (int round = 0; round < 150; ++round) {
+        switch (random() % 5) {
+            case 0:
+                camera.failNext(VIDIOC_S_FMT, EBUSY, 2);
+                break;
+            case 1:
+                camera.failNext(VIDIOC_DQBUF, EIO);
+                break;
+            case 2:
+                camera.failNext(0, EACCES, 2);
+                break;
+            case 3:
+                camera.failNext(VIDIOC_STREAMON, ENOSPC, 2);
+                break;
+            default:
+                break;
+        }
+        for (auto i = random() % 40; i > 0; --i) {
+            camera.deliver(wholeFrame, random() % 3 == 0 ? V4L2_BUF_FLAG_ERROR : 0);
+            std::this_thread::yield();
+        }
+        input->stop();
+        expectTidy();
+        input->start(sink);
+    }
+    input.reset();
+    expectTidy();
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2_retry_policy.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(V4l2RetryPolicy, EndsWhenStoppedOrUnpluggedWithoutAWord) {
+    V4l2RetryPolicy policy({});
+    for (const StreamEnd end : {StreamEnd::stopped, StreamEnd::gone}) {
+        EXPECT_FALSE(policy.after(end).wait);
+        EXPECT_FALSE(policy.after(end).report);
+    }
+}
+
+TEST(V4l2RetryPolicy, AsksABusyCameraEverySecondAndSaysSoOnce) {
+    V4l2RetryPolicy policy({});
+    EXPECT_TRUE(policy.after(StreamEnd::busy).report);
+    for (int i = 0; i < 100; ++i) {
+        const auto decision = policy.after(StreamEnd::busy);
+        EXPECT_EQ(decision.wait, 1s);
+        EXPECT_FALSE(decision.report);
+    }
+}
+
+TEST(V4l2RetryPolicy, BacksOffFromAStreamThatKeepsFailing) {
+    V4l2RetryPolicy policy({});
+    for (const auto expected : {250ms, 500ms, 1000ms, 2000ms, 4000ms, 8000ms, 8000ms})
+        EXPECT_EQ(policy.after(StreamEnd::silent).wait, expected);
+}
+
+TEST(V4l2RetryPolicy, AFrameForgivesAll) {
+    V4l2RetryPolicy policy({});
+    policy.after(StreamEnd::failed);
+    policy.after(StreamEnd::failed);
+    policy.frameCame();
+    const auto decision = policy.after(StreamEnd::failed);
+    EXPECT_EQ(decision.wait, 250ms);
+    EXPECT_TRUE(decision.report);
+}
+
+TEST(V4l2RetryPolicy, ReportsEachNewKindOfFailure) {
+    V4l2RetryPolicy policy({});
+    EXPECT_TRUE(policy.after(StreamEnd::failed).report);
+    EXPECT_TRUE(policy.after(StreamEnd::busFull).report);
+    EXPECT_FALSE(policy.after(StreamEnd::busFull).report);
+}
+
+TEST(V4l2RetryPolicy, WaitsFiveSecondsForRights) {
+    V4l2RetryPolicy policy({});
+    std::chrono::milliseconds waited{0};
+    for (;;) {
+        const auto decision = policy.after(StreamEnd::denied);
+        if (!decision.wait) {
+            EXPECT_TRUE(decision.report);
+            break;
+        }
+        EXPECT_FALSE(decision.report);
+        waited += *decision.wait;
+        ASSERT_LE(waited, 5s);
+    }
+    EXPECT_EQ(waited, 5s);
+}
+
+TEST(V4l2RetryPolicy, KnowsTheErrnosOfTheKernel) {
+    EXPECT_EQ(streamEndOf(ENODEV), StreamEnd::gone);
+    EXPECT_EQ(streamEndOf(ENOENT), StreamEnd::gone);
+    EXPECT_EQ(streamEndOf(EBUSY), StreamEnd::busy);
+    EXPECT_EQ(streamEndOf(EACCES), StreamEnd::denied);
+    EXPECT_EQ(streamEndOf(ENOSPC), StreamEnd::busFull);
+    EXPECT_EQ(streamEndOf(EIO), StreamEnd::failed);
+}
+
+} // namespace
+} // namespace tavelo

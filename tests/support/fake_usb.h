@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: MIT
+// A scripted USB bus: cameras that answer as told and remember every request.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <ostream>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "platform/usb_platform.h"
+
+namespace tavelo {
+
+/// A request as it reached a camera.
+struct FakeUsbRequest {
+    std::uint8_t bmRequestType = 0;
+    std::uint8_t bRequest = 0;
+    std::uint16_t wValue = 0;
+    std::uint16_t wIndex = 0;
+    std::uint16_t wLength = 0;
+    std::vector<std::uint8_t> data; ///< of a write what was sent, of a read the buffer before the answer
+
+    std::uint8_t selector() const { return static_cast<std::uint8_t>(wValue >> 8); }
+    std::uint8_t entity() const { return static_cast<std::uint8_t>(wIndex >> 8); }
+
+    friend bool operator==(const FakeUsbRequest&, const FakeUsbRequest&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const FakeUsbRequest& request) {
+        out << std::hex << "{type " << +request.bmRequestType << " code " << +request.bRequest << " value "
+            << request.wValue << " index " << request.wIndex << " length " << request.wLength << " data";
+        for (const std::uint8_t byte : request.data)
+            out << ' ' << +byte;
+        return out << '}' << std::dec;
+    }
+};
+
+/// What a camera answers for one control; an empty answer is a stall.
+struct FakeUvcControl {
+    using Bytes = std::vector<std::uint8_t>;
+
+    Bytes cur;
+    Bytes min;
+    Bytes max;
+    Bytes def;
+    Bytes info{0x03};
+};
+
+/// The far end of a control pipe.  Thread-safe.  A read of what is not scripted stalls, a write is taken and
+/// becomes the current value.
+class FakeUvcCamera {
+public:
+    explicit FakeUvcCamera(std::uint8_t interfaceNumber = 0) : interfaceNumber_(interfaceNumber) {}
+
+    std::uint8_t interfaceNumber() const {
+        if (interfaceNumberAsked) interfaceNumberAsked();
+        return interfaceNumber_;
+    }
+
+    /// Called whenever somebody asks for the number; set it before any other thread uses the camera.
+    std::function<void()> interfaceNumberAsked;
+
+    void setControl(std::uint8_t entity, std::uint8_t selector, FakeUvcControl control) {
+        const std::lock_guard lock(mutex_);
+        controls_[{entity, selector}] = std::move(control);
+    }
+
+    /// Every request of this code to this control ends with `status`; success lifts it.
+    void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, UsbStatus status) {
+        const std::lock_guard lock(mutex_);
+        failures_[{entity, selector, code}] = status;
+    }
+
+    std::vector<FakeUsbRequest> requests() const {
+        const std::lock_guard lock(mutex_);
+        return requests_;
+    }
+
+    std::vector<FakeUsbRequest> writes() const {
+        std::vector<FakeUsbRequest> found = requests();
+        std::erase_if(found, [](const FakeUsbRequest& request) { return request.bRequest != setCur; });
+        return found;
+    }
+
+    void forgetRequests() {
+        const std::lock_guard lock(mutex_);
+        requests_.clear();
+    }
+
+    UsbStatus answer(UsbControlRequest& request) {
+        const std::lock_guard lock(mutex_);
+        const auto payload = request.payload();
+        const FakeUsbRequest& arrived = requests_.emplace_back(
+            FakeUsbRequest{request.bmRequestType, request.bRequest, request.wValue, request.wIndex,
+                           request.wLength, std::vector<std::uint8_t>(payload.begin(), payload.end())});
+
+        const auto failure = failures_.find({arrived.entity(), arrived.selector(), arrived.bRequest});
+        if (failure != failures_.end() && failure->second != UsbStatus::success) return failure->second;
+
+        const auto control = controls_.find({arrived.entity(), arrived.selector()});
+        if (arrived.bRequest == setCur) {
+            if (control != controls_.end()) control->second.cur = arrived.data;
+            request.bytesDone = request.wLength;
+        } else if (control != controls_.end()) {
+            const FakeUvcControl::Bytes& bytes = bytesOf(control->second, arrived.bRequest);
+            const std::size_t count = std::min<std::size_t>(bytes.size(), request.wLength);
+            std::copy_n(bytes.begin(), count, request.data);
+            request.bytesDone = static_cast<std::uint32_t>(count);
+        }
+        return UsbStatus::success;
+    }
+
+    static constexpr std::uint8_t setCur = 0x01;
+    static constexpr std::uint8_t getCur = 0x81;
+    static constexpr std::uint8_t getMin = 0x82;
+    static constexpr std::uint8_t getMax = 0x83;
+    static constexpr std::uint8_t getInfo = 0x86;
+    static constexpr std::uint8_t getDef = 0x87;
+
+private:
+    static const FakeUvcControl::Bytes& bytesOf(const FakeUvcControl& control, std::uint8_t code) {
+        static const FakeUvcControl::Bytes none;
+        switch (code) {
+            case getCur:
+                return control.cur;
+            case getMin:
+                return control.min;
+            case getMax:
+                return control.max;
+            case getDef:
+                return control.def;
+            case getInfo:
+                return control.info;
+            default:
+                return none;
+        }
+    }
+
+    const std::uint8_t interfaceNumber_;
+
+    mutable std::mutex mutex_; // guards everything below
+    std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl> controls_;
+    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UsbStatus> failures_;
+    std::vector<FakeUsbRequest> requests_;
+};
+
+/// One opening of a camera's control interface.
+class FakeUsbInterface : public UsbInterface {
+public:
+    explicit FakeUsbInterface(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
+
+    UsbStatus ControlRequest(UsbControlRequest& request) override {
+        return closed_ ? UsbStatus::notOpen : camera_->answer(request);
+    }
+    void USBInterfaceClose() override { closed_ = true; }
+    std::uint8_t GetInterfaceNumber() const override { return camera_->interfaceNumber(); }
+
+    bool isClosed() const { return closed_; }
+
+private:
+    const std::shared_ptr<FakeUvcCamera> camera_;
+    std::atomic<bool> closed_ = false;
+};
+
+/// Where the way from a listed device to its interface ends.
+enum class FakeUsbFault : std::uint8_t { none, noPlugIn, noDevice, noIterator, noInterface, notOpened };
+
+/// One device of the bus.
+struct FakeUsbDevice {
+    std::uint32_t locationID = 0;
+    /// One entry for each video-control interface.
+    std::vector<std::shared_ptr<FakeUvcCamera>> cameras;
+    FakeUsbFault fault = FakeUsbFault::none;
+    /// What the program last asked the device's iterator for.
+    std::optional<UsbInterfaceMatch> asked;
+    int plugInsMade = 0;
+};
+
+class FakeUsbInterfaceService : public UsbInterfaceService {
+public:
+    explicit FakeUsbInterfaceService(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
+
+    std::shared_ptr<UsbInterface> openInterface() override {
+        return camera_ ? std::make_shared<FakeUsbInterface>(camera_) : nullptr;
+    }
+
+private:
+    std::shared_ptr<FakeUvcCamera> camera_; // null where it cannot be opened
+};
+
+class FakeOpenedUsbDevice : public UsbDevice {
+public:
+    explicit FakeOpenedUsbDevice(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
+
+    std::uint32_t GetLocationID() const override { return device_->locationID; }
+
+    std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
+        const UsbInterfaceMatch& match) override {
+        device_->asked = match;
+        if (device_->fault == FakeUsbFault::noIterator) return std::nullopt;
+        std::vector<std::unique_ptr<UsbInterfaceService>> services;
+        if (device_->fault == FakeUsbFault::noInterface) return services;
+        bool fails = device_->fault == FakeUsbFault::notOpened; // the first only
+        for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras)
+            services.push_back(
+                std::make_unique<FakeUsbInterfaceService>(std::exchange(fails, false) ? nullptr : camera));
+        return services;
+    }
+
+private:
+    std::shared_ptr<FakeUsbDevice> device_;
+};
+
+class FakeUsbDevicePlugIn : public UsbDevicePlugIn {
+public:
+    explicit FakeUsbDevicePlugIn(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
+
+    std::unique_ptr<UsbDevice> QueryInterface() override {
+        if (device_->fault == FakeUsbFault::noDevice) return nullptr;
+        return std::make_unique<FakeOpenedUsbDevice>(device_);
+    }
+
+private:
+    std::shared_ptr<FakeUsbDevice> device_;
+};
+
+class FakeUsbDeviceService : public UsbDeviceService {
+public:
+    explicit FakeUsbDeviceService(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
+
+    std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() override {
+        ++device_->plugInsMade;
+        if (device_->fault == FakeUsbFault::noPlugIn) return nullptr;
+        return std::make_unique<FakeUsbDevicePlugIn>(device_);
+    }
+
+private:
+    std::shared_ptr<FakeUsbDevice> device_;
+};
+
+/// What a prober was asked, kept longer than the prober.
+struct FakeProberLog {
+    int scope = -1;
+    BusProberDelegate* delegate = nullptr;
+    std::vector<bool> refreshes; ///< the argument of each refreshData()
+};
+
+/// The bus and what its prober finds there; both may be changed at any time.
+class FakeUsbPlatform : public UsbPlatform {
+public:
+    using Records = std::vector<std::shared_ptr<const BusProberDevice>>;
+
+    std::unique_ptr<BusProber> initBusProber(int scope, BusProberDelegate* delegate) override {
+        proberLog.scope = scope;
+        proberLog.delegate = delegate;
+        return std::make_unique<Prober>(*this);
+    }
+
+    std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() override {
+        ++walks;
+        std::vector<std::unique_ptr<UsbDeviceService>> services;
+        for (const std::shared_ptr<FakeUsbDevice>& device : devices)
+            services.push_back(std::make_unique<FakeUsbDeviceService>(device));
+        return services;
+    }
+
+    /// Plugs in a device with one control interface; the prober sees it at its next refresh.
+    std::shared_ptr<FakeUsbDevice> plugIn(BusProberDevice record, std::shared_ptr<FakeUvcCamera> camera) {
+        records.push_back(std::make_shared<BusProberDevice>(record));
+        auto device = std::make_shared<FakeUsbDevice>();
+        device->locationID = record.locationID;
+        device->cameras.push_back(std::move(camera));
+        return devices.emplace_back(std::move(device));
+    }
+
+    Records records;
+    std::vector<std::shared_ptr<FakeUsbDevice>> devices;
+    FakeProberLog proberLog;
+    int walks = 0;
+
+private:
+    class Prober : public BusProber {
+    public:
+        explicit Prober(FakeUsbPlatform& platform) : platform_(platform) {}
+
+        void refreshData(bool notify) override {
+            platform_.proberLog.refreshes.push_back(notify);
+            const bool changed = found_ != platform_.records;
+            found_ = platform_.records;
+            if (notify && changed && platform_.proberLog.delegate != nullptr)
+                platform_.proberLog.delegate->busProberInformationDidChange();
+        }
+        const Records& devicesArray() const override { return found_; }
+
+    private:
+        FakeUsbPlatform& platform_;
+        Records found_;
+    };
+};
+
+} // namespace tavelo

@@ -1,0 +1,200 @@
+# SPDX-License-Identifier: MIT
+"""The panel on a real kernel: a camera's picture, a slider that moves the camera, plugs pulled and put back."""
+import contextlib
+import subprocess
+
+from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel
+from rig.screen import Screen
+from rig.virtual_cameras import VirtualCameras, entities
+
+SIZE = (320, 240)  # small, since the guest's processor is an emulated one
+
+# The four patches in the corners of the virtual camera's picture, by the channels that are full.
+CORNERS = {"top left": (1, 0, 0), "top right": (0, 1, 0), "bottom left": (0, 0, 1), "bottom right": (1, 1, 0)}
+
+
+class Stage:
+    def __init__(self, programs, out):
+        self.programs = programs
+        self.out = out
+        self.screen = Screen()
+        self.cameras = VirtualCameras(programs, out)
+        self.unit = None
+        self.panel = None
+
+    def open_panel(self):
+        self.panel = Panel(self.programs, self.screen, self.out,
+                           ["--size", "x".join(map(str, SIZE)), "--format", "YUYV"])
+
+    def corners(self):
+        """The mean colours of the four patches as the preview shows them."""
+        x, y, width, height = picture_in_preview()
+        near, patch = 5, 6
+        left, right = x + near, x + width - near - patch
+        top, bottom = y + near, y + height - near - patch
+        places = {"top left": (left, top), "top right": (right, top),
+                  "bottom left": (left, bottom), "bottom right": (right, bottom)}
+        return {name: self.panel.mean((*place, patch, patch)) for name, place in places.items()}
+
+    def picture_is_right(self):
+        """Whether each corner shows its own colour: neither mirrored nor upside down, and no bars over it."""
+        corners = self.corners()
+        for name, channels in CORNERS.items():
+            full = [value for value, wanted in zip(corners[name], channels) if wanted]
+            empty = [value for value, wanted in zip(corners[name], channels) if not wanted]
+            if min(full) < max(empty) + 50:
+                return False
+        return True
+
+    def drag_brightness(self, start, end):
+        """Drags the slider between two parts of its way, 0 to 1."""
+        x, y, width, height = BRIGHTNESS_SLIDER
+        knob = height / 2
+
+        def point(part):
+            return round(x + knob + part * (width - height)), round(y + knob)
+
+        self.panel.drag(point(start), point(end))
+
+
+@contextlib.contextmanager
+def stage(programs, out):
+    stage = Stage(programs, out)
+    try:
+        yield stage
+    finally:
+        if stage.panel and stage.panel.alive():
+            stage.panel.save_picture("panel-at-the-end")
+            stage.panel.kill()
+        stage.cameras.close()
+        stage.screen.close()
+
+
+def picture_in_preview():
+    """The picture keeps its shape inside the preview; bars fill the rest."""
+    x, y, width, height = PREVIEW
+    scale = min(width / SIZE[0], height / SIZE[1])
+    shown = round(SIZE[0] * scale), round(SIZE[1] * scale)
+    return x + (width - shown[0]) // 2, y + (height - shown[1]) // 2, *shown
+
+
+def an_unknown_option_ends_with_status_2_and_no_window(stage):
+    result = subprocess.run([f"{stage.programs}/tavelo-control-panel", "--brightnes"], capture_output=True, text=True,
+                            timeout=60)
+    assert result.returncode == 2, f"status {result.returncode}"
+    assert "--brightnes" in result.stderr and "--help" in result.stderr, result.stderr
+
+
+def without_a_camera_the_panel_opens_with_its_controls_disabled(stage):
+    stage.open_panel()
+    stage.panel.wait_for("the window to be drawn", lambda: stage.panel.pixel(300, 20) != (0, 0, 0))
+    assert not stage.panel.controls_enabled()
+    assert stage.panel.preview_is_black()
+
+
+def a_camera_plugged_in_shows_its_picture(stage):
+    node = stage.cameras.plug(1)
+    stage.unit = entities(node)[1]
+    stage.panel.wait_for("the four corners of the camera's picture", stage.picture_is_right, seconds=120)
+    stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled)
+    stage.panel.save_picture("panel-with-camera")
+
+
+def the_picture_moves(stage):
+    before = stage.panel.bytes(PREVIEW)
+    stage.panel.wait_for("another picture", lambda: stage.panel.bytes(PREVIEW) != before)
+
+
+def a_dragged_slider_moves_the_value_in_the_camera(stage):
+    low, high = stage.cameras.limits(1, "brightness")
+    for start, end, expected in ((0.5, 1, high), (1, 0, low)):
+        stage.drag_brightness(start, end)
+        stage.panel.wait_for(f"brightness {expected} in the camera",
+                             lambda: stage.cameras.value(1, "brightness") == expected)
+    stage.drag_brightness(0, 0.75)
+    stage.panel.wait_for("brightness near three quarters in the camera",
+                         lambda: abs(stage.cameras.value(1, "brightness") - (low + 0.75 * (high - low)))
+                         <= 0.02 * (high - low))
+
+
+def the_request_carries_the_value_byte_for_byte(stage):
+    value = stage.cameras.value(1, "brightness")
+    request = stage.cameras.requests(1, request_type=0x21, request=0x01, selector=0x02, entity=stage.unit)[-1]
+    assert request.request == 0x01, request  # SET_CUR
+    assert request.interface == 0, request
+    assert request.length == 2, request
+    assert request.data == value.to_bytes(2, "little", signed=True), f"{request} is not {value}"
+    assert request.outcome == "ok", request
+
+
+def the_picture_follows_the_slider(stage):
+    low, _ = stage.cameras.limits(1, "brightness")
+    bright = sum(map(sum, stage.corners().values()))
+    stage.drag_brightness(0.75, 0)
+    stage.panel.wait_for("the lowest brightness", lambda: stage.cameras.value(1, "brightness") == low)
+    stage.panel.wait_for("a darker picture", lambda: sum(map(sum, stage.corners().values())) < bright - 200)
+    stage.drag_brightness(0, 0.5)
+    stage.panel.wait_for("the picture as it was", stage.picture_is_right)
+
+
+def an_unplugged_camera_leaves_a_black_preview_and_disabled_controls(stage):
+    stage.cameras.unplug(1)
+    stage.panel.wait_for("the controls to be disabled", lambda: not stage.panel.controls_enabled())
+    stage.panel.wait_for("a black preview", stage.panel.preview_is_black)
+
+
+def nothing_spins_once_the_camera_is_gone(stage):
+    share = stage.panel.processor_share()
+    assert share < 0.25, f"{share:.0%} of a processor"
+
+
+def a_camera_plugged_in_again_comes_back(stage):
+    stage.cameras.plug(1)
+    stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
+    stage.panel.wait_for("the camera's picture", stage.picture_is_right)
+    low, high = stage.cameras.limits(1, "brightness")
+    stage.drag_brightness(0.5, 1)
+    stage.panel.wait_for("the highest brightness", lambda: stage.cameras.value(1, "brightness") == high)
+    stage.drag_brightness(1, 0)
+    stage.panel.wait_for("the lowest brightness", lambda: stage.cameras.value(1, "brightness") == low)
+
+
+def a_camera_that_vanishes_while_it_streams_ends_quietly(stage):
+    stage.cameras.ask("vanish", 1)
+    stage.cameras.wait_until_gone(1)
+    stage.panel.wait_for("the controls to be disabled", lambda: not stage.panel.controls_enabled())
+    stage.panel.wait_for("a black preview", stage.panel.preview_is_black)
+    share = stage.panel.processor_share()
+    assert share < 0.25, f"{share:.0%} of a processor"
+
+
+def another_camera_takes_its_place(stage):
+    """The second camera has entity identifiers of its own, so requests must go where its descriptors say."""
+    terminal, unit = entities(stage.cameras.plug(2))
+    stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
+    assert unit != stage.unit
+    _, high = stage.cameras.limits(2, "brightness")
+    stage.drag_brightness(0.5, 1)
+    stage.panel.wait_for("the highest brightness", lambda: stage.cameras.value(2, "brightness") == high)
+    assert stage.cameras.requests(2, request_type=0x21, request=0x01, selector=0x02, entity=unit)
+
+
+def the_panel_ends_when_asked(stage):
+    assert stage.panel.quit() == 0
+
+
+CASES = [
+    an_unknown_option_ends_with_status_2_and_no_window,
+    without_a_camera_the_panel_opens_with_its_controls_disabled,
+    a_camera_plugged_in_shows_its_picture,
+    the_picture_moves,
+    a_dragged_slider_moves_the_value_in_the_camera,
+    the_request_carries_the_value_byte_for_byte,
+    the_picture_follows_the_slider,
+    an_unplugged_camera_leaves_a_black_preview_and_disabled_controls,
+    nothing_spins_once_the_camera_is_gone,
+    a_camera_plugged_in_again_comes_back,
+    a_camera_that_vanishes_while_it_streams_ends_quietly,
+    another_camera_takes_its_place,
+    the_panel_ends_when_asked,
+]

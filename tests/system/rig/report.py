@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: MIT
+"""Runs cases one after another and writes what came out, line by line, so that nothing is lost if the guest dies."""
+import contextlib
+import time
+import traceback
+
+
+class Skipped(Exception):
+    """Raised by a case that cannot run here, with the reason."""
+
+
+class Report:
+    def __init__(self, path):
+        self._file = open(path, "w", encoding="utf-8")
+        self._group = ""
+        self.failed = 0
+
+    def run(self, case, *arguments):
+        name = case.__name__
+        started = time.monotonic()
+        outcome = "passed"
+        try:
+            case(*arguments)
+        except Skipped as reason:
+            outcome = "skipped"
+            print(reason)
+        except Exception:  # a case may fail in any way, and the next one runs all the same
+            outcome = "failed"
+            traceback.print_exc()
+        self._write(outcome, name, time.monotonic() - started)
+
+    @contextlib.contextmanager
+    def group(self, name):
+        """Around cases that share a stage; a stage that does not stand is a failure of its own."""
+        self._group = name
+        try:
+            yield
+        except Exception:  # the next group runs all the same
+            traceback.print_exc()
+            self._write("failed", "stage", 0)
+
+    def _write(self, outcome, name, seconds):
+        self.failed += outcome == "failed"
+        name = f"{self._group}/{name}"
+        print(f"{outcome} {name} ({seconds:.1f} s)", flush=True)
+        self._file.write(f"{outcome} {name}\n")
+        self._file.flush()

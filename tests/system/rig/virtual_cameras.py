@@ -1,0 +1,173 @@
+# SPDX-License-Identifier: MIT
+"""The server of virtual cameras, and the cable between it and the guest's kernel."""
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import typing
+
+from rig.waiting import wait_until
+
+SOCKET = "/run/virtual-cameras"
+
+
+class Request(typing.NamedTuple):
+    """One class request as the camera saw it."""
+    camera: int
+    request_type: int
+    request: int
+    value: int
+    index: int
+    length: int
+    data: bytes
+    outcome: str
+
+    @property
+    def selector(self):
+        return self.value >> 8
+
+    @property
+    def entity(self):
+        return self.index >> 8
+
+    @property
+    def interface(self):
+        return self.index & 0xFF
+
+    @classmethod
+    def parse(cls, line):
+        _, camera, kind, request, value, index, length, data, outcome = line.split()
+        return cls(int(camera), int(kind, 16), int(request, 16), int(value, 16), int(index, 16), int(length),
+                   bytes.fromhex(data.strip("-")), outcome)
+
+
+class VirtualCameras:
+    """`tavelo-virtual-camera`: the firmware's side of everything."""
+
+    def __init__(self, programs, out, cameras=2, options=()):
+        self._log = f"{out}/requests.log"
+        self._output = open(f"{out}/virtual-camera.log", "ab")
+        self._server = subprocess.Popen(
+            [f"{programs}/tavelo-virtual-camera", "--cameras", str(cameras), "--log", self._log,
+             "--control", SOCKET, *options],
+            stdout=self._output, stderr=subprocess.STDOUT,
+        )
+        self._nodes = {}
+        wait_until("the virtual cameras answer", self._answers)
+
+    def close(self):
+        """Ends the server; returns its exit status."""
+        self._server.terminate()
+        self._output.close()
+        return self._server.wait(timeout=60)
+
+    def _answers(self):
+        if self._server.poll() is not None:
+            raise RuntimeError(f"tavelo-virtual-camera ended with status {self._server.returncode}")
+        try:
+            self.ask("status", 1)
+        except OSError:
+            return False
+        return True
+
+    # ---------------------------------------------------------------- the firmware
+
+    def ask(self, *words):
+        """One order; returns the words of its answer."""
+        order = " ".join(str(word) for word in words)
+        with socket.socket(socket.AF_UNIX) as connection:
+            connection.settimeout(60)
+            connection.connect(SOCKET)
+            connection.sendall((order + "\n").encode())
+            with connection.makefile() as answers:
+                answer = answers.readline().split()
+        if not answer or answer[0] != "ok":
+            raise RuntimeError(f"{order}: {' '.join(answer)}")
+        return answer[1:]
+
+    def value(self, camera, control):
+        return int(self.ask("get", camera, control)[0])
+
+    def limits(self, camera, control):
+        """(minimum, maximum)"""
+        minimum, maximum, *_ = self.ask("limits", camera, control)
+        return int(minimum), int(maximum)
+
+    def streams(self, camera):
+        """What the camera streams, as in "YUYV 320x240", or nothing."""
+        return " ".join(self.ask("status", camera)[1:])
+
+    def requests(self, camera, **wanted):
+        """The class requests that a camera saw, the oldest first; fields of Request pick some."""
+        with open(self._log, encoding="ascii") as file:
+            requests = [Request.parse(line) for line in file if line.endswith("\n")]
+        return [request for request in requests
+                if request.camera == camera and all(getattr(request, name) == value for name, value in wanted.items())]
+
+    # ---------------------------------------------------------------- the cable
+
+    def plug(self, camera):
+        """Attaches camera 1, 2, ... and returns its capture node once the device manager has made it."""
+        before = capture_nodes()
+        subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
+                       capture_output=True, timeout=120)
+        node = wait_until("a capture node for the camera", lambda: capture_nodes() - before).pop()
+        subprocess.run(["udevadm", "settle", "--timeout=60"], check=True, timeout=90)
+        self._nodes[camera] = node
+        return node
+
+    def unplug(self, camera):
+        """Detaches the camera and returns once its node is gone."""
+        subprocess.run(["usbip", "detach", "-p", hub_port_of(camera)], check=True, capture_output=True, timeout=120)
+        self.wait_until_gone(camera)
+
+    def unplug_all(self):
+        for camera in list(self._nodes):
+            self.unplug(camera)
+
+    def wait_until_gone(self, camera):
+        node = self._nodes.pop(camera)
+        wait_until(f"{node} to go", lambda: not os.path.exists(node))
+
+
+def imported():
+    """(hub port, camera) of what is attached."""
+    text = subprocess.run(["usbip", "port"], check=True, capture_output=True, text=True, timeout=60).stdout
+    return re.findall(r"^Port (\d+):.*?usbip://[^\n]*/1-(\d+)$", text, re.MULTILINE | re.DOTALL)
+
+
+def hub_port_of(camera):
+    return next(port for port, number in imported() if number == str(camera))
+
+
+def usb_device_of(node):
+    """The USB device's folder of a video node."""
+    return pathlib.Path(f"/sys/class/video4linux/{pathlib.Path(node).name}/device").resolve().parent
+
+
+def capture_nodes():
+    """The nodes that capture; each camera also has one for metadata."""
+    found = set()
+    for folder in pathlib.Path("/sys/class/video4linux").glob("video*"):
+        try:
+            node = f"/dev/{folder.name}"
+            if (folder / "index").read_text().strip() == "0" and os.path.exists(node):
+                found.add(node)
+        except OSError:
+            pass  # it went while we looked
+    return found
+
+
+def entities(node):
+    """(camera terminal, processing unit) as the descriptors of a node's device number them."""
+    data = (usb_device_of(node) / "descriptors").read_bytes()
+    terminal = unit = at = 0
+    while at + 2 < len(data) and data[at]:
+        kind, subtype = data[at + 1:at + 3]
+        if kind == 0x24 and subtype == 0x02 and data[at + 4:at + 6] == b"\x01\x02":
+            terminal = data[at + 3]
+        elif kind == 0x24 and subtype == 0x05 and not unit:
+            unit = data[at + 3]
+        at += data[at]
+    return terminal, unit

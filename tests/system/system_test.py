@@ -1,0 +1,33 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""The system test's guest side: runs groups of cases in order; in a group each case stands on the ones before.
+
+Usage: system_test.py OUTPUT-FOLDER [GROUP...]
+"""
+import pathlib
+import sys
+
+import driver_cases
+import panel_cases
+from rig.report import Report
+
+PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
+GROUPS = {
+    "driver": (driver_cases.stage, driver_cases.CASES),
+    "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
+    "panel": (panel_cases.stage, panel_cases.CASES),
+}
+
+
+def main(out, *names):
+    report = Report(f"{out}/cases.txt")
+    for name in names or GROUPS:
+        set_up, cases = GROUPS[name]
+        with report.group(name), set_up(PROGRAMS, out) as stage:
+            for case in cases:
+                report.run(case, stage)
+    return 1 if report.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "uvc/manager_test.h"
+
+namespace tavelo {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class SilentDelegate : public BusProberDelegate {
+public:
+    void busProberInformationDidChange() override {}
+};
+
+class BindingTest : public ManagerTest {
+protected:
+    /// A camera at a place of the bus, listed after those that are there.
+    std::shared_ptr<FakeUvcCamera> plugInAt(std::uint32_t locationID, std::uint8_t number = 0) {
+        BusProberDevice record = everyControl();
+        record.locationID = locationID;
+        auto other = std::make_shared<FakeUvcCamera>(number);
+        platform.plugIn(record, other);
+        manager->prober()->refreshData(false);
+        return other;
+    }
+
+    void expectUnbound() {
+        EXPECT_EQ(manager->device(), nullptr);
+        EXPECT_EQ(manager->interface(), nullptr);
+    }
+};
+
+TEST_F(BindingTest, ProberIsMadeWithScopeAndObserverAndRefreshedOnce) {
+    SilentDelegate delegate;
+    platform.proberLog = {};
+    manager->initProberWithBusProberScopeProberDelegate(2, &delegate);
+    EXPECT_NE(manager->prober(), nullptr);
+    EXPECT_EQ(platform.proberLog.scope, 2);
+    EXPECT_EQ(platform.proberLog.delegate, &delegate);
+    EXPECT_THAT(platform.proberLog.refreshes, ElementsAre(false));
+}
+
+TEST_F(BindingTest, EightDigitLocationIsFound) {
+    EXPECT_TRUE(manager->uniqueIDIsCorrect("0x142000001bcf2b90"));
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString("0x142000001bcf2b90"));
+    EXPECT_EQ(manager->deviceLocationID(), 0x14200000U);
+    EXPECT_EQ(manager->device(), platform.records.front());
+}
+
+TEST_F(BindingTest, SevenDigitLocationIsFoundInTheSecondReading) {
+    const auto other = plugInAt(0x1420000);
+    const char* sevenDigits = "0x14200001bcf2b90"; // eight digits read 0x14200001
+    EXPECT_TRUE(manager->uniqueIDIsCorrect(sevenDigits));
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(sevenDigits));
+    EXPECT_EQ(manager->deviceLocationID(), 0x1420000U);
+    EXPECT_THAT(other->requests(), testing::Not(IsEmpty()));
+    EXPECT_THAT(camera->requests(), IsEmpty());
+}
+
+TEST_F(BindingTest, SevenDigitLocationYieldsToARecordEqualToTheEightDigitReading) {
+    platform.records.clear();
+    platform.devices.clear();
+    plugInAt(0x14200001);
+    plugInAt(0x1420000);
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString("0x14200001bcf2b90"));
+    EXPECT_EQ(manager->deviceLocationID(), 0x14200001U);
+}
+
+TEST_F(BindingTest, SixDigitLocationIsFoundInTheThirdReading) {
+    plugInAt(0x142000);
+    const char* sixDigits = "0x1420001bcf2b90";
+    EXPECT_TRUE(manager->uniqueIDIsCorrect(sixDigits));
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(sixDigits));
+    EXPECT_EQ(manager->deviceLocationID(), 0x142000U);
+}
+
+TEST_F(BindingTest, UniqueIDWithoutLocationIsRefused) {
+    platform.records.push_back(std::make_shared<BusProberDevice>()); // one at location 0
+    manager->prober()->refreshData(false);
+    for (const char* text : {"", "0x", "14200000", "0xcamera", "camera", "0x00000000"}) {
+        EXPECT_FALSE(manager->uniqueIDIsCorrect(text)) << text;
+        EXPECT_FALSE(manager->refreshDataWithUniqueIDString(text)) << text;
+    }
+    EXPECT_EQ(platform.walks, 0);
+}
+
+TEST_F(BindingTest, CameraThatTheProberDoesNotListIsRefusedBeforeTheBusIsAsked) {
+    platform.records.clear();
+    manager->prober()->refreshData(false);
+    EXPECT_FALSE(manager->uniqueIDIsCorrect(uniqueID));
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(platform.walks, 0);
+}
+
+TEST_F(BindingTest, FirstRecordOfTheProberWins) {
+    platform.records.clear();
+    platform.devices.clear();
+    plugInAt(0x1420000);
+    plugInAt(0x14200000);
+    ASSERT_TRUE(manager->refreshDataWithLocationID({0x14200000, 0x1420000, 0x142000}));
+    EXPECT_EQ(manager->device(), platform.records[0]);
+    EXPECT_EQ(manager->deviceLocationID(), 0x1420000U);
+}
+
+TEST_F(BindingTest, BindingTakesIdentifiersInterfaceAndNumber) {
+    bind();
+    EXPECT_EQ(manager->inputTerminalID(), terminal);
+    EXPECT_EQ(manager->processingUnitID(), unit);
+    EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
+    EXPECT_NE(manager->interface(), nullptr);
+    EXPECT_FALSE(manager->interfaceIsClosed());
+    for (const auto& record : manager->parametersArray())
+        EXPECT_TRUE(record->supported()) << record->string();
+}
+
+TEST_F(BindingTest, InterfaceIsNeverSeenWithTheLastCamerasNumber) {
+    bind();
+    const auto other = plugInAt(0x14300000, 9);
+    std::vector<std::int32_t> seen;
+    other->interfaceNumberAsked = [&] {
+        if (manager->interface() != nullptr) seen.push_back(manager->interfaceNumber());
+    };
+    EXPECT_TRUE(manager->refreshDataWithLocationID({0x14300000, 0, 0}));
+    EXPECT_THAT(seen, ElementsAre(9));
+}
+
+TEST_F(BindingTest, UnknownIdentifiersFallBackToOneAndTwo) {
+    bind(); // to a camera with others first
+    BusProberDevice record = everyControl();
+    record.terminalID = -1;
+    record.unitID = -1;
+    setRecord(record);
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(manager->inputTerminalID(), 1);
+    EXPECT_EQ(manager->processingUnitID(), 2);
+}
+
+TEST_F(BindingTest, VideoControlInterfacesAreAskedForWithAnyProtocolAndSetting) {
+    bind();
+    ASSERT_TRUE(device->asked);
+    EXPECT_EQ(device->asked->interfaceClass, 14);
+    EXPECT_EQ(device->asked->interfaceSubClass, 1);
+    EXPECT_EQ(device->asked->interfaceProtocol, 0xFFFF);
+    EXPECT_EQ(device->asked->alternateSetting, 0xFFFF);
+}
+
+TEST_F(BindingTest, OnlyTheFirstInterfaceIsTaken) {
+    const auto second = std::make_shared<FakeUvcCamera>(std::uint8_t{6});
+    device->cameras.push_back(second);
+    bind();
+    EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
+    device->fault = FakeUsbFault::notOpened; // the first one; the second would open
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(manager->interface(), nullptr);
+    EXPECT_THAT(second->requests(), IsEmpty());
+}
+
+TEST_F(BindingTest, CameraWithoutControlInterfaceIsBoundWithEveryControlUnsupported) {
+    for (const FakeUsbFault fault :
+         {FakeUsbFault::noIterator, FakeUsbFault::noInterface, FakeUsbFault::notOpened}) {
+        device->fault = FakeUsbFault::none;
+        bind();
+        device->fault = fault;
+        EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+        EXPECT_NE(manager->device(), nullptr);
+        EXPECT_EQ(manager->interface(), nullptr);
+        for (const auto& record : manager->parametersArray()) {
+            EXPECT_FALSE(record->supported());
+            EXPECT_EQ(record->val(), -1);
+        }
+        EXPECT_THAT(camera->requests(), IsEmpty());
+    }
+}
+
+TEST_F(BindingTest, DeviceThatMayNotBeTalkedToIsPassedOver) {
+    platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
+    platform.devices.front()->locationID = location;
+    platform.devices.front()->fault = FakeUsbFault::noPlugIn;
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(platform.devices.front()->plugInsMade, 1);
+    EXPECT_NE(manager->interface(), nullptr);
+}
+
+TEST_F(BindingTest, DeviceThatDoesNotAnswerEndsTheWalk) {
+    platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
+    platform.devices.front()->fault = FakeUsbFault::noDevice;
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(device->plugInsMade, 0);
+    EXPECT_EQ(manager->interface(), nullptr);
+}
+
+TEST_F(BindingTest, DevicesElsewhereOnTheBusArePassedOver) {
+    platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
+    platform.devices.front()->locationID = 0x14100000;
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_FALSE(platform.devices.front()->asked);
+    EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
+}
+
+TEST_F(BindingTest, CameraThatLeftTheBusGivesFalse) {
+    platform.devices.clear();
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(manager->interface(), nullptr);
+}
+
+TEST_F(BindingTest, FailedBindingLeavesTheManagerUnbound) {
+    bind();
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString("0x99900000"));
+    expectUnbound();
+    EXPECT_EQ(manager->inputTerminalID(), 1);
+    EXPECT_EQ(manager->processingUnitID(), 2);
+    Completion done;
+    manager->setBrightWithComplitionHandle(7, done.handle());
+    EXPECT_EQ(done.calls, 1);
+    EXPECT_FALSE(done.success);
+}
+
+TEST_F(BindingTest, RebindingDropsTheOldInterfaceWithoutClosingIt) {
+    bind();
+    const auto held = std::dynamic_pointer_cast<FakeUsbInterface>(manager->interface());
+    bind();
+    EXPECT_NE(manager->interface(), held);
+    EXPECT_FALSE(held->isClosed());
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(BindingTest, RebindingKeepsTheRecordsAndReadsThemAgain) {
+    bind();
+    const auto before = manager->parametersArray();
+    script(KTUVCControl::bright, 33, 50);
+    bind();
+    EXPECT_EQ(manager->parametersArray(), before);
+    EXPECT_EQ(manager->bright()->val(), 33);
+}
+
+TEST_F(BindingTest, BindingAgainOpensAnInterfaceThatAFailureClosed) {
+    bind();
+    fail(KTUVCControl::bright, FakeUvcCamera::setCur);
+    manager->setBrightWithComplitionHandle(7, {});
+    EXPECT_TRUE(manager->interfaceIsClosed());
+    bind();
+    EXPECT_FALSE(manager->interfaceIsClosed());
+    Completion done;
+    manager->setContrastWithComplitionHandle(7, done.handle());
+    EXPECT_TRUE(done.success);
+}
+
+TEST_F(BindingTest, ReleasedManagerHoldsNothingOfThePlatform) {
+    bind();
+    const std::weak_ptr<UsbInterface> interface = manager->interface();
+    manager->releasePlatform();
+    expectUnbound();
+    EXPECT_TRUE(interface.expired());
+    EXPECT_EQ(manager->prober(), nullptr);
+    EXPECT_FALSE(manager->uniqueIDIsCorrect(uniqueID));
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
+}
+
+TEST(BindingWithoutPlatform, NothingIsCorrectAndNothingBinds) {
+    KTUVCManager manager{KTUVCEnvironment{}};
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    EXPECT_EQ(manager.prober(), nullptr);
+    EXPECT_FALSE(manager.uniqueIDIsCorrect("0x14200000"));
+    EXPECT_FALSE(manager.refreshDataWithUniqueIDString("0x14200000"));
+}
+
+} // namespace
+} // namespace tavelo

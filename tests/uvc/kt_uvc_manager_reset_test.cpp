@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "uvc/keyed_archive.h"
+#include "uvc/manager_test.h"
+
+namespace tavelo {
+namespace {
+
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+
+class ResetTest : public ManagerTest {
+protected:
+    /// Every automatic control ends manual, so that every gate is open.
+    void SetUp() override {
+        ManagerTest::SetUp();
+        script(KTUVCControl::autoExposureMode, 2, 1);
+        for (const KTUVCControl control :
+             {KTUVCControl::autoFocus, KTUVCControl::autoHue, KTUVCControl::autoWhiteBalance})
+            script(control, 1, 0);
+        bind();
+    }
+
+    static std::vector<KTUVCControl> bulkOrder() {
+        using enum KTUVCControl;
+        return {scanningMode,
+                autoExposureMode,
+                autoExposurePriority,
+                exposureTime,
+                iris,
+                autoFocus,
+                focus,
+                zoom,
+                panTilt,
+                backlight,
+                bright,
+                contrast,
+                gain,
+                powerLine,
+                autoHue,
+                hue,
+                saturation,
+                sharpness,
+                gamma,
+                autoWhiteBalance,
+                whiteBalance};
+    }
+
+    /// What a write of each control's `value` looks like, in bulk order.
+    template <typename Value>
+    std::vector<FakeUsbRequest> bulkWrites(Value value) {
+        std::vector<FakeUsbRequest> writes;
+        for (const KTUVCControl control : bulkOrder())
+            writes.push_back(
+                writeOf(control, littleEndian(value(record(control)), controlRow(control).intendedSize)));
+        return writes;
+    }
+
+    bool wasWritten(KTUVCControl control) const {
+        const ControlRow& row = controlRow(control);
+        for (const FakeUsbRequest& write : camera->writes()) {
+            if (write.selector() == row.selector && write.entity() == entityOf(row)) return true;
+        }
+        return false;
+    }
+};
+
+TEST_F(ResetTest, EveryControlButRollGetsItsDefaultInOrder) {
+    manager->resetParamsToDefaults();
+    EXPECT_THAT(camera->requests(),
+                ElementsAreArray(bulkWrites([](const KTUVCParameters& r) { return r.def(); })));
+    for (const KTUVCControl control : bulkOrder())
+        EXPECT_EQ(record(control).val(), record(control).def()) << controlRow(control).text;
+}
+
+TEST_F(ResetTest, EveryControlButRollIsSentWithItsValueInOrder) {
+    manager->autoExposureMode()->setVal(1);
+    for (const auto& automatic : {manager->autoFocus(), manager->autoHue(), manager->autoWhiteBalance()})
+        automatic->setVal(0);
+    manager->panTilt()->setVal(0x00001C20FFFFF1F0);
+    const auto expected = bulkWrites([](const KTUVCParameters& r) { return r.val(); });
+    manager->sendParamsToDevice();
+    EXPECT_THAT(camera->requests(), ElementsAreArray(expected));
+}
+
+TEST_F(ResetTest, RollKeepsItsValueThroughBoth) {
+    manager->roll()->setVal(9);
+    manager->resetParamsToDefaults();
+    manager->sendParamsToDevice();
+    EXPECT_EQ(manager->roll()->val(), 9);
+    EXPECT_FALSE(wasWritten(KTUVCControl::roll));
+}
+
+TEST_F(ResetTest, AutomaticExposureByDefaultKeepsExposureTimeFromBeingWritten) {
+    script(KTUVCControl::autoExposureMode, 1, 2);
+    bind();
+    ASSERT_TRUE(manager->exposureTimeSupported()); // before the walk
+    manager->resetParamsToDefaults();
+    EXPECT_TRUE(wasWritten(KTUVCControl::autoExposureMode));
+    EXPECT_FALSE(wasWritten(KTUVCControl::exposureTime));
+    EXPECT_EQ(manager->exposureTime()->val(), 1);
+}
+
+TEST_F(ResetTest, AutomaticByDefaultKeepsItsManualControlFromBeingWritten) {
+    for (const KTUVCControl control :
+         {KTUVCControl::autoFocus, KTUVCControl::autoHue, KTUVCControl::autoWhiteBalance})
+        script(control, 0, 1);
+    bind();
+    manager->resetParamsToDefaults();
+    EXPECT_FALSE(wasWritten(KTUVCControl::focus));
+    EXPECT_FALSE(wasWritten(KTUVCControl::hue));
+    EXPECT_FALSE(wasWritten(KTUVCControl::whiteBalance));
+}
+
+TEST_F(ResetTest, OneCameraEndsWithAutomaticFocusOnAndFocusUnwritten) {
+    BusProberDevice special = everyControl();
+    special.vendorID = 0x1BCF;
+    special.productID = 0x28C4;
+    setRecord(special);
+    bind();
+    manager->resetParamsToDefaults();
+    EXPECT_EQ(manager->autoFocus()->def(), 0);
+    EXPECT_EQ(manager->autoFocus()->val(), 1);
+    EXPECT_FALSE(wasWritten(KTUVCControl::focus));
+    EXPECT_THAT(camera->writes(), testing::Contains(writeOf(KTUVCControl::autoFocus, {1})));
+}
+
+TEST_F(ResetTest, OtherProductsOfThatVendorGetTheirOwnFocusDefault) {
+    BusProberDevice other = everyControl();
+    other.vendorID = 0x1BCE;
+    other.productID = 0x28C4;
+    setRecord(other);
+    bind();
+    manager->resetParamsToDefaults();
+    EXPECT_EQ(manager->autoFocus()->val(), 0);
+    EXPECT_TRUE(wasWritten(KTUVCControl::focus));
+}
+
+TEST_F(ResetTest, OnlyTheLowByteOfTheAutoFocusDefaultDecides) {
+    KeyedArchive archive; // no camera gives a byte such a default
+    archive.encodeBool(true, "supported");
+    archive.encodeInt64(256, "def");
+    const auto record = std::make_shared<KTUVCParameters>(archive);
+    record->setControlInfo(manager->autoFocus()->controlInfo());
+    record->setActualSize(1);
+    manager->setAutoFocus(record);
+    manager->resetParamsToDefaults();
+    EXPECT_THAT(camera->writes(), testing::Contains(writeOf(KTUVCControl::autoFocus, {0})));
+    EXPECT_EQ(record->val(), 256);
+}
+
+TEST_F(ResetTest, CameraWithoutPanTiltIsNotAskedToMove) {
+    manager->panTilt()->setSupported(false);
+    manager->resetParamsToDefaults();
+    manager->sendParamsToDevice();
+    EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
+}
+
+TEST_F(ResetTest, PanTiltOfAnotherSizeKeepsItsValue) {
+    manager->panTilt()->setActualSize(4);
+    manager->panTilt()->setVal(77);
+    manager->resetParamsToDefaults();
+    EXPECT_EQ(manager->panTilt()->val(), 77);
+    EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
+    EXPECT_TRUE(wasWritten(KTUVCControl::whiteBalance)); // the walk went on
+}
+
+TEST_F(ResetTest, UnsupportedControlIsNeitherWrittenNorChanged) {
+    manager->gain()->setSupported(false);
+    manager->gain()->setVal(77);
+    manager->resetParamsToDefaults();
+    manager->sendParamsToDevice();
+    EXPECT_FALSE(wasWritten(KTUVCControl::gain));
+    EXPECT_EQ(manager->gain()->val(), 77);
+}
+
+TEST_F(ResetTest, RefusalDoesNotStopTheWalk) {
+    /// Refuses one control and goes on, as an interface that did not have to close would.
+    class Forgiving : public UsbInterface {
+    public:
+        UsbStatus ControlRequest(UsbControlRequest& request) override {
+            ++requests;
+            return request.wValue == 0x0200 && request.wIndex >> 8 == 5 ? UsbStatus::refused
+                                                                        : UsbStatus::success;
+        }
+        void USBInterfaceClose() override {}
+        std::uint8_t GetInterfaceNumber() const override { return interfaceNumber; }
+        std::size_t requests = 0;
+    };
+    const auto forgiving = std::make_shared<Forgiving>();
+    manager->setInterface(forgiving);
+    manager->resetParamsToDefaults();
+    EXPECT_EQ(forgiving->requests, bulkOrder().size());
+    EXPECT_EQ(manager->bright()->val(), 1);
+    EXPECT_EQ(manager->contrast()->val(), 50);
+}
+
+TEST_F(ResetTest, WithoutCameraEveryRecordKeepsItsValue) {
+    manager->setInterface(nullptr);
+    std::vector<std::string> before;
+    for (const auto& record : manager->parametersArray())
+        before.push_back(record->description());
+    manager->resetParamsToDefaults();
+    manager->sendParamsToDevice();
+    for (std::size_t i = 0; i < before.size(); ++i)
+        EXPECT_EQ(manager->parametersArray()[i]->description(), before[i]);
+    EXPECT_THAT(camera->requests(), IsEmpty());
+}
+
+} // namespace
+} // namespace tavelo

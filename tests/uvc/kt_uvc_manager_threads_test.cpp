@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "uvc/manager_test.h"
+
+namespace tavelo {
+namespace {
+
+/// Two cameras that share nothing: interface numbers and entity identifiers differ.
+class ThreadsTest : public ManagerTest {
+protected:
+    static constexpr std::uint8_t otherTerminal = 30;
+    static constexpr std::uint8_t otherUnit = 50;
+    static constexpr std::uint8_t otherNumber = 20;
+    static constexpr const char* otherID = "0x143000001bcf2b90";
+
+    void SetUp() override {
+        ManagerTest::SetUp();
+        BusProberDevice record = everyControl();
+        record.locationID = 0x14300000;
+        record.terminalID = otherTerminal;
+        record.unitID = otherUnit;
+        platform.plugIn(record, other);
+        manager->prober()->refreshData(false);
+        for (const ControlRow& row : controlTable()) {
+            other->setControl(row.unit == 1 ? otherTerminal : otherUnit,
+                              static_cast<std::uint8_t>(row.selector),
+                              answers(2, 0, 100, 60, row.intendedSize));
+        }
+    }
+
+    std::shared_ptr<FakeUvcCamera> other = std::make_shared<FakeUvcCamera>(otherNumber);
+};
+
+TEST_F(ThreadsTest, PushesWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
+    bind();
+    std::atomic<bool> stop = false;
+    std::atomic<int> pushes = 0;
+    std::thread background([&] {
+        while (!stop) {
+            manager->setBrightWithComplitionHandle(3, {});
+            manager->setPanWithComplitionHandle(3600, {});
+            manager->resetParamsToDefaults();
+            manager->sendParamsToDevice();
+            ++pushes;
+        }
+    });
+    for (int i = 0; i < 20 || pushes < 20; ++i) {
+        EXPECT_TRUE(manager->refreshDataWithUniqueIDString(i % 2 == 0 ? otherID : uniqueID));
+        manager->setZoomWithComplitionHandle(i, {});
+    }
+    stop = true;
+    background.join();
+
+    ASSERT_FALSE(other->writes().empty());
+    for (const FakeUsbRequest& request : camera->requests()) {
+        ASSERT_EQ(request.wIndex & 0xFF, interfaceNumber) << request;
+        ASSERT_TRUE(request.entity() == terminal || request.entity() == unit) << request;
+    }
+    for (const FakeUsbRequest& request : other->requests()) {
+        ASSERT_EQ(request.wIndex & 0xFF, otherNumber) << request;
+        ASSERT_TRUE(request.entity() == otherTerminal || request.entity() == otherUnit) << request;
+    }
+}
+
+TEST_F(ThreadsTest, FailureOnADroppedInterfaceDoesNotCountAgainstTheNew) {
+    /// Fails only after the manager has been bound to something else.
+    class Late : public UsbInterface {
+    public:
+        explicit Late(KTUVCManager& manager) : manager_(manager) {}
+        UsbStatus ControlRequest(UsbControlRequest&) override {
+            manager_.refreshDataWithUniqueIDString(otherID);
+            return UsbStatus::gone;
+        }
+        void USBInterfaceClose() override {}
+        std::uint8_t GetInterfaceNumber() const override { return 0; }
+
+    private:
+        KTUVCManager& manager_;
+    };
+    bind();
+    manager->setInterface(std::make_shared<Late>(*manager));
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
+    EXPECT_FALSE(manager->interfaceIsClosed());
+    EXPECT_TRUE(manager->_pushParamToDevice(manager->zoom().get()));
+}
+
+TEST_F(ThreadsTest, LastWriterOfAControlWins) {
+    bind();
+    std::thread background([&] {
+        for (int i = 0; i < 200; ++i)
+            manager->setContrastWithComplitionHandle(10, {});
+    });
+    for (int i = 0; i < 200; ++i)
+        manager->setContrastWithComplitionHandle(20, {});
+    background.join();
+    const std::int64_t left = manager->contrast()->val();
+    EXPECT_TRUE(left == 10 || left == 20) << left;
+    EXPECT_FALSE(manager->interfaceIsClosed());
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/kt_slider.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWheelEvent>
+
+#include "widgets/palette.h"
+
+#include "picture.h"
+
+namespace tavelo {
+namespace {
+
+constexpr QSize size(360, 16);
+constexpr QPoint middle(180, 8);
+
+// The horizontal extent of the knob's red, in points.
+std::pair<int, int> redExtent(KTSlider& slider) {
+    const QImage image = drawn(slider, size);
+    int left = -1;
+    int right = -1;
+    for (int x = 0; x < image.width(); ++x) {
+        if (image.pixelColor(x, 8) != palette::accentRed) continue;
+        if (left < 0) left = x;
+        right = x;
+    }
+    return {left, right};
+}
+
+class ShownSlider : public testing::Test {
+protected:
+    ShownSlider() {
+        window_.resize(400, 60);
+        slider_.setGeometry(20, 20, size.width(), size.height());
+        slider_.setMinValue(0);
+        slider_.setMaxValue(344); // one unit a point: the knob's way is 360 - 16 points long
+        window_.show();
+        QApplication::setActiveWindow(&window_);
+        QObject::connect(&slider_, &KTSlider::action, &slider_,
+                         [this] { values_.push_back(slider_.floatValue()); });
+    }
+
+    void drag(const QPointF& to, Qt::MouseButtons buttons = Qt::LeftButton) {
+        QMouseEvent event(QEvent::MouseMove, to, slider_.mapToGlobal(to), Qt::NoButton, buttons,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&slider_, &event);
+    }
+
+    bool turnWheel(int eighths, QPoint sideways = {}) {
+        const QPointF at(middle);
+        QWheelEvent event(at, slider_.mapToGlobal(at), {}, sideways + QPoint(0, eighths), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        event.ignore();
+        QApplication::sendEvent(&slider_, &event);
+        return event.isAccepted();
+    }
+
+    QWidget window_;
+    KTSlider slider_{&window_};
+    std::vector<double> values_; // one for each action
+};
+
+TEST(KTSlider, BeginsWithTheRangeFromZeroToOne) {
+    const KTSlider slider(QRect(3, 4, 50, 16));
+    EXPECT_EQ(slider.minValue(), 0);
+    EXPECT_EQ(slider.maxValue(), 1);
+    EXPECT_EQ(slider.floatValue(), 0);
+    EXPECT_EQ(slider.geometry(), QRect(3, 4, 50, 16));
+    EXPECT_FALSE(slider.trackingArea().has_value());
+}
+
+TEST(KTSlider, SetIntValueClampsToTheRange) {
+    KTSlider slider;
+    slider.setMaxValue(100);
+    slider.setIntValue(150);
+    EXPECT_EQ(slider.floatValue(), 100);
+    slider.setIntValue(-7);
+    EXPECT_EQ(slider.floatValue(), 0);
+    slider.setIntValue(42);
+    EXPECT_EQ(slider.intValue(), 42);
+}
+
+TEST(KTSlider, SetIntValueStoresTheEndsOfTheRangeWithoutTheirFractions) {
+    KTSlider slider;
+    slider.setMinValue(-2.75);
+    slider.setMaxValue(10.75);
+    slider.setIntValue(11);
+    EXPECT_EQ(slider.floatValue(), 10);
+    slider.setIntValue(-3);
+    EXPECT_EQ(slider.floatValue(), -2);
+    slider.setIntValue(10);
+    EXPECT_EQ(slider.floatValue(), 10);
+}
+
+TEST(KTSlider, TakesARangeWhoseEndsAreSetOneAfterTheOther) {
+    KTSlider slider;
+    slider.setMinValue(2800);
+    slider.setMaxValue(6500);
+    slider.setIntValue(4600);
+    EXPECT_EQ(slider.intValue(), 4600);
+    slider.setMinValue(-10);
+    slider.setMaxValue(10);
+    EXPECT_EQ(slider.floatValue(), 10) << "the value follows the range";
+}
+
+TEST(KTSlider, IntValueIsTheNearestWholeNumber) {
+    KTSlider slider;
+    slider.setMinValue(-10);
+    slider.setMaxValue(10);
+    slider.setFloatValue(4.6);
+    EXPECT_EQ(slider.intValue(), 5);
+    slider.setFloatValue(-4.6);
+    EXPECT_EQ(slider.intValue(), -5);
+}
+
+TEST(KTSlider, DrawsTheKnobAtTheLeftEndForTheMinimum) {
+    KTSlider slider;
+    const auto [left, right] = redExtent(slider);
+    EXPECT_EQ(left, 1); // within the outline
+    EXPECT_EQ(right, 14);
+}
+
+TEST(KTSlider, DrawsTheKnobAtTheRightEndForTheMaximum) {
+    KTSlider slider;
+    slider.setFloatValue(1);
+    const auto [left, right] = redExtent(slider);
+    EXPECT_EQ(left, 360 - 15);
+    EXPECT_EQ(right, 360 - 2);
+}
+
+TEST(KTSlider, DrawsTheKnobInProportionInBetween) {
+    KTSlider slider;
+    slider.setMinValue(-10);
+    slider.setMaxValue(10);
+    slider.setIntValue(-5);
+    const auto [left, right] = redExtent(slider);
+    EXPECT_EQ(left, 344 / 4 + 1);
+    EXPECT_EQ(right, 344 / 4 + 14);
+}
+
+TEST(KTSlider, DrawsTheKnobAtTheLeftEndWhereMinimumAndMaximumAreEqual) {
+    KTSlider slider;
+    slider.setMinValue(7);
+    slider.setMaxValue(7);
+    slider.setIntValue(7);
+    EXPECT_EQ(redExtent(slider).first, 1);
+}
+
+TEST(KTSlider, DrawsAPillInTrackGreyWithAnOutline) {
+    KTSlider slider;
+    const QImage image = drawn(slider, size, 2);
+    EXPECT_EQ(image.pixelColor(400, 16), palette::trackGrey);
+    EXPECT_EQ(image.pixelColor(400, 0), palette::outlineGrey);
+    EXPECT_EQ(image.pixelColor(400, 31), palette::outlineGrey);
+    EXPECT_EQ(image.pixelColor(400, 2), palette::trackGrey);
+    // Round ends: at the corner nothing, and the edge where a circle of radius h/2 has it.
+    EXPECT_EQ(image.pixelColor(719, 0).alpha(), 0);
+    EXPECT_EQ(image.pixelColor(719, 31).alpha(), 0);
+    EXPECT_EQ(image.pixelColor(714, 2).alpha(), 0);
+    EXPECT_GE(image.pixelColor(714, 5).alpha(), 250);
+    EXPECT_GE(image.pixelColor(719, 16).alpha(), 250);
+}
+
+TEST(KTSlider, OutlinesTheKnob) {
+    KTSlider slider;
+    slider.setFloatValue(0.5);
+    const QImage image = drawn(slider, size, 2);
+    EXPECT_EQ(image.pixelColor(344 + 16, 16), palette::accentRed);
+    EXPECT_TRUE(similar(image.pixelColor(344, 16), palette::outlineGrey));
+    EXPECT_TRUE(similar(image.pixelColor(344 + 31, 16), palette::outlineGrey));
+    EXPECT_EQ(image.pixelColor(343, 16), palette::trackGrey);
+}
+
+TEST_F(ShownSlider, AClickOnTheTrackBringsTheMiddleOfTheKnobThere) {
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(208, 8));
+    EXPECT_EQ(values_, std::vector<double>{200});
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(208, 8));
+    EXPECT_EQ(values_, (std::vector<double>{200, 200}));
+}
+
+TEST_F(ShownSlider, SendsItsActionOnPressOnEveryMoveAndOnRelease) {
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
+    drag({118, 8});
+    drag({118, 9}); // up and down is a move, too
+    drag({128.5, 8});
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(128, 8));
+    EXPECT_EQ(values_, (std::vector<double>{100, 110, 110, 120.5, 120.5}));
+}
+
+TEST_F(ShownSlider, KeepsHoldOfTheKnobWhereItWasPressed) {
+    slider_.setIntValue(100); // the knob lies from 100 to 116
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(103, 8));
+    EXPECT_EQ(values_, std::vector<double>{100}) << "pressing the knob must not move it";
+    drag({113, 8});
+    EXPECT_EQ(slider_.floatValue(), 110);
+}
+
+TEST_F(ShownSlider, FollowsTheDragBeyondItsEndsWithoutLeavingItsRange) {
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, middle);
+    drag({-200, 90});
+    EXPECT_EQ(slider_.floatValue(), 0);
+    drag({2000, -90});
+    EXPECT_EQ(slider_.floatValue(), 344);
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, middle);
+}
+
+TEST_F(ShownSlider, IgnoresOtherButtonsAndHovering) {
+    QTest::mouseClick(&slider_, Qt::RightButton, {}, middle);
+    drag({100, 8}, Qt::NoButton);
+    EXPECT_TRUE(values_.empty());
+}
+
+TEST_F(ShownSlider, LetsGoWhenItIsDisabledDuringADrag) {
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
+    slider_.setEnabled(false);
+    slider_.setEnabled(true);
+    drag({300, 8});
+    EXPECT_EQ(slider_.floatValue(), 100);
+}
+
+TEST_F(ShownSlider, DoesNothingWhileDisabled) {
+    slider_.setEnabled(false);
+    QTest::mouseClick(&slider_, Qt::LeftButton, {}, middle);
+    QTest::keyClick(&slider_, Qt::Key_Right);
+    EXPECT_TRUE(values_.empty());
+}
+
+TEST_F(ShownSlider, SettingAValueByProgramSendsNoAction) {
+    slider_.setIntValue(12);
+    slider_.setFloatValue(13);
+    slider_.setMaxValue(5);
+    EXPECT_TRUE(values_.empty());
+}
+
+TEST_F(ShownSlider, ArrowsStepByOneFromTheNearestWholeNumber) {
+    slider_.setFloatValue(57.8);
+    QTest::keyClick(&slider_, Qt::Key_Right);
+    QTest::keyClick(&slider_, Qt::Key_Up);
+    QTest::keyClick(&slider_, Qt::Key_Left);
+    QTest::keyClick(&slider_, Qt::Key_Down);
+    QTest::keyClick(&slider_, Qt::Key_Left);
+    EXPECT_EQ(values_, (std::vector<double>{59, 60, 59, 58, 57}));
+}
+
+TEST_F(ShownSlider, PagesStepByATenthOfTheRangeAndHomeAndEndGoToTheEnds) {
+    QTest::keyClick(&slider_, Qt::Key_PageUp);
+    QTest::keyClick(&slider_, Qt::Key_PageUp);
+    QTest::keyClick(&slider_, Qt::Key_PageDown);
+    QTest::keyClick(&slider_, Qt::Key_End);
+    QTest::keyClick(&slider_, Qt::Key_Right);
+    QTest::keyClick(&slider_, Qt::Key_Home);
+    EXPECT_EQ(values_, (std::vector<double>{34, 68, 34, 344, 344, 0}));
+}
+
+TEST_F(ShownSlider, PagesMoveAShortRangeByAtLeastOne) {
+    slider_.setMaxValue(4);
+    QTest::keyClick(&slider_, Qt::Key_PageUp);
+    EXPECT_EQ(values_, std::vector<double>{1});
+}
+
+TEST_F(ShownSlider, PassesOtherKeysOn) {
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
+    QApplication::sendEvent(&slider_, &key);
+    EXPECT_FALSE(key.isAccepted());
+    EXPECT_TRUE(values_.empty());
+}
+
+TEST_F(ShownSlider, TheWheelTurnsItOnlyWhileFocused) {
+    slider_.setIntValue(100);
+    slider_.clearFocus();
+    EXPECT_FALSE(turnWheel(120)) << "the wheel belongs to whatever lies below";
+    EXPECT_TRUE(values_.empty());
+
+    slider_.setFocus();
+    EXPECT_TRUE(turnWheel(120));
+    EXPECT_TRUE(turnWheel(-240));
+    EXPECT_EQ(values_, (std::vector<double>{107, 93}));
+}
+
+TEST_F(ShownSlider, AFineWheelAddsUpToAStep) {
+    slider_.setFocus();
+    for (int i = 0; i < 3; ++i)
+        turnWheel(30);
+    EXPECT_TRUE(values_.empty());
+    turnWheel(0, QPoint(30, 0));
+    EXPECT_EQ(values_, std::vector<double>{7});
+}
+
+TEST_F(ShownSlider, LooksPaleWhileDisabled) {
+    slider_.setIntValue(172);
+    slider_.setEnabled(false);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::black);
+    slider_.render(&image, {}, {}, {});
+    const QColor knob = image.pixelColor(middle);
+    EXPECT_LT(knob.red(), palette::accentRed.red() * 2 / 3);
+    EXPECT_GT(knob.red(), 2 * knob.green());
+}
+
+} // namespace
+} // namespace tavelo

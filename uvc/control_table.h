@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// Every UVC control that the program knows, as data.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "platform/bus_prober.h"
+#include "uvc/kt_uvc_parameters.h"
+
+namespace tavelo {
+
+/// The controls in table order; the number of each is its record's tag.
+enum class KTUVCControl : std::uint8_t {
+    scanningMode,
+    autoExposureMode,
+    autoExposurePriority,
+    exposureTime,
+    iris,
+    autoFocus,
+    focus,
+    zoom,
+    panTilt,
+    roll,
+    backlight,
+    bright,
+    contrast,
+    gain,
+    powerLine,
+    autoHue,
+    hue,
+    saturation,
+    sharpness,
+    gamma,
+    autoWhiteBalance,
+    whiteBalance,
+};
+
+inline constexpr std::size_t controlCount = static_cast<std::size_t>(KTUVCControl::whiteBalance) + 1;
+
+constexpr std::size_t indexOf(KTUVCControl control) {
+    return static_cast<std::size_t>(control);
+}
+
+/// What a control's setter makes of the number that it is given.
+enum class ControlArgument : std::uint8_t {
+    integer, ///< taken as it is
+    truth,   ///< becomes 1 or 0
+    number,  ///< a flag taken as a 32-bit number, whatever it is
+    pair,    ///< pan and tilt in one 64-bit number
+};
+
+/// One entry of a choice.
+struct ControlChoice {
+    std::int64_t value;
+    std::string_view text;
+    std::string_view key; ///< empty where the text is the same in every language
+};
+
+/// The automatic control that rules a manual one: the manual one may be changed while the automatic one holds
+/// `manualValue`, or where the camera has no automatic one.
+struct AutomaticControl {
+    KTUVCControl control;
+    std::int64_t manualValue;
+};
+
+using SupportFlag = bool BusProberDevice::*;
+
+struct ControlRow {
+    KTUVCControl control;
+
+    std::int32_t unit;
+    std::int32_t selector;
+    std::int32_t intendedSize;
+    bool hasMin;
+    bool hasMax;
+    bool hasDef;
+    bool isSigned;
+
+    KTUVCParameterType type;
+    ControlArgument argument;
+    /// Whether the control is written when all are reset or sent.
+    bool inBulk;
+
+    /// Shown where no string table has an entry under `key`.
+    std::string_view text;
+    std::string_view key;
+
+    /// Either of them says that the camera has the control.
+    SupportFlag supportFlag;
+    SupportFlag secondSupportFlag = nullptr;
+
+    std::optional<AutomaticControl> automatic = std::nullopt;
+    std::span<const ControlChoice> choices = {};
+
+    bool isListedBy(const BusProberDevice& device) const {
+        return device.*supportFlag || (secondSupportFlag != nullptr && device.*secondSupportFlag);
+    }
+};
+
+/// In the order of KTUVCControl.  Reentrant; constant.
+const std::array<ControlRow, controlCount>& controlTable();
+
+inline const ControlRow& controlRow(KTUVCControl control) {
+    return controlTable()[indexOf(control)];
+}
+
+} // namespace tavelo

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "uvc/kt_uvc_manager.h"
+
+#include "app/text/localizer.h"
+
+namespace tavelo {
+namespace {
+
+KTUVCEnvironment& sharedEnvironment() {
+    static KTUVCEnvironment environment;
+    return environment;
+}
+
+} // namespace
+
+void KTUVCManager::setEnvironment(const KTUVCEnvironment& environment) {
+    sharedEnvironment() = environment;
+}
+
+KTUVCManager& KTUVCManager::sharedManager() {
+    static KTUVCManager manager(sharedEnvironment()); // the language locks the first call
+    return manager;
+}
+
+KTUVCManager::KTUVCManager(const KTUVCEnvironment& environment) : usb_(environment.usb) {
+    initParameters(environment.text);
+}
+
+KTUVCManager::~KTUVCManager() = default;
+
+void KTUVCManager::releasePlatform() {
+    binding_.change([](CameraBinding& binding) { binding = CameraBinding(); });
+    prober_.reset();
+    usb_ = nullptr;
+}
+
+void KTUVCManager::setProber(std::unique_ptr<BusProber> prober) {
+    prober_ = std::move(prober);
+}
+
+void KTUVCManager::setDevice(std::shared_ptr<const BusProberDevice> device) {
+    binding_.change([&](CameraBinding& binding) { binding.device = std::move(device); });
+}
+
+void KTUVCManager::setInterface(std::shared_ptr<UsbInterface> interface) {
+    binding_.change([&](CameraBinding& binding) {
+        binding.interface = std::move(interface);
+        binding.interfaceIsClosed = false;
+    });
+}
+
+void KTUVCManager::setDeviceLocationID(std::uint32_t locationID) {
+    binding_.change([&](CameraBinding& binding) { binding.deviceLocationID = locationID; });
+}
+
+void KTUVCManager::setInterfaceNumber(std::int32_t number) {
+    binding_.change([&](CameraBinding& binding) { binding.interfaceNumber = number; });
+}
+
+void KTUVCManager::setInputTerminalID(std::int32_t entity) {
+    binding_.change([&](CameraBinding& binding) { binding.inputTerminalID = entity; });
+}
+
+void KTUVCManager::setProcessingUnitID(std::int32_t entity) {
+    binding_.change([&](CameraBinding& binding) { binding.processingUnitID = entity; });
+}
+
+} // namespace tavelo

@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: MIT
+// Reads and writes the picture controls of one camera.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "platform/usb_platform.h"
+#include "uvc/camera_binding.h"
+#include "uvc/class_request.h"
+#include "uvc/kt_uvc_control_records.h"
+#include "uvc/location_id.h"
+
+namespace tavelo {
+
+class Localizer;
+
+/// Told whether the camera took a value: once, on the calling thread, before the setter returns.  May be
+/// empty.
+using ComplitionHandle = std::function<void(bool success)>;
+
+/// What a manager works on.  Either may be null: no bus to look at, English names.
+struct KTUVCEnvironment {
+    UsbPlatform* usb = nullptr;      ///< outlives the manager, or releasePlatform() is called before
+    const Localizer* text = nullptr; ///< used while the manager is made
+};
+
+/// The controls of the camera that it is bound to: what the camera supports, its ranges and values, and a
+/// setter for each.
+///
+///   unbound --refreshData...: true--> bound --refreshData...--> bound to another camera, or unbound
+///                                       |
+///                                 request fails
+///                                       v
+///                               bound, interface closed: every request fails until bound anew
+///
+/// Binding, the prober and the manager's making belong to the main thread.  Setters, pushes, support queries,
+/// reset and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and
+/// where two threads write one control the last one wins.  No operation throws; a refused value never stays
+/// in a record.
+class KTUVCManager : public KTUVCControlRecords {
+public:
+    /// What sharedManager() will be made with.  Call it once, before the first sharedManager().
+    static void setEnvironment(const KTUVCEnvironment& environment);
+    /// The program's one manager, made on the first call.  Thread-safe.
+    static KTUVCManager& sharedManager();
+
+    explicit KTUVCManager(const KTUVCEnvironment& environment);
+    ~KTUVCManager();
+
+    KTUVCManager(const KTUVCManager&) = delete;
+    KTUVCManager& operator=(const KTUVCManager&) = delete;
+
+    // The bus.
+
+    /// Starts looking at the bus.
+    /// @param scope 2 for video devices
+    /// @param delegate may be null; outlives the prober
+    void initProberWithBusProberScopeProberDelegate(int scope, BusProberDelegate* delegate);
+
+    /// Whether a capture device's identifier names a camera that the prober lists.
+    bool uniqueIDIsCorrect(std::string_view uniqueID) const;
+
+    /// Binds to the camera with this identifier and reads all its controls; blocks meanwhile.
+    bool refreshDataWithUniqueIDString(std::string_view uniqueID);
+    /// Binds to the first camera of the bus that is at one of these locations.
+    /// A camera without a control interface is bound all the same, with every control unsupported.
+    bool refreshDataWithLocationID(const LocationCandidates& locationIDs);
+
+    /// Null where the device has no video-control interface or it cannot be opened.
+    std::shared_ptr<UsbInterface> _getControlInferaceWithDeviceInterface(UsbDevice& deviceInterface) const;
+
+    /// Takes the interface's number and reads every control.
+    void generalInit();
+
+    /// Lets go of prober, camera and interface.  For the shared manager, which would outlive the platform.
+    void releasePlatform();
+
+    BusProber* prober() const { return prober_.get(); }
+    void setProber(std::unique_ptr<BusProber> prober);
+
+    std::shared_ptr<const BusProberDevice> device() const { return binding_.get().device; }
+    void setDevice(std::shared_ptr<const BusProberDevice> device);
+
+    std::shared_ptr<UsbInterface> interface() const { return binding_.get().interface; }
+    void setInterface(std::shared_ptr<UsbInterface> interface);
+
+    /// Whether the interface was closed because a request failed; binding the same camera again opens it.
+    bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed; }
+
+    std::uint32_t deviceLocationID() const { return binding_.get().deviceLocationID; }
+    void setDeviceLocationID(std::uint32_t locationID);
+
+    std::int32_t interfaceNumber() const { return binding_.get().interfaceNumber; }
+    void setInterfaceNumber(std::int32_t number);
+
+    std::int32_t inputTerminalID() const { return binding_.get().inputTerminalID; }
+    void setInputTerminalID(std::int32_t entity);
+
+    std::int32_t processingUnitID() const { return binding_.get().processingUnitID; }
+    void setProcessingUnitID(std::int32_t entity);
+
+    // Setters.  A value is sent as it is: no setter clamps it to the record's range, the camera decides.
+
+    /// The setter of any control.  A flag that is only on or off becomes 1 or 0; the two flags that are
+    /// numbers keep their low 32 bits.
+    void setControlWithComplitionHandle(KTUVCControl control, std::int64_t value,
+                                        const ComplitionHandle& handle);
+
+    void setScanningModeWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::scanningMode, value, handle);
+    }
+    void setAutoExposureModeWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::autoExposureMode, value, handle);
+    }
+    void setAutoExposurePriorityWithComplitionHandle(bool on, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::autoExposurePriority, on, handle);
+    }
+    void setExposureTimeWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::exposureTime, value, handle);
+    }
+    void setIrisWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::iris, value, handle);
+    }
+    void setAutoFocusWithComplitionHandle(bool on, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::autoFocus, on, handle);
+    }
+    void setFocusWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::focus, value, handle);
+    }
+    void setZoomWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::zoom, value, handle);
+    }
+    /// Does nothing and never calls the handler.
+    void setRelativeZoomWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
+    void setPanTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
+    /// Only the low 32 bits count; the other half stays.
+    void setPanWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
+    void setTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
+    void setRollWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::roll, value, handle);
+    }
+    void setBacklightWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::backlight, value, handle);
+    }
+    void setBrightWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::bright, value, handle);
+    }
+    void setContrastWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::contrast, value, handle);
+    }
+    void setGainWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::gain, value, handle);
+    }
+    void setPowerLineWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::powerLine, value, handle);
+    }
+    void setAutoHueWithComplitionHandle(std::int32_t flag, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::autoHue, flag, handle);
+    }
+    void setHueWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::hue, value, handle);
+    }
+    void setSaturationWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::saturation, value, handle);
+    }
+    void setSharpnessWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::sharpness, value, handle);
+    }
+    void setGammaWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::gamma, value, handle);
+    }
+    void setAutoWhiteBalanceWithComplitionHandle(std::int32_t flag, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::autoWhiteBalance, flag, handle);
+    }
+    void setWhiteBalanceWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+        setControlWithComplitionHandle(KTUVCControl::whiteBalance, value, handle);
+    }
+
+    // Whether a manual control may be changed now: the camera has it, and no automatic control rules it.
+
+    bool controlSupported(KTUVCControl control) const;
+    bool exposureTimeSupported() const { return controlSupported(KTUVCControl::exposureTime); }
+    bool focusSupported() const { return controlSupported(KTUVCControl::focus); }
+    bool hueSupported() const { return controlSupported(KTUVCControl::hue); }
+    bool whiteBalanceSupported() const { return controlSupported(KTUVCControl::whiteBalance); }
+
+    // All controls but roll, each automatic one before what it rules; a refusal does not stop the walk.
+
+    /// Writes the camera's own defaults.
+    void resetParamsToDefaults();
+    /// Writes the values that the records hold.
+    void sendParamsToDevice();
+
+    // Requests.
+
+    /// One SET_CUR request.
+    /// @param bytes the value, least significant byte first; copied
+    /// @param size at most 8, anything longer ends the program
+    /// @param unit 1 for the camera terminal, any other for the processing unit
+    bool setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,
+                                     std::int32_t selector);
+    bool _setBytesSizedToControl(const std::uint8_t* bytes, std::size_t size,
+                                 const KTUVCControlInfo& control);
+
+    /// Sends the record's value in its actual size, 1 to 4 bytes.  A null record fails.
+    bool _pushParamToDevice(const KTUVCParameters* record);
+    /// Sends a pan/tilt value for a record of 8 bytes, which it leaves alone.  A null record fails.
+    bool _push2x4ByteValueParamToDevice(std::int64_t value, const KTUVCParameters* record);
+
+    /// False where nothing is bound or the request failed; a failure closes the interface for good.
+    bool _sendControlRequest(UsbControlRequest& request);
+    /// Reads one value of a control.
+    /// @param returnVal receives the bytes, or null where none came
+    /// @return how many bytes came, -1 where the request failed
+    std::int32_t _requestValTypeForControlReturnVal(UvcRequest requestCode, const KTUVCControlInfo& control,
+                                                    std::unique_ptr<std::uint8_t[]>& returnVal);
+
+    /// Fills one record from the camera.
+    /// @param support whether the camera's descriptors list the control
+    void _populateParamSupport(KTUVCParameters& record, bool support);
+    /// The same for pan and tilt.
+    void _populate2x4ByteParamSupport(KTUVCParameters& record, bool support);
+    /// Asks for the current value and changes nothing.
+    void populateParam(const KTUVCParameters& record);
+    void _populateAllParams();
+
+private:
+    using Decode = std::function<std::int64_t(std::int64_t previous, std::span<const std::uint8_t> reply)>;
+
+    bool send(const CameraBinding& binding, UsbControlRequest& request);
+    void populate(KTUVCParameters& record, bool support, const Decode& decode);
+    static void markUnsupported(KTUVCParameters& record);
+    bool readAll(KTUVCParameters& record, const Decode& decode);
+    bool mayHaveControl(bool support) const;
+
+    bool bindRecordOf(const LocationCandidates& locationIDs);
+    bool bindInterfaceOf(const LocationCandidates& locationIDs);
+
+    void setScalar(const ControlRow& row, std::int64_t value, const ComplitionHandle& handle);
+    void resetToDefault(const ControlRow& row);
+    bool ignoresItsAutoFocusDefault() const;
+
+    UsbPlatform* usb_;
+    std::unique_ptr<BusProber> prober_;
+    SharedCameraBinding binding_;
+};
+
+} // namespace tavelo

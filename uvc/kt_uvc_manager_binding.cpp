@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// From a capture device's identifier to the camera's control interface.
+#include "uvc/kt_uvc_manager.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace tavelo {
+namespace {
+
+bool contains(const LocationCandidates& locationIDs, std::uint32_t locationID) {
+    return std::find(locationIDs.begin(), locationIDs.end(), locationID) != locationIDs.end();
+}
+
+constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
+
+} // namespace
+
+void KTUVCManager::initProberWithBusProberScopeProberDelegate(int scope, BusProberDelegate* delegate) {
+    setProber(usb_ != nullptr ? usb_->initBusProber(scope, delegate) : nullptr);
+    if (prober_) prober_->refreshData(false);
+}
+
+bool KTUVCManager::uniqueIDIsCorrect(std::string_view uniqueID) const {
+    if (!prober_) return false;
+    const auto& cameras = prober_->devicesArray();
+    const LocationCandidates locationIDs = locationCandidates(uniqueID);
+    return std::any_of(locationIDs.begin(), locationIDs.end(), [&](std::uint32_t locationID) {
+        return locationID != 0 && std::any_of(cameras.begin(), cameras.end(), [&](const auto& camera) {
+                   return camera->locationID == locationID;
+               });
+    });
+}
+
+bool KTUVCManager::refreshDataWithUniqueIDString(std::string_view uniqueID) {
+    const LocationCandidates locationIDs = locationCandidates(uniqueID);
+    if (locationIDs[0] == 0 && locationIDs[1] == 0) return false;
+    return refreshDataWithLocationID(locationIDs);
+}
+
+bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationIDs) {
+    // The interface is let go, not closed: a push that still runs on another thread ends undisturbed.
+    binding_.change([](CameraBinding& binding) {
+        binding.inputTerminalID = CameraBinding().inputTerminalID;
+        binding.processingUnitID = CameraBinding().processingUnitID;
+        binding.interface = nullptr;
+        binding.interfaceIsClosed = false;
+        binding.device = nullptr;
+    });
+    return bindRecordOf(locationIDs) && bindInterfaceOf(locationIDs);
+}
+
+bool KTUVCManager::bindRecordOf(const LocationCandidates& locationIDs) {
+    if (!prober_) return false;
+    const auto& cameras = prober_->devicesArray();
+    const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const auto& camera) {
+        return contains(locationIDs, camera->locationID);
+    });
+    if (found == cameras.end()) return false;
+
+    binding_.change([&](CameraBinding& binding) {
+        const std::shared_ptr<const BusProberDevice>& camera = *found;
+        binding.device = camera;
+        binding.deviceLocationID = camera->locationID;
+        if (camera->terminalID != -1) binding.inputTerminalID = camera->terminalID;
+        if (camera->unitID != -1) binding.processingUnitID = camera->unitID;
+    });
+    return true;
+}
+
+bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
+    if (const std::shared_ptr<UsbInterface> held = interface()) { // set by somebody else meanwhile
+        held->USBInterfaceClose();
+        setInterface(nullptr);
+    }
+    if (usb_ == nullptr) return false;
+
+    for (const std::unique_ptr<UsbDeviceService>& service : usb_->matchingDeviceServices()) {
+        const std::unique_ptr<UsbDevicePlugIn> plugIn = service->CreatePlugInInterface();
+        if (!plugIn) continue;
+        const std::unique_ptr<UsbDevice> deviceInterface = plugIn->QueryInterface();
+        if (!deviceInterface) return false;
+        if (!contains(locationIDs, deviceInterface->GetLocationID())) continue;
+
+        const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
+        // With its number at once: no request in between goes out with the last camera's.
+        const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
+        binding_.change([&](CameraBinding& binding) {
+            binding.interface = opened;
+            binding.interfaceNumber = number;
+        });
+        generalInit();
+        return true;
+    }
+    return false;
+}
+
+std::shared_ptr<UsbInterface> KTUVCManager::_getControlInferaceWithDeviceInterface(
+    UsbDevice& deviceInterface) const {
+    const auto services = deviceInterface.CreateInterfaceIterator(videoControl);
+    if (!services || services->empty()) return nullptr;
+    return services->front()->openInterface();
+}
+
+void KTUVCManager::generalInit() {
+    if (const std::shared_ptr<UsbInterface> bound = interface())
+        setInterfaceNumber(bound->GetInterfaceNumber());
+    _populateAllParams();
+}
+
+} // namespace tavelo

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// The virtual cameras of one server: plugged in, looked at, pulled out.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/virtual/usbip/usbip_server.h"
+#include "platform/virtual/virtual_camera_firmware.h"
+#include "virtual-camera/request_log.h"
+
+namespace tavelo {
+
+/// Cameras 1 to N, offered by a server as "1-1" to "1-N".  A camera that was pulled out comes back as new.
+///
+/// Thread-safe.
+class CameraRack {
+public:
+    /// Plugs every model in.
+    /// @param server must outlive the rack
+    /// @param log may be null; must outlive the rack
+    CameraRack(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models, RequestLog* log);
+    ~CameraRack();
+
+    CameraRack(const CameraRack&) = delete;
+    CameraRack& operator=(const CameraRack&) = delete;
+
+    int size() const { return static_cast<int>(slots_.size()); }
+
+    /// Null where the number does not exist or the camera is pulled out.
+    std::shared_ptr<VirtualCameraFirmware> camera(int number) const;
+
+    /// Whether a host has the camera.
+    bool isImported(int number) const;
+
+    /// False where it is plugged in, or does not exist.
+    bool plug(int number);
+    /// Pulls a camera out at once, whatever it is doing; false where it is not plugged in.
+    bool vanish(int number);
+
+private:
+    /// Writes one camera's class requests to the log.
+    class Watch : public FirmwareObserver {
+    public:
+        Watch(int number, RequestLog* log) : number_(number), log_(log) {}
+        void requestAnswered(const RequestRecord& record) override;
+        void vanished() override {}
+
+    private:
+        const int number_;
+        RequestLog* const log_;
+    };
+
+    struct Slot {
+        VirtualCameraModel model;
+        std::unique_ptr<Watch> watch;
+        std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while pulled out
+    };
+
+    bool exists(int number) const { return number >= 1 && number <= size(); }
+    Slot& slot(int number) { return slots_[static_cast<std::size_t>(number - 1)]; }
+    const Slot& slot(int number) const { return slots_[static_cast<std::size_t>(number - 1)]; }
+
+    usbip::UsbipServer& server_;
+    mutable std::mutex mutex_; // guards the firmwares in slots_
+    std::vector<Slot> slots_;
+};
+
+/// The name under which the server offers a camera.
+std::string busIdOf(int cameraNumber);
+
+} // namespace tavelo

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/accessibility.h"
+
+#include <algorithm>
+
+#include <QAccessibleWidget>
+
+#include "widgets/image_view.h"
+#include "widgets/kt_slider.h"
+#include "widgets/kt_text.h"
+#include "widgets/panel_button.h"
+
+namespace tavelo {
+namespace {
+
+class AccessibleButton : public QAccessibleWidget {
+public:
+    explicit AccessibleButton(PanelButton* button)
+        : QAccessibleWidget(button, button->accessibleRole()),
+          button_(button) {}
+
+    QString text(QAccessible::Text kind) const override {
+        const QString given = QAccessibleWidget::text(kind);
+        return kind == QAccessible::Name && given.isEmpty() ? button_->text() : given;
+    }
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.checkable = button_->hasOnState();
+        state.checked = button_->hasOnState() && button_->isOnState();
+        state.pressed = button_->isDown();
+        return state;
+    }
+
+    QStringList actionNames() const override {
+        QStringList names;
+        if (button_->isEnabled()) {
+            const bool toggles = button_->accessibleRole() == QAccessible::CheckBox;
+            names << (toggles ? toggleAction() : pressAction());
+        }
+        return names << QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString& name) override {
+        if (name == pressAction() || name == toggleAction()) {
+            button_->click(); // does nothing while disabled
+        } else {
+            QAccessibleWidget::doAction(name);
+        }
+    }
+
+private:
+    PanelButton* const button_;
+};
+
+class AccessibleSlider : public QAccessibleWidget, public QAccessibleValueInterface {
+public:
+    explicit AccessibleSlider(KTSlider* slider)
+        : QAccessibleWidget(slider, QAccessible::Slider),
+          slider_(slider) {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value ? QString::number(slider_->intValue())
+                                          : QAccessibleWidget::text(kind);
+    }
+
+    QVariant currentValue() const override { return slider_->floatValue(); }
+    QVariant minimumValue() const override { return slider_->minValue(); }
+    QVariant maximumValue() const override { return slider_->maxValue(); }
+    QVariant minimumStepSize() const override { return 1.0; }
+
+    void setCurrentValue(const QVariant& value) override {
+        bool isNumber = false;
+        const double wanted = value.toDouble(&isNumber);
+        if (isNumber && slider_->isEnabled()) slider_->choose(wanted);
+    }
+
+    QStringList actionNames() const override {
+        QStringList names;
+        if (slider_->isEnabled()) names << increaseAction() << decreaseAction();
+        return names << QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString& name) override {
+        const bool increases = name == increaseAction();
+        if (!increases && name != decreaseAction()) {
+            QAccessibleWidget::doAction(name);
+        } else if (slider_->isEnabled()) {
+            slider_->choose(slider_->intValue() + (increases ? 1 : -1));
+        }
+    }
+
+private:
+    KTSlider* const slider_;
+};
+
+class AccessibleText : public QAccessibleWidget {
+public:
+    explicit AccessibleText(KTText* label)
+        : QAccessibleWidget(label, QAccessible::StaticText),
+          label_(label) {}
+
+    QString text(QAccessible::Text kind) const override {
+        const QString given = QAccessibleWidget::text(kind);
+        return kind == QAccessible::Name && given.isEmpty() ? label_->text() : given;
+    }
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.disabled = state.disabled || !label_->enable();
+        return state;
+    }
+
+private:
+    KTText* const label_;
+};
+
+// Qt takes over what it gets.
+QAccessibleInterface* makeInterface(const QString&, QObject* object) {
+    if (auto* button = qobject_cast<PanelButton*>(object)) return new AccessibleButton(button);
+    if (auto* slider = qobject_cast<KTSlider*>(object)) return new AccessibleSlider(slider);
+    if (auto* label = qobject_cast<KTText*>(object)) return new AccessibleText(label);
+    if (auto* view = qobject_cast<ImageView*>(object))
+        return new QAccessibleWidget(view, QAccessible::Graphic);
+    return nullptr;
+}
+
+} // namespace
+
+void installWidgetAccessibility() {
+    // Qt ignores a factory that it knows already.
+    QAccessible::installFactory(makeInterface);
+}
+
+} // namespace tavelo

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/image.h"
+
+#include <utility>
+
+#include <QFile>
+#include <QPainter>
+#include <QSvgRenderer>
+
+namespace tavelo {
+
+Image::Image(QImage pixels) : pixels_(std::move(pixels)) {}
+
+Image Image::fromFile(const QString& path) {
+    if (!path.endsWith(QStringLiteral(".svg"))) return Image(QImage(path));
+    Image image;
+    if (!QFile::exists(path)) return image; // Qt's reader would print a warning
+    auto vectors = std::make_shared<QSvgRenderer>(path);
+    if (vectors->isValid()) image.vectors_ = std::move(vectors);
+    return image;
+}
+
+QSizeF Image::size() const {
+    return vectors_ != nullptr ? QSizeF(vectors_->defaultSize()) : pixels_.deviceIndependentSize();
+}
+
+void Image::draw(QPainter& painter, const QRectF& rect) const {
+    painter.save();
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    if (vectors_ != nullptr) {
+        vectors_->render(&painter, rect);
+    } else if (!pixels_.isNull()) {
+        painter.drawImage(rect, pixels_);
+    }
+    painter.restore();
+}
+
+} // namespace tavelo

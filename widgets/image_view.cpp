@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/image_view.h"
+
+#include <utility>
+
+#include <QPainter>
+
+#include "widgets/accessibility.h"
+
+namespace tavelo {
+
+ImageView::ImageView(Image image, QWidget* parent) : QWidget(parent), image_(std::move(image)) {
+    installWidgetAccessibility();
+    // The window is moved by dragging its background, artwork included.
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void ImageView::drawRect(QPainter& painter, const QRectF& rect) {
+    image_.draw(painter, rect);
+}
+
+void ImageView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    drawRect(painter, rect());
+}
+
+} // namespace tavelo

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// A picture in the panel that does nothing.
+#pragma once
+
+#include <QWidget>
+
+#include "widgets/image.h"
+
+namespace tavelo {
+
+/// Shows an image stretched to its bounds.  Thread-bound to the main thread.
+class ImageView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ImageView(Image image, QWidget* parent = nullptr);
+
+    const Image& image() const { return image_; }
+
+    void drawRect(QPainter& painter, const QRectF& rect);
+
+    QSize sizeHint() const override { return image_.size().toSize(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const Image image_;
+};
+
+} // namespace tavelo

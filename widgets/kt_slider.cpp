@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/kt_slider.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <QAccessible>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+
+#include "widgets/accessibility.h"
+#include "widgets/drawing.h"
+#include "widgets/focus_ring.h"
+#include "widgets/palette.h"
+
+namespace tavelo {
+namespace {
+
+constexpr double pageShare = 0.1;   // of the range, Page Up and Page Down
+constexpr double wheelShare = 0.02; // of the range, one notch of the wheel
+
+} // namespace
+
+KTSlider::KTSlider(QWidget* parent) : QWidget(parent) {
+    installWidgetAccessibility();
+    setFocusPolicy(Qt::StrongFocus); // without the wheel: scrolling past must not change the picture
+    new FocusRing(this, [this](double distance) {
+        const QRectF around = QRectF(rect()).adjusted(-distance, -distance, distance, distance);
+        return drawing::roundedRect(around, around.height() / 2);
+    });
+}
+
+KTSlider::KTSlider(const QRect& frame, QWidget* parent) : KTSlider(parent) {
+    setGeometry(frame);
+}
+
+void KTSlider::setMinValue(double value) {
+    minValue_ = value;
+    setFloatValue(value_);
+}
+
+void KTSlider::setMaxValue(double value) {
+    maxValue_ = value;
+    setFloatValue(value_);
+}
+
+void KTSlider::setFloatValue(double value) {
+    store(minValue_ <= maxValue_ ? std::clamp(value, minValue_, maxValue_) : value);
+}
+
+int KTSlider::intValue() const {
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(std::round(value_), lowest, highest));
+}
+
+void KTSlider::setIntValue(int value) {
+    const double wanted = value;
+    if (wanted > maxValue_) {
+        store(std::trunc(maxValue_));
+    } else if (wanted < minValue_) {
+        store(std::trunc(minValue_));
+    } else {
+        store(wanted);
+    }
+}
+
+void KTSlider::store(double value) {
+    const bool changed = value != value_;
+    value_ = value;
+    update();
+    if (!changed) return;
+    QAccessibleValueChangeEvent event(this, value_);
+    QAccessible::updateAccessibility(&event);
+}
+
+void KTSlider::choose(double value) {
+    setFloatValue(value);
+    Q_EMIT action();
+}
+
+double KTSlider::knobPosition(double width, double height) const {
+    const double range = maxValue_ - minValue_;
+    return range != 0 ? (width - height) * (value_ - minValue_) / range : 0;
+}
+
+double KTSlider::valueAt(double knobPosition) const {
+    const double way = width() - height();
+    return way > 0 ? minValue_ + (maxValue_ - minValue_) * std::clamp(knobPosition / way, 0.0, 1.0)
+                   : minValue_;
+}
+
+void KTSlider::drawRect(QPainter& painter, const QRectF& rect) {
+    const QRectF track = drawing::snapped(painter, rect);
+    drawing::drawRounded(painter, track, track.height() / 2, palette::outlineGrey, palette::trackGrey);
+    drawing::drawKnob(painter, track, knobPosition(track.width(), track.height()));
+}
+
+void KTSlider::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    if (!isEnabled()) painter.setOpacity(drawing::disabledOpacity);
+    drawRect(painter, rect());
+}
+
+void KTSlider::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        event->ignore();
+        return;
+    }
+    const double diameter = height();
+    const double pointer = event->position().x();
+    const double knob = knobPosition(width(), diameter);
+    const bool onKnob = pointer >= knob && pointer < knob + diameter;
+    grip_ = onKnob ? pointer - knob : diameter / 2;
+    choose(onKnob ? value_ : valueAt(pointer - *grip_));
+}
+
+void KTSlider::mouseMoveEvent(QMouseEvent* event) {
+    if (!grip_) {
+        event->ignore();
+        return;
+    }
+    choose(valueAt(event->position().x() - *grip_));
+}
+
+void KTSlider::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !grip_) {
+        event->ignore();
+        return;
+    }
+    grip_.reset();
+    Q_EMIT action();
+}
+
+// A whole number of units, at least one.
+double KTSlider::wholeStep(double shareOfRange) const {
+    return std::max(1.0, std::round((maxValue_ - minValue_) * shareOfRange));
+}
+
+void KTSlider::keyPressEvent(QKeyEvent* event) {
+    const double from = intValue();
+    switch (event->key()) {
+        case Qt::Key_Left:
+        case Qt::Key_Down:
+            return choose(from - 1);
+        case Qt::Key_Right:
+        case Qt::Key_Up:
+            return choose(from + 1);
+        case Qt::Key_PageDown:
+            return choose(from - wholeStep(pageShare));
+        case Qt::Key_PageUp:
+            return choose(from + wholeStep(pageShare));
+        case Qt::Key_Home:
+            return choose(minValue_);
+        case Qt::Key_End:
+            return choose(maxValue_);
+        default:
+            event->ignore();
+    }
+}
+
+void KTSlider::wheelEvent(QWheelEvent* event) {
+    if (!hasFocus()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    constexpr int notch = QWheelEvent::DefaultDeltasPerStep;
+    const QPoint turned = event->angleDelta();
+    wheelRemainder_ += std::abs(turned.x()) > std::abs(turned.y()) ? turned.x() : turned.y();
+    const int notches = wheelRemainder_ / notch;
+    wheelRemainder_ %= notch;
+    if (notches != 0) choose(intValue() + notches * wholeStep(wheelShare));
+}
+
+void KTSlider::changeEvent(QEvent* event) {
+    // A camera may vanish under the user's hand.
+    if (event->type() == QEvent::EnabledChange) {
+        if (!isEnabled()) grip_.reset();
+        update();
+    }
+    QWidget::changeEvent(event);
+}
+
+void KTSlider::hideEvent(QHideEvent* event) {
+    grip_.reset();
+    QWidget::hideEvent(event);
+}
+
+} // namespace tavelo

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// A horizontal slider.
+#pragma once
+
+#include <optional>
+
+#include <QRectF>
+#include <QWidget>
+
+class QPainter;
+
+namespace tavelo {
+
+/// A pill-shaped track with a round knob of its height.
+///
+/// The value is a real number within [minValue, maxValue], 0 within [0, 1] at first; keys, wheel and screen
+/// readers step by whole numbers.  Setting a value by program sends no action().  Thread-bound to the main
+/// thread.
+class KTSlider : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit KTSlider(QWidget* parent = nullptr);
+    explicit KTSlider(const QRect& frame, QWidget* parent = nullptr);
+
+    double minValue() const { return minValue_; }
+    double maxValue() const { return maxValue_; }
+    /// A new end of the range pulls the value with it.  While the range is upside down (between setting its
+    /// two ends) the value stays.
+    void setMinValue(double value);
+    void setMaxValue(double value);
+
+    double floatValue() const { return value_; }
+    /// Kept within the range.
+    void setFloatValue(double value);
+
+    /// The nearest whole number.
+    int intValue() const;
+    /// Above the range it stores the maximum, below it the minimum, both without their fractions.
+    void setIntValue(int value);
+
+    /// Where an owner follows the pointer; kept for the owner, the slider has no hover behaviour of its own.
+    const std::optional<QRectF>& trackingArea() const { return trackingArea_; }
+    void setTrackingArea(const std::optional<QRectF>& area) { trackingArea_ = area; }
+
+    /// Draws the slider into `rect`, in points.
+    void drawRect(QPainter& painter, const QRectF& rect);
+
+    /// Takes a value as if the user had chosen it: sends action().
+    void choose(double value);
+
+    QSize sizeHint() const override { return {160, 16}; }
+
+Q_SIGNALS:
+    /// The user acted: on press, on every move while dragging and on release, on each key and wheel step.
+    void action();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    void store(double value);
+    double knobPosition(double width, double height) const;
+    double valueAt(double knobPosition) const;
+    double wholeStep(double shareOfRange) const;
+
+    double minValue_ = 0;
+    double maxValue_ = 1;
+    double value_ = 0;
+    std::optional<QRectF> trackingArea_;
+
+    // From the knob's left end to the pointer, while the knob is held.
+    std::optional<double> grip_;
+    int wheelRemainder_ = 0; // eighths of a degree that did not make a step yet
+};
+
+} // namespace tavelo

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "widgets/kt_text.h"
+
+#include <limits>
+
+#include <QAccessible>
+#include <QFontDatabase>
+#include <QPainter>
+
+#include "app/text/measure/size_with_font.h"
+#include "widgets/accessibility.h"
+#include "widgets/drawing.h"
+
+namespace tavelo {
+
+KTText::KTText(QWidget* parent) : QWidget(parent) {
+    installWidgetAccessibility();
+    // A label takes part in dragging the window by its background.
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    QFont system = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    // Points of the layout, which are Qt's device-independent pixels, not a printer's points.
+    system.setPixelSize(16);
+    setFont(system);
+}
+
+KTText::KTText(const QRect& frame, QWidget* parent) : KTText(parent) {
+    setGeometry(frame);
+}
+
+void KTText::setText(const QString& text) {
+    const bool changed = text != text_;
+    text_ = text;
+    update();
+    if (!changed) return;
+    updateGeometry();
+    QAccessibleEvent event(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&event);
+}
+
+void KTText::setEnable(bool enable) {
+    enable_ = enable;
+    update();
+}
+
+void KTText::drawRect(QPainter& painter, const QRectF& rect) {
+    if (borderColor_) {
+        const QRectF pill = drawing::snapped(painter, rect);
+        drawing::drawRounded(painter, pill, pill.height() / 2, *borderColor_,
+                             backgroundColor_.value_or(Qt::transparent));
+    }
+    drawing::drawCentredText(painter, rect, text_,
+                             {font(), enable_ ? textColor_ : disableColor_, textShadow_}, 1);
+}
+
+QSize KTText::sizeHint() const {
+    return sizeWithFont(text_, font(), std::numeric_limits<double>::max()).toSize();
+}
+
+void KTText::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    drawRect(painter, rect());
+}
+
+} // namespace tavelo

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// A text label.
+#pragma once
+
+#include <optional>
+
+#include <QColor>
+#include <QString>
+#include <QWidget>
+
+#include "widgets/palette.h"
+#include "widgets/text_shadow.h"
+
+class QPainter;
+
+namespace tavelo {
+
+/// One text, centred, one point above the exact middle; optionally on a pill with an outline.
+///
+/// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent
+/// of QWidget's enabled state.  Thread-bound to the main thread.
+class KTText : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit KTText(QWidget* parent = nullptr);
+    explicit KTText(const QRect& frame, QWidget* parent = nullptr);
+
+    const QString& text() const { return text_; }
+    void setText(const QString& text);
+
+    const QColor& textColor() const { return textColor_; }
+    void setTextColor(const QColor& color) { textColor_ = color; }
+
+    /// The text's colour while `enable` is false.
+    const QColor& disableColor() const { return disableColor_; }
+    void setDisableColor(const QColor& color) { disableColor_ = color; }
+
+    const std::optional<QColor>& borderColor() const { return borderColor_; }
+    void setBorderColor(const std::optional<QColor>& color) { borderColor_ = color; }
+
+    /// Fills the pill; without a border there is no pill, and this colour does not show.
+    const std::optional<QColor>& backgroundColor() const { return backgroundColor_; }
+    void setBackgroundColor(const std::optional<QColor>& color) { backgroundColor_ = color; }
+
+    const std::optional<TextShadow>& textShadow() const { return textShadow_; }
+    void setTextShadow(const std::optional<TextShadow>& shadow) { textShadow_ = shadow; }
+
+    bool enable() const { return enable_; }
+    void setEnable(bool enable);
+
+    /// Draws the label into `rect`.
+    void drawRect(QPainter& painter, const QRectF& rect);
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString text_;
+    QColor textColor_ = Qt::white;
+    QColor disableColor_ = palette::disabledTextGrey;
+    std::optional<QColor> borderColor_;
+    std::optional<QColor> backgroundColor_;
+    std::optional<TextShadow> textShadow_;
+    bool enable_ = true;
+};
+
+} // namespace tavelo
