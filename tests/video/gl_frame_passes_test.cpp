@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QOpenGLExtraFunctions>
+#include <iostream>
 #include <utility>
 
 #include "display_test_main.h"
@@ -159,7 +160,12 @@ int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
     {
         tavelo::SerialQueue queue("probe");
-        if (!tavelo::GlContext::create(queue)) return 77;
+        const auto context = tavelo::GlContext::create(queue);
+        if (!context) return 77;
+        queue.sync([&] {
+            const auto* version = context->context().functions()->glGetString(GL_VERSION);
+            std::cout << reinterpret_cast<const char*>(version) << '\n';
+        });
     }
     ::testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();

@@ -23,6 +23,8 @@ constexpr std::uint32_t mix(std::uint32_t a, std::uint32_t b, std::uint32_t frac
     return even | odd << 8;
 }
 
+double snapped(double edge) { return std::round(edge * 256) / 256; }
+
 std::uint32_t* pixelRow(const Pixels& target, std::size_t y) {
     return reinterpret_cast<std::uint32_t*>(target.bytes + y * target.bytesPerRow);
 }
@@ -40,13 +42,18 @@ void BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newT
 
     const double extent = double(targetLength) * scale;
     const double origin = (double(targetLength) - extent) / 2;
+    // A pixel is covered where its centre is, an edge that meets a centre included at the near end.  Edges lie on the
+    // grid of 256ths that GPUs round them to, so that a rounding error decides nothing.
+    const double nearEdge = snapped(origin);
+    const double farEdge = snapped(origin + extent);
     const auto last = std::int64_t(sourceLength) - 1;
     for (std::size_t i = 0; i < targetLength; ++i) {
-        const double along = (double(i) + 0.5 - origin) / extent;
-        if (!(along >= 0 && along < 1)) {
+        const double centre = double(i) + 0.5;
+        if (centre < nearEdge || centre >= farEdge) {
             if (samples.empty()) begin = i + 1;
             continue;
         }
+        const double along = (centre - origin) / extent;
         // In 256ths of a source pixel, from the first pixel's centre.
         const auto position = std::int64_t(std::floor((along * double(sourceLength) - 0.5) * 256 + 0.5));
         const std::int64_t clamped = std::clamp<std::int64_t>(position, 0, last * 256);
