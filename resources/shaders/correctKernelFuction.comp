@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes the camera's frame, mirrored as asked, twice: into the memory that the recorder and the snapshot read, and
 // into the texture that the display pass samples.  One thread a pixel.  A pixel in memory is one word, its bytes
 // blue, green, red, alpha from the lowest up.

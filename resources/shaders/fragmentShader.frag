@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The corrected frame's colour at the quad's texture coordinate.
 
 precision highp float;

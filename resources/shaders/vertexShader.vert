@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Places the quad in clip space and passes its texture coordinate on.
 
 layout(location = 0) in vec4 position;
