@@ -7,14 +7,12 @@ add_library(tavelo_flags INTERFACE)
 target_compile_features(tavelo_flags INTERFACE cxx_std_20)
 target_compile_options(tavelo_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Wconversion
-    -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wnull-dereference -Wextra-semi
+    -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
     $<$<BOOL:${TAVELO_WERROR}>:-Werror>)
 
 if(TAVELO_SANITIZE)
     target_compile_options(tavelo_flags INTERFACE
-        -fsanitize=${TAVELO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-        # The sanitizers' own instrumentation confuses this one warning.
-        -Wno-null-dereference)
+        -fsanitize=${TAVELO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tavelo_flags INTERFACE -fsanitize=${TAVELO_SANITIZE})
 endif()
 

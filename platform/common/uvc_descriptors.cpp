@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <set>
 
 namespace tavelo {
@@ -42,11 +41,10 @@ std::optional<UsbInterfaceDescriptor> asInterface(Bytes descriptor) {
     return UsbInterfaceDescriptor{descriptor[2], descriptor[3], descriptor[5], descriptor[6], descriptor[7]};
 }
 
-// The class-specific descriptors of the first video-control interface.  Their own header announces a total
-// length; the next interface descriptor is the limit that cannot lie.
-std::vector<Bytes> videoControlDescriptors(Bytes configuration) {
+// The class-specific descriptors of one video-control interface, the first unless told.  Their own header
+// announces a total length; the next interface descriptor is the limit that cannot lie.
+std::vector<Bytes> videoControlDescriptors(Bytes configuration, std::optional<std::uint8_t> number) {
     std::vector<Bytes> found;
-    std::optional<std::uint8_t> number;
     bool inside = false;
     while (const auto descriptor = takeDescriptor(configuration)) {
         if ((*descriptor)[1] == interfaceType) {
@@ -190,14 +188,15 @@ void setFlags(BusProberDevice& device, Bytes map, std::span<const SupportBit> bi
 
 } // namespace
 
-BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDescriptor) {
+BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDescriptor,
+                                 std::optional<std::uint8_t> interfaceNumber) {
     BusProberDevice device;
     if (deviceDescriptor.size() >= 12 && deviceDescriptor[1] == deviceType) {
         device.vendorID = word(deviceDescriptor, 8);
         device.productID = word(deviceDescriptor, 10);
     }
     std::vector<Entity> entities;
-    for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor)) {
+    for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor, interfaceNumber)) {
         if (auto entity = asEntity(descriptor)) entities.push_back(std::move(*entity));
     }
     const Entity* terminal = firstOf(entities, inputTerminalSubtype);

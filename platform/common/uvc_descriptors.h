@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -29,14 +30,16 @@ struct UsbInterfaceDescriptor {
 
 /// The camera's record as far as descriptors tell it: vendor, product, entity identifiers, support flags.
 ///
-/// Looks at the first video-control interface.  The camera terminal is its first input terminal of type
+/// Looks at one video-control interface.  The camera terminal is its first input terminal of type
 /// 0x0201; the processing unit is the first one fed by that terminal, else the first of all.  An entity whose
 /// descriptor is cut off, or too short for the control map that it announces, is not taken, and its
 /// identifier stays -1.  Location and name are left empty: no descriptor holds them.
 /// @param deviceDescriptor        the 18 bytes of the device descriptor
 /// @param configurationDescriptor one configuration with all that follows it
+/// @param interfaceNumber         which video-control interface; absent means the first
 BusProberDevice probeDescriptors(std::span<const std::uint8_t> deviceDescriptor,
-                                 std::span<const std::uint8_t> configurationDescriptor);
+                                 std::span<const std::uint8_t> configurationDescriptor,
+                                 std::optional<std::uint8_t> interfaceNumber = std::nullopt);
 
 /// Every interface descriptor of a configuration, in the order of the bytes.
 std::vector<UsbInterfaceDescriptor> interfacesOf(std::span<const std::uint8_t> configurationDescriptor);

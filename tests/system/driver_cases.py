@@ -6,22 +6,40 @@ import subprocess
 
 from rig.virtual_cameras import VirtualCameras, entities
 
+WIDTH, HEIGHT = 320, 240
+FRAMES = 5
+
 
 class Stage:
-    def __init__(self, programs, out):
+    def __init__(self, programs, out, options):
         self.programs = programs
         self.out = pathlib.Path(out)
-        self.cameras = VirtualCameras(programs, out)
+        self.cameras = VirtualCameras(programs, out, options=options)
         self.nodes = {}
+
+    def record(self, encoding):
+        """What the driver delivers of a few frames, one after another."""
+        path = pathlib.Path("/run/frames")
+        subprocess.run(
+            ["v4l2-ctl", "-d", self.nodes[1],
+             f"--set-fmt-video=width={WIDTH},height={HEIGHT},pixelformat={encoding}",
+             "--stream-mmap", f"--stream-count={FRAMES}", f"--stream-to={path}"],
+            check=True, capture_output=True, timeout=120,
+        )
+        return path.read_bytes()
 
 
 @contextlib.contextmanager
-def stage(programs, out):
-    stage = Stage(programs, out)
+def stage(programs, out, options=()):
+    stage = Stage(programs, out, options)
     try:
         yield stage
     finally:
         stage.cameras.close()
+
+
+def bulk_stage(programs, out):
+    return stage(programs, out, ["--bulk"])
 
 
 def two_cameras_attach(stage):
@@ -36,19 +54,26 @@ def the_cameras_number_their_entities_differently(stage):
     assert first[0] != second[0] and first[1] != second[1], f"{first} {second}"
 
 
-def the_driver_streams_whole_frames(stage):
-    size, count = (320, 240), 5
-    path = stage.out / "frames.yuyv"
-    subprocess.run(
-        ["v4l2-ctl", "-d", stage.nodes[1], f"--set-fmt-video=width={size[0]},height={size[1]},pixelformat=YUYV",
-         "--stream-mmap", f"--stream-count={count}", f"--stream-to={path}"],
-        check=True, capture_output=True, timeout=120,
-    )
-    assert path.stat().st_size == count * size[0] * size[1] * 2, f"{path.stat().st_size} bytes"
-    data = path.read_bytes()
-    frames = {data[at:at + len(data) // count] for at in range(0, len(data), len(data) // count)}
-    assert len(frames) > 1, "the picture stands still"
-    path.unlink()
+def uncompressed_frames_arrive_whole(stage):
+    data = stage.record("YUYV")
+    stride, size = 2 * WIDTH, 2 * WIDTH * HEIGHT
+    assert len(data) == FRAMES * size, f"{len(data)} bytes"
+    frames = [data[at:at + size] for at in range(0, len(data), size)]
+    assert len(set(frames)) > 1, "the picture stands still"
+    # The colour differences of the patches in the corners: of blue and red above or below the middle.
+    for frame in frames:
+        for x, y, blue, red in ((4, 4, -1, 1), (WIDTH - 6, 4, -1, -1), (4, HEIGHT - 6, 1, -1),
+                                (WIDTH - 6, HEIGHT - 6, -1, 1)):
+            at = y * stride + 2 * x
+            found = frame[at + 1] - 128, frame[at + 3] - 128
+            assert found[0] * blue > 15 and found[1] * red > 15, f"{found} at {x}, {y}"
+
+
+def compressed_frames_arrive_whole(stage):
+    data = stage.record("MJPG")
+    assert data.startswith(b"\xff\xd8"), data[:16].hex()
+    assert data.count(b"\xff\xd9\xff\xd8") == FRAMES - 1, "a frame is cut off"
+    assert data.rstrip(b"\0").endswith(b"\xff\xd9"), data[-16:].hex()
 
 
 def every_control_answers_through_the_driver(stage):
@@ -72,8 +97,16 @@ def the_server_ends_when_asked(stage):
 CASES = [
     two_cameras_attach,
     the_cameras_number_their_entities_differently,
-    the_driver_streams_whole_frames,
+    uncompressed_frames_arrive_whole,
+    compressed_frames_arrive_whole,
     every_control_answers_through_the_driver,
     a_vanished_camera_leaves_nothing_behind,
+    the_server_ends_when_asked,
+]
+
+BULK_CASES = [
+    two_cameras_attach,
+    uncompressed_frames_arrive_whole,
+    compressed_frames_arrive_whole,
     the_server_ends_when_asked,
 ]

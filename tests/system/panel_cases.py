@@ -9,7 +9,7 @@ from rig.virtual_cameras import VirtualCameras, entities
 
 SIZE = (320, 240)  # small, since the guest's processor is an emulated one
 
-# The four patches in the corners of the virtual camera's picture, by which channel is full.
+# The four patches in the corners of the virtual camera's picture, by the channels that are full.
 CORNERS = {"top left": (1, 0, 0), "top right": (0, 1, 0), "bottom left": (0, 0, 1), "bottom right": (1, 1, 0)}
 
 
@@ -37,9 +37,14 @@ class Stage:
         return {name: self.panel.mean((*place, patch, patch)) for name, place in places.items()}
 
     def picture_is_right(self):
+        """Whether each corner shows its own colour: neither mirrored nor upside down, and no bars over it."""
         corners = self.corners()
-        return all((corners[name][channel] > 150) if full else (corners[name][channel] < 100)
-                   for name, channels in CORNERS.items() for channel, full in enumerate(channels))
+        for name, channels in CORNERS.items():
+            full = [value for value, wanted in zip(corners[name], channels) if wanted]
+            empty = [value for value, wanted in zip(corners[name], channels) if not wanted]
+            if min(full) < max(empty) + 50:
+                return False
+        return True
 
     def drag_brightness(self, start, end):
         """Drags the slider between two parts of its way, 0 to 1."""
@@ -114,7 +119,7 @@ def a_dragged_slider_moves_the_value_in_the_camera(stage):
 
 def the_request_carries_the_value_byte_for_byte(stage):
     value = stage.cameras.value(1, "brightness")
-    request = stage.cameras.requests(1, request_type=0x21, selector=0x02, entity=stage.unit)[-1]
+    request = stage.cameras.requests(1, request_type=0x21, request=0x01, selector=0x02, entity=stage.unit)[-1]
     assert request.request == 0x01, request  # SET_CUR
     assert request.interface == 0, request
     assert request.length == 2, request
@@ -171,7 +176,7 @@ def another_camera_takes_its_place(stage):
     _, high = stage.cameras.limits(2, "brightness")
     stage.drag_brightness(0.5, 1)
     stage.panel.wait_for("the highest brightness", lambda: stage.cameras.value(2, "brightness") == high)
-    assert stage.cameras.requests(2, request_type=0x21, selector=0x02, entity=unit)
+    assert stage.cameras.requests(2, request_type=0x21, request=0x01, selector=0x02, entity=unit)
 
 
 def the_panel_ends_when_asked(stage):

@@ -12,16 +12,19 @@ import panel_cases
 from rig.report import Report
 
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
-GROUPS = {"driver": driver_cases, "panel": panel_cases}
+GROUPS = {
+    "driver": (driver_cases.stage, driver_cases.CASES),
+    "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
+    "panel": (panel_cases.stage, panel_cases.CASES),
+}
 
 
 def main(out, *names):
     report = Report(f"{out}/cases.txt")
     for name in names or GROUPS:
-        print(name, flush=True)
-        group = GROUPS[name]
-        with report.guarding(f"stage_of_{name}"), group.stage(PROGRAMS, out) as stage:
-            for case in group.CASES:
+        set_up, cases = GROUPS[name]
+        with report.group(name), set_up(PROGRAMS, out) as stage:
+            for case in cases:
                 report.run(case, stage)
     return 1 if report.failed else 0
 

@@ -12,6 +12,7 @@ class Skipped(Exception):
 class Report:
     def __init__(self, path):
         self._file = open(path, "w", encoding="utf-8")
+        self._group = ""
         self.failed = 0
 
     def run(self, case, *arguments):
@@ -22,23 +23,25 @@ class Report:
             case(*arguments)
         except Skipped as reason:
             outcome = "skipped"
-            print(f"          {reason}")
+            print(reason)
         except Exception:  # a case may fail in any way, and the next one runs all the same
             outcome = "failed"
             traceback.print_exc()
         self._write(outcome, name, time.monotonic() - started)
 
     @contextlib.contextmanager
-    def guarding(self, name):
-        """What fails around the cases is a failure of its own."""
+    def group(self, name):
+        """Around cases that share a stage; a stage that does not stand is a failure of its own."""
+        self._group = name
         try:
             yield
         except Exception:  # the next group runs all the same
             traceback.print_exc()
-            self._write("failed", name, 0)
+            self._write("failed", "stage", 0)
 
     def _write(self, outcome, name, seconds):
         self.failed += outcome == "failed"
-        print(f"  {outcome}  {name} ({seconds:.1f} s)", flush=True)
+        name = f"{self._group}/{name}"
+        print(f"{outcome} {name} ({seconds:.1f} s)", flush=True)
         self._file.write(f"{outcome} {name}\n")
         self._file.flush()

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// Which V4L2 control answers for which control of the USB Video Class.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace tavelo {
+
+enum class UvcEntity : std::uint8_t { cameraTerminal, processingUnit };
+
+/// How the number of the V4L2 control becomes the bytes of the camera's control.
+enum class KernelEncoding : std::uint8_t {
+    number,       ///< the same number, in the control's own length
+    exposureMode, ///< V4L2 counts the modes, the camera has one bit for each
+    pair,         ///< two V4L2 controls, four bytes each
+};
+
+/// Which range requests the camera's control answers beside GET_CUR, GET_INFO and GET_LEN.
+enum class KernelRange : std::uint8_t {
+    none,
+    defaultOnly,          ///< GET_DEF
+    defaultAndResolution, ///< GET_DEF, and GET_RES for a map of the modes it knows
+    full,                 ///< GET_MIN, GET_MAX, GET_RES, GET_DEF
+};
+
+struct KernelControl {
+    UvcEntity entity;
+    std::uint8_t selector;
+    std::uint8_t size; ///< bytes on the wire
+    bool isSigned;     ///< how a written value shorter than V4L2's 32 bits is widened
+    KernelEncoding encoding;
+    KernelRange range;
+    std::uint32_t id;       ///< V4L2_CID_...
+    std::uint32_t secondId; ///< of a pair, else 0
+    std::string_view name;  ///< for people
+};
+
+/// Every control that the kernel maps, each once.
+std::span<const KernelControl> kernelControls();
+
+/// Null for a control that the kernel maps to nothing: scanning mode, roll, relative exposure time, and
+/// whatever this program does not know.
+const KernelControl* findKernelControl(UvcEntity entity, std::uint8_t selector);
+
+} // namespace tavelo
