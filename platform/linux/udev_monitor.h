@@ -1,45 +1,50 @@
 // SPDX-License-Identifier: MIT
-// Tells when devices of one kind come and go.
+// A thread that waits for udev.
 #pragma once
 
 #include <functional>
 #include <memory>
-#include <string>
+#include <mutex>
 #include <thread>
+#include <vector>
 
+#include "platform/linux/udev_events.h"
 #include "platform/linux/wake_event.h"
+#include "platform/task.h"
 
 namespace tavelo {
 
-/// Listens to udev, after its rules have run (links and rights are there then), on a thread of its own. Where
-/// no udev runs it listens to the kernel itself; where neither can be heard it stays silent.
+/// Reads events on a thread of its own.
+///
+/// Thread-safe.  Once the destructor has returned no call of the handler is under way and none follows; never
+/// destroy a monitor from its own thread.
 class UdevMonitor {
 public:
-    /// @param subsystem "video4linux", "usb"
-    /// @param deviceType what to hear of within the subsystem ("usb_device"); empty for all
-    /// @param changed called on the monitor's thread, once for any number of events that came together; must
-    /// not
-    ///     destroy the monitor
-    UdevMonitor(const std::string& subsystem, const std::string& deviceType, std::function<void()> changed);
-
-    /// No call of `changed` is under way when it returns.
+    /// @param source  may be null: no events come then, but tasks run all the same
+    /// @param handler called on the monitor's thread, one event after another; must not throw
+    UdevMonitor(std::unique_ptr<UdevEventSource> source, std::function<void(const UdevEvent&)> handler);
     ~UdevMonitor();
 
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
 
-    /// Whether anything can be heard at all.
-    bool isListening() const { return connection_ != nullptr; }
+    /// Runs a task on the monitor's thread.  Tasks that still wait when the monitor ends are dropped.
+    void async(Task task);
 
 private:
-    struct Connection;
-
     void run();
+    bool runTasks();
+    void readEvents(short readiness);
 
-    const std::function<void()> changed_;
-    std::unique_ptr<Connection> connection_; // used by the thread once that runs
-    WakeEvent stop_;
-    std::thread thread_;
+    std::unique_ptr<UdevEventSource> source_;
+    const std::function<void(const UdevEvent&)> handler_;
+    WakeEvent wake_;
+
+    std::mutex mutex_; // guards the members up to the blank line
+    std::vector<Task> tasks_;
+    bool stopping_ = false;
+
+    std::thread thread_; // last: it uses everything above
 };
 
 } // namespace tavelo

@@ -2,6 +2,7 @@
 #include "platform/linux/v4l2_capture_platform.h"
 
 #include "platform/common/standard_capture_session.h"
+#include "platform/linux/udev_events.h"
 #include "platform/linux/udev_monitor.h"
 #include "platform/linux/v4l2_node.h"
 #include "platform/linux/video_device_list.h"
@@ -13,7 +14,7 @@ class V4l2CapturePlatform final : public CapturePlatform {
 public:
     V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request)
         : list_("/sys", mainQueue, {opener_, diagnostics, request}),
-          monitor_("video4linux", "", [this] { list_.rescan(); }) {
+          monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that nothing comes in between unheard
     }
 
