@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/udev_events.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <utility>
 
@@ -42,7 +44,9 @@ private:
 std::unique_ptr<UdevEventSource> openUdevEvents(const char* subsystem, const char* deviceType) {
     UdevContext context(udev_new());
     if (!context) return nullptr;
-    UdevMonitorHandle monitor(udev_monitor_new_from_netlink(context.get(), "udev"));
+    // Where no udev runs (in a container, say), the kernel's own events are better than none.
+    const bool udevRuns = ::access("/run/udev/control", F_OK) == 0;
+    UdevMonitorHandle monitor(udev_monitor_new_from_netlink(context.get(), udevRuns ? "udev" : "kernel"));
     if (!monitor ||
         udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), subsystem, deviceType) < 0 ||
         udev_monitor_enable_receiving(monitor.get()) < 0)

@@ -27,10 +27,11 @@ public:
     virtual std::optional<UdevEvent> receive() = 0;
 };
 
-/// Events that udev sends once its rules have run: links and rights are there by then.
+/// Events that udev sends once its rules have run: links and rights are there by then.  Where no udev runs,
+/// the kernel's events.
 /// @param subsystem "usb", "video4linux"
 /// @param deviceType "usb_device"; null for every type
-/// @return null on a machine without udev
+/// @return null where neither can be heard
 std::unique_ptr<UdevEventSource> openUdevEvents(const char* subsystem, const char* deviceType);
 
 } // namespace tavelo
