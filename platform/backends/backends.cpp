@@ -11,8 +11,8 @@ namespace tavelo {
 
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
     if (options.virtualCameras > 0) {
-        VirtualBackend backend = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-        return {std::move(backend.usb), std::move(backend.capture)};
+        VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
+        return {std::move(cameras.usb), std::move(cameras.capture)};
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
             makeV4l2CapturePlatform(mainQueue, diagnostics, options.format)};
