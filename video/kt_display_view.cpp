@@ -53,9 +53,9 @@ void KTDisplayView::resizeEvent(QResizeEvent*) {
     layout();
 }
 
-void KTDisplayView::showDevice(std::shared_ptr<CaptureDevice> device) {
+void KTDisplayView::showDevice(const std::shared_ptr<CaptureDevice>& device) {
     detach();
-    if (device) attach(std::move(device));
+    if (device) attach(device);
 }
 
 void KTDisplayView::detach() {
@@ -76,7 +76,7 @@ void KTDisplayView::detach() {
     if (input) captureSession_->removeInput(*input);
 }
 
-void KTDisplayView::attach(std::shared_ptr<CaptureDevice> device) {
+void KTDisplayView::attach(const std::shared_ptr<CaptureDevice>& device) {
     Error error; // the panel keeps quiet about it
     const std::shared_ptr<CaptureDeviceInput> input = device->makeInput(error);
     {

@@ -34,7 +34,7 @@ public:
 
     /// Switches to a device and starts it: stops the one shown before at once, starts in the background. Null
     /// leaves the last picture standing.
-    void showDevice(std::shared_ptr<CaptureDevice> device);
+    void showDevice(const std::shared_ptr<CaptureDevice>& device);
 
     /// Starts the session in the background.
     void startRunning();
@@ -69,7 +69,7 @@ private:
     KTDisplayView(const QRect& frame, RendererChoice renderer, std::unique_ptr<CaptureSession> session,
                   std::unique_ptr<CaptureVideoDataOutput> output, QWidget* parent);
 
-    void attach(std::shared_ptr<CaptureDevice> device);
+    void attach(const std::shared_ptr<CaptureDevice>& device);
     void detach();
     void stopOnQueue(const std::shared_ptr<CaptureDeviceInput>& attached);
 

@@ -39,17 +39,14 @@ private:
     UdevMonitorHandle monitor_;
 };
 
-// Where no udev runs nobody would ever send its events; the kernel's own come without any rule having run.
-const char* eventGroup() {
-    return ::access("/run/udev/control", F_OK) == 0 ? "udev" : "kernel";
-}
-
 } // namespace
 
 std::unique_ptr<UdevEventSource> openUdevEvents(const char* subsystem, const char* deviceType) {
     UdevContext context(udev_new());
     if (!context) return nullptr;
-    UdevMonitorHandle monitor(udev_monitor_new_from_netlink(context.get(), eventGroup()));
+    // Where no udev runs (in a container, say), the kernel's own events are better than none.
+    const bool udevRuns = ::access("/run/udev/control", F_OK) == 0;
+    UdevMonitorHandle monitor(udev_monitor_new_from_netlink(context.get(), udevRuns ? "udev" : "kernel"));
     if (!monitor ||
         udev_monitor_filter_add_match_subsystem_devtype(monitor.get(), subsystem, deviceType) < 0 ||
         udev_monitor_enable_receiving(monitor.get()) < 0)

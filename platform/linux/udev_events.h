@@ -27,8 +27,8 @@ public:
     virtual std::optional<UdevEvent> receive() = 0;
 };
 
-/// Events that udev sends once its rules have run: links and rights are there by then.  Where no udev runs, the
-/// kernel's own events.
+/// Events that udev sends once its rules have run: links and rights are there by then.  Where no udev runs,
+/// the kernel's events.
 /// @param subsystem "usb", "video4linux"
 /// @param deviceType "usb_device"; null for every type
 /// @return null where neither can be heard

@@ -56,7 +56,7 @@ private:
 
     // An observer may add and remove observers while it is told, itself included.
     void tell(void (CaptureDeviceObserver::*what)(const std::shared_ptr<CaptureDevice>&),
-              std::shared_ptr<CaptureDevice> device) {
+              const std::shared_ptr<CaptureDevice>& device) {
         for (CaptureDeviceObserver* observer : std::vector(observers_)) {
             if (std::ranges::find(observers_, observer) != observers_.end()) (observer->*what)(device);
         }

@@ -39,6 +39,7 @@ std::vector<std::string> nodeNames(const fs::path& folder) {
     }
     std::ranges::sort(numbered);
     std::vector<std::string> names;
+    names.reserve(numbered.size());
     for (auto& [number, name] : numbered)
         names.push_back(std::move(name));
     return names;

@@ -23,7 +23,9 @@ constexpr std::uint32_t mix(std::uint32_t a, std::uint32_t b, std::uint32_t frac
     return even | odd << 8;
 }
 
-double snapped(double edge) { return std::round(edge * 256) / 256; }
+double snapped(double edge) {
+    return std::round(edge * 256) / 256;
+}
 
 std::uint32_t* pixelRow(const Pixels& target, std::size_t y) {
     return reinterpret_cast<std::uint32_t*>(target.bytes + y * target.bytesPerRow);
@@ -42,8 +44,8 @@ void BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newT
 
     const double extent = double(targetLength) * scale;
     const double origin = (double(targetLength) - extent) / 2;
-    // A pixel is covered where its centre is, an edge that meets a centre included at the near end.  Edges lie on the
-    // grid of 256ths that GPUs round them to, so that a rounding error decides nothing.
+    // A pixel is covered where its centre is, an edge that meets a centre included at the near end.  Edges
+    // lie on the grid of 256ths that GPUs round them to, so that a rounding error decides nothing.
     const double nearEdge = snapped(origin);
     const double farEdge = snapped(origin + extent);
     const auto last = std::int64_t(sourceLength) - 1;

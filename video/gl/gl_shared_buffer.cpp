@@ -43,7 +43,7 @@ std::shared_ptr<GlSharedBuffer> GlSharedBuffer::create(QOpenGLContext& context, 
     QOpenGLExtraFunctions& gl = *context.extraFunctions();
     GLuint name = 0;
     gl.glGenBuffers(1, &name);
-    const std::shared_ptr<GlSharedBuffer> buffer(new GlSharedBuffer(name, bytes, std::move(disposal)));
+    std::shared_ptr<GlSharedBuffer> buffer(new GlSharedBuffer(name, bytes, std::move(disposal)));
     forgetErrors(gl);
     gl.glBindBuffer(GL_SHADER_STORAGE_BUFFER, name);
     const bool made = sharing == Sharing::mapped ? buffer->map(context) : buffer->allocate(gl);

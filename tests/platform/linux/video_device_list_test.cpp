@@ -203,9 +203,8 @@ TEST_F(VideoDeviceListTest, TakesNewsFromSeveralThreads) {
     list->addObserver(&observer);
     plug(1, "A");
     {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 3; ++i)
-            threads.emplace_back([&] { list->rescan(); });
+        const std::jthread first([&] { list->rescan(); });
+        const std::jthread second([&] { list->rescan(); });
         for (int i = 0; i < 20; ++i)
             queue.run();
     }

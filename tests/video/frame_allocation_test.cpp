@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// A preview that runs all day takes nothing from the heap for a frame.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "fake_backend.h"
+#include "test_picture.h"
+#include "video/cpu/cpu_frame_passes.h"
+
+namespace {
+
+std::atomic<int>& allocations() {
+    static std::atomic<int> count = 0;
+    return count;
+}
+
+} // namespace
+
+// NOLINTBEGIN(cppcoreguidelines-*): these are the program's own operators, counted
+void* operator new(std::size_t size) {
+    ++allocations();
+    if (void* memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+// NOLINTEND(cppcoreguidelines-*)
+
+namespace tavelo::testing {
+namespace {
+
+// Draws into a picture that is never shown: what shows one belongs to the window system.
+class MemorySurface final : public FrameSurface {
+public:
+    explicit MemorySurface(CpuFramePasses& passes) : passes_(passes) {}
+
+    void setDrawable(bool) override {}
+    bool makeCurrent() override { return true; }
+    bool beginDisplay(ViewportSize viewport) override {
+        pixels_.resize(std::size_t(viewport.width) * viewport.height);
+        passes_.setTarget({reinterpret_cast<std::uint8_t*>(pixels_.data()), viewport.width, viewport.height,
+                           std::size_t(viewport.width) * 4});
+        return true;
+    }
+    void present() override {}
+    void flush() override {}
+
+private:
+    CpuFramePasses& passes_;
+    std::vector<std::uint32_t> pixels_;
+};
+
+TEST(FrameAllocation, FramesInTheSteadyStateTakeNothingFromTheHeap) {
+    KTMTKView view(QRect(), [](QWindow&, SerialQueue&) {
+        RenderBackend backend;
+        auto passes = std::make_unique<CpuFramePasses>();
+        backend.surface = std::make_unique<MemorySurface>(*passes);
+        backend.passes = std::move(passes);
+        return backend;
+    });
+    view.mtkViewDrawableSizeWillChange(536, 301);
+    const auto frame = makeTestPicture(1280, 720);
+    const auto drawUntil = [&](std::int64_t first, std::int64_t last) {
+        for (std::int64_t time = first; time <= last; ++time)
+            view.drawPixelBufferWithPresentationTime(
+                frame, MediaTime::fromNanoseconds(std::chrono::nanoseconds(time)));
+        while (view.presentationTime().value != last)
+            std::this_thread::yield();
+    };
+    drawUntil(1, 20);
+    view.renderQueue().sync([] {});
+    const int before = allocations();
+    const std::uint64_t drawn = view.drawnFrames();
+    drawUntil(21, 70);
+    while (view.drawnFrames() == drawn)
+        std::this_thread::yield();
+    EXPECT_EQ(allocations() - before, 0);
+    EXPECT_GT(before, 0); // the counter counts
+}
+
+} // namespace
+} // namespace tavelo::testing
