@@ -44,7 +44,7 @@ class Screen:
 
     def mean(self, x, y, width, height):
         """The mean colour of a rectangle."""
-        rows = self._rows(x, y, width, height)
+        rows = list(self._rows(x, y, width, height))
         count = width * height
         return tuple(sum(sum(row[channel::4]) for row in rows) / count for channel in (2, 1, 0))
 
