@@ -85,7 +85,7 @@ void V4l2Input::run(FrameSink& sink) {
 
 V4l2Input::Run V4l2Input::streamOnce(FrameSink& sink) {
     int error = 0;
-    const auto node = setup_.opener.open(setup_.path, error);
+    const auto node = setup_.opener->open(setup_.path, error);
     if (!node) return {streamEndOf(error), error};
     std::unique_ptr<V4l2Stream> stream;
     if (const Run failed = startLightEnough(*node, stream); !stream) return failed;
