@@ -47,7 +47,7 @@ private:
 
     std::array<std::uint8_t, headerSize> header_{};
     std::span<const std::uint8_t> piece_; ///< of the frame, in the payload under way
-    std::size_t at_ = 0;                  ///< bytes of the payload under way that are out
+    std::size_t at_ = headerSize;         ///< bytes of the payload under way that are out
     bool emptyPacketDue_ = false;
 };
 

@@ -48,7 +48,7 @@ FocusRing::FocusRing(QWidget* control, Shape shape)
 }
 
 FocusRing::~FocusRing() {
-    delete overlay_;
+    removeOverlay();
 }
 
 bool FocusRing::eventFilter(QObject*, QEvent* event) {
@@ -65,7 +65,7 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
             keyboardLeads_ = false;
             break;
         case QEvent::ParentChange:
-            delete overlay_;
+            removeOverlay();
             break;
         case QEvent::FocusOut:
         case QEvent::Move:
@@ -102,13 +102,19 @@ void FocusRing::follow() {
     const bool shows = keyboardLeads_ && parent != nullptr && !control_->isWindow() && control_->hasFocus() &&
                        control_->isVisible() && control_->isEnabled();
     if (!shows) {
-        delete overlay_;
+        removeOverlay();
         return;
     }
     if (overlay_ == nullptr) overlay_ = new Overlay(parent, shape_);
     overlay_->setGeometry(control_->geometry().adjusted(-outset, -outset, outset, outset));
     overlay_->raise();
     overlay_->show();
+}
+
+void FocusRing::removeOverlay() {
+    QWidget* const gone = overlay_;
+    overlay_.clear();
+    delete gone;
 }
 
 } // namespace tavelo

@@ -36,6 +36,7 @@ public:
 private:
     void focusArrived(Qt::FocusReason reason);
     void follow();
+    void removeOverlay();
 
     QWidget* const control_;
     const Shape shape_;

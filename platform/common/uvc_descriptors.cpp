@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
+#include <bitset>
 
 namespace tavelo {
 
@@ -112,20 +112,32 @@ std::optional<Entity> asEntity(Bytes descriptor) {
     }
 }
 
-// Whether the picture of `source` reaches `unit`.  Units may be wired in circles by a hostile camera.
-bool isFedBy(const std::vector<Entity>& entities, const Entity& unit, std::uint8_t source) {
-    std::set<std::uint8_t> seen;
-    std::vector<std::uint8_t> waiting = unit.sources;
+using EntitySet = std::bitset<256>;
+
+bool isFedBy(const Entity& entity, const EntitySet& sources) {
+    return std::ranges::any_of(entity.sources, [&](std::uint8_t id) { return sources[id]; });
+}
+
+// The entities that the picture of `source` reaches.  A hostile camera may wire units in circles, and have
+// thousands: each identifier is followed once.
+EntitySet reachedFrom(const std::vector<Entity>& entities, std::uint8_t source) {
+    std::array<EntitySet, 256> fedBySource;
+    for (const Entity& entity : entities) {
+        for (const std::uint8_t id : entity.sources)
+            fedBySource[id].set(entity.id);
+    }
+    EntitySet reached;
+    std::vector<std::size_t> waiting{source};
     while (!waiting.empty()) {
-        const std::uint8_t id = waiting.back();
+        const std::size_t id = waiting.back();
         waiting.pop_back();
-        if (id == source) return true;
-        if (!seen.insert(id).second) continue;
-        for (const Entity& entity : entities) {
-            if (entity.id == id) waiting.insert(waiting.end(), entity.sources.begin(), entity.sources.end());
+        if (reached[id]) continue;
+        reached.set(id);
+        for (std::size_t next = 0; next < reached.size(); ++next) {
+            if (fedBySource[id][next] && !reached[next]) waiting.push_back(next);
         }
     }
-    return false;
+    return reached;
 }
 
 const Entity* firstOf(const std::vector<Entity>& entities, std::uint8_t subtype) {
@@ -134,11 +146,11 @@ const Entity* firstOf(const std::vector<Entity>& entities, std::uint8_t subtype)
 }
 
 const Entity* processingUnitOf(const std::vector<Entity>& entities, const Entity* terminal) {
-    const auto feedsIt = [&](const Entity& entity) {
-        return entity.subtype == processingUnitSubtype && isFedBy(entities, entity, terminal->id);
-    };
     if (terminal != nullptr) {
-        const auto found = std::ranges::find_if(entities, feedsIt);
+        const EntitySet reached = reachedFrom(entities, terminal->id);
+        const auto found = std::ranges::find_if(entities, [&](const Entity& entity) {
+            return entity.subtype == processingUnitSubtype && isFedBy(entity, reached);
+        });
         if (found != entities.end()) return &*found;
     }
     return firstOf(entities, processingUnitSubtype);

@@ -25,8 +25,8 @@ enum class FaultDirection : std::uint8_t { both, reads, writes };
 /// camera terminal and the processing unit; each of the first three narrows it further.
 struct FirmwareFault {
     FaultKind kind = FaultKind::stall;
-    std::optional<ControlAddress> control;
-    std::optional<std::uint8_t> request; ///< bRequest
+    std::optional<ControlAddress> control{};
+    std::optional<std::uint8_t> request{}; ///< bRequest
     FaultDirection direction = FaultDirection::both;
 
     std::uint8_t errorCode = uvc::errorUnknown; ///< of a stall

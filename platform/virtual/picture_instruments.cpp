@@ -38,7 +38,7 @@ Instruments::Instruments(int cameraNumber, std::size_t width, std::size_t height
       width_(width),
       height_(height),
       patch_(patchSide(height)),
-      dot_(std::max<std::size_t>(height / 180, 1)),
+      dot_(std::max<std::size_t>(height / 120, 1)),
       cameraPlate_(plate(cameraText_.size(), false)),
       framePlate_(plate(frameDigits, true)) {
     const std::size_t right = width > patch_ ? width - patch_ : 0;

@@ -104,8 +104,7 @@ float below(float y, float edge, float pixel) {
 
 } // namespace
 
-template <typename F>
-Landscape::Skyline::Skyline(F&& height) {
+Landscape::Skyline::Skyline(float (*height)(float x)) {
     heights_.reserve(skylineSteps + 1);
     for (std::size_t i = 0; i <= skylineSteps; ++i) {
         const float x = sceneHalfWidth * (2 * static_cast<float>(i) / skylineSteps - 1);

@@ -23,8 +23,7 @@ private:
     // The height of a skyline over x, tabled.
     class Skyline {
     public:
-        template <typename F>
-        explicit Skyline(F&& height);
+        explicit Skyline(float (*height)(float x));
         float at(float x) const;
         float top() const { return top_; }
 

@@ -40,7 +40,7 @@ inline float smoothStep(float from, float to, float value) {
 }
 
 inline Pixel toPixel(const Colour& colour) {
-    const auto byte = [](float value) { return static_cast<std::uint8_t>(clamp01(value) * 255.0F + 0.5F); };
+    const auto byte = [](float value) { return static_cast<std::uint8_t>(clamp01(value) * 255.999F); };
     return {byte(colour.blue), byte(colour.green), byte(colour.red), 255};
 }
 

@@ -1,26 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/virtual_capture_device.h"
 
-#include <array>
-#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/common/format_choice.h"
+#include "platform/common/location_id.h"
 #include "platform/virtual/virtual_capture_input.h"
 
 namespace tavelo {
 namespace {
 
 constexpr std::uint32_t unitsPerSecond = 10'000'000; // of frame intervals
-
-std::string identifier(const VirtualCameraModel& model) {
-    std::array<char, 24> text{};
-    std::snprintf(text.data(), text.size(), "0x%08x%04x%04x", unsigned{model.locationID},
-                  unsigned{model.vendorID}, unsigned{model.productID});
-    return text.data();
-}
 
 std::vector<OfferedMode> offeredModes(const VirtualCameraModel& model) {
     std::vector<OfferedMode> modes;
@@ -41,7 +33,8 @@ public:
     VirtualCaptureDevice(std::shared_ptr<VirtualCameraFirmware> firmware, const CaptureFormatRequest& format)
         : firmware_(std::move(firmware)),
           format_(format),
-          uniqueID_(identifier(firmware_->model())) {}
+          uniqueID_(captureIdentifier(firmware_->model().locationID, firmware_->model().vendorID,
+                                      firmware_->model().productID)) {}
 
     const std::string& uniqueID() const override { return uniqueID_; }
     const std::string& localizedName() const override { return firmware_->model().product; }

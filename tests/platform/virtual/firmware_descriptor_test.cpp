@@ -11,7 +11,6 @@
 namespace tavelo {
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using Bytes = std::vector<std::uint8_t>;

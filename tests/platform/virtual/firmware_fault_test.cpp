@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -183,10 +184,10 @@ TEST_F(FaultTest, theLogKeepsTheLatestTransfers) {
 }
 
 TEST_F(FaultTest, manyThreadsMayAskAtOnce) {
-    std::vector<std::thread> threads;
+    std::array<std::thread, 4> threads;
     std::atomic<int> refused = 0;
     for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
+        threads.at(static_cast<std::size_t>(t)) = std::thread([&, t] {
             FirmwareClient host{firmware};
             for (int i = 0; i < 200; ++i) {
                 if (host.set(control::brightness, i % 64 - t).kind != done) ++refused;

@@ -1,18 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <set>
-#include <vector>
-
-#include <gmock/gmock.h>
-
-#include "manual_main_queue.h"
+#include "capture_fixture.h"
 #include "platform/virtual/picture_instruments.h"
-#include "platform/virtual/virtual_bus.h"
-#include "platform/virtual/virtual_capture_platform.h"
 
 namespace tavelo {
 namespace {
@@ -20,159 +8,6 @@ namespace {
 using ::testing::ElementsAre;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-// Keeps what a frame tells, and the frame itself only where a test wants it.
-class Collector : public FrameSink {
-public:
-    void consume(const SampleBuffer& sample) override {
-        const auto pixels = sample.imageBuffer->lock();
-        const std::scoped_lock lock(mutex_);
-        const std::uint8_t* first = sample.imageBuffer->baseAddress();
-        last_ = {first[0], first[1], first[2], first[3]};
-        width_ = sample.imageBuffer->width();
-        height_ = sample.imageBuffer->height();
-        times_.push_back(sample.presentationTimeStamp);
-        arrivals_.push_back(Clock::now());
-        addresses_.insert(first);
-        if (hold_) held_.push_back(sample.imageBuffer);
-        changed_.notify_all();
-    }
-
-    template <typename Condition>
-    bool waitUntil(Condition&& condition) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 60s, condition);
-    }
-    bool waitForFrames(std::size_t count) {
-        return waitUntil([this, count] { return times_.size() >= count; });
-    }
-    std::size_t count() {
-        const std::scoped_lock lock(mutex_);
-        return times_.size();
-    }
-
-    // Read after the stream has stopped, or in a condition.
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    Pixel last_;
-    std::size_t width_ = 0;
-    std::size_t height_ = 0;
-    std::vector<MediaTime> times_;
-    std::vector<Clock::time_point> arrivals_;
-    std::set<const std::uint8_t*> addresses_;
-    std::vector<std::shared_ptr<PixelBuffer>> held_;
-    bool hold_ = false;
-};
-
-class VirtualCaptureTest : public ::testing::Test {
-protected:
-    VirtualCaptureTest() {
-        bus->plug(virtualCameraModel(1));
-        bus->plug(virtualCameraModel(2));
-        format.size = {320, 240};
-    }
-
-    std::unique_ptr<VirtualCapturePlatform> makePlatform() {
-        return std::make_unique<VirtualCapturePlatform>(bus, mainQueue, format);
-    }
-    std::unique_ptr<CaptureDeviceInput> makeInput(CapturePlatform& platform) {
-        Error error;
-        auto input = platform.devicesWithMediaType(MediaType::video).at(0)->makeInput(error);
-        EXPECT_EQ(error.code, ErrorCode::none);
-        return input;
-    }
-
-    std::shared_ptr<VirtualBus> bus = std::make_shared<VirtualBus>();
-    ManualMainQueue mainQueue;
-    CaptureFormatRequest format;
-};
-
-TEST_F(VirtualCaptureTest, devicesCarryLocationVendorAndProduct) {
-    const auto platform = makePlatform();
-    const auto devices = platform->devicesWithMediaType(MediaType::video);
-    ASSERT_EQ(devices.size(), 2U);
-    EXPECT_EQ(devices[0]->uniqueID(), "0x7e10000012090001");
-    EXPECT_EQ(devices[1]->uniqueID(), "0x7e20000012090001");
-    EXPECT_EQ(devices[0]->localizedName(), "Tavelo Virtual Camera 1");
-    EXPECT_TRUE(devices[0]->hasMediaType(MediaType::video));
-    EXPECT_FALSE(devices[0]->hasMediaType(MediaType::audio));
-    EXPECT_TRUE(platform->devicesWithMediaType(MediaType::audio).empty());
-}
-
-TEST_F(VirtualCaptureTest, theSameDeviceIsTheSameObject) {
-    const auto platform = makePlatform();
-    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video),
-              platform->devicesWithMediaType(MediaType::video));
-}
-
-class Observer : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("+" + device->uniqueID());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("-" + device->uniqueID());
-    }
-    std::vector<std::string> events;
-};
-
-TEST_F(VirtualCaptureTest, observersHearOfArrivalAndRemovalOnTheMainQueue) {
-    const auto platform = makePlatform();
-    Observer observer;
-    platform->addObserver(&observer);
-    mainQueue.drain();
-    EXPECT_TRUE(observer.events.empty());
-
-    bus->plug(virtualCameraModel(3));
-    EXPECT_TRUE(observer.events.empty());
-    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
-    mainQueue.drain();
-    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 3U);
-    bus->unplug(1);
-    mainQueue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("+0x7e30000012090001", "-0x7e10000012090001"));
-    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
-
-    platform->removeObserver(&observer);
-    bus->unplug(2);
-    mainQueue.drain();
-    EXPECT_EQ(observer.events.size(), 2U);
-}
-
-TEST_F(VirtualCaptureTest, aCameraOutAndInAgainIsANewDevice) {
-    const auto platform = makePlatform();
-    Observer observer;
-    platform->addObserver(&observer);
-    const auto before = platform->devicesWithMediaType(MediaType::video)[0];
-    bus->unplug(1);
-    bus->plug(virtualCameraModel(1));
-    mainQueue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("-0x7e10000012090001", "+0x7e10000012090001"));
-    EXPECT_NE(platform->devicesWithMediaType(MediaType::video)[1], before);
-    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video)[1]->uniqueID(), before->uniqueID());
-}
-
-TEST_F(VirtualCaptureTest, changesThatArriveAfterThePlatformIsGoneAreNobodys) {
-    auto platform = makePlatform();
-    Observer observer;
-    platform->addObserver(&observer);
-    bus->unplug(1);
-    platform.reset();
-    mainQueue.drain();
-    bus->unplug(2);
-    mainQueue.drain();
-    EXPECT_TRUE(observer.events.empty());
-}
-
-TEST_F(VirtualCaptureTest, anUnpluggedDeviceCannotBeOpened) {
-    const auto platform = makePlatform();
-    const auto device = platform->devicesWithMediaType(MediaType::video)[0];
-    bus->unplug(1);
-    Error error;
-    EXPECT_EQ(device->makeInput(error), nullptr);
-    EXPECT_EQ(error.code, ErrorCode::gone);
-    EXPECT_FALSE(error.text.empty());
-}
 
 TEST_F(VirtualCaptureTest, framesComeAtTheirPaceWithTimesOfTheMonotonicClock) {
     const auto platform = makePlatform();
@@ -271,7 +106,7 @@ TEST_F(VirtualCaptureTest, aKnobTurnedWhileItStreamsShowsInThePicture) {
 
 TEST_F(VirtualCaptureTest, unpluggingWhileItStreamsEndsTheFramesAndTellsTheObserver) {
     const auto platform = makePlatform();
-    Observer observer;
+    DeviceObserver observer;
     platform->addObserver(&observer);
     const auto input = makeInput(*platform);
     Collector collector;

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "app/kt_application.h"
+
+#include "app/about_panel.h"
+
+namespace tavelo {
+
+KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) {
+    setApplicationName(QStringLiteral("tavelo-control-panel"));
+    setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
+    setApplicationVersion(QStringLiteral("1.0"));
+    setDesktopFileName(QStringLiteral("tavelo-control-panel"));
+}
+
+void KTApplication::orderFrontStandardAboutPanelWithOptions(const QVariantMap& /*options*/,
+                                                            const Bundle& bundle) {
+    showAboutPanel(activeWindow(), credits(bundle));
+}
+
+QString KTApplication::credits(const Bundle& bundle) {
+    const std::string heading = bundle.localizedString("Third_party_open_source_software_used", {});
+    return QStringLiteral("%1\n%2").arg(QString::fromStdString(heading), QStringLiteral("VVUVCKit"));
+}
+
+} // namespace tavelo

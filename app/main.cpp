@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// The program's entry: puts the pieces together and runs them.
+#include <QIcon>
+#include <QThreadPool>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <variant>
+
+#include "app/app_delegate.h"
+#include "app/command_line.h"
+#include "app/kt_application.h"
+#include "app/kt_window.h"
+#include "app/kt_window_controller.h"
+#include "app/qt_main_queue.h"
+#include "app/quit_signals.h"
+#include "app/resources/resource_bundle.h"
+#include "app/screenshot.h"
+#include "app/stderr_diagnostics.h"
+#include "app/text/localizer.h"
+#include "panel/view_controller.h"
+#include "platform/backends/backends.h"
+#include "platform/linux/json_preferences_store.h"
+
+namespace tavelo {
+namespace {
+
+constexpr QSize windowSize(1111, 660);
+
+// Qt would end the program with a core dump and a page of text.
+bool haveDisplay() {
+    for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const char* value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') return true;
+    }
+    return false;
+}
+
+int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
+    KTApplication application(argc, argv);
+    application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
+    const QuitSignals quitSignals;
+    QtMainQueue mainQueue;
+    StderrDiagnostics diagnostics(commandLine.verbose);
+
+    const ResourceBundle bundle;
+    JsonPreferencesStore userDefaults;
+    const Localizer localizer(bundle, userDefaults);
+    const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
+    KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
+
+    KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);
+    KTWindowController windowController(window);
+    ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
+                          windowController, commandLine.renderer});
+    panel.viewDidLoad();
+    panel.putInto(window);
+    windowController.windowDidLoad();
+
+    AppDelegate delegate(windowController);
+    delegate.applicationDidFinishLaunching();
+    std::optional<Screenshot> screenshot;
+    if (commandLine.screenshot) screenshot.emplace(window, panel.displayView(), *commandLine.screenshot);
+    const int status = KTApplication::exec();
+    delegate.applicationWillTerminate();
+    // Pushes of settings still under way use the manager, and the manager the backends.
+    QThreadPool::globalInstance()->waitForDone();
+    KTUVCManager::sharedManager().releasePlatform();
+    return status;
+}
+
+} // namespace
+} // namespace tavelo
+
+int main(int argc, char** argv) {
+    const auto parsed = tavelo::parseCommandLine(argc, argv);
+    if (const auto* exit = std::get_if<tavelo::CommandLineExit>(&parsed)) {
+        std::fputs(exit->output.c_str(), stdout);
+        std::fputs(exit->error.c_str(), stderr);
+        return exit->status;
+    }
+    if (!tavelo::haveDisplay()) {
+        std::fputs("tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n", stderr);
+        return 1;
+    }
+    return tavelo::runProgram(std::get<tavelo::CommandLine>(parsed), argc, argv);
+}

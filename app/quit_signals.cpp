@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "app/quit_signals.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <csignal>
+
+namespace tavelo {
+namespace {
+
+// A handler may do little more than write to a descriptor; the event loop does the rest.
+volatile std::sig_atomic_t writeEnd = -1;
+
+extern "C" void wakeEventLoop(int /*signal*/) {
+    const char byte = 0;
+    const ssize_t written = ::write(writeEnd, &byte, 1);
+    static_cast<void>(written); // a full pipe means that a signal waits already
+}
+
+std::array<int, 2> openPipe() {
+    std::array<int, 2> ends{-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return {-1, -1};
+    return ends;
+}
+
+} // namespace
+
+QuitSignals::QuitSignals() : pipe_(openPipe()), notifier_(pipe_[0], QSocketNotifier::Read) {
+    if (pipe_[0] < 0) {
+        notifier_.setEnabled(false);
+        return;
+    }
+    writeEnd = pipe_[1];
+    connect(&notifier_, &QSocketNotifier::activated, this, [] { QCoreApplication::quit(); });
+    std::signal(SIGTERM, wakeEventLoop);
+    std::signal(SIGINT, wakeEventLoop);
+}
+
+QuitSignals::~QuitSignals() {
+    if (pipe_[0] < 0) return;
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+    notifier_.setEnabled(false);
+    ::close(pipe_[0]);
+    ::close(pipe_[1]);
+}
+
+} // namespace tavelo

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "app/screenshot.h"
+
+#include <QCoreApplication>
+#include <QPainter>
+#include <QPixmap>
+#include <QSaveFile>
+#include <QScreen>
+#include <chrono>
+#include <cstdio>
+
+#include "video/kt_display_view.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto pollInterval = 20ms;
+// A few frames: the first one may come before the window is on the screen.
+constexpr std::uint64_t framesToWaitFor = 5;
+// Emulated machines are slow; a camera that shows nothing by then shows nothing.
+constexpr auto patience = 60s;
+
+// What is on the screen, cut to the window's own shape: without a compositor its corners would be black.
+QImage picture(QWidget& window) {
+    const QImage onScreen = window.screen()
+                                ->grabWindow(window.winId())
+                                .toImage()
+                                .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QImage shape = window.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    if (onScreen.size() != shape.size()) return {};
+    QPainter painter(&shape);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.drawImage(QPoint(), onScreen);
+    return shape;
+}
+
+bool write(const QImage& image, const std::string& path, QString& reason) {
+    QSaveFile file(QString::fromStdString(path));
+    if (image.isNull())
+        reason = QStringLiteral("this window system does not let a program read its window");
+    else if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
+        return true;
+    else
+        reason = file.errorString();
+    return false;
+}
+
+} // namespace
+
+Screenshot::Screenshot(QWidget& window, KTDisplayView* displayView, std::string path)
+    : window_(window),
+      displayView_(displayView),
+      path_(std::move(path)) {
+    connect(&timer_, &QTimer::timeout, this, &Screenshot::poll);
+    waited_.start();
+    timer_.start(pollInterval);
+}
+
+bool Screenshot::ready() const {
+    if (displayView_ == nullptr || displayView_->captureDevice() == nullptr) return true;
+    return displayView_->mtkView()->drawnFrames() >= framesToWaitFor;
+}
+
+void Screenshot::poll() {
+    if (ready()) {
+        timer_.stop();
+        take();
+    } else if (std::chrono::milliseconds(waited_.elapsed()) > patience) {
+        timer_.stop();
+        std::fprintf(stderr, "tavelo-control-panel: %s: not written: the camera delivered no picture\n",
+                     path_.c_str());
+        QCoreApplication::exit(1);
+    }
+}
+
+void Screenshot::take() {
+    QString reason;
+    if (write(picture(window_), path_, reason)) {
+        QCoreApplication::exit(0);
+        return;
+    }
+    std::fprintf(stderr, "tavelo-control-panel: %s: not written: %s\n", path_.c_str(), qPrintable(reason));
+    QCoreApplication::exit(1);
+}
+
+} // namespace tavelo

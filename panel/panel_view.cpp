@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "panel/panel_view.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "app/text/measure/size_with_font.h"
+#include "platform/bundle.h"
+#include "video/kt_display_view.h"
+#include "widgets/image.h"
+#include "widgets/image_view.h"
+#include "widgets/kt_camera_button.h"
+#include "widgets/kt_check_button.h"
+#include "widgets/kt_profile_button.h"
+#include "widgets/kt_slider.h"
+#include "widgets/kt_switch.h"
+#include "widgets/kt_text.h"
+#include "widgets/palette.h"
+#include "widgets/text_shadow.h"
+
+namespace tavelo {
+namespace {
+
+constexpr QColor backgroundGrey(38, 38, 38);
+constexpr QColor settingGrey(49, 49, 49);
+constexpr qreal viewRadius = 16;
+constexpr qreal settingRadius = 10;
+
+// Sizes in points; a point is a pixel at a scale factor of 1.
+QFont arial(int size) {
+    QFont font(QStringLiteral("Arial"));
+    font.setPixelSize(size);
+    return font;
+}
+
+QString text(const Bundle& bundle, std::string_view key) {
+    return QString::fromStdString(bundle.localizedString(key, {}));
+}
+
+KTText* makeTitle(QWidget* parent, const QString& title) {
+    auto* label = new KTText(parent);
+    label->setText(title);
+    label->setFont(arial(16));
+    label->setTextShadow(titleShadow());
+    return label;
+}
+
+KTText* makeValue(QWidget* parent) {
+    auto* label = new KTText(parent);
+    label->setText(QStringLiteral("0"));
+    label->setFont(arial(12));
+    label->setTextColor(palette::outlineGrey);
+    label->setBorderColor(palette::outlineGrey);
+    label->setBackgroundColor(palette::trackGrey);
+    return label;
+}
+
+KTText* makePlainText(QWidget* parent, const QString& text, int size) {
+    auto* label = new KTText(parent);
+    label->setText(text);
+    label->setFont(arial(size));
+    label->setTextColor(Qt::white);
+    return label;
+}
+
+KTCameraButton* makeCameraButton(QWidget* parent, const QString& title) {
+    auto* button = new KTCameraButton(parent);
+    button->setText(title);
+    button->setFont(arial(20));
+    return button;
+}
+
+Image image(const QString& name) {
+    return Image::fromFile(QStringLiteral(":/images/%1.svg").arg(name));
+}
+
+KTProfileButton* makeProfileButton(QWidget* parent, const QString& title) {
+    auto* button = new KTProfileButton(parent);
+    button->setText(title);
+    button->setFont(arial(10));
+    button->setTextColor(Qt::white);
+    button->setImage(image(QStringLiteral("profile")));
+    button->setAlternateImage(image(QStringLiteral("profile_selected")));
+    return button;
+}
+
+KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName, const QString& name) {
+    auto* button = new KTProfileButton(parent);
+    button->setImage(image(imageName));
+    button->setImageContentMode(1);
+    button->setAccessibleName(name);
+    return button;
+}
+
+// The whole pixels around a frame: widgets have integer geometry, the layout has halves.
+QRect widgetFrame(const QRectF& frame, qreal viewHeight) {
+    return flipped(frame, viewHeight).toRect();
+}
+
+} // namespace
+
+PanelView::PanelView(const Bundle& bundle, std::unique_ptr<KTDisplayView> displayView) {
+    createMirrorRow(bundle);
+    createSliderRows(bundle);
+    createHead();
+    createProfileButtons(bundle);
+    createPreview(std::move(displayView));
+    orderTabs();
+}
+
+PanelView::~PanelView() = default;
+
+void PanelView::createMirrorRow(const Bundle& bundle) {
+    mirrorTitleText_ = makeTitle(this, text(bundle, "Mirror"));
+    mirrorSwitch_ = new KTSwitch(this);
+    mirrorSwitch_->setAccessibleName(mirrorTitleText_->text());
+    hz50Text_ = makeTitle(this, QStringLiteral("50 Hz"));
+    hz50Button_ = new KTCheckButton(this);
+    hz50Button_->setCheck(true);
+    hz50Button_->setAccessibleName(hz50Text_->text());
+    hz60Text_ = makeTitle(this, QStringLiteral("60 Hz"));
+    hz60Button_ = new KTCheckButton(this);
+    hz60Button_->setAccessibleName(hz60Text_->text());
+}
+
+void PanelView::createSliderRows(const Bundle& bundle) {
+    // In the order of PanelRow.
+    constexpr std::array<std::string_view, panelRowCount> titles{
+        "Pan_left_right", "Pan_up_down", "Zoom",     "Sharpness",
+        "White_Balance",  "Saturation",  "Contrast", "Brightness"};
+    for (std::size_t i = 0; i < panelRowCount; ++i) {
+        SliderRow& row = rows_[i];
+        row.slider = new KTSlider(this);
+        row.valueText = makeValue(this);
+        row.titleText = makeTitle(this, text(bundle, titles[i]));
+        row.slider->setAccessibleName(row.titleText->text());
+    }
+}
+
+void PanelView::createHead() {
+    camera1Button_ = makeCameraButton(this, QStringLiteral("Cam 1"));
+    camera1Button_->setEnabled(false);
+    camera2Button_ = makeCameraButton(this, QStringLiteral("Cam 2"));
+    camera2Button_->setEnabled(false);
+    appTitleText_ = makePlainText(this, QStringLiteral("TAVELO CONTROL PANEL"), 32);
+    appVersionText_ = makePlainText(this, QStringLiteral("V1.0"), 12);
+}
+
+void PanelView::createProfileButtons(const Bundle& bundle) {
+    const QString profile = text(bundle, "PROFILE");
+    for (std::size_t i = 0; i < profileCount; ++i) {
+        profileButtons_[i] = makeProfileButton(this, QStringLiteral("%1 %2").arg(profile).arg(i + 1));
+        profileButtons_[i]->setStateIsChoice(true);
+    }
+    saveProfileButton_ = makeProfileButton(this, text(bundle, "SAVE_TO_PROFILE"));
+    saveProfileButton_->setState(1);
+    restoreProfileButton_ = makeProfileButton(this, text(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
+}
+
+void PanelView::createPreview(std::unique_ptr<KTDisplayView> displayView) {
+    displayView_ = displayView.release();
+    if (displayView_ != nullptr) displayView_->setParent(this);
+    logoImageView_ = new ImageView(image(QStringLiteral("logo")), this);
+    minButton_ = makeWindowButton(this, QStringLiteral("min"), QStringLiteral("Minimise"));
+    closeButton_ = makeWindowButton(this, QStringLiteral("close"), QStringLiteral("Close"));
+}
+
+// From top to bottom, the settings before the preview's column.
+void PanelView::orderTabs() {
+    QWidget* last = camera1Button_;
+    const auto next = [&last](QWidget* widget) {
+        setTabOrder(last, widget);
+        last = widget;
+    };
+    next(camera2Button_);
+    for (std::size_t i = panelRowCount; i-- > 0;)
+        next(rows_[i].slider);
+    next(mirrorSwitch_);
+    next(hz50Button_);
+    next(hz60Button_);
+    for (KTProfileButton* button : profileButtons_)
+        next(button);
+    next(saveProfileButton_);
+    next(restoreProfileButton_);
+    next(minButton_);
+    next(closeButton_);
+}
+
+PanelMeasures PanelView::measures() const {
+    constexpr double unlimited = std::numeric_limits<double>::max();
+    return {.view = size(),
+            .title = sizeWithFont(appTitleText_->text(), appTitleText_->font(), unlimited),
+            .mirrorTitle = sizeWithFont(mirrorTitleText_->text(), mirrorTitleText_->font(), unlimited),
+            .logo = logoImageView_->image().size()};
+}
+
+void PanelView::viewDidLayout() {
+    const PanelLayout layout = layoutPanel(measures());
+    const auto place = [height = this->height()](QWidget* widget, const QRectF& frame) {
+        if (widget != nullptr) widget->setGeometry(widgetFrame(frame, height));
+    };
+    settingBackgroundView_ = flipped(layout.settingBackgroundView, height());
+    settingBackgroundViewLeftTop_ = flipped(layout.settingBackgroundViewLeftTop, height());
+    place(mirrorTitleText_, layout.mirrorTitleText);
+    place(mirrorSwitch_, layout.mirrorSwitch);
+    place(hz50Text_, layout.hz50Text);
+    place(hz50Button_, layout.hz50Button);
+    place(hz60Text_, layout.hz60Text);
+    place(hz60Button_, layout.hz60Button);
+    for (std::size_t i = 0; i < panelRowCount; ++i) {
+        place(rows_[i].slider, layout.rows[i].slider);
+        place(rows_[i].valueText, layout.rows[i].valueText);
+        place(rows_[i].titleText, layout.rows[i].titleText);
+    }
+    place(camera1Button_, layout.camera1Button);
+    place(camera2Button_, layout.camera2Button);
+    place(appTitleText_, layout.appTitleText);
+    place(appVersionText_, layout.appVersionText);
+    for (std::size_t i = 0; i < profileCount; ++i)
+        place(profileButtons_[i], layout.profileButtons[i]);
+    place(saveProfileButton_, layout.saveProfileButton);
+    place(restoreProfileButton_, layout.restoreProfileButton);
+    place(displayView_, layout.display);
+    place(logoImageView_, layout.logo);
+    place(minButton_, layout.minButton);
+    place(closeButton_, layout.closeButton);
+}
+
+void PanelView::resizeEvent(QResizeEvent* /*event*/) {
+    viewDidLayout();
+    update();
+}
+
+void PanelView::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(backgroundGrey);
+    painter.drawRoundedRect(rect(), viewRadius, viewRadius);
+    painter.setBrush(settingGrey);
+    painter.drawRoundedRect(settingBackgroundView_, settingRadius, settingRadius);
+    // The corner below the camera tabs is square.
+    painter.drawRect(settingBackgroundViewLeftTop_);
+}
+
+} // namespace tavelo

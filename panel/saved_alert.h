@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Tells the user that a profile was saved.
+#pragma once
+
+#include <QWidget>
+
+#include "platform/bundle.h"
+
+namespace tavelo {
+
+/// Modal; returns once the user dismissed it.  Main thread.
+void showSavedAlert(QWidget* parent, const Bundle& bundle);
+
+} // namespace tavelo

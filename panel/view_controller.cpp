@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// Start-up, the connections between widgets and actions, and what concerns the panel as a whole.
+#include "panel/view_controller.h"
+
+#include <QVBoxLayout>
+#include <utility>
+
+#include "video/kt_display_view.h"
+#include "widgets/kt_camera_button.h"
+#include "widgets/kt_check_button.h"
+#include "widgets/kt_profile_button.h"
+#include "widgets/kt_slider.h"
+#include "widgets/kt_switch.h"
+#include "widgets/kt_text.h"
+
+namespace tavelo {
+namespace {
+
+// Video devices; the only part of the bus that the panel looks at.
+constexpr int videoScope = 2;
+
+} // namespace
+
+ViewController::ViewController(const PanelEnvironment& environment)
+    : uvcManager_(environment.uvcManager),
+      capture_(environment.capture),
+      userDefaults_(environment.userDefaults),
+      bundle_(environment.bundle),
+      window_(environment.window),
+      renderer_(environment.renderer) {
+    showTimer_.setSingleShot(true);
+    connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
+}
+
+ViewController::~ViewController() {
+    if (observing_) capture_.removeObserver(this);
+    // The manager outlives the panel, its prober must not tell a dead one.
+    uvcManager_.setProber(nullptr);
+}
+
+void ViewController::viewDidLoad() {
+    profileIndex_ = -1;
+    uvcManager_.initProberWithBusProberScopeProberDelegate(videoScope, this);
+    ownedView_ = std::make_unique<PanelView>(bundle_, KTDisplayView::create(QRect(), capture_, renderer_));
+    view_ = ownedView_.get();
+    connectActions();
+
+    view_->camera1Button()->setEnabled(false);
+    view_->camera2Button()->setEnabled(false);
+    view_->hz50Button()->setCheck(true);
+    view_->hz60Button()->setCheck(false);
+    for (KTProfileButton* button : view_->profileButtons())
+        button->setState(0);
+    view_->saveProfileButton()->setState(1);
+    view_->restoreProfileButton()->setState(0);
+
+    readVideoDevice();
+    addNotifiction();
+}
+
+void ViewController::putInto(QWidget& window) {
+    auto* layout = new QVBoxLayout(&window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(ownedView_.release());
+}
+
+void ViewController::connectActions() {
+    connectRow(PanelRow::brightness, &ViewController::brightnessSliderAction);
+    connectRow(PanelRow::contrast, &ViewController::contrastSliderAction);
+    connectRow(PanelRow::saturation, &ViewController::saturationSliderAction);
+    connectRow(PanelRow::whiteBalance, &ViewController::whiteBalanceSliderAction);
+    connectRow(PanelRow::sharpness, &ViewController::sharpnessSliderAction);
+    connectRow(PanelRow::zoom, &ViewController::zoomSliderAction);
+    connectRow(PanelRow::panLeftRight, &ViewController::panLeftRightSliderAction);
+    connectRow(PanelRow::panUpDown, &ViewController::panUpDownSliderAction);
+
+    KTSwitch* mirror = view_->mirrorSwitch();
+    connect(mirror, &KTSwitch::clicked, this, [this, mirror] { mirrorSwitchAction(mirror); });
+    const auto connectButton = [this](QAbstractButton* button, void (ViewController::*action)(QObject*)) {
+        connect(button, &QAbstractButton::clicked, this, [this, button, action] { (this->*action)(button); });
+    };
+    connectButton(view_->hz50Button(), &ViewController::hz50CheckButtonAction);
+    connectButton(view_->hz60Button(), &ViewController::hz60CheckButtonAction);
+    connectButton(view_->camera1Button(), &ViewController::camera1ButtonAction);
+    connectButton(view_->camera2Button(), &ViewController::camera2ButtonAction);
+    connectButton(view_->profile1Button(), &ViewController::profile1ButtonAction);
+    connectButton(view_->profile2Button(), &ViewController::profile2ButtonAction);
+    connectButton(view_->profile3Button(), &ViewController::profile3ButtonAction);
+    connectButton(view_->profile4Button(), &ViewController::profile4ButtonAction);
+    connectButton(view_->saveProfileButton(), &ViewController::saveProfileButtonAction);
+    connectButton(view_->restoreProfileButton(), &ViewController::restoreProfileButtonAction);
+    connectButton(view_->minButton(), &ViewController::minButtonAction);
+    connectButton(view_->closeButton(), &ViewController::closeButtonAction);
+}
+
+void ViewController::connectRow(PanelRow row, void (ViewController::*action)(KTSlider*)) {
+    KTSlider* slider = view_->row(row).slider;
+    connect(slider, &KTSlider::action, this, [this, slider, action] { (this->*action)(slider); });
+}
+
+void ViewController::setCameraControlViewEnable(bool enable) {
+    for (const SliderRow& row : view_->rows()) {
+        row.slider->setEnabled(enable);
+        row.titleText->setEnable(enable);
+    }
+    view_->mirrorSwitch()->setEnabled(enable);
+    view_->hz50Button()->setEnabled(enable);
+    view_->hz60Button()->setEnabled(enable);
+    view_->mirrorTitleText()->setEnable(enable);
+    view_->hz50Text()->setEnable(enable);
+    view_->hz60Text()->setEnable(enable);
+    for (KTProfileButton* button : view_->profileButtons())
+        button->setEnabled(enable);
+    view_->saveProfileButton()->setEnabled(enable);
+    view_->restoreProfileButton()->setEnabled(enable);
+}
+
+void ViewController::hiddenMtkViewAndShowAfterDelay(std::chrono::milliseconds delay) {
+    hiddenMtkView();
+    showTimer_.start(delay); // one that runs already starts anew
+}
+
+void ViewController::hiddenMtkView() {
+    if (displayView() != nullptr) displayView()->mtkView()->setHidden(true);
+}
+
+void ViewController::showMtkView() {
+    if (displayView() != nullptr) displayView()->mtkView()->setHidden(false);
+}
+
+void ViewController::closeButtonAction(QObject* /*sender*/) {
+    window_.close();
+}
+
+void ViewController::minButtonAction(QObject* sender) {
+    window_.miniaturize(sender);
+}
+
+} // namespace tavelo

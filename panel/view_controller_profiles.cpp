@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+// The four profiles of a camera: selecting, applying, saving, restoring.
+#include <QCoreApplication>
+#include <QPointer>
+#include <array>
+#include <utility>
+
+#include "panel/camera_settings.h"
+#include "panel/saved_alert.h"
+#include "panel/settings_push.h"
+#include "panel/view_controller.h"
+#include "video/kt_display_view.h"
+#include "widgets/kt_profile_button.h"
+#include "widgets/kt_switch.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The picture is hidden while the camera settles to a profile's values.
+constexpr auto profileSettleTime = 300ms;
+
+// In the order of camera_settings::storedControls: what shows an accepted value.
+constexpr std::array<std::optional<PanelRow>, 8> rowOfStoredControl{
+    PanelRow::brightness, PanelRow::contrast, PanelRow::saturation, PanelRow::whiteBalance,
+    PanelRow::sharpness,  PanelRow::zoom,     std::nullopt,         std::nullopt};
+constexpr std::size_t panTiltPosition = 6;
+
+/// Runs `function(panel)` on the main thread later, unless the panel is gone by then.  From any thread.
+template <typename F>
+void onMainThread(const QPointer<ViewController>& panel, F function) {
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [panel, function = std::move(function)] {
+            if (panel) function(*panel);
+        },
+        Qt::QueuedConnection);
+}
+
+const PreferencesDictionary* dictionaryAt(const PreferencesArray& record, std::int64_t index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= record.size()) return nullptr;
+    return std::get_if<PreferencesDictionary>(&record[static_cast<std::size_t>(index)].value);
+}
+
+} // namespace
+
+void ViewController::createSettingsRecordIfMissing() {
+    if (userDefaults_.objectForKey(*cameraSettingKey_)) return;
+    storeSettingsRecord(camera_settings::newRecord(camera_settings::defaults(uvcManager_), profileIndex_));
+}
+
+std::optional<PreferencesArray> ViewController::settingsRecord() const {
+    if (!cameraSettingKey_) return {};
+    auto object = userDefaults_.objectForKey(*cameraSettingKey_);
+    if (!object) return {};
+    auto* record = std::get_if<PreferencesArray>(&object->value);
+    if (record == nullptr) return {};
+    return std::move(*record);
+}
+
+void ViewController::storeSettingsRecord(const PreferencesArray& record) {
+    userDefaults_.setObject({record}, *cameraSettingKey_);
+    userDefaults_.synchronize();
+}
+
+void ViewController::setProfileIndex(std::int64_t index) {
+    profileIndex_ = index;
+    for (std::size_t i = 0; i < profileCount; ++i)
+        view_->profileButtons()[i]->setState(static_cast<std::int64_t>(i) == index ? 1 : 0);
+
+    auto record = settingsRecord();
+    if (!record) return;
+    const PreferencesValue selected{camera_settings::selectedProfileEntry(index)};
+    if (record->size() <= camera_settings::selectedProfilePosition)
+        record->push_back(selected);
+    else
+        (*record)[camera_settings::selectedProfilePosition] = selected;
+    storeSettingsRecord(*record);
+}
+
+void ViewController::profile1ButtonAction(QObject* /*sender*/) {
+    profileButtonAction(0);
+}
+
+void ViewController::profile2ButtonAction(QObject* /*sender*/) {
+    profileButtonAction(1);
+}
+
+void ViewController::profile3ButtonAction(QObject* /*sender*/) {
+    profileButtonAction(2);
+}
+
+void ViewController::profile4ButtonAction(QObject* /*sender*/) {
+    profileButtonAction(3);
+}
+
+void ViewController::profileButtonAction(std::int64_t index) {
+    setProfileIndex(index);
+    const auto record = settingsRecord();
+    if (!record) return;
+    const PreferencesDictionary* profile = dictionaryAt(*record, index);
+    if (profile == nullptr) return;
+    setCameraWithCameraSettingsDictionaryShouldGetBright(*profile, false);
+    hiddenMtkViewAndShowAfterDelay(profileSettleTime);
+}
+
+void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
+    view_->saveProfileButton()->setState(1);
+    if (profileIndex_ < 0) return;
+    auto record = settingsRecord();
+    if (!record) return;
+    const PreferencesDictionary* stored = dictionaryAt(*record, profileIndex_);
+    if (stored == nullptr) return;
+    PreferencesDictionary profile = *stored;
+    camera_settings::storeCurrent(profile, uvcManager_, view_->mirrorSwitch()->on());
+    (*record)[static_cast<std::size_t>(profileIndex_)] = {std::move(profile)};
+    storeSettingsRecord(*record);
+    showSavedAlert(view_, bundle_);
+}
+
+void ViewController::restoreProfileButtonAction(QObject* /*sender*/) {
+    view_->restoreProfileButton()->setState(0);
+    setCameraWithCameraSettingsDictionaryShouldGetBright(camera_settings::defaults(uvcManager_), true);
+}
+
+void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
+    const PreferencesDictionary& settings, bool shouldGetBright) {
+    bindAgainIfClosed();
+    const QPointer<ViewController> panel(this);
+    SettingsPushEvents events;
+    events.accepted = [panel](std::size_t control) {
+        onMainThread(panel, [control](ViewController& self) { self.showStoredControl(control); });
+    };
+    events.bindAgain = [panel](std::function<void()> proceed) {
+        onMainThread(panel, [proceed = std::move(proceed)](ViewController& self) {
+            self.bindAgainIfClosed();
+            proceed();
+        });
+    };
+    pushSettings(uvcManager_, settings, shouldGetBright, std::move(events));
+
+    const bool mirror = camera_settings::boolean(settings, camera_settings::mirrorKey);
+    if (displayView() != nullptr) displayView()->mtkView()->setShouldFlipHorizontal(mirror);
+    view_->mirrorSwitch()->setOn(mirror);
+}
+
+void ViewController::showStoredControl(std::size_t control) {
+    if (const auto row = rowOfStoredControl[control]) {
+        showValue(*row);
+    } else if (control == panTiltPosition) {
+        showValue(PanelRow::panUpDown);
+        showValue(PanelRow::panLeftRight);
+    } else {
+        showPowerLine();
+    }
+}
+
+} // namespace tavelo

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2_capture_platform.h"
+
+#include "platform/common/standard_capture_session.h"
+#include "platform/linux/udev_events.h"
+#include "platform/linux/udev_monitor.h"
+#include "platform/linux/v4l2_node.h"
+#include "platform/linux/video_device_list.h"
+
+namespace tavelo {
+namespace {
+
+class V4l2CapturePlatform final : public CapturePlatform {
+public:
+    V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request)
+        : list_("/sys", mainQueue, {opener_, diagnostics, request}),
+          monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
+        list_.fill(); // after the monitor listens, so that nothing comes in between unheard
+    }
+
+    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {
+        return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
+    }
+    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
+    void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
+
+private:
+    KernelNodeOpener opener_;
+    VideoDeviceList list_;
+    UdevMonitor monitor_; // last: its thread uses the list
+};
+
+} // namespace
+
+std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
+                                                         const CaptureFormatRequest& request) {
+    return std::make_unique<V4l2CapturePlatform>(mainQueue, diagnostics, request);
+}
+
+} // namespace tavelo

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2_device.h"
+
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/v4l2_input.h"
+#include "platform/linux/v4l2_retry_policy.h"
+
+namespace tavelo {
+namespace {
+
+ErrorCode codeOf(StreamEnd end) {
+    switch (end) {
+        case StreamEnd::gone:
+            return ErrorCode::gone;
+        case StreamEnd::denied:
+            return ErrorCode::denied;
+        default:
+            return ErrorCode::invalid;
+    }
+}
+
+} // namespace
+
+V4l2Device::V4l2Device(VideoNode node, V4l2DeviceSetup setup,
+                       std::chrono::steady_clock::time_point rightsMayComeUntil)
+    : node_(std::move(node)),
+      setup_(std::move(setup)),
+      rightsMayComeUntil_(rightsMayComeUntil) {}
+
+std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
+    error = {};
+    int number = 0;
+    // Closed again at once: the input opens the node when it streams.
+    if (!setup_.opener.open(node_.path(), number)) {
+        const StreamEnd why = streamEndOf(number);
+        const bool waits = why == StreamEnd::busy || (why == StreamEnd::denied &&
+                                                      std::chrono::steady_clock::now() < rightsMayComeUntil_);
+        if (!waits) {
+            error = {codeOf(why),
+                     "cannot open " + node_.path() + ": " + std::generic_category().message(number)};
+            return nullptr;
+        }
+    }
+    return std::make_unique<V4l2Input>(
+        shared_from_this(),
+        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, V4l2Patience()});
+}
+
+} // namespace tavelo

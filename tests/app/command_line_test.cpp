@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "app/command_line.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+namespace tavelo {
+namespace {
+
+using testing::HasSubstr;
+
+std::variant<CommandLine, CommandLineExit> parse(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "tavelo-control-panel");
+    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(CommandLine, NoArgumentsMeanTheMachinesCamerasAndNoOutput) {
+    const auto parsed = parse({});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
+    const auto& line = std::get<CommandLine>(parsed);
+    EXPECT_EQ(line.backends.virtualCameras, 0);
+    EXPECT_EQ(line.renderer, RendererChoice::automatic);
+    EXPECT_FALSE(line.verbose);
+    EXPECT_FALSE(line.screenshot);
+    EXPECT_FALSE(line.backends.format.size || line.backends.format.framesPerSecond ||
+                 line.backends.format.fourcc);
+}
+
+TEST(CommandLine, ReadsEveryOption) {
+    const auto parsed = parse({"--virtual-cameras", "2", "--renderer", "cpu", "--size", "640x480", "--fps",
+                               "29.97", "--format", "YUYV", "--verbose", "--screenshot", "panel.png"});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
+    const auto& line = std::get<CommandLine>(parsed);
+    EXPECT_EQ(line.backends.virtualCameras, 2);
+    EXPECT_EQ(line.renderer, RendererChoice::cpu);
+    ASSERT_TRUE(line.backends.format.size);
+    EXPECT_EQ(line.backends.format.size->width, 640U);
+    EXPECT_EQ(line.backends.format.size->height, 480U);
+    EXPECT_EQ(line.backends.format.framesPerSecond, 29.97);
+    EXPECT_EQ(line.backends.format.fourcc, "YUYV");
+    EXPECT_TRUE(line.verbose);
+    EXPECT_EQ(line.screenshot, "panel.png");
+}
+
+TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
+    const auto parsed = parse({"--help"});
+    ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
+    const auto& exit = std::get<CommandLineExit>(parsed);
+    EXPECT_EQ(exit.status, 0);
+    EXPECT_THAT(exit.output, HasSubstr("--virtual-cameras"));
+    EXPECT_EQ(exit.error, "");
+}
+
+class WrongArguments : public testing::TestWithParam<std::vector<const char*>> {};
+
+TEST_P(WrongArguments, AreToldOnTheStandardErrorStreamWithUsageAndStatus2) {
+    const auto parsed = parse(GetParam());
+    ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
+    const auto& exit = std::get<CommandLineExit>(parsed);
+    EXPECT_EQ(exit.status, 2);
+    EXPECT_EQ(exit.output, "");
+    EXPECT_THAT(exit.error, HasSubstr(GetParam().front()));
+    EXPECT_THAT(exit.error, HasSubstr("--help"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, WrongArguments,
+    testing::Values(
+        std::vector<const char*>{"--no-such-option"}, std::vector<const char*>{"--virtual-cameras", "0"},
+        std::vector<const char*>{"--virtual-cameras", "many"},
+        std::vector<const char*>{"--virtual-cameras", "99"}, std::vector<const char*>{"--virtual-cameras"},
+        std::vector<const char*>{"--renderer", "vulkan"}, std::vector<const char*>{"--size", "640"},
+        std::vector<const char*>{"--size", "0x480"}, std::vector<const char*>{"--size", "640x480x3"},
+        std::vector<const char*>{"--size", "-640x480"}, std::vector<const char*>{"--fps", "0"},
+        std::vector<const char*>{"--fps", "fast"}, std::vector<const char*>{"--format", "JPEG!"},
+        std::vector<const char*>{"stray"}));
+
+} // namespace
+} // namespace tavelo

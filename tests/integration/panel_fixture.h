@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// The whole panel in a window, on virtual cameras in process.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <QTest>
+#include <QThreadPool>
+#include <memory>
+#include <vector>
+
+#include "app/kt_window.h"
+#include "app/kt_window_controller.h"
+#include "app/qt_main_queue.h"
+#include "app/resources/resource_bundle.h"
+#include "panel/camera_settings.h"
+#include "panel/view_controller.h"
+#include "platform/virtual/virtual_backend.h"
+#include "support/memory_preferences_store.h"
+#include "video/kt_display_view.h"
+#include "widgets/kt_camera_button.h"
+#include "widgets/kt_check_button.h"
+#include "widgets/kt_profile_button.h"
+#include "widgets/kt_slider.h"
+#include "widgets/kt_switch.h"
+#include "widgets/kt_text.h"
+
+namespace tavelo {
+
+/// Starts with no panel: a test plugs its cameras in and orders its faults, then calls start().
+class PanelTest : public testing::Test {
+protected:
+    ~PanelTest() override {
+        QThreadPool::globalInstance()->waitForDone();
+        panel_.reset();
+    }
+
+    /// @param cameras plugged in before the panel starts
+    void start(int cameras) {
+        for (int number = 1; number <= cameras; ++number)
+            plug(number);
+        panel_ = std::make_unique<ViewController>(PanelEnvironment{
+            manager_, *backend_.capture, store_, bundle_, windowController_, RendererChoice::cpu});
+        panel_->viewDidLoad();
+        panel_->putInto(window_);
+        windowController_.windowDidLoad();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window_));
+    }
+
+    std::shared_ptr<VirtualCameraFirmware> plug(int number) {
+        return backend_.bus->plug(virtualCameraModel(number));
+    }
+
+    ViewController& panel() { return *panel_; }
+    PanelView& view() { return *panel_->view(); }
+    std::shared_ptr<VirtualCameraFirmware> camera(int number) { return backend_.bus->camera(number); }
+
+    /// Waits, with the event loop running, until the condition holds.
+    template <typename Condition>
+    [[nodiscard]] static bool waitFor(Condition condition) {
+        constexpr int patience = 20'000; // ms; sanitizers are slow
+        return QTest::qWaitFor(condition, patience);
+    }
+
+    /// Presses the slider's track at a share of the knob's way, without releasing.
+    static QPoint pointOf(const KTSlider* slider, double share) {
+        const double height = slider->height();
+        const double x = height / 2 + share * (slider->width() - height);
+        return {qRound(x), slider->height() / 2};
+    }
+
+    static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
+
+    /// A profile of the camera's stored record, by position.
+    PreferencesDictionary storedProfile(std::size_t position) {
+        const auto object = store_.objectForKey(*panel_->cameraSettingKey());
+        const auto& record = std::get<PreferencesArray>(object->value);
+        return std::get<PreferencesDictionary>(record.at(position).value);
+    }
+
+    QtMainQueue mainQueue_;
+    VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
+    MemoryPreferencesStore store_;
+    ResourceBundle bundle_;
+    KTUVCManager manager_{{backend_.usb.get(), nullptr}};
+    KTWindow window_{QRect(0, 0, 1111, 660), WindowStyle::borderless, true, true};
+    KTWindowController windowController_{window_};
+    std::unique_ptr<ViewController> panel_;
+};
+
+} // namespace tavelo

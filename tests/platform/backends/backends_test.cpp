@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "platform/backends/backends.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace tavelo {
+namespace {
+
+// The tests' main thread runs no event loop, so news of changes is not told.
+class NoMainQueue final : public MainQueue {
+public:
+    void post(Task /*task*/) override {}
+};
+
+class NoDiagnostics final : public Diagnostics {
+public:
+    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
+};
+
+class FirstFrames final : public SampleBufferDelegate {
+public:
+    void captureOutputDidOutputSampleBufferFromConnection(CaptureVideoDataOutput& /*output*/,
+                                                          const SampleBuffer& sample,
+                                                          const CaptureConnection& /*connection*/) override {
+        const std::lock_guard lock(mutex_);
+        last_ = sample;
+        ++count_;
+        came_.notify_all();
+    }
+    void captureOutputDidDropSampleBufferFromConnection(CaptureVideoDataOutput& /*output*/,
+                                                        const SampleBuffer& /*sample*/,
+                                                        const CaptureConnection& /*connection*/) override {}
+
+    bool waitFor(int count) {
+        std::unique_lock lock(mutex_);
+        return came_.wait_for(lock, std::chrono::seconds(20), [&] { return count_ >= count; });
+    }
+    SampleBuffer last() {
+        const std::lock_guard lock(mutex_);
+        return last_;
+    }
+
+private:
+    std::mutex mutex_; // guards the rest
+    std::condition_variable came_;
+    SampleBuffer last_;
+    int count_ = 0;
+};
+
+class BackendsTest : public testing::Test {
+protected:
+    NoMainQueue mainQueue;
+    NoDiagnostics diagnostics;
+};
+
+TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
+    const Backends backends = makeBackends({3, {}}, mainQueue, diagnostics);
+    const auto prober = backends.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    EXPECT_EQ(prober->devicesArray().size(), 3U);
+    std::set<std::uint32_t> locations;
+    for (const auto& device : prober->devicesArray())
+        locations.insert(device->locationID);
+    const auto cameras = backends.capture->devicesWithMediaType(MediaType::video);
+    ASSERT_EQ(cameras.size(), 3U);
+    for (const auto& camera : cameras) {
+        const std::string location = camera->uniqueID().substr(0, 10);
+        EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
+            << location;
+    }
+}
+
+TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
+    SerialQueue queue("kt.captureQueue");
+    FirstFrames frames;
+    CaptureVideoDataOutput output;
+    output.setVideoSettings({PixelFormat::bgra32});
+    output.setSampleBufferDelegate(&frames, &queue);
+    const Backends backends = makeBackends({1, {}}, mainQueue, diagnostics);
+    const auto camera = backends.capture->devicesWithMediaType(MediaType::video).front();
+    Error error;
+    const auto input = camera->makeInput(error);
+    ASSERT_TRUE(input) << error.text;
+    const auto session = backends.capture->makeSession();
+    session->addOutput(output);
+    session->addInput(*input);
+    session->startRunning();
+    EXPECT_TRUE(frames.waitFor(3));
+    session->stopRunning();
+    queue.sync([] {});
+    const SampleBuffer sample = frames.last();
+    ASSERT_TRUE(sample.imageBuffer);
+    EXPECT_EQ(sample.imageBuffer->format(), PixelFormat::bgra32);
+    EXPECT_TRUE(sample.presentationTimeStamp.isValid());
+}
+
+// Whatever this machine has: every camera that the capture half lists on the USB bus is known to the other
+// half.
+TEST_F(BackendsTest, TheMachinesOwnHalvesAgree) {
+    const Backends backends = makeBackends({}, mainQueue, diagnostics);
+    const auto prober = backends.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    std::set<std::uint32_t> locations;
+    for (const auto& device : prober->devicesArray())
+        locations.insert(device->locationID);
+    for (const auto& camera : backends.capture->devicesWithMediaType(MediaType::video)) {
+        if (!camera->uniqueID().starts_with("0x")) continue;
+        const std::string location = camera->uniqueID().substr(0, 10);
+        EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
+            << location;
+    }
+}
+
+} // namespace
+} // namespace tavelo

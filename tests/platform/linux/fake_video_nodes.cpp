@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "fake_video_nodes.h"
+
+#include <linux/videodev2.h>
+#include <stdlib.h> // NOLINT(modernize-deprecated-headers): mkdtemp
+
+#include <cerrno>
+#include <fstream>
+#include <stdexcept>
+
+namespace tavelo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path bus = "devices/pci0000:00/0000:00:14.0/usb1";
+
+void write(const fs::path& file, const std::string& text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text << '\n';
+}
+
+void link(const fs::path& from, const fs::path& to) {
+    fs::create_directories(from.parent_path());
+    if (!fs::is_symlink(from)) fs::create_directory_symlink(to, from);
+}
+
+class CapabilityNode final : public V4l2Node {
+public:
+    explicit CapabilityNode(std::uint32_t caps) : caps_(caps) {}
+    int control(unsigned long request, void* argument) override {
+        if (request != VIDIOC_QUERYCAP) return ENOTTY;
+        auto& capability = *static_cast<v4l2_capability*>(argument);
+        capability.capabilities = V4L2_CAP_DEVICE_CAPS | V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+        capability.device_caps = caps_;
+        return 0;
+    }
+    V4l2Mapping map(std::size_t /*length*/, std::uint32_t /*offset*/) override { return nullptr; }
+    int descriptor() const override { return -1; }
+
+private:
+    std::uint32_t caps_;
+};
+
+} // namespace
+
+FakeVideoTree::FakeVideoTree() {
+    std::string pattern = (fs::temp_directory_path() / "tavelo-sysfs-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    root_ = pattern;
+    fs::create_directories(root_ / bus);
+    link(root_ / "bus/usb/devices/usb1", root_ / bus);
+    fs::create_directories(root_ / "class/video4linux");
+}
+
+FakeVideoTree::~FakeVideoTree() {
+    std::error_code error;
+    fs::remove_all(root_, error);
+}
+
+void FakeVideoTree::plug(const Camera& camera) {
+    const std::string name = "1-" + std::to_string(camera.port);
+    const fs::path device = root_ / bus / name;
+    write(device / "idVendor", camera.vendorID);
+    write(device / "idProduct", camera.productID);
+    write(device / "devnum", "5");
+    if (!camera.product.empty()) write(device / "product", camera.product);
+    link(root_ / "bus/usb/devices" / name, device);
+}
+
+void FakeVideoTree::addNode(const std::string& name, int port, const std::string& driversName, int index,
+                            int interfaceNumber) {
+    const std::string device = "1-" + std::to_string(port);
+    writeNode(root_ / bus / device / (device + ":1." + std::to_string(interfaceNumber)), name, driversName,
+              index);
+}
+
+void FakeVideoTree::addPlatformNode(const std::string& name, const std::string& driversName) {
+    writeNode(root_ / "devices/platform/sensor.0", name, driversName, 0);
+}
+
+void FakeVideoTree::writeNode(const fs::path& parent, const std::string& name, const std::string& driversName,
+                              int index) {
+    const fs::path node = parent / "video4linux" / name;
+    write(node / "name", driversName);
+    write(node / "index", std::to_string(index));
+    link(node / "device", parent);
+    link(root_ / "class/video4linux" / name, node);
+}
+
+void FakeVideoTree::removeNode(const std::string& name) {
+    const fs::path entry = root_ / "class/video4linux" / name;
+    // Put aside and not deleted: a file system may give the number of a deleted folder to the next.
+    fs::rename(fs::canonical(entry), root_ / ("removed" + std::to_string(removed_++)));
+    fs::remove(entry);
+}
+
+void FakeNodeOpener::capabilities(const std::string& name, std::uint32_t deviceCaps) {
+    const std::lock_guard lock(mutex_);
+    caps_["/dev/" + name] = deviceCaps;
+}
+
+void FakeNodeOpener::fail(const std::string& name, int error) {
+    const std::lock_guard lock(mutex_);
+    errors_["/dev/" + name] = error;
+}
+
+int FakeNodeOpener::opened() {
+    const std::lock_guard lock(mutex_);
+    return opened_;
+}
+
+std::unique_ptr<V4l2Node> FakeNodeOpener::open(const std::string& path, int& error) {
+    const std::lock_guard lock(mutex_);
+    ++opened_;
+    const auto caps = caps_.find(path);
+    error = caps == caps_.end() ? ENOENT : errors_[path];
+    if (error != 0) return nullptr;
+    return std::make_unique<CapabilityNode>(caps->second);
+}
+
+} // namespace tavelo

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#include "capture_fixture.h"
+
+namespace tavelo {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST_F(VirtualCaptureTest, devicesCarryLocationVendorAndProduct) {
+    const auto platform = makePlatform();
+    const auto devices = platform->devicesWithMediaType(MediaType::video);
+    ASSERT_EQ(devices.size(), 2U);
+    EXPECT_EQ(devices[0]->uniqueID(), "0x7e10000012090001");
+    EXPECT_EQ(devices[1]->uniqueID(), "0x7e20000012090001");
+    EXPECT_EQ(devices[0]->localizedName(), "Tavelo Virtual Camera 1");
+    EXPECT_TRUE(devices[0]->hasMediaType(MediaType::video));
+    EXPECT_FALSE(devices[0]->hasMediaType(MediaType::audio));
+    EXPECT_TRUE(platform->devicesWithMediaType(MediaType::audio).empty());
+}
+
+TEST_F(VirtualCaptureTest, theSameDeviceIsTheSameObject) {
+    const auto platform = makePlatform();
+    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video),
+              platform->devicesWithMediaType(MediaType::video));
+}
+
+TEST_F(VirtualCaptureTest, observersHearOfArrivalAndRemovalOnTheMainQueue) {
+    const auto platform = makePlatform();
+    DeviceObserver observer;
+    platform->addObserver(&observer);
+    mainQueue.drain();
+    EXPECT_TRUE(observer.events.empty());
+
+    bus->plug(virtualCameraModel(3));
+    EXPECT_TRUE(observer.events.empty());
+    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
+    mainQueue.drain();
+    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 3U);
+    bus->unplug(1);
+    mainQueue.drain();
+    EXPECT_THAT(observer.events, ElementsAre("+0x7e30000012090001", "-0x7e10000012090001"));
+    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
+
+    platform->removeObserver(&observer);
+    bus->unplug(2);
+    mainQueue.drain();
+    EXPECT_EQ(observer.events.size(), 2U);
+}
+
+TEST_F(VirtualCaptureTest, aCameraOutAndInAgainIsANewDevice) {
+    const auto platform = makePlatform();
+    DeviceObserver observer;
+    platform->addObserver(&observer);
+    const auto before = platform->devicesWithMediaType(MediaType::video)[0];
+    bus->unplug(1);
+    bus->plug(virtualCameraModel(1));
+    mainQueue.drain();
+    EXPECT_THAT(observer.events, ElementsAre("-0x7e10000012090001", "+0x7e10000012090001"));
+    EXPECT_NE(platform->devicesWithMediaType(MediaType::video)[1], before);
+    EXPECT_EQ(platform->devicesWithMediaType(MediaType::video)[1]->uniqueID(), before->uniqueID());
+}
+
+TEST_F(VirtualCaptureTest, changesThatArriveAfterThePlatformIsGoneAreNobodys) {
+    auto platform = makePlatform();
+    DeviceObserver observer;
+    platform->addObserver(&observer);
+    bus->unplug(1);
+    platform.reset();
+    mainQueue.drain();
+    bus->unplug(2);
+    mainQueue.drain();
+    EXPECT_TRUE(observer.events.empty());
+}
+
+TEST_F(VirtualCaptureTest, anUnpluggedDeviceCannotBeOpened) {
+    const auto platform = makePlatform();
+    const auto device = platform->devicesWithMediaType(MediaType::video)[0];
+    bus->unplug(1);
+    Error error;
+    EXPECT_EQ(device->makeInput(error), nullptr);
+    EXPECT_EQ(error.code, ErrorCode::gone);
+    EXPECT_FALSE(error.text.empty());
+}
+
+} // namespace
+} // namespace tavelo
