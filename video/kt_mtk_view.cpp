@@ -149,18 +149,10 @@ void KTMTKView::setHidden(bool hidden) {
 }
 
 bool KTMTKView::event(QEvent* event) {
-    switch (event->type()) {
-        case QEvent::UpdateRequest:
-            backend_.surface->flush();
-            return true;
-        case QEvent::PlatformSurface:
-            if (static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
-                QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
-                setDrawable(false);
-            break;
-        default:
-            break;
-    }
+    if (event->type() == QEvent::PlatformSurface &&
+        static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
+            QPlatformSurfaceEvent::SurfaceAboutToBeDestroyed)
+        setDrawable(false);
     return QWindow::event(event);
 }
 

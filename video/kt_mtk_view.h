@@ -140,9 +140,9 @@ private:
 
     // On the capture queue
     bool fits(const PixelBuffer& frame) const;
-    void releasePictures();
 
     // On the render queue
+    void releasePictures();
     void drawWaitingFrame();
     void drawInMTKView();
     void correctionPass(const Pictures& pictures);

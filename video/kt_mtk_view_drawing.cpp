@@ -39,8 +39,11 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
                                                     const MediaTime& time) {
     if (!frame) return;
     if (!fits(*frame)) {
-        releasePictures();
-        createTextureWithPixelBuffer(frame);
+        // In one task: no draw and no snapshot comes between the old pictures and the new ones.
+        renderQueue_->sync([&] {
+            releasePictures();
+            createTextureWithPixelBuffer(frame);
+        });
     }
     if (const auto destination = pixelBuffer()) copyDataFromPixelBufferToPixelBuffer(*frame, *destination);
     {

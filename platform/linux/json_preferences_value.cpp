@@ -36,7 +36,7 @@ struct ToJson {
 
 PreferencesArray fromJson(const QJsonArray& array) {
     PreferencesArray values;
-    for (const QJsonValue& element : array) {
+    for (const auto& element : array) {
         values.push_back(tavelo::fromJson(element).value_or(PreferencesValue{std::string()}));
     }
     return values;

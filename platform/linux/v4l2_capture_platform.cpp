@@ -13,7 +13,7 @@ namespace {
 class V4l2CapturePlatform final : public CapturePlatform {
 public:
     V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request)
-        : list_("/sys", mainQueue, {opener_, diagnostics, request}),
+        : list_("/sys", mainQueue, {std::make_shared<KernelNodeOpener>(), diagnostics, request}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that nothing comes in between unheard
     }
@@ -26,7 +26,6 @@ public:
     void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
 
 private:
-    KernelNodeOpener opener_;
     VideoDeviceList list_;
     UdevMonitor monitor_; // last: its thread uses the list
 };

@@ -33,7 +33,7 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
     error = {};
     int number = 0;
     // Closed again at once: the input opens the node when it streams.
-    if (!setup_.opener.open(node_.path(), number)) {
+    if (!setup_.opener->open(node_.path(), number)) {
         const StreamEnd why = streamEndOf(number);
         const bool waits = why == StreamEnd::busy || (why == StreamEnd::denied &&
                                                       std::chrono::steady_clock::now() < rightsMayComeUntil_);

@@ -13,9 +13,9 @@
 
 namespace tavelo {
 
-/// What every device of a list has in common.  What it refers to must outlive the devices and their inputs.
+/// What every device of a list has in common.  The diagnostics must outlive the devices and their inputs.
 struct V4l2DeviceSetup {
-    V4l2NodeOpener& opener;
+    std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
 };

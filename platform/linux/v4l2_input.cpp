@@ -85,7 +85,7 @@ void V4l2Input::run(FrameSink& sink) {
 
 V4l2Input::Run V4l2Input::streamOnce(FrameSink& sink) {
     int error = 0;
-    const auto node = setup_.opener.open(setup_.path, error);
+    const auto node = setup_.opener->open(setup_.path, error);
     if (!node) return {streamEndOf(error), error};
     std::unique_ptr<V4l2Stream> stream;
     if (const Run failed = startLightEnough(*node, stream); !stream) return failed;
@@ -113,7 +113,7 @@ V4l2Input::Run V4l2Input::startLightEnough(V4l2Node& node, std::unique_ptr<V4l2S
 }
 
 V4l2Input::Run V4l2Input::pump(const V4l2Node& node, V4l2Stream& stream, FrameSink& sink) {
-    auto deadline = Clock::now() + setup_.patience.firstFrame;
+    auto deadline = Clock::now() + policy_.firstFrame();
     for (;;) {
         const Woken woken = waitForFrame(node.descriptor(), stop_.descriptor(), deadline);
         if (woken == Woken::stop) return {StreamEnd::stopped, 0};

@@ -17,10 +17,10 @@
 
 namespace tavelo {
 
-/// What an input needs to know; what it refers to must outlive it.
+/// What an input needs to know; the diagnostics must outlive it.
 struct V4l2InputSetup {
     std::string path; ///< "/dev/video0"
-    V4l2NodeOpener& opener;
+    std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
     V4l2Patience patience;

@@ -36,8 +36,11 @@ V4l2RetryPolicy::Decision V4l2RetryPolicy::after(StreamEnd end) {
             return {patience_.deniedRetry, false};
         case StreamEnd::busy:
             return {patience_.busyRetry, std::exchange(reported_, end) != end};
-        case StreamEnd::busFull:
         case StreamEnd::silent:
+            firstFrame_ =
+                std::min(firstFrame_ * 2, std::max(patience_.firstFrame, patience_.longestFirstFrame));
+            break;
+        case StreamEnd::busFull:
         case StreamEnd::failed:
             break;
     }
@@ -46,6 +49,7 @@ V4l2RetryPolicy::Decision V4l2RetryPolicy::after(StreamEnd end) {
 }
 
 void V4l2RetryPolicy::frameCame() {
+    firstFrame_ = patience_.firstFrame;
     denied_ = {};
     lastRetry_.reset();
     reported_.reset();

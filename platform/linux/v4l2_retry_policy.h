@@ -24,19 +24,25 @@ StreamEnd streamEndOf(int error);
 struct V4l2Patience {
     using Time = std::chrono::milliseconds;
 
-    Time firstFrame{5000}; ///< what a camera may take to wake
+    Time firstFrame{5000}; ///< what a camera may take to wake; doubles each time that it did not suffice
     Time silence{3000}; ///< without a whole frame; dim light slows a camera to 5 frames a second, not to none
     Time busyRetry{1000};  ///< until the other program has finished
     Time deniedRetry{200}; ///< udev gives the rights a moment after the node appears
     Time deniedFor{5000};  ///< after that, the rights are not coming
     Time firstRetry{250};  ///< of a silent or failed stream; doubles with each
     Time longestRetry{8000};
+    Time longestFirstFrame{20000};
 };
 
 /// Decides whether and when to try again.  Thread-bound; knows no clock.
 class V4l2RetryPolicy {
 public:
-    explicit V4l2RetryPolicy(const V4l2Patience& patience) : patience_(patience) {}
+    explicit V4l2RetryPolicy(const V4l2Patience& patience)
+        : patience_(patience),
+          firstFrame_(patience.firstFrame) {}
+
+    /// How long the next run may take until its first frame.
+    std::chrono::milliseconds firstFrame() const { return firstFrame_; }
 
     struct Decision {
         std::optional<std::chrono::milliseconds> wait; ///< nothing: the input has ended
@@ -50,6 +56,7 @@ public:
 
 private:
     V4l2Patience patience_;
+    std::chrono::milliseconds firstFrame_;
     std::chrono::milliseconds denied_{0};
     std::optional<std::chrono::milliseconds> lastRetry_;
     std::optional<StreamEnd> reported_;

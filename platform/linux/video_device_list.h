@@ -21,7 +21,7 @@ namespace tavelo {
 /// the list itself belongs to the main thread.
 class VideoDeviceList {
 public:
-    /// What is referred to must outlive the list.
+    /// The queue must outlive the list.
     VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, V4l2DeviceSetup setup);
     ~VideoDeviceList();
     VideoDeviceList(const VideoDeviceList&) = delete;

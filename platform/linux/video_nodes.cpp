@@ -78,9 +78,9 @@ std::string localizedName(const std::optional<UsbIdentity>& identity, const std:
 
 } // namespace
 
-VideoNodeScanner::VideoNodeScanner(fs::path sysfs, V4l2NodeOpener& opener)
+VideoNodeScanner::VideoNodeScanner(fs::path sysfs, std::shared_ptr<V4l2NodeOpener> opener)
     : sysfs_(std::move(sysfs)),
-      opener_(opener) {}
+      opener_(std::move(opener)) {}
 
 std::vector<VideoNode> VideoNodeScanner::scan() {
     std::vector<Seen> now;
@@ -120,7 +120,7 @@ VideoNodeScanner::Seen VideoNodeScanner::look(const std::string& name, std::uint
 
 bool VideoNodeScanner::captures(const std::string& name) const {
     int error = 0;
-    const auto node = opener_.open("/dev/" + name, error);
+    const auto node = opener_->open("/dev/" + name, error);
     v4l2_capability capability{};
     if (node && node->control(VIDIOC_QUERYCAP, &capability) == 0) {
         const bool perNode = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ struct VideoNode {
 class VideoNodeScanner {
 public:
     /// @param sysfs "/sys" but in tests
-    VideoNodeScanner(std::filesystem::path sysfs, V4l2NodeOpener& opener);
+    VideoNodeScanner(std::filesystem::path sysfs, std::shared_ptr<V4l2NodeOpener> opener);
 
     /// The capturing nodes that are there now, by number.  One for each video function: of several nodes with
     /// one identifier the first.
@@ -42,7 +43,7 @@ private:
     bool captures(const std::string& name) const;
 
     const std::filesystem::path sysfs_;
-    V4l2NodeOpener& opener_;
+    const std::shared_ptr<V4l2NodeOpener> opener_;
     std::vector<Seen> seen_;
 };
 

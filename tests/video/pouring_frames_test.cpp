@@ -124,6 +124,8 @@ TEST_F(PouringFramesTest, PictureIsBlackAfterEveryStop) {
 TEST_F(PouringFramesTest, SnapshotsMayBeTakenMeanwhile) {
     view_->showDevice(first_);
     await(1);
+    while (view_->mtkView()->viewportSize() == ViewportSize{})
+        QApplication::processEvents(QEventLoop::AllEvents, 1);
     for (int i = 0; i < 20; ++i) {
         const QImage picture = view_->mtkView()->grabPicture();
         EXPECT_EQ(picture.size(), frame.size());

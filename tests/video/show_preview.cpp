@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Shows the preview with a moving test picture, to look at: show_preview auto|gl|cpu [SECONDS].
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QMouseEvent>
 #include <QTextStream>
 #include <QTimer>
@@ -33,8 +34,11 @@ int show(const QStringList& arguments) {
     if (!choice) return 2;
     Window window;
     testing::FakeCapturePlatform platform;
+    QElapsedTimer clock;
+    clock.start();
     const std::unique_ptr<KTDisplayView> view =
         KTDisplayView::create(QRect(52, 49, 536, 301), platform, *choice, &window);
+    QTextStream(stdout) << "made in " << double(clock.nsecsElapsed()) / 1e6 << " ms" << Qt::endl;
     view->mtkView()->setShouldFlipHorizontal(arguments.contains(QStringLiteral("mirror")));
     window.show();
     view->showDevice(std::make_shared<testing::FakeDevice>("0x1420000005ac8514"));

@@ -48,7 +48,7 @@ Bytes firstPixel(const Bytes& jpeg, int width, int height) {
 TEST(FrameEncoder, YuyvIsLumaAndChromaInTheOrderOfItsName) {
     FrameEncoder encoder(formatOf(StreamEncoding::yuyv, 16, 8));
     Bytes frame;
-    ASSERT_TRUE(encoder.encode(plain(16 * 8, 0, 0, 255), frame)); // red
+    ASSERT_TRUE(encoder.encode(plain(128, 0, 0, 255), frame)); // red
     ASSERT_EQ(frame.size(), 2U * 16 * 8);
     EXPECT_NEAR(frame[0], 82, 2);
     EXPECT_NEAR(frame[1], 90, 2);
@@ -59,7 +59,7 @@ TEST(FrameEncoder, YuyvIsLumaAndChromaInTheOrderOfItsName) {
 TEST(FrameEncoder, MjpegFramesAreWholePictures) {
     FrameEncoder encoder(formatOf(StreamEncoding::mjpeg, 64, 48));
     Bytes frame;
-    ASSERT_TRUE(encoder.encode(plain(64 * 48, 200, 100, 50), frame));
+    ASSERT_TRUE(encoder.encode(plain(3072, 200, 100, 50), frame));
     const Bytes pixel = firstPixel(frame, 64, 48);
     ASSERT_EQ(pixel.size(), 4U);
     EXPECT_NEAR(pixel[0], 200, 6);
@@ -86,14 +86,14 @@ TEST(FrameEncoder, APictureThatCannotBeMadeSmallEnoughIsRefused) {
     format.maxFrameSize = 10;
     FrameEncoder encoder(format);
     Bytes frame;
-    EXPECT_FALSE(encoder.encode(plain(64 * 48, 1, 2, 3), frame));
+    EXPECT_FALSE(encoder.encode(plain(3072, 1, 2, 3), frame));
 }
 
 TEST(FrameEncoder, APictureWithTooFewPixelsIsRefused) {
     for (const StreamEncoding encoding : {StreamEncoding::yuyv, StreamEncoding::mjpeg}) {
         FrameEncoder encoder(formatOf(encoding, 16, 8));
         Bytes frame;
-        EXPECT_FALSE(encoder.encode(plain(16 * 8 - 1, 0, 0, 0), frame));
+        EXPECT_FALSE(encoder.encode(plain(127, 0, 0, 0), frame));
     }
 }
 

@@ -28,6 +28,7 @@ public:
         const FileDescriptor writeEnd(ends[1]);
         arguments.insert(arguments.begin(), TAVELO_VIRTUAL_CAMERA);
         std::vector<char*> words;
+        words.reserve(arguments.size() + 1);
         for (std::string& each : arguments)
             words.push_back(each.data());
         words.push_back(nullptr);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "video/cpu/raster_surface.h"
 
-#include <QCoreApplication>
-#include <QEvent>
 #include <QPainter>
 #include <QWindow>
 
@@ -11,7 +9,8 @@ namespace tavelo {
 RasterSurface::RasterSurface(QWindow& window, CpuFramePasses& passes)
     : window_(window),
       passes_(passes),
-      backingStore_(&window) {}
+      backingStore_(&window),
+      bell_([this] { flush(); }) {}
 
 bool RasterSurface::beginDisplay(ViewportSize viewport) {
     if (!drawable_ || viewport.width == 0 || viewport.height == 0) return false;
@@ -28,8 +27,7 @@ void RasterSurface::present() {
         drawn_.swap(ready_);
         fresh_ = true;
     }
-    if (!flushWaits_.exchange(true))
-        QCoreApplication::postEvent(&window_, new QEvent(QEvent::UpdateRequest), Qt::HighEventPriority);
+    bell_.ring();
 }
 
 bool RasterSurface::takeReady() {
@@ -40,7 +38,6 @@ bool RasterSurface::takeReady() {
 }
 
 void RasterSurface::flush() {
-    flushWaits_ = false; // before the picture is taken: one that comes after it asks again
     if (!window_.isExposed()) return;
     const bool picture = takeReady();
     const QRect all(QPoint(0, 0), window_.size());
@@ -49,11 +46,15 @@ void RasterSurface::flush() {
     {
         QPainter painter(backingStore_.paintDevice());
         painter.setCompositionMode(QPainter::CompositionMode_Source);
-        if (picture) shown_.setDevicePixelRatio(window_.devicePixelRatio());
-        // While the window grows the picture is smaller for a moment.
-        if (!picture || shown_.deviceIndependentSize().toSize() != window_.size())
+        const double scale = window_.devicePixelRatio();
+        // While the window grows the picture is smaller for a moment; where the scale is no whole number it
+        // always is, by a fraction of a pixel.
+        if (!picture || QSizeF(shown_.size()) != QSizeF(window_.size()) * scale)
             painter.fillRect(all, Qt::black);
-        if (picture) painter.drawImage(QPoint(0, 0), shown_);
+        if (picture) {
+            shown_.setDevicePixelRatio(scale);
+            painter.drawImage(QPoint(0, 0), shown_);
+        }
     }
     backingStore_.endPaint();
     backingStore_.flush(all);

@@ -4,10 +4,10 @@
 
 #include <QBackingStore>
 #include <QImage>
-#include <atomic>
 #include <mutex>
 
 #include "video/cpu/cpu_frame_passes.h"
+#include "video/cpu/main_thread_bell.h"
 #include "video/passes/frame_surface.h"
 
 class QWindow;
@@ -17,8 +17,7 @@ namespace tavelo {
 /// Hands finished pictures from the render queue to the main thread, which alone may touch a raster window.
 ///
 /// Three pictures go round: one is drawn, one is ready, one is shown; so neither thread waits for the other.
-/// A picture that becomes ready while one waits replaces it.  The main thread is told by a
-/// QEvent::UpdateRequest for the window, never more than one at a time, and answers it with flush().
+/// A picture that becomes ready while one waits replaces it.
 class RasterSurface final : public FrameSurface {
 public:
     /// Both must outlive the surface.
@@ -44,11 +43,11 @@ private:
     std::mutex mutex_; // guards the two below
     QImage ready_;
     bool fresh_ = false;
-    std::atomic<bool> flushWaits_ = false;
 
     // On the main thread
     QImage shown_;
     QBackingStore backingStore_;
+    MainThreadBell bell_; // rung by the render queue
 };
 
 } // namespace tavelo

@@ -46,6 +46,10 @@ public:
     GLuint height() const { return height_; }
     GLuint pitch() const { return pitch_; }
 
+    /// Until a frame was corrected into it the texture holds whatever the driver left there.
+    bool isDrawn() const { return drawn_; }
+    void setDrawn() { drawn_ = true; }
+
 private:
     std::shared_ptr<GlSharedBuffer> buffer_;
     GlObject texture_;
@@ -53,6 +57,7 @@ private:
     GLuint width_;
     GLuint height_;
     GLuint pitch_;
+    bool drawn_ = false;
 };
 
 std::unique_ptr<GlFramePasses> GlFramePasses::create(QOpenGLContext& context, Sharing sharing) {
@@ -140,7 +145,7 @@ GlObject GlFramePasses::makeCorrectTexture(std::size_t width, std::size_t height
 void GlFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
                             const CorrectionParameters& parameters, const GroupExtent& groupCount) {
     const auto& from = static_cast<const Texture&>(frame);
-    const auto& to = static_cast<const Texture&>(corrected);
+    auto& to = static_cast<Texture&>(corrected);
     from.buffer().upload(gl_);
 
     gl_.glUseProgram(correctComputePipelineState_.name());
@@ -158,19 +163,21 @@ void GlFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
                         (mapped ? clientMappedBufferBarrierBit : 0U));
     waitForGpu(gl_);
     to.buffer().download(gl_);
+    to.setDrawn();
 }
 
 void GlFramePasses::display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) {
     gl_.glClearColor(0, 0, 0, 1);
     gl_.glClear(GL_COLOR_BUFFER_BIT);
-    if (corrected != nullptr) {
+    const auto* texture = static_cast<const Texture*>(corrected);
+    if (texture != nullptr && texture->isDrawn()) {
         gl_.glViewport(0, 0, GLsizei(viewport.width), GLsizei(viewport.height));
         gl_.glUseProgram(renderPipelineState_.name());
         gl_.glBindVertexArray(vertexArray_.name());
         gl_.glBindBufferBase(GL_UNIFORM_BUFFER, modelViewBinding, modelViewBuffer_.name());
         gl_.glBufferSubData(GL_UNIFORM_BUFFER, 0, sizeof(modelView), modelView.data());
         gl_.glActiveTexture(GL_TEXTURE0 + correctTextureUnit);
-        gl_.glBindTexture(GL_TEXTURE_2D, static_cast<const Texture*>(corrected)->name());
+        gl_.glBindTexture(GL_TEXTURE_2D, texture->name());
         gl_.glDrawArrays(GL_TRIANGLES, 0, GLsizei(quadVertices.size()));
         gl_.glBindVertexArray(0);
     }

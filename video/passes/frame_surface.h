@@ -34,7 +34,7 @@ public:
 
     // On the main thread
 
-    /// Puts the last presented picture on the screen where that is the main thread's work.
+    /// Puts the last presented picture on the screen again where that is the main thread's work.
     virtual void flush() = 0;
 };
 

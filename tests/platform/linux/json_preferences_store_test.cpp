@@ -16,7 +16,6 @@ namespace tavelo {
 namespace {
 
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 PreferencesValue number(std::int64_t value) {
     return {value};

@@ -78,7 +78,9 @@ class V4l2InputTest : public testing::Test {
 protected:
     V4l2Input& start(const V4l2Patience& patience = patient, const CaptureFormatRequest& request = {}) {
         input = std::make_unique<V4l2Input>(
-            nullptr, V4l2InputSetup{"/dev/fake", camera, diagnostics, request, patience});
+            nullptr,
+            V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
+                           diagnostics, request, patience});
         input->start(sink);
         return *input;
     }

@@ -44,6 +44,16 @@ TEST(V4l2RetryPolicy, AFrameForgivesAll) {
     EXPECT_TRUE(decision.report);
 }
 
+TEST(V4l2RetryPolicy, GivesASlowCameraMoreTimeUntilItsFirstFrame) {
+    V4l2RetryPolicy policy({});
+    for (const auto expected : {5s, 10s, 20s, 20s}) {
+        EXPECT_EQ(policy.firstFrame(), expected);
+        policy.after(StreamEnd::silent);
+    }
+    policy.frameCame();
+    EXPECT_EQ(policy.firstFrame(), 5s);
+}
+
 TEST(V4l2RetryPolicy, ReportsEachNewKindOfFailure) {
     V4l2RetryPolicy policy({});
     EXPECT_TRUE(policy.after(StreamEnd::failed).report);

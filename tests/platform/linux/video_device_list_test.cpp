@@ -70,7 +70,7 @@ protected:
         const std::string node = "video" + std::to_string(port);
         tree.plug({port, product});
         tree.addNode(node, port, product);
-        opener.capabilities(node, V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING);
+        opener->capabilities(node, V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING);
     }
     void unplug(int port) { tree.removeNode("video" + std::to_string(port)); }
 
@@ -87,7 +87,7 @@ protected:
     }
 
     FakeVideoTree tree;
-    FakeNodeOpener opener;
+    const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
     HandQueue queue;
     SilentDiagnostics diagnostics;
     std::optional<VideoDeviceList> list{std::in_place, tree.root(), queue,
@@ -226,7 +226,7 @@ TEST_F(VideoDeviceListTest, ADeviceMakesAnInputOfItself) {
 TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
     plug(1, "A");
     list->fill();
-    opener.fail("video1", ENODEV);
+    opener->fail("video1", ENODEV);
     Error error;
     EXPECT_FALSE(list->devices().front()->makeInput(error));
     EXPECT_EQ(error.code, ErrorCode::gone);
@@ -235,7 +235,7 @@ TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
 
 TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
     plug(1, "A");
-    opener.fail("video1", EACCES);
+    opener->fail("video1", EACCES);
     list->fill();
     Error error;
     EXPECT_FALSE(list->devices().front()->makeInput(error));
@@ -245,7 +245,7 @@ TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
 TEST_F(VideoDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) {
     list->fill();
     plug(1, "A");
-    opener.fail("video1", EACCES);
+    opener->fail("video1", EACCES);
     change();
     Error error;
     EXPECT_TRUE(list->devices().front()->makeInput(error));
@@ -254,7 +254,7 @@ TEST_F(VideoDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) 
 TEST_F(VideoDeviceListTest, ADeviceThatAnotherProgramHoldsMakesAnInputThatWaits) {
     plug(1, "A");
     list->fill();
-    opener.fail("video1", EBUSY);
+    opener->fail("video1", EBUSY);
     Error error;
     EXPECT_TRUE(list->devices().front()->makeInput(error));
 }

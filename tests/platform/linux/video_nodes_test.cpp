@@ -28,7 +28,7 @@ protected:
     }
 
     FakeVideoTree tree;
-    FakeNodeOpener opener;
+    const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
     VideoNodeScanner scanner{tree.root(), opener};
 };
 
@@ -45,8 +45,8 @@ TEST_F(VideoNodes, SkipTheNodeForMetadata) {
     tree.plug({2, "Webcam"});
     tree.addNode("video0", 2, "Webcam: Webcam", 0);
     tree.addNode("video1", 2, "Webcam: Webcam", 1);
-    opener.capabilities("video0", capture);
-    opener.capabilities("video1", metadata);
+    opener->capabilities("video0", capture);
+    opener->capabilities("video1", metadata);
     EXPECT_THAT(names(), ElementsAre("video0"));
 }
 
@@ -54,15 +54,15 @@ TEST_F(VideoNodes, GoByTheNodesOwnCapabilitiesAndNotByTheIndex) {
     tree.plug({2, "Webcam"});
     tree.addNode("video0", 2, "Webcam", 0);
     tree.addNode("video1", 2, "Webcam", 1);
-    opener.capabilities("video0", metadata);
-    opener.capabilities("video1", capture);
+    opener->capabilities("video0", metadata);
+    opener->capabilities("video1", capture);
     EXPECT_THAT(names(), ElementsAre("video1"));
 }
 
 TEST_F(VideoNodes, CarryTheIdentifierOfTheSocketAndTheProduct) {
     tree.plug({2, "HD Webcam with a name that is longer than a driver keeps"});
     tree.addNode("video0", 2, "HD Webcam with a name that is l");
-    opener.capabilities("video0", capture);
+    opener->capabilities("video0", capture);
     const auto nodes = scanner.scan();
     ASSERT_EQ(nodes.size(), 1U);
     const std::string& id = nodes.front().uniqueID;
@@ -78,8 +78,8 @@ TEST_F(VideoNodes, OfTwoEqualCamerasDiffer) {
     tree.plug({2, "Webcam"});
     tree.addNode("video0", 1, "Webcam");
     tree.addNode("video2", 2, "Webcam");
-    opener.capabilities("video0", capture);
-    opener.capabilities("video2", capture);
+    opener->capabilities("video0", capture);
+    opener->capabilities("video2", capture);
     const auto nodes = scanner.scan();
     ASSERT_EQ(nodes.size(), 2U);
     EXPECT_NE(nodes[0].uniqueID, nodes[1].uniqueID);
@@ -90,8 +90,8 @@ TEST_F(VideoNodes, AreOrderedByNumber) {
     tree.plug({2, "B"});
     tree.addNode("video10", 1, "A");
     tree.addNode("video9", 2, "B");
-    opener.capabilities("video9", capture);
-    opener.capabilities("video10", capture);
+    opener->capabilities("video9", capture);
+    opener->capabilities("video10", capture);
     EXPECT_THAT(names(), ElementsAre("video9", "video10"));
 }
 
@@ -99,14 +99,14 @@ TEST_F(VideoNodes, OfOneFunctionCountOnce) {
     tree.plug({2, "Webcam"});
     tree.addNode("video0", 2, "Webcam", 0);
     tree.addNode("video2", 2, "Webcam", 2);
-    opener.capabilities("video0", capture);
-    opener.capabilities("video2", capture);
+    opener->capabilities("video0", capture);
+    opener->capabilities("video2", capture);
     EXPECT_THAT(names(), ElementsAre("video0"));
 }
 
 TEST_F(VideoNodes, OffTheUsbBusHaveNoLocation) {
     tree.addPlatformNode("video0", "Built-in Sensor");
-    opener.capabilities("video0", capture);
+    opener->capabilities("video0", capture);
     const auto nodes = scanner.scan();
     ASSERT_EQ(nodes.size(), 1U);
     EXPECT_EQ(nodes.front().uniqueID, "node:devices/platform/sensor.0/video4linux/video0");
@@ -118,8 +118,8 @@ TEST_F(VideoNodes, WithoutRightsAreJudgedByTheirIndex) {
     tree.addNode("video0", 2, "Webcam", 0);
     tree.addNode("video1", 2, "Webcam", 1);
     for (const char* name : {"video0", "video1"}) {
-        opener.capabilities(name, capture);
-        opener.fail(name, EACCES);
+        opener->capabilities(name, capture);
+        opener->fail(name, EACCES);
     }
     EXPECT_THAT(names(), ElementsAre("video0"));
 }
@@ -127,22 +127,22 @@ TEST_F(VideoNodes, WithoutRightsAreJudgedByTheirIndex) {
 TEST_F(VideoNodes, NamesCannotSteerATerminal) {
     tree.plug({2, "Web\x1B[31mcam"});
     tree.addNode("video0", 2, "Webcam");
-    opener.capabilities("video0", capture);
+    opener->capabilities("video0", capture);
     EXPECT_EQ(scanner.scan().front().localizedName, "Web [31mcam");
 }
 
 TEST_F(VideoNodes, AreOpenedOnlyWhenTheyAreNew) {
     tree.plug({2, "Webcam"});
     tree.addNode("video0", 2, "Webcam");
-    opener.capabilities("video0", capture);
+    opener->capabilities("video0", capture);
     const auto first = scanner.scan();
     const auto second = scanner.scan();
-    EXPECT_EQ(opener.opened(), 1);
+    EXPECT_EQ(opener->opened(), 1);
     EXPECT_EQ(first.front().instance, second.front().instance);
     tree.removeNode("video0");
     tree.addNode("video0", 2, "Webcam");
     EXPECT_NE(scanner.scan().front().instance, first.front().instance);
-    EXPECT_EQ(opener.opened(), 2);
+    EXPECT_EQ(opener->opened(), 2);
 }
 
 TEST_F(VideoNodes, OfOtherKindsAreNoneOfOurs) {
@@ -150,7 +150,7 @@ TEST_F(VideoNodes, OfOtherKindsAreNoneOfOurs) {
     tree.addPlatformNode("video", "No number");
     tree.addPlatformNode("video1x", "No number either");
     EXPECT_THAT(names(), IsEmpty());
-    EXPECT_EQ(opener.opened(), 0);
+    EXPECT_EQ(opener->opened(), 0);
 }
 
 } // namespace

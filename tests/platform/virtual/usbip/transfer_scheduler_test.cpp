@@ -178,9 +178,9 @@ TEST_F(TransferSchedulerTest, EveryTransferIsAnsweredOnceHoweverItsUnlinkRaces) 
     constexpr std::uint32_t transfers = 300;
     std::map<std::uint32_t, std::uint32_t> targets; // by the sequence number of the unlink
     for (std::uint32_t i = 0; i < transfers; i += 5) {
-        std::vector<std::uint32_t> group;
-        for (int each = 0; each < 5; ++each)
-            group.push_back(client_->submitIso(isochronous, {64, 64}));
+        std::vector<std::uint32_t> group(5);
+        for (std::uint32_t& each : group)
+            each = client_->submitIso(isochronous, {64, 64});
         // The last first, so that some wait, some are under way and some are done.
         for (; !group.empty(); group.pop_back())
             targets[client_->unlink(group.back())] = group.back();

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "fake_control_device.h"
+
+#include <linux/v4l2-controls.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace tavelo::test {
+
+std::vector<std::vector<V4l2ControlValue>> FakeControlDevice::writes() const {
+    const std::lock_guard lock(mutex_);
+    return writes_;
+}
+
+int FakeControlDevice::queryControl(std::uint32_t id, V4l2ControlInfo& info) {
+    const auto found = controls.find(id);
+    if (found == controls.end()) return EINVAL;
+    if (found->second.queryError != 0) return found->second.queryError;
+    info = found->second.info;
+    return 0;
+}
+
+int FakeControlDevice::queryMenu(std::uint32_t id, std::uint32_t index) {
+    const auto found = controls.find(id);
+    if (found == controls.end()) return EINVAL;
+    if (found->second.menuError != 0) return found->second.menuError;
+    return found->second.menu.contains(index) ? 0 : EINVAL;
+}
+
+int FakeControlDevice::get(std::span<V4l2ControlValue> values) {
+    const std::lock_guard lock(mutex_);
+    for (V4l2ControlValue& value : values) {
+        const auto found = controls.find(value.id);
+        if (found == controls.end()) return EINVAL;
+        if (found->second.getError != 0) return found->second.getError;
+        value.value = found->second.value;
+    }
+    return 0;
+}
+
+int FakeControlDevice::set(std::span<const V4l2ControlValue> values) {
+    const std::lock_guard lock(mutex_);
+    for (const V4l2ControlValue& value : values) {
+        const auto found = controls.find(value.id);
+        if (found == controls.end()) return EINVAL;
+        if (found->second.setError != 0) return found->second.setError;
+    }
+    for (const V4l2ControlValue& value : values) {
+        Control& control = controls[value.id];
+        control.value = std::clamp(value.value, control.info.minimum, control.info.maximum);
+    }
+    writes_.emplace_back(values.begin(), values.end());
+    return 0;
+}
+
+std::map<std::uint32_t, FakeControlDevice::Control> everyControl() {
+    using Control = FakeControlDevice::Control;
+    const auto range = [](std::int32_t minimum, std::int32_t maximum, std::int32_t step, std::int32_t def) {
+        return Control{{minimum, maximum, step, def, 0}, def, {}};
+    };
+    const Control flag = range(0, 1, 1, 1);
+    Control exposure{{0, 3, 1, 3, 0}, 3, {1, 3}};
+    Control powerLine{{0, 2, 1, 1, 0}, 1, {0, 1, 2}};
+    return {{V4L2_CID_BRIGHTNESS, range(-64, 64, 1, -3)},
+            {V4L2_CID_CONTRAST, range(0, 95, 1, 32)},
+            {V4L2_CID_SATURATION, range(0, 128, 1, 60)},
+            {V4L2_CID_HUE, range(-180, 180, 2, 0)},
+            {V4L2_CID_AUTO_WHITE_BALANCE, flag},
+            {V4L2_CID_GAMMA, range(100, 500, 1, 220)},
+            {V4L2_CID_GAIN, range(0, 255, 1, 16)},
+            {V4L2_CID_POWER_LINE_FREQUENCY, powerLine},
+            {V4L2_CID_HUE_AUTO, flag},
+            {V4L2_CID_WHITE_BALANCE_TEMPERATURE, range(2800, 6500, 10, 4600)},
+            {V4L2_CID_SHARPNESS, range(0, 60000, 1, 40000)},
+            {V4L2_CID_BACKLIGHT_COMPENSATION, range(0, 2, 1, 1)},
+            {V4L2_CID_EXPOSURE_AUTO, exposure},
+            {V4L2_CID_EXPOSURE_ABSOLUTE, range(3, 2047000, 1, 250)},
+            {V4L2_CID_EXPOSURE_AUTO_PRIORITY, flag},
+            {V4L2_CID_PAN_ABSOLUTE, range(-36000, 36000, 3600, -7200)},
+            {V4L2_CID_TILT_ABSOLUTE, range(-18000, 18000, 3600, 3600)},
+            {V4L2_CID_FOCUS_ABSOLUTE, range(0, 250, 5, 30)},
+            {V4L2_CID_FOCUS_AUTO, flag},
+            {V4L2_CID_ZOOM_ABSOLUTE, range(100, 500, 1, 100)},
+            {V4L2_CID_IRIS_ABSOLUTE, range(1, 40, 1, 8)}};
+}
+
+} // namespace tavelo::test
