@@ -28,13 +28,14 @@ void* operator new(std::size_t size) {
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return counted(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept {
+// Kept whole: inlined, GCC sees free() where it expects a delete, and warns.
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
     std::free(memory);
 }
 
