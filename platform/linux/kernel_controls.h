@@ -39,6 +39,7 @@ KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& co
 
 /// A write of SET_CUR.  Of longer data the first bytes count, as in the camera.  ERANGE where a value is out
 /// of the control's range: the camera would refuse it, the driver would silently take the nearest one.
+/// A value between two steps is left to the driver, which takes the nearer step.
 KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
                                std::span<const std::uint8_t> data);
 

@@ -10,9 +10,7 @@ namespace tavelo::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::Eq;
 using testing::IsEmpty;
-using testing::Optional;
 
 const std::string xhci = "pci0000:00/0000:00:14.0";
 

@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: MIT
+// Asks a virtual camera through the kernel's driver and, beside it, the same firmware in this process, and
+// compares their answers byte for byte: one line a control, exit status 1 where any differs.
+//
+// Usage: kernel_controls_check /dev/videoN
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/kernel_usb_platform.h"
+#include "platform/linux/sysfs_usb.h"
+#include "platform/virtual/virtual_camera_firmware.h"
+
+namespace tavelo {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::uint8_t classRead = 0xA1;
+constexpr std::uint8_t classWrite = 0x21;
+constexpr std::uint8_t setCur = 0x01;
+constexpr std::uint8_t getCur = 0x81;
+constexpr std::uint8_t getMin = 0x82;
+constexpr std::uint8_t getMax = 0x83;
+constexpr std::uint8_t getRes = 0x84;
+constexpr std::uint8_t getInfo = 0x86;
+constexpr std::uint8_t getDef = 0x87;
+// Longer than any control: an answer comes in the control's own length.
+constexpr std::uint16_t askedLength = 8;
+
+struct Reply {
+    bool succeeded = false;
+    Bytes bytes; ///< of a read
+
+    friend bool operator==(const Reply&, const Reply&) = default;
+};
+
+std::string textOf(const Reply& reply) {
+    if (!reply.succeeded) return "refused";
+    std::string text = reply.bytes.empty() ? "-" : "";
+    for (const std::uint8_t byte : reply.bytes) {
+        std::array<char, 3> digits{};
+        std::snprintf(digits.data(), digits.size(), "%02x", unsigned{byte});
+        text += digits.data();
+    }
+    return text;
+}
+
+class StandardError final : public Diagnostics {
+public:
+    void report(std::string_view device, std::string_view reason) noexcept override {
+        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
+                     reason.data());
+    }
+};
+
+// The camera behind the kernel's driver and its twin in this process.
+class Comparison {
+public:
+    Comparison(UsbInterface& kernel, VirtualCameraFirmware& twin) : kernel_(kernel), twin_(twin) {}
+
+    Reply askKernel(const FirmwareControl& control, std::uint8_t request, Bytes data) {
+        UsbControlRequest usb{
+            typeOf(request), request, valueOf(control), indexOf(control), std::uint16_t(data.size()),
+            data.data(),     0};
+        if (kernel_.ControlRequest(usb) != UsbStatus::success) return {};
+        data.resize(request == setCur ? 0 : usb.bytesDone);
+        return {true, data};
+    }
+
+    Reply askTwin(const FirmwareControl& control, std::uint8_t request, const Bytes& data) {
+        const UsbSetup setup{typeOf(request), request, valueOf(control), indexOf(control),
+                             std::uint16_t(data.size())};
+        const UsbReply reply =
+            twin_.control(setup, request == setCur ? std::span(data) : std::span<const std::uint8_t>());
+        if (reply.kind == UsbReplyKind::done) return {true, reply.data};
+        return {reply.kind == UsbReplyKind::stall && request != setCur, {}};
+    }
+
+    void expectAlike(const FirmwareControl& control, std::string_view what, std::uint8_t request,
+                     const Bytes& data) {
+        Reply kernel = askKernel(control, request, data);
+        Reply twin = askTwin(control, request, data);
+        // Whether a camera changes a value by itself is the driver's knowledge alone.
+        if (request == getInfo && !twin.bytes.empty()) twin.bytes[0] &= 0xF7;
+        if (request == getInfo && !kernel.bytes.empty()) kernel.bytes[0] &= 0xF7;
+        expect(kernel == twin, what, textOf(kernel), textOf(twin));
+    }
+
+    void expect(bool right, std::string_view what, const std::string& kernel, const std::string& camera) {
+        ++answers_;
+        if (right) return;
+        ++differences_;
+        std::printf("     %.*s: %s through the kernel, %s in the camera\n", int(what.size()), what.data(),
+                    kernel.c_str(), camera.c_str());
+    }
+
+    /// Prints a subject's line; what was compared before belongs to it.
+    void finish(std::string_view subject) {
+        std::printf("%s %-24.*s %d answers\n", differences_ == 0 ? "ok  " : "FAIL", int(subject.size()),
+                    subject.data(), answers_);
+        failed_ = failed_ || differences_ > 0;
+        answers_ = differences_ = 0;
+    }
+
+    bool failed() const { return failed_; }
+
+private:
+    static std::uint8_t typeOf(std::uint8_t request) { return request == setCur ? classWrite : classRead; }
+    static std::uint16_t valueOf(const FirmwareControl& control) {
+        return static_cast<std::uint16_t>(control.address.selector << 8U);
+    }
+    std::uint16_t indexOf(const FirmwareControl& control) const {
+        const bool terminal = control.address.entity == ControlEntity::cameraTerminal;
+        const unsigned entity = terminal ? twin_.model().terminalID : twin_.model().unitID;
+        return static_cast<std::uint16_t>(entity << 8U | kernel_.GetInterfaceNumber());
+    }
+
+    UsbInterface& kernel_;
+    VirtualCameraFirmware& twin_;
+    int answers_ = 0;
+    int differences_ = 0;
+    bool failed_ = false;
+};
+
+// What the kernel has no control for.
+bool isUnmapped(const FirmwareControl& control) {
+    return control.address == control::scanningMode || control.address == control::roll ||
+           control.address == control::exposureTimeRelative;
+}
+
+Bytes bytesOf(const FirmwareControl& control, std::int64_t value) {
+    // Both halves have the row's range; different values in them show which is which.  Whole steps both: the
+    // driver rounds to them.
+    const std::int64_t packed =
+        control.kind == ControlKind::panTilt ? packPanTilt(std::int32_t(value), std::int32_t(-value)) : value;
+    Bytes bytes;
+    for (unsigned i = 0; i < control.size; ++i)
+        bytes.push_back(static_cast<std::uint8_t>(static_cast<std::uint64_t>(packed) >> (8 * i)));
+    return bytes;
+}
+
+// Manual everywhere, so that every control may be written; then the defaults.
+void settle(Comparison& both) {
+    for (const auto kind :
+         {ControlKind::modes, ControlKind::toggle, ControlKind::range, ControlKind::panTilt}) {
+        for (const FirmwareControl& control : firmwareControls()) {
+            if (control.kind != kind || isUnmapped(control)) continue;
+            const std::int64_t manual = kind == ControlKind::modes ? 1 : 0;
+            const bool automatic = kind == ControlKind::modes || kind == ControlKind::toggle;
+            both.expectAlike(control, control.name, setCur,
+                             bytesOf(control, automatic ? manual : control.defaultValue));
+        }
+    }
+    both.finish("settled");
+}
+
+std::vector<std::int64_t> valuesFor(const FirmwareControl& control) {
+    switch (control.kind) {
+        case ControlKind::modes:
+            return {1, 2, 4, 8, 0, 3, 16, 1};
+        case ControlKind::toggle:
+            return {1, 0, 2, 1, 0};
+        default:
+            return {control.minimum,
+                    control.maximum,
+                    control.minimum - 1LL,
+                    control.maximum + 1LL,
+                    control.minimum + 1LL * control.resolution,
+                    control.defaultValue};
+    }
+}
+
+void compareControl(Comparison& both, const FirmwareControl& control) {
+    const Bytes asked(askedLength, 0);
+    both.expectAlike(control, "GET_INFO", getInfo, Bytes(1, 0));
+    both.expectAlike(control, "GET_MIN", getMin, asked);
+    both.expectAlike(control, "GET_MAX", getMax, asked);
+    both.expectAlike(control, "GET_RES", getRes, asked);
+    // The driver keeps no default of the one switch that the class gives none, and nor do we.
+    if (!(control.address == control::autoExposurePriority))
+        both.expectAlike(control, "GET_DEF", getDef, asked);
+    both.expectAlike(control, "GET_CUR", getCur, asked);
+    for (const std::int64_t value : valuesFor(control)) {
+        const std::string what = "SET_CUR " + std::to_string(value);
+        both.expectAlike(control, what, setCur, bytesOf(control, value));
+        both.expectAlike(control, "GET_CUR after " + what, getCur, asked);
+    }
+    both.finish(control.name);
+}
+
+// Reads complete without bytes, writes complete without effect.
+void compareUnmapped(Comparison& both, const FirmwareControl& control) {
+    const Reply nothing{true, {}};
+    for (const std::uint8_t request : {getInfo, getCur, getMin, getMax, getRes, getDef}) {
+        const Reply reply = both.askKernel(control, request, Bytes(askedLength, 0));
+        both.expect(reply == nothing, "a read", textOf(reply), "nothing expected");
+    }
+    const Reply written = both.askKernel(control, setCur, bytesOf(control, 1));
+    both.expect(written == nothing, "a write", textOf(written), "nothing expected");
+    both.finish(std::string(control.name) + " (not mapped)");
+}
+
+// A manual control while its automatic one is on, and after.
+void compareGate(Comparison& both, ControlAddress automatic, std::int64_t on, ControlAddress manual) {
+    const FirmwareControl& gate = *firmwareControl(automatic);
+    const FirmwareControl& gated = *firmwareControl(manual);
+    const std::int64_t off = gate.kind == ControlKind::modes ? 1 : 0;
+    both.expectAlike(gate, "automatic on", setCur, bytesOf(gate, on));
+    both.expectAlike(gated, "GET_INFO while automatic", getInfo, Bytes(1, 0));
+    both.expectAlike(gated, "SET_CUR while automatic", setCur, bytesOf(gated, gated.minimum));
+    both.expectAlike(gate, "automatic off", setCur, bytesOf(gate, off));
+    both.expectAlike(gated, "GET_INFO while manual", getInfo, Bytes(1, 0));
+    both.expectAlike(gated, "SET_CUR while manual", setCur, bytesOf(gated, gated.maximum));
+    both.expectAlike(gated, "GET_CUR while manual", getCur, Bytes(askedLength, 0));
+    both.expectAlike(gated, "back to the default", setCur, bytesOf(gated, gated.defaultValue));
+    both.finish(std::string(gated.name) + " under " + std::string(gate.name) + " " + std::to_string(on));
+}
+
+void restoreFactory(Comparison& both) {
+    for (const FirmwareControl& control : firmwareControls()) {
+        const bool automatic = control.kind == ControlKind::modes || control.kind == ControlKind::toggle;
+        if (automatic && !isUnmapped(control))
+            both.expectAlike(control, control.name, setCur, bytesOf(control, control.defaultValue));
+    }
+    both.finish("defaults restored");
+}
+
+// The virtual camera with the entities that the bus tells of.
+std::unique_ptr<VirtualCameraFirmware> twinOf(const BusProberDevice& camera) {
+    for (int number = 1; number <= 60; ++number) {
+        VirtualCameraModel model = virtualCameraModel(number);
+        if (model.terminalID == camera.terminalID && model.unitID == camera.unitID)
+            return std::make_unique<VirtualCameraFirmware>(std::move(model));
+    }
+    return nullptr;
+}
+
+std::shared_ptr<const BusProberDevice> listedCamera(KernelUsbPlatform& platform, std::uint32_t location) {
+    const auto prober = platform.initBusProber(2, nullptr);
+    prober->refreshData(false);
+    const auto& devices = prober->devicesArray();
+    const auto found =
+        std::ranges::find(devices, location, [](const auto& device) { return device->locationID; });
+    return found == devices.end() ? nullptr : *found;
+}
+
+// The same steps that bind the panel to a camera.
+std::shared_ptr<UsbInterface> openControl(KernelUsbPlatform& platform, std::uint32_t location) {
+    for (const auto& service : platform.matchingDeviceServices()) {
+        const auto plugIn = service->CreatePlugInInterface();
+        const auto device = plugIn ? plugIn->QueryInterface() : nullptr;
+        if (!device || device->GetLocationID() != location) continue;
+        const auto interfaces =
+            device->CreateInterfaceIterator({.interfaceClass = 14, .interfaceSubClass = 1});
+        return interfaces && !interfaces->empty() ? interfaces->front()->openInterface() : nullptr;
+    }
+    return nullptr;
+}
+
+int fail(const std::string& reason) {
+    std::fprintf(stderr, "kernel_controls_check: %s\n", reason.c_str());
+    return 2;
+}
+
+int check(const std::string& node) {
+    const auto identity = usbIdentityOfVideoNode("/sys", node);
+    if (!identity) return fail(node + " is no USB camera");
+    std::printf("%s is %s \"%s\" at %s\n", node.c_str(), identity->captureIdentifier().c_str(),
+                identity->productName.c_str(), identity->deviceName.c_str());
+    StandardError diagnostics;
+    KernelUsbPlatform platform(diagnostics);
+    const auto listed = listedCamera(platform, identity->locationID);
+    if (!listed) return fail("the bus prober does not list it");
+    const auto twin = twinOf(*listed);
+    if (!twin) return fail("it is no virtual camera of ours");
+    const auto interface = openControl(platform, identity->locationID);
+    if (!interface) return fail("its control interface cannot be opened");
+
+    Comparison both(*interface, *twin);
+    settle(both);
+    for (const FirmwareControl& control : firmwareControls())
+        isUnmapped(control) ? compareUnmapped(both, control) : compareControl(both, control);
+    compareGate(both, control::autoFocus, 1, control::focus);
+    compareGate(both, control::autoHue, 1, control::hue);
+    compareGate(both, control::autoWhiteBalance, 1, control::whiteBalance);
+    compareGate(both, control::autoExposureMode, 2, control::exposureTime);
+    compareGate(both, control::autoExposureMode, 8, control::exposureTime);
+    restoreFactory(both);
+    return both.failed() ? 1 : 0;
+}
+
+} // namespace
+} // namespace tavelo
+
+int main(int argc, char** argv) {
+    if (argc != 2) return tavelo::fail("usage: kernel_controls_check /dev/videoN");
+    return tavelo::check(argv[1]);
+}
