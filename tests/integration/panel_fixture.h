@@ -6,6 +6,8 @@
 
 #include <QTest>
 #include <QThreadPool>
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -70,6 +72,25 @@ protected:
     }
 
     static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
+
+    /// Presses a button that pushes settings to camera 1, and waits until the camera and the widgets have
+    /// them.
+    void push(QWidget* button) {
+        const std::ptrdiff_t before = powerLineWrites();
+        click(button);
+        // The power line is what a push writes last.
+        ASSERT_TRUE(waitFor([&] { return powerLineWrites() > before; }));
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+    }
+
+    std::ptrdiff_t powerLineWrites() {
+        const std::uint16_t unit = static_cast<std::uint16_t>(camera(1)->model().unitID << 8);
+        return std::ranges::count_if(camera(1)->requestLog(), [unit](const RequestRecord& request) {
+            return request.setup.bRequest == 0x01 && request.setup.wValue == 0x0500 &&
+                   request.setup.wIndex == unit;
+        });
+    }
 
     /// A profile of the camera's stored record, by position.
     PreferencesDictionary storedProfile(std::size_t position) {

@@ -17,13 +17,6 @@ constexpr std::uint8_t getCur = 0x81;
 
 class PanelProfiles : public PanelTest {
 protected:
-    /// Presses a button that pushes settings, and waits until the camera and the widgets have them.
-    void push(QWidget* button) {
-        click(button);
-        ASSERT_TRUE(waitFor([] { return QThreadPool::globalInstance()->activeThreadCount() == 0; }));
-        QCoreApplication::processEvents();
-    }
-
     /// Puts settings into one of the stored profiles.
     void storeProfile(std::size_t position, const PreferencesDictionary& profile) {
         auto object = *store_.objectForKey(*panel().cameraSettingKey());

@@ -87,11 +87,12 @@ private:
 
 TEST(UdevMonitorThread, ABrokenSourceIsLeftAloneInsteadOfSpinning) {
     std::atomic<int> asked = 0;
+    WakeEvent ran; // outlives the thread that sets it
     UdevMonitor monitor(std::make_unique<BrokenEvents>(asked), [](const UdevEvent&) {});
     for (int round = 0; round < 100; ++round) {
-        WakeEvent ran;
         monitor.async([&ran] { ran.set(); });
         ASSERT_TRUE(ran.waitFor(patience));
+        ran.clear();
     }
     EXPECT_LE(asked, 1);
 }
