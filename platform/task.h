@@ -15,9 +15,10 @@ class Task {
 public:
     Task() = default;
 
+    // NOLINTBEGIN(bugprone-forwarding-reference-overload): the requirement leaves moves alone
     template <typename F>
     requires(!std::is_same_v<std::remove_cvref_t<F>, Task> && std::is_invocable_v<std::decay_t<F>&>)
-        Task(F&& function) { // NOLINT(google-explicit-constructor): any callable is a task
+        Task(F&& function) {
         using Callable = std::decay_t<F>;
         if constexpr (fits<Callable>) {
             ::new (static_cast<void*>(storage_)) Callable(std::forward<F>(function));
@@ -27,6 +28,7 @@ public:
             operations_ = &heapOperations<Callable>;
         }
     }
+    // NOLINTEND(bugprone-forwarding-reference-overload)
 
     Task(Task&& other) noexcept { take(other); }
     Task& operator=(Task&& other) noexcept {
@@ -50,10 +52,12 @@ private:
         void (*destroy)(std::byte* self) noexcept;
     };
 
+    // NOLINTBEGIN(misc-redundant-expression): redundant for some types only
     template <typename F>
     static constexpr bool fits =
         sizeof(F) <= capacity &&
         alignof(F) <= alignof(std::max_align_t) && std::is_nothrow_move_constructible_v<F>;
+    // NOLINTEND(misc-redundant-expression)
 
     template <typename T>
     static T& as(std::byte* storage) {

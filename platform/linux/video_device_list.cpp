@@ -68,7 +68,8 @@ private:
     std::uint64_t applied_ = 0;
 };
 
-VideoDeviceList::VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, V4l2DeviceSetup setup)
+VideoDeviceList::VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue,
+                                 const V4l2DeviceSetup& setup)
     : mainQueue_(mainQueue),
       book_(std::make_shared<Book>(setup)),
       scanner_(std::move(sysfs), setup.opener) {}

@@ -22,7 +22,7 @@ namespace tavelo {
 class VideoDeviceList {
 public:
     /// The queue must outlive the list.
-    VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, V4l2DeviceSetup setup);
+    VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, const V4l2DeviceSetup& setup);
     ~VideoDeviceList();
     VideoDeviceList(const VideoDeviceList&) = delete;
     VideoDeviceList& operator=(const VideoDeviceList&) = delete;
