@@ -45,6 +45,12 @@ const CLI::Validator fourccValidator(
     },
     "FOURCC", "format");
 
+std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
+    const std::string name = app->get_name();
+    return name + ": " + error.what() + "\nUsage: " + name + " [OPTIONS]\n" + name +
+           " --help lists the options\n";
+}
+
 } // namespace
 
 std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv) {
@@ -76,6 +82,8 @@ std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char
         ->type_name("FILE");
     app.add_flag("--verbose", result.verbose,
                  "Tell on the standard error stream what cameras refuse and why");
+
+    app.failure_message(failureMessage);
 
     try {
         app.parse(argc, argv);
