@@ -38,6 +38,32 @@ std::string_view nameOf(std::uint8_t request) {
     return "unknown request";
 }
 
+// What the driver's errno means of a camera.
+std::string reasonOf(int error) {
+    switch (error) {
+        case EPIPE:
+            return "the camera refuses";
+        case EBUSY:
+            return "the camera is not ready";
+        case EILSEQ:
+            return "not in the camera's present state";
+        case EACCES:
+            return "ruled by an automatic control, or not to be read";
+        case ERANGE:
+            return "out of range";
+        case EINVAL:
+            return "no such value";
+        case EIO:
+            return "the camera does not know it";
+        case ETIMEDOUT:
+            return "the camera does not answer";
+        case ENODEV:
+            return "the camera is gone";
+        default:
+            return std::generic_category().message(error);
+    }
+}
+
 std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::int32_t id) {
     if (id == address.terminalID) return UvcEntity::cameraTerminal;
     if (id == address.unitID) return UvcEntity::processingUnit;
@@ -108,7 +134,7 @@ UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelContr
 void KernelUsbInterface::report(const KernelControl& control, const UsbControlRequest& request,
                                 int error) noexcept {
     std::string reason(nameOf(request.bRequest));
-    reason.append(" of ").append(control.name).append(": ").append(std::generic_category().message(error));
+    reason.append(" of ").append(control.name).append(": ").append(reasonOf(error));
     diagnostics_.report(address_.name, reason);
 }
 

@@ -33,7 +33,11 @@ protected:
         Error error;
         server_ = UsbipServer::listen(0, error);
         ASSERT_TRUE(server_) << error.text;
-        server_->plug("1-1", gadget_);
+        attachTo(gadget_);
+    }
+
+    void attachTo(const std::shared_ptr<FakeGadget>& gadget) {
+        server_->plug("1-1", gadget);
         client_ = std::make_unique<UsbipClient>(server_->port());
         ASSERT_EQ(client_->import("1-1"), 0U);
     }
@@ -95,10 +99,12 @@ TEST_F(TransferSchedulerTest, FrameNumbersGrowWithTheTimeOfThePackets) {
 
 TEST_F(TransferSchedulerTest, ASlowControlTransferDoesNotHoldUpTheStream) {
     std::promise<void> mayEnd;
-    gadget_->onControl = [&](const UsbSetup&, std::span<const std::uint8_t>) {
+    const auto gadget = std::make_shared<FakeGadget>();
+    gadget->onControl = [&](const UsbSetup&, std::span<const std::uint8_t>) {
         mayEnd.get_future().wait();
         return UsbReply{};
     };
+    attachTo(gadget);
     const std::uint32_t slow = client_->submitControl({0xA1, 0x81, 1, 0, 0, 5, 2, 0});
     const std::uint32_t quick = client_->submitIso(isochronous, {64, 64});
     EXPECT_EQ(client_->reply()->sequence, quick);
