@@ -46,7 +46,7 @@ const CLI::Validator fourccValidator(
     "FOURCC", "format");
 
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
-    const std::string name = app->get_name();
+    const std::string& name = app->get_name();
     return name + ": " + error.what() + "\nUsage: " + name + " [OPTIONS]\n" + name +
            " --help lists the options\n";
 }
