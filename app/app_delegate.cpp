@@ -3,10 +3,13 @@
 
 namespace tavelo {
 
-AppDelegate::AppDelegate(KTWindowController& windowController) : windowController_(windowController) {}
+AppDelegate::AppDelegate(KTWindowController& windowController, CameraAccess& cameraAccess)
+    : windowController_(windowController),
+      cameraAccess_(cameraAccess) {}
 
 void AppDelegate::applicationDidFinishLaunching() {
     window_ = &windowController_.window();
+    if (!cameraAccess_.isAuthorized()) cameraAccess_.request();
 }
 
 bool AppDelegate::applicationShouldHandleReopenHasVisibleWindows(bool /*hasVisibleWindows*/) {

@@ -2,6 +2,7 @@
 // Observes the application's life.
 #pragma once
 
+#include "app/camera_access.h"
 #include "app/kt_window_controller.h"
 
 namespace tavelo {
@@ -9,12 +10,14 @@ namespace tavelo {
 /// Thread-bound to the main thread.
 class AppDelegate {
 public:
-    /// @param windowController shows the application's first window; outlives the delegate
-    explicit AppDelegate(KTWindowController& windowController);
+    /// Both outlive the delegate.
+    /// @param windowController shows the application's first window
+    AppDelegate(KTWindowController& windowController, CameraAccess& cameraAccess);
 
     /// The main window; null before applicationDidFinishLaunching().
     KTWindow* window() const { return window_; }
 
+    /// Asks for access to the camera where that is not granted yet.
     void applicationDidFinishLaunching();
 
     /// Nothing to do: the window, the session and the camera end with their owners.
@@ -26,6 +29,7 @@ public:
 
 private:
     KTWindowController& windowController_;
+    CameraAccess& cameraAccess_;
     KTWindow* window_ = nullptr;
 };
 

@@ -9,7 +9,7 @@ KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) 
     setApplicationName(QStringLiteral("tavelo-control-panel"));
     setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
     setApplicationVersion(QStringLiteral("1.0"));
-    setDesktopFileName(QStringLiteral("tavelo-control-panel"));
+    setDesktopFileName(QStringLiteral("org.tavelo.ControlPanel"));
 }
 
 void KTApplication::orderFrontStandardAboutPanelWithOptions(const QVariantMap& /*options*/,

@@ -9,14 +9,18 @@
 #include <variant>
 
 #include "app/app_delegate.h"
+#include "app/camera_access.h"
 #include "app/command_line.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
+#include "app/panel_menu.h"
+#include "app/program_language.h"
 #include "app/qt_main_queue.h"
 #include "app/quit_signals.h"
 #include "app/resources/resource_bundle.h"
 #include "app/screenshot.h"
+#include "app/single_instance.h"
 #include "app/stderr_diagnostics.h"
 #include "app/text/localizer.h"
 #include "panel/view_controller.h"
@@ -37,15 +41,21 @@ bool haveDisplay() {
     return false;
 }
 
-int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
-    KTApplication application(argc, argv);
-    application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
-    const QuitSignals quitSignals;
+// Another process is the panel: its window comes to the front, and this one ends.
+int showFirstPanel(SingleInstance& instance) {
+    const QString reason = instance.activateFirst();
+    if (reason.isEmpty()) return 0;
+    std::fprintf(stderr, "tavelo-control-panel: runs already and does not answer: %s\n", qPrintable(reason));
+    return 1;
+}
+
+// The panel with all that it stands on, from its start to its end.
+int runPanel(const CommandLine& commandLine, KTApplication& application, const SingleInstance* instance) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
-
-    const ResourceBundle bundle;
+    ResourceBundle bundle;
     JsonPreferencesStore userDefaults;
+    ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
     const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
@@ -58,8 +68,22 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     panel.putInto(window);
     windowController.windowDidLoad();
 
-    AppDelegate delegate(windowController);
+    CameraAccess cameraAccess;
+    AppDelegate delegate(windowController, cameraAccess);
     delegate.applicationDidFinishLaunching();
+    if (instance != nullptr)
+        QObject::connect(instance, &SingleInstance::reopened, &window, [&] {
+            delegate.applicationShouldHandleReopenHasVisibleWindows(window.isVisible());
+        });
+
+    const PanelMenu menu(window, bundle, language);
+    QObject::connect(&menu, &PanelMenu::aboutChosen, &application, [&] {
+        application.orderFrontStandardAboutPanelWithOptions({}, bundle);
+    });
+    QObject::connect(&menu, &PanelMenu::reconnectChosen, &panel, &ViewController::reconnectCamera);
+    QObject::connect(&menu, &PanelMenu::languageChanged, &panel, &ViewController::languageDidChange);
+    QObject::connect(&menu, &PanelMenu::quitChosen, &application, &KTApplication::quit);
+
     std::optional<Screenshot> screenshot;
     if (commandLine.screenshot) screenshot.emplace(window, panel.displayView(), *commandLine.screenshot);
     const int status = KTApplication::exec();
@@ -68,6 +92,20 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     QThreadPool::globalInstance()->waitForDone();
     KTUVCManager::sharedManager().releasePlatform();
     return status;
+}
+
+int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
+    KTApplication application(argc, argv);
+    application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
+    const QuitSignals quitSignals;
+    // A screenshot is an errand of its own, beside a panel that may be open.
+    if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
+
+    SingleInstance instance;
+    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance);
+    // A closed window comes back by starting the program again; without a bus nobody would tell it to.
+    application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
+    return runPanel(commandLine, application, &instance);
 }
 
 } // namespace

@@ -40,10 +40,12 @@ function(tavelo_program NAME)
     set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
 
-# tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT]): a GoogleTest program, one ctest entry.
+# tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT] [BUS]): a GoogleTest program, one ctest entry.
 #   Labels: "unit" (default), "integration"; "threads" marks what also runs under ThreadSanitizer.
+#   QT   makes the QApplication, without a display
+#   BUS  runs on a D-Bus session of its own
 function(tavelo_test NAME)
-    cmake_parse_arguments(ARG "QT" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "QT;BUS" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${NAME} ${ARG_SOURCES})
     target_link_libraries(${NAME} PRIVATE tavelo_flags GTest::gmock ${ARG_LIBRARIES})
     if(ARG_QT)
@@ -56,7 +58,11 @@ function(tavelo_test NAME)
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()
-    add_test(NAME ${NAME} COMMAND ${NAME})
+    if(ARG_BUS)
+        add_test(NAME ${NAME} COMMAND dbus-run-session -- $<TARGET_FILE:${NAME}>)
+    else()
+        add_test(NAME ${NAME} COMMAND ${NAME})
+    endif()
     set_tests_properties(${NAME} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 120 SKIP_RETURN_CODE 77)
     if(ARG_QT)
         set_tests_properties(${NAME} PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen")

@@ -40,9 +40,8 @@ QString text(const Bundle& bundle, std::string_view key) {
     return QString::fromStdString(bundle.localizedString(key, {}));
 }
 
-KTText* makeTitle(QWidget* parent, const QString& title) {
+KTText* makeTitle(QWidget* parent) {
     auto* label = new KTText(parent);
-    label->setText(title);
     label->setFont(arial(16));
     label->setTextShadow(titleShadow());
     return label;
@@ -77,9 +76,8 @@ Image image(const QString& name) {
     return Image::fromFile(QStringLiteral(":/images/%1.svg").arg(name));
 }
 
-KTProfileButton* makeProfileButton(QWidget* parent, const QString& title) {
+KTProfileButton* makeProfileButton(QWidget* parent) {
     auto* button = new KTProfileButton(parent);
-    button->setText(title);
     button->setFont(arial(10));
     button->setTextColor(Qt::white);
     button->setImage(image(QStringLiteral("profile")));
@@ -87,11 +85,10 @@ KTProfileButton* makeProfileButton(QWidget* parent, const QString& title) {
     return button;
 }
 
-KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName, const QString& name) {
+KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName) {
     auto* button = new KTProfileButton(parent);
     button->setImage(image(imageName));
     button->setImageContentMode(1);
-    button->setAccessibleName(name);
     return button;
 }
 
@@ -103,40 +100,36 @@ QRect widgetFrame(const QRectF& frame, qreal viewHeight) {
 } // namespace
 
 PanelView::PanelView(const Bundle& bundle, std::unique_ptr<KTDisplayView> displayView) {
-    createMirrorRow(bundle);
-    createSliderRows(bundle);
+    createMirrorRow();
+    createSliderRows();
     createHead();
-    createProfileButtons(bundle);
+    createProfileButtons();
     createPreview(std::move(displayView));
     orderTabs();
+    retranslate(bundle);
 }
 
 PanelView::~PanelView() = default;
 
-void PanelView::createMirrorRow(const Bundle& bundle) {
-    mirrorTitleText_ = makeTitle(this, text(bundle, "Mirror"));
+void PanelView::createMirrorRow() {
+    mirrorTitleText_ = makeTitle(this);
     mirrorSwitch_ = new KTSwitch(this);
-    mirrorSwitch_->setAccessibleName(mirrorTitleText_->text());
-    hz50Text_ = makeTitle(this, QStringLiteral("50 Hz"));
+    hz50Text_ = makeTitle(this);
+    hz50Text_->setText(QStringLiteral("50 Hz"));
     hz50Button_ = new KTCheckButton(this);
     hz50Button_->setCheck(true);
     hz50Button_->setAccessibleName(hz50Text_->text());
-    hz60Text_ = makeTitle(this, QStringLiteral("60 Hz"));
+    hz60Text_ = makeTitle(this);
+    hz60Text_->setText(QStringLiteral("60 Hz"));
     hz60Button_ = new KTCheckButton(this);
     hz60Button_->setAccessibleName(hz60Text_->text());
 }
 
-void PanelView::createSliderRows(const Bundle& bundle) {
-    // In the order of PanelRow.
-    constexpr std::array<std::string_view, panelRowCount> titles{
-        "Pan_left_right", "Pan_up_down", "Zoom",     "Sharpness",
-        "White_Balance",  "Saturation",  "Contrast", "Brightness"};
-    for (std::size_t i = 0; i < panelRowCount; ++i) {
-        SliderRow& row = rows_[i];
+void PanelView::createSliderRows() {
+    for (SliderRow& row : rows_) {
         row.slider = new KTSlider(this);
         row.valueText = makeValue(this);
-        row.titleText = makeTitle(this, text(bundle, titles[i]));
-        row.slider->setAccessibleName(row.titleText->text());
+        row.titleText = makeTitle(this);
     }
 }
 
@@ -149,23 +142,43 @@ void PanelView::createHead() {
     appVersionText_ = makePlainText(this, QStringLiteral("V1.0"), 12);
 }
 
-void PanelView::createProfileButtons(const Bundle& bundle) {
-    const QString profile = text(bundle, "PROFILE");
-    for (std::size_t i = 0; i < profileCount; ++i) {
-        profileButtons_[i] = makeProfileButton(this, QStringLiteral("%1 %2").arg(profile).arg(i + 1));
-        profileButtons_[i]->setStateIsChoice(true);
+void PanelView::createProfileButtons() {
+    for (KTProfileButton*& button : profileButtons_) {
+        button = makeProfileButton(this);
+        button->setStateIsChoice(true);
     }
-    saveProfileButton_ = makeProfileButton(this, text(bundle, "SAVE_TO_PROFILE"));
+    saveProfileButton_ = makeProfileButton(this);
     saveProfileButton_->setState(1);
-    restoreProfileButton_ = makeProfileButton(this, text(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
+    restoreProfileButton_ = makeProfileButton(this);
 }
 
 void PanelView::createPreview(std::unique_ptr<KTDisplayView> displayView) {
     displayView_ = displayView.release();
     if (displayView_ != nullptr) displayView_->setParent(this);
     logoImageView_ = new ImageView(image(QStringLiteral("logo")), this);
-    minButton_ = makeWindowButton(this, QStringLiteral("min"), QStringLiteral("Minimise"));
-    closeButton_ = makeWindowButton(this, QStringLiteral("close"), QStringLiteral("Close"));
+    minButton_ = makeWindowButton(this, QStringLiteral("min"));
+    closeButton_ = makeWindowButton(this, QStringLiteral("close"));
+}
+
+void PanelView::retranslate(const Bundle& bundle) {
+    // In the order of PanelRow.
+    constexpr std::array<std::string_view, panelRowCount> titles{
+        "Pan_left_right", "Pan_up_down", "Zoom",     "Sharpness",
+        "White_Balance",  "Saturation",  "Contrast", "Brightness"};
+    for (std::size_t i = 0; i < panelRowCount; ++i) {
+        rows_[i].titleText->setText(text(bundle, titles[i]));
+        rows_[i].slider->setAccessibleName(rows_[i].titleText->text());
+    }
+    mirrorTitleText_->setText(text(bundle, "Mirror"));
+    mirrorSwitch_->setAccessibleName(mirrorTitleText_->text());
+    const QString profile = text(bundle, "PROFILE");
+    for (std::size_t i = 0; i < profileCount; ++i)
+        profileButtons_[i]->setText(QStringLiteral("%1 %2").arg(profile).arg(i + 1));
+    saveProfileButton_->setText(text(bundle, "SAVE_TO_PROFILE"));
+    restoreProfileButton_->setText(text(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
+    minButton_->setAccessibleName(text(bundle, "Minimise"));
+    closeButton_->setAccessibleName(text(bundle, "Close"));
+    viewDidLayout(); // the mirror row follows its title's width
 }
 
 // From top to bottom, the settings before the preview's column.

@@ -38,6 +38,9 @@ public:
     PanelView(const Bundle& bundle, std::unique_ptr<KTDisplayView> displayView);
     ~PanelView() override;
 
+    /// Shows every text in the bundle's language, as when it was made.
+    void retranslate(const Bundle& bundle);
+
     const SliderRow& row(PanelRow row) const { return rows_[static_cast<std::size_t>(row)]; }
     const std::array<SliderRow, panelRowCount>& rows() const { return rows_; }
 
@@ -98,10 +101,10 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void createMirrorRow(const Bundle& bundle);
-    void createSliderRows(const Bundle& bundle);
+    void createMirrorRow();
+    void createSliderRows();
     void createHead();
-    void createProfileButtons(const Bundle& bundle);
+    void createProfileButtons();
     void createPreview(std::unique_ptr<KTDisplayView> displayView);
     void orderTabs();
     PanelMeasures measures() const;

@@ -53,6 +53,9 @@ public:
     /// Makes the view the whole content of a window, which owns it from then on.  After viewDidLoad().
     void putInto(QWidget& window);
 
+    /// Shows the texts in the bundle's language of now.
+    void languageDidChange() { view_->retranslate(bundle_); }
+
     KTUVCManager& uvcManager() const { return uvcManager_; }
     PreferencesStore& userDefaults() const { return userDefaults_; }
     KTDisplayView* displayView() const { return view_->displayView(); }
@@ -72,6 +75,9 @@ public:
     void captureDeviceWasDisconnectedNotification(const std::shared_ptr<CaptureDevice>& device);
     void busProberInformationDidChange() override;
     void setCameraControlViewEnable(bool enable);
+    /// Starts the shown camera and its controls afresh, as a switch to it does; without a camera, looks for
+    /// one again.
+    void reconnectCamera();
     void hiddenMtkViewAndShowAfterDelay(std::chrono::milliseconds delay);
     void hiddenMtkView();
     void showMtkView();

@@ -69,6 +69,14 @@ void ViewController::camera2ButtonAction(QObject* /*sender*/) {
     switchCameraWithIndex(1);
 }
 
+void ViewController::reconnectCamera() {
+    uvcManager_.prober()->refreshData(true);
+    if (const auto index = shownIndex())
+        switchCameraWithIndex(*index);
+    else
+        readVideoDevice();
+}
+
 void ViewController::addNotifiction() {
     capture_.addObserver(this);
     observing_ = true;

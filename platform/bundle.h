@@ -9,7 +9,8 @@
 
 namespace tavelo {
 
-/// String tables, one for each localisation.  Reentrant; constant while the program runs.
+/// String tables, one for each localisation.  The tables are constant while the program runs; the languages
+/// change where the user chooses another.  Thread-bound to the main thread.
 class Bundle {
 public:
     virtual ~Bundle() = default;

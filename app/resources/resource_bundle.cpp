@@ -48,7 +48,7 @@ std::string languageName(std::string_view name) {
 ResourceBundle::ResourceBundle() : ResourceBundle(desktopLanguages()) {}
 
 ResourceBundle::ResourceBundle(std::vector<std::string> preferredLanguages)
-    : preferredLanguages_(std::move(preferredLanguages)),
+    : desktopLanguages_(std::move(preferredLanguages)),
       tables_([] {
           std::map<std::string, Table, std::less<>> tables;
           for (const char* localization : localizationNames) {
@@ -66,7 +66,9 @@ std::vector<std::string> ResourceBundle::localizations() const {
 }
 
 std::vector<std::string> ResourceBundle::preferredLanguages() const {
-    return preferredLanguages_;
+    std::vector<std::string> languages = desktopLanguages_;
+    if (!chosenLanguage_.empty()) languages.insert(languages.begin(), chosenLanguage_);
+    return languages;
 }
 
 std::optional<std::string> ResourceBundle::string(std::string_view localization, std::string_view key) const {
@@ -86,7 +88,7 @@ std::string ResourceBundle::localizedString(std::string_view key, std::string_vi
 
 // The table of the most wanted language that has one.
 const ResourceBundle::Table& ResourceBundle::systemTable() const {
-    for (const std::string& language : preferredLanguages_) {
+    for (const std::string& language : preferredLanguages()) {
         for (const char* localization : localizationNames) {
             if (language.starts_with(localization)) return tables_.find(localization)->second;
         }

@@ -7,20 +7,25 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/bundle.h"
 
 namespace tavelo {
 
-/// String tables in Qt's resources, languages as the desktop gives them.  Reads everything when made and is
-/// constant from then on: reentrant.  Artwork lies beside the tables, as ":/images/NAME.svg".
+/// String tables in Qt's resources, languages as the desktop gives them, with the one that the user chose for
+/// this program before them.  Reads everything when made.  Artwork lies beside the tables, as
+/// ":/images/NAME.svg".
 class ResourceBundle : public Bundle {
 public:
     /// With the languages of the user's desktop.
     ResourceBundle();
     /// @param preferredLanguages the most wanted first
     explicit ResourceBundle(std::vector<std::string> preferredLanguages);
+
+    /// Puts a language before the desktop's; an empty one takes that back.
+    void preferLanguage(std::string language) { chosenLanguage_ = std::move(language); }
 
     std::vector<std::string> localizations() const override;
     std::vector<std::string> preferredLanguages() const override;
@@ -32,7 +37,8 @@ private:
 
     const Table& systemTable() const;
 
-    const std::vector<std::string> preferredLanguages_;
+    const std::vector<std::string> desktopLanguages_;
+    std::string chosenLanguage_;
     const std::map<std::string, Table, std::less<>> tables_;
 };
 

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include "app/panel_menu.h"
+
+#include <QContextMenuEvent>
+#include <QKeySequence>
+#include <QWindow>
+
+namespace tavelo {
+namespace {
+
+QString text(const Bundle& bundle, std::string_view key) {
+    return QString::fromStdString(bundle.localizedString(key, {}));
+}
+
+void setKey(QAction& action, const QKeySequence& key) {
+    action.setShortcut(key);
+    action.setShortcutVisibleInContextMenu(true);
+}
+
+} // namespace
+
+PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& language)
+    : window_(window),
+      bundle_(bundle),
+      language_(language),
+      languages_(nullptr) {
+    menu_.setObjectName(QStringLiteral("contextMenu"));
+    addActions();
+    addLanguages();
+    retranslate();
+    window_.addActions({&reconnect_, &quit_});
+    window_.installEventFilter(this);
+}
+
+void PanelMenu::addActions() {
+    setKey(reconnect_, Qt::Key_F5);
+    setKey(quit_, Qt::CTRL | Qt::Key_Q);
+    menu_.addAction(&about_);
+    menu_.addSeparator();
+    menu_.addAction(&reconnect_);
+    menu_.addMenu(&languageMenu_);
+    menu_.addSeparator();
+    menu_.addAction(&quit_);
+    connect(&about_, &QAction::triggered, this, &PanelMenu::aboutChosen);
+    connect(&reconnect_, &QAction::triggered, this, &PanelMenu::reconnectChosen);
+    connect(&quit_, &QAction::triggered, this, &PanelMenu::quitChosen);
+}
+
+void PanelMenu::addLanguages() {
+    const auto add = [this](QAction* action, const std::string& localization) {
+        action->setCheckable(true);
+        action->setChecked(localization == language_.chosen());
+        languages_.addAction(action);
+        languageMenu_.addAction(action);
+        connect(action, &QAction::triggered, this, [this, localization] { choose(localization); });
+    };
+    add(&systemLanguage_, {});
+    languageMenu_.addSeparator();
+    for (const std::string& localization : bundle_.localizations()) {
+        // Each language in its own words: who cannot read the others finds it.
+        const std::string name = bundle_.string(localization, "language_name").value_or(localization);
+        add(new QAction(QString::fromStdString(name), &languages_), localization);
+    }
+}
+
+void PanelMenu::choose(const std::string& localization) {
+    language_.choose(localization);
+    retranslate();
+    Q_EMIT languageChanged();
+}
+
+void PanelMenu::retranslate() {
+    about_.setText(text(bundle_, "About"));
+    reconnect_.setText(text(bundle_, "Reconnect_camera"));
+    languageMenu_.setTitle(text(bundle_, "Language"));
+    systemLanguage_.setText(text(bundle_, "System_language"));
+    quit_.setText(text(bundle_, "Quit"));
+}
+
+bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != &window_ || event->type() != QEvent::ContextMenu)
+        return QObject::eventFilter(watched, event);
+    // Some window systems show a menu only as the child of a window.
+    menu_.winId();
+    menu_.windowHandle()->setTransientParent(window_.windowHandle());
+    menu_.popup(static_cast<QContextMenuEvent*>(event)->globalPos());
+    return true;
+}
+
+} // namespace tavelo

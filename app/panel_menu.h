@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// The window's context menu and its keys.
+#pragma once
+
+#include <QAction>
+#include <QActionGroup>
+#include <QMenu>
+#include <QObject>
+#include <QWidget>
+
+#include "app/program_language.h"
+#include "platform/bundle.h"
+
+namespace tavelo {
+
+/// About, reconnect (F5), language, quit (Ctrl+Q): opened by the right button or the menu key anywhere in the
+/// window; the keys work without it.  Thread-bound to the main thread.
+class PanelMenu final : public QObject {
+    Q_OBJECT
+
+public:
+    /// All outlive the menu.
+    PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& language);
+
+Q_SIGNALS:
+    void aboutChosen();
+    void reconnectChosen();
+    /// The bundle gives texts in another language now.
+    void languageChanged();
+    void quitChosen();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void addActions();
+    void addLanguages();
+    void retranslate();
+    void choose(const std::string& localization);
+
+    QWidget& window_;
+    const Bundle& bundle_;
+    ProgramLanguage& language_;
+    QMenu menu_;
+    QMenu languageMenu_;
+    QActionGroup languages_;
+    QAction about_;
+    QAction reconnect_;
+    QAction systemLanguage_;
+    QAction quit_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "app/single_instance.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <utility>
+
+namespace tavelo {
+namespace {
+
+// The desktop file has the same name; desktops rely on that.
+const QString serviceName = QStringLiteral("org.tavelo.ControlPanel");
+const QString objectPath = QStringLiteral("/org/tavelo/ControlPanel");
+const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
+const QString activationToken = QStringLiteral("activation-token");
+
+constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
+
+// The user's click started this process; the token lets the first one raise its window for it.
+QVariantMap platformData() {
+    const QString token = qEnvironmentVariable(tokenVariable);
+    if (token.isEmpty()) return {};
+    return {{activationToken, token}};
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(QDBusConnection bus) : bus_(std::move(bus)) {
+    if (!bus_.isConnected()) return;
+    // The object first: who finds the name finds somebody behind it.
+    new ApplicationAdaptor(*this); // a child of this object
+    bus_.registerObject(objectPath, this);
+    const auto reply = bus_.interface()->registerService(serviceName);
+    if (!reply.isValid()) return;
+    role_ = reply.value() == QDBusConnectionInterface::ServiceRegistered ? Role::first : Role::second;
+}
+
+SingleInstance::~SingleInstance() {
+    if (!bus_.isConnected()) return;
+    if (role_ == Role::first) bus_.interface()->unregisterService(serviceName);
+    bus_.unregisterObject(objectPath);
+}
+
+QString SingleInstance::activateFirst() {
+    QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, applicationInterface,
+                                                       QStringLiteral("Activate"));
+    call << platformData();
+    const QDBusMessage answer = bus_.call(call);
+    return answer.type() == QDBusMessage::ReplyMessage ? QString() : answer.errorMessage();
+}
+
+ApplicationAdaptor::ApplicationAdaptor(SingleInstance& instance)
+    : QDBusAbstractAdaptor(&instance),
+      instance_(instance) {}
+
+void ApplicationAdaptor::Activate(const QVariantMap& platformData) {
+    // Qt takes the token from the environment when the window asks for the focus next.
+    const QString token = platformData.value(activationToken).toString();
+    if (!token.isEmpty()) qputenv(tokenVariable, token.toUtf8());
+    Q_EMIT instance_.reopened();
+}
+
+} // namespace tavelo

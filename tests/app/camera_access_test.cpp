@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "app/camera_access.h"
+
+#include <gmock/gmock.h>
+
+#include <QDBusObjectPath>
+#include <QTemporaryFile>
+#include <QTest>
+#include <QVariantMap>
+
+#include "app/app_delegate.h"
+
+namespace tavelo {
+namespace {
+
+/// Stands in for the desktop's portal.
+class Portal : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Camera")
+
+public:
+    Portal() {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        EXPECT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this,
+                                       QDBusConnection::ExportAllSlots));
+        EXPECT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
+    }
+    ~Portal() override {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
+        bus.unregisterObject(QStringLiteral("/org/freedesktop/portal/desktop"));
+    }
+
+    int requests() const { return requests_; }
+
+public Q_SLOTS:
+    QDBusObjectPath AccessCamera(const QVariantMap& /*options*/) {
+        ++requests_;
+        return QDBusObjectPath(QStringLiteral("/org/freedesktop/portal/desktop/request/1"));
+    }
+
+private:
+    int requests_ = 0;
+};
+
+class CameraAccessTest : public testing::Test {
+protected:
+    void launch(CameraAccess access) {
+        AppDelegate delegate(controller_, access);
+        EXPECT_EQ(delegate.window(), nullptr);
+        delegate.applicationDidFinishLaunching();
+        EXPECT_EQ(delegate.window(), &window_);
+    }
+
+    KTWindow window_{QRect(0, 0, 100, 100), WindowStyle::borderless, true, true};
+    KTWindowController controller_{window_};
+    QTemporaryFile sandboxMark_;
+};
+
+TEST_F(CameraAccessTest, InsideASandboxThePortalIsAskedAtTheStart) {
+    const Portal portal;
+    ASSERT_TRUE(sandboxMark_.open());
+    launch(CameraAccess(QDBusConnection::sessionBus(), sandboxMark_.fileName()));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return portal.requests() == 1; }, 20'000));
+}
+
+TEST_F(CameraAccessTest, OutsideASandboxNobodyIsAsked) {
+    const CameraAccess access(QDBusConnection::sessionBus(), QStringLiteral("/no such mark"));
+    EXPECT_TRUE(access.isAuthorized());
+}
+
+TEST_F(CameraAccessTest, MissingPortalAndMissingBusAreNoErrors) {
+    ASSERT_TRUE(sandboxMark_.open());
+    launch(CameraAccess(QDBusConnection::sessionBus(), sandboxMark_.fileName()));
+    launch(CameraAccess(QDBusConnection(QStringLiteral("never connected")), sandboxMark_.fileName()));
+}
+
+} // namespace
+} // namespace tavelo
+
+#include "camera_access_test.moc"

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "app/panel_menu.h"
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWindow>
+
+#include "support/memory_preferences_store.h"
+
+namespace tavelo {
+namespace {
+
+class PanelMenuTest : public testing::Test {
+protected:
+    PanelMenuTest() {
+        window_.resize(300, 200);
+        window_.show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&window_));
+    }
+
+    /// As a mouse does: through the window, which makes a context menu of a right press.
+    QMenu* openedMenu() {
+        QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    }
+
+    static QStringList texts(const QMenu& menu) {
+        QStringList texts;
+        for (const QAction* action : menu.actions())
+            if (!action->isSeparator()) texts << action->text();
+        return texts;
+    }
+
+    static QAction* action(const QMenu& menu, const QString& text) {
+        for (QAction* action : menu.actions())
+            if (action->text() == text) return action;
+        return nullptr;
+    }
+
+    ResourceBundle bundle_{{"en-GB"}};
+    MemoryPreferencesStore preferences_;
+    ProgramLanguage language_{bundle_, preferences_};
+    QWidget window_;
+    PanelMenu panelMenu_{window_, bundle_, language_};
+};
+
+TEST_F(PanelMenuTest, RightPressOpensIt) {
+    const QMenu* menu = openedMenu();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(texts(*menu), QStringList({QStringLiteral("About Tavelo Control Panel"),
+                                         QStringLiteral("Reconnect Camera"), QStringLiteral("Language"),
+                                         QStringLiteral("Quit")}));
+}
+
+TEST_F(PanelMenuTest, EachEntryTellsItsChoice) {
+    for (const auto& [text, signal] :
+         {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
+          std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen}, std::pair{"Quit", &PanelMenu::quitChosen}}) {
+        QMenu* menu = openedMenu();
+        ASSERT_NE(menu, nullptr);
+        QSignalSpy chosen(&panelMenu_, signal);
+        QTest::mouseClick(menu, Qt::LeftButton, {},
+                          menu->actionGeometry(action(*menu, QString::fromUtf8(text))).center());
+        EXPECT_EQ(chosen.size(), 1) << text;
+    }
+}
+
+TEST_F(PanelMenuTest, KeysWorkWithoutTheMenu) {
+    QSignalSpy reconnect(&panelMenu_, &PanelMenu::reconnectChosen);
+    QSignalSpy quit(&panelMenu_, &PanelMenu::quitChosen);
+    QTest::keyClick(&window_, Qt::Key_F5);
+    EXPECT_EQ(reconnect.size(), 1);
+    EXPECT_EQ(quit.size(), 0);
+    QTest::keyClick(&window_, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quit.size(), 1);
+}
+
+TEST_F(PanelMenuTest, LanguagesAreThoseOfTheBundleInTheirOwnWords) {
+    const QMenu* menu = openedMenu();
+    ASSERT_NE(menu, nullptr);
+    const QMenu* languages = action(*menu, QStringLiteral("Language"))->menu();
+    EXPECT_EQ(texts(*languages), QStringList({QStringLiteral("System Language"), QStringLiteral("English"),
+                                              QStringLiteral("简体中文"), QStringLiteral("日本語"),
+                                              QStringLiteral("Deutsch"), QStringLiteral("Français"),
+                                              QStringLiteral("Español")}));
+    EXPECT_TRUE(action(*languages, QStringLiteral("System Language"))->isChecked());
+}
+
+TEST_F(PanelMenuTest, ChoosingALanguageChangesTheMenuToo) {
+    QSignalSpy changed(&panelMenu_, &PanelMenu::languageChanged);
+    QMenu* menu = openedMenu();
+    ASSERT_NE(menu, nullptr);
+    const QMenu* languages = action(*menu, QStringLiteral("Language"))->menu();
+    action(*languages, QStringLiteral("Deutsch"))->trigger();
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_EQ(language_.chosen(), "de");
+    EXPECT_TRUE(texts(*menu).contains(QStringLiteral("Beenden")));
+    EXPECT_TRUE(action(*languages, QStringLiteral("Deutsch"))->isChecked());
+    EXPECT_FALSE(action(*languages, QStringLiteral("Systemsprache"))->isChecked());
+}
+
+} // namespace
+} // namespace tavelo

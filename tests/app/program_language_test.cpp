@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "app/program_language.h"
+
+#include <gmock/gmock.h>
+
+#include "app/text/localizer.h"
+#include "support/memory_preferences_store.h"
+
+namespace tavelo {
+namespace {
+
+class ProgramLanguageTest : public testing::Test {
+protected:
+    std::string brightness() const { return bundle_.localizedString("Brightness", {}); }
+
+    ResourceBundle bundle_{{"de-DE"}};
+    MemoryPreferencesStore preferences_;
+};
+
+TEST_F(ProgramLanguageTest, WithoutAChoiceTheDesktopDecides) {
+    const ProgramLanguage language(bundle_, preferences_);
+    EXPECT_EQ(language.chosen(), "");
+    EXPECT_EQ(brightness(), "Helligkeit");
+    EXPECT_TRUE(preferences_.empty());
+}
+
+TEST_F(ProgramLanguageTest, ChoiceHoldsAtOnceAndInTheNextRun) {
+    ProgramLanguage language(bundle_, preferences_);
+    language.choose("es");
+    EXPECT_EQ(brightness(), "Brillo");
+    EXPECT_TRUE(preferences_.flushed());
+
+    ResourceBundle next({"de-DE"});
+    const ProgramLanguage again(next, preferences_);
+    EXPECT_EQ(again.chosen(), "es");
+    EXPECT_EQ(next.localizedString("Brightness", {}), "Brillo");
+}
+
+TEST_F(ProgramLanguageTest, ChoosingTheSystemsLanguageEndsAnEarlierChoice) {
+    ProgramLanguage language(bundle_, preferences_);
+    language.choose("ja");
+    language.choose("");
+    EXPECT_EQ(brightness(), "Helligkeit");
+    const ProgramLanguage again(bundle_, preferences_);
+    EXPECT_EQ(again.chosen(), "");
+}
+
+TEST_F(ProgramLanguageTest, StoredValueThatNamesNoTableIsIgnored) {
+    for (const PreferencesValue& stored :
+         {PreferencesValue{std::string("tlh")}, PreferencesValue{std::int64_t{7}}, PreferencesValue{true}}) {
+        preferences_.setObject(stored, "PreferredLanguage");
+        const ProgramLanguage language(bundle_, preferences_);
+        EXPECT_EQ(language.chosen(), "");
+        EXPECT_EQ(brightness(), "Helligkeit");
+    }
+}
+
+TEST_F(ProgramLanguageTest, ControlsNamesFollowTheChoiceAndYieldToTheDeployedLanguage) {
+    ProgramLanguage language(bundle_, preferences_);
+    const Localizer localizer(bundle_, preferences_);
+    language.choose("fr");
+    EXPECT_EQ(localizer.localizedWith("Hue", "hue"), bundle_.string("fr", "hue"));
+    EXPECT_FALSE(preferences_.objectForKey("KTLanguageTypeKey"));
+    preferences_.setObject({std::string("ja")}, "KTLanguageTypeKey");
+    EXPECT_EQ(localizer.localizedWith("Hue", "hue"), bundle_.string("ja", "hue"));
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "app/single_instance.h"
+
+#include <gmock/gmock.h>
+
+#include <QSignalSpy>
+#include <QTest>
+#include <chrono>
+#include <future>
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using Role = SingleInstance::Role;
+
+/// A connection of its own, as another process has one.
+class Process {
+public:
+    explicit Process(const QString& name)
+        : name_(name),
+          bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name)) {}
+    ~Process() { QDBusConnection::disconnectFromBus(name_); }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    const QDBusConnection& bus() const { return bus_; }
+
+private:
+    QString name_;
+    QDBusConnection bus_;
+};
+
+/// What a second start sees, on a thread of its own: the first one answers from the event loop here.
+struct SecondStart {
+    Role role = Role::alone;
+    QString failure;
+};
+
+SecondStart startAgain() {
+    auto second = std::async(std::launch::async, [] {
+        const Process process(QStringLiteral("second"));
+        SingleInstance instance(process.bus());
+        SecondStart start{instance.role(), {}};
+        if (start.role == Role::second) start.failure = instance.activateFirst();
+        return start;
+    });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return second.wait_for(0s) == std::future_status::ready; }, 20'000));
+    return second.get();
+}
+
+TEST(SingleInstance, FirstStartIsThePanel) {
+    const Process process(QStringLiteral("first"));
+    const SingleInstance instance(process.bus());
+    EXPECT_EQ(instance.role(), Role::first);
+}
+
+TEST(SingleInstance, SecondStartHasTheFirstOneShowItsWindow) {
+    const Process process(QStringLiteral("first"));
+    const SingleInstance instance(process.bus());
+    QSignalSpy reopened(&instance, &SingleInstance::reopened);
+    for (int start = 1; start <= 2; ++start) {
+        const SecondStart second = startAgain();
+        EXPECT_EQ(second.role, Role::second);
+        EXPECT_EQ(second.failure, QString());
+        EXPECT_EQ(reopened.size(), start);
+    }
+}
+
+TEST(SingleInstance, StartAfterTheFirstOneEndedIsAFirstOne) {
+    {
+        const Process process(QStringLiteral("first"));
+        const SingleInstance instance(process.bus());
+        ASSERT_EQ(instance.role(), Role::first);
+    }
+    EXPECT_EQ(startAgain().role, Role::first);
+}
+
+TEST(SingleInstance, TokenOfTheUsersClickReachesTheFirstOne) {
+    const Process process(QStringLiteral("first"));
+    const SingleInstance instance(process.bus());
+    ApplicationAdaptor* adaptor = instance.findChild<ApplicationAdaptor*>();
+    ASSERT_NE(adaptor, nullptr);
+    adaptor->Activate({{QStringLiteral("activation-token"), QStringLiteral("click-17")}});
+    EXPECT_EQ(qEnvironmentVariable("XDG_ACTIVATION_TOKEN"), QStringLiteral("click-17"));
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    adaptor->Activate({});
+    EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+}
+
+TEST(SingleInstance, WithoutABusEachStartIsAlone) {
+    const SingleInstance instance{QDBusConnection(QStringLiteral("never connected"))};
+    EXPECT_EQ(instance.role(), Role::alone);
+}
+
+} // namespace
+} // namespace tavelo
