@@ -38,6 +38,33 @@ bool isModifier(int key) {
            key == Qt::Key_AltGr || key == Qt::Key_CapsLock || key == Qt::Key_NumLock;
 }
 
+/// Whether the keyboard leads in a window; its child.  The focus alone does not tell: Qt calls it a Tab, too,
+/// when a control that is disabled hands the focus on.
+class KeyboardLead : public QObject {
+public:
+    static KeyboardLead& in(QWidget* window) {
+        for (QObject* child : window->children()) {
+            if (auto* lead = dynamic_cast<KeyboardLead*>(child)) return *lead;
+        }
+        return *new KeyboardLead(window);
+    }
+
+    bool leads() const { return leads_; }
+    void setLeads(bool leads) { leads_ = leads; }
+
+    // Keys arrive at the window itself while no control has the focus.
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::KeyPress && !isModifier(static_cast<QKeyEvent*>(event)->key()))
+            leads_ = true;
+        return false;
+    }
+
+private:
+    explicit KeyboardLead(QWidget* window) : QObject(window) { window->installEventFilter(this); }
+
+    bool leads_ = false;
+};
+
 } // namespace
 
 FocusRing::FocusRing(QWidget* control, Shape shape)
@@ -58,11 +85,11 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
             break;
         case QEvent::KeyPress:
             if (control_->hasFocus() && !isModifier(static_cast<QKeyEvent*>(event)->key())) {
-                keyboardLeads_ = true;
+                KeyboardLead::in(control_->window()).setLeads(true);
             }
             break;
         case QEvent::MouseButtonPress:
-            keyboardLeads_ = false;
+            KeyboardLead::in(control_->window()).setLeads(false);
             break;
         case QEvent::ParentChange:
             removeOverlay();
@@ -83,24 +110,27 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
 
 void FocusRing::focusArrived(Qt::FocusReason reason) {
     switch (reason) {
+        case Qt::ShortcutFocusReason:
+            KeyboardLead::in(control_->window()).setLeads(true);
+            break;
+        // A key came before, or the focus moves by itself.
         case Qt::TabFocusReason:
         case Qt::BacktabFocusReason:
-        case Qt::ShortcutFocusReason:
-            keyboardLeads_ = true;
-            break;
+        // The focus comes back to where it was: so does the ring.
         case Qt::ActiveWindowFocusReason:
         case Qt::PopupFocusReason:
         case Qt::MenuBarFocusReason:
-            break; // the focus comes back to where it was: so does the ring
+            break;
         default:
-            keyboardLeads_ = false;
+            KeyboardLead::in(control_->window()).setLeads(false);
     }
 }
 
 void FocusRing::follow() {
     QWidget* const parent = control_->parentWidget();
-    const bool shows = keyboardLeads_ && parent != nullptr && !control_->isWindow() && control_->hasFocus() &&
-                       control_->isVisible() && control_->isEnabled();
+    const bool shows = parent != nullptr && !control_->isWindow() && control_->hasFocus() &&
+                       control_->isVisible() && control_->isEnabled() &&
+                       KeyboardLead::in(control_->window()).leads();
     if (!shows) {
         removeOverlay();
         return;

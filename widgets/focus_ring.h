@@ -11,8 +11,9 @@
 
 namespace tavelo {
 
-/// Draws a ring around a control while the keyboard leads there, and only then: a click gives a control the
-/// focus without a ring, the first key pressed on it brings the ring.
+/// Draws a ring around the control that has the focus while the keyboard leads, and only then: a click, or
+/// the window's start, gives a control the focus without a ring, the first key pressed brings the ring. Where
+/// the focus moves on by itself, because its control was disabled, the ring goes with it if it showed.
 ///
 /// The ring lies outside the control, above its siblings; it needs `outset` points of room on each side
 /// within the control's parent.  A control without a parent gets none.  Thread-bound to the main thread.
@@ -40,7 +41,6 @@ private:
 
     QWidget* const control_;
     const Shape shape_;
-    bool keyboardLeads_ = false;
     QPointer<QWidget> overlay_; // a sibling of the control, there while the ring shows
 };
 

@@ -195,7 +195,7 @@ TEST(ContactSheet, ShowsTheFocusRingOfEveryKindOfControl) {
     for (QWidget* control : page.controls()) {
         if (QWidget* last = QApplication::focusWidget()) last->clearFocus();
         const QImage plain = photograph(page, ratio);
-        control->setFocus(Qt::TabFocusReason);
+        control->setFocus(Qt::ShortcutFocusReason);
         const QImage focused = photograph(page, ratio);
         EXPECT_NE(plain, focused);
         const QRect around = control->geometry().adjusted(-12, -12, 12, 12);

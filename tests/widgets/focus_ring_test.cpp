@@ -37,6 +37,13 @@ protected:
         return ring != nullptr && ring->isVisible();
     }
 
+    // Presses Tab until the focus is there.
+    static void tabTo(QWidget& control) {
+        for (int presses = 0; presses < 5 && !control.hasFocus(); ++presses)
+            QTest::keyClick(control.window(), Qt::Key_Tab);
+        ASSERT_TRUE(control.hasFocus());
+    }
+
     QWidget window_;
     KTCameraButton camera_{&window_};
     KTSlider slider_{&window_};
@@ -44,7 +51,7 @@ protected:
 };
 
 TEST_F(Focus, TabShowsTheRingAndMovesItOn) {
-    camera_.setFocus(Qt::TabFocusReason);
+    tabTo(camera_);
     EXPECT_TRUE(ringOf(camera_));
     QTest::keyClick(&window_, Qt::Key_Tab);
     EXPECT_TRUE(slider_.hasFocus());
@@ -72,7 +79,7 @@ TEST_F(Focus, AKeyOnAClickedControlShowsTheRingAndAClickHidesIt) {
 }
 
 TEST_F(Focus, TheRingComesBackWithTheWindow) {
-    camera_.setFocus(Qt::TabFocusReason);
+    tabTo(camera_);
     QWidget other;
     other.show();
     QApplication::setActiveWindow(&other);
@@ -83,16 +90,16 @@ TEST_F(Focus, TheRingComesBackWithTheWindow) {
 }
 
 TEST_F(Focus, ADisabledOrHiddenControlShowsNoRing) {
-    camera_.setFocus(Qt::TabFocusReason);
+    tabTo(camera_);
     camera_.setEnabled(false);
     EXPECT_FALSE(ringOf(camera_));
-    slider_.setFocus(Qt::TabFocusReason);
+    tabTo(slider_);
     slider_.hide();
     EXPECT_FALSE(ringOf(slider_));
 }
 
 TEST_F(Focus, TheRingLiesAroundTheControlAndFollowsIt) {
-    camera_.setFocus(Qt::TabFocusReason);
+    tabTo(camera_);
     camera_.move(60, 30);
     const QImage image = window_.grab().toImage().convertToFormat(QImage::Format_ARGB32);
     const QColor background(49, 49, 49);
@@ -105,7 +112,7 @@ TEST_F(Focus, TheRingLiesAroundTheControlAndFollowsIt) {
 }
 
 TEST_F(Focus, TheRingTakesNoClicks) {
-    camera_.setFocus(Qt::TabFocusReason);
+    tabTo(camera_);
     EXPECT_EQ(window_.childAt(60, 38), &camera_);
     EXPECT_EQ(window_.childAt(18, 38), nullptr);
 }
@@ -113,23 +120,52 @@ TEST_F(Focus, TheRingTakesNoClicks) {
 TEST_F(Focus, ControlsCanGoWhileTheRingShows) {
     auto* passing = new KTSwitch(&window_);
     passing->show();
-    passing->setFocus(Qt::TabFocusReason);
+    tabTo(*passing);
     ASSERT_TRUE(ringOf(*passing));
     const auto siblings = window_.findChildren<QWidget*>().size();
     delete passing;
     EXPECT_EQ(window_.findChildren<QWidget*>().size(), siblings - 2) << "control and ring";
 }
 
+TEST_F(Focus, AWindowThatBecomesActiveShowsNoRingBeforeAKeyIsPressed) {
+    QWidget window;
+    window.resize(200, 60);
+    KTCameraButton first(&window);
+    first.setGeometry(20, 12, 100, 36);
+    window.show();
+    QApplication::setActiveWindow(&window);
+    ASSERT_TRUE(first.hasFocus());
+    EXPECT_FALSE(ringOf(first));
+    QTest::keyClick(&first, Qt::Key_Space);
+    EXPECT_TRUE(ringOf(first));
+}
+
+TEST_F(Focus, ADisabledControlHandsTheFocusOnWithoutARing) {
+    QTest::mouseClick(&slider_, Qt::LeftButton);
+    slider_.setEnabled(false);
+    ASSERT_TRUE(switch_.hasFocus());
+    EXPECT_FALSE(ringOf(switch_));
+}
+
+TEST_F(Focus, ADisabledControlHandsItsRingOnWithTheFocus) {
+    tabTo(slider_);
+    slider_.setEnabled(false);
+    ASSERT_TRUE(switch_.hasFocus());
+    EXPECT_TRUE(ringOf(switch_));
+}
+
 TEST_F(Focus, MovingAControlToAnotherParentMovesItsRing) {
     QWidget other;
     other.resize(200, 100);
-    switch_.setFocus(Qt::TabFocusReason);
+    tabTo(switch_);
     switch_.setParent(&other);
     EXPECT_FALSE(ringOf(switch_));
     other.show();
     switch_.show();
     QApplication::setActiveWindow(&other);
-    switch_.setFocus(Qt::TabFocusReason);
+    EXPECT_FALSE(ringOf(switch_)) << "no key was pressed in that window yet";
+    switch_.clearFocus();
+    tabTo(switch_);
     EXPECT_TRUE(ringOf(switch_));
     switch_.setParent(&window_);
 }
