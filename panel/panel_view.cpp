@@ -10,6 +10,7 @@
 #include "app/text/measure/size_with_font.h"
 #include "platform/bundle.h"
 #include "video/kt_display_view.h"
+#include "widgets/drawing.h"
 #include "widgets/image.h"
 #include "widgets/image_view.h"
 #include "widgets/kt_camera_button.h"
@@ -92,9 +93,10 @@ KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName) {
     return button;
 }
 
-// The whole pixels around a frame: widgets have integer geometry, the layout has halves.
+// Widgets have integer geometry, the layout has halves: half a point goes up, towards the texts of the row,
+// which stand a little high.
 QRect widgetFrame(const QRectF& frame, qreal viewHeight) {
-    return flipped(frame, viewHeight).toRect();
+    return flipped(frame.toRect(), viewHeight).toRect();
 }
 
 } // namespace
@@ -254,9 +256,9 @@ void PanelView::paintEvent(QPaintEvent* /*event*/) {
     painter.setBrush(backgroundGrey);
     painter.drawRoundedRect(rect(), viewRadius, viewRadius);
     painter.setBrush(settingGrey);
-    painter.drawRoundedRect(settingBackgroundView_, settingRadius, settingRadius);
+    painter.drawRoundedRect(drawing::snapped(painter, settingBackgroundView_), settingRadius, settingRadius);
     // The corner below the camera tabs is square.
-    painter.drawRect(settingBackgroundViewLeftTop_);
+    painter.drawRect(drawing::snapped(painter, settingBackgroundViewLeftTop_));
 }
 
 } // namespace tavelo

@@ -24,7 +24,11 @@ QSizeF Image::size() const {
     return vectors_ != nullptr ? QSizeF(vectors_->defaultSize()) : pixels_.deviceIndependentSize();
 }
 
-void Image::draw(QPainter& painter, const QRectF& rect) const {
+void Image::draw(QPainter& painter, const QRectF& rect, double opacity) const {
+    if (opacity < 1) {
+        drawDimmed(painter, rect, opacity);
+        return;
+    }
     painter.save();
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     if (vectors_ != nullptr) {
@@ -32,6 +36,21 @@ void Image::draw(QPainter& painter, const QRectF& rect) const {
     } else if (!pixels_.isNull()) {
         painter.drawImage(rect, pixels_);
     }
+    painter.restore();
+}
+
+void Image::drawDimmed(QPainter& painter, const QRectF& rect, double opacity) const {
+    const double ratio = painter.device()->devicePixelRatio();
+    QImage whole((rect.size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+    whole.setDevicePixelRatio(ratio);
+    whole.fill(Qt::transparent);
+    {
+        QPainter inner(&whole);
+        draw(inner, QRectF(QPointF(), rect.size()));
+    }
+    painter.save();
+    painter.setOpacity(painter.opacity() * opacity);
+    painter.drawImage(rect.topLeft(), whole);
     painter.restore();
 }
 

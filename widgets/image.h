@@ -30,9 +30,12 @@ public:
     QSizeF size() const;
 
     /// Stretches the image to `rect`.
-    void draw(QPainter& painter, const QRectF& rect) const;
+    /// @param opacity 0 to 1, of the image as a whole: its lower layers do not show through the upper ones
+    void draw(QPainter& painter, const QRectF& rect, double opacity = 1) const;
 
 private:
+    void drawDimmed(QPainter& painter, const QRectF& rect, double opacity) const;
+
     std::shared_ptr<QSvgRenderer> vectors_;
     QImage pixels_;
 };

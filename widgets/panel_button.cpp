@@ -17,7 +17,7 @@ PanelButton::PanelButton(QWidget* parent) : QAbstractButton(parent) {
 }
 
 QPainterPath PanelButton::focusPath(double distance) const {
-    constexpr double cornerRadius = 8;
+    constexpr double cornerRadius = 6;
     return drawing::roundedRect(QRectF(rect()).adjusted(-distance, -distance, distance, distance),
                                 cornerRadius + distance);
 }

@@ -74,6 +74,21 @@ TEST_F(ProfileButton, ShowsItsNormalImageInStateOnWithoutAnAlternateImage) {
     EXPECT_EQ(middle(), QColor(Qt::blue));
 }
 
+TEST_F(ProfileButton, DimsItsImageOnTheScreenWhileDisabled) {
+    button_.setImage(plain(Qt::blue));
+    button_.resize(size);
+    const auto shown = [this] {
+        QImage screen(size, QImage::Format_RGB32);
+        screen.fill(Qt::black);
+        button_.render(&screen, {}, {}, QWidget::RenderFlags());
+        return screen.pixelColor(59, 16);
+    };
+    EXPECT_EQ(shown(), QColor(Qt::blue));
+    button_.setEnabled(false);
+    EXPECT_TRUE(similar(shown(), QColor(0, 0, 102), 1)) << shown();
+    EXPECT_EQ(middle(), QColor(Qt::blue));
+}
+
 TEST_F(ProfileButton, DrawsItsTitleOverTheImageInItsTextColour) {
     button_.setImage(plain(QColor(40, 40, 40)));
     button_.setText(QStringLiteral("PROFILE 1"));

@@ -38,6 +38,26 @@ TEST(Artwork, WindowButtonsFitTheirThirtyPointSquare) {
     }
 }
 
+TEST(Artwork, ProfileFaceHasAnEdgeOfOneSharpPixel) {
+    const QImage face = drawn("profile", QSize(119, 32));
+    for (const int inwards : {0, 1}) {
+        EXPECT_EQ(face.pixelColor(inwards, 16), face.pixelColor(118 - inwards, 16));
+        EXPECT_EQ(face.pixelColor(inwards, 16).alpha(), 255);
+    }
+    EXPECT_GT(face.pixelColor(0, 16).red(), 2 * face.pixelColor(1, 16).red());
+    EXPECT_EQ(face.pixelColor(1, 16), face.pixelColor(2, 16));
+}
+
+TEST(Artwork, DimmedFacesDoNotLetTheirEdgeShowThrough) {
+    const QSize size(119, 32);
+    QImage dimmed(size, QImage::Format_RGB32);
+    dimmed.fill(Qt::black);
+    QPainter painter(&dimmed);
+    Image::fromFile(QStringLiteral(":/images/profile.svg")).draw(painter, dimmed.rect(), 0.5);
+    const int face = drawn("profile", size).pixelColor(60, 16).red();
+    EXPECT_NEAR(dimmed.pixelColor(60, 16).red(), face / 2, 1);
+}
+
 TEST(Artwork, ProfileFacesFillBothButtonWidthsAndDifferInColour) {
     for (const QSize size : {QSize(119, 32), QSize(180, 32)}) {
         const QColor normal = drawn("profile", size).pixelColor(size.width() / 2, 16);

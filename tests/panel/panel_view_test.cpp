@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "panel/panel_view.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFocusFrame>
+#include <QTest>
+
+#include "app/resources/resource_bundle.h"
+#include "video/kt_display_view.h"
+#include "widgets/image_view.h"
+#include "widgets/kt_check_button.h"
+#include "widgets/kt_profile_button.h"
+#include "widgets/kt_slider.h"
+#include "widgets/kt_switch.h"
+#include "widgets/kt_text.h"
+
+namespace tavelo {
+namespace {
+
+class PanelLook : public testing::Test {
+protected:
+    PanelLook() {
+        view_.resize(1111, 660);
+        view_.grab();
+    }
+
+    // Columns and rows of `area` that hold anything but the panel's background.
+    QRect ink(const QRect& area) {
+        const QImage image = view_.grab(area).toImage();
+        QRect bounds;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                if (image.pixelColor(x, y) != QColor(38, 38, 38)) bounds |= QRect(x, y, 1, 1);
+            }
+        }
+        return bounds.translated(area.topLeft());
+    }
+
+    ResourceBundle bundle_{{"en"}};
+    PanelView view_{bundle_, nullptr};
+};
+
+TEST_F(PanelLook, HalfPointsOfTheMirrorRowGoUpTowardsItsTexts) {
+    const QRect title = view_.mirrorTitleText()->geometry();
+    ASSERT_EQ(title.height() % 2, 1) << "otherwise there are no halves";
+    const int top = title.top() + (title.height() - 18) / 2 + 1;
+    EXPECT_EQ(view_.mirrorSwitch()->geometry(), QRect(title.width() + 64, top, 40, 18));
+    EXPECT_EQ(view_.hz50Button()->y(), top);
+    EXPECT_EQ(view_.hz60Button()->y(), top);
+}
+
+TEST_F(PanelLook, LogoAndWindowButtonsReachTheRightEdgeOfThePreviewColumn) {
+    const int right = view_.profile4Button()->geometry().right();
+    EXPECT_EQ(ink(view_.logoImageView()->geometry()).right(), right);
+    EXPECT_EQ(ink(view_.closeButton()->geometry()).right(), right);
+}
+
+// 515 points, the panel's right edge, are no whole number of pixels.
+TEST_F(PanelLook, TheSettingsPanelHasASharpEdgeAtAScaleFactorOfOneAndAHalf) {
+    QImage image(1667, 990, QImage::Format_RGB32);
+    image.setDevicePixelRatio(1.5);
+    image.fill(Qt::black);
+    view_.render(&image, {}, {}, QWidget::RenderFlags());
+    for (int x = 760; x < 790; ++x) {
+        const QColor color = image.pixelColor(x, 600);
+        EXPECT_TRUE(color == QColor(49, 49, 49) || color == QColor(38, 38, 38)) << x << ": " << color.red();
+    }
+}
+
+TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
+    const auto rings = [this] { return view_.findChildren<QFocusFrame*>().size(); };
+    view_.show();
+    QApplication::setActiveWindow(&view_);
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    EXPECT_EQ(rings(), 0);
+    QTest::mouseClick(view_.zoomSlider(), Qt::LeftButton);
+    for (const SliderRow& row : view_.rows())
+        row.slider->setEnabled(false);
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    EXPECT_EQ(rings(), 0) << "a camera that goes must not bring a ring";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(rings(), 1);
+}
+
+TEST_F(PanelLook, TheWindowIsTransparentOutsideItsRoundCorners) {
+    view_.setAttribute(Qt::WA_TranslucentBackground);
+    const QImage image = view_.grab().toImage();
+    const int right = image.width() - 1;
+    const int bottom = image.height() - 1;
+    for (const QPoint corner : {QPoint(0, 0), QPoint(right, 0), QPoint(0, bottom), QPoint(right, bottom)})
+        EXPECT_EQ(image.pixelColor(corner).alpha(), 0) << corner.x() << ", " << corner.y();
+    EXPECT_EQ(image.pixelColor(16, 0), QColor(38, 38, 38));
+    EXPECT_EQ(image.pixelColor(0, 16), QColor(38, 38, 38));
+}
+
+} // namespace
+} // namespace tavelo
