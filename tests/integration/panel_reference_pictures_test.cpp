@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#include <QDir>
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <QImageWriter>
+#include <QPainter>
+#include <QTemporaryDir>
+
+#include "integration/panel_fixture.h"
+#include "integration/picture_comparison.h"
+#include "platform/virtual/virtual_picture.h"
+
+namespace tavelo {
+namespace {
+
+// One language and one scale factor a process: Qt and fontconfig read them when they start.
+struct Desktop {
+    const char* language; // as pictures are named
+    const char* locale;
+    const char* fontLanguage;
+};
+constexpr std::array desktops{Desktop{"en", "en_US", "en"}, Desktop{"zh-Hans", "zh_CN", "zh-cn"},
+                              Desktop{"ja", "ja_JP", "ja"}, Desktop{"de", "de_DE", "de"},
+                              Desktop{"fr", "fr_FR", "fr"}, Desktop{"es", "es_ES", "es"}};
+
+QByteArray wanted(const char* variable, const char* otherwise) {
+    return qEnvironmentVariableIsSet(variable) ? qgetenv(variable) : QByteArray(otherwise);
+}
+QByteArray language() {
+    return wanted("TAVELO_PICTURE_LANGUAGE", "en");
+}
+QByteArray scale() {
+    return wanted("TAVELO_PICTURE_SCALE", "1");
+}
+
+class PanelPicture : public PanelTest {
+protected:
+    void SetUp() override {
+        // Families are named in the desktop's language: asked for by what they can write.
+        ASSERT_FALSE(QFontDatabase::families(QFontDatabase::SimplifiedChinese).isEmpty())
+            << "the package fonts-wqy-microhei is missing";
+        ASSERT_EQ(QFontInfo(QFont(QStringLiteral("Arial"))).family().toStdString(), "Liberation Sans")
+            << "the package fonts-liberation is missing";
+    }
+
+    /// Stops the camera and shows one picture of it, as its controls stand, that is the same each time.
+    void holdStill(int number) {
+        KTDisplayView& display = *panel().displayView();
+        KTMTKView& renderer = *display.mtkView();
+        ASSERT_TRUE(waitFor([&] { return renderer.drawnFrames() > 0; }));
+        display.captureSession().stopRunning();
+        const auto live = renderer.pixelBuffer();
+        const auto still = PixelBuffer::create(PixelFormat::bgra32, live->width(), live->height());
+        {
+            constexpr std::uint64_t moment = 42;
+            const auto lock = still->lock();
+            VirtualPicture(number).draw(moment, camera(number)->pictureSettings(), still->baseAddress(),
+                                        still->width(), still->height(), still->bytesPerRow());
+        }
+        renderer.renderQueue().sync([] {}); // what was on its way is drawn
+        const std::uint64_t before = renderer.drawnFrames();
+        renderer.drawPixelBufferWithPresentationTime(still, MediaTime::fromNanoseconds({}));
+        ASSERT_TRUE(waitFor([&] { return renderer.drawnFrames() > before; }));
+    }
+
+    /// The window's own content, and over it the picture that the renderer shows in a window of its own.
+    QImage picture() {
+        QImage image = window_.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        KTDisplayView& display = *panel().displayView();
+        const QImage preview = display.mtkView()->grabPicture();
+        if (preview.isNull()) return image;
+        const QRect place(display.mapTo(&window_, QPoint()), display.size());
+        QPainter painter(&image);
+        painter.drawImage(place, preview);
+        return image;
+    }
+
+    static void write(const QImage& image, const QString& path) {
+        QImageWriter writer(path, "png");
+        writer.setCompression(100);
+        ASSERT_TRUE(writer.write(image)) << path.toStdString() << ": " << writer.errorString().toStdString();
+    }
+
+    /// Compares with the picture kept, or keeps this one where TAVELO_UPDATE_PICTURES=1 asks for it.
+    void expectPicture(const char* state) {
+        QString name = QStringLiteral("panel-%1-%2").arg(QLatin1String(state), QLatin1String(language()));
+        if (scale() != "1") name += QStringLiteral("@%1x").arg(QLatin1String(scale()));
+        const QImage drawn = picture();
+        const QString keptPath = QStringLiteral(KEPT_PICTURES "/%1.png").arg(name);
+        if (qEnvironmentVariable("TAVELO_UPDATE_PICTURES") == u"1") {
+            write(drawn, keptPath);
+            return;
+        }
+        const QImage kept(keptPath);
+        const PictureDifference difference = comparePictures(kept, drawn);
+        if (difference.worst <= pictureTolerance) return;
+        ASSERT_TRUE(QDir().mkpath(QStringLiteral(DRAWN_PICTURES)));
+        const QString drawnPath = QStringLiteral(DRAWN_PICTURES "/%1.png").arg(name);
+        const QString differencePath = QStringLiteral(DRAWN_PICTURES "/%1-difference.png").arg(name);
+        write(drawn, drawnPath);
+        write(showDifference(kept, drawn), differencePath);
+        ADD_FAILURE() << "The panel does not look as in " << keptPath.toStdString() << "\nmost so around ("
+                      << difference.where.x() << ", " << difference.where.y() << "), by " << difference.worst
+                      << " of " << pictureTolerance
+                      << " levels allowed.\nDrawn:      " << drawnPath.toStdString()
+                      << "\nDifference: " << differencePath.toStdString()
+                      << "\nIf this is how it shall look: TAVELO_UPDATE_PICTURES=1 ctest -R panel_pictures";
+    }
+};
+
+TEST_F(PanelPicture, NoCamera) {
+    start(0);
+    expectPicture("no-camera");
+}
+
+TEST_F(PanelPicture, CameraBound) {
+    start(2);
+    holdStill(1);
+    expectPicture("camera");
+}
+
+TEST_F(PanelPicture, ProfileSelectedAndControlsMoved) {
+    start(1);
+    push(view().profile2Button());
+    click(view().mirrorSwitch());
+    click(view().hz60Button());
+    QTest::mouseClick(view().saturationSlider(), Qt::LeftButton, {}, pointOf(view().saturationSlider(), 0.8));
+    QTest::mouseClick(view().panLeftRightSlider(), Qt::LeftButton, {},
+                      pointOf(view().panLeftRightSlider(), 0.6));
+    ASSERT_TRUE(waitFor([&] { return !panel().displayView()->mtkView()->isHidden(); }));
+    holdStill(1);
+    expectPicture("profile");
+}
+
+// Nothing of the machine's and the user's own settings shall show in the pictures.
+bool prepareDesktop(const QString& emptyFolder) {
+    const auto* desktop = std::ranges::find(desktops, language(), &Desktop::language);
+    if (desktop == desktops.end()) return false;
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANGUAGE", "QT_SCALE_FACTOR_ROUNDING_POLICY",
+                                 "QT_SCREEN_SCALE_FACTORS", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME"})
+        qunsetenv(variable);
+    qputenv("LC_CTYPE", "C.UTF-8");
+    qputenv("LANG", QByteArray(desktop->locale) + ".UTF-8");
+    qputenv("FC_LANG", desktop->fontLanguage);
+    qputenv("FONTCONFIG_FILE", PICTURES_FONTS);
+    qputenv("XDG_CONFIG_HOME", emptyFolder.toLocal8Bit());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_FONT_DPI", "96");
+    qputenv("QT_SCALE_FACTOR", scale());
+    return true;
+}
+
+} // namespace
+} // namespace tavelo
+
+int main(int argc, char** argv) {
+    const QTemporaryDir emptyFolder;
+    if (!tavelo::prepareDesktop(emptyFolder.path())) {
+        std::fputs("TAVELO_PICTURE_LANGUAGE names no language of the panel\n", stderr);
+        return 2;
+    }
+    const QApplication application(argc, argv);
+    testing::InitGoogleMock(&argc, argv);
+    return RUN_ALL_TESTS();
+}
