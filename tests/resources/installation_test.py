@@ -1,0 +1,96 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Installs the build into an empty folder and looks at what came out.
+
+Usage: installation_test.py CMAKE BUILD_FOLDER
+"""
+import configparser
+import os
+import pathlib
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+ID = "org.tavelo.ControlPanel"
+LANGUAGES = ["", "[de]", "[es]", "[fr]", "[ja]", "[zh_CN]"]
+
+
+def png_size(path):
+    """Width and height from the file's head."""
+    head = path.read_bytes()[:24]
+    if not head.startswith(b"\x89PNG\r\n\x1a\n"):
+        raise ValueError(f"{path} is no PNG file")
+    return struct.unpack(">II", head[16:24])
+
+
+class Installation(unittest.TestCase):
+    cmake, build = "", ""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.folder.cleanup)
+        cls.prefix = pathlib.Path(cls.folder.name) / "usr"
+        subprocess.run([cls.cmake, "--install", cls.build, "--prefix", cls.prefix], check=True, stdout=subprocess.DEVNULL)
+        cls.share = cls.prefix / "share"
+        cls.desktop_file = cls.share / "applications" / f"{ID}.desktop"
+        cls.metainfo_file = cls.share / "metainfo" / f"{ID}.metainfo.xml"
+        parser = configparser.ConfigParser(interpolation=None, delimiters="=")
+        parser.optionxform = str
+        parser.read(cls.desktop_file, encoding="utf-8")
+        cls.entry = parser["Desktop Entry"]
+
+    def test_the_installed_panel_starts_and_takes_a_picture_of_itself(self):
+        home = pathlib.Path(self.folder.name) / "home"
+        home.mkdir(mode=0o700)
+        picture = home / "panel.png"
+        environment = dict(os.environ, HOME=str(home), XDG_CONFIG_HOME=str(home), XDG_RUNTIME_DIR=str(home))
+        environment.pop("DBUS_SESSION_BUS_ADDRESS", None)  # a panel that the user has open would answer
+        environment.update(QT_QPA_PLATFORM="offscreen", QT_SCALE_FACTOR="1")
+        program = self.prefix / "bin" / self.entry["Exec"]
+        subprocess.run(
+            [program, "--virtual-cameras", "1", "--screenshot", picture], check=True, env=environment, cwd=home, timeout=90
+        )
+        self.assertEqual(png_size(picture), (1111, 660))
+
+    def test_the_virtual_camera_is_installed(self):
+        program = self.prefix / "bin" / "tavelo-virtual-camera"
+        subprocess.run([program, "--help"], check=True, stdout=subprocess.DEVNULL, timeout=60)
+
+    def test_the_desktop_file_is_valid(self):
+        subprocess.run(["desktop-file-validate", self.desktop_file], check=True)
+
+    def test_the_desktop_file_speaks_the_languages_of_the_panel(self):
+        for key in ("Name", "GenericName", "Comment", "Keywords"):
+            for language in LANGUAGES:
+                self.assertTrue(self.entry.get(key + language), key + language)
+
+    def test_the_desktop_files_program_and_icon_are_installed(self):
+        for key in ("Exec", "TryExec"):
+            self.assertTrue(os.access(self.prefix / "bin" / self.entry[key], os.X_OK), key)
+        icons = self.share / "icons" / "hicolor"
+        self.assertTrue((icons / "scalable" / "apps" / f"{self.entry['Icon']}.svg").exists())
+        for side in (16, 24, 32, 48, 64, 128, 256, 512):
+            size = png_size(icons / f"{side}x{side}" / "apps" / f"{self.entry['Icon']}.png")
+            self.assertEqual(size, (side, side))
+
+    def test_the_metainfo_is_valid(self):
+        subprocess.run(
+            ["appstreamcli", "validate", "--no-net", self.metainfo_file], check=True, stdout=subprocess.DEVNULL
+        )
+
+    def test_the_metainfo_belongs_to_the_desktop_file(self):
+        root = ElementTree.parse(self.metainfo_file).getroot()
+        self.assertEqual(root.findtext("id"), ID)
+        self.assertEqual(root.findtext("launchable"), self.desktop_file.name)
+        self.assertEqual(root.findtext("provides/binary"), self.entry["Exec"])
+        self.assertEqual(root.findtext("name"), self.entry["Name"])
+        self.assertEqual(root.findtext("summary"), self.entry["Comment"])
+
+
+if __name__ == "__main__":
+    Installation.cmake, Installation.build = sys.argv[1:3]
+    unittest.main(argv=sys.argv[:1], verbosity=2)
