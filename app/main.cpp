@@ -77,9 +77,8 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
         });
 
     const PanelMenu menu(window, bundle, language);
-    QObject::connect(&menu, &PanelMenu::aboutChosen, &application, [&] {
-        application.orderFrontStandardAboutPanelWithOptions({}, bundle);
-    });
+    QObject::connect(&menu, &PanelMenu::aboutChosen, &application,
+                     [&] { application.orderFrontStandardAboutPanelWithOptions({}, bundle); });
     QObject::connect(&menu, &PanelMenu::reconnectChosen, &panel, &ViewController::reconnectCamera);
     QObject::connect(&menu, &PanelMenu::languageChanged, &panel, &ViewController::languageDidChange);
     QObject::connect(&menu, &PanelMenu::quitChosen, &application, &KTApplication::quit);

@@ -9,8 +9,8 @@
 namespace tavelo {
 namespace {
 
-// Not "KTLanguageTypeKey": that one belongs to whoever deploys the program, concerns the controls' names only,
-// and is never written here.
+// Not "KTLanguageTypeKey": that one belongs to whoever deploys the program, concerns the controls' names
+// only, and is never written here.
 constexpr std::string_view preferencesKey = "PreferredLanguage";
 
 } // namespace

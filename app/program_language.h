@@ -9,8 +9,8 @@
 
 namespace tavelo {
 
-/// Puts one localisation before the desktop's languages, and keeps the choice in the preferences.  Thread-bound
-/// to the main thread.
+/// Puts one localisation before the desktop's languages, and keeps the choice in the preferences.
+/// Thread-bound to the main thread.
 class ProgramLanguage {
 public:
     /// Takes up the choice of earlier runs.  Both outlive this object.

@@ -26,22 +26,13 @@ void KTProfileButton::setAlternateImage(const Image& image) {
 }
 
 void KTProfileButton::drawRect(QPainter& painter, const QRectF& rect) {
-    draw(painter, rect, 1);
-}
-
-void KTProfileButton::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    draw(painter, rect(), isEnabled() ? 1 : drawing::disabledOpacity);
-}
-
-void KTProfileButton::draw(QPainter& painter, const QRectF& rect, double imageOpacity) {
     const Image& image = state_ == 1 && !alternateImage_.isNull() ? alternateImage_ : image_;
     QRectF place = rect;
     if (imageContentMode_ != 0) {
         place = QRectF(QPointF(), image.size());
         place.moveCenter(rect.center());
     }
-    image.draw(painter, drawing::snapped(painter, place), imageOpacity);
+    image.draw(painter, drawing::snapped(painter, place), isEnabled() ? 1 : drawing::disabledOpacity);
 
     const QColor enabled = textColor_.isValid() ? textColor_ : QColor(Qt::black);
     const QColor color = isEnabled() ? enabled : palette::disabledTextGrey;

@@ -9,8 +9,8 @@
 
 namespace tavelo {
 
-/// A button made of an image and a title over it, without background or border of its own.  On the screen the
-/// image of a disabled button is dimmed, as the other controls are; drawRect() draws it as it is.
+/// A button made of an image and a title over it, without background or border of its own.  The image of a
+/// disabled button is dimmed, as the other controls are.
 class KTProfileButton : public PanelButton {
     Q_OBJECT
 
@@ -47,11 +47,8 @@ public:
 
 protected:
     QPainterPath focusPath(double distance) const override;
-    void paintEvent(QPaintEvent* event) override;
 
 private:
-    void draw(QPainter& painter, const QRectF& rect, double imageOpacity);
-
     int state_ = 0;
     Image image_;
     Image alternateImage_;

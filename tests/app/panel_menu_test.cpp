@@ -50,15 +50,15 @@ protected:
 TEST_F(PanelMenuTest, RightPressOpensIt) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
-    EXPECT_EQ(texts(*menu), QStringList({QStringLiteral("About Tavelo Control Panel"),
-                                         QStringLiteral("Reconnect Camera"), QStringLiteral("Language"),
-                                         QStringLiteral("Quit")}));
+    EXPECT_EQ(texts(*menu),
+              QStringList({QStringLiteral("About Tavelo Control Panel"), QStringLiteral("Reconnect Camera"),
+                           QStringLiteral("Language"), QStringLiteral("Quit")}));
 }
 
 TEST_F(PanelMenuTest, EachEntryTellsItsChoice) {
-    for (const auto& [text, signal] :
-         {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
-          std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen}, std::pair{"Quit", &PanelMenu::quitChosen}}) {
+    for (const auto& [text, signal] : {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
+                                       std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen},
+                                       std::pair{"Quit", &PanelMenu::quitChosen}}) {
         QMenu* menu = openedMenu();
         ASSERT_NE(menu, nullptr);
         QSignalSpy chosen(&panelMenu_, signal);
@@ -82,10 +82,10 @@ TEST_F(PanelMenuTest, LanguagesAreThoseOfTheBundleInTheirOwnWords) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
     const QMenu* languages = action(*menu, QStringLiteral("Language"))->menu();
-    EXPECT_EQ(texts(*languages), QStringList({QStringLiteral("System Language"), QStringLiteral("English"),
-                                              QStringLiteral("简体中文"), QStringLiteral("日本語"),
-                                              QStringLiteral("Deutsch"), QStringLiteral("Français"),
-                                              QStringLiteral("Español")}));
+    EXPECT_EQ(texts(*languages),
+              QStringList({QStringLiteral("System Language"), QStringLiteral("English"),
+                           QStringLiteral("简体中文"), QStringLiteral("日本語"), QStringLiteral("Deutsch"),
+                           QStringLiteral("Français"), QStringLiteral("Español")}));
     EXPECT_TRUE(action(*languages, QStringLiteral("System Language"))->isChecked());
 }
 

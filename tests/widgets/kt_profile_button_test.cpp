@@ -74,7 +74,7 @@ TEST_F(ProfileButton, ShowsItsNormalImageInStateOnWithoutAnAlternateImage) {
     EXPECT_EQ(middle(), QColor(Qt::blue));
 }
 
-TEST_F(ProfileButton, DimsItsImageOnTheScreenWhileDisabled) {
+TEST_F(ProfileButton, DimsItsImageWhileDisabled) {
     button_.setImage(plain(Qt::blue));
     button_.resize(size);
     const auto shown = [this] {
@@ -86,7 +86,6 @@ TEST_F(ProfileButton, DimsItsImageOnTheScreenWhileDisabled) {
     EXPECT_EQ(shown(), QColor(Qt::blue));
     button_.setEnabled(false);
     EXPECT_TRUE(similar(shown(), QColor(0, 0, 102), 1)) << shown();
-    EXPECT_EQ(middle(), QColor(Qt::blue));
 }
 
 TEST_F(ProfileButton, DrawsItsTitleOverTheImageInItsTextColour) {
@@ -96,15 +95,16 @@ TEST_F(ProfileButton, DrawsItsTitleOverTheImageInItsTextColour) {
     EXPECT_TRUE(contains(drawn(button_, size), Qt::white, 40));
 }
 
-TEST_F(ProfileButton, DrawsAGreyTitleOverTheSameImageWhenDisabled) {
-    button_.setImage(plain(QColor(40, 40, 40)));
-    button_.setText(QStringLiteral("PROFILE 1"));
+TEST_F(ProfileButton, DrawsAGreyTitleWhenDisabled) {
+    QFont large = button_.font();
+    large.setPixelSize(30); // wide enough for pixels that the letters fill
+    button_.setFont(large);
+    button_.setText(QStringLiteral("HHH"));
     button_.setTextColor(Qt::white);
     button_.setEnabled(false);
     const QImage image = drawn(button_, size);
     EXPECT_TRUE(contains(image, palette::disabledTextGrey, 4));
     EXPECT_FALSE(contains(image, Qt::white, 100));
-    EXPECT_EQ(image.pixelColor(1, 1), QColor(40, 40, 40));
 }
 
 TEST_F(ProfileButton, CentresItsTitleWithoutAShadow) {
