@@ -61,6 +61,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);
+    window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
     ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
                           windowController, commandLine.renderer});

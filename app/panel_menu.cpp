@@ -23,7 +23,8 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     : window_(window),
       bundle_(bundle),
       language_(language),
-      languages_(nullptr) {
+      languages_(nullptr),
+      menuKey_(Qt::SHIFT | Qt::Key_F10, &window) {
     menu_.setObjectName(QStringLiteral("contextMenu"));
     addActions();
     addLanguages();
@@ -44,6 +45,10 @@ void PanelMenu::addActions() {
     connect(&about_, &QAction::triggered, this, &PanelMenu::aboutChosen);
     connect(&reconnect_, &QAction::triggered, this, &PanelMenu::reconnectChosen);
     connect(&quit_, &QAction::triggered, this, &PanelMenu::quitChosen);
+    connect(&menuKey_, &QShortcut::activated, this, [this] {
+        const QWidget* place = window_.focusWidget() != nullptr ? window_.focusWidget() : &window_;
+        popup(place->mapToGlobal(place->rect().center()));
+    });
 }
 
 void PanelMenu::addLanguages() {
@@ -80,11 +85,15 @@ void PanelMenu::retranslate() {
 bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
     if (watched != &window_ || event->type() != QEvent::ContextMenu)
         return QObject::eventFilter(watched, event);
+    popup(static_cast<QContextMenuEvent*>(event)->globalPos());
+    return true;
+}
+
+void PanelMenu::popup(const QPoint& globalPosition) {
     // Some window systems show a menu only as the child of a window.
     menu_.winId();
     menu_.windowHandle()->setTransientParent(window_.windowHandle());
-    menu_.popup(static_cast<QContextMenuEvent*>(event)->globalPos());
-    return true;
+    menu_.popup(globalPosition);
 }
 
 } // namespace tavelo

@@ -6,6 +6,8 @@
 #include <QActionGroup>
 #include <QMenu>
 #include <QObject>
+#include <QPoint>
+#include <QShortcut>
 #include <QWidget>
 
 #include "app/program_language.h"
@@ -13,8 +15,8 @@
 
 namespace tavelo {
 
-/// About, reconnect (F5), language, quit (Ctrl+Q): opened by the right button or the menu key anywhere in the
-/// window; the keys work without it.  Thread-bound to the main thread.
+/// About, reconnect (F5), language, quit (Ctrl+Q): opened by the right button, the menu key or Shift+F10
+/// anywhere in the window; the keys work without it.  Thread-bound to the main thread.
 class PanelMenu final : public QObject {
     Q_OBJECT
 
@@ -36,6 +38,7 @@ private:
     void addActions();
     void addLanguages();
     void retranslate();
+    void popup(const QPoint& globalPosition);
     void choose(const std::string& localization);
 
     QWidget& window_;
@@ -48,6 +51,7 @@ private:
     QAction reconnect_;
     QAction systemLanguage_;
     QAction quit_;
+    QShortcut menuKey_; // Qt knows the menu key alone
 };
 
 } // namespace tavelo

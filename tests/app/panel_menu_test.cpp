@@ -55,6 +55,13 @@ TEST_F(PanelMenuTest, RightPressOpensIt) {
                            QStringLiteral("Language"), QStringLiteral("Quit")}));
 }
 
+TEST_F(PanelMenuTest, ShiftF10OpensItToo) {
+    QTest::keyClick(&window_, Qt::Key_F10, Qt::ShiftModifier);
+    const QWidget* menu = QApplication::activePopupWidget();
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(menu->objectName(), QStringLiteral("contextMenu"));
+}
+
 TEST_F(PanelMenuTest, EachEntryTellsItsChoice) {
     for (const auto& [text, signal] : {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
                                        std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen},
