@@ -22,28 +22,39 @@ constexpr std::uint64_t framesToWaitFor = 5;
 // Emulated machines are slow; a camera that shows nothing by then shows nothing.
 constexpr auto patience = 60s;
 
+// Nothing on Wayland, which lets no program read the screen.
+QImage screen(QWidget& window) {
+    return window.screen()
+        ->grabWindow(window.winId())
+        .toImage()
+        .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+}
+
+QImage drawn(QWidget& window) {
+    return window.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+}
+
 // What is on the screen, cut to the window's own shape: without a compositor its corners would be black.
-QImage picture(QWidget& window) {
-    const QImage onScreen = window.screen()
-                                ->grabWindow(window.winId())
-                                .toImage()
-                                .convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QImage shape = window.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    if (onScreen.size() != shape.size()) return {};
-    QPainter painter(&shape);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.drawImage(QPoint(), onScreen);
-    return shape;
+// Where the screen cannot be read, the window and the preview are drawn anew.
+QImage picture(QWidget& window, KTDisplayView* displayView) {
+    const QImage onScreen = screen(window);
+    QImage result = drawn(window);
+    QPainter painter(&result);
+    if (onScreen.size() == result.size()) {
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.drawImage(QPoint(), onScreen);
+    } else if (displayView != nullptr) {
+        const QRect place(displayView->mapTo(&window, QPoint()), displayView->size());
+        const QImage preview = displayView->mtkView()->grabPicture();
+        if (!preview.isNull()) painter.drawImage(place, preview);
+    }
+    return result;
 }
 
 bool write(const QImage& image, const std::string& path, QString& reason) {
     QSaveFile file(QString::fromStdString(path));
-    if (image.isNull())
-        reason = QStringLiteral("this window system does not let a program read its window");
-    else if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
-        return true;
-    else
-        reason = file.errorString();
+    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit()) return true;
+    reason = file.errorString();
     return false;
 }
 
@@ -77,7 +88,7 @@ void Screenshot::poll() {
 
 void Screenshot::take() {
     QString reason;
-    if (write(picture(window_), path_, reason)) {
+    if (write(picture(window_, displayView_), path_, reason)) {
         QCoreApplication::exit(0);
         return;
     }
