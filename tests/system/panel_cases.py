@@ -3,7 +3,7 @@
 import contextlib
 import subprocess
 
-from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel
+from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel, slider_point
 from rig.screen import Screen
 from rig.virtual_cameras import VirtualCameras, entities
 
@@ -48,13 +48,7 @@ class Stage:
 
     def drag_brightness(self, start, end):
         """Drags the slider between two parts of its way, 0 to 1."""
-        x, y, width, height = BRIGHTNESS_SLIDER
-        knob = height / 2
-
-        def point(part):
-            return round(x + knob + part * (width - height)), round(y + knob)
-
-        self.panel.drag(point(start), point(end))
+        self.panel.drag(slider_point(BRIGHTNESS_SLIDER, start), slider_point(BRIGHTNESS_SLIDER, end))
 
 
 @contextlib.contextmanager
@@ -90,6 +84,8 @@ def without_a_camera_the_panel_opens_with_its_controls_disabled(stage):
     stage.panel.wait_for("the window to be drawn", lambda: stage.panel.pixel(300, 20) != (0, 0, 0))
     assert not stage.panel.controls_enabled()
     assert stage.panel.preview_is_black()
+    assert not stage.panel.camera_button_enabled(1) and not stage.panel.camera_button_enabled(2)
+    stage.panel.save_picture("panel-without-camera")
 
 
 def a_camera_plugged_in_shows_its_picture(stage):
@@ -144,8 +140,7 @@ def an_unplugged_camera_leaves_a_black_preview_and_disabled_controls(stage):
 
 
 def nothing_spins_once_the_camera_is_gone(stage):
-    share = stage.panel.processor_share()
-    assert share < 0.25, f"{share:.0%} of a processor"
+    stage.panel.expect_quiet()
 
 
 def a_camera_plugged_in_again_comes_back(stage):
@@ -164,8 +159,7 @@ def a_camera_that_vanishes_while_it_streams_ends_quietly(stage):
     stage.cameras.wait_until_gone(1)
     stage.panel.wait_for("the controls to be disabled", lambda: not stage.panel.controls_enabled())
     stage.panel.wait_for("a black preview", stage.panel.preview_is_black)
-    share = stage.panel.processor_share()
-    assert share < 0.25, f"{share:.0%} of a processor"
+    stage.panel.expect_quiet()
 
 
 def another_camera_takes_its_place(stage):
@@ -177,10 +171,6 @@ def another_camera_takes_its_place(stage):
     stage.drag_brightness(0.5, 1)
     stage.panel.wait_for("the highest brightness", lambda: stage.cameras.value(2, "brightness") == high)
     assert stage.cameras.requests(2, request_type=0x21, request=0x01, selector=0x02, entity=unit)
-
-
-def the_panel_ends_when_asked(stage):
-    assert stage.panel.quit() == 0
 
 
 CASES = [
@@ -196,5 +186,4 @@ CASES = [
     a_camera_plugged_in_again_comes_back,
     a_camera_that_vanishes_while_it_streams_ends_quietly,
     another_camera_takes_its_place,
-    the_panel_ends_when_asked,
 ]

@@ -9,13 +9,14 @@ import sys
 
 import driver_cases
 import panel_cases
+import profile_cases
 from rig.report import Report
 
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
 GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
-    "panel": (panel_cases.stage, panel_cases.CASES),
+    "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
 }
 
 

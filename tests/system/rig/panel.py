@@ -10,7 +10,13 @@ from rig.waiting import TimedOut, wait_until
 WIDTH, HEIGHT = 1111, 660
 # What the cases look at, as (x, y, width, height) in the window, y downwards.
 BRIGHTNESS_TITLE = (60, 138, 360, 28)
-BRIGHTNESS_SLIDER = (60, 166, 360, 16)
+SLIDERS = {name: (60, 166 + 54 * row, 360, 16) for row, name in enumerate(
+    ("brightness", "contrast", "saturation", "whiteBalance", "sharpness", "zoom", "tilt", "pan"))}
+BRIGHTNESS_SLIDER = SLIDERS["brightness"]
+POWER_LINE_BUTTONS = {50: (229, 593, 18, 18), 60: (325, 593, 18, 18)}  # Hz
+CAMERA_BUTTONS = {1: (30, 88, 100, 36), 2: (138, 88, 100, 36)}
+PROFILE_BUTTONS = {number: (545 + 139 * (number - 1), 108, 119, 32) for number in (1, 2, 3, 4)}
+SAVE_BUTTON = (545, 588, 119, 32)
 PREVIEW = (545, 148, 536, 424)
 
 
@@ -28,15 +34,28 @@ class Panel:
     def _find_window(self):
         if self._process.poll() is not None:
             raise RuntimeError(f"the panel ended with status {self._process.returncode}; see panel.log")
+        return next((place for place, size in self._windows() if size == (WIDTH, HEIGHT)), None)
+
+    def _windows(self):
+        """(place, size) of each window of the panel that can be seen."""
         try:
             windows = xdotool("search", "--onlyvisible", "--pid", self._process.pid).split()
         except subprocess.CalledProcessError:
-            return None  # none yet
+            return  # none yet
         for window in windows:
             words = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", window).split())
-            if (int(words["WIDTH"]), int(words["HEIGHT"])) == (WIDTH, HEIGHT):
-                return int(words["X"]), int(words["Y"])
-        return None
+            yield (int(words["X"]), int(words["Y"])), (int(words["WIDTH"]), int(words["HEIGHT"]))
+
+    def alert(self):
+        """Place and size of the window that a message is shown in, or None."""
+        # Between the preview, which is a window of its own, and the tiny ones that Qt has for itself.
+        return next(((place, size) for place, size in self._windows() if 20 < size[1] < PREVIEW[3]), None)
+
+    def dismiss_alert(self):
+        """Clicks the message's only button, at its lower right."""
+        (x, y), (width, height) = self.alert()
+        xdotool("mousemove", x + width - 50, y + height - 23, "click", 1)
+        self.wait_for("the message to go away", lambda: not self.alert())
 
     def alive(self):
         return self._process.poll() is None
@@ -73,6 +92,20 @@ class Panel:
         """A title is white while its control can be used, and dark grey otherwise."""
         return self._screen.brightest(*self.on_screen(BRIGHTNESS_TITLE)) > 150
 
+    def camera_button_enabled(self, number):
+        return self._screen.brightest(*self.on_screen(CAMERA_BUTTONS[number])) > 150
+
+    def selected_camera_button(self):
+        """The number of the button whose face is as bright as the panel below it, or None."""
+        faces = {number: sum(self.pixel(x + 4, y + height - 4))
+                 for number, (x, y, _, height) in CAMERA_BUTTONS.items()}
+        return max(faces, key=faces.get) if len(set(faces.values())) > 1 else None
+
+    def selected_profiles(self):
+        """The numbers of the profile buttons that are red."""
+        return [number for number, (x, y, _, height) in PROFILE_BUTTONS.items()
+                if is_red(self.pixel(x + 8, y + height // 2))]
+
     def preview_is_black(self):
         return self._screen.brightest(*self.on_screen(PREVIEW)) == 0
 
@@ -94,6 +127,18 @@ class Panel:
 
     # ---------------------------------------------------------------- acting
 
+    def click(self, *rectangles):
+        """Clicks into the middle of each, one after another."""
+        self._click([(x + width // 2, y + height // 2) for x, y, width, height in rectangles])
+
+    def put_sliders(self, **parts):
+        """Clicks each named slider at a part of its way, 0 to 1."""
+        self._click([slider_point(SLIDERS[name], part) for name, part in parts.items()])
+
+    def _click(self, points):
+        xdotool(*(word for x, y in points
+                  for word in ("mousemove", self._x + x, self._y + y, "click", 1)))
+
     def drag(self, start, end, steps=8):
         """Presses the left button at one point of the window, moves to another, releases."""
         (x0, y0), (x1, y1) = start, end
@@ -105,7 +150,12 @@ class Panel:
 
     # ---------------------------------------------------------------- the process
 
-    def processor_share(self, seconds=3):
+    def expect_quiet(self):
+        """That no thread of the panel spins; for a panel that shows no camera."""
+        share = self.processor_share()
+        assert share < 0.25, f"{share:.0%} of a processor"
+
+    def processor_share(self, seconds=1.5):
         """The part of one processor that the panel uses, measured over so many seconds."""
         before = self._processor_time()
         started = time.monotonic()
@@ -116,3 +166,15 @@ class Panel:
         with open(f"/proc/{self._process.pid}/stat", encoding="utf-8") as file:
             fields = file.read().rsplit(")", 1)[1].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def slider_point(rectangle, part):
+    """Where the middle of the knob stands at a part of a slider's way, 0 to 1."""
+    x, y, width, height = rectangle
+    knob = height / 2
+    return round(x + knob + part * (width - height)), round(y + knob)
+
+
+def is_red(pixel):
+    red, green, blue = pixel
+    return red > 2 * max(green, blue) and red > 80
