@@ -36,11 +36,11 @@ private:
         if (!prepared_) prepare();
         for (; next_ < storedControls.size(); ++next_) {
             if (manager_.deviceLocationID() != camera_) return;
-            if (manager_.interfaceIsClosed() && !std::exchange(boundAgain_, true)) {
-                events_.bindAgain([self = shared_from_this()] { self->queue(); });
+            if (manager_.interfaceIsClosed() && !std::exchange(openedAgain_, true)) {
+                events_.openAgain([self = shared_from_this()] { self->queue(); });
                 return;
             }
-            boundAgain_ = false;
+            openedAgain_ = false;
             write(next_);
         }
     }
@@ -71,7 +71,7 @@ private:
     const SettingsPushEvents events_;
 
     bool prepared_ = false;
-    bool boundAgain_ = false; // since the last write
+    bool openedAgain_ = false; // since the last write
     std::size_t next_ = 0;
 };
 

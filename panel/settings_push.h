@@ -16,8 +16,8 @@ namespace tavelo {
 struct SettingsPushEvents {
     /// The camera took the value of storedControls[control].
     std::function<void(std::size_t control)> accepted;
-    /// A refused write closed the camera's interface: bind again, then call `proceed` (on the main thread).
-    std::function<void(std::function<void()> proceed)> bindAgain;
+    /// A refused write closed the camera's interface: open it anew, then call `proceed` (on the main thread).
+    std::function<void(std::function<void()> proceed)> openAgain;
 };
 
 /// Queues the push on the global thread pool and returns at once.

@@ -120,9 +120,9 @@ private:
     void showProfileStates();
     void createSettingsRecordIfMissing();
 
-    /// A refused request closes the camera's interface for good.  Before the panel acts it binds the camera
-    /// that it shows again; no widget changes and no profile is deselected.
-    void bindAgainIfClosed();
+    /// A refused request closes the camera's interface for good.  Before the panel acts it opens that of the
+    /// camera that it shows anew; no widget changes and no profile is deselected.
+    void openAgainIfClosed();
 
     void sliderAction(PanelRow row, const KTSlider* sender);
     void powerLineAction(std::int64_t value);

@@ -150,10 +150,8 @@ std::optional<std::size_t> ViewController::shownIndex() const {
     return displayView() != nullptr ? indexOf(displayView()->captureDevice()) : std::nullopt;
 }
 
-void ViewController::bindAgainIfClosed() {
-    if (!uvcManager_.interfaceIsClosed() || displayView() == nullptr) return;
-    if (const auto device = displayView()->captureDevice())
-        uvcManager_.refreshDataWithUniqueIDString(device->uniqueID());
+void ViewController::openAgainIfClosed() {
+    if (shownIndex()) uvcManager_.openInterfaceAgain();
 }
 
 } // namespace tavelo

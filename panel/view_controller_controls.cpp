@@ -111,7 +111,7 @@ void ViewController::panUpDownSliderAction(KTSlider* sender) {
 }
 
 void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
-    bindAgainIfClosed();
+    openAgainIfClosed();
     const RowControl& control = controlOf(row);
     (uvcManager_.*control.set)(commandedValue(control, sender->intValue()),
                                [panel = QPointer(this), row](bool accepted) {
@@ -136,7 +136,7 @@ void ViewController::hz60CheckButtonAction(QObject* /*sender*/) {
 }
 
 void ViewController::powerLineAction(std::int64_t value) {
-    bindAgainIfClosed();
+    openAgainIfClosed();
     uvcManager_.setPowerLineWithComplitionHandle(value, [panel = QPointer(this), value](bool accepted) {
         if (!accepted || !panel) return;
         panel->view_->hz50Button()->setCheck(value == powerLine50Hz);

@@ -126,15 +126,15 @@ void ViewController::restoreProfileButtonAction(QObject* /*sender*/) {
 
 void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
     const PreferencesDictionary& settings, bool shouldGetBright) {
-    bindAgainIfClosed();
+    openAgainIfClosed();
     const QPointer<ViewController> panel(this);
     SettingsPushEvents events;
     events.accepted = [panel](std::size_t control) {
         onMainThread(panel, [control](ViewController& self) { self.showStoredControl(control); });
     };
-    events.bindAgain = [panel](std::function<void()> proceed) {
+    events.openAgain = [panel](std::function<void()> proceed) {
         onMainThread(panel, [proceed = std::move(proceed)](ViewController& self) {
-            self.bindAgainIfClosed();
+            self.openAgainIfClosed();
             proceed();
         });
     };

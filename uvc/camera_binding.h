@@ -22,6 +22,8 @@ struct CameraBinding {
     std::int32_t processingUnitID = 2;
     /// A request failed on `interface`, which is closed for good since.
     bool interfaceIsClosed = false;
+    /// Every record tells of this camera; false where the interface was closed before all were read.
+    bool recordsAreRead = false;
 };
 
 /// A binding that one thread changes while others send requests.  Thread-safe.

@@ -36,12 +36,12 @@ struct KTUVCEnvironment {
 ///                                       |
 ///                                 request fails
 ///                                       v
-///                               bound, interface closed: every request fails until bound anew
+///                               bound, interface closed: every request fails until bound or opened anew
 ///
-/// Binding, the prober and the manager's making belong to the main thread.  Setters, pushes, support queries,
-/// reset and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and
-/// where two threads write one control the last one wins.  No operation throws; a refused value never stays
-/// in a record.
+/// Binding, opening anew, the prober and the manager's making belong to the main thread.  Setters, pushes,
+/// support queries, reset and bulk send are thread-safe: requests are sent on the calling thread, without a
+/// lock held, and where two threads write one control the last one wins.  No operation throws; a refused
+/// value never stays in a record.
 class KTUVCManager : public KTUVCControlRecords {
 public:
     /// What sharedManager() will be made with.  Call it once, before the first sharedManager().
@@ -71,6 +71,12 @@ public:
     /// A camera without a control interface is bound all the same, with every control unsupported.
     bool refreshDataWithLocationID(const LocationCandidates& locationIDs);
 
+    /// Opens the bound camera's interface anew where a failed request closed it.  The records stay as they
+    /// are, so no request is sent and nothing waits for the camera; only where their reading was what failed
+    /// is the camera bound from the start.
+    /// @return whether requests can be sent again
+    bool openInterfaceAgain();
+
     /// Null where the device has no video-control interface or it cannot be opened.
     std::shared_ptr<UsbInterface> _getControlInferaceWithDeviceInterface(UsbDevice& deviceInterface) const;
 
@@ -89,7 +95,7 @@ public:
     std::shared_ptr<UsbInterface> interface() const { return binding_.get().interface; }
     void setInterface(std::shared_ptr<UsbInterface> interface);
 
-    /// Whether the interface was closed because a request failed; binding the same camera again opens it.
+    /// Whether the interface was closed because a request failed.
     bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed; }
 
     std::uint32_t deviceLocationID() const { return binding_.get().deviceLocationID; }
@@ -240,6 +246,7 @@ private:
 
     bool bindRecordOf(const LocationCandidates& locationIDs);
     bool bindInterfaceOf(const LocationCandidates& locationIDs);
+    std::unique_ptr<UsbDevice> deviceAt(const LocationCandidates& locationIDs) const;
 
     void setScalar(const ControlRow& row, std::int64_t value, const ComplitionHandle& handle);
     void resetToDefault(const ControlRow& row);

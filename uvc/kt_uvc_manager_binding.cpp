@@ -46,6 +46,7 @@ bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationI
         binding.processingUnitID = CameraBinding().processingUnitID;
         binding.interface = nullptr;
         binding.interfaceIsClosed = false;
+        binding.recordsAreRead = false;
         binding.device = nullptr;
     });
     return bindRecordOf(locationIDs) && bindInterfaceOf(locationIDs);
@@ -74,26 +75,45 @@ bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
         held->USBInterfaceClose();
         setInterface(nullptr);
     }
-    if (usb_ == nullptr) return false;
+    const std::unique_ptr<UsbDevice> deviceInterface = deviceAt(locationIDs);
+    if (!deviceInterface) return false;
 
+    const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
+    // With its number at once: no request in between goes out with the last camera's.
+    const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
+    binding_.change([&](CameraBinding& binding) {
+        binding.interface = opened;
+        binding.interfaceNumber = number;
+    });
+    generalInit();
+    return true;
+}
+
+std::unique_ptr<UsbDevice> KTUVCManager::deviceAt(const LocationCandidates& locationIDs) const {
+    if (usb_ == nullptr) return nullptr;
     for (const std::unique_ptr<UsbDeviceService>& service : usb_->matchingDeviceServices()) {
         const std::unique_ptr<UsbDevicePlugIn> plugIn = service->CreatePlugInInterface();
         if (!plugIn) continue;
-        const std::unique_ptr<UsbDevice> deviceInterface = plugIn->QueryInterface();
-        if (!deviceInterface) return false;
-        if (!contains(locationIDs, deviceInterface->GetLocationID())) continue;
-
-        const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
-        // With its number at once: no request in between goes out with the last camera's.
-        const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
-        binding_.change([&](CameraBinding& binding) {
-            binding.interface = opened;
-            binding.interfaceNumber = number;
-        });
-        generalInit();
-        return true;
+        std::unique_ptr<UsbDevice> deviceInterface = plugIn->QueryInterface();
+        if (!deviceInterface || contains(locationIDs, deviceInterface->GetLocationID()))
+            return deviceInterface; // one that does not answer ends the search
     }
-    return false;
+    return nullptr;
+}
+
+bool KTUVCManager::openInterfaceAgain() {
+    const CameraBinding bound = binding_.get();
+    if (!bound.interfaceIsClosed) return bound.interface != nullptr;
+    const std::uint32_t place = bound.deviceLocationID;
+    const LocationCandidates location{place, place, place};
+    if (!bound.recordsAreRead) return refreshDataWithLocationID(location) && !interfaceIsClosed();
+
+    const std::unique_ptr<UsbDevice> deviceInterface = deviceAt(location);
+    if (!deviceInterface) return false;
+    const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
+    if (!opened) return false;
+    setInterface(opened);
+    return true;
 }
 
 std::shared_ptr<UsbInterface> KTUVCManager::_getControlInferaceWithDeviceInterface(
@@ -107,6 +127,7 @@ void KTUVCManager::generalInit() {
     if (const std::shared_ptr<UsbInterface> bound = interface())
         setInterfaceNumber(bound->GetInterfaceNumber());
     _populateAllParams();
+    binding_.change([](CameraBinding& binding) { binding.recordsAreRead = !binding.interfaceIsClosed; });
 }
 
 } // namespace tavelo

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "uvc/manager_test.h"
+
+namespace tavelo {
+namespace {
+
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+class ReopeningTest : public ManagerTest {
+protected:
+    /// Binds, and has a write refused, which closes the interface.
+    void bindAndClose() {
+        bind();
+        fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
+        manager->setContrastWithComplitionHandle(3, {});
+        ASSERT_TRUE(manager->interfaceIsClosed());
+        camera->forgetRequests();
+    }
+};
+
+TEST_F(ReopeningTest, AfterARefusedWriteTheInterfaceOpensWithoutARequest) {
+    bindAndClose();
+    const std::shared_ptr<UsbInterface> closed = manager->interface();
+    EXPECT_TRUE(manager->openInterfaceAgain());
+    EXPECT_THAT(camera->requests(), IsEmpty());
+    EXPECT_FALSE(manager->interfaceIsClosed());
+    EXPECT_NE(manager->interface(), closed);
+}
+
+TEST_F(ReopeningTest, WritesGoToTheSameEntitiesAndInterfaceAsBefore) {
+    bindAndClose();
+    ASSERT_TRUE(manager->openInterfaceAgain());
+    Completion completion;
+    manager->setBrightWithComplitionHandle(7, completion.handle());
+    EXPECT_TRUE(completion.success);
+    EXPECT_THAT(camera->requests(), testing::ElementsAre(writeOf(KTUVCControl::bright, {7, 0})));
+}
+
+TEST_F(ReopeningTest, TheRecordsStay) {
+    bindAndClose();
+    script(KTUVCControl::bright, 33, 44);
+    ASSERT_TRUE(manager->openInterfaceAgain());
+    EXPECT_EQ(record(KTUVCControl::bright).val(), 1);
+    EXPECT_EQ(record(KTUVCControl::bright).def(), 50);
+    EXPECT_EQ(record(KTUVCControl::contrast).val(), 1) << "the refused value did not stay";
+}
+
+TEST_F(ReopeningTest, AnInterfaceThatIsOpenStaysTheSame) {
+    bind();
+    const std::shared_ptr<UsbInterface> open = manager->interface();
+    EXPECT_TRUE(manager->openInterfaceAgain());
+    EXPECT_EQ(manager->interface(), open);
+}
+
+TEST_F(ReopeningTest, WhereNothingIsBoundNothingOpens) {
+    EXPECT_FALSE(manager->openInterfaceAgain());
+    EXPECT_EQ(manager->interface(), nullptr);
+}
+
+TEST_F(ReopeningTest, ACameraThatLeftTheBusStaysClosed) {
+    bindAndClose();
+    platform.devices.clear();
+    EXPECT_FALSE(manager->openInterfaceAgain());
+    EXPECT_TRUE(manager->interfaceIsClosed());
+}
+
+TEST_F(ReopeningTest, WhereTheRecordsCouldNotBeReadTheCameraIsBoundFromTheStart) {
+    fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::timeout);
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
+    ASSERT_TRUE(manager->interfaceIsClosed());
+    expectUnsupported(record(KTUVCControl::contrast));
+    EXPECT_FALSE(manager->openInterfaceAgain()) << "the camera is silent still";
+
+    fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::success);
+    camera->forgetRequests();
+    EXPECT_TRUE(manager->openInterfaceAgain());
+    EXPECT_THAT(camera->requests(), Not(IsEmpty()));
+    EXPECT_TRUE(record(KTUVCControl::contrast).supported());
+    EXPECT_EQ(manager->deviceLocationID(), location);
+}
+
+} // namespace
+} // namespace tavelo
