@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#include "integration/main_thread_watch.h"
+#include "integration/panel_fixture.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto answerTime = 50ms;
+// One request, and as much again for a machine that has other things to do.
+constexpr auto longestPause = 2 * answerTime;
+
+class PanelResponsiveness : public PanelTest {
+protected:
+    void startWithSlowCamera() {
+        start(1);
+        answerSlowly(*camera(1));
+    }
+
+    static void answerSlowly(VirtualCameraFirmware& firmware) {
+        firmware.order({.kind = FaultKind::delay, .wait = answerTime});
+    }
+
+    /// Most cameras: the manual value cannot be written while the automatic rules it.
+    void makeCameraRefuseWhiteBalance() { camera(1)->setControlValue(control::autoWhiteBalance, 1); }
+
+    /// Runs the event loop, which sleeps between events as the program's does, until the condition holds.
+    template <typename Condition>
+    static void runUntil(Condition condition) {
+        while (!condition())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+
+    /// Selects a profile and runs the event loop until the push is over.
+    void selectProfileAndWait(QWidget* button) {
+        const std::ptrdiff_t before = powerLineWrites();
+        click(button);
+        runUntil([&] {
+            return powerLineWrites() > before && QThreadPool::globalInstance()->activeThreadCount() == 0;
+        });
+    }
+};
+
+TEST_F(PanelResponsiveness, APushToASlowCameraLeavesTheMainThreadFree) {
+    startWithSlowCamera();
+    const OwnRequests own(camera(1));
+    MainThreadWatch watch;
+    selectProfileAndWait(view().profile2Button());
+    EXPECT_LT(watch.longestWait(), longestPause);
+    EXPECT_EQ(own.count(), 0U);
+}
+
+TEST_F(PanelResponsiveness, APushToASlowCameraThatRefusesAValueLeavesTheMainThreadFree) {
+    startWithSlowCamera();
+    makeCameraRefuseWhiteBalance();
+    camera(1)->setControlValue(control::sharpness, 9);
+    const OwnRequests own(camera(1));
+    MainThreadWatch watch;
+    selectProfileAndWait(view().profile2Button());
+    EXPECT_LT(watch.longestWait(), longestPause);
+    EXPECT_EQ(own.count(), 0U);
+    EXPECT_EQ(camera(1)->controlValue(control::sharpness), 5) << "it is written after the refused value";
+}
+
+TEST_F(PanelResponsiveness, APushThatFollowsARefusedValueLeavesTheMainThreadFree) {
+    startWithSlowCamera();
+    camera(1)->order(
+        {.kind = FaultKind::stall, .control = control::brightness, .direction = FaultDirection::writes});
+    click(view().brightnessSlider());
+    ASSERT_TRUE(manager_.interfaceIsClosed());
+    const OwnRequests own(camera(1));
+    MainThreadWatch watch;
+    selectProfileAndWait(view().profile2Button());
+    EXPECT_LT(watch.longestWait(), longestPause);
+    EXPECT_EQ(own.count(), 0U);
+}
+
+TEST_F(PanelResponsiveness, ASliderAfterARefusedValueWaitsForItsOwnRequestsOnly) {
+    startWithSlowCamera();
+    makeCameraRefuseWhiteBalance();
+    click(view().whiteBalanceSlider());
+    ASSERT_TRUE(manager_.interfaceIsClosed());
+    const OwnRequests own(camera(1));
+    QTest::mousePress(view().contrastSlider(), Qt::LeftButton, {}, pointOf(view().contrastSlider(), 1));
+    EXPECT_EQ(own.count(), 1U);
+    EXPECT_EQ(camera(1)->controlValue(control::contrast), 64);
+}
+
+TEST_F(PanelResponsiveness, ASecondCameraPluggedInWhileAProfileIsPushedIsNotAsked) {
+    startWithSlowCamera();
+    const std::ptrdiff_t before = powerLineWrites();
+    MainThreadWatch watch;
+    click(view().profile2Button());
+    const auto second = plug(2);
+    answerSlowly(*second);
+    runUntil([&] { return powerLineWrites() > before && view().camera2Button()->isEnabled(); });
+    EXPECT_LT(watch.longestWait(), longestPause);
+    EXPECT_TRUE(second->requestLog().empty());
+}
+
+} // namespace
+} // namespace tavelo
