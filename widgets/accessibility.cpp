@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include <QAccessibleWidget>
+#include <QGuiApplication>
 
 #include "widgets/image_view.h"
 #include "widgets/kt_slider.h"
@@ -120,6 +121,18 @@ private:
     KTText* const label_;
 };
 
+// Qt knows main windows and dialogs; any other widget that is a window would be one more container to it.
+class AccessibleWindow : public QAccessibleWidget {
+public:
+    explicit AccessibleWindow(QWidget* window) : QAccessibleWidget(window, QAccessible::Window) {}
+
+    QString text(QAccessible::Text kind) const override {
+        const QString given = QAccessibleWidget::text(kind);
+        return kind == QAccessible::Name && given.isEmpty() ? QGuiApplication::applicationDisplayName()
+                                                            : given;
+    }
+};
+
 // Qt takes over what it gets.
 QAccessibleInterface* makeInterface(const QString&, QObject* object) {
     if (auto* button = qobject_cast<PanelButton*>(object)) return new AccessibleButton(button);
@@ -127,6 +140,9 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object) {
     if (auto* label = qobject_cast<KTText*>(object)) return new AccessibleText(label);
     if (auto* view = qobject_cast<ImageView*>(object))
         return new QAccessibleWidget(view, QAccessible::Graphic);
+    auto* widget = qobject_cast<QWidget*>(object);
+    if (widget != nullptr && widget->windowType() == Qt::Window && widget->parentWidget() == nullptr)
+        return new AccessibleWindow(widget);
     return nullptr;
 }
 

@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <QAccessible>
+#include <QDialog>
+#include <QGuiApplication>
+#include <QMenu>
 #include <QSignalSpy>
 
 #include "widgets/image_view.h"
@@ -59,6 +62,22 @@ TEST(Accessibility, NamesAControlByItsAccessibleNameOrElseItsText) {
     KTSlider slider;
     slider.setAccessibleName(QStringLiteral("Brightness"));
     EXPECT_EQ(nameOf(slider), "Brightness");
+}
+
+TEST(Accessibility, MakesAWindowOfTheWidgetThatIsOne) {
+    QWidget window;
+    QWidget part(&window);
+    KTSlider slider(&part);
+    EXPECT_EQ(spoken(window).role(), QAccessible::Window);
+    EXPECT_NE(spoken(part).role(), QAccessible::Window);
+    EXPECT_EQ(nameOf(window), QGuiApplication::applicationDisplayName().toStdString());
+    window.setWindowTitle(QStringLiteral("Cameras"));
+    EXPECT_EQ(nameOf(window), "Cameras");
+
+    QMenu menu;
+    QDialog dialog;
+    EXPECT_EQ(spoken(menu).role(), QAccessible::PopupMenu);
+    EXPECT_EQ(spoken(dialog).role(), QAccessible::Dialog);
 }
 
 TEST(Accessibility, TellsTheStateOfWhatCanBeOn) {
