@@ -98,6 +98,24 @@ def the_sliders_move_the_camera_that_is_shown(stage):
     assert values(stage, 2) == untouched
 
 
+def a_refused_value_stops_neither_the_next_slider_nor_the_rest_of_a_profile(stage):
+    """As with most cameras: white balance cannot be written while its automatic is on."""
+    stage.cameras.ask("set", 1, "autoWhiteBalance", 1)
+    white_balance = stage.cameras.value(1, "whiteBalance")
+    low, _ = stage.cameras.limits(1, "contrast")
+    stage.panel.put_sliders(whiteBalance=0.9, contrast=0)
+    stage.panel.wait_for("the lowest contrast", lambda: stage.cameras.value(1, "contrast") == low)
+    stage.cameras.ask("set", 1, "sharpness", 9)
+    seen = len(writes(stage, 1))
+    stage.panel.click(PROFILE_BUTTONS[1])
+    stage.panel.wait_for("sharpness and power line, which are written after white balance", lambda: [
+        control for control in ("sharpness", "powerLine")
+        if PROFILE_CONTROLS[control] not in [request.selector for request in writes(stage, 1)[seen:]]] == [])
+    assert stage.cameras.value(1, "sharpness") == 5
+    assert stage.cameras.value(1, "whiteBalance") == white_balance
+    stage.cameras.ask("set", 1, "autoWhiteBalance", 0)
+
+
 def a_saved_profile_brings_all_eight_values_back(stage):
     stage.panel.click(PROFILE_BUTTONS[2])
     stage.panel.wait_for("profile 2 to be selected", lambda: stage.panel.selected_profiles() == [2])
@@ -222,6 +240,7 @@ CASES = [
     a_second_camera_enables_its_button_and_the_first_stays_shown,
     the_second_button_shows_the_other_camera,
     the_sliders_move_the_camera_that_is_shown,
+    a_refused_value_stops_neither_the_next_slider_nor_the_rest_of_a_profile,
     a_saved_profile_brings_all_eight_values_back,
     a_camera_pulled_out_while_a_profile_is_written_gives_way_to_the_other,
     the_last_camera_pulled_out_while_a_profile_is_written_leaves_a_quiet_panel,
