@@ -223,9 +223,12 @@ class AccessibilityTree(unittest.TestCase):
         self.assertFalse(has(second, Atspi.StateType.SENSITIVE))
         self.assertNotIn("Press", actions(second))
 
-    def test_the_close_button_ends_the_program(self):
+    def test_the_close_button_puts_the_window_away(self):
         program = self.start(1)
         act(self.button(program, "Close"), "Press")
+        wait_until("the window gone", lambda: not has(program.window, Atspi.StateType.SHOWING))
+        self.assertIsNone(program.process.poll(), "starting it again shows the window")
+        program.process.terminate()
         self.assertEqual(program.process.wait(timeout=PATIENCE), 0)
 
 
