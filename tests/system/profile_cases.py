@@ -137,7 +137,6 @@ def a_saved_profile_brings_all_eight_values_back(stage):
     sent = [request.selector for request in writes(stage, 1)[-len(PROFILE_CONTROLS):]]
     assert sent == list(PROFILE_CONTROLS.values()), sent
     stage.panel.wait_for("the picture to be shown again", lambda: not stage.panel.preview_is_black())
-    stage.panel.save_picture("panel-with-profile")
 
 
 def wait_until_all_differ(stage, others):
@@ -154,7 +153,6 @@ def wait_for_last_write(stage, camera):
 def save(stage):
     stage.panel.click(SAVE_BUTTON)
     stage.panel.wait_for("the word that it is saved", stage.panel.alert)
-    stage.panel.save_picture("panel-saved")
     stage.panel.dismiss_alert()
 
 
