@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/audio_buffer.h"
 #include "platform/error.h"
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
@@ -19,10 +20,18 @@ namespace tavelo {
 
 enum class MediaType : std::uint8_t { video, audio };
 
-/// One captured picture and when it was taken.
+/// One captured picture or piece of sound, and when it was taken.  A camera's samples are pictures.
 struct SampleBuffer {
     std::shared_ptr<PixelBuffer> imageBuffer;
     MediaTime presentationTimeStamp;
+    std::shared_ptr<const AudioBuffer> audioBuffer{};
+
+    /// Nothing for a sample that is neither.
+    std::optional<MediaType> mediaType() const {
+        if (imageBuffer) return MediaType::video;
+        if (audioBuffer) return MediaType::audio;
+        return std::nullopt;
+    }
 };
 
 /// What a person may demand of the format that a camera streams in; what is absent is chosen.

@@ -21,6 +21,7 @@ enum class ErrorCode : std::uint8_t {
 struct Error {
     ErrorCode code = ErrorCode::none;
     std::string text;
+    std::string domain{}; ///< whose reason it is, as in "file system"; empty for our own
 };
 
 } // namespace tavelo
