@@ -12,6 +12,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
@@ -20,6 +22,7 @@
 #include "video/passes/frame_geometry.h"
 #include "video/render_backend.h"
 #include "video/renderer_choice.h"
+#include "video/snapshot.h"
 
 namespace tavelo {
 
@@ -82,6 +85,21 @@ public:
     void setShouldFlipVertical(bool flip) { shouldFlipVertical_ = flip; }
     VideoGravity videoGravity() const { return videoGravity_; }
     void setVideoGravity(VideoGravity gravity) { videoGravity_ = gravity; }
+
+    // Stills and movies: each call returns at once, what it asks for happens on the render queue between
+    // draws
+
+    /// Writes the corrected frame as a PNG file, which appears whole or not at all.  The handler, which may
+    /// be empty, runs on the render queue; it is not called where there is no frame yet.
+    void screenShotWithFilePathCompletionHandler(const std::string& filePath, SnapshotHandler handler);
+
+    /// Records into a new file, from the next frame on.  Before the first frame there is nothing to record.
+    /// @param audioOutputSettings without them the movie has no audio track
+    /// @param completionHandler runs once, when the movie is finished or has failed; must not be empty
+    void startRecordWithFilePathAudioOutputSettingsCompletionHandler(
+        const std::string& filePath, const std::optional<AudioSettings>& audioOutputSettings,
+        KTAssetWriterManager::CompletionHandler completionHandler);
+    void stopRecord();
 
     /// Takes effect on the render queue, after what waits there.
     void setAssetWriteManager(std::shared_ptr<KTAssetWriterManager> manager);

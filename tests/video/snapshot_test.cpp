@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include "video/snapshot.h"
+
+#include <gmock/gmock.h>
+
+#include <QDir>
+#include <QFile>
+
+#include "fake_backend.h"
+#include "temporary_folder.h"
+#include "test_picture.h"
+#include "video/cpu/cpu_frame_passes.h"
+
+namespace tavelo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Yields nothing at one step.
+class FailingSteps final : public SnapshotSteps {
+public:
+    explicit FailingSteps(int failing) : failing_(failing) {}
+
+    QImage image(const PixelBuffer& frame) const override {
+        return failing_ == 2 ? QImage() : SnapshotSteps::image(frame);
+    }
+    QImage representation(const QImage& image) const override {
+        return failing_ == 3 ? QImage() : SnapshotSteps::representation(image);
+    }
+    QImage picture(const QImage& representation) const override {
+        return failing_ == 4 ? QImage() : SnapshotSteps::picture(representation);
+    }
+    QByteArray pixels(const QImage& picture) const override {
+        return failing_ == 5 ? QByteArray() : SnapshotSteps::pixels(picture);
+    }
+    QImage bitmap(const QByteArray& pixels, const QImage& picture) const override {
+        return failing_ == 6 ? QImage() : SnapshotSteps::bitmap(pixels, picture);
+    }
+    QByteArray png(const QImage& bitmap) const override {
+        return failing_ == 7 ? QByteArray() : SnapshotSteps::png(bitmap);
+    }
+
+private:
+    int failing_;
+};
+
+class SnapshotTest : public ::testing::Test {
+protected:
+    std::string path(const char* name = "still.png") const { return (folder_.path() / name).string(); }
+    QStringList files() const {
+        return QDir(QString::fromStdString(folder_.path().string()))
+            .entryList(QDir::Files | QDir::Hidden | QDir::System);
+    }
+    static QImage load(const std::string& path) { return QImage(QString::fromStdString(path)); }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(SnapshotTest, SavesEveryPixelAsEightBitOpaqueRgb) {
+    const auto frame = makeTestPicture(161, 90);
+    ASSERT_EQ(writeSnapshot(*frame, path()), std::nullopt);
+    QFile file(QString::fromStdString(path()));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    EXPECT_EQ(bytes.left(4), QByteArray("\x89PNG", 4));
+    EXPECT_EQ(bytes.at(24), 8); // bits a channel
+    EXPECT_EQ(bytes.at(25), 2); // red, green and blue, no alpha
+    const QImage saved = load(path());
+    ASSERT_EQ(saved.size(), QSize(161, 90));
+    for (int y = 0; y < 90; ++y)
+        for (int x = 0; x < 161; ++x) {
+            const Colour colour = testColour(std::size_t(x), std::size_t(y), 161, 90);
+            ASSERT_EQ(saved.pixel(x, y), qRgb(colour.red, colour.green, colour.blue)) << x << ", " << y;
+        }
+}
+
+TEST_F(SnapshotTest, EachStepThatYieldsNothingIsToldWithItsMessage) {
+    const auto frame = makeTestPicture(16, 9);
+    const std::vector<std::pair<int, std::string>> steps{
+        {2, "CIImage create error"},          {3, "NSCIImageRep create error"},
+        {4, "NSImage create error"},          {5, "TIFFRepresentation error"},
+        {6, "NSBitmapImageRep create error"}, {7, "NSData representationUsingType:NSPNGFileType error"}};
+    for (const auto& [step, message] : steps) {
+        const auto error = writeSnapshot(*frame, path(), FailingSteps(step));
+        ASSERT_TRUE(error.has_value()) << step;
+        EXPECT_EQ(error->text, message);
+        EXPECT_EQ(error->code, ErrorCode::none);
+        EXPECT_EQ(error->domain, "");
+    }
+    EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(SnapshotTest, FrameThatIsNotBgraCannotBeWrapped) {
+    const auto error = writeSnapshot(*PixelBuffer::create(PixelFormat::nv12, 16, 8), path());
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->text, "CIImage create error");
+}
+
+TEST_F(SnapshotTest, UnwritablePathGivesTheFileSystemsError) {
+    const auto error = writeSnapshot(*makeTestPicture(16, 9), path("missing/still.png"));
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(error->domain, "file system");
+    EXPECT_EQ(error->text, "No such file or directory");
+    EXPECT_NE(error->code, ErrorCode::none);
+}
+
+TEST_F(SnapshotTest, FailedWriteLeavesNoPartialFile) {
+    ASSERT_TRUE(QDir().mkpath(QString::fromStdString(path("taken"))));
+    EXPECT_TRUE(writeSnapshot(*makeTestPicture(16, 9), path("taken")).has_value());
+    EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(SnapshotTest, FileThatIsThereIsReplacedWhole) {
+    ASSERT_EQ(writeSnapshot(*makeTestPicture(32, 32), path()), std::nullopt);
+    ASSERT_EQ(writeSnapshot(*makeTestPicture(16, 9), path()), std::nullopt);
+    EXPECT_EQ(load(path()).size(), QSize(16, 9));
+    EXPECT_EQ(files().size(), 1);
+}
+
+// Through the renderer
+
+class RendererSnapshotTest : public SnapshotTest {
+protected:
+    struct Outcome {
+        bool success = false;
+        Error error;
+        bool onRenderQueue = false;
+    };
+
+    void draw(const std::shared_ptr<PixelBuffer>& frame) {
+        view_.drawPixelBufferWithPresentationTime(frame, MediaTime::fromNanoseconds(1ms));
+        settle();
+    }
+    void settle() {
+        view_.renderQueue().sync([] {});
+    }
+    void snapshot(const std::string& path) {
+        view_.screenShotWithFilePathCompletionHandler(path, [this](bool success, const Error& error) {
+            outcomes_.push_back({success, error, view_.renderQueue().isCurrent()});
+        });
+        settle();
+    }
+
+    std::vector<Outcome> outcomes_;
+    BackendLog log_;
+    // Real passes: what is saved is what they made.
+    KTMTKView view_{QRect(), [this](QWindow&, SerialQueue&) {
+                        RenderBackend backend;
+                        log_.drawable = false;
+                        backend.surface = std::make_unique<FakeSurface>(log_);
+                        backend.passes = std::make_unique<CpuFramePasses>();
+                        return backend;
+                    }};
+};
+
+TEST_F(RendererSnapshotTest, BeforeTheFirstFrameItDoesNothingAndNeverCallsTheHandler) {
+    snapshot(path());
+    EXPECT_THAT(outcomes_, ::testing::IsEmpty());
+    EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(RendererSnapshotTest, HandlerIsCalledOnTheRenderQueue) {
+    draw(makeTestPicture(64, 48));
+    snapshot(path());
+    ASSERT_EQ(outcomes_.size(), 1U);
+    EXPECT_TRUE(outcomes_[0].success);
+    EXPECT_TRUE(outcomes_[0].onRenderQueue);
+}
+
+TEST_F(RendererSnapshotTest, HandlerMayBeEmpty) {
+    draw(makeTestPicture(64, 48));
+    view_.screenShotWithFilePathCompletionHandler(path(), {});
+    settle();
+    EXPECT_EQ(load(path()).size(), QSize(64, 48));
+}
+
+TEST_F(RendererSnapshotTest, WhileThePreviewIsBlackItSavesABlackPictureOfTheLastSize) {
+    draw(makeTestPicture(64, 48));
+    view_.drawBlack();
+    snapshot(path());
+    QImage black(64, 48, QImage::Format_RGB32);
+    black.fill(Qt::black);
+    EXPECT_EQ(load(path()).convertToFormat(QImage::Format_RGB32), black);
+}
+
+TEST_F(RendererSnapshotTest, WithTheMirrorOnThePictureIsMirrored) {
+    const auto frame = makeTestPicture(64, 48);
+    draw(frame);
+    snapshot(path("upright.png"));
+    view_.setShouldFlipHorizontal(true);
+    draw(frame);
+    snapshot(path("mirrored.png"));
+    ASSERT_EQ(outcomes_.size(), 2U);
+    EXPECT_EQ(load(path("mirrored.png")), load(path("upright.png")).mirrored(true, false));
+    EXPECT_NE(load(path("mirrored.png")), load(path("upright.png")));
+}
+
+TEST_F(RendererSnapshotTest, UnwritablePathGivesFalseWithTheFileSystemsError) {
+    draw(makeTestPicture(64, 48));
+    snapshot(path("missing/still.png"));
+    ASSERT_EQ(outcomes_.size(), 1U);
+    EXPECT_FALSE(outcomes_[0].success);
+    EXPECT_EQ(outcomes_[0].error.text, "No such file or directory");
+}
+
+} // namespace
+} // namespace tavelo::testing

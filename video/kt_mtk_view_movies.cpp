@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// What KTMTKView keeps of its frames: stills and movies.
+#include <utility>
+
+#include "video/kt_mtk_view.h"
+
+namespace tavelo {
+
+void KTMTKView::screenShotWithFilePathCompletionHandler(const std::string& filePath,
+                                                        SnapshotHandler handler) {
+    renderQueue_->async([this, filePath, handler = std::move(handler)] {
+        const auto frame = correctPixelBuffer();
+        if (!frame) return;
+        const std::optional<Error> error = writeSnapshot(*frame, filePath);
+        if (handler) handler(!error, error.value_or(Error()));
+    });
+}
+
+void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
+    const std::string& filePath, const std::optional<AudioSettings>& audioOutputSettings,
+    KTAssetWriterManager::CompletionHandler completionHandler) {
+    renderQueue_->async(
+        [this, filePath, audioOutputSettings, completionHandler = std::move(completionHandler)] {
+            const auto frame = correctPixelBuffer();
+            if (!frame) {
+                completionHandler(false, {ErrorCode::none, "Not rending"});
+                return;
+            }
+            assetWriteManager_->startRecordWithPixelBufferFilePathAudioOutputSettingsCompletionHandler(
+                frame, filePath, audioOutputSettings, completionHandler);
+        });
+}
+
+void KTMTKView::stopRecord() {
+    renderQueue_->async([this] { assetWriteManager_->stopRecord(); });
+}
+
+} // namespace tavelo
