@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// The movie half of the Linux backend.
+#pragma once
+
+#include <memory>
+
+#include "platform/asset_writer.h"
+#include "platform/diagnostics.h"
+
+namespace tavelo {
+
+/// Silences FFmpeg's own messages for the whole program: what fails is told as errors.
+/// @param diagnostics must outlive the platform and its writers; told for each movie which encoder writes it
+std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics);
+
+} // namespace tavelo

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/movie/movie_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "platform/linux/movie/ffmpeg_error.h"
+
+namespace tavelo {
+namespace {
+
+constexpr int bufferSize = 1 << 18; // most fragments leave in one piece
+constexpr mode_t newFileMode = 0666;
+
+} // namespace
+
+std::unique_ptr<MovieFile> MovieFile::create(const std::string& path, Error& error) {
+    FileDescriptor descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, newFileMode));
+    if (!descriptor.isOpen()) {
+        error = fileError(errno, "the movie file cannot be made");
+        return nullptr;
+    }
+    return std::unique_ptr<MovieFile>(new MovieFile(path, std::move(descriptor)));
+}
+
+MovieFile::MovieFile(std::string path, FileDescriptor descriptor)
+    : path_(std::move(path)),
+      descriptor_(std::move(descriptor)) {
+    // The muxer's bytes come as the library's version declares them: const or not.
+    const auto writePacket = [](void* self, auto* bytes, int size) {
+        return static_cast<MovieFile*>(self)->write(bytes, size);
+    };
+    auto* buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
+    if (buffer == nullptr) throw std::bad_alloc();
+    io_.reset(avio_alloc_context(buffer, bufferSize, 1, this, nullptr, writePacket, nullptr));
+    if (!io_) {
+        av_free(buffer);
+        throw std::bad_alloc();
+    }
+}
+
+int MovieFile::write(const std::uint8_t* bytes, int size) {
+    if (failure_ != 0) return AVERROR(failure_);
+    for (int done = 0; done < size;) {
+        const ssize_t count = ::write(descriptor_.get(), bytes + done, std::size_t(size - done));
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            failure_ = errno;
+            return AVERROR(failure_);
+        }
+        done += int(count);
+        written_ += count;
+    }
+    return size;
+}
+
+bool MovieFile::endPiece() {
+    avio_flush(io_.get());
+    if (failure_ == 0) {
+        whole_ = written_;
+        return true;
+    }
+    // Cutting off frees space, so it works on a full disk too; where it does not, players skip the rest.
+    if (written_ > whole_ && ::ftruncate(descriptor_.get(), whole_) == 0) written_ = whole_;
+    return false;
+}
+
+bool MovieFile::isInPlace() const {
+    struct stat here {};
+    struct stat there {};
+    return ::fstat(descriptor_.get(), &here) == 0 && ::lstat(path_.c_str(), &there) == 0 &&
+           here.st_dev == there.st_dev && here.st_ino == there.st_ino;
+}
+
+void MovieFile::remove() {
+    if (isInPlace()) ::unlink(path_.c_str());
+}
+
+} // namespace tavelo
