@@ -54,8 +54,10 @@ bool FragmentMuxer::addTrack(const AVCodecContext& encoder, Track& track) {
 
 int FragmentMuxer::writeHeader(MovieFileType type) {
     AvOptions options;
-    options.set("movflags", type == MovieFileType::mpeg4 ? "frag_custom+empty_moov+default_base_moof"
-                                                         : "frag_custom+empty_moov");
+    // "Discontinuous": a track that begins late keeps its time.
+    options.set("movflags", type == MovieFileType::mpeg4
+                                ? "frag_custom+empty_moov+frag_discont+default_base_moof"
+                                : "frag_custom+empty_moov+frag_discont");
     return avformat_write_header(output_.get(), options.get());
 }
 

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// Records until it is killed, or fails, or has enough: movie_recorder PATH WIDTH HEIGHT GRAIN FRAMES [sound].
+// Prints the number of each frame as it is taken, "finishing" before the end, and how it ended.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <future>
+#include <thread>
+
+#include "moving_picture.h"
+#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "recorded_diagnostics.h"
+
+namespace {
+
+using namespace tavelo;
+
+void say(const char* text) {
+    std::printf("%s\n", text);
+    std::fflush(stdout);
+}
+
+int record(char** arguments, bool sound) {
+    test::RecordedDiagnostics diagnostics;
+    const auto platform = makeFfmpegAssetWriterPlatform(diagnostics);
+    Error error;
+    const auto writer = platform->makeWriter(arguments[1], MovieFileType::mpeg4, error);
+    if (!writer) {
+        say(error.text.c_str());
+        return 1;
+    }
+    VideoSettings settings;
+    settings.width = std::uint32_t(std::atoi(arguments[2]));
+    settings.height = std::uint32_t(std::atoi(arguments[3]));
+    const auto video = platform->makeVideoInput(settings);
+    writer->addInput(video);
+    if (sound) writer->addInput(platform->makeAudioInput(AudioSettings()));
+    const auto time = [](int frame) {
+        return MediaTime::fromNanoseconds(std::chrono::seconds(1000) +
+                                          frame * std::chrono::nanoseconds(33'333'333));
+    };
+    bool going = writer->startWriting();
+    writer->startSessionAtSourceTime(time(0));
+    const int frames = std::atoi(arguments[5]);
+    for (int i = 0; i < frames && going; ++i) {
+        while (!video->isReadyForMoreMediaData())
+            std::this_thread::yield();
+        const auto picture = testing::makeMovingPicture(*settings.width, *settings.height, i,
+                                                        unsigned(std::atoi(arguments[4])));
+        going = video->appendSampleBuffer({picture, time(i)});
+        if (going) say(std::to_string(i + 1).c_str());
+    }
+    say("finishing");
+    std::promise<void> finished;
+    writer->finishWritingWithCompletionHandler([&] { finished.set_value(); });
+    finished.get_future().wait();
+    const bool completed = writer->status() == AssetWriterStatus::completed;
+    say(completed ? "completed" : writer->error().text.c_str());
+    return completed ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 6) return 2;
+    return record(argv, argc > 6);
+}

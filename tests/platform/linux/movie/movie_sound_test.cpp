@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// The sound track of a movie.
+#include <cmath>
+#include <numbers>
+
+#include "movie_fixture.h"
+
+namespace tavelo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+
+class MovieSoundTest : public MovieTest {
+protected:
+    static constexpr double loud = 8000;
+
+    static std::shared_ptr<AudioBuffer> tone(std::uint32_t rate, std::uint32_t channels, nanoseconds length) {
+        auto sound = std::make_shared<AudioBuffer>();
+        sound->sampleRate = rate;
+        sound->channels = channels;
+        const auto frames = std::size_t(double(rate) * std::chrono::duration<double>(length).count());
+        for (std::size_t i = 0; i < frames; ++i)
+            for (std::uint32_t channel = 0; channel < channels; ++channel)
+                sound->samples.push_back(std::int16_t(
+                    std::lround(loud * std::sin(2 * std::numbers::pi * 440 * double(i) / double(rate)))));
+        return sound;
+    }
+
+    bool append(const std::shared_ptr<AudioBuffer>& sound, nanoseconds time) {
+        awaitReady(*audio_);
+        return audio_->appendSampleBuffer({nullptr, at(time), sound});
+    }
+
+    /// Root of the mean square between two moments of the decoded sound.
+    static double loudness(const std::vector<std::int16_t>& samples, nanoseconds from, nanoseconds to) {
+        const auto place = [](nanoseconds time) {
+            return std::size_t(48000 * std::chrono::duration<double>(time).count());
+        };
+        double sum = 0;
+        for (std::size_t i = place(from); i < place(to); ++i)
+            sum += double(samples.at(i)) * samples.at(i);
+        return std::sqrt(sum / double(place(to) - place(from)));
+    }
+};
+
+TEST_F(MovieSoundTest, TrackIsAacOfTheCallersSettings) {
+    start(videoSettings(160, 90), AudioSettings{44100, 1, 96000});
+    appendPictures(30, 160, 90);
+    ASSERT_TRUE(append(tone(44100, 1, 1s), 0ns));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+    const auto facts = factsOf(path_);
+    EXPECT_EQ(facts.at("format.nb_streams"), "2");
+    EXPECT_EQ(facts.at("streams.stream.1.codec_name"), "aac");
+    EXPECT_EQ(facts.at("streams.stream.1.sample_rate"), "44100");
+    EXPECT_EQ(facts.at("streams.stream.1.channels"), "1");
+    EXPECT_NEAR(std::stod(facts.at("streams.stream.1.duration")), 1.0, 0.05);
+    EXPECT_NEAR(std::stod(facts.at("format.duration")), 1.0, 0.05);
+    EXPECT_NEAR(loudness(decodeSound(path_), 100ms, 900ms), loud / std::numbers::sqrt2, loud / 20);
+}
+
+TEST_F(MovieSoundTest, TrackWithoutSamplesIsATrackOfTheFinishedMovie) {
+    start(videoSettings(160, 90), AudioSettings{48000, 2, 128000});
+    appendPictures(30, 160, 90);
+    EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+    const auto facts = factsOf(path_);
+    EXPECT_EQ(facts.at("format.nb_streams"), "2");
+    EXPECT_EQ(facts.at("streams.stream.1.codec_name"), "aac");
+    EXPECT_EQ(facts.at("streams.stream.1.sample_rate"), "48000");
+    EXPECT_EQ(facts.at("streams.stream.1.channels"), "2");
+    EXPECT_TRUE(packetsOf(path_, "a:0").empty());
+    EXPECT_NEAR(std::stod(facts.at("format.duration")), 1.0, 0.002);
+    EXPECT_EQ(decode(path_).pictures.size(), 30U);
+    // An ordinary movie: index in front, no fragments.
+    EXPECT_THAT(boxesOf(path_), ElementsAre("ftyp", "moov", "free", "free", "mdat"));
+}
+
+TEST_F(MovieSoundTest, WithoutSettingsThereIsNoTrack) {
+    start(videoSettings(160, 90), std::nullopt);
+    appendPictures(5, 160, 90);
+    finish();
+    EXPECT_EQ(factsOf(path_).at("format.nb_streams"), "1");
+}
+
+TEST_F(MovieSoundTest, SoundOfAnotherRateAndNumberOfChannelsIsConverted) {
+    start(videoSettings(160, 90), AudioSettings{48000, 2, {}});
+    appendPictures(30, 160, 90);
+    ASSERT_TRUE(append(tone(16000, 1, 500ms), 0ns));
+    ASSERT_TRUE(append(tone(44100, 2, 500ms), 500ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    const auto sound = decodeSound(path_);
+    EXPECT_NEAR(double(sound.size()), 48000, 2500);
+    EXPECT_NEAR(loudness(sound, 100ms, 400ms), loud / 2, loud / 20); // one loudspeaker's power on two
+    EXPECT_NEAR(loudness(sound, 600ms, 900ms), loud / std::numbers::sqrt2, loud / 20);
+}
+
+TEST_F(MovieSoundTest, SoundStandsWhereItWasCaptured) {
+    start(videoSettings(160, 90), AudioSettings{48000, 1, {}});
+    appendPictures(60, 160, 90);
+    ASSERT_TRUE(append(tone(48000, 1, 300ms), 500ms));
+    ASSERT_TRUE(append(tone(48000, 1, 300ms), 1500ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    const auto packets = packetsOf(path_, "a:0");
+    ASSERT_FALSE(packets.empty());
+    EXPECT_NEAR(packets.front().time, 0.5, 0.03);
+    EXPECT_NEAR(packets.back().time + packets.back().duration, 1.8, 0.03);
+    double gap = 0;
+    for (std::size_t i = 1; i < packets.size(); ++i) {
+        EXPECT_GT(packets[i].time, packets[i - 1].time);
+        gap = std::max(gap, packets[i].time - packets[i - 1].time);
+    }
+    EXPECT_NEAR(gap, 0.7, 0.05);
+}
+
+TEST_F(MovieSoundTest, SoundBeforeTheSessionIsCutOff) {
+    start(videoSettings(160, 90), AudioSettings{48000, 1, {}});
+    appendPictures(30, 160, 90);
+    ASSERT_TRUE(append(tone(48000, 1, 300ms), -400ms));
+    ASSERT_TRUE(append(tone(48000, 1, 300ms), -100ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    const auto packets = packetsOf(path_, "a:0");
+    ASSERT_FALSE(packets.empty());
+    EXPECT_NEAR(packets.front().time, 0, 0.001);
+    EXPECT_NEAR(packets.back().time + packets.back().duration, 0.2, 0.03);
+}
+
+TEST_F(MovieSoundTest, SoundThatOverlapsWithEarlierSoundIsCutOff) {
+    start(videoSettings(160, 90), AudioSettings{48000, 1, {}});
+    appendPictures(30, 160, 90);
+    ASSERT_TRUE(append(tone(48000, 1, 400ms), 0ns));
+    ASSERT_TRUE(append(tone(48000, 1, 400ms), 200ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    const auto packets = packetsOf(path_, "a:0");
+    EXPECT_NEAR(packets.back().time + packets.back().duration, 0.6, 0.03);
+}
+
+TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
+    make(std::nullopt, AudioSettings{48000, 1, {}});
+    ASSERT_TRUE(writer_->startWriting());
+    writer_->startSessionAtSourceTime(at(0ns));
+    for (int i = 0; i < 20; ++i)
+        ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    EXPECT_NEAR(double(decodeSound(path_).size()), 96000, 2500);
+}
+
+TEST_F(MovieSoundTest, QueueOfSoundHasABound) {
+    start(videoSettings(160, 90), AudioSettings{48000, 2, {}});
+    const auto sound = tone(48000, 2, 2s);
+    int taken = 0;
+    while (audio_->isReadyForMoreMediaData() && taken < 2000)
+        ASSERT_TRUE(audio_->appendSampleBuffer({nullptr, at(taken++ * 2s), sound}));
+    EXPECT_LT(taken, 2000);
+    EXPECT_GE(taken, 64);
+    appendPictures(3, 160, 90);
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+}
+
+TEST_F(MovieSoundTest, SampleWithoutSoundEndsTheMovie) {
+    start(videoSettings(160, 90), AudioSettings());
+    appendPictures(3, 160, 90);
+    EXPECT_FALSE(audio_->appendSampleBuffer({nullptr, at(1s)}));
+    EXPECT_EQ(finish(), AssetWriterStatus::failed);
+    EXPECT_EQ(packetsOf(path_).size(), 3U);
+}
+
+TEST_F(MovieSoundTest, EmptyPieceOfSoundIsLeftOut) {
+    start(videoSettings(160, 90), AudioSettings());
+    appendPictures(3, 160, 90);
+    EXPECT_TRUE(audio_->appendSampleBuffer({nullptr, at(1s), std::make_shared<AudioBuffer>()}));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+}
+
+} // namespace
+} // namespace tavelo::testing
