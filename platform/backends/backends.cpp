@@ -4,18 +4,20 @@
 #include <utility>
 
 #include "platform/linux/kernel_usb_platform.h"
+#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/v4l2_capture_platform.h"
 #include "platform/virtual/virtual_backend.h"
 
 namespace tavelo {
 
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    auto assetWriters = makeFfmpegAssetWriterPlatform(diagnostics);
     if (options.virtualCameras > 0) {
         VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-        return {std::move(cameras.usb), std::move(cameras.capture)};
+        return {std::move(cameras.usb), std::move(cameras.capture), std::move(assetWriters)};
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
-            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format)};
+            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format), std::move(assetWriters)};
 }
 
 } // namespace tavelo

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "platform/asset_writer.h"
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
 #include "platform/main_queue.h"
@@ -17,10 +18,11 @@ struct BackendOptions {
     CaptureFormatRequest format;
 };
 
-/// The two halves of a backend; they belong together and die together.
+/// What a backend consists of.  Control and capture belong together and die together.
 struct Backends {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
+    std::shared_ptr<AssetWriterPlatform> assetWriters;
 };
 
 /// Never fails: a machine without cameras, without USB or without rights gives empty lists.

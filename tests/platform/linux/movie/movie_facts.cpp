@@ -104,6 +104,16 @@ DecodedPictures decode(const std::filesystem::path& movie) {
     return decoded;
 }
 
+std::size_t decodedPictureCount(const std::filesystem::path& movie) {
+    const std::string lines = outputOf("ffmpeg -v error -xerror -i " + quoted(movie) +
+                                       " -map v:0 -fps_mode passthrough -f framecrc -");
+    std::size_t count = 0;
+    std::istringstream in(lines);
+    for (std::string line; std::getline(in, line);)
+        count += line.empty() || line.front() == '#' ? 0 : 1;
+    return count;
+}
+
 std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie) {
     const std::string bytes =
         outputOf("ffmpeg -v error -xerror -i " + quoted(movie) + " -map a:0 -ac 1 -ar 48000 -f s16le -");

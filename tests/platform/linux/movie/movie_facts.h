@@ -40,6 +40,9 @@ struct DecodedPictures {
 };
 DecodedPictures decode(const std::filesystem::path& movie);
 
+/// How many pictures a player would show.  For movies too long to be kept decoded; throws likewise.
+std::size_t decodedPictureCount(const std::filesystem::path& movie);
+
 /// The sound, mono, 48000 samples a second.  Throws where the decoder finds a fault.
 std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie);
 
