@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <map>
 #include <sstream>
@@ -36,14 +37,14 @@ const CLI::Validator sizeValidator(
     [](const std::string& text) {
         return parseSize(text) ? std::string() : "not a size such as 1280x720: " + text;
     },
-    "WIDTHxHEIGHT", "size");
+    "", "size");
 
 const CLI::Validator fourccValidator(
     [](const std::string& text) {
         return text.size() == 4 ? std::string()
                                 : "not a four-character pixel format such as YUYV or MJPG: " + text;
     },
-    "FOURCC", "format");
+    "", "format");
 
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     const std::string& name = app->get_name();
@@ -51,53 +52,117 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
            " --help lists the options\n";
 }
 
+// The options, and where their values go.
+class Options {
+public:
+    Options() {
+        app_.set_version_flag("--version", "tavelo-control-panel 1.0");
+        addCameras();
+        addWindow();
+        addErrands();
+        app_.failure_message(failureMessage);
+    }
+
+    std::variant<CommandLine, CommandLineExit> parse(int argc, const char* const* argv) {
+        try {
+            app_.parse(argc, argv);
+        } catch (const CLI::ParseError& error) {
+            std::ostringstream output;
+            std::ostringstream diagnostics;
+            const int status = app_.exit(error, output, diagnostics);
+            return CommandLineExit{status == 0 ? 0 : usageError, output.str(), diagnostics.str()};
+        }
+        return result();
+    }
+
+private:
+    void addCameras() {
+        app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
+                        "Use this many virtual cameras in place of the machine's")
+            ->check(CLI::Range(1, mostVirtualCameras));
+        app_.add_option("--size", size_, "Picture size to ask the camera for")
+            ->check(sizeValidator)
+            ->type_name("WIDTHxHEIGHT");
+        app_.add_option("--fps", framesPerSecond_, "Frames a second to ask the camera for")
+            ->check(CLI::Range(1.0, 1000.0));
+        app_.add_option("--format", format_, "Pixel format to ask the camera for")
+            ->check(fourccValidator)
+            ->type_name("FOURCC");
+        app_.add_flag("--verbose", line_.verbose,
+                      "Tell on the standard error stream what cameras refuse and why");
+    }
+
+    void addWindow() {
+        const std::map<std::string, RendererChoice> renderers{
+            {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
+        app_.add_option("--renderer", line_.renderer, "What draws the preview: auto, gl or cpu")
+            ->transform(CLI::CheckedTransformer(renderers).description("{auto,gl,cpu}"))
+            ->type_name("NAME");
+        screenshot_ = app_.add_option("--screenshot", line_.screenshot,
+                                      "Write a picture of the window to this PNG file once the camera's "
+                                      "picture shows, then quit")
+                          ->type_name("FILE");
+    }
+
+    void addErrands() {
+        snapshot_ = app_.add_option("--snapshot", snapshotFile_,
+                                    "Write the camera's picture to this PNG file, without a window")
+                        ->type_name("FILE")
+                        ->excludes(screenshot_);
+        record_ = app_.add_option("--record", recordFile_,
+                                  "Record the camera to this MPEG-4 file, without a window, until Ctrl+C")
+                      ->type_name("FILE")
+                      ->excludes(screenshot_)
+                      ->excludes(snapshot_);
+        duration_ = app_.add_option("--duration", seconds_, "Record for this many seconds only")
+                        ->type_name("SECONDS")
+                        ->check(CLI::Range(0.1, 1e6))
+                        ->needs(record_);
+        camera_ = app_.add_option("--camera", errand_.camera,
+                                  "Snapshot or record this camera: its number, from 1, or its identifier")
+                      ->type_name("CAMERA");
+        mirror_ = app_.add_flag("--mirror", errand_.mirror, "Snapshot or record the mirrored picture");
+    }
+
+    std::variant<CommandLine, CommandLineExit> result() {
+        if (!size_.empty()) line_.backends.format.size = parseSize(size_);
+        if (framesPerSecond_ > 0) line_.backends.format.framesPerSecond = framesPerSecond_;
+        if (!format_.empty()) line_.backends.format.fourcc = format_;
+        const bool records = record_->count() > 0;
+        if (records || snapshot_->count() > 0) {
+            errand_.kind = records ? ErrandRequest::Kind::record : ErrandRequest::Kind::snapshot;
+            errand_.file = records ? recordFile_ : snapshotFile_;
+            if (duration_->count() > 0) errand_.duration = std::chrono::duration<double>(seconds_);
+            line_.errand = errand_;
+        } else if (const CLI::Option* lonely = camera_->count() > 0 ? camera_ : mirror_;
+                   lonely->count() > 0) {
+            const CLI::RequiresError error(lonely->get_name(), "--snapshot or --record");
+            return CommandLineExit{usageError, {}, failureMessage(&app_, error)};
+        }
+        return line_;
+    }
+
+    CLI::App app_{"Live preview and picture controls for USB webcams.", "tavelo-control-panel"};
+    CommandLine line_;
+    ErrandRequest errand_;
+    std::string size_;
+    double framesPerSecond_ = 0;
+    std::string format_;
+    std::string snapshotFile_;
+    std::string recordFile_;
+    double seconds_ = 0;
+    CLI::Option* screenshot_ = nullptr;
+    CLI::Option* snapshot_ = nullptr;
+    CLI::Option* record_ = nullptr;
+    CLI::Option* duration_ = nullptr;
+    CLI::Option* camera_ = nullptr;
+    CLI::Option* mirror_ = nullptr;
+};
+
 } // namespace
 
 std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv) {
-    CommandLine result;
-    CLI::App app("Live preview and picture controls for USB webcams.", "tavelo-control-panel");
-    app.set_version_flag("--version", "tavelo-control-panel 1.0");
-
-    std::string size;
-    double framesPerSecond = 0;
-    std::string format;
-    std::string screenshot;
-    const std::map<std::string, RendererChoice> renderers{
-        {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
-    app.add_option("--virtual-cameras", result.backends.virtualCameras,
-                   "Show this many virtual cameras in place of the machine's")
-        ->check(CLI::Range(1, mostVirtualCameras));
-    app.add_option("--renderer", result.renderer, "What draws the preview: auto, gl or cpu")
-        ->transform(CLI::CheckedTransformer(renderers).description("{auto,gl,cpu}"))
-        ->type_name("NAME");
-    app.add_option("--size", size, "Picture size to ask the camera for")->check(sizeValidator)->type_name("");
-    app.add_option("--fps", framesPerSecond, "Frames a second to ask the camera for")
-        ->check(CLI::Range(1.0, 1000.0));
-    app.add_option("--format", format, "Pixel format to ask the camera for")
-        ->check(fourccValidator)
-        ->type_name("");
-    app.add_option(
-           "--screenshot", screenshot,
-           "Write a picture of the window to this PNG file once the camera's picture shows, then quit")
-        ->type_name("FILE");
-    app.add_flag("--verbose", result.verbose,
-                 "Tell on the standard error stream what cameras refuse and why");
-
-    app.failure_message(failureMessage);
-
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        std::ostringstream output;
-        std::ostringstream diagnostics;
-        const int status = app.exit(error, output, diagnostics);
-        return CommandLineExit{status == 0 ? 0 : usageError, output.str(), diagnostics.str()};
-    }
-    if (!size.empty()) result.backends.format.size = parseSize(size);
-    if (framesPerSecond > 0) result.backends.format.framesPerSecond = framesPerSecond;
-    if (!format.empty()) result.backends.format.fourcc = format;
-    if (!screenshot.empty()) result.screenshot = screenshot;
-    return result;
+    return Options().parse(argc, argv);
 }
 
 } // namespace tavelo

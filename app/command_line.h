@@ -6,6 +6,7 @@
 #include <string>
 #include <variant>
 
+#include "app/errand_request.h"
 #include "platform/backends/backends.h"
 #include "video/renderer_choice.h"
 
@@ -17,6 +18,8 @@ struct CommandLine {
     bool verbose = false;
     /// Write a picture of the window here once the camera's picture is in it, then quit.
     std::optional<std::string> screenshot;
+    /// Do this instead of showing the window.
+    std::optional<ErrandRequest> errand;
 };
 
 /// The program ends here: what to print on which stream, and the exit status.

@@ -10,6 +10,7 @@
 
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
+#include "app/camera_errand.h"
 #include "app/command_line.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
@@ -17,6 +18,7 @@
 #include "app/panel_menu.h"
 #include "app/program_language.h"
 #include "app/qt_main_queue.h"
+#include "app/qt_messages.h"
 #include "app/quit_signals.h"
 #include "app/resources/resource_bundle.h"
 #include "app/screenshot.h"
@@ -26,6 +28,7 @@
 #include "panel/view_controller.h"
 #include "platform/backends/backends.h"
 #include "platform/linux/json_preferences_store.h"
+#include "video/kt_display_view.h"
 
 namespace tavelo {
 namespace {
@@ -68,6 +71,9 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     panel.viewDidLoad();
     panel.putInto(window);
     windowController.windowDidLoad();
+    if (KTDisplayView* display = panel.displayView())
+        display->mtkView()->setAssetWriteManager(
+            std::make_shared<KTAssetWriterManager>(backends.assetWriters));
 
     CameraAccess cameraAccess;
     AppDelegate delegate(windowController, cameraAccess);
@@ -94,10 +100,8 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     return status;
 }
 
-int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
-    KTApplication application(argc, argv);
+int runWindow(const CommandLine& commandLine, KTApplication& application) {
     application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
-    const QuitSignals quitSignals;
     // A screenshot is an errand of its own, beside a panel that may be open.
     if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
 
@@ -106,6 +110,28 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     // A closed window comes back by starting the program again; without a bus nobody would tell it to.
     application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
     return runPanel(commandLine, application, &instance);
+}
+
+// A still or a movie, beside a panel that may be open.
+int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
+    QtMainQueue mainQueue;
+    StderrDiagnostics diagnostics(commandLine.verbose);
+    const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
+    CameraErrand errand(*backends.capture, backends.assetWriters, *commandLine.errand, commandLine.renderer);
+    QObject::connect(&quitSignals, &QuitSignals::asked, &errand, &CameraErrand::stop);
+    QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
+    return KTApplication::exec();
+}
+
+int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
+    // Without a window no display is needed, and none is touched.
+    if (commandLine.errand) qputenv("QT_QPA_PLATFORM", "offscreen");
+    installQtMessages(commandLine.verbose);
+    KTApplication application(argc, argv);
+    const QuitSignals quitSignals;
+    if (commandLine.errand) return runErrand(commandLine, quitSignals);
+    QObject::connect(&quitSignals, &QuitSignals::asked, &application, &KTApplication::quit);
+    return runWindow(commandLine, application);
 }
 
 } // namespace
@@ -118,9 +144,10 @@ int main(int argc, char** argv) {
         std::fputs(exit->error.c_str(), stderr);
         return exit->status;
     }
-    if (!tavelo::haveDisplay()) {
+    const auto& commandLine = std::get<tavelo::CommandLine>(parsed);
+    if (!commandLine.errand && !tavelo::haveDisplay()) {
         std::fputs("tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n", stderr);
         return 1;
     }
-    return tavelo::runProgram(std::get<tavelo::CommandLine>(parsed), argc, argv);
+    return tavelo::runProgram(commandLine, argc, argv);
 }

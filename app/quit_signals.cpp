@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <QCoreApplication>
 #include <csignal>
 
 namespace tavelo {
@@ -33,9 +32,16 @@ QuitSignals::QuitSignals() : pipe_(openPipe()), notifier_(pipe_[0], QSocketNotif
         return;
     }
     writeEnd = pipe_[1];
-    connect(&notifier_, &QSocketNotifier::activated, this, [] { QCoreApplication::quit(); });
+    connect(&notifier_, &QSocketNotifier::activated, this, &QuitSignals::drain);
     std::signal(SIGTERM, wakeEventLoop);
     std::signal(SIGINT, wakeEventLoop);
+}
+
+void QuitSignals::drain() {
+    std::array<char, 16> bytes{};
+    while (::read(pipe_[0], bytes.data(), bytes.size()) > 0) {
+    }
+    Q_EMIT asked();
 }
 
 QuitSignals::~QuitSignals() {

@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// While it lives, both signals quit the application's event loop.  One a process, on the main thread.
+/// While it lives, both signals are told instead of killing the program.  One a process, on the main thread.
 class QuitSignals final : public QObject {
     Q_OBJECT
 
@@ -16,7 +16,12 @@ public:
     QuitSignals();
     ~QuitSignals() override;
 
+Q_SIGNALS:
+    void asked();
+
 private:
+    void drain();
+
     std::array<int, 2> pipe_{-1, -1};
     QSocketNotifier notifier_;
 };

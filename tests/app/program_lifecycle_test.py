@@ -97,6 +97,12 @@ class Lifecycle(unittest.TestCase):
             panel.send_signal(signal.SIGTERM)
             self.end(panel)
 
+    def test_a_display_that_cannot_be_opened_is_one_line_and_status_one(self):
+        process = self.start(QT_QPA_PLATFORM="xcb", DISPLAY=":nosuchdisplay", WAYLAND_DISPLAY=None)
+        errors = self.end(process, status=1)
+        self.assertEqual(errors.count("\n"), 1, errors)
+        self.assertIn("no Qt platform plugin could be initialized", errors)
+
 
 if __name__ == "__main__":
     unittest.main()

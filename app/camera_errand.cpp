@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include "app/camera_errand.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+#include "app/timed_recorder.h"
+#include "video/kt_display_view.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto pollInterval = 10ms;
+// Cameras find their exposure with the first pictures; a movie may show that, a still should not.
+constexpr std::uint64_t picturesBeforeAStill = 10;
+// Emulated machines are slow; a camera that shows nothing for that long shows nothing.
+constexpr auto patience = 20s;
+constexpr QRect viewFrame(0, 0, 640, 360); // nobody sees it
+
+std::optional<std::size_t> numberOf(const std::string& text) {
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return {};
+    return number;
+}
+
+} // namespace
+
+CameraErrand::CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                           ErrandRequest request, RendererChoice renderer)
+    : capture_(capture),
+      assetWriters_(std::move(assetWriters)),
+      request_(std::move(request)),
+      renderer_(renderer) {
+    connect(&timer_, &QTimer::timeout, this, &CameraErrand::poll);
+}
+
+CameraErrand::~CameraErrand() {
+    if (observing_) capture_.removeObserver(this);
+    // A movie still under way is finished here, and its handler finds this object alive.
+    view_.reset();
+    recorder_.reset();
+}
+
+void CameraErrand::start() {
+    camera_ = chosenCamera();
+    if (!camera_) return;
+    view_ = KTDisplayView::create(viewFrame, capture_, renderer_);
+    if (!view_) {
+        end(1, request_.file + ": not written: the camera's pictures cannot be received");
+        return;
+    }
+    recorder_ = std::make_shared<TimedRecorder>(assetWriters_, request_.duration);
+    view_->mtkView()->setAssetWriteManager(recorder_);
+    view_->mtkView()->setShouldFlipHorizontal(request_.mirror);
+    capture_.addObserver(this);
+    observing_ = true;
+    view_->showDevice(camera_);
+    silence_.start();
+    timer_.start(pollInterval);
+}
+
+std::shared_ptr<CaptureDevice> CameraErrand::chosenCamera() {
+    const std::vector<std::shared_ptr<CaptureDevice>> cameras =
+        capture_.devicesWithMediaType(MediaType::video);
+    if (const auto number = numberOf(request_.camera.empty() ? "1" : request_.camera)) {
+        if (*number >= 1 && *number <= cameras.size()) return cameras[*number - 1];
+        end(1, cameras.empty() ? "no camera is plugged in"
+                               : "no camera " + std::to_string(*number) + ": there are " +
+                                     std::to_string(cameras.size()));
+        return nullptr;
+    }
+    const auto found = std::ranges::find_if(
+        cameras, [this](const auto& camera) { return camera->uniqueID() == request_.camera; });
+    if (found != cameras.end()) return *found;
+    end(1, "no camera " + request_.camera);
+    return nullptr;
+}
+
+void CameraErrand::poll() {
+    const std::uint64_t pictures = view_->mtkView()->drawnFrames();
+    if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
+    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
+
+    if (state_ == State::waiting) {
+        const bool still = request_.kind == ErrandRequest::Kind::snapshot;
+        if (pictures >= (still ? picturesBeforeAStill : 1))
+            begin();
+        else if (silent)
+            end(1, request_.file + ": not written: the camera delivers no picture");
+    } else if (state_ == State::recording && silent) {
+        complaint_ = "the camera fell silent";
+        finishMovie();
+    }
+}
+
+void CameraErrand::begin() {
+    // Called on the render queue or on the writer's own thread.
+    const auto report = [this](bool success, const Error& error) {
+        QMetaObject::invokeMethod(
+            this, [this, success, error] { didWrite(success, error); }, Qt::QueuedConnection);
+    };
+    if (request_.kind == ErrandRequest::Kind::snapshot) {
+        state_ = State::writing;
+        view_->mtkView()->screenShotWithFilePathCompletionHandler(request_.file, report);
+    } else {
+        state_ = State::recording;
+        view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(request_.file, {},
+                                                                                      report);
+    }
+}
+
+void CameraErrand::stop() {
+    if (state_ == State::recording)
+        finishMovie();
+    else if (state_ == State::waiting)
+        end(1, request_.file + ": not written: interrupted");
+}
+
+void CameraErrand::finishMovie() {
+    state_ = State::finishing;
+    view_->mtkView()->stopRecord();
+}
+
+void CameraErrand::didWrite(bool success, const Error& error) {
+    if (!success)
+        end(1, request_.file + ": not written: " + error.text);
+    else if (!complaint_.empty())
+        end(1, request_.file + ": cut short: " + complaint_);
+    else
+        end(0);
+}
+
+void CameraErrand::captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& /*device*/) {}
+
+void CameraErrand::captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) {
+    if (device != camera_) return;
+    if (state_ == State::recording) {
+        complaint_ = "the camera was unplugged";
+        finishMovie();
+    } else if (state_ == State::waiting) {
+        end(1, request_.file + ": not written: the camera was unplugged");
+    }
+}
+
+void CameraErrand::end(int status, const std::string& message) {
+    if (state_ == State::done) return;
+    state_ = State::done;
+    timer_.stop();
+    if (!message.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", message.c_str());
+    QCoreApplication::exit(status);
+}
+
+} // namespace tavelo

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// A still or a movie of a camera, without the window.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/errand_request.h"
+#include "platform/asset_writer.h"
+#include "platform/capture.h"
+#include "video/renderer_choice.h"
+
+namespace tavelo {
+
+class KTDisplayView;
+class TimedRecorder;
+
+/// Runs the camera through the same capture view, renderer and recorder as the panel does, and ends the event
+/// loop: with 0, or with 1 and one line on the standard error stream.
+///
+///     waiting for pictures --> writing the still ------------------------------> done
+///                          --> recording --time over, stop(), camera gone--> finishing --> done
+///
+/// Main thread.
+class CameraErrand final : public QObject, public CaptureDeviceObserver {
+    Q_OBJECT
+
+public:
+    /// Both platforms outlive the errand.
+    CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                 ErrandRequest request, RendererChoice renderer);
+    ~CameraErrand() override;
+
+    /// Begins; the event loop does the rest.
+    void start();
+
+    /// Ends it early: a movie is finished as it stands, a still is given up.
+    void stop();
+
+private:
+    enum class State : std::uint8_t { waiting, writing, recording, finishing, done };
+
+    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
+    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override;
+
+    std::shared_ptr<CaptureDevice> chosenCamera();
+    void poll();
+    void begin();
+    void finishMovie();
+    void didWrite(bool success, const Error& error);
+    void end(int status, const std::string& message = {});
+
+    CapturePlatform& capture_;
+    const std::shared_ptr<AssetWriterPlatform> assetWriters_;
+    const ErrandRequest request_;
+    const RendererChoice renderer_;
+
+    State state_ = State::waiting;
+    std::string complaint_; // why a movie ends before its time
+    std::shared_ptr<CaptureDevice> camera_;
+    std::shared_ptr<TimedRecorder> recorder_;
+    std::unique_ptr<KTDisplayView> view_;
+    QTimer timer_;
+    QElapsedTimer silence_; // since the last new picture
+    std::uint64_t pictures_ = 0;
+    bool observing_ = false;
+};
+
+} // namespace tavelo

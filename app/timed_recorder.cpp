@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "app/timed_recorder.h"
+
+#include <utility>
+
+namespace tavelo {
+
+TimedRecorder::TimedRecorder(std::shared_ptr<AssetWriterPlatform> platform,
+                             std::optional<std::chrono::duration<double>> duration)
+    : KTAssetWriterManager(std::move(platform)),
+      duration_(duration) {}
+
+void TimedRecorder::recordPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& pixelBuffer,
+                                                          const MediaTime& presentationTime) {
+    const double now = static_cast<double>(presentationTime.value) / presentationTime.timescale;
+    if (!begin_) begin_ = last_ = now;
+    // A camera's clock is no ruler: the frame that lies nearest to the end is the first one beyond it.
+    const double halfAFrame = (now - std::exchange(last_, now)) / 2;
+    if (duration_ && now - *begin_ + halfAFrame >= duration_->count())
+        stopRecord();
+    else
+        KTAssetWriterManager::recordPixelBufferWithPresentationTime(pixelBuffer, presentationTime);
+}
+
+} // namespace tavelo
