@@ -244,6 +244,13 @@ TEST_F(MovieWriterTest, WriterDestroyedWithoutAFinishLeavesAMovieThatPlays) {
     EXPECT_GE(decode(path_).pictures.size(), 45U);
 }
 
+TEST_F(MovieWriterTest, QuickTimeMovieThatWasNeverFinishedPlaysToo) {
+    start(videoSettings(160, 90), {}, MovieFileType::quickTimeMovie);
+    appendPictures(60, 160, 90);
+    writer_.reset();
+    EXPECT_GE(decode(path_).pictures.size(), 45U);
+}
+
 TEST_F(MovieWriterTest, FinishedMovieHasTheRightsOfAnyNewFile) {
     start(videoSettings(160, 90));
     appendPictures(3, 160, 90);
