@@ -9,9 +9,7 @@ namespace tavelo::testing {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::Not;
 
 class MovieSoundTest : public MovieTest {
 protected:
@@ -144,6 +142,20 @@ TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
         ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
     EXPECT_NEAR(double(decodeSound(path_).size()), 96000, 2500);
+}
+
+TEST_F(MovieSoundTest, IndexOfThousandsOfUnevenFramesAmongSoundFitsInFront) {
+    start(videoSettings(64, 36), AudioSettings{48000, 2, {}});
+    const auto sound = tone(48000, 2, frameInterval);
+    const auto picture = makeMovingPicture(64, 36);
+    for (int i = 0; i < 3000; ++i) {
+        ASSERT_TRUE(MovieTest::append(picture, i * frameInterval + (i * 7919 % 1000) * 10us));
+        ASSERT_TRUE(append(sound, i * frameInterval));
+    }
+    EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+    EXPECT_EQ(diagnostics_.lines().size(), 1U); // the encoder; nothing went wrong at the end
+    EXPECT_THAT(boxesOf(path_), ElementsAre("ftyp", "moov", "free", "free", "mdat"));
+    EXPECT_EQ(packetsOf(path_).size(), 3000U);
 }
 
 TEST_F(MovieSoundTest, QueueOfSoundHasABound) {

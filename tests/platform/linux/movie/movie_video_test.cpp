@@ -9,7 +9,6 @@ using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 TEST_F(MovieTest, FinishedMovieIsH264MainOfItsSizeWithEveryFrameFed) {
@@ -212,6 +211,34 @@ TEST_F(MovieTest, PictureOfAnotherShapeFillsTheMovieAndIsCutOffAtTwoSides) {
     EXPECT_LT(decoded.at(0, 25, 90).green, 60);
     EXPECT_GT(decoded.at(0, 35, 90).green, 150); // 125 in the picture
     EXPECT_LT(decoded.at(0, 35, 90).red, 60);
+}
+
+TEST_F(MovieTest, SmallestAndVeryLargePicturesAreRecorded) {
+    for (const auto& [width, height] : {std::pair(2U, 2U), std::pair(3840U, 2160U)}) {
+        std::filesystem::remove(path_);
+        start(videoSettings(width, height));
+        const auto picture = PixelBuffer::create(PixelFormat::bgra32, width, height);
+        for (int i = 0; i < 3; ++i)
+            ASSERT_TRUE(append(picture, i * frameInterval));
+        EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+        EXPECT_EQ(decodedPictureCount(path_), 3U);
+        EXPECT_EQ(factsOf(path_).at("streams.stream.0.width"), std::to_string(width));
+    }
+}
+
+TEST_F(MovieTest, BitRateIsTheCallersWhereThereIsOne) {
+    const auto bytesAt = [&](std::int64_t bitRate) {
+        std::filesystem::remove(path_);
+        auto settings = videoSettings(640, 360);
+        settings.compressionProperties.averageBitRate = bitRate;
+        start(settings);
+        for (int i = 0; i < 90; ++i)
+            EXPECT_TRUE(append(makeMovingPicture(640, 360, i, 40), i * frameInterval));
+        EXPECT_EQ(finish(), AssetWriterStatus::completed);
+        return double(std::filesystem::file_size(path_));
+    };
+    EXPECT_NEAR(bytesAt(1'000'000), 3 * 125'000, 3 * 125'000 * 0.4);
+    EXPECT_NEAR(bytesAt(4'000'000), 3 * 500'000, 3 * 500'000 * 0.4);
 }
 
 TEST_F(MovieTest, DiagnosticsNameTheEncoder) {
