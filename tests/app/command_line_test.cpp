@@ -43,6 +43,26 @@ TEST(CommandLine, ReadsEveryOption) {
     EXPECT_EQ(line.screenshot, "panel.png");
 }
 
+TEST(CommandLine, ReadsErrands) {
+    const auto still = std::get<CommandLine>(parse({"--snapshot", "a.png", "--camera", "2", "--mirror"}));
+    ASSERT_TRUE(still.errand);
+    EXPECT_EQ(still.errand->kind, ErrandRequest::Kind::snapshot);
+    EXPECT_EQ(still.errand->file, "a.png");
+    EXPECT_EQ(still.errand->camera, "2");
+    EXPECT_TRUE(still.errand->mirror);
+
+    const auto movie = std::get<CommandLine>(parse({"--record", "a.mp4", "--duration", "2.5"}));
+    ASSERT_TRUE(movie.errand);
+    EXPECT_EQ(movie.errand->kind, ErrandRequest::Kind::record);
+    EXPECT_EQ(movie.errand->file, "a.mp4");
+    EXPECT_EQ(movie.errand->duration, std::chrono::duration<double>(2.5));
+    EXPECT_EQ(movie.errand->camera, "");
+    EXPECT_FALSE(movie.errand->mirror);
+
+    EXPECT_FALSE(std::get<CommandLine>(parse({"--record", "a.mp4"})).errand->duration);
+    EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).errand);
+}
+
 TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
     const auto parsed = parse({"--help"});
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
@@ -74,7 +94,13 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--size", "0x480"}, std::vector<const char*>{"--size", "640x480x3"},
         std::vector<const char*>{"--size", "-640x480"}, std::vector<const char*>{"--fps", "0"},
         std::vector<const char*>{"--fps", "fast"}, std::vector<const char*>{"--format", "JPEG!"},
-        std::vector<const char*>{"stray"}));
+        std::vector<const char*>{"--camera", "1"}, std::vector<const char*>{"--mirror"},
+        std::vector<const char*>{"--duration", "3"},
+        std::vector<const char*>{"--duration", "3", "--snapshot", "a.png"},
+        std::vector<const char*>{"--duration", "-1", "--record", "a.mp4"},
+        std::vector<const char*>{"--snapshot", "a.png", "--record", "a.mp4"},
+        std::vector<const char*>{"--snapshot", "a.png", "--screenshot", "b.png"},
+        std::vector<const char*>{"--record"}, std::vector<const char*>{"stray"}));
 
 } // namespace
 } // namespace tavelo

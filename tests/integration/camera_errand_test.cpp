@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+#include "app/camera_errand.h"
+
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTest>
+#include <map>
+#include <thread>
+
+#include "app/qt_main_queue.h"
+#include "movie_facts.h"
+#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/virtual/virtual_backend.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+
+class SilentDiagnostics final : public Diagnostics {
+public:
+    void report(std::string_view, std::string_view) noexcept override {}
+};
+
+class CameraErrandTest : public ::testing::Test {
+protected:
+    struct Outcome {
+        int status = -1;
+        std::string errors;
+    };
+
+    std::string file(const char* name) const {
+        return folder_.filePath(QString::fromUtf8(name)).toStdString();
+    }
+
+    /// Runs the errand to its end, on the test's event loop.
+    Outcome run(const ErrandRequest& request, const std::function<void(CameraErrand&)>& meanwhile = {}) {
+        ::testing::internal::CaptureStderr();
+        Outcome outcome;
+        {
+            CameraErrand errand(*backend_.capture, writers_, request, RendererChoice::cpu);
+            QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
+            if (meanwhile) meanwhile(errand);
+            outcome.status = QCoreApplication::exec();
+        }
+        outcome.errors = ::testing::internal::GetCapturedStderr();
+        return outcome;
+    }
+
+    /// Runs `action` on the main thread once the movie's file is there.
+    void onceRecording(const std::string& path, std::function<void()> action) {
+        auto* watch = new QTimer(&parent_);
+        QObject::connect(watch, &QTimer::timeout, watch, [watch, path, action = std::move(action)] {
+            if (!std::filesystem::exists(path)) return;
+            watch->stop();
+            action();
+        });
+        watch->start(5ms);
+    }
+
+    SilentDiagnostics diagnostics_;
+    QtMainQueue mainQueue_;
+    QTemporaryDir folder_;
+    VirtualBackend backend_ = makeVirtualBackend(2, {}, mainQueue_);
+    std::shared_ptr<AssetWriterPlatform> writers_ = makeFfmpegAssetWriterPlatform(diagnostics_);
+    QObject parent_;
+};
+
+ErrandRequest still(const std::string& path) {
+    ErrandRequest request;
+    request.file = path;
+    return request;
+}
+
+ErrandRequest movie(const std::string& path, std::optional<std::chrono::duration<double>> duration) {
+    ErrandRequest request;
+    request.kind = ErrandRequest::Kind::record;
+    request.file = path;
+    request.duration = duration;
+    return request;
+}
+
+TEST_F(CameraErrandTest, StillHasTheCamerasSizeAndTheMirroredOneIsMirrored) {
+    const Outcome outcome = run(still(file("still.png")));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    const QImage picture(QString::fromStdString(file("still.png")));
+    EXPECT_EQ(picture.size(), QSize(1280, 720));
+
+    ErrandRequest mirrored = still(file("mirrored.png"));
+    mirrored.mirror = true;
+    EXPECT_EQ(run(mirrored).status, 0);
+    const QImage mirror(QString::fromStdString(file("mirrored.png")));
+    // The virtual camera's corners differ from each other.
+    EXPECT_EQ(mirror.pixelColor(5, 5), picture.pixelColor(1274, 5));
+    EXPECT_EQ(mirror.pixelColor(1274, 5), picture.pixelColor(5, 5));
+    EXPECT_NE(picture.pixelColor(5, 5), picture.pixelColor(1274, 5));
+}
+
+TEST_F(CameraErrandTest, CameraIsChosenByNumberOrIdentifier) {
+    const auto cameras = backend_.capture->devicesWithMediaType(MediaType::video);
+    ErrandRequest second = still(file("second.png"));
+    second.camera = "2";
+    EXPECT_EQ(run(second).status, 0);
+    ErrandRequest identified = still(file("identified.png"));
+    identified.camera = cameras[1]->uniqueID();
+    EXPECT_EQ(run(identified).status, 0);
+    EXPECT_EQ(run(still(file("first.png"))).status, 0);
+    // The number that a camera shows stands left in its picture.
+    const auto plate = [this](const char* name) {
+        return QImage(QString::fromStdString(file(name))).copy(0, 0, 260, 50);
+    };
+    EXPECT_EQ(plate("second.png"), plate("identified.png"));
+    EXPECT_NE(plate("second.png"), plate("first.png"));
+}
+
+TEST_F(CameraErrandTest, CameraThatIsNotThereIsNamed) {
+    for (const auto& [camera, message] :
+         std::map<std::string, std::string>{{"3", "no camera 3: there are 2"},
+                                            {"0", "no camera 0"},
+                                            {"0xdeadbeef00000000", "no camera 0xdeadbeef00000000"}}) {
+        ErrandRequest request = still(file("none.png"));
+        request.camera = camera;
+        const Outcome outcome = run(request);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.errors, HasSubstr(message));
+        EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
+    }
+    backend_.bus->unplug(1);
+    backend_.bus->unplug(2);
+    QCoreApplication::processEvents();
+    EXPECT_THAT(run(still(file("none.png"))).errors, HasSubstr("no camera is plugged in"));
+}
+
+TEST_F(CameraErrandTest, MovieLastsAsLongAsItShould) {
+    const Outcome outcome = run(movie(file("movie.mp4"), 1s));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    auto facts = testing::factsOf(file("movie.mp4"));
+    EXPECT_EQ(facts["streams.stream.0.codec_name"], "h264");
+    EXPECT_EQ(facts["streams.stream.0.width"], "1280");
+    EXPECT_NEAR(std::stod(facts["format.duration"]), 1, 0.1);
+}
+
+TEST_F(CameraErrandTest, MovieThatIsStoppedByHandIsWhole) {
+    const std::string path = file("stopped.mp4");
+    const Outcome outcome = run(
+        movie(path, {}), [&](CameraErrand& errand) { onceRecording(path, [&errand] { errand.stop(); }); });
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_GT(testing::decodedPictureCount(path), 0U);
+}
+
+TEST_F(CameraErrandTest, UnpluggedCameraEndsTheMovieWhichPlays) {
+    const std::string path = file("unplugged.mp4");
+    const Outcome outcome = run(
+        movie(path, 60s), [&](CameraErrand&) { onceRecording(path, [this] { backend_.bus->unplug(1); }); });
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + path + ": cut short: the camera was unplugged\n");
+    EXPECT_GT(testing::decodedPictureCount(path), 0U);
+}
+
+TEST_F(CameraErrandTest, FileThatCannotBeWrittenIsNamedWithTheReason) {
+    for (const ErrandRequest& request : {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
+        const Outcome outcome = run(request);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.errors, HasSubstr(request.file));
+        EXPECT_THAT(outcome.errors, HasSubstr("No such file or directory"));
+        EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
+    }
+}
+
+TEST_F(CameraErrandTest, InterruptedBeforeThePictureWritesNothing) {
+    const Outcome outcome = run(still(file("interrupted.png")), [](CameraErrand& errand) {
+        QMetaObject::invokeMethod(&errand, &CameraErrand::stop, Qt::QueuedConnection);
+    });
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_FALSE(std::filesystem::exists(file("interrupted.png")));
+}
+
+} // namespace
+} // namespace tavelo
