@@ -2,38 +2,13 @@
 // A preview that runs all day takes nothing from the heap for a frame.
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <new>
 #include <thread>
 
 #include "fake_backend.h"
+#include "support/allocation_counter.h"
 #include "test_picture.h"
 #include "video/cpu/cpu_frame_passes.h"
-
-namespace {
-
-std::atomic<int>& allocations() {
-    static std::atomic<int> count = 0;
-    return count;
-}
-
-} // namespace
-
-// NOLINTBEGIN(cppcoreguidelines-*): these are the program's own operators, counted
-void* operator new(std::size_t size) {
-    ++allocations();
-    if (void* memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-// NOLINTEND(cppcoreguidelines-*)
 
 namespace tavelo::testing {
 namespace {

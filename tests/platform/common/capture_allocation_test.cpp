@@ -2,42 +2,10 @@
 // A program of its own, since it counts every allocation of the process.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
 #include "fake_input.h"
 #include "platform/common/pixel_buffer_pool.h"
 #include "platform/common/standard_capture_session.h"
-
-namespace {
-
-std::atomic<int> allocations = 0;
-
-void* counted(std::size_t size, std::size_t alignment) {
-    ++allocations;
-    void* memory = std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
-    if (memory == nullptr) std::abort();
-    return memory;
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return counted(size, alignof(std::max_align_t));
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return counted(size, static_cast<std::size_t>(alignment));
-}
-// Kept whole: inlined, GCC sees free() where it expects a delete, and warns.
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-    std::free(memory);
-}
+#include "support/allocation_counter.h"
 
 namespace tavelo {
 namespace {
@@ -84,15 +52,15 @@ TEST(CaptureAllocation, AFrameOnItsWayToTheDelegateAllocatesNothing) {
     for (int i = 0; i < 10; ++i)
         frame(i);
 
-    const int before = allocations;
+    const int before = testing::allocations();
     for (int i = 0; i < 100; ++i)
         frame(i);
     // The queue's sync wraps its closure; whatever it costs, it costs per sync and not per frame.
-    const int withFrames = allocations - before;
-    const int beforeSync = allocations;
+    const int withFrames = testing::allocations() - before;
+    const int beforeSync = testing::allocations();
     for (int i = 0; i < 100; ++i)
         queue.sync(nothing);
-    EXPECT_EQ(withFrames, allocations - beforeSync);
+    EXPECT_EQ(withFrames, testing::allocations() - beforeSync);
     EXPECT_EQ(delegate.delivered + delegate.dropped, 220);
     EXPECT_GE(delegate.delivered, 110);
     session->stopRunning();

@@ -1,29 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A program of its own, since it counts every allocation of the process; FFmpeg's libraries have another way.
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
 #include "movie_fixture.h"
-
-namespace {
-
-std::atomic<int> allocations = 0;
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-// Kept whole: inlined, GCC sees free() where it expects a delete, and warns.
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
+#include "support/allocation_counter.h"
 
 namespace tavelo::testing {
 namespace {
@@ -38,9 +16,9 @@ TEST_F(MovieTest, FramesInTheSteadyStateTakeNothingFromOurHeap) {
         }
     };
     appendUpTo(0, 100);
-    const int before = allocations;
+    const int before = allocations();
     appendUpTo(100, 300);
-    EXPECT_EQ(allocations - before, 0);
+    EXPECT_EQ(allocations() - before, 0);
     EXPECT_GT(before, 0); // the counter counts
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
 }

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// The process's own operators, in a file of their own: inlined into a caller, GCC would see malloc() paired
+// with a delete, and warn.
+#include "support/allocation_counter.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<int> count = 0;
+
+void* counted(std::size_t size, std::size_t alignment) {
+    ++count;
+    const std::size_t whole = std::max(size, std::size_t(1)) + alignment - 1;
+    if (void* memory = std::aligned_alloc(alignment, whole / alignment * alignment)) return memory;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return counted(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return counted(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+    std::free(memory);
+}
+
+namespace tavelo::testing {
+
+int allocations() {
+    return count;
+}
+
+} // namespace tavelo::testing
