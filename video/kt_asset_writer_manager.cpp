@@ -42,12 +42,10 @@ KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> 
 
 KTAssetWriterManager::~KTAssetWriterManager() {
     stopRecord();
+    // Dies after the lock is gone: it waits for its writer, whose thread takes the lock.
     std::unique_ptr<Movie> last;
-    const auto take = [&] {
-        const std::lock_guard lock(mutex_);
-        last = std::move(movie_);
-    };
-    take();
+    const std::lock_guard lock(mutex_);
+    last = std::move(movie_);
 }
 
 void KTAssetWriterManager::startRecordWithPixelBufferFilePathAudioOutputSettingsCompletionHandler(
