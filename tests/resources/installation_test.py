@@ -52,7 +52,7 @@ class Installation(unittest.TestCase):
         environment.update(QT_QPA_PLATFORM="offscreen", QT_SCALE_FACTOR="1")
         program = self.prefix / "bin" / self.entry["Exec"]
         subprocess.run(
-            [program, "--virtual-cameras", "1", "--screenshot", picture], check=True, env=environment, cwd=home, timeout=90
+            [program, "--virtual-cameras", "1", "--renderer", "cpu", "--screenshot", picture], check=True, env=environment, cwd=home, timeout=90
         )
         self.assertEqual(png_size(picture), (1111, 660))
 

@@ -13,19 +13,30 @@ namespace {
 
 std::atomic<int> count = 0;
 
-void* counted(std::size_t size, std::size_t alignment) {
+void* counted(std::size_t size, std::size_t alignment) noexcept {
     ++count;
     const std::size_t whole = std::max(size, std::size_t(1)) + alignment - 1;
-    if (void* memory = std::aligned_alloc(alignment, whole / alignment * alignment)) return memory;
+    return std::aligned_alloc(alignment, whole / alignment * alignment);
+}
+
+void* countedOrThrown(std::size_t size, std::size_t alignment) {
+    if (void* memory = counted(size, alignment)) return memory;
     throw std::bad_alloc();
 }
 
 } // namespace
 
 void* operator new(std::size_t size) {
-    return counted(size, alignof(std::max_align_t));
+    return countedOrThrown(size, alignof(std::max_align_t));
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
+    return countedOrThrown(size, static_cast<std::size_t>(alignment));
+}
+// The sanitizers would otherwise answer these themselves.
+void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
+    return counted(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*unused*/) noexcept {
     return counted(size, static_cast<std::size_t>(alignment));
 }
 void operator delete(void* memory) noexcept {
