@@ -8,6 +8,7 @@ import pathlib
 import sys
 
 import driver_cases
+import movie_cases
 import panel_cases
 import profile_cases
 from rig.report import Report
@@ -16,6 +17,7 @@ PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
 GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
+    "movie": (movie_cases.stage, movie_cases.CASES),
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
 }
 

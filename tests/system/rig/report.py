@@ -10,8 +10,8 @@ class Skipped(Exception):
 
 
 class Report:
-    def __init__(self, path):
-        self._file = open(path, "w", encoding="utf-8")
+    def __init__(self, path, mode="w"):
+        self._file = open(path, mode, encoding="utf-8")
         self._group = ""
         self.failed = 0
 
