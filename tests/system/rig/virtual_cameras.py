@@ -3,8 +3,10 @@
 import os
 import pathlib
 import re
+import signal
 import socket
 import subprocess
+import time
 import typing
 
 from rig.waiting import wait_until
@@ -61,6 +63,14 @@ class VirtualCameras:
         self._server.terminate()
         self._output.close()
         return self._server.wait(timeout=60)
+
+    def pause(self, seconds):
+        """Stops the cameras' own clockwork for a while; the frames of that time are never drawn."""
+        self._server.send_signal(signal.SIGSTOP)
+        try:
+            time.sleep(seconds)
+        finally:
+            self._server.send_signal(signal.SIGCONT)
 
     def _answers(self):
         if self._server.poll() is not None:
