@@ -29,6 +29,9 @@ using namespace tavelo;
 constexpr std::size_t channels = 3;
 constexpr std::size_t block = 8;
 constexpr std::size_t frameDigits = 6;
+// Smaller pictures have no room for the plate.
+constexpr std::size_t leastWidth = 160;
+constexpr std::size_t leastHeight = 120;
 
 struct Task {
     int camera = 1;
@@ -191,7 +194,7 @@ bool readNumber(std::string_view word, Number& number) {
 std::optional<Task> taskOf(std::span<char*> words) {
     Task task;
     if (words.size() < 3 || !readNumber(words[0], task.camera) || !readNumber(words[1], task.width) ||
-        !readNumber(words[2], task.height) || task.width == 0 || task.height == 0)
+        !readNumber(words[2], task.height) || task.width < leastWidth || task.height < leastHeight)
         return {};
     for (std::size_t i = 3; i < words.size(); ++i) {
         const std::string_view word = words[i];
