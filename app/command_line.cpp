@@ -64,9 +64,19 @@ std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char
     std::string screenshot;
     const std::map<std::string, RendererChoice> renderers{
         {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
-    app.add_option("--virtual-cameras", result.backends.virtualCameras,
-                   "Show this many virtual cameras in place of the machine's")
-        ->check(CLI::Range(1, mostVirtualCameras));
+    const std::map<std::string, CameraTransport> transports{{"kernel", CameraTransport::kernel},
+                                                            {"usb", CameraTransport::usb}};
+    CLI::Option* const virtualCameras =
+        app.add_option("--virtual-cameras", result.backends.virtualCameras,
+                       "Show this many virtual cameras in place of the machine's")
+            ->check(CLI::Range(1, mostVirtualCameras));
+    app.add_option(
+           "--transport", result.backends.transport,
+           "Who speaks to the cameras: kernel (its driver) or usb (this program, which takes the camera "
+           "from the driver while it is shown)")
+        ->transform(CLI::CheckedTransformer(transports).description("{kernel,usb}"))
+        ->type_name("NAME")
+        ->excludes(virtualCameras);
     app.add_option("--renderer", result.renderer, "What draws the preview: auto, gl or cpu")
         ->transform(CLI::CheckedTransformer(renderers).description("{auto,gl,cpu}"))
         ->type_name("NAME");

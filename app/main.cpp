@@ -58,6 +58,8 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
     const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
+    if (!backends.warning.empty())
+        std::fprintf(stderr, "tavelo-control-panel: %s\n", backends.warning.c_str());
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/kernel_usb_platform.h"
+#include "platform/linux/usb/usb_transport.h"
 #include "platform/linux/v4l2_capture_platform.h"
 #include "platform/virtual/virtual_backend.h"
 
@@ -12,10 +13,16 @@ namespace tavelo {
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
     if (options.virtualCameras > 0) {
         VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-        return {std::move(cameras.usb), std::move(cameras.capture)};
+        return {std::move(cameras.usb), std::move(cameras.capture), {}};
+    }
+    std::string warning;
+    if (options.transport == CameraTransport::usb) {
+        UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, options.format);
+        if (halves.usb) return {std::move(halves.usb), std::move(halves.capture), {}};
+        warning = std::move(halves.failure);
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
-            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format)};
+            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format), std::move(warning)};
 }
 
 } // namespace tavelo

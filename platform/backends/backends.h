@@ -2,7 +2,9 @@
 // The one place where the program chooses its backends.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
@@ -11,16 +13,26 @@
 
 namespace tavelo {
 
+/// Who speaks to the machine's cameras.
+enum class CameraTransport : std::uint8_t {
+    kernel, ///< the kernel's driver, which other programs may use meanwhile
+    usb,    ///< we ourselves; the driver lets go of the camera that is shown
+};
+
 struct BackendOptions {
     /// Above 0: that many cameras of our own in place of the machine's.
     int virtualCameras = 0;
     CaptureFormatRequest format;
+    CameraTransport transport = CameraTransport::kernel;
 };
 
 /// The two halves of a backend; they belong together and die together.
 struct Backends {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
+    /// What the user must hear of, in one line: the wanted transport cannot be had, and the kernel's serves in
+    /// its place.  Mostly empty.
+    std::string warning;
 };
 
 /// Never fails: a machine without cameras, without USB or without rights gives empty lists.

@@ -20,6 +20,7 @@ TEST(CommandLine, NoArgumentsMeanTheMachinesCamerasAndNoOutput) {
     ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
     const auto& line = std::get<CommandLine>(parsed);
     EXPECT_EQ(line.backends.virtualCameras, 0);
+    EXPECT_EQ(line.backends.transport, CameraTransport::kernel);
     EXPECT_EQ(line.renderer, RendererChoice::automatic);
     EXPECT_FALSE(line.verbose);
     EXPECT_FALSE(line.screenshot);
@@ -41,6 +42,15 @@ TEST(CommandLine, ReadsEveryOption) {
     EXPECT_EQ(line.backends.format.fourcc, "YUYV");
     EXPECT_TRUE(line.verbose);
     EXPECT_EQ(line.screenshot, "panel.png");
+}
+
+TEST(CommandLine, ReadsTheTransport) {
+    const auto usb = parse({"--transport", "usb"});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(usb));
+    EXPECT_EQ(std::get<CommandLine>(usb).backends.transport, CameraTransport::usb);
+    const auto kernel = parse({"--transport=kernel"});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(kernel));
+    EXPECT_EQ(std::get<CommandLine>(kernel).backends.transport, CameraTransport::kernel);
 }
 
 TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
@@ -70,11 +80,13 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--no-such-option"}, std::vector<const char*>{"--virtual-cameras", "0"},
         std::vector<const char*>{"--virtual-cameras", "many"},
         std::vector<const char*>{"--virtual-cameras", "99"}, std::vector<const char*>{"--virtual-cameras"},
-        std::vector<const char*>{"--renderer", "vulkan"}, std::vector<const char*>{"--size", "640"},
-        std::vector<const char*>{"--size", "0x480"}, std::vector<const char*>{"--size", "640x480x3"},
-        std::vector<const char*>{"--size", "-640x480"}, std::vector<const char*>{"--fps", "0"},
-        std::vector<const char*>{"--fps", "fast"}, std::vector<const char*>{"--format", "JPEG!"},
-        std::vector<const char*>{"stray"}));
+        std::vector<const char*>{"--renderer", "vulkan"},
+        std::vector<const char*>{"--transport", "bluetooth"},
+        std::vector<const char*>{"--transport", "usb", "--virtual-cameras", "1"},
+        std::vector<const char*>{"--size", "640"}, std::vector<const char*>{"--size", "0x480"},
+        std::vector<const char*>{"--size", "640x480x3"}, std::vector<const char*>{"--size", "-640x480"},
+        std::vector<const char*>{"--fps", "0"}, std::vector<const char*>{"--fps", "fast"},
+        std::vector<const char*>{"--format", "JPEG!"}, std::vector<const char*>{"stray"}));
 
 } // namespace
 } // namespace tavelo
