@@ -158,6 +158,7 @@ void PanelView::createPreview(std::unique_ptr<KTDisplayView> displayView) {
     displayView_ = displayView.release();
     if (displayView_ != nullptr) displayView_->setParent(this);
     logoImageView_ = new ImageView(image(QStringLiteral("logo")), this);
+    logoImageView_->setAccessibleName(QStringLiteral("Tavelo"));
     minButton_ = makeWindowButton(this, QStringLiteral("min"));
     closeButton_ = makeWindowButton(this, QStringLiteral("close"));
 }
@@ -178,6 +179,7 @@ void PanelView::retranslate(const Bundle& bundle) {
         profileButtons_[i]->setText(QStringLiteral("%1 %2").arg(profile).arg(i + 1));
     saveProfileButton_->setText(text(bundle, "SAVE_TO_PROFILE"));
     restoreProfileButton_->setText(text(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
+    if (displayView_ != nullptr) displayView_->setAccessibleName(text(bundle, "Preview"));
     minButton_->setAccessibleName(text(bundle, "Minimise"));
     closeButton_->setAccessibleName(text(bundle, "Close"));
     viewDidLayout(); // the mirror row follows its title's width

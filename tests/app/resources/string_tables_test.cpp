@@ -28,7 +28,7 @@ constexpr std::array keys{// Controls of the camera.
                           "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
                           "Saturation", "Contrast", "Brightness", "PROFILE", "SAVE_TO_PROFILE",
                           "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully",
-                          "Minimise", "Close",
+                          "Preview", "Minimise", "Close",
                           // The context menu.
                           "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit",
                           // The about panel.
