@@ -10,6 +10,7 @@ import sys
 import driver_cases
 import panel_cases
 import profile_cases
+import usb_cases
 from rig.report import Report
 
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
@@ -17,6 +18,8 @@ GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
+    "usb": (usb_cases.stage, usb_cases.CASES),
+    "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
 }
 
 

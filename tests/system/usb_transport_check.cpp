@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Takes a camera over USB and does to it what the standard input says, so that a test can look from outside.
 //
-// Usage: usb_transport_check LOCATION (eight hexadecimal digits)
+// Usage: usb_transport_check DEVICE (the kernel's name: 1-4)
 //
 // Prints "bound" once all controls were read, then for each of them "control NUMBER SUPPORTED VALUE MINIMUM
 // MAXIMUM DEFAULT", then "ready".  Orders, one a line, each answered with one line:
@@ -10,6 +10,7 @@
 //                                      the status as a number, the bytes that moved, the data, milliseconds
 // Ends in good order at the end of its input.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -20,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/sysfs_usb.h"
 #include "platform/linux/usb/usb_transport.h"
 #include "uvc/kt_uvc_manager.h"
 
@@ -65,8 +67,12 @@ std::string send(UsbInterface& interface, std::istream& words) {
     std::string digits;
     if (!(words >> std::hex >> type >> code >> value >> index >> digits)) return "what?";
     std::vector<std::uint8_t> data = bytesOf(digits);
-    UsbControlRequest request{std::uint8_t(type),  std::uint8_t(code),         std::uint16_t(value),
-                              std::uint16_t(index), std::uint16_t(data.size()), data.data(),
+    UsbControlRequest request{std::uint8_t(type),
+                              std::uint8_t(code),
+                              std::uint16_t(value),
+                              std::uint16_t(index),
+                              std::uint16_t(data.size()),
+                              data.data(),
                               0};
     const auto begin = std::chrono::steady_clock::now();
     const UsbStatus status = interface.ControlRequest(request);
@@ -94,7 +100,11 @@ int fail(const std::string& reason) {
     return 2;
 }
 
-int check(std::uint32_t location) {
+int check(const std::string& name) {
+    const auto devices = usbDevices("/sys");
+    const auto device = std::ranges::find(devices, name, &SysfsUsbDevice::name);
+    if (device == devices.end()) return fail("no device " + name);
+    const std::uint32_t location = device->locationID;
     NoMainQueue mainQueue;
     StandardError diagnostics;
     const UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, {});
@@ -125,6 +135,6 @@ int check(std::uint32_t location) {
 } // namespace tavelo
 
 int main(int argc, char** argv) {
-    if (argc != 2) return tavelo::fail("usage: usb_transport_check LOCATION");
-    return tavelo::check(std::uint32_t(std::strtoul(argv[1], nullptr, 16)));
+    if (argc != 2) return tavelo::fail("usage: usb_transport_check DEVICE");
+    return tavelo::check(argv[1]);
 }

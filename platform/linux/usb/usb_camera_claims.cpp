@@ -31,8 +31,11 @@ Error usbErrorOf(int libusbError, const std::string& what) {
 }
 
 std::vector<std::uint8_t> UsbCameraAddress::interfaces() const {
-    std::vector<std::uint8_t> all{controlInterface};
-    all.insert(all.end(), streamingInterfaces.begin(), streamingInterfaces.end());
+    std::vector<std::uint8_t> all;
+    all.reserve(1 + streamingInterfaces.size());
+    all.push_back(controlInterface);
+    for (const std::uint8_t interface : streamingInterfaces)
+        all.push_back(interface);
     return all;
 }
 
