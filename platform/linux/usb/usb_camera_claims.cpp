@@ -2,7 +2,6 @@
 #include "platform/linux/usb/usb_camera_claims.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace tavelo {
@@ -55,12 +54,13 @@ public:
     TakenCamera& operator=(const TakenCamera&) = delete;
 
     bool take(const WatchStarter& watch, Error& error) {
-        const std::vector<std::uint8_t> interfaces = camera_.interfaces();
         if (watch) watch_ = watch(camera_.device, camera_.controlInterface);
         if (watch && !watch_)
             report("no watch over it: after a crash of this program the kernel's driver will not have it");
         // The driver lets go of its pictures before it lets go of the camera.
-        for (const std::uint8_t interface : std::views::reverse(interfaces)) {
+        std::vector<std::uint8_t> interfaces = camera_.interfaces();
+        std::ranges::reverse(interfaces);
+        for (const std::uint8_t interface : interfaces) {
             const int detached = handle_->detachKernelDriver(interface);
             if (detached == LIBUSB_SUCCESS) detached_ = true;
             const bool free = detached == LIBUSB_SUCCESS || detached == LIBUSB_ERROR_NOT_FOUND;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <tuple>
 
 namespace tavelo {
 
@@ -20,7 +21,10 @@ struct UsbAddress {
     /// "/dev/bus/usb/001/005"
     std::string path() const;
 
-    friend auto operator<=>(const UsbAddress&, const UsbAddress&) = default;
+    friend bool operator==(const UsbAddress&, const UsbAddress&) = default;
+    friend bool operator<(const UsbAddress& a, const UsbAddress& b) {
+        return std::tie(a.bus, a.device) < std::tie(b.bus, b.device);
+    }
 };
 
 /// The setup packet of a control transfer but for the length, which the data has.

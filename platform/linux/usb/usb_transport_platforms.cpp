@@ -94,11 +94,13 @@ private:
 
 } // namespace
 
-std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(UsbTransport transport, Diagnostics& diagnostics) {
-    return std::make_unique<TransportUsbPlatform>(std::move(transport), diagnostics);
+std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(const UsbTransport& transport,
+                                                         Diagnostics& diagnostics) {
+    return std::make_unique<TransportUsbPlatform>(transport, diagnostics);
 }
 
-std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(UsbTransport transport, MainQueue& mainQueue,
+std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(const UsbTransport& transport,
+                                                                 MainQueue& mainQueue,
                                                                  UsbInputMaker makeInput) {
     return std::make_unique<TransportCapturePlatform>(transport, mainQueue, std::move(makeInput));
 }

@@ -28,11 +28,13 @@ struct UsbTransport {
 ///
 /// Thread-bound to the main thread, as are the services and devices it hands out; the interfaces are
 /// thread-safe.  What it hands out may outlive it, but not `diagnostics`.
-std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(UsbTransport transport, Diagnostics& diagnostics);
+std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(const UsbTransport& transport,
+                                                         Diagnostics& diagnostics);
 
 /// Pictures: an input takes its camera while it streams.  Called on the main thread, on which observers are
 /// told later.
-std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(UsbTransport transport, MainQueue& mainQueue,
+std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(const UsbTransport& transport,
+                                                                 MainQueue& mainQueue,
                                                                  UsbInputMaker makeInput);
 
 } // namespace tavelo
