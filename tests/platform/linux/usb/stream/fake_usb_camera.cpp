@@ -202,6 +202,18 @@ void FakeUsbCamera::cancel(Transfer& transfer) {
 bool FakeUsbCamera::deliver(const std::vector<Bytes>& packets, UsbPortStatus status) {
     const std::lock_guard lock(mutex_);
     if (waiting_.empty()) return false;
+    endFirst(packets, status);
+    return true;
+}
+
+bool FakeUsbCamera::deliverSoon(const std::vector<Bytes>& packets, UsbPortStatus status) {
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, longestWait, [this] { return !waiting_.empty(); })) return false;
+    endFirst(packets, status);
+    return true;
+}
+
+void FakeUsbCamera::endFirst(const std::vector<Bytes>& packets, UsbPortStatus status) {
     Transfer& transfer = *waiting_.front();
     waiting_.pop_front();
     transfer.status = status;
@@ -211,15 +223,6 @@ bool FakeUsbCamera::deliver(const std::vector<Bytes>& packets, UsbPortStatus sta
     }
     ended_.push_back(&transfer);
     changed_.notify_all();
-    return true;
-}
-
-bool FakeUsbCamera::deliverSoon(const std::vector<Bytes>& packets, UsbPortStatus status) {
-    {
-        std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, longestWait, [this] { return !waiting_.empty(); })) return false;
-    }
-    return deliver(packets, status);
 }
 
 void FakeUsbCamera::vanish() {
@@ -282,11 +285,11 @@ void FakeUsbCamera::handleEvents(std::chrono::milliseconds atMost) {
         Transfer& transfer = *ended_.front();
         ended_.pop_front();
         transfer.underWay = false;
-        --counts_.underWay;
-        changed_.notify_all();
         lock.unlock();
         transfer.listener.transferEnded(transfer, transfer.status, transfer.packets);
         lock.lock();
+        --counts_.underWay; // now that its listener has heard of it
+        changed_.notify_all();
     }
 }
 

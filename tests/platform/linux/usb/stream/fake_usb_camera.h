@@ -27,7 +27,7 @@ public:
         int connected = 0;
         int disconnected = 0;
         int transfers = 0; ///< that exist now
-        int underWay = 0;  ///< now
+        int underWay = 0;  ///< now, or being told of
         int submitted = 0;
         int events = 0; ///< calls of handleEvents
         int requests = 0;
@@ -80,6 +80,7 @@ private:
     UsbPortStatus submit(Transfer& transfer);
     void cancel(Transfer& transfer);
     void handleEvents(std::chrono::milliseconds atMost);
+    void endFirst(const std::vector<Bytes>& packets, UsbPortStatus status);
     bool fillFromPicture(Transfer& transfer);
     static UsbPortStatus take(std::vector<Failure>& failures, int code, int selector);
 
