@@ -107,6 +107,8 @@ class Check:
 
 
 class Stage(PanelStage):
+    shown = 1  # the number of the camera in the panel
+
     def __init__(self, programs, out, options=()):
         super().__init__(programs, out, options)
         self.nodes, self.devices, self.entities = {}, {}, {}
@@ -271,11 +273,11 @@ def the_driver_has_the_camera_again_after_sigkill(stage):
 def the_driver_streams_again(stage):
     stage.cameras.ask("plug", 2)
     stage.plug(2)
-    node = max(stage_folder.name for stage_folder in stage.devices[1].glob("*:1.0/video4linux/video*")
-               if (stage_folder / "index").read_text().strip() == "0")
+    node = next(folder.name for folder in stage.devices[1].glob("*:1.0/video4linux/video*")
+                if (folder / "index").read_text().strip() == "0")
     subprocess.run(["udevadm", "settle", "--timeout=60"], check=True, timeout=90)
-    subprocess.run(["v4l2-ctl", "-d", f"/dev/{node}", "--stream-mmap", "--stream-count=2"], check=True,
-                   capture_output=True, timeout=120)
+    subprocess.run(["v4l2-ctl", "-d", f"/dev/{node}", "--set-fmt-video=width=320,height=240,pixelformat=YUYV",
+                    "--stream-mmap", "--stream-count=2"], check=True, capture_output=True, timeout=120)
 
 
 # -------------------------------------------------------------------- rights
@@ -313,7 +315,16 @@ def without_rights_the_panel_says_how_to_get_them_and_shows_the_picture_all_the_
 
 # -------------------------------------------------------------------- the panel
 
+def restore_factory_values(stage, camera):
+    """So that the picture has its own colours again."""
+    for control in CONTROLS:
+        if control.ranged:
+            default = stage.cameras.ask("limits", camera, control.name)[3]
+            stage.cameras.ask("set", camera, control.name, *[default] * (2 if control.name == "panTilt" else 1))
+
+
 def the_panel_shows_the_picture_and_keeps_the_driver_out(stage):
+    restore_factory_values(stage, 1)
     stage.open_usb_panel()
     stage.panel.wait_for("the four corners of the camera's picture", stage.picture_is_right, seconds=120)
     stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
