@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 
 #include "app/app_delegate.h"
@@ -57,9 +58,11 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     JsonPreferencesStore userDefaults;
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
-    const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
-    if (!backends.warning.empty())
-        std::fprintf(stderr, "tavelo-control-panel: %s\n", backends.warning.c_str());
+    BackendOptions backendOptions = commandLine.backends;
+    backendOptions.warn = [](const std::string& line) {
+        std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+    };
+    const Backends backends = makeBackends(backendOptions, mainQueue, diagnostics);
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);

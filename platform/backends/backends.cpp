@@ -13,16 +13,14 @@ namespace tavelo {
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
     if (options.virtualCameras > 0) {
         VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-        return {std::move(cameras.usb), std::move(cameras.capture), {}};
+        return {std::move(cameras.usb), std::move(cameras.capture)};
     }
-    std::string warning;
     if (options.transport == CameraTransport::usb) {
-        UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, options.format);
-        if (halves.usb) return {std::move(halves.usb), std::move(halves.capture), {}};
-        warning = std::move(halves.failure);
+        UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, options.format, options.warn);
+        if (halves.usb) return {std::move(halves.usb), std::move(halves.capture)};
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
-            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format), std::move(warning)};
+            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format)};
 }
 
 } // namespace tavelo

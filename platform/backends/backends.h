@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,17 +25,18 @@ struct BackendOptions {
     int virtualCameras = 0;
     CaptureFormatRequest format;
     CameraTransport transport = CameraTransport::kernel;
+    /// Hears, in one line, what the user must be told even where cameras' failures are kept quiet: that the
+    /// wanted transport cannot be had.  Called once at most, on any thread; may be empty.
+    std::function<void(const std::string& line)> warn = {};
 };
 
 /// The two halves of a backend; they belong together and die together.
 struct Backends {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
-    /// What the user must hear of, in one line: the wanted transport cannot be had, and the kernel's serves in
-    /// its place.  Mostly empty.
-    std::string warning;
 };
 
+/// Where the cameras may not be taken over USB the kernel's transport serves in its place.
 /// Never fails: a machine without cameras, without USB or without rights gives empty lists.
 /// Both arguments by reference must outlive the result.
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);

@@ -120,6 +120,12 @@ class Stage(PanelStage):
         self.devices[camera] = usb_device_of(node)
         self.entities[camera] = entities(node)
 
+    def plug_for_the_panel(self, camera):
+        """Without a wait for a video node, which the panel may take away before anybody sees it."""
+        subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True, capture_output=True,
+                       timeout=120)
+        self.devices[camera] = wait_until("the device", lambda: device_with_serial(f"TVC-{1000 + camera}"))
+
     def driver_has(self, camera):
         return any((self.devices[camera] / f"{self.devices[camera].name}:1.0").glob("video4linux/video*"))
 
@@ -148,6 +154,14 @@ def stage(programs, out, options=()):
 
 def bulk_stage(programs, out):
     return stage(programs, out, ["--bulk"])
+
+
+def device_with_serial(serial):
+    for file in pathlib.Path("/sys/bus/usb/devices").glob("*/serial"):
+        with contextlib.suppress(OSError):
+            if file.read_text().strip() == serial:
+                return file.parent.resolve()
+    return None
 
 
 def watchers():
@@ -316,11 +330,10 @@ def without_rights_the_panel_says_how_to_get_them_and_shows_the_picture_all_the_
 # -------------------------------------------------------------------- the panel
 
 def restore_factory_values(stage, camera):
-    """So that the picture has its own colours again."""
+    """So that the picture has its own colours again, and is sharp."""
     for control in CONTROLS:
-        if control.ranged:
-            default = stage.cameras.ask("limits", camera, control.name)[3]
-            stage.cameras.ask("set", camera, control.name, *[default] * (2 if control.name == "panTilt" else 1))
+        default = stage.cameras.ask("limits", camera, control.name)[3]
+        stage.cameras.ask("set", camera, control.name, *[default] * (2 if control.name == "panTilt" else 1))
 
 
 def the_panel_shows_the_picture_and_keeps_the_driver_out(stage):
@@ -334,12 +347,21 @@ def the_panel_shows_the_picture_and_keeps_the_driver_out(stage):
     stage.panel.save_picture("panel-over-usb")
 
 
+def a_camera_plugged_into_a_waiting_panel_is_taken_before_its_driver_settles(stage):
+    stage.open_usb_panel()
+    stage.plug_for_the_panel(1)
+    stage.panel.wait_for("the four corners of the camera's picture", stage.picture_is_right, seconds=120)
+    stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
+    assert not stage.driver_has(1)
+    assert stage.cameras.streams(1) == "YUYV 320x240"
+
+
 def a_slider_moves_the_camera_while_it_streams(stage):
     low, high = stage.cameras.limits(stage.shown, "contrast")
-    for part, expected in ((1, high), (0, low)):
+    for part, expected in ((1, high), (0, low), (0.5, (low + high) // 2)):
         stage.panel.put_sliders(contrast=part)
         stage.panel.wait_for(f"contrast {expected}",
-                             lambda: stage.cameras.value(stage.shown, "contrast") == expected)
+                             lambda: abs(stage.cameras.value(stage.shown, "contrast") - expected) <= (part == 0.5))
     before = stage.panel.bytes((560, 200, 500, 300))
     stage.panel.wait_for("another picture", lambda: stage.panel.bytes((560, 200, 500, 300)) != before)
 
@@ -405,7 +427,6 @@ CASES = [
 ]
 
 BULK_CASES = [
-    two_cameras_attach_to_the_driver,
-    the_panel_shows_the_picture_and_keeps_the_driver_out,
+    a_camera_plugged_into_a_waiting_panel_is_taken_before_its_driver_settles,
     the_driver_has_the_camera_again_after_sigkill_of_a_panel_that_streams,
 ]

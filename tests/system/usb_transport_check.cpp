@@ -107,8 +107,8 @@ int check(const std::string& name) {
     const std::uint32_t location = device->locationID;
     NoMainQueue mainQueue;
     StandardError diagnostics;
-    const UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, {});
-    if (!halves.usb) return fail(halves.failure);
+    const UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, {}, {});
+    if (!halves.usb) return fail("the cameras cannot be taken over USB");
     KTUVCManager manager({halves.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     if (!manager.refreshDataWithLocationID({location, location, location})) return fail("it cannot be bound");

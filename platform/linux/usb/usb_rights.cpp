@@ -28,7 +28,7 @@ std::optional<std::string> deniedCamera(const std::filesystem::path& sysfs, cons
 
 std::string missingRightsLine(const std::string& node) {
     return "no permission to open " + node +
-           ", so the cameras stay with the kernel's driver; for --transport usb, copy "
+           "; for --transport usb, copy "
            "70-tavelo-control-panel.rules to /etc/udev/rules.d and run \"sudo udevadm control --reload && "
            "sudo udevadm trigger --subsystem-match=usb\"";
 }
