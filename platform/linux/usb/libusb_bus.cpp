@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/usb/libusb_bus.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <utility>
+
+#include "platform/linux/file_descriptor.h"
 
 namespace tavelo {
 namespace {
@@ -17,7 +21,9 @@ struct CloseHandle {
 
 class LibusbHandle final : public UsbHandle {
 public:
-    explicit LibusbHandle(libusb_device_handle* handle) : handle_(handle) {}
+    LibusbHandle(FileDescriptor node, libusb_device_handle* handle)
+        : node_(std::move(node)),
+          handle_(handle) {}
 
     int controlTransfer(const UsbSetupPacket& setup, std::span<std::uint8_t> data,
                         std::chrono::milliseconds patience) override {
@@ -40,8 +46,25 @@ public:
     libusb_device_handle* native() override { return handle_.get(); }
 
 private:
+    const FileDescriptor node_; // first: the handle uses it to its end
     const std::unique_ptr<libusb_device_handle, CloseHandle> handle_;
 };
+
+int libusbErrorOf(int error) {
+    switch (error) {
+        case EACCES:
+        case EPERM:
+            return LIBUSB_ERROR_ACCESS;
+        case ENOENT:
+        case ENODEV:
+        case ENXIO:
+            return LIBUSB_ERROR_NO_DEVICE;
+        case EBUSY:
+            return LIBUSB_ERROR_BUSY;
+        default:
+            return LIBUSB_ERROR_IO;
+    }
+}
 
 class HotplugEvents final : public UdevEventSource {
 public:
@@ -94,17 +117,18 @@ LibusbBus::~LibusbBus() {
     if (hearsOfDevices_) libusb_hotplug_deregister_callback(context_.get(), hotplug_);
 }
 
+// The node is opened here and not by libusb, which so never counts the device as gone.  libusb 1.0.26 unlocks
+// a lock that it has not taken where an alternate setting is chosen of a device that it knows to be gone, and
+// ends the program when the handle is closed.  The kernel tells of a missing device all the same.
 std::unique_ptr<UsbHandle> LibusbBus::open(const UsbAddress& address, int& error) {
-    error = LIBUSB_ERROR_NO_DEVICE;
-    const LibusbDeviceList list(context_.get());
-    for (libusb_device* device : list.devices()) {
-        const UsbAddress found{libusb_get_bus_number(device), libusb_get_device_address(device)};
-        if (found != address) continue;
-        libusb_device_handle* handle = nullptr;
-        error = libusb_open(device, &handle);
-        return error == LIBUSB_SUCCESS ? std::make_unique<LibusbHandle>(handle) : nullptr;
+    FileDescriptor node(::open(address.path().c_str(), O_RDWR | O_CLOEXEC));
+    if (!node.isOpen()) {
+        error = libusbErrorOf(errno);
+        return nullptr;
     }
-    return nullptr;
+    libusb_device_handle* handle = nullptr;
+    error = libusb_wrap_sys_device(context_.get(), node.get(), &handle);
+    return error == LIBUSB_SUCCESS ? std::make_unique<LibusbHandle>(std::move(node), handle) : nullptr;
 }
 
 std::unique_ptr<UdevEventSource> LibusbBus::hotplugEvents() {

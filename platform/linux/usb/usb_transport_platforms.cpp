@@ -2,6 +2,7 @@
 #include "platform/linux/usb/usb_transport_platforms.h"
 
 #include <chrono>
+#include <thread>
 #include <utility>
 
 #include "platform/common/standard_capture_session.h"
@@ -21,6 +22,9 @@ using namespace std::chrono_literals;
 constexpr auto betweenScans = 50ms;
 constexpr int mostScans = 100;
 
+constexpr auto betweenTries = 20ms;
+constexpr int mostTries = 10;
+
 std::shared_ptr<UsbInterface> openInterface(UsbCameraClaims& claims, const SysfsUsbDevice& device,
                                             std::uint8_t number, Diagnostics& diagnostics) {
     const auto descriptors = usbDescriptors(device);
@@ -31,6 +35,11 @@ std::shared_ptr<UsbInterface> openInterface(UsbCameraClaims& claims, const Sysfs
     const std::string name = "USB device " + device.name;
     Error error;
     auto claim = claims.acquire(address, error);
+    // A device that has just come may not be ready for a moment.
+    for (int tries = 1; tries < mostTries && error.code == ErrorCode::invalid; ++tries) {
+        std::this_thread::sleep_for(betweenTries);
+        claim = claims.acquire(address, error);
+    }
     if (!claim) {
         diagnostics.report(name, error.text);
         return nullptr;

@@ -70,7 +70,10 @@ int FakeUsbCamera::change(const std::string& what, std::uint8_t interface, Holde
 
 std::optional<int> FakeUsbCamera::errorOf(const std::string& call) {
     const auto found = errors_.find(call);
-    return found == errors_.end() ? std::nullopt : std::optional(found->second);
+    if (found == errors_.end()) return std::nullopt;
+    const int error = found->second;
+    if (onceOnly_.erase(call) > 0) errors_.erase(found);
+    return error;
 }
 
 void FakeUsbCamera::fail(const std::string& call, int error) {
@@ -79,6 +82,12 @@ void FakeUsbCamera::fail(const std::string& call, int error) {
         errors_.erase(call);
     else
         errors_[call] = error;
+}
+
+void FakeUsbCamera::failOnce(const std::string& call, int error) {
+    const std::lock_guard lock(mutex_);
+    errors_[call] = error;
+    onceOnly_.insert(call);
 }
 
 void FakeUsbCamera::answer(Answer answer) {

@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,8 @@ public:
 
     /// Every later call of this name ("open", "claim 1", "attach 0") fails so; with LIBUSB_SUCCESS none does.
     void fail(const std::string& call, int error);
+    /// Only the next one does.
+    void failOnce(const std::string& call, int error);
     void answer(Answer answer);
     void setHolder(std::uint8_t interface, Holder holder);
 
@@ -57,6 +60,7 @@ private:
 
     mutable std::mutex mutex_; // guards the rest
     std::map<std::string, int> errors_;
+    std::set<std::string> onceOnly_;
     std::map<std::uint8_t, Holder> holders_;
     std::vector<std::string> calls_;
     std::vector<Transfer> transfers_;

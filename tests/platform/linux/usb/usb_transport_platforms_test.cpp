@@ -117,6 +117,15 @@ TEST_F(TransportPlatforms, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("1-2")));
 }
 
+TEST_F(TransportPlatforms, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    const auto device = deviceOf(*services.front());
+    camera->failOnce("open", LIBUSB_ERROR_IO);
+    EXPECT_TRUE(device->CreateInterfaceIterator(videoControlMatch)->front()->openInterface());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
 TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
     plug();
     firmware.setControlValue(control::autoExposureMode, 1);

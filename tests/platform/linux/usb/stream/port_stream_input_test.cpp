@@ -361,7 +361,7 @@ TEST_F(StreamTest, ACameraWithoutAFormatForUsSaysSo) {
     VirtualCameraModel model = smallCamera();
     model.alterConfiguration = [](std::vector<std::uint8_t>& bytes) {
         const std::string_view code = "YUY2";
-        std::ranges::search(bytes, code).front() = 'Q';
+        *std::search(bytes.begin(), bytes.end(), code.begin(), code.end()) = 'Q';
     };
     use(model);
     start();
