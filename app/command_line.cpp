@@ -77,9 +77,18 @@ public:
 
 private:
     void addCameras() {
-        app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
-                        "Use this many virtual cameras in place of the machine's")
-            ->check(CLI::Range(1, mostVirtualCameras));
+        CLI::Option* const virtualCameras =
+            app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
+                            "Use this many virtual cameras in place of the machine's")
+                ->check(CLI::Range(1, mostVirtualCameras));
+        const std::map<std::string, CameraTransport> transports{{"kernel", CameraTransport::kernel},
+                                                                {"usb", CameraTransport::usb}};
+        app_.add_option("--transport", line_.backends.transport,
+                        "Who speaks to the cameras: kernel (its driver) or usb (this program, which takes "
+                        "the camera from the driver while it is shown)")
+            ->transform(CLI::CheckedTransformer(transports).description("{kernel,usb}"))
+            ->type_name("NAME")
+            ->excludes(virtualCameras);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)
             ->type_name("WIDTHxHEIGHT");

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 
 #include "app/app_delegate.h"
@@ -44,6 +45,14 @@ bool haveDisplay() {
     return false;
 }
 
+BackendOptions backendOptions(const CommandLine& commandLine) {
+    BackendOptions options = commandLine.backends;
+    options.warn = [](const std::string& line) {
+        std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+    };
+    return options;
+}
+
 // Another process is the panel: its window comes to the front, and this one ends.
 int showFirstPanel(SingleInstance& instance) {
     const QString reason = instance.activateFirst();
@@ -60,7 +69,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     JsonPreferencesStore userDefaults;
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
-    const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
+    const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);
@@ -116,7 +125,7 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
 int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
-    const Backends backends = makeBackends(commandLine.backends, mainQueue, diagnostics);
+    const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
     CameraErrand errand(*backends.capture, backends.assetWriters, *commandLine.errand, commandLine.renderer);
     QObject::connect(&quitSignals, &QuitSignals::asked, &errand, &CameraErrand::stop);
     QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);

@@ -5,6 +5,7 @@
 
 #include "platform/linux/kernel_usb_platform.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/usb/usb_transport.h"
 #include "platform/linux/v4l2_capture_platform.h"
 #include "platform/virtual/virtual_backend.h"
 
@@ -15,6 +16,10 @@ Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagn
     if (options.virtualCameras > 0) {
         VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
         return {std::move(cameras.usb), std::move(cameras.capture), std::move(assetWriters)};
+    }
+    if (options.transport == CameraTransport::usb) {
+        UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, options.format, options.warn);
+        if (halves.usb) return {std::move(halves.usb), std::move(halves.capture), std::move(assetWriters)};
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
             makeV4l2CapturePlatform(mainQueue, diagnostics, options.format), std::move(assetWriters)};

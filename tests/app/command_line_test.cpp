@@ -20,6 +20,7 @@ TEST(CommandLine, NoArgumentsMeanTheMachinesCamerasAndNoOutput) {
     ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
     const auto& line = std::get<CommandLine>(parsed);
     EXPECT_EQ(line.backends.virtualCameras, 0);
+    EXPECT_EQ(line.backends.transport, CameraTransport::kernel);
     EXPECT_EQ(line.renderer, RendererChoice::automatic);
     EXPECT_FALSE(line.verbose);
     EXPECT_FALSE(line.screenshot);
@@ -63,6 +64,15 @@ TEST(CommandLine, ReadsErrands) {
     EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).errand);
 }
 
+TEST(CommandLine, ReadsTheTransport) {
+    const auto usb = parse({"--transport", "usb"});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(usb));
+    EXPECT_EQ(std::get<CommandLine>(usb).backends.transport, CameraTransport::usb);
+    const auto kernel = parse({"--transport=kernel"});
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(kernel));
+    EXPECT_EQ(std::get<CommandLine>(kernel).backends.transport, CameraTransport::kernel);
+}
+
 TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
     const auto parsed = parse({"--help"});
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
@@ -90,12 +100,14 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--no-such-option"}, std::vector<const char*>{"--virtual-cameras", "0"},
         std::vector<const char*>{"--virtual-cameras", "many"},
         std::vector<const char*>{"--virtual-cameras", "99"}, std::vector<const char*>{"--virtual-cameras"},
-        std::vector<const char*>{"--renderer", "vulkan"}, std::vector<const char*>{"--size", "640"},
-        std::vector<const char*>{"--size", "0x480"}, std::vector<const char*>{"--size", "640x480x3"},
-        std::vector<const char*>{"--size", "-640x480"}, std::vector<const char*>{"--fps", "0"},
-        std::vector<const char*>{"--fps", "fast"}, std::vector<const char*>{"--format", "JPEG!"},
-        std::vector<const char*>{"--camera", "1"}, std::vector<const char*>{"--mirror"},
-        std::vector<const char*>{"--duration", "3"},
+        std::vector<const char*>{"--renderer", "vulkan"},
+        std::vector<const char*>{"--transport", "bluetooth"},
+        std::vector<const char*>{"--transport", "usb", "--virtual-cameras", "1"},
+        std::vector<const char*>{"--size", "640"}, std::vector<const char*>{"--size", "0x480"},
+        std::vector<const char*>{"--size", "640x480x3"}, std::vector<const char*>{"--size", "-640x480"},
+        std::vector<const char*>{"--fps", "0"}, std::vector<const char*>{"--fps", "fast"},
+        std::vector<const char*>{"--format", "JPEG!"}, std::vector<const char*>{"--camera", "1"},
+        std::vector<const char*>{"--mirror"}, std::vector<const char*>{"--duration", "3"},
         std::vector<const char*>{"--duration", "3", "--snapshot", "a.png"},
         std::vector<const char*>{"--duration", "-1", "--record", "a.mp4"},
         std::vector<const char*>{"--snapshot", "a.png", "--record", "a.mp4"},

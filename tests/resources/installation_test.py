@@ -60,6 +60,17 @@ class Installation(unittest.TestCase):
         program = self.prefix / "bin" / "tavelo-virtual-camera"
         subprocess.run([program, "--help"], check=True, stdout=subprocess.DEVNULL, timeout=60)
 
+    def test_the_watch_over_taken_cameras_is_installed_where_the_panel_looks_for_it(self):
+        program = self.prefix / "libexec" / "tavelo" / "tavelo-driver-watch"
+        result = subprocess.run([program, "/nowhere", "0"], stdin=subprocess.DEVNULL, timeout=60, check=False)
+        self.assertEqual(result.returncode, 1)
+
+    def test_the_rule_for_the_device_manager_is_installed(self):
+        rule = self.prefix / "lib" / "udev" / "rules.d" / "70-tavelo-control-panel.rules"
+        lines = [line for line in rule.read_text(encoding="utf-8").splitlines() if line and not line.startswith("#")]
+        self.assertEqual(len(lines), 1)
+        self.assertIn('TAG+="uaccess"', lines[0])
+
     def test_the_desktop_file_is_valid(self):
         subprocess.run(["desktop-file-validate", self.desktop_file], check=True)
 

@@ -14,17 +14,24 @@ CORNERS = {"top left": (1, 0, 0), "top right": (0, 1, 0), "bottom left": (0, 0, 
 
 
 class Stage:
-    def __init__(self, programs, out):
+    def __init__(self, programs, out, options=()):
         self.programs = programs
         self.out = out
         self.screen = Screen()
-        self.cameras = VirtualCameras(programs, out)
+        self.cameras = VirtualCameras(programs, out, options=options)
         self.unit = None
         self.panel = None
 
     def open_panel(self):
         self.panel = Panel(self.programs, self.screen, self.out,
                            ["--size", "x".join(map(str, SIZE)), "--format", "YUYV"])
+
+    def close(self):
+        if self.panel and self.panel.alive():
+            self.panel.save_picture("panel-at-the-end")
+            self.panel.kill()
+        self.cameras.close()
+        self.screen.close()
 
     def corners(self):
         """The mean colours of the four patches as the preview shows them."""
@@ -57,11 +64,7 @@ def stage(programs, out):
     try:
         yield stage
     finally:
-        if stage.panel and stage.panel.alive():
-            stage.panel.save_picture("panel-at-the-end")
-            stage.panel.kill()
-        stage.cameras.close()
-        stage.screen.close()
+        stage.close()
 
 
 def picture_in_preview():

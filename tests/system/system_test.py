@@ -11,6 +11,8 @@ import driver_cases
 import movie_cases
 import panel_cases
 import profile_cases
+import usb_cases
+import usb_stream_cases
 from rig.report import Report
 
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
@@ -18,7 +20,11 @@ GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
     "movie": (movie_cases.stage, movie_cases.CASES),
+    "usb-stream": (usb_stream_cases.stage, usb_stream_cases.CASES),
+    "usb-stream-bulk": (usb_stream_cases.bulk_stage, usb_stream_cases.CASES),
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
+    "usb": (usb_cases.stage, usb_cases.CASES),
+    "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
 }
 
 

@@ -103,8 +103,12 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
 
 // Whatever this machine has: every camera that the capture half lists on the USB bus is known to the other
 // half.
-TEST_F(BackendsTest, TheMachinesOwnHalvesAgree) {
-    const Backends backends = makeBackends({}, mainQueue, diagnostics);
+class TheMachinesOwnHalves : public BackendsTest, public testing::WithParamInterface<CameraTransport> {};
+
+TEST_P(TheMachinesOwnHalves, Agree) {
+    BackendOptions options;
+    options.transport = GetParam();
+    const Backends backends = makeBackends(options, mainQueue, diagnostics);
     const auto prober = backends.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     std::set<std::uint32_t> locations;
@@ -116,7 +120,11 @@ TEST_F(BackendsTest, TheMachinesOwnHalvesAgree) {
         EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
             << location;
     }
+    EXPECT_TRUE(backends.capture->makeSession());
 }
+
+INSTANTIATE_TEST_SUITE_P(Both, TheMachinesOwnHalves,
+                         testing::Values(CameraTransport::kernel, CameraTransport::usb));
 
 } // namespace
 } // namespace tavelo

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/driver_watch.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace tavelo {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* programName = "tavelo-driver-watch";
+
+class SpawnActions {
+public:
+    SpawnActions() { ::posix_spawn_file_actions_init(&actions_); }
+    ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    SpawnActions(const SpawnActions&) = delete;
+    SpawnActions& operator=(const SpawnActions&) = delete;
+
+    posix_spawn_file_actions_t* get() { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+};
+
+class SpawnAttributes {
+public:
+    SpawnAttributes() { ::posix_spawnattr_init(&attributes_); }
+    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+
+    posix_spawnattr_t* get() { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+};
+
+// The other end becomes the process's standard input; of our output streams it must hold none.
+pid_t spawn(const fs::path& program, const std::string& node, const std::string& interface, int input) {
+    SpawnActions actions;
+    ::posix_spawn_file_actions_adddup2(actions.get(), input, STDIN_FILENO);
+    ::posix_spawn_file_actions_addopen(actions.get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_addopen(actions.get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    SpawnAttributes attributes;
+    // Whatever asks us or the whole session to end must not end the watch before us.
+    ::posix_spawnattr_setflags(attributes.get(), POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
+    sigset_t all;
+    ::sigfillset(&all);
+    ::posix_spawnattr_setsigmask(attributes.get(), &all);
+
+    std::array<std::string, 3> words{program.string(), node, interface};
+    std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
+    std::array<char*, 1> environment{nullptr};
+    pid_t process = -1;
+    const int result = ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(),
+                                     arguments.data(), environment.data());
+    return result == 0 ? process : -1;
+}
+
+} // namespace
+
+std::unique_ptr<DriverWatch> DriverWatch::start(const fs::path& program, const UsbAddress& device,
+                                                std::uint8_t controlInterface) {
+    // Sockets rather than a pipe: a word to a process that is gone already raises no signal.
+    std::array<int, 2> ends{-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return nullptr;
+    const FileDescriptor theirs(ends[0]);
+    FileDescriptor ours(ends[1]);
+    const pid_t process = spawn(program, device.path(), std::to_string(controlInterface), theirs.get());
+    if (process < 0) return nullptr;
+    return std::unique_ptr<DriverWatch>(new DriverWatch(process, std::move(ours)));
+}
+
+DriverWatch::~DriverWatch() {
+    const char word = 0;
+    [[maybe_unused]] const ssize_t sent = ::send(word_.get(), &word, sizeof word, MSG_NOSIGNAL);
+    word_.reset();
+    while (::waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+fs::path driverWatchProgram() {
+    std::error_code error;
+    const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+    if (error) return {};
+    for (const char* place : {"", "../" TAVELO_LIBEXEC, "../bin"}) {
+        fs::path program = folder / place / programName;
+        if (::access(program.c_str(), X_OK) == 0) return program;
+    }
+    return {};
+}
+
+} // namespace tavelo

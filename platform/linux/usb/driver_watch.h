@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// A small process beside ours that gives a camera back to the kernel's driver should we die.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/usb/usb_handle.h"
+
+namespace tavelo {
+
+/// The kernel releases what a dying process had claimed, but asks no driver to take it.  So another process
+/// waits at the end of a pipe: when the pipe breaks without a word, it asks the driver.
+///
+/// Destroying it says the word and waits for the process's end, a matter of milliseconds.  Thread-bound.
+class DriverWatch {
+public:
+    /// Null where the program cannot be started.
+    static std::unique_ptr<DriverWatch> start(const std::filesystem::path& program, const UsbAddress& device,
+                                              std::uint8_t controlInterface);
+
+    ~DriverWatch();
+    DriverWatch(const DriverWatch&) = delete;
+    DriverWatch& operator=(const DriverWatch&) = delete;
+
+    pid_t process() const { return process_; }
+
+private:
+    DriverWatch(pid_t process, FileDescriptor word) : process_(process), word_(std::move(word)) {}
+
+    const pid_t process_;
+    FileDescriptor word_;
+};
+
+/// Where the watching program lies: beside this one, or where an installation puts it.  Empty where it is
+/// nowhere.
+std::filesystem::path driverWatchProgram();
+
+} // namespace tavelo

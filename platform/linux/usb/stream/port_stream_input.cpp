@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/stream/port_stream_input.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/usb/stream/streaming_descriptors.h"
+
+namespace tavelo {
+namespace {
+
+using Clock = FrameMailbox::Clock;
+
+// About a second of nothing but damage is worth a line.
+constexpr int droppedWorthALine = 30;
+
+StreamEnd streamEndOf(ErrorCode code) {
+    switch (code) {
+        case ErrorCode::gone:
+            return StreamEnd::gone;
+        case ErrorCode::busy:
+            return StreamEnd::busy;
+        case ErrorCode::denied:
+            return StreamEnd::denied;
+        default:
+            return StreamEnd::failed;
+    }
+}
+
+std::string textOf(const UsbStreamOver& over) {
+    switch (over.end) {
+        case StreamEnd::busy:
+            return "streaming: another program uses the camera; waiting for it";
+        case StreamEnd::denied:
+            return "opening: no permission";
+        case StreamEnd::busFull:
+            return "streaming: the USB bus has no room for any format; trying again";
+        case StreamEnd::silent:
+            return "streaming: " + over.reason + "; starting it again";
+        default:
+            return "streaming: " + over.reason + "; trying again";
+    }
+}
+
+} // namespace
+
+PortStreamInput::PortStreamInput(std::shared_ptr<CaptureDevice> device, PortStreamSetup setup)
+    : device_(std::move(device)),
+      setup_(std::move(setup)),
+      policy_(setup_.patience) {}
+
+PortStreamInput::~PortStreamInput() {
+    stop();
+}
+
+void PortStreamInput::start(FrameSink& sink) {
+    if (thread_.joinable()) return;
+    mailbox_.clearStop();
+    policy_ = V4l2RetryPolicy(setup_.patience);
+    thread_ = std::thread([this, &sink] {
+        pthread_setname_np(pthread_self(), "usb capture");
+        run(sink);
+    });
+}
+
+void PortStreamInput::stop() {
+    if (!thread_.joinable()) return;
+    mailbox_.stop();
+    thread_.join();
+}
+
+// A camera that fell silent stays ours, since giving it back to the kernel's driver takes it seconds; after
+// other trouble it is opened anew.
+void PortStreamInput::run(FrameSink& sink) {
+    UsbStreamConnection connection;
+    for (;;) {
+        const UsbStreamOver over = streamOnce(connection, sink);
+        if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) connection = {};
+        const auto decision = policy_.after(over.end);
+        if (decision.report) report(over);
+        if (!decision.wait || mailbox_.waitForStop(*decision.wait)) return;
+    }
+}
+
+UsbStreamOver PortStreamInput::streamOnce(UsbStreamConnection& connection, FrameSink& sink) {
+    Error error;
+    if (!connection.port) connection = setup_.connect(error);
+    if (!connection.port) return {streamEndOf(error.code), error.text};
+    const UvcStreamingInterface interface =
+        streamingInterfaceOf(connection.configurationDescriptor, connection.streamingInterface);
+    UsbStream stream(*connection.port, mailbox_);
+    if (auto failed = stream.start(interface, setup_.request)) return *failed;
+    if (!converter_.setFormat(stream.format()))
+        return {StreamEnd::failed, "the picture's size makes no sense"};
+    return pump(sink);
+}
+
+UsbStreamOver PortStreamInput::pump(FrameSink& sink) {
+    auto deadline = Clock::now() + policy_.firstFrame();
+    for (;;) {
+        switch (mailbox_.wait(deadline)) {
+            case FrameMailbox::Event::stopped:
+                return {};
+            case FrameMailbox::Event::silence:
+                return silent();
+            case FrameMailbox::Event::ended:
+                return {streamEndOf(mailbox_.endReason()), "the transfer of pictures broke off"};
+            case FrameMailbox::Event::frame:
+                deadline = Clock::now() + setup_.patience.silence;
+                policy_.frameCame();
+                if (handle(mailbox_.reading(), sink)) break;
+                if (++droppedInARow_ == droppedWorthALine)
+                    report("streaming: every frame of the last second was damaged");
+        }
+    }
+}
+
+UsbStreamOver PortStreamInput::silent() const {
+    return {StreamEnd::silent, mailbox_.damaged() > 0 ? "every frame was damaged" : "no frame came"};
+}
+
+bool PortStreamInput::handle(const FrameMailbox::Frame& frame, FrameSink& sink) {
+    auto picture = converter_.convert(std::span(frame.bytes).first(frame.size));
+    if (!picture) return false;
+    droppedInARow_ = 0;
+    const std::chrono::nanoseconds time = frame.time.time_since_epoch();
+    lastTime_ = std::max(time, lastTime_ + std::chrono::nanoseconds(1));
+    sink.consume({std::move(picture), MediaTime::fromNanoseconds(lastTime_)});
+    return true;
+}
+
+void PortStreamInput::report(const UsbStreamOver& over) {
+    report(textOf(over));
+}
+
+void PortStreamInput::report(const std::string& reason) {
+    setup_.diagnostics.report(device_ ? device_->uniqueID() : "USB camera", reason);
+}
+
+} // namespace tavelo

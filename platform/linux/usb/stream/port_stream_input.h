@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// The input of a session over any USB port, libusb's or a test's.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/capture.h"
+#include "platform/diagnostics.h"
+#include "platform/error.h"
+#include "platform/linux/frame_converter.h"
+#include "platform/linux/usb/stream/frame_mailbox.h"
+#include "platform/linux/usb/stream/usb_stream.h"
+#include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/linux/v4l2_retry_policy.h"
+
+namespace tavelo {
+
+/// A camera opened for streaming.
+struct UsbStreamConnection {
+    std::unique_ptr<UsbStreamPort> port; ///< null: it could not be opened
+    std::uint8_t streamingInterface = 0;
+    std::vector<std::uint8_t> configurationDescriptor;
+};
+
+struct PortStreamSetup {
+    std::function<UsbStreamConnection(Error&)> connect; ///< called on the stream's thread
+    Diagnostics& diagnostics;                           ///< must outlive the input
+    CaptureFormatRequest request;
+    V4l2Patience patience;
+};
+
+///     connect -> negotiate -> stream --(silent, busy, failed: wait)--> connect ...
+///                                    --(unplugged)--> rest until stop
+///
+/// Two threads: one handles the bus's events and assembles frames, the other does everything else, so that a
+/// picture that takes long to decode loses no bytes of those after it.
+class PortStreamInput final : public CaptureDeviceInput {
+public:
+    PortStreamInput(std::shared_ptr<CaptureDevice> device, PortStreamSetup setup);
+    ~PortStreamInput() override;
+
+    std::shared_ptr<CaptureDevice> device() const override { return device_; }
+    void start(FrameSink& sink) override;
+    void stop() override;
+
+private:
+    void run(FrameSink& sink);
+    UsbStreamOver streamOnce(UsbStreamConnection& connection, FrameSink& sink);
+    UsbStreamOver pump(FrameSink& sink);
+    UsbStreamOver silent() const;
+    bool handle(const FrameMailbox::Frame& frame, FrameSink& sink);
+    void report(const UsbStreamOver& over);
+    void report(const std::string& reason);
+
+    const std::shared_ptr<CaptureDevice> device_;
+    const PortStreamSetup setup_;
+    FrameMailbox mailbox_;
+    std::thread thread_;
+
+    // Of the streaming thread.
+    V4l2RetryPolicy policy_;
+    FrameConverter converter_;
+    std::chrono::nanoseconds lastTime_{0};
+    int droppedInARow_ = 0;
+};
+
+} // namespace tavelo

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/stream/usb_stream.h"
+
+#include <algorithm>
+
+namespace tavelo {
+namespace {
+
+constexpr std::uint32_t kilobyte = 1024;
+
+// Isochronous transfers come back every 4 ms on a high-speed bus; the ring lasts 64 ms, which is what the
+// threads that handle events may be late by before the bus loses bytes.
+constexpr std::uint32_t isochronousPackets = 32;
+constexpr std::uint32_t fewestIsochronousPackets = 8;
+constexpr std::uint32_t mostIsochronousBytes = 256 * kilobyte;
+constexpr std::size_t isochronousTransfers = 16;
+
+constexpr std::uint32_t mostBulkBytes = 64 * kilobyte;
+constexpr std::size_t bulkRing = std::size_t{512} * kilobyte;
+constexpr std::size_t fewestBulkTransfers = 4;
+constexpr std::size_t mostBulkTransfers = 32;
+
+constexpr std::size_t half(std::size_t value) {
+    return (value + 1) / 2;
+}
+
+// Bytes that an uncompressed frame has at least; 0: JPEG.
+std::size_t wholeFrame(const UvcFrameOffer& offer) {
+    const std::size_t width = offer.size.width;
+    const std::size_t height = offer.size.height;
+    if (offer.format == fourcc::mjpeg) return 0;
+    if (offer.format == fourcc::grey) return width * height;
+    if (offer.format == fourcc::nv12 || offer.format == fourcc::i420)
+        return 2 * half(width) * (height + half(height));
+    return 4 * half(width) * height;
+}
+
+// What the camera says of it is bounded by what makes sense.
+std::size_t bufferSize(const UvcFrameOffer& offer, std::uint32_t told) {
+    const std::size_t pixels = std::size_t{offer.size.width} * offer.size.height;
+    const std::size_t whole = wholeFrame(offer);
+    const std::size_t least = whole > 0 ? whole : pixels / 2 + std::size_t{64} * kilobyte;
+    const std::size_t most = whole > 0 ? 2 * whole : 4 * pixels + std::size_t{64} * kilobyte;
+    return std::clamp<std::size_t>(std::max(told, offer.maxFrameSize), least, most);
+}
+
+UsbTransferShape shapeFor(const UvcStreamSetting& setting, std::uint32_t maxPayload) {
+    if (setting.kind == UvcEndpointKind::isochronous) {
+        const std::uint32_t packets = std::clamp(mostIsochronousBytes / setting.packetSize,
+                                                 fewestIsochronousPackets, isochronousPackets);
+        return {setting.endpoint, true, setting.packetSize, packets};
+    }
+    const std::uint32_t wanted = maxPayload > 0 ? std::min(maxPayload, mostBulkBytes) : mostBulkBytes;
+    const std::uint32_t packets =
+        std::min((wanted + setting.packetSize - 1) / setting.packetSize, mostBulkBytes / setting.packetSize);
+    return {setting.endpoint, false, setting.packetSize * packets, 1};
+}
+
+std::size_t transfersFor(const UsbTransferShape& shape) {
+    if (shape.isochronous) return isochronousTransfers;
+    return std::clamp(bulkRing / shape.length(), fewestBulkTransfers, mostBulkTransfers);
+}
+
+} // namespace
+
+StreamEnd streamEndOf(UsbPortStatus status) {
+    switch (status) {
+        case UsbPortStatus::gone:
+            return StreamEnd::gone;
+        case UsbPortStatus::busy:
+            return StreamEnd::busy;
+        case UsbPortStatus::denied:
+            return StreamEnd::denied;
+        default:
+            return StreamEnd::failed;
+    }
+}
+
+UsbStream::~UsbStream() {
+    switchOff();
+}
+
+std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& interface,
+                                              const CaptureFormatRequest& request) {
+    // A program that crashed may have left it on.  Some cameras without any other setting refuse this one.
+    if (port_.setAlternate(0) == UsbPortStatus::gone) return UsbStreamOver{StreamEnd::gone, {}};
+    FormatSearch search(interface.offers, request);
+    for (auto proposal = search.best(); proposal; proposal = search.best()) {
+        if (mailbox_.isStopped()) return UsbStreamOver{};
+        switch (attempt(interface, search, *proposal)) {
+            case Outcome::streams:
+                return std::nullopt;
+            case Outcome::otherFormat:
+                break;
+            case Outcome::tooHeavy:
+                noRoom_ = true;
+                search.tooHeavy(*proposal);
+                break;
+            case Outcome::failed:
+                return over();
+        }
+    }
+    if (interface.offers.empty())
+        return UsbStreamOver{StreamEnd::failed, "the camera offers no format that we know"};
+    return over();
+}
+
+UsbStreamOver UsbStream::over() const {
+    if (status_ == UsbPortStatus::timedOut) return {StreamEnd::failed, "the camera does not answer"};
+    if (status_ == UsbPortStatus::stalled) return {StreamEnd::failed, "the camera refuses every format"};
+    const StreamEnd end = streamEndOf(status_);
+    if (end == StreamEnd::failed && noRoom_) return {StreamEnd::busFull, {}};
+    return {end, "the connection to the camera failed"};
+}
+
+UsbStream::Outcome UsbStream::attempt(const UvcStreamingInterface& interface, FormatSearch& search,
+                                      const FormatSearch::Proposal& proposal) {
+    UvcProbe probe(interface.version);
+    const UvcFrameOffer* offer = nullptr;
+    status_ = agree(interface, proposal, probe, offer);
+    if (status_ == UsbPortStatus::stalled) {
+        search.refused(proposal);
+        return Outcome::otherFormat;
+    }
+    if (status_ != UsbPortStatus::ok) return Outcome::failed;
+    if (offer == proposal.offer && !search.accepts(proposal, probe.frameInterval()))
+        return Outcome::otherFormat;
+    const UvcStreamSetting* setting = settingFor(interface, probe.maxPayload());
+    status_ = UsbPortStatus::failed;
+    if (setting == nullptr) return Outcome::tooHeavy;
+    status_ = commitStream(port_, probe);
+    if (status_ == UsbPortStatus::stalled) {
+        search.refused(proposal);
+        return Outcome::otherFormat;
+    }
+    return status_ == UsbPortStatus::ok ? switchOn(*setting, *offer, probe) : Outcome::failed;
+}
+
+// Some cameras bend what they are asked for to another format of theirs, and some answer with numbers that
+// they do not have; those mean what was asked.
+UsbPortStatus UsbStream::agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
+                               UvcProbe& probe, const UvcFrameOffer*& offer) {
+    probe.setFrame(proposal.offer->formatIndex, proposal.offer->frameIndex);
+    probe.setFrameInterval(proposal.interval);
+    const UsbPortStatus status = probeStream(port_, probe);
+    offer = proposal.offer;
+    const auto isAnswered = [&](const UvcFrameOffer& each) {
+        return each.formatIndex == probe.formatIndex() && each.frameIndex == probe.frameIndex();
+    };
+    if (isAnswered(*offer)) return status;
+    const auto answered = std::ranges::find_if(interface.offers, isAnswered);
+    if (answered != interface.offers.end())
+        offer = &*answered;
+    else
+        probe.setFrame(offer->formatIndex, offer->frameIndex);
+    return status;
+}
+
+// The bus is asked for its bandwidth by the setting, or with the first transfer; the system's answer does not
+// tell a lack of it from other trouble.
+UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const UvcFrameOffer& offer,
+                                       const UvcProbe& probe) {
+    format_ = {offer.format, offer.size, 0, offer.matrix, offer.format == fourcc::grey};
+    const bool isochronous = setting.kind == UvcEndpointKind::isochronous;
+    const UsbTransferShape shape = shapeFor(setting, probe.maxPayload());
+    mailbox_.open(bufferSize(offer, probe.maxFrameSize()));
+    assembler_ = std::make_unique<FrameAssembler>(mailbox_, wholeFrame(offer));
+    joiner_ = std::make_unique<PayloadJoiner>(*assembler_, shape, probe.maxPayload());
+    ring_ = std::make_unique<TransferRing>(
+        port_,
+        [this](std::span<const UsbPacket> packets) { joiner_->take(packets, FrameMailbox::Clock::now()); },
+        [this](UsbPortStatus reason) { mailbox_.end(reason); });
+    setting_ = setting;
+    if (setting.alternate != 0) status_ = port_.setAlternate(setting.alternate);
+    if (status_ == UsbPortStatus::ok) status_ = ring_->start(shape, transfersFor(shape));
+    if (status_ == UsbPortStatus::ok) return Outcome::streams;
+    switchOff();
+    if (status_ == UsbPortStatus::gone || !isochronous) return Outcome::failed;
+    status_ = UsbPortStatus::failed;
+    return Outcome::tooHeavy;
+}
+
+// A bulk endpoint has no setting that ends its stream; clearing its halt does.
+void UsbStream::switchOff() {
+    if (!setting_) return;
+    ring_.reset();
+    if (setting_->kind == UvcEndpointKind::bulk) port_.clearHalt(setting_->endpoint);
+    if (setting_->alternate != 0) port_.setAlternate(0);
+    setting_.reset();
+}
+
+} // namespace tavelo

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+// One run of a USB camera's stream: from the first probe to alternate setting 0.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/capture.h"
+#include "platform/linux/frame_converter.h"
+#include "platform/linux/usb/stream/format_search.h"
+#include "platform/linux/usb/stream/frame_assembler.h"
+#include "platform/linux/usb/stream/frame_mailbox.h"
+#include "platform/linux/usb/stream/streaming_descriptors.h"
+#include "platform/linux/usb/stream/transfer_ring.h"
+#include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/linux/usb/stream/uvc_probe.h"
+#include "platform/linux/v4l2_retry_policy.h"
+
+namespace tavelo {
+
+/// Why a run of a stream is over, with a sentence for people where there is something to say.
+struct UsbStreamOver {
+    StreamEnd end = StreamEnd::stopped;
+    std::string reason;
+};
+
+StreamEnd streamEndOf(UsbPortStatus status);
+
+/// Negotiates, switches the camera on, and fills a mailbox until it is destroyed, which switches the camera
+/// off.  Thread-bound; the mailbox's writer is whoever handles the port's events.
+class UsbStream {
+public:
+    /// Port and mailbox must outlive the stream.
+    UsbStream(UsbStreamPort& port, FrameMailbox& mailbox) : port_(port), mailbox_(mailbox) {}
+    ~UsbStream();
+    UsbStream(const UsbStream&) = delete;
+    UsbStream& operator=(const UsbStream&) = delete;
+
+    /// Called once.  Goes through the camera's formats, the best first, until one streams; looks between two
+    /// of them whether the mailbox was stopped.
+    /// @return nothing where pictures flow
+    std::optional<UsbStreamOver> start(const UvcStreamingInterface& interface,
+                                       const CaptureFormatRequest& request);
+
+    /// Of what streams; constant after start().
+    const FrameFormat& format() const { return format_; }
+
+private:
+    enum class Outcome : std::uint8_t { streams, otherFormat, tooHeavy, failed };
+
+    Outcome attempt(const UvcStreamingInterface& interface, FormatSearch& search,
+                    const FormatSearch::Proposal& proposal);
+    UsbPortStatus agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
+                        UvcProbe& probe, const UvcFrameOffer*& offer);
+    Outcome switchOn(const UvcStreamSetting& setting, const UvcFrameOffer& offer, const UvcProbe& probe);
+    void switchOff();
+    UsbStreamOver over() const;
+
+    UsbStreamPort& port_;
+    FrameMailbox& mailbox_;
+    FrameFormat format_;
+    UsbPortStatus status_ = UsbPortStatus::ok; // of what failed last
+    bool noRoom_ = false;                      // the bus refused one at least
+    std::optional<UvcStreamSetting> setting_;  // while the camera is switched on
+
+    std::unique_ptr<FrameAssembler> assembler_;
+    std::unique_ptr<PayloadJoiner> joiner_;
+    std::unique_ptr<TransferRing> ring_; // last: it uses the two above
+};
+
+} // namespace tavelo

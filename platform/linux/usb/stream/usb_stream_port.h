@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+// What streaming needs of a USB device: requests, alternate settings, transfers.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace tavelo {
+
+enum class UsbPortStatus : std::uint8_t {
+    ok,
+    stalled,  ///< the device refused
+    timedOut, ///< the device did not answer
+    gone,     ///< the device was unplugged
+    busy,     ///< another program or driver has it
+    denied,   ///< we lack the rights
+    failed,   ///< any other fault of the link
+};
+
+/// A class request to the streaming interface.
+struct UsbStreamRequest {
+    std::uint8_t code = 0; ///< bRequest; the direction follows from its top bit
+    std::uint8_t selector = 0;
+    std::span<std::uint8_t> data; ///< written, or filled
+};
+
+/// One packet of a transfer that is over; of a bulk transfer, all of it.
+struct UsbPacket {
+    std::span<const std::uint8_t> bytes;
+    bool damaged = false; ///< bytes are missing or wrong
+};
+
+/// Fixed for a transfer's life.
+struct UsbTransferShape {
+    std::uint8_t endpoint = 0;
+    bool isochronous = false;
+    std::uint32_t packetSize = 0;
+    std::uint32_t packets = 1; ///< bulk: 1
+
+    std::size_t length() const { return std::size_t{packetSize} * packets; }
+};
+
+/// A transfer with its buffer.  Not destroyed while it is under way.
+class UsbTransfer {
+public:
+    virtual ~UsbTransfer() = default;
+
+    /// Hands it to the system; from then on it ends exactly once.  May be called from within its end.
+    virtual UsbPortStatus submit() = 0;
+
+    /// Makes it end soon, if it is under way; its end is still told.
+    virtual void cancel() = 0;
+};
+
+class UsbTransferListener {
+public:
+    virtual ~UsbTransferListener() = default;
+
+    /// A transfer is over, its packets valid during the call.  Comes on a thread that handles events, ours or
+    /// another one that uses the same context; never two at once.
+    virtual void transferEnded(UsbTransfer& transfer, UsbPortStatus status,
+                               std::span<const UsbPacket> packets) noexcept = 0;
+};
+
+/// One opened device, for one streaming interface of it.  Requests and settings are thread-bound to the
+/// stream's thread; transfers may be submitted, cancelled and waited for on any.
+class UsbStreamPort {
+public:
+    virtual ~UsbStreamPort() = default;
+
+    /// @param done bytes of a read
+    virtual UsbPortStatus request(const UsbStreamRequest& request, std::size_t& done) = 0;
+    virtual UsbPortStatus setAlternate(std::uint8_t alternate) = 0;
+    virtual UsbPortStatus clearHalt(std::uint8_t endpoint) = 0;
+
+    /// Null where there is no memory.  The listener must outlive the transfer, the transfer not the port.
+    virtual std::unique_ptr<UsbTransfer> makeTransfer(const UsbTransferShape& shape,
+                                                      UsbTransferListener& listener) = 0;
+
+    /// Tells ends of transfers to their listeners; returns after the first ones, or when the time is over.
+    virtual UsbPortStatus handleEvents(std::chrono::milliseconds atMost) = 0;
+};
+
+} // namespace tavelo

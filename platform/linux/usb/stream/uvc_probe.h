@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// Probe and commit, the host's side: how a camera is told what to stream.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "platform/linux/usb/stream/usb_stream_port.h"
+
+namespace tavelo {
+
+/// The bytes of the probe and commit controls; what we do not know of stays as the camera wrote it.
+class UvcProbe {
+public:
+    static constexpr std::size_t smallest = 26;
+    static constexpr std::size_t largest = 48;
+    static constexpr std::size_t sizeFor(std::uint16_t version) {
+        return version >= 0x0150 ? largest : version >= 0x0110 ? 34 : smallest;
+    }
+
+    /// All zeros but the hint to keep the frame interval.
+    explicit UvcProbe(std::uint16_t version);
+
+    std::uint8_t formatIndex() const { return bytes_[2]; }
+    std::uint8_t frameIndex() const { return bytes_[3]; }
+    std::uint32_t frameInterval() const; ///< in 100 ns
+    std::uint32_t maxFrameSize() const;  ///< in bytes
+    std::uint32_t maxPayload() const;    ///< in bytes, with the header
+
+    void setFrame(std::uint8_t formatIndex, std::uint8_t frameIndex);
+    void setFrameInterval(std::uint32_t interval);
+
+    std::span<std::uint8_t> bytes() { return std::span(bytes_).first(size_); }
+    std::span<const std::uint8_t> bytes() const { return std::span(bytes_).first(size_); }
+    /// After the camera answered with so many.
+    void shrink(std::size_t size) { size_ = size; }
+
+private:
+    std::array<std::uint8_t, largest> bytes_{};
+    std::size_t size_;
+};
+
+/// Asks for what `probe` holds, which is replaced by what the camera makes of it.  An answer that is too
+/// short is `stalled` too.
+UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe);
+
+UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe);
+
+} // namespace tavelo

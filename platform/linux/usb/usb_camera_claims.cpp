@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/usb_camera_claims.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavelo {
+namespace {
+
+ErrorCode codeOf(int libusbError) {
+    switch (libusbError) {
+        case LIBUSB_ERROR_ACCESS:
+            return ErrorCode::denied;
+        case LIBUSB_ERROR_BUSY:
+            return ErrorCode::busy;
+        case LIBUSB_ERROR_NO_DEVICE:
+        case LIBUSB_ERROR_NOT_FOUND:
+            return ErrorCode::gone;
+        case LIBUSB_ERROR_TIMEOUT:
+            return ErrorCode::timeout;
+        default:
+            return ErrorCode::invalid;
+    }
+}
+
+} // namespace
+
+Error usbErrorOf(int libusbError, const std::string& what) {
+    return {codeOf(libusbError), what + ": " + libusb_strerror(libusbError)};
+}
+
+std::vector<std::uint8_t> UsbCameraAddress::interfaces() const {
+    std::vector<std::uint8_t> all;
+    all.reserve(1 + streamingInterfaces.size());
+    all.push_back(controlInterface);
+    for (const std::uint8_t interface : streamingInterfaces)
+        all.push_back(interface);
+    return all;
+}
+
+// An opened device whose interfaces are ours.  What was taken when a later step fails goes back as well.
+class UsbCameraClaims::TakenCamera {
+public:
+    TakenCamera(std::unique_ptr<UsbHandle> handle, UsbCameraAddress camera, Diagnostics& diagnostics)
+        : handle_(std::move(handle)),
+          camera_(std::move(camera)),
+          diagnostics_(diagnostics) {}
+
+    ~TakenCamera() {
+        giveBack();
+        watch_.reset(); // only now is there nothing left to watch
+    }
+    TakenCamera(const TakenCamera&) = delete;
+    TakenCamera& operator=(const TakenCamera&) = delete;
+
+    bool take(const WatchStarter& watch, Error& error) {
+        if (watch) watch_ = watch(camera_.device, camera_.controlInterface);
+        if (watch && !watch_)
+            report("no watch over it: after a crash of this program the kernel's driver will not have it");
+        // The driver lets go of its pictures before it lets go of the camera.
+        std::vector<std::uint8_t> interfaces = camera_.interfaces();
+        std::ranges::reverse(interfaces);
+        for (const std::uint8_t interface : interfaces) {
+            const int detached = handle_->detachKernelDriver(interface);
+            if (detached == LIBUSB_SUCCESS) detached_ = true;
+            const bool free = detached == LIBUSB_SUCCESS || detached == LIBUSB_ERROR_NOT_FOUND;
+            const int claimed = free ? handle_->claimInterface(interface) : detached;
+            if (claimed != LIBUSB_SUCCESS) {
+                error = usbErrorOf(claimed, "cannot take interface " + std::to_string(interface) + " of " +
+                                                camera_.device.path());
+                return false;
+            }
+            claimed_.push_back(interface);
+        }
+        return true;
+    }
+
+    UsbHandle& handle() { return *handle_; }
+
+private:
+    // The driver that meets the control interface takes the others itself, and finds them free.
+    void giveBack() {
+        for (const std::uint8_t interface : claimed_)
+            handle_->releaseInterface(interface);
+        if (claimed_.empty() && !detached_) return;
+        const int result = handle_->attachKernelDriver(camera_.controlInterface);
+        // Busy: a driver has it already, which was quicker.  Not found: no driver in this kernel wants it.
+        const bool fine = result == LIBUSB_SUCCESS || result == LIBUSB_ERROR_BUSY ||
+                          result == LIBUSB_ERROR_NOT_FOUND || result == LIBUSB_ERROR_NO_DEVICE;
+        if (!fine) report(std::string("giving it back to the kernel's driver: ") + libusb_strerror(result));
+    }
+
+    void report(const std::string& reason) const { diagnostics_.report(camera_.device.path(), reason); }
+
+    const std::unique_ptr<UsbHandle> handle_;
+    const UsbCameraAddress camera_;
+    Diagnostics& diagnostics_;
+    std::vector<std::uint8_t> claimed_;
+    bool detached_ = false;
+    std::shared_ptr<void> watch_;
+};
+
+class UsbCameraClaims::Claim final : public UsbCameraClaim {
+public:
+    /// Counted already.
+    Claim(std::shared_ptr<UsbHandleOpener> opener, std::shared_ptr<Slot> slot, UsbHandle& handle)
+        : opener_(std::move(opener)),
+          slot_(std::move(slot)),
+          handle_(handle) {}
+
+    ~Claim() override {
+        const std::lock_guard lock(slot_->mutex);
+        if (--slot_->holders == 0) slot_->taken.reset();
+    }
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+    UsbHandle& handle() override { return handle_; }
+
+private:
+    const std::shared_ptr<UsbHandleOpener> opener_; // handles must not outlive it
+    const std::shared_ptr<Slot> slot_;
+    UsbHandle& handle_;
+};
+
+UsbCameraClaims::UsbCameraClaims(std::shared_ptr<UsbHandleOpener> opener, WatchStarter watch,
+                                 Diagnostics& diagnostics)
+    : opener_(std::move(opener)),
+      watch_(std::move(watch)),
+      diagnostics_(diagnostics) {}
+
+UsbCameraClaims::~UsbCameraClaims() = default;
+
+std::shared_ptr<UsbCameraClaims::Slot> UsbCameraClaims::slotOf(const UsbCameraAddress& camera) {
+    const std::lock_guard lock(mutex_);
+    // Those that nobody refers to are free: whoever wants one has to come here first.
+    std::erase_if(slots_, [](const auto& entry) { return entry.second.use_count() == 1; });
+    std::shared_ptr<Slot>& slot = slots_[{camera.device, camera.controlInterface}];
+    if (!slot) slot = std::make_shared<Slot>();
+    return slot;
+}
+
+std::shared_ptr<UsbCameraClaim> UsbCameraClaims::acquire(const UsbCameraAddress& camera, Error& error) {
+    error = {};
+    const std::shared_ptr<Slot> slot = slotOf(camera);
+    const std::lock_guard lock(slot->mutex);
+    if (!slot->taken) {
+        int result = LIBUSB_SUCCESS;
+        std::unique_ptr<UsbHandle> handle = opener_->open(camera.device, result);
+        if (!handle) {
+            error = usbErrorOf(result, "cannot open " + camera.device.path());
+            return nullptr;
+        }
+        auto taken = std::make_unique<TakenCamera>(std::move(handle), camera, diagnostics_);
+        if (!taken->take(watch_, error)) return nullptr;
+        slot->taken = std::move(taken);
+    }
+    ++slot->holders;
+    return std::make_shared<Claim>(opener_, slot, slot->taken->handle());
+}
+
+} // namespace tavelo

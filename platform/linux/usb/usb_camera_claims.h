@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+// Cameras taken from the kernel's driver, and given back to it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/diagnostics.h"
+#include "platform/error.h"
+#include "platform/linux/usb/usb_handle.h"
+
+namespace tavelo {
+
+/// A video function that somebody wants for himself.
+struct UsbCameraAddress {
+    UsbAddress device;
+    std::uint8_t controlInterface = 0;
+    std::vector<std::uint8_t> streamingInterfaces;
+
+    /// The control interface, then the others.
+    std::vector<std::uint8_t> interfaces() const;
+};
+
+/// One holder's part of a taken camera.  Once the last part is gone the interfaces are released and the
+/// kernel's driver has the camera again, before the destructor returns; that takes as long as the driver
+/// needs to meet the camera.  Thread-safe.
+class UsbCameraClaim {
+public:
+    virtual ~UsbCameraClaim() = default;
+
+    virtual UsbHandle& handle() = 0;
+};
+
+/// Who holds which camera.
+///
+/// The first to ask takes the camera from its driver, further ones share it.  Thread-safe; taking and giving
+/// back of one camera wait for each other, those of different cameras do not.
+class UsbCameraClaims {
+public:
+    /// Starts to watch over a camera that is about to be taken.  The watch ends with the last reference to
+    /// what it returns; null where it cannot be watched.
+    using WatchStarter =
+        std::function<std::shared_ptr<void>(const UsbAddress&, std::uint8_t controlInterface)>;
+
+    /// @param diagnostics must outlive the claims
+    UsbCameraClaims(std::shared_ptr<UsbHandleOpener> opener, WatchStarter watch, Diagnostics& diagnostics);
+    ~UsbCameraClaims();
+    UsbCameraClaims(const UsbCameraClaims&) = delete;
+    UsbCameraClaims& operator=(const UsbCameraClaims&) = delete;
+
+    /// Null with the reason where the camera cannot be had; it is its driver's then as it was before.
+    /// May outlive this object.
+    std::shared_ptr<UsbCameraClaim> acquire(const UsbCameraAddress& camera, Error& error);
+
+    libusb_context* context() const { return opener_->context(); }
+
+private:
+    class TakenCamera;
+    class Claim;
+    /// A place for a camera, taken or not.
+    struct Slot {
+        std::mutex mutex; // guards the rest, and is held while the camera is taken and given back
+        int holders = 0;
+        std::unique_ptr<TakenCamera> taken;
+    };
+
+    std::shared_ptr<Slot> slotOf(const UsbCameraAddress& camera);
+
+    const std::shared_ptr<UsbHandleOpener> opener_;
+    const WatchStarter watch_;
+    Diagnostics& diagnostics_;
+
+    std::mutex mutex_; // guards slots_
+    std::map<std::pair<UsbAddress, std::uint8_t>, std::shared_ptr<Slot>> slots_;
+};
+
+/// libusb's error in the words of the platform.
+Error usbErrorOf(int libusbError, const std::string& what);
+
+} // namespace tavelo

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/usb_camera_list.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "platform/common/location_id.h"
+#include "platform/common/uvc_descriptors.h"
+#include "platform/linux/sysfs_usb.h"
+#include "platform/linux/usb/usb_video_function.h"
+
+namespace tavelo {
+namespace {
+
+// The camera chose the text; none of it may steer a terminal.
+std::string printable(std::string text) {
+    std::ranges::replace_if(
+        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
+    return text;
+}
+
+// As the kernel's driver names a camera without a product string.
+std::string nameOf(const SysfsUsbDevice& device) {
+    if (!device.product.empty()) return printable(device.product);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "UVC Camera (%04x:%04x)", unsigned{device.vendorID},
+                  unsigned{device.productID});
+    return text.data();
+}
+
+std::vector<UsbCamera> camerasOf(const SysfsUsbDevice& device, const UsbDescriptors& descriptors) {
+    std::vector<UsbCamera> cameras;
+    const std::vector<std::uint8_t> functions = videoControlInterfaces(descriptors.configuration);
+    for (const std::uint8_t number : functions) {
+        const UsbVideoFunction function = videoFunctionOf(descriptors.configuration, number);
+        if (function.streamingInterfaces.empty()) continue;
+        const bool first = number == functions.front();
+        cameras.push_back({{{device.busNumber, device.deviceNumber}, number, function.streamingInterfaces},
+                           captureIdentifier(device.locationID, device.vendorID, device.productID,
+                                             first ? std::nullopt : std::optional(number)),
+                           first ? nameOf(device) : nameOf(device) + " (" + std::to_string(number) + ")",
+                           descriptors.configuration});
+    }
+    return cameras;
+}
+
+class UsbCaptureDevice final : public CaptureDevice, public std::enable_shared_from_this<UsbCaptureDevice> {
+public:
+    UsbCaptureDevice(UsbCamera camera, UsbInputMaker makeInput)
+        : camera_(std::move(camera)),
+          makeInput_(std::move(makeInput)) {}
+
+    const std::string& uniqueID() const override { return camera_.uniqueID; }
+    const std::string& localizedName() const override { return camera_.localizedName; }
+    bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+    std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override {
+        error = {};
+        return makeInput_(shared_from_this(), camera_, error);
+    }
+
+    const UsbCamera& camera() const { return camera_; }
+
+private:
+    const UsbCamera camera_;
+    const UsbInputMaker makeInput_;
+};
+
+} // namespace
+
+bool UsbCamera::isSameAs(const UsbCamera& other) const {
+    return address.device == other.address.device &&
+           address.controlInterface == other.address.controlInterface && uniqueID == other.uniqueID;
+}
+
+UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs) {
+    UsbCameraScan scan;
+    for (const SysfsUsbDevice& device : usbDevices(sysfs)) {
+        const auto descriptors = usbDescriptors(device);
+        if (!descriptors) continue;
+        if (descriptors->configuration.empty()) scan.unsettled = true;
+        for (UsbCamera& camera : camerasOf(device, *descriptors))
+            scan.cameras.push_back(std::move(camera));
+    }
+    return scan;
+}
+
+class UsbCameraList::Book {
+public:
+    explicit Book(UsbInputMaker makeInput) : makeInput_(std::move(makeInput)) {}
+
+    void apply(const std::vector<UsbCamera>& found) {
+        removeMissing(found);
+        for (const UsbCamera& camera : found) {
+            const auto isIt = [&](const auto& device) { return device->camera().isSameAs(camera); };
+            if (std::ranges::any_of(devices_, isIt)) continue;
+            devices_.push_back(std::make_shared<UsbCaptureDevice>(camera, makeInput_));
+            tell(&CaptureDeviceObserver::captureDeviceWasConnected, devices_.back());
+        }
+    }
+
+    std::vector<std::shared_ptr<CaptureDevice>> devices() const { return {devices_.begin(), devices_.end()}; }
+
+    void add(CaptureDeviceObserver* observer) { observers_.push_back(observer); }
+    void remove(CaptureDeviceObserver* observer) { std::erase(observers_, observer); }
+
+private:
+    void removeMissing(const std::vector<UsbCamera>& found) {
+        const auto missing = [&](const std::shared_ptr<UsbCaptureDevice>& device) {
+            return std::ranges::none_of(
+                found, [&](const UsbCamera& camera) { return device->camera().isSameAs(camera); });
+        };
+        for (auto gone = std::ranges::find_if(devices_, missing); gone != devices_.end();
+             gone = std::ranges::find_if(devices_, missing)) {
+            const std::shared_ptr<UsbCaptureDevice> device = *gone;
+            devices_.erase(gone);
+            tell(&CaptureDeviceObserver::captureDeviceWasDisconnected, device);
+        }
+    }
+
+    // An observer may add and remove observers while it is told, itself included.
+    void tell(void (CaptureDeviceObserver::*what)(const std::shared_ptr<CaptureDevice>&),
+              const std::shared_ptr<CaptureDevice>& device) {
+        for (CaptureDeviceObserver* observer : std::vector(observers_)) {
+            if (std::ranges::find(observers_, observer) != observers_.end()) (observer->*what)(device);
+        }
+    }
+
+    const UsbInputMaker makeInput_;
+    std::vector<std::shared_ptr<UsbCaptureDevice>> devices_;
+    std::vector<CaptureDeviceObserver*> observers_;
+};
+
+UsbCameraList::UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput)
+    : sysfs_(std::move(sysfs)),
+      mainQueue_(mainQueue),
+      book_(std::make_shared<Book>(std::move(makeInput))) {}
+
+UsbCameraList::~UsbCameraList() = default;
+
+void UsbCameraList::fill() {
+    book_->apply(scanUsbCameras(sysfs_).cameras);
+}
+
+bool UsbCameraList::rescan() {
+    const std::lock_guard lock(mutex_);
+    UsbCameraScan scan = scanUsbCameras(sysfs_);
+    mainQueue_.post([book = std::weak_ptr(book_), found = std::move(scan.cameras)] {
+        if (const auto alive = book.lock()) alive->apply(found);
+    });
+    return !scan.unsettled;
+}
+
+std::vector<std::shared_ptr<CaptureDevice>> UsbCameraList::devices() const {
+    return book_->devices();
+}
+
+void UsbCameraList::addObserver(CaptureDeviceObserver* observer) {
+    book_->add(observer);
+}
+
+void UsbCameraList::removeObserver(CaptureDeviceObserver* observer) {
+    book_->remove(observer);
+}
+
+} // namespace tavelo

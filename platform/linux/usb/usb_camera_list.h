@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+// The cameras on the USB bus as sources of pictures, whether a driver holds them or not.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/capture.h"
+#include "platform/linux/usb/usb_camera_claims.h"
+#include "platform/main_queue.h"
+
+namespace tavelo {
+
+/// A video function of a plugged-in device.
+struct UsbCamera {
+    UsbCameraAddress address;
+    std::string uniqueID;      ///< the same as the camera has through the kernel's driver
+    std::string localizedName; ///< printable, never empty
+    /// The active configuration with all that follows it.
+    std::vector<std::uint8_t> configurationDescriptor;
+
+    bool isSameAs(const UsbCamera& other) const;
+};
+
+struct UsbCameraScan {
+    std::vector<UsbCamera> cameras; ///< by bus and port
+    /// A device is so new that the kernel has not chosen its configuration: look again.
+    bool unsettled = false;
+};
+
+/// Reads sysfs alone, so that a camera is listed without rights to it and without waking it.  Reentrant.
+UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs);
+
+/// Makes the input of a camera; null with the reason where it cannot.  Called on the main thread.
+using UsbInputMaker = std::function<std::unique_ptr<CaptureDeviceInput>(
+    std::shared_ptr<CaptureDevice> device, const UsbCamera& camera, Error& error)>;
+
+/// Compares what a scan finds with what is known, and tells the difference.
+///
+/// Scans run on whatever thread hears of changes; the list itself belongs to the main thread.
+class UsbCameraList {
+public:
+    /// The queue must outlive the list.
+    UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput);
+    ~UsbCameraList();
+    UsbCameraList(const UsbCameraList&) = delete;
+    UsbCameraList& operator=(const UsbCameraList&) = delete;
+
+    /// Main thread: fills the list before anybody can have seen it, so no observer is told.
+    void fill();
+
+    /// Thread-safe: looks what has changed; the list and its observers learn of it on the main thread.
+    /// @return whether all devices were settled; if not, somebody has to ask again
+    bool rescan();
+
+    /// Main thread.  In the order of their arrival, those that were there first by bus and port.
+    std::vector<std::shared_ptr<CaptureDevice>> devices() const;
+    void addObserver(CaptureDeviceObserver* observer);
+    void removeObserver(CaptureDeviceObserver* observer);
+
+private:
+    /// Of the main thread; a task that comes after the list's end finds it gone.
+    class Book;
+
+    const std::filesystem::path sysfs_;
+    MainQueue& mainQueue_;
+    const std::shared_ptr<Book> book_;
+
+    std::mutex mutex_; // keeps scans in the order in which they are posted
+};
+
+} // namespace tavelo

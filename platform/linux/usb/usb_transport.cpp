@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/usb_transport.h"
+
+#include <atomic>
+#include <string>
+#include <utility>
+
+#include "platform/linux/usb/driver_watch.h"
+#include "platform/linux/usb/libusb_bus.h"
+#include "platform/linux/usb/stream/usb_stream_input.h"
+#include "platform/linux/usb/usb_rights.h"
+#include "platform/linux/usb/usb_transport_platforms.h"
+
+namespace tavelo {
+namespace {
+
+constexpr const char* keptByDriver = "; the cameras stay with the kernel's driver";
+
+// A camera that is plugged in later may lack the rule that those before had no need of.
+class RightsMindingOpener final : public UsbHandleOpener {
+public:
+    RightsMindingOpener(std::shared_ptr<UsbHandleOpener> opener,
+                        std::function<void(const std::string& line)> warn)
+        : opener_(std::move(opener)),
+          warn_(std::move(warn)) {}
+
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override {
+        auto handle = opener_->open(address, error);
+        if (error == LIBUSB_ERROR_ACCESS && !warned_.exchange(true)) warn_(missingRightsLine(address.path()));
+        return handle;
+    }
+    libusb_context* context() override { return opener_->context(); }
+
+private:
+    const std::shared_ptr<UsbHandleOpener> opener_;
+    const std::function<void(const std::string& line)> warn_;
+    std::atomic<bool> warned_ = false;
+};
+
+UsbCameraClaims::WatchStarter watchStarter() {
+    return [program = driverWatchProgram()](const UsbAddress& device,
+                                            std::uint8_t controlInterface) -> std::shared_ptr<void> {
+        return program.empty() ? nullptr : DriverWatch::start(program, device, controlInterface);
+    };
+}
+
+UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camera, Error& error) {
+    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera.address, error);
+    if (!claim) return {};
+    return {claim, claims.context(), claim->handle().native(), camera.address.streamingInterfaces.front(),
+            camera.configurationDescriptor};
+}
+
+// The camera is taken when the stream starts, on the stream's thread.
+UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
+                         const CaptureFormatRequest& request) {
+    return [claims, &diagnostics, request](std::shared_ptr<CaptureDevice> device, const UsbCamera& camera,
+                                           Error& /*error*/) {
+        const auto acquire = [claims, camera](Error& error) {
+            return takeForStreaming(*claims, camera, error);
+        };
+        return makeUsbStreamInput(std::move(device), {acquire, diagnostics, request});
+    };
+}
+
+} // namespace
+
+UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnostics,
+                                    const CaptureFormatRequest& request,
+                                    const std::function<void(const std::string& line)>& warn) {
+    const auto tell = warn ? warn : [](const std::string&) {};
+    if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
+        tell(missingRightsLine(*denied) + keptByDriver);
+        return {};
+    }
+    const std::shared_ptr<LibusbBus> bus = LibusbBus::open();
+    if (!bus) {
+        tell(std::string("libusb finds no USB here") + keptByDriver);
+        return {};
+    }
+    const auto claims = std::make_shared<UsbCameraClaims>(std::make_shared<RightsMindingOpener>(bus, tell),
+                                                          watchStarter(), diagnostics);
+    const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }};
+    return {makeUsbTransportUsbPlatform(transport, diagnostics),
+            makeUsbTransportCapturePlatform(transport, mainQueue, inputMaker(claims, diagnostics, request))};
+}
+
+} // namespace tavelo

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// The two halves of the transport that takes cameras from the kernel's driver.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include "platform/capture.h"
+#include "platform/diagnostics.h"
+#include "platform/linux/udev_events.h"
+#include "platform/linux/usb/usb_camera_claims.h"
+#include "platform/linux/usb/usb_camera_list.h"
+#include "platform/main_queue.h"
+#include "platform/usb_platform.h"
+
+namespace tavelo {
+
+/// What both halves stand on.
+struct UsbTransport {
+    std::shared_ptr<UsbCameraClaims> claims;
+    /// Tells of devices that come and go; may give null.  Called once for each listener.
+    std::function<std::unique_ptr<UdevEventSource>()> hotplugEvents;
+    std::filesystem::path sysfs = "/sys";
+};
+
+/// Controls: an interface that is opened takes its camera, and every request goes to it as built.
+///
+/// Thread-bound to the main thread, as are the services and devices it hands out; the interfaces are
+/// thread-safe.  What it hands out may outlive it, but not `diagnostics`.
+std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(const UsbTransport& transport,
+                                                         Diagnostics& diagnostics);
+
+/// Pictures: an input takes its camera while it streams.  Called on the main thread, on which observers are
+/// told later.
+std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(const UsbTransport& transport,
+                                                                 MainQueue& mainQueue,
+                                                                 UsbInputMaker makeInput);
+
+} // namespace tavelo

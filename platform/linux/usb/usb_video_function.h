@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// A camera as its configuration describes it: which interfaces belong together, which controls it lists.
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <map>
+#include <span>
+#include <vector>
+
+namespace tavelo {
+
+/// One video function of a device: its control interface and what that one rules.
+struct UsbVideoFunction {
+    std::uint8_t controlInterface = 0;
+    /// The streaming interfaces that the function's header names, those that exist.
+    std::vector<std::uint8_t> streamingInterfaces;
+
+    /// Whether the camera's descriptors list the control of an entity.  A camera whose control maps cannot be
+    /// read lists every control.
+    bool lists(std::uint8_t entity, std::uint8_t selector) const;
+
+    /// Selectors by entity identifier.
+    std::map<std::uint8_t, std::bitset<256>> controls;
+    bool mapsAreKnown = false;
+};
+
+/// Reads the function of a video-control interface.  Takes any bytes: what makes no sense is left out.
+/// Pure and reentrant.
+UsbVideoFunction videoFunctionOf(std::span<const std::uint8_t> configurationDescriptor,
+                                 std::uint8_t controlInterface);
+
+} // namespace tavelo

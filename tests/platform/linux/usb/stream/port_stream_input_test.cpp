@@ -1,0 +1,484 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/stream/port_stream_input.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "fake_usb_camera.h"
+#include "platform/virtual/virtual_camera_model.h"
+#include "stream_watching.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using test::FakeUsbCamera;
+using test::RememberedFrames;
+using test::RememberedLines;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Bytes = FakeUsbCamera::Bytes;
+using Counts = FakeUsbCamera::Counts;
+
+// Long where a test must not see it end, short where it waits for the end.
+constexpr V4l2Patience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr V4l2Patience impatient{50ms, 50ms, 1ms, 1ms, 5ms, 1ms, 4ms};
+
+constexpr std::uint32_t fps30 = 333'333;
+constexpr std::uint32_t fps15 = 666'666;
+constexpr std::size_t wholeFrame = 1024;
+
+constexpr std::uint8_t setCur = 0x01;
+constexpr std::uint8_t getCur = 0x81;
+constexpr std::uint8_t probe = 1;
+constexpr std::uint8_t commit = 2;
+
+VirtualCameraModel smallCamera() {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.offers = {{StreamEncoding::yuyv, 32, 16, {fps30, fps15}}};
+    return model;
+}
+
+VirtualCameraModel wideCamera() {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.offers = {{StreamEncoding::yuyv, 640, 480, {fps30}}, {StreamEncoding::mjpeg, 640, 480, {fps30}}};
+    return model;
+}
+
+// The packets of a frame in which every byte has that value, as many as its size needs.
+class FrameMaker {
+public:
+    std::vector<Bytes> next(std::size_t size = wholeFrame, std::uint8_t flags = 0) {
+        identifier_ ^= 1U;
+        std::vector<Bytes> packets;
+        for (std::size_t left = size; left > 0;) {
+            const std::size_t piece = std::min<std::size_t>(left, 180);
+            left -= piece;
+            const auto end = std::uint8_t(left == 0 ? 0x02 : 0);
+            Bytes packet{2, std::uint8_t(0x80 | identifier_ | end | flags)};
+            packet.resize(2 + piece, 0x80);
+            packets.push_back(std::move(packet));
+        }
+        return packets;
+    }
+
+private:
+    std::uint8_t identifier_ = 0;
+};
+
+class StreamTest : public testing::Test {
+protected:
+    void use(const VirtualCameraModel& model) { camera = std::make_unique<FakeUsbCamera>(model); }
+
+    PortStreamInput& start(const V4l2Patience& patience = patient, const CaptureFormatRequest& request = {}) {
+        input = std::make_unique<PortStreamInput>(
+            nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); }, lines, request,
+                                     patience});
+        input->start(frames);
+        return *input;
+    }
+    bool waitForStream() {
+        return camera->waitFor([](const Counts& counts) { return counts.underWay > 0; });
+    }
+    bool waitForAlternates(std::size_t count) {
+        return camera->waitFor([&](const Counts& counts) { return counts.alternates.size() >= count; });
+    }
+
+    // Everything that was taken was given back, and the camera is off.
+    void expectTidy() {
+        const Counts counts = camera->counts();
+        EXPECT_EQ(counts.connected, counts.disconnected);
+        EXPECT_EQ(counts.transfers, 0);
+        EXPECT_EQ(counts.underWay, 0);
+        EXPECT_FALSE(camera->firmware().streaming());
+    }
+
+    std::unique_ptr<FakeUsbCamera> camera = std::make_unique<FakeUsbCamera>(smallCamera());
+    RememberedLines lines;
+    RememberedFrames frames;
+    FrameMaker maker;
+    std::unique_ptr<PortStreamInput> input;
+};
+
+TEST_F(StreamTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
+    start();
+    ASSERT_TRUE(waitForStream());
+    const auto before = std::chrono::steady_clock::now().time_since_epoch();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    const auto after = std::chrono::steady_clock::now().time_since_epoch();
+    const SampleBuffer sample = frames.last();
+    ASSERT_TRUE(sample.imageBuffer);
+    EXPECT_EQ(sample.imageBuffer->width(), 32U);
+    EXPECT_EQ(sample.imageBuffer->height(), 16U);
+    EXPECT_GE(sample.presentationTimeStamp.value, before.count());
+    EXPECT_LE(sample.presentationTimeStamp.value, after.count());
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(StreamTest, AgreesOnTheChosenFormatAndRate) {
+    start(patient, {{}, 15.0, {}});
+    ASSERT_TRUE(waitForStream());
+    const auto format = camera->firmware().committedFormat();
+    ASSERT_TRUE(format);
+    EXPECT_EQ(format->width, 32);
+    EXPECT_EQ(format->frameInterval, fps15);
+}
+
+TEST_F(StreamTest, TakesNoMoreOfTheBusThanItNeedsAndGivesItBack) {
+    use(wideCamera());
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().alternateSetting(), 5) << "18 MB/s need 2431 bytes a microframe";
+    input->stop();
+    EXPECT_THAT(camera->counts().alternates, ElementsAre(0, 5, 0));
+    start(patient, {{}, {}, "MJPG"});
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.alternates.size() >= 5; }));
+    EXPECT_EQ(camera->counts().alternates[4], 2) << "a compressed stream needs less";
+}
+
+TEST_F(StreamTest, SubmitsTransfersAgainSoThatTheStreamGoesOn) {
+    start();
+    for (std::size_t count = 1; count <= 60; ++count) {
+        ASSERT_TRUE(camera->deliverSoon(maker.next()));
+        ASSERT_TRUE(frames.waitFor(count));
+    }
+    const auto times = frames.times();
+    EXPECT_TRUE(std::ranges::is_sorted(times, std::less_equal<>())) << "each later than the one before";
+}
+
+TEST_F(StreamTest, JoinsAFrameOverTransfersAndTakesSeveralOfOne) {
+    start();
+    auto first = maker.next();
+    const std::vector<Bytes> head(first.begin(), first.begin() + 2);
+    std::vector<Bytes> rest(first.begin() + 2, first.end());
+    for (const Bytes& packet : maker.next())
+        rest.push_back(packet);
+    ASSERT_TRUE(camera->deliverSoon(head));
+    ASSERT_TRUE(camera->deliverSoon(rest));
+    ASSERT_TRUE(frames.waitFor(1));
+}
+
+TEST_F(StreamTest, DropsDamagedAndShortFrames) {
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame - 1)));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(), UsbPortStatus::failed));
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    input->stop();
+    EXPECT_EQ(frames.count(), 1U);
+    EXPECT_THAT(lines.lines(), IsEmpty());
+}
+
+TEST_F(StreamTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame) {
+    start();
+    frames.hold(true);
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    const auto lastOne = std::chrono::steady_clock::now().time_since_epoch();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.submitted >= 16 + 101; }));
+    frames.hold(false);
+    ASSERT_TRUE(frames.waitFor(2));
+    input->stop();
+    EXPECT_LE(frames.count(), 3U);
+    EXPECT_GE(frames.times().back(), lastOne.count());
+}
+
+TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    auto half = maker.next();
+    half.resize(3);
+    ASSERT_TRUE(camera->deliverSoon(half));
+    camera->vanish();
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
+    const int requests = camera->counts().requests;
+    input->stop();
+    EXPECT_EQ(camera->counts().connected, 1) << "nothing to come back to";
+    EXPECT_EQ(camera->counts().requests, requests);
+    EXPECT_EQ(frames.count(), 1U);
+    EXPECT_THAT(lines.lines(), IsEmpty());
+    expectTidy();
+}
+
+TEST_F(StreamTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+    camera->vanish();
+    start();
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 1; }));
+    input->stop();
+    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_THAT(lines.lines(), IsEmpty());
+}
+
+TEST_F(StreamTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
+    for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
+        use(smallCamera());
+        camera->failRequest(code, selector, UsbPortStatus::gone);
+        start();
+        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
+        input->stop();
+        EXPECT_EQ(camera->counts().connected, 1);
+        expectTidy();
+    }
+    EXPECT_THAT(lines.lines(), IsEmpty());
+}
+
+TEST_F(StreamTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
+    start(impatient);
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(waitForAlternates(9));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no frame came")));
+    while (frames.count() < 2) // a delivery may fall between two runs
+        ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    input->stop();
+    EXPECT_EQ(camera->counts().connected, 1) << "it is not given back in between";
+    EXPECT_THAT(camera->counts().alternates, testing::Contains(0).Times(testing::Ge(4)));
+    expectTidy();
+}
+
+TEST_F(StreamTest, FramesThatAreAllDamagedCountAsSilence) {
+    V4l2Patience halfASecond = impatient;
+    halfASecond.firstFrame = 500ms;
+    start(halfASecond);
+    while (lines.lines().empty())
+        ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("every frame was damaged")));
+    EXPECT_EQ(frames.count(), 0U);
+}
+
+TEST_F(StreamTest, WaitsForAnotherProgramWithOneLine) {
+    camera->failConnect(ErrorCode::busy, 5);
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    EXPECT_EQ(camera->counts().connected, 6);
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another program")));
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(StreamTest, RightsThatNeverComeEndTheInputWithOneLine) {
+    camera->failConnect(ErrorCode::denied, 1000);
+    start();
+    ASSERT_TRUE(lines.waitFor(1));
+    input->stop();
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("permission")));
+    EXPECT_EQ(camera->counts().connected, 6) << "5 ms of patience, a try each";
+}
+
+TEST_F(StreamTest, AFullBusGetsALighterFormat) {
+    use(wideCamera());
+    camera->failAlternate(5, UsbPortStatus::failed);
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+    EXPECT_THAT(camera->counts().alternates, ElementsAre(0, 5, 0, 2));
+    EXPECT_THAT(lines.lines(), IsEmpty());
+}
+
+TEST_F(StreamTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
+    use(wideCamera());
+    camera->failSubmit(UsbPortStatus::failed);
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+}
+
+TEST_F(StreamTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
+    use(wideCamera());
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) {
+        if (bytes[2] == 1) bytes[23] = 0x10; // 4096 and more, for the first format
+    });
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+}
+
+TEST_F(StreamTest, ABusTooFullForAllIsTriedAgain) {
+    camera->failAlternate(1, UsbPortStatus::failed, 3);
+    start();
+    EXPECT_TRUE(waitForStream());
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no room")));
+    EXPECT_EQ(camera->counts().connected, 1);
+}
+
+TEST_F(StreamTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
+    for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
+        use(wideCamera());
+        camera->failRequest(code, selector, UsbPortStatus::stalled);
+        start();
+        ASSERT_TRUE(waitForStream());
+        EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+        input.reset();
+    }
+}
+
+TEST_F(StreamTest, ACameraThatBendsARequestStreamsWhatItSays) {
+    use(wideCamera());
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = 2; });
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+}
+
+TEST_F(StreamTest, ACameraThatAnswersWithNumbersOfNothingStreamsWhatWasAsked) {
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = bytes[3] = 0; });
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    EXPECT_TRUE(frames.waitFor(1));
+}
+
+TEST_F(StreamTest, ALyingFrameSizeIsBounded) {
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) {
+        std::ranges::fill(bytes.subspan(18, 4), std::uint8_t{0xFF});
+    });
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    EXPECT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(2 * wholeFrame + 1)));
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    EXPECT_TRUE(frames.waitFor(2));
+    input->stop();
+    EXPECT_EQ(frames.count(), 2U) << "the one that was too long is not there";
+}
+
+TEST_F(StreamTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
+    camera->failRequest(setCur, probe, UsbPortStatus::timedOut, 3);
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->counts().connected, 4);
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("does not answer")));
+}
+
+TEST_F(StreamTest, ACameraWithoutAFormatForUsSaysSo) {
+    VirtualCameraModel model = smallCamera();
+    model.alterConfiguration = [](std::vector<std::uint8_t>& bytes) {
+        const std::string_view code = "YUY2";
+        *std::search(bytes.begin(), bytes.end(), code.begin(), code.end()) = 'Q';
+    };
+    use(model);
+    start();
+    ASSERT_TRUE(lines.waitFor(1));
+    EXPECT_THAT(lines.lines().front(), HasSubstr("no format"));
+}
+
+TEST_F(StreamTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
+    VirtualCameraModel model = smallCamera();
+    model.transport = StreamTransport::bulk;
+    use(model);
+    start();
+    Bytes payload{2, 0x82};
+    payload.resize(2 + wholeFrame, 0x80);
+    ASSERT_TRUE(camera->deliverSoon({payload}));
+    ASSERT_TRUE(frames.waitFor(1));
+    EXPECT_TRUE(camera->firmware().streaming());
+    input->stop();
+    EXPECT_EQ(camera->counts().clearedHalts, 1);
+    expectTidy();
+}
+
+TEST_F(StreamTest, AHaltedBulkEndpointIsStartedAgain) {
+    VirtualCameraModel model = smallCamera();
+    model.transport = StreamTransport::bulk;
+    use(model);
+    start();
+    ASSERT_TRUE(camera->deliverSoon({}, UsbPortStatus::stalled));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 2; }));
+    Bytes payload{2, 0x82};
+    payload.resize(2 + wholeFrame, 0x80);
+    ASSERT_TRUE(camera->deliverSoon({payload}));
+    EXPECT_TRUE(frames.waitFor(1));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("broke off")));
+}
+
+TEST_F(StreamTest, MayBeStoppedAndStartedTenTimes) {
+    start();
+    for (std::size_t run = 1; run <= 10; ++run) {
+        ASSERT_TRUE(camera->deliverSoon(maker.next()));
+        ASSERT_TRUE(frames.waitFor(run));
+        input->stop();
+        input->stop();
+        expectTidy();
+        input->start(frames);
+        input->start(frames);
+    }
+}
+
+TEST_F(StreamTest, TwoCamerasMayTakeTurns) {
+    FakeUsbCamera other(smallCamera());
+    PortStreamInput second(nullptr, {[&](Error& error) { return other.connect(error); }, lines, {}, patient});
+    start();
+    for (std::size_t turn = 0; turn < 5; ++turn) {
+        ASSERT_TRUE(camera->deliverSoon(maker.next()));
+        ASSERT_TRUE(frames.waitFor(2 * turn + 1));
+        input->stop();
+        expectTidy();
+        second.start(frames);
+        ASSERT_TRUE(other.deliverSoon(maker.next()));
+        ASSERT_TRUE(frames.waitFor(2 * turn + 2));
+        second.stop();
+        EXPECT_EQ(other.counts().transfers, 0);
+        input->start(frames);
+    }
+}
+
+TEST_F(StreamTest, MayBeDestroyedWhileFramesPourIn) {
+    for (int round = 0; round < 20; ++round) {
+        start();
+        std::atomic<bool> done{false};
+        std::thread pouring([&] {
+            FrameMaker frame;
+            while (!done)
+                if (!camera->deliver(frame.next())) std::this_thread::yield();
+        });
+        EXPECT_TRUE(frames.waitFor(std::size_t(round) * 2 + 2));
+        input.reset();
+        const std::size_t count = frames.count();
+        expectTidy();
+        done = true;
+        pouring.join();
+        EXPECT_EQ(frames.count(), count) << "none follows";
+    }
+}
+
+TEST_F(StreamTest, MayBeStoppedAtAnyMoment) {
+    std::minstd_rand random(3);
+    start(impatient);
+    for (int round = 0; round < 150; ++round) {
+        switch (random() % 6) {
+            case 0:
+                camera->failRequest(setCur, commit, UsbPortStatus::stalled);
+                break;
+            case 1:
+                camera->failAlternate(1, UsbPortStatus::failed);
+                break;
+            case 2:
+                camera->failConnect(ErrorCode::busy, 2);
+                break;
+            case 3:
+                camera->failSubmit(UsbPortStatus::failed, 2);
+                break;
+            default:
+                break;
+        }
+        for (auto i = random() % 40; i > 0; --i) {
+            camera->deliver(maker.next(), random() % 3 == 0 ? UsbPortStatus::failed : UsbPortStatus::ok);
+            std::this_thread::yield();
+        }
+        input->stop();
+        expectTidy();
+        input->start(frames);
+    }
+    input.reset();
+    expectTidy();
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/stream/transfer_ring.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+
+#include "fake_usb_camera.h"
+#include "platform/virtual/virtual_camera_model.h"
+
+namespace tavelo {
+namespace {
+
+using test::FakeUsbCamera;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Bytes = FakeUsbCamera::Bytes;
+using Counts = FakeUsbCamera::Counts;
+
+constexpr UsbTransferShape shape{0x81, true, 16, 4};
+
+class RingTest : public testing::Test {
+protected:
+    RingTest() : port(camera.connect(error).port) {
+        ring = std::make_unique<TransferRing>(
+            *port,
+            [this](std::span<const UsbPacket> packets) {
+                const std::lock_guard lock(mutex);
+                for (const UsbPacket& packet : packets)
+                    if (!packet.bytes.empty()) taken.push_back(packet.damaged ? -1 : packet.bytes[0]);
+                ++calls;
+            },
+            [this](UsbPortStatus reason) {
+                const std::lock_guard lock(mutex);
+                ends.push_back(reason);
+            });
+    }
+
+    std::vector<int> takenSoFar() {
+        const std::lock_guard lock(mutex);
+        return taken;
+    }
+    std::vector<UsbPortStatus> endsSoFar() {
+        const std::lock_guard lock(mutex);
+        return ends;
+    }
+    bool waitUntilIdle() {
+        return camera.waitFor([](const Counts& counts) { return counts.underWay == 0; });
+    }
+
+    Error error;
+    FakeUsbCamera camera{virtualCameraModel(1)};
+    std::unique_ptr<UsbStreamPort> port;
+    std::mutex mutex; // guards what the ring's calls change
+    std::vector<int> taken;
+    std::vector<UsbPortStatus> ends;
+    std::atomic<int> calls{0};
+    std::unique_ptr<TransferRing> ring; // last: its calls use the rest
+};
+
+TEST_F(RingTest, KeepsAllTransfersUnderWayAndTakesTheirPacketsInOrder) {
+    ASSERT_EQ(ring->start(shape, 3), UsbPortStatus::ok);
+    EXPECT_EQ(camera.counts().underWay, 3);
+    for (std::uint8_t i = 0; i < 10; ++i)
+        ASSERT_TRUE(camera.deliverSoon({{std::uint8_t(2 * i)}, {}, {std::uint8_t(2 * i + 1)}}));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 13; }));
+    const auto all = takenSoFar();
+    ASSERT_EQ(all.size(), 20U);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(all[std::size_t(i)], i);
+}
+
+TEST_F(RingTest, StopWaitsForTheEndOfEveryTransfer) {
+    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    ring->stop();
+    EXPECT_EQ(camera.counts().underWay, 0);
+    EXPECT_THAT(endsSoFar(), IsEmpty()) << "it did not end by itself";
+    ring->stop();
+    ring.reset();
+    EXPECT_EQ(camera.counts().transfers, 0);
+}
+
+TEST_F(RingTest, GoesOnAfterDamage) {
+    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
+    ASSERT_TRUE(camera.deliverSoon({{1}}, UsbPortStatus::failed));
+    ASSERT_TRUE(camera.deliverSoon({{2}}));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 4; }));
+    EXPECT_THAT(takenSoFar(), ElementsAre(-1, 2));
+}
+
+TEST_F(RingTest, NothingButDamageEndsIt) {
+    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
+    for (int i = 0; i <= TransferRing::mostFaultsInARow; ++i)
+        ASSERT_TRUE(camera.deliverSoon({}, UsbPortStatus::failed));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 102; }));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 1; }));
+    ring->stop();
+    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::failed));
+}
+
+TEST_F(RingTest, ADeviceThatGoesEndsItOnceAndItRests) {
+    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    camera.vanish();
+    ASSERT_TRUE(waitUntilIdle());
+    ring->stop();
+    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::gone));
+    EXPECT_EQ(camera.counts().submitted, 4) << "none was submitted again";
+}
+
+TEST_F(RingTest, AHaltedEndpointEndsIt) {
+    ASSERT_EQ(ring->start({0x81, false, 64, 1}, 4), UsbPortStatus::ok);
+    ASSERT_TRUE(camera.deliverSoon({}, UsbPortStatus::stalled));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 3; }));
+    ring->stop();
+    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::stalled));
+    EXPECT_EQ(camera.counts().underWay, 0);
+}
+
+TEST_F(RingTest, ARefusalToSubmitAgainEndsIt) {
+    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
+    camera.failSubmit(UsbPortStatus::gone);
+    ASSERT_TRUE(camera.deliverSoon({{1}}));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 1; }));
+    ring->stop();
+    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::gone));
+    EXPECT_THAT(takenSoFar(), ElementsAre(1));
+}
+
+TEST_F(RingTest, AStartThatFailsLeavesNothingUnderWay) {
+    camera.failSubmit(UsbPortStatus::failed);
+    EXPECT_EQ(ring->start(shape, 4), UsbPortStatus::failed);
+    EXPECT_EQ(camera.counts().underWay, 0);
+    EXPECT_THAT(endsSoFar(), IsEmpty());
+}
+
+TEST_F(RingTest, RunsWithFewerTransfersWhereMemoryIsShort) {
+    camera.failSubmit(UsbPortStatus::ok, 3);
+    camera.failSubmit(UsbPortStatus::failed);
+    ASSERT_EQ(ring->start(shape, 8), UsbPortStatus::ok);
+    EXPECT_EQ(camera.counts().underWay, 3);
+}
+
+TEST_F(RingTest, AnotherThreadMayHandleItsEvents) {
+    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    std::atomic<bool> done{false};
+    std::thread other([&] {
+        while (!done)
+            port->handleEvents(std::chrono::milliseconds(1));
+    });
+    for (int i = 0; i < 500; ++i)
+        ASSERT_TRUE(camera.deliverSoon({{std::uint8_t(i)}}));
+    ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 504; }));
+    ring->stop();
+    EXPECT_EQ(takenSoFar().size(), 500U);
+    ring.reset();
+    done = true;
+    other.join();
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/usb_camera_claims.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "fake_usb_camera.h"
+#include "recorded_diagnostics.h"
+
+namespace tavelo::test {
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+using Holder = FakeUsbCamera::Holder;
+
+const UsbCameraAddress address{{1, 5}, 0, {1}};
+
+class CameraClaims : public testing::Test {
+protected:
+    std::shared_ptr<UsbCameraClaim> acquire() { return claims->acquire(address, error); }
+
+    std::shared_ptr<void> startWatch(const UsbAddress& device, std::uint8_t controlInterface) {
+        camera->note("watch " + device.path() + " " + std::to_string(controlInterface));
+        return {nullptr, [camera = camera](void*) { camera->note("watch ends"); }};
+    }
+
+    RecordedDiagnostics diagnostics;
+    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
+    std::unique_ptr<UsbCameraClaims> claims = std::make_unique<UsbCameraClaims>(camera, nullptr, diagnostics);
+    Error error;
+};
+
+TEST_F(CameraClaims, TheFirstHolderTakesThePicturesBeforeTheControls) {
+    const auto claim = acquire();
+    ASSERT_TRUE(claim) << error.text;
+    EXPECT_EQ(error.code, ErrorCode::none);
+    EXPECT_EQ(camera->openedAddress(), address.device);
+    EXPECT_THAT(camera->calls(), ElementsAre("open", "detach 1", "claim 1", "detach 0", "claim 0"));
+    EXPECT_EQ(camera->holder(0), Holder::us);
+    EXPECT_EQ(camera->holder(1), Holder::us);
+}
+
+TEST_F(CameraClaims, FurtherHoldersShareWhatTheFirstOneTook) {
+    const auto first = acquire();
+    const std::size_t before = camera->calls().size();
+    const auto second = acquire();
+    ASSERT_TRUE(second);
+    EXPECT_EQ(&first->handle(), &second->handle());
+    EXPECT_THAT(camera->calls(), SizeIs(before));
+}
+
+TEST_F(CameraClaims, TheLastHolderGivesTheCameraBackOnceEverythingIsReleased) {
+    auto first = acquire();
+    auto second = acquire();
+    first.reset();
+    EXPECT_EQ(camera->holder(0), Holder::us);
+    const std::size_t before = camera->calls().size();
+    second.reset();
+    auto calls = camera->calls();
+    calls.erase(calls.begin(), calls.begin() + std::ptrdiff_t(before));
+    EXPECT_THAT(calls, ElementsAre("release 1", "release 0", "attach 0", "close"));
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(CameraClaims, ACameraWithoutADriverIsTakenToo) {
+    camera->setHolder(0, Holder::nobody);
+    camera->setHolder(1, Holder::nobody);
+    EXPECT_TRUE(acquire());
+}
+
+TEST_F(CameraClaims, AClaimMayOutliveTheClaims) {
+    auto claim = acquire();
+    claims.reset();
+    EXPECT_EQ(claim->handle().claimInterface(0), LIBUSB_ERROR_BUSY);
+    claim.reset();
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+}
+
+TEST_F(CameraClaims, TwoCamerasAreTwoHandles) {
+    const auto first = acquire();
+    camera->setHolder(0, Holder::driver);
+    camera->setHolder(1, Holder::driver);
+    const auto second = claims->acquire({{1, 6}, 0, {1}}, error);
+    ASSERT_TRUE(second) << error.text;
+    EXPECT_NE(&first->handle(), &second->handle());
+    EXPECT_EQ(camera->openedAddress(), (UsbAddress{1, 6}));
+}
+
+TEST_F(CameraClaims, TheWatchBeginsBeforeTheDriverLetsGoAndEndsAfterItIsBack) {
+    claims = std::make_unique<UsbCameraClaims>(
+        camera, [this](const auto& device, auto interface) { return startWatch(device, interface); },
+        diagnostics);
+    acquire().reset();
+    EXPECT_THAT(camera->calls(),
+                ElementsAre("open", "watch /dev/bus/usb/001/005 0", "detach 1", "claim 1", "detach 0",
+                            "claim 0", "release 1", "release 0", "attach 0", "watch ends", "close"));
+}
+
+TEST_F(CameraClaims, ACameraThatCannotBeWatchedIsTakenWithAWarning) {
+    claims = std::make_unique<UsbCameraClaims>(
+        camera, [](const auto&, auto) { return nullptr; }, diagnostics);
+    EXPECT_TRUE(acquire());
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("crash")));
+}
+
+TEST_F(CameraClaims, ADriverThatDoesNotComeBackIsReported) {
+    auto claim = acquire();
+    camera->fail("attach 0", LIBUSB_ERROR_OTHER);
+    claim.reset();
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("driver")));
+}
+
+TEST_F(CameraClaims, NothingIsSaidOfACameraThatWasUnpluggedMeanwhile) {
+    auto claim = acquire();
+    for (const char* call : {"release 0", "release 1", "attach 0"})
+        camera->fail(call, LIBUSB_ERROR_NO_DEVICE);
+    claim.reset();
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
+    camera->fail("claim 0", LIBUSB_ERROR_BUSY);
+    EXPECT_FALSE(acquire());
+    camera->fail("claim 0", LIBUSB_SUCCESS);
+    EXPECT_TRUE(acquire()) << error.text;
+    EXPECT_EQ(error.code, ErrorCode::none);
+}
+
+struct TakingFault {
+    const char* call;
+    int error;
+    ErrorCode expected;
+};
+
+class FailingToTake : public CameraClaims, public testing::WithParamInterface<TakingFault> {};
+
+TEST_P(FailingToTake, SaysWhyAndLeavesTheCameraToItsDriver) {
+    camera->fail(GetParam().call, GetParam().error);
+    EXPECT_FALSE(acquire());
+    EXPECT_EQ(error.code, GetParam().expected);
+    EXPECT_THAT(error.text, HasSubstr(address.device.path()));
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+    EXPECT_NE(camera->holder(1), Holder::us);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, FailingToTake,
+                         testing::Values(TakingFault{"open", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
+                                         TakingFault{"open", LIBUSB_ERROR_ACCESS, ErrorCode::denied},
+                                         TakingFault{"open", LIBUSB_ERROR_BUSY, ErrorCode::busy},
+                                         TakingFault{"open", LIBUSB_ERROR_NO_MEM, ErrorCode::invalid},
+                                         TakingFault{"detach 1", LIBUSB_ERROR_ACCESS, ErrorCode::denied},
+                                         TakingFault{"detach 1", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
+                                         TakingFault{"claim 1", LIBUSB_ERROR_BUSY, ErrorCode::busy},
+                                         TakingFault{"detach 0", LIBUSB_ERROR_TIMEOUT, ErrorCode::timeout},
+                                         TakingFault{"claim 0", LIBUSB_ERROR_BUSY, ErrorCode::busy},
+                                         TakingFault{"claim 0", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone}));
+
+TEST_F(CameraClaims, ACameraOfAnotherProgramIsBusyAndStaysItsOwn) {
+    camera->setHolder(0, Holder::otherProgram);
+    camera->setHolder(1, Holder::otherProgram);
+    EXPECT_FALSE(acquire());
+    EXPECT_EQ(error.code, ErrorCode::busy);
+    EXPECT_EQ(camera->holder(0), Holder::otherProgram);
+    EXPECT_THAT(camera->calls(), Each(Not(HasSubstr("attach 0"))));
+}
+
+TEST_F(CameraClaims, TakingAndGivingBackByManyThreadsNeverOverlap) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this] {
+            for (int round = 0; round < 200; ++round) {
+                Error reason;
+                EXPECT_TRUE(claims->acquire(address, reason)) << reason.text;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(camera->mostOpenAtOnce(), 1);
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+}
+
+} // namespace
+} // namespace tavelo::test

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/usb_transport_platforms.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <future>
+
+#include "descriptor_builder.h"
+#include "fake_sysfs.h"
+#include "fake_udev_events.h"
+#include "fake_usb_camera.h"
+#include "manual_main_queue.h"
+#include "platform/virtual/virtual_camera_descriptors.h"
+#include "platform/virtual/virtual_camera_firmware.h"
+#include "recorded_diagnostics.h"
+#include "uvc/kt_uvc_manager.h"
+
+namespace tavelo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
+
+// A camera's firmware at the other end of the default pipe.
+int answerOf(VirtualCameraFirmware& firmware, const UsbSetupPacket& packet, std::span<std::uint8_t> data) {
+    const UsbSetup setup{packet.requestType, packet.request, packet.value, packet.index,
+                         std::uint16_t(data.size())};
+    const bool read = (packet.requestType & 0x80) != 0;
+    const UsbReply reply = firmware.control(setup, read ? std::span<const std::uint8_t>() : data);
+    if (reply.kind == UsbReplyKind::stall) return LIBUSB_ERROR_PIPE;
+    if (reply.kind == UsbReplyKind::silence) return LIBUSB_ERROR_TIMEOUT;
+    if (!read) return int(data.size());
+    std::ranges::copy(reply.data, data.begin());
+    return int(reply.data.size());
+}
+
+class TransportPlatforms : public testing::Test {
+protected:
+    TransportPlatforms() {
+        tree.addRootHub("pci0000:00/0000:00:14.0", 1);
+        camera->answer([this](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
+            return answerOf(firmware, setup, data);
+        });
+    }
+
+    void plug() {
+        FakeSysfs::Device device;
+        device.name = "1-2";
+        device.deviceNumber = 9;
+        device.descriptors =
+            join({makeDeviceDescriptor(firmware.model()), makeConfigurationDescriptor(firmware.model())});
+        tree.addDevice(device);
+    }
+
+    std::unique_ptr<UsbDevice> deviceOf(UsbDeviceService& service) {
+        const auto plugIn = service.CreatePlugInInterface();
+        return plugIn ? plugIn->QueryInterface() : nullptr;
+    }
+
+    RecordedDiagnostics diagnostics;
+    ManualMainQueue mainQueue;
+    FakeSysfs tree;
+    VirtualCameraFirmware firmware{virtualCameraModel(1)};
+    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
+    std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
+    UsbTransport transport{std::make_shared<UsbCameraClaims>(camera, nullptr, diagnostics),
+                           [this] { return std::make_unique<FakeUdevEvents>(feed); }, tree.root()};
+    std::unique_ptr<UsbPlatform> usb = makeUsbTransportUsbPlatform(transport, diagnostics);
+};
+
+TEST_F(TransportPlatforms, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTakesTheCamera) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    ASSERT_THAT(services, SizeIs(1));
+    const auto device = deviceOf(*services.front());
+    ASSERT_TRUE(device);
+    const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_TRUE(interfaces);
+    ASSERT_THAT(*interfaces, SizeIs(1));
+    EXPECT_THAT(camera->calls(), IsEmpty()); // nothing is taken by looking
+    auto interface = interfaces->front()->openInterface();
+    ASSERT_TRUE(interface);
+    EXPECT_EQ(interface->GetInterfaceNumber(), 0);
+    EXPECT_EQ(camera->openedAddress(), (UsbAddress{1, 9}));
+    EXPECT_EQ(camera->holder(1), FakeUsbCamera::Holder::us);
+    interface.reset();
+    EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::driver);
+}
+
+TEST_F(TransportPlatforms, ADeviceThatVanishedAfterTheListingGivesNoPlugIn) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    tree.removeDevice("1-2");
+    EXPECT_EQ(services.front()->CreatePlugInInterface(), nullptr);
+}
+
+TEST_F(TransportPlatforms, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    const auto device = deviceOf(*services.front());
+    tree.removeDevice("1-2");
+    EXPECT_FALSE(device->CreateInterfaceIterator(videoControlMatch));
+}
+
+TEST_F(TransportPlatforms, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    const auto device = deviceOf(*services.front());
+    const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
+    camera->fail("open", LIBUSB_ERROR_ACCESS);
+    EXPECT_FALSE(interfaces->front()->openInterface());
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("1-2")));
+}
+
+TEST_F(TransportPlatforms, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
+    plug();
+    const auto services = usb->matchingDeviceServices();
+    const auto device = deviceOf(*services.front());
+    camera->failOnce("open", LIBUSB_ERROR_IO);
+    EXPECT_TRUE(device->CreateInterfaceIterator(videoControlMatch)->front()->openInterface());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
+    plug();
+    firmware.setControlValue(control::autoExposureMode, 1);
+    KTUVCManager manager({usb.get(), nullptr});
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    ASSERT_THAT(manager.prober()->devicesArray(), SizeIs(1));
+    const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
+    ASSERT_TRUE(manager.refreshDataWithLocationID({location, location, location}));
+    for (const auto& parameters : manager.parametersArray())
+        EXPECT_TRUE(parameters->supported()) << parameters->string();
+    bool taken = false;
+    manager.setControlWithComplitionHandle(KTUVCControl::roll, -2, [&](bool success) { taken = success; });
+    EXPECT_TRUE(taken);
+    EXPECT_EQ(firmware.controlValue(control::roll), -2);
+    manager.releasePlatform();
+    EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::driver);
+}
+
+TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWereNotRead) {
+    plug();
+    int answers = 0;
+    camera->answer([&](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
+        return ++answers > 20 ? int(LIBUSB_ERROR_NO_DEVICE) : answerOf(firmware, setup, data);
+    });
+    KTUVCManager manager({usb.get(), nullptr});
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
+    EXPECT_TRUE(manager.refreshDataWithLocationID({location, location, location}));
+    EXPECT_EQ(answers, 21); // the first failure is the last request
+    EXPECT_TRUE(manager.parametersArray().front()->supported());
+    EXPECT_FALSE(manager.parametersArray().back()->supported());
+}
+
+TEST_F(TransportPlatforms, TheCaptureHalfHearsOfACameraFromTheHotplugEvents) {
+    class News final : public CaptureDeviceObserver {
+    public:
+        void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }
+        void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>&) override { ++left; }
+        int arrived = 0;
+        int left = 0;
+    } news;
+    const auto capture = makeUsbTransportCapturePlatform(transport, mainQueue, nullptr);
+    capture->addObserver(&news);
+    EXPECT_THAT(capture->devicesWithMediaType(MediaType::video), IsEmpty());
+    plug();
+    feed->push({});
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (news.arrived == 0 && std::chrono::steady_clock::now() < end)
+        mainQueue.drain();
+    EXPECT_EQ(news.arrived, 1);
+    EXPECT_THAT(capture->devicesWithMediaType(MediaType::video), SizeIs(1));
+    EXPECT_THAT(capture->devicesWithMediaType(MediaType::audio), IsEmpty());
+    tree.removeDevice("1-2");
+    feed->push({});
+    while (news.left == 0 && std::chrono::steady_clock::now() < end)
+        mainQueue.drain();
+    EXPECT_EQ(news.left, 1);
+    EXPECT_TRUE(capture->makeSession());
+    capture->removeObserver(&news);
+}
+
+TEST_F(TransportPlatforms, TheCaptureHalfEndsWhileADeviceIsUnsettled) {
+    FakeSysfs::Device fresh;
+    fresh.name = "1-3";
+    fresh.configurationValue = "";
+    fresh.descriptors = join({deviceDescriptor(), ordinaryCamera()});
+    tree.addDevice(fresh);
+    auto capture = makeUsbTransportCapturePlatform(transport, mainQueue, nullptr);
+    feed->push({});
+    auto ended = std::async(std::launch::async, [&] { capture.reset(); });
+    EXPECT_EQ(ended.wait_for(std::chrono::seconds(2)), std::future_status::ready);
+}
+
+} // namespace
+} // namespace tavelo::test

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+// Takes a camera over USB and does to it what the standard input says, so that a test can look from outside.
+//
+// Usage: usb_transport_check DEVICE (the kernel's name: 1-4)
+//
+// Prints "bound" once all controls were read, then for each of them "control NUMBER SUPPORTED VALUE MINIMUM
+// MAXIMUM DEFAULT", then "ready".  Orders, one a line, each answered with one line:
+//   set NUMBER VALUE                   "taken" or "refused"
+//   send TYPE REQUEST VALUE INDEX DATA numbers in hexadecimal, data as digits; for a read, zeros:
+//                                      the status as a number, the bytes that moved, the data, milliseconds
+// Ends in good order at the end of its input.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/sysfs_usb.h"
+#include "platform/linux/usb/usb_transport.h"
+#include "uvc/kt_uvc_manager.h"
+
+namespace tavelo {
+namespace {
+
+// Nobody waits for news of devices here.
+class NoMainQueue final : public MainQueue {
+public:
+    void post(Task /*task*/) override {}
+};
+
+class StandardError final : public Diagnostics {
+public:
+    void report(std::string_view device, std::string_view reason) noexcept override {
+        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
+                     reason.data());
+    }
+};
+
+std::vector<std::uint8_t> bytesOf(const std::string& digits) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t at = 0; at + 1 < digits.size(); at += 2)
+        bytes.push_back(std::uint8_t(std::strtoul(digits.substr(at, 2).c_str(), nullptr, 16)));
+    return bytes;
+}
+
+std::string set(KTUVCManager& manager, std::istream& words) {
+    unsigned number = 0;
+    std::int64_t value = 0;
+    if (!(words >> number >> value) || number >= controlCount) return "what?";
+    bool taken = false;
+    manager.setControlWithComplitionHandle(KTUVCControl(number), value,
+                                           [&](bool success) { taken = success; });
+    return taken ? "taken" : "refused";
+}
+
+std::string send(UsbInterface& interface, std::istream& words) {
+    unsigned type = 0;
+    unsigned code = 0;
+    unsigned value = 0;
+    unsigned index = 0;
+    std::string digits;
+    if (!(words >> std::hex >> type >> code >> value >> index >> digits)) return "what?";
+    std::vector<std::uint8_t> data = bytesOf(digits);
+    UsbControlRequest request{std::uint8_t(type),
+                              std::uint8_t(code),
+                              std::uint16_t(value),
+                              std::uint16_t(index),
+                              std::uint16_t(data.size()),
+                              data.data(),
+                              0};
+    const auto begin = std::chrono::steady_clock::now();
+    const UsbStatus status = interface.ControlRequest(request);
+    const auto took =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
+    std::ostringstream answer;
+    answer << int(status) << ' ' << request.bytesDone << ' ' << std::hex;
+    for (const std::uint8_t byte : data)
+        answer << unsigned(byte >> 4U) << unsigned(byte & 0xFU);
+    answer << ' ' << std::dec << took.count();
+    return answer.str();
+}
+
+void printControls(const KTUVCManager& manager) {
+    for (std::size_t i = 0; i < controlCount; ++i) {
+        const KTUVCParameters& control = *manager.parametersArray()[i];
+        std::printf("control %zu %d %lld %lld %lld %lld\n", i, control.supported() ? 1 : 0,
+                    static_cast<long long>(control.val()), static_cast<long long>(control.min()),
+                    static_cast<long long>(control.max()), static_cast<long long>(control.def()));
+    }
+}
+
+int fail(const std::string& reason) {
+    std::fprintf(stderr, "usb_transport_check: %s\n", reason.c_str());
+    return 2;
+}
+
+int check(const std::string& name) {
+    const auto devices = usbDevices("/sys");
+    const auto device = std::ranges::find(devices, name, &SysfsUsbDevice::name);
+    if (device == devices.end()) return fail("no device " + name);
+    const std::uint32_t location = device->locationID;
+    NoMainQueue mainQueue;
+    StandardError diagnostics;
+    const UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, {}, {});
+    if (!halves.usb) return fail("the cameras cannot be taken over USB");
+    KTUVCManager manager({halves.usb.get(), nullptr});
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    if (!manager.refreshDataWithLocationID({location, location, location})) return fail("it cannot be bound");
+    if (!manager.interface()) return fail("it cannot be opened");
+    std::puts("bound");
+    printControls(manager);
+    std::puts("ready");
+    std::fflush(stdout);
+    for (std::string line; std::getline(std::cin, line);) {
+        std::istringstream words(line);
+        std::string order;
+        words >> order;
+        const std::string answer = order == "set"    ? set(manager, words)
+                                   : order == "send" ? send(*manager.interface(), words)
+                                                     : "what?";
+        std::puts(answer.c_str());
+        std::fflush(stdout);
+    }
+    manager.releasePlatform();
+    return 0;
+}
+
+} // namespace
+} // namespace tavelo
+
+int main(int argc, char** argv) {
+    if (argc != 2) return tavelo::fail("usage: usb_transport_check DEVICE");
+    return tavelo::check(argv[1]);
+}
