@@ -6,6 +6,7 @@
 //   unplug    says "streaming", waits until the camera is pulled out, and ends
 // Exit status 1 where anything is not as it should be.
 
+#include <fcntl.h>
 #include <libusb.h>
 
 #include <algorithm>
@@ -21,8 +22,10 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/file_descriptor.h"
 #include "platform/linux/libusb_handles.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
+#include "platform/linux/usb/usb_handle.h"
 #include "platform/virtual/uvc_protocol.h"
 #include "platform/virtual/virtual_picture.h"
 
@@ -45,8 +48,9 @@ struct CloseHandle {
 // A camera with both of its interfaces taken from the kernel's driver, which gets them back.
 class OpenedCamera {
 public:
-    explicit OpenedCamera(libusb_context* context, libusb_device_handle* handle)
+    OpenedCamera(libusb_context* context, FileDescriptor node, libusb_device_handle* handle)
         : context_(context),
+          node_(std::move(node)),
           handle_(handle) {
         libusb_set_auto_detach_kernel_driver(handle, 1);
         isClaimed_ = libusb_claim_interface(handle, uvc::controlInterface) == 0 &&
@@ -74,6 +78,7 @@ public:
 
 private:
     libusb_context* const context_;
+    const FileDescriptor node_; // first: the handle uses it to its end
     const std::unique_ptr<libusb_device_handle, CloseHandle> handle_;
     bool isClaimed_ = false;
 };
@@ -84,15 +89,18 @@ std::shared_ptr<OpenedCamera> open(libusb_context* context, std::string_view ser
         libusb_device_descriptor descriptor{};
         libusb_get_device_descriptor(device, &descriptor);
         if (descriptor.idVendor != vendor || descriptor.idProduct != product) continue;
+        // As the USB transport does, and for the same reason: see LibusbBus::open.
+        const UsbAddress address{libusb_get_bus_number(device), libusb_get_device_address(device)};
+        FileDescriptor node(::open(address.path().c_str(), O_RDWR | O_CLOEXEC));
         libusb_device_handle* opened = nullptr;
-        if (libusb_open(device, &opened) != 0) continue;
+        if (!node.isOpen() || libusb_wrap_sys_device(context, node.get(), &opened) != 0) continue;
         std::unique_ptr<libusb_device_handle, CloseHandle> handle(opened);
         std::array<unsigned char, 64> text{};
         const int length = libusb_get_string_descriptor_ascii(opened, descriptor.iSerialNumber, text.data(),
                                                               int(text.size()));
         if (length < 0 || !std::equal(serial.begin(), serial.end(), text.begin(), text.begin() + length))
             continue;
-        return std::make_shared<OpenedCamera>(context, handle.release());
+        return std::make_shared<OpenedCamera>(context, std::move(node), handle.release());
     }
     return nullptr;
 }
