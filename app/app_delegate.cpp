@@ -3,7 +3,7 @@
 
 namespace tavelo {
 
-AppDelegate::AppDelegate(KTWindowController& windowController, CameraAccess& cameraAccess)
+AppDelegate::AppDelegate(KTWindowController& windowController, const CameraAccess& cameraAccess)
     : windowController_(windowController),
       cameraAccess_(cameraAccess) {}
 

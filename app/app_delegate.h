@@ -12,7 +12,7 @@ class AppDelegate {
 public:
     /// Both outlive the delegate.
     /// @param windowController shows the application's first window
-    AppDelegate(KTWindowController& windowController, CameraAccess& cameraAccess);
+    AppDelegate(KTWindowController& windowController, const CameraAccess& cameraAccess);
 
     /// The main window; null before applicationDidFinishLaunching().
     KTWindow* window() const { return window_; }
@@ -29,7 +29,7 @@ public:
 
 private:
     KTWindowController& windowController_;
-    CameraAccess& cameraAccess_;
+    const CameraAccess& cameraAccess_;
     KTWindow* window_ = nullptr;
 };
 

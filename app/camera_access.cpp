@@ -5,20 +5,17 @@
 #include <QDBusPendingCall>
 #include <QFile>
 #include <QVariantMap>
-#include <utility>
 
 namespace tavelo {
 
-CameraAccess::CameraAccess(QDBusConnection bus, const QString& sandboxMark)
-    : bus_(std::move(bus)),
-      authorized_(!QFile::exists(sandboxMark)) {}
+CameraAccess::CameraAccess(const QString& sandboxMark) : authorized_(!QFile::exists(sandboxMark)) {}
 
-void CameraAccess::request() {
+void CameraAccess::request(const QDBusConnection& bus) const {
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.portal.Desktop"), QStringLiteral("/org/freedesktop/portal/desktop"),
         QStringLiteral("org.freedesktop.portal.Camera"), QStringLiteral("AccessCamera"));
     call << QVariantMap();
-    bus_.asyncCall(call);
+    bus.asyncCall(call);
 }
 
 } // namespace tavelo

@@ -11,19 +11,17 @@ namespace tavelo {
 class CameraAccess {
 public:
     /// @param sandboxMark a file that exists inside a sandbox only
-    explicit CameraAccess(QDBusConnection bus = QDBusConnection::sessionBus(),
-                          const QString& sandboxMark = QStringLiteral("/.flatpak-info"));
+    explicit CameraAccess(const QString& sandboxMark = QStringLiteral("/.flatpak-info"));
 
     /// Outside a sandbox the device nodes' own rights decide, and nobody needs to be asked.
     bool isAuthorized() const { return authorized_; }
 
     /// Has the desktop's portal ask the user and returns at once.  The answer is ignored: without access the
     /// preview gets no frames, and that shows.
-    void request();
+    void request(const QDBusConnection& bus = QDBusConnection::sessionBus()) const;
 
 private:
-    QDBusConnection bus_;
-    bool authorized_;
+    const bool authorized_;
 };
 
 } // namespace tavelo

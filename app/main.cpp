@@ -84,7 +84,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
         display->mtkView()->setAssetWriteManager(
             std::make_shared<KTAssetWriterManager>(backends.assetWriters));
 
-    CameraAccess cameraAccess;
+    const CameraAccess cameraAccess;
     AppDelegate delegate(windowController, cameraAccess);
     delegate.applicationDidFinishLaunching();
     if (instance != nullptr)
