@@ -8,6 +8,7 @@
 
 #include "platform/common/location_id.h"
 #include "platform/common/uvc_descriptors.h"
+#include "platform/linux/capture_device_book.h"
 #include "platform/linux/sysfs_usb.h"
 #include "platform/linux/usb/usb_video_function.h"
 
@@ -86,50 +87,18 @@ UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs) {
     return scan;
 }
 
-class UsbCameraList::Book {
+class UsbCameraList::Book : public CaptureDeviceBook<UsbCaptureDevice> {
 public:
     explicit Book(UsbInputMaker makeInput) : makeInput_(std::move(makeInput)) {}
 
-    void apply(const std::vector<UsbCamera>& found) {
-        removeMissing(found);
-        for (const UsbCamera& camera : found) {
-            const auto isIt = [&](const auto& device) { return device->camera().isSameAs(camera); };
-            if (std::ranges::any_of(devices_, isIt)) continue;
-            devices_.push_back(std::make_shared<UsbCaptureDevice>(camera, makeInput_));
-            tell(&CaptureDeviceObserver::captureDeviceWasConnected, devices_.back());
-        }
+    void update(const std::vector<UsbCamera>& found) {
+        apply<UsbCamera>(
+            found, [](const auto& device, const auto& camera) { return device.camera().isSameAs(camera); },
+            [this](const auto& camera) { return std::make_shared<UsbCaptureDevice>(camera, makeInput_); });
     }
-
-    std::vector<std::shared_ptr<CaptureDevice>> devices() const { return {devices_.begin(), devices_.end()}; }
-
-    void add(CaptureDeviceObserver* observer) { observers_.push_back(observer); }
-    void remove(CaptureDeviceObserver* observer) { std::erase(observers_, observer); }
 
 private:
-    void removeMissing(const std::vector<UsbCamera>& found) {
-        const auto missing = [&](const std::shared_ptr<UsbCaptureDevice>& device) {
-            return std::ranges::none_of(
-                found, [&](const UsbCamera& camera) { return device->camera().isSameAs(camera); });
-        };
-        for (auto gone = std::ranges::find_if(devices_, missing); gone != devices_.end();
-             gone = std::ranges::find_if(devices_, missing)) {
-            const std::shared_ptr<UsbCaptureDevice> device = *gone;
-            devices_.erase(gone);
-            tell(&CaptureDeviceObserver::captureDeviceWasDisconnected, device);
-        }
-    }
-
-    // An observer may add and remove observers while it is told, itself included.
-    void tell(void (CaptureDeviceObserver::*what)(const std::shared_ptr<CaptureDevice>&),
-              const std::shared_ptr<CaptureDevice>& device) {
-        for (CaptureDeviceObserver* observer : std::vector(observers_)) {
-            if (std::ranges::find(observers_, observer) != observers_.end()) (observer->*what)(device);
-        }
-    }
-
     const UsbInputMaker makeInput_;
-    std::vector<std::shared_ptr<UsbCaptureDevice>> devices_;
-    std::vector<CaptureDeviceObserver*> observers_;
 };
 
 UsbCameraList::UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput)
@@ -140,14 +109,14 @@ UsbCameraList::UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, 
 UsbCameraList::~UsbCameraList() = default;
 
 void UsbCameraList::fill() {
-    book_->apply(scanUsbCameras(sysfs_).cameras);
+    book_->update(scanUsbCameras(sysfs_).cameras);
 }
 
 bool UsbCameraList::rescan() {
     const std::lock_guard lock(mutex_);
     UsbCameraScan scan = scanUsbCameras(sysfs_);
     mainQueue_.post([book = std::weak_ptr(book_), found = std::move(scan.cameras)] {
-        if (const auto alive = book.lock()) alive->apply(found);
+        if (const auto alive = book.lock()) alive->update(found);
     });
     return !scan.unsettled;
 }

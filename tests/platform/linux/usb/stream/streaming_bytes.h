@@ -3,26 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string_view>
 #include <vector>
 
+#include "descriptor_builder.h"
+
 namespace tavelo::test {
-
-using Bytes = std::vector<std::uint8_t>;
-
-inline Bytes join(std::initializer_list<Bytes> parts) {
-    Bytes all;
-    for (const Bytes& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
-// Puts the length in front.
-inline Bytes descriptor(Bytes rest) {
-    rest.insert(rest.begin(), static_cast<std::uint8_t>(rest.size() + 1));
-    return rest;
-}
 
 inline Bytes number(std::uint32_t value, unsigned size) {
     Bytes bytes;

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// The capture devices that are known, and who is told when they change.
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/capture.h"
+
+namespace tavelo {
+
+/// Compares what a scan finds with what is known, and tells the difference.  Thread-bound to the main thread.
+template <typename Device>
+class CaptureDeviceBook {
+public:
+    /// Those that are gone leave first; those that are new are made and stand last.
+    /// @param isSame whether a device is the one that was found
+    template <typename Found>
+    void apply(const std::vector<Found>& found,
+               const std::function<bool(const Device& device, const Found& found)>& isSame,
+               const std::function<std::shared_ptr<Device>(const Found& found)>& make) {
+        const auto isMissing = [&](const std::shared_ptr<Device>& device) {
+            return std::ranges::none_of(found, [&](const Found& one) { return isSame(*device, one); });
+        };
+        for (auto gone = std::ranges::find_if(devices_, isMissing); gone != devices_.end();
+             gone = std::ranges::find_if(devices_, isMissing)) {
+            const std::shared_ptr<Device> device = *gone;
+            devices_.erase(gone);
+            tell(&CaptureDeviceObserver::captureDeviceWasDisconnected, device);
+        }
+        for (const Found& one : found) {
+            const bool known =
+                std::ranges::any_of(devices_, [&](const auto& device) { return isSame(*device, one); });
+            if (known) continue;
+            devices_.push_back(make(one));
+            tell(&CaptureDeviceObserver::captureDeviceWasConnected, devices_.back());
+        }
+    }
+
+    std::vector<std::shared_ptr<CaptureDevice>> devices() const { return {devices_.begin(), devices_.end()}; }
+
+    void add(CaptureDeviceObserver* observer) { observers_.push_back(observer); }
+    void remove(CaptureDeviceObserver* observer) { std::erase(observers_, observer); }
+
+private:
+    // An observer may add and remove observers while it is told, itself included.
+    void tell(void (CaptureDeviceObserver::*what)(const std::shared_ptr<CaptureDevice>&),
+              const std::shared_ptr<CaptureDevice>& device) {
+        for (CaptureDeviceObserver* observer : std::vector(observers_)) {
+            if (std::ranges::find(observers_, observer) != observers_.end()) (observer->*what)(device);
+        }
+    }
+
+    std::vector<std::shared_ptr<Device>> devices_;
+    std::vector<CaptureDeviceObserver*> observers_;
+};
+
+} // namespace tavelo
