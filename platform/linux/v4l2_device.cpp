@@ -4,8 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/stream_retry_policy.h"
 #include "platform/linux/v4l2_input.h"
-#include "platform/linux/v4l2_retry_policy.h"
 
 namespace tavelo {
 namespace {
@@ -45,7 +45,7 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
     }
     return std::make_unique<V4l2Input>(
         shared_from_this(),
-        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, V4l2Patience()});
+        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, StreamPatience()});
 }
 
 } // namespace tavelo

@@ -16,24 +16,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as the driver's stamps
 
-// About a second of nothing but damage is worth a line.
-constexpr int droppedWorthALine = 30;
-
-std::string reasonOf(StreamEnd end, int error) {
-    switch (end) {
-        case StreamEnd::busy:
-            return "streaming: another program uses the camera; waiting for it";
-        case StreamEnd::denied:
-            return "opening: no permission";
-        case StreamEnd::busFull:
-            return "streaming: the USB bus has no room for any format; trying again";
-        case StreamEnd::silent:
-            return "streaming: no frame came; starting it again";
-        default:
-            return "streaming: " + std::generic_category().message(error) + "; trying again";
-    }
-}
-
 enum class Woken { frame, stop, silence, trouble };
 
 // Waits for a frame, for the stop, or until `deadline`.
@@ -61,7 +43,7 @@ V4l2Input::~V4l2Input() {
 void V4l2Input::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     stop_.clear();
-    policy_ = V4l2RetryPolicy(setup_.patience);
+    policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "v4l2 capture");
         run(sink);
@@ -144,12 +126,14 @@ bool V4l2Input::handle(const V4l2Stream::Frame& frame, FrameSink& sink) {
 }
 
 void V4l2Input::countDropped() {
-    if (++droppedInARow_ == droppedWorthALine)
+    if (++droppedInARow_ == droppedFramesWorthALine)
         setup_.diagnostics.report(setup_.path, "streaming: every frame of the last second was damaged");
 }
 
 void V4l2Input::report(const Run& run) {
-    setup_.diagnostics.report(setup_.path, reasonOf(run.end, run.error));
+    const std::string reason =
+        run.end == StreamEnd::silent ? "no frame came" : std::generic_category().message(run.error);
+    setup_.diagnostics.report(setup_.path, streamEndText(run.end, reason));
 }
 
 } // namespace tavelo

@@ -10,8 +10,8 @@
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
 #include "platform/linux/frame_converter.h"
+#include "platform/linux/stream_retry_policy.h"
 #include "platform/linux/v4l2_node.h"
-#include "platform/linux/v4l2_retry_policy.h"
 #include "platform/linux/v4l2_stream.h"
 #include "platform/linux/wake_event.h"
 
@@ -23,7 +23,7 @@ struct V4l2InputSetup {
     std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
-    V4l2Patience patience;
+    StreamPatience patience;
 };
 
 /// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:
@@ -62,7 +62,7 @@ private:
     std::thread thread_;
 
     // Of the streaming thread.
-    V4l2RetryPolicy policy_;
+    StreamRetryPolicy policy_;
     FrameConverter converter_;
     std::chrono::nanoseconds lastTime_{0};
     int droppedInARow_ = 0;

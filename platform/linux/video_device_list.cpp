@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "platform/linux/capture_device_book.h"
-#include "platform/linux/v4l2_retry_policy.h"
+#include "platform/linux/stream_retry_policy.h"
 
 namespace tavelo {
 namespace {
@@ -56,7 +56,7 @@ void VideoDeviceList::fill() {
 void VideoDeviceList::rescan() {
     const std::lock_guard lock(mutex_);
     mainQueue_.post([book = std::weak_ptr(book_), found = scan()] {
-        if (const auto alive = book.lock()) alive->update(found, Clock::now() + V4l2Patience().deniedFor);
+        if (const auto alive = book.lock()) alive->update(found, Clock::now() + StreamPatience().deniedFor);
     });
 }
 

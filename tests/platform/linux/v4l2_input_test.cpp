@@ -69,14 +69,14 @@ private:
 };
 
 // Long where a test must not see it end, short where it waits for the end.
-constexpr V4l2Patience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
-constexpr V4l2Patience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr StreamPatience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
 const Bytes wholeFrame(1024, 0x80);
 
 class V4l2InputTest : public testing::Test {
 protected:
-    V4l2Input& start(const V4l2Patience& patience = patient, const CaptureFormatRequest& request = {}) {
+    V4l2Input& start(const StreamPatience& patience = patient, const CaptureFormatRequest& request = {}) {
         input = std::make_unique<V4l2Input>(
             nullptr,
             V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),

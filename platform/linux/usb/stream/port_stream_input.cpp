@@ -13,9 +13,6 @@ namespace {
 
 using Clock = FrameMailbox::Clock;
 
-// About a second of nothing but damage is worth a line.
-constexpr int droppedWorthALine = 30;
-
 StreamEnd streamEndOf(ErrorCode code) {
     switch (code) {
         case ErrorCode::gone:
@@ -26,21 +23,6 @@ StreamEnd streamEndOf(ErrorCode code) {
             return StreamEnd::denied;
         default:
             return StreamEnd::failed;
-    }
-}
-
-std::string textOf(const UsbStreamOver& over) {
-    switch (over.end) {
-        case StreamEnd::busy:
-            return "streaming: another program uses the camera; waiting for it";
-        case StreamEnd::denied:
-            return "opening: no permission";
-        case StreamEnd::busFull:
-            return "streaming: the USB bus has no room for any format; trying again";
-        case StreamEnd::silent:
-            return "streaming: " + over.reason + "; starting it again";
-        default:
-            return "streaming: " + over.reason + "; trying again";
     }
 }
 
@@ -58,7 +40,7 @@ PortStreamInput::~PortStreamInput() {
 void PortStreamInput::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     mailbox_.clearStop();
-    policy_ = V4l2RetryPolicy(setup_.patience);
+    policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "usb capture");
         run(sink);
@@ -111,7 +93,7 @@ UsbStreamOver PortStreamInput::pump(FrameSink& sink) {
                 deadline = Clock::now() + setup_.patience.silence;
                 policy_.frameCame();
                 if (handle(mailbox_.reading(), sink)) break;
-                if (++droppedInARow_ == droppedWorthALine)
+                if (++droppedInARow_ == droppedFramesWorthALine)
                     report("streaming: every frame of the last second was damaged");
         }
     }
@@ -132,7 +114,7 @@ bool PortStreamInput::handle(const FrameMailbox::Frame& frame, FrameSink& sink) 
 }
 
 void PortStreamInput::report(const UsbStreamOver& over) {
-    report(textOf(over));
+    report(streamEndText(over.end, over.reason));
 }
 
 void PortStreamInput::report(const std::string& reason) {

@@ -14,10 +14,10 @@
 #include "platform/diagnostics.h"
 #include "platform/error.h"
 #include "platform/linux/frame_converter.h"
+#include "platform/linux/stream_retry_policy.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
 #include "platform/linux/usb/stream/usb_stream.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"
-#include "platform/linux/v4l2_retry_policy.h"
 
 namespace tavelo {
 
@@ -32,7 +32,7 @@ struct PortStreamSetup {
     std::function<UsbStreamConnection(Error&)> connect; ///< called on the stream's thread
     Diagnostics& diagnostics;                           ///< must outlive the input
     CaptureFormatRequest request;
-    V4l2Patience patience;
+    StreamPatience patience;
 };
 
 ///     connect -> negotiate -> stream --(silent, busy, failed: wait)--> connect ...
@@ -64,7 +64,7 @@ private:
     std::thread thread_;
 
     // Of the streaming thread.
-    V4l2RetryPolicy policy_;
+    StreamRetryPolicy policy_;
     FrameConverter converter_;
     std::chrono::nanoseconds lastTime_{0};
     int droppedInARow_ = 0;

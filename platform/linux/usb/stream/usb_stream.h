@@ -10,6 +10,7 @@
 
 #include "platform/capture.h"
 #include "platform/linux/frame_converter.h"
+#include "platform/linux/stream_retry_policy.h"
 #include "platform/linux/usb/stream/format_search.h"
 #include "platform/linux/usb/stream/frame_assembler.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
@@ -17,7 +18,6 @@
 #include "platform/linux/usb/stream/transfer_ring.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"
 #include "platform/linux/usb/stream/uvc_probe.h"
-#include "platform/linux/v4l2_retry_policy.h"
 
 namespace tavelo {
 

@@ -23,8 +23,8 @@ using Bytes = FakeUsbCamera::Bytes;
 using Counts = FakeUsbCamera::Counts;
 
 // Long where a test must not see it end, short where it waits for the end.
-constexpr V4l2Patience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
-constexpr V4l2Patience impatient{50ms, 50ms, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr StreamPatience impatient{50ms, 50ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
 constexpr std::uint32_t fps30 = 333'333;
 constexpr std::uint32_t fps15 = 666'666;
@@ -72,7 +72,8 @@ class StreamTest : public testing::Test {
 protected:
     void use(const VirtualCameraModel& model) { camera = std::make_unique<FakeUsbCamera>(model); }
 
-    PortStreamInput& start(const V4l2Patience& patience = patient, const CaptureFormatRequest& request = {}) {
+    PortStreamInput& start(const StreamPatience& patience = patient,
+                           const CaptureFormatRequest& request = {}) {
         input = std::make_unique<PortStreamInput>(
             nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); }, lines, request,
                                      patience});
@@ -244,7 +245,7 @@ TEST_F(StreamTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
 }
 
 TEST_F(StreamTest, FramesThatAreAllDamagedCountAsSilence) {
-    V4l2Patience halfASecond = impatient;
+    StreamPatience halfASecond = impatient;
     halfASecond.firstFrame = 500ms;
     start(halfASecond);
     while (lines.lines().empty())

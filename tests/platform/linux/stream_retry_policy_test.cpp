@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/v4l2_retry_policy.h"
+#include "platform/linux/stream_retry_policy.h"
 
 #include <gtest/gtest.h>
 
@@ -10,16 +10,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(V4l2RetryPolicy, EndsWhenStoppedOrUnpluggedWithoutAWord) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, EndsWhenStoppedOrUnpluggedWithoutAWord) {
+    StreamRetryPolicy policy({});
     for (const StreamEnd end : {StreamEnd::stopped, StreamEnd::gone}) {
         EXPECT_FALSE(policy.after(end).wait);
         EXPECT_FALSE(policy.after(end).report);
     }
 }
 
-TEST(V4l2RetryPolicy, AsksABusyCameraEverySecondAndSaysSoOnce) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, AsksABusyCameraEverySecondAndSaysSoOnce) {
+    StreamRetryPolicy policy({});
     EXPECT_TRUE(policy.after(StreamEnd::busy).report);
     for (int i = 0; i < 100; ++i) {
         const auto decision = policy.after(StreamEnd::busy);
@@ -28,14 +28,14 @@ TEST(V4l2RetryPolicy, AsksABusyCameraEverySecondAndSaysSoOnce) {
     }
 }
 
-TEST(V4l2RetryPolicy, BacksOffFromAStreamThatKeepsFailing) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, BacksOffFromAStreamThatKeepsFailing) {
+    StreamRetryPolicy policy({});
     for (const auto expected : {250ms, 500ms, 1000ms, 2000ms, 4000ms, 8000ms, 8000ms})
         EXPECT_EQ(policy.after(StreamEnd::silent).wait, expected);
 }
 
-TEST(V4l2RetryPolicy, AFrameForgivesAll) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, AFrameForgivesAll) {
+    StreamRetryPolicy policy({});
     policy.after(StreamEnd::failed);
     policy.after(StreamEnd::failed);
     policy.frameCame();
@@ -44,8 +44,8 @@ TEST(V4l2RetryPolicy, AFrameForgivesAll) {
     EXPECT_TRUE(decision.report);
 }
 
-TEST(V4l2RetryPolicy, GivesASlowCameraMoreTimeUntilItsFirstFrame) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, GivesASlowCameraMoreTimeUntilItsFirstFrame) {
+    StreamRetryPolicy policy({});
     for (const auto expected : {5s, 10s, 20s, 20s}) {
         EXPECT_EQ(policy.firstFrame(), expected);
         policy.after(StreamEnd::silent);
@@ -54,15 +54,15 @@ TEST(V4l2RetryPolicy, GivesASlowCameraMoreTimeUntilItsFirstFrame) {
     EXPECT_EQ(policy.firstFrame(), 5s);
 }
 
-TEST(V4l2RetryPolicy, ReportsEachNewKindOfFailure) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, ReportsEachNewKindOfFailure) {
+    StreamRetryPolicy policy({});
     EXPECT_TRUE(policy.after(StreamEnd::failed).report);
     EXPECT_TRUE(policy.after(StreamEnd::busFull).report);
     EXPECT_FALSE(policy.after(StreamEnd::busFull).report);
 }
 
-TEST(V4l2RetryPolicy, WaitsFiveSecondsForRights) {
-    V4l2RetryPolicy policy({});
+TEST(StreamRetryPolicy, WaitsFiveSecondsForRights) {
+    StreamRetryPolicy policy({});
     std::chrono::milliseconds waited{0};
     for (;;) {
         const auto decision = policy.after(StreamEnd::denied);
@@ -77,7 +77,7 @@ TEST(V4l2RetryPolicy, WaitsFiveSecondsForRights) {
     EXPECT_EQ(waited, 5s);
 }
 
-TEST(V4l2RetryPolicy, KnowsTheErrnosOfTheKernel) {
+TEST(StreamRetryPolicy, KnowsTheErrnosOfTheKernel) {
     EXPECT_EQ(streamEndOf(ENODEV), StreamEnd::gone);
     EXPECT_EQ(streamEndOf(ENOENT), StreamEnd::gone);
     EXPECT_EQ(streamEndOf(EBUSY), StreamEnd::busy);

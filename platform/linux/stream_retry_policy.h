@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace tavelo {
 
@@ -21,7 +22,14 @@ enum class StreamEnd : std::uint8_t {
 
 StreamEnd streamEndOf(int error);
 
-struct V4l2Patience {
+/// A line for people on an end that is no stop.
+/// @param reason of a stream that was silent or failed
+std::string streamEndText(StreamEnd end, const std::string& reason);
+
+/// So many damaged frames in a row, about a second of nothing else, are worth a line.
+inline constexpr int droppedFramesWorthALine = 30;
+
+struct StreamPatience {
     using Time = std::chrono::milliseconds;
 
     Time firstFrame{5000}; ///< what a camera may take to wake; doubles each time that it did not suffice
@@ -35,9 +43,9 @@ struct V4l2Patience {
 };
 
 /// Decides whether and when to try again.  Thread-bound; knows no clock.
-class V4l2RetryPolicy {
+class StreamRetryPolicy {
 public:
-    explicit V4l2RetryPolicy(const V4l2Patience& patience)
+    explicit StreamRetryPolicy(const StreamPatience& patience)
         : patience_(patience),
           firstFrame_(patience.firstFrame) {}
 
@@ -55,7 +63,7 @@ public:
     void frameCame();
 
 private:
-    V4l2Patience patience_;
+    StreamPatience patience_;
     std::chrono::milliseconds firstFrame_;
     std::chrono::milliseconds denied_{0};
     std::optional<std::chrono::milliseconds> lastRetry_;

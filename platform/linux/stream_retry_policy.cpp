@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/v4l2_retry_policy.h"
+#include "platform/linux/stream_retry_policy.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -25,7 +25,22 @@ StreamEnd streamEndOf(int error) {
     }
 }
 
-V4l2RetryPolicy::Decision V4l2RetryPolicy::after(StreamEnd end) {
+std::string streamEndText(StreamEnd end, const std::string& reason) {
+    switch (end) {
+        case StreamEnd::busy:
+            return "streaming: another program uses the camera; waiting for it";
+        case StreamEnd::denied:
+            return "opening: no permission";
+        case StreamEnd::busFull:
+            return "streaming: the USB bus has no room for any format; trying again";
+        case StreamEnd::silent:
+            return "streaming: " + reason + "; starting it again";
+        default:
+            return "streaming: " + reason + "; trying again";
+    }
+}
+
+StreamRetryPolicy::Decision StreamRetryPolicy::after(StreamEnd end) {
     switch (end) {
         case StreamEnd::stopped:
         case StreamEnd::gone:
@@ -48,7 +63,7 @@ V4l2RetryPolicy::Decision V4l2RetryPolicy::after(StreamEnd end) {
     return {lastRetry_, std::exchange(reported_, end) != end};
 }
 
-void V4l2RetryPolicy::frameCame() {
+void StreamRetryPolicy::frameCame() {
     firstFrame_ = patience_.firstFrame;
     denied_ = {};
     lastRetry_.reset();
