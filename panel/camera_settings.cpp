@@ -8,19 +8,26 @@ namespace tavelo::camera_settings {
 namespace {
 
 using C = KTUVCControl;
-using M = KTUVCManager;
+
+// What a record holds of a control that could not be read.
+constexpr std::int64_t unread = -1;
+
+bool canBe(std::int64_t value, C control, const KTUVCParameters& record) {
+    const bool isPair = controlRow(control).argument == ControlArgument::pair;
+    return isPair || (value >= record.min() && value <= record.max());
+}
 
 } // namespace
 
 const std::array<StoredControl, 8> storedControls{{
-    {"kNSUserDefaultsKeyBrightness", C::bright, &M::setBrightWithComplitionHandle, true},
-    {"kNSUserDefaultsKeyContrast", C::contrast, &M::setContrastWithComplitionHandle, true},
-    {"kNSUserDefaultsKeySaturation", C::saturation, &M::setSaturationWithComplitionHandle, true},
-    {"kNSUserDefaultsKeyWhiteBalance", C::whiteBalance, &M::setWhiteBalanceWithComplitionHandle, true},
-    {"kNSUserDefaultsKeySharpness", C::sharpness, &M::setSharpnessWithComplitionHandle, true},
-    {"kNSUserDefaultsKeyZoom", C::zoom, &M::setZoomWithComplitionHandle, false},
-    {"kNSUserDefaultsKeyPanTilt", C::panTilt, &M::setPanTiltWithComplitionHandle, false},
-    {"kNSUserDefaultsKeyPowerLine", C::powerLine, &M::setPowerLineWithComplitionHandle, true},
+    {"kNSUserDefaultsKeyBrightness", C::bright, true},
+    {"kNSUserDefaultsKeyContrast", C::contrast, true},
+    {"kNSUserDefaultsKeySaturation", C::saturation, true},
+    {"kNSUserDefaultsKeyWhiteBalance", C::whiteBalance, true},
+    {"kNSUserDefaultsKeySharpness", C::sharpness, true},
+    {"kNSUserDefaultsKeyZoom", C::zoom, false},
+    {"kNSUserDefaultsKeyPanTilt", C::panTilt, false},
+    {"kNSUserDefaultsKeyPowerLine", C::powerLine, true},
 }};
 
 std::string keyForCamera(std::string_view uniqueID) {
@@ -39,8 +46,14 @@ PreferencesDictionary defaults(const KTUVCManager& manager) {
 }
 
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror) {
-    for (const StoredControl& control : storedControls)
-        profile[std::string(control.key)] = {manager.record(control.control)->val()};
+    for (const StoredControl& control : storedControls) {
+        const KTUVCParameters& record = *manager.record(control.control);
+        const PreferencesValue value{record.val()};
+        if (record.supported())
+            profile.insert_or_assign(std::string(control.key), value);
+        else
+            profile.try_emplace(std::string(control.key), value);
+    }
     profile[std::string(mirrorKey)] = {mirror};
 }
 
@@ -72,11 +85,28 @@ bool boolean(const PreferencesDictionary& profile, std::string_view key) {
     return integer(profile, key) != 0;
 }
 
+ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager) {
+    ValuesToWrite values;
+    bool wasSilent = false; // the camera, when the profile was made
+    for (std::size_t i = 0; i < storedControls.size(); ++i) {
+        const StoredControl& control = storedControls[i];
+        const KTUVCParameters& record = *manager.record(control.control);
+        if (!record.supported()) continue;
+        values[i] = integer(profile, control.key);
+        wasSilent = wasSilent || (values[i] == unread && !canBe(unread, control.control, record));
+    }
+    if (wasSilent) std::ranges::replace(values, std::optional(unread), std::nullopt);
+    return values;
+}
+
 bool areDefaults(const PreferencesDictionary& profile, const KTUVCManager& manager) {
-    return std::ranges::all_of(storedControls, [&](const StoredControl& control) {
-        return !control.decidesDefaults ||
-               integer(profile, control.key) == manager.record(control.control)->def();
-    });
+    const ValuesToWrite values = valuesToWrite(profile, manager);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const StoredControl& control = storedControls[i];
+        if (control.decidesDefaults && values[i] && *values[i] != manager.record(control.control)->def())
+            return false;
+    }
+    return true;
 }
 
 } // namespace tavelo::camera_settings

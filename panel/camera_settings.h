@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -23,7 +24,6 @@ inline constexpr std::size_t selectedProfilePosition = 4;
 struct StoredControl {
     std::string_view key;
     KTUVCControl control;
-    void (KTUVCManager::*set)(std::int64_t value, const ComplitionHandle& handle);
     /// Whether a value off its default makes a profile differ from the camera's defaults.
     bool decidesDefaults;
 };
@@ -37,7 +37,8 @@ std::string keyForCamera(std::string_view uniqueID);
 /// The camera's own defaults, mirror off.
 PreferencesDictionary defaults(const KTUVCManager& manager);
 
-/// Overwrites the nine entries with what the camera is set to now; other entries stay.
+/// Overwrites the nine entries with what the camera is set to now; other entries stay, and so do those of
+/// controls that the camera does not have.
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror);
 
 /// Four equal profiles and the selected index.
@@ -49,7 +50,16 @@ PreferencesDictionary selectedProfileEntry(std::int64_t selectedProfile);
 std::int64_t integer(const PreferencesDictionary& profile, std::string_view key);
 bool boolean(const PreferencesDictionary& profile, std::string_view key);
 
-/// Whether all controls that decide it stand at the bound camera's defaults.
+using ValuesToWrite = std::array<std::optional<std::int64_t>, 8>;
+
+/// What of a profile goes to the bound camera, in the order of storedControls: what it supports.
+///
+/// A profile made while a camera did not answer holds -1 for what could not be read.  If one of its -1 is
+/// none that the control can have, no -1 of it is believed.
+ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager);
+
+/// Whether all controls that decide it stand at the bound camera's defaults.  Values that are not written
+/// decide nothing.
 bool areDefaults(const PreferencesDictionary& profile, const KTUVCManager& manager);
 
 } // namespace tavelo::camera_settings

@@ -2,10 +2,13 @@
 #include "panel/settings_push.h"
 
 #include <QThreadPool>
+#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "panel/camera_settings.h"
+#include "uvc/bound_camera.h"
+#include "uvc/walk_patience.h"
 
 namespace tavelo {
 namespace {
@@ -17,15 +20,22 @@ constexpr std::array<std::uint8_t, 2> exposureStep{100, 0};
 constexpr std::int32_t cameraTerminal = 1;
 constexpr std::int32_t relativeExposureSelector = 5;
 
+// Time for a camera that did not answer to come to itself.
+constexpr std::chrono::seconds pauseAfterSilence{1};
+
 class SettingsPush : public std::enable_shared_from_this<SettingsPush> {
 public:
     SettingsPush(KTUVCManager& manager, const PreferencesDictionary& settings, bool shouldGetBright,
                  SettingsPushEvents events)
-        : manager_(manager),
-          settings_(settings),
-          camera_(manager.deviceLocationID()),
-          shouldGetBright_(shouldGetBright),
+        : camera_(manager),
+          bright_(manager.bright()),
+          values_(camera_settings::valuesToWrite(settings, manager)),
+          shouldGetBright_(shouldGetBright || camera_settings::areDefaults(settings, manager)),
           events_(std::move(events)) {}
+
+    bool isEmpty() const {
+        return std::ranges::none_of(values_, [](const auto& value) { return value.has_value(); });
+    }
 
     void queue() {
         QThreadPool::globalInstance()->start([self = shared_from_this()] { self->run(); });
@@ -33,45 +43,63 @@ public:
 
 private:
     void run() {
-        if (!prepared_) prepare();
+        if (!prepared_) {
+            if (!openAgainIfClosed()) return;
+            prepare();
+        }
         for (; next_ < storedControls.size(); ++next_) {
-            if (manager_.deviceLocationID() != camera_) return;
-            if (manager_.interfaceIsClosed() && !std::exchange(openedAgain_, true)) {
-                events_.openAgain([self = shared_from_this()] { self->queue(); });
-                return;
-            }
-            openedAgain_ = false;
+            if (!values_[next_]) continue;
+            if (!openAgainIfClosed()) return;
             write(next_);
         }
+    }
+
+    /// @return whether to go on now
+    bool openAgainIfClosed() {
+        const bool hasPaused = std::exchange(hasPaused_, false);
+        const UsbStatus failure = camera_.failure();
+        if (failure == UsbStatus::success) return true;
+        if (!hasPaused) {
+            switch (patience_.judge(failure)) {
+                case AfterFailure::goOn:
+                    break;
+                case AfterFailure::afterQuiet:
+                    hasPaused_ = true;
+                    events_.proceedLater(pauseAfterSilence, [self = shared_from_this()] { self->queue(); });
+                    return false;
+                case AfterFailure::end:
+                    return false;
+            }
+        }
+        return camera_.openInterfaceAgain();
     }
 
     // Its outcome does not matter: a camera without this control is none the worse.
     void prepare() {
         prepared_ = true;
-        if (camera_settings::areDefaults(settings_, manager_)) shouldGetBright_ = true;
         if (shouldGetBright_)
-            manager_.populateParam(*manager_.bright());
+            camera_.populateParam(*bright_);
         else
-            manager_.setBytesSizedToUnitSelector(exposureStep.data(), exposureStep.size(), cameraTerminal,
-                                                 relativeExposureSelector);
+            camera_.setBytesSizedToUnitSelector(exposureStep.data(), exposureStep.size(), cameraTerminal,
+                                                relativeExposureSelector);
     }
 
     void write(std::size_t index) {
-        const auto& control = storedControls[index];
-        const std::int64_t value = camera_settings::integer(settings_, control.key);
-        (manager_.*control.set)(value, [this, index](bool accepted) {
-            if (accepted) events_.accepted(index);
-        });
+        camera_.setControlWithComplitionHandle(storedControls[index].control, *values_[index],
+                                               [this, index](bool accepted) {
+                                                   if (accepted) events_.accepted(index);
+                                               });
     }
 
-    KTUVCManager& manager_;
-    const PreferencesDictionary settings_;
-    const std::uint32_t camera_;
-    bool shouldGetBright_;
+    const BoundCamera camera_;
+    const std::shared_ptr<KTUVCParameters> bright_;
+    const camera_settings::ValuesToWrite values_;
+    const bool shouldGetBright_;
     const SettingsPushEvents events_;
 
+    WalkPatience patience_;
     bool prepared_ = false;
-    bool openedAgain_ = false; // since the last write
+    bool hasPaused_ = false; // for the failure that closed the interface
     std::size_t next_ = 0;
 };
 
@@ -79,7 +107,8 @@ private:
 
 void pushSettings(KTUVCManager& manager, const PreferencesDictionary& settings, bool shouldGetBright,
                   SettingsPushEvents events) {
-    std::make_shared<SettingsPush>(manager, settings, shouldGetBright, std::move(events))->queue();
+    const auto push = std::make_shared<SettingsPush>(manager, settings, shouldGetBright, std::move(events));
+    if (!push->isEmpty()) push->queue();
 }
 
 } // namespace tavelo

@@ -30,6 +30,8 @@ ViewController::ViewController(const PanelEnvironment& environment)
       renderer_(environment.renderer) {
     showTimer_.setSingleShot(true);
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
+    readAgainTimer_.setSingleShot(true);
+    connect(&readAgainTimer_, &QTimer::timeout, this, &ViewController::readAgain);
 }
 
 ViewController::~ViewController() {

@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "panel/panel_view.h"
 #include "panel/panel_window.h"
+#include "panel/reopening_policy.h"
 #include "platform/bundle.h"
 #include "platform/capture.h"
 #include "platform/preferences_store.h"
@@ -20,6 +22,8 @@
 #include "video/renderer_choice.h"
 
 namespace tavelo {
+
+struct SettingsPushEvents;
 
 /// What the panel works with; everything outlives it.
 struct PanelEnvironment {
@@ -120,9 +124,22 @@ private:
     void showProfileStates();
     void createSettingsRecordIfMissing();
 
-    /// A refused request closes the camera's interface for good.  Before the panel acts it opens that of the
-    /// camera that it shows anew; no widget changes and no profile is deselected.
-    void openAgainIfClosed();
+    /// Binds to the camera behind the picture and shows its values.  A camera that has no control interface
+    /// or answers for no control is shown and not controllable.
+    void bindControls(const CaptureDevice& device);
+    /// A camera that failed while it was read is read once more after a second of quiet.
+    void readAgainAfterQuiet();
+    void readAgain();
+
+    /// A failed request closes the camera's interface for good.  Before the panel acts it opens that of the
+    /// camera that it shows anew, if the policy allows it.  Records that could not be read are read first:
+    /// the widgets change then.
+    /// @return whether what the widgets show, and so what the user chose, is of the camera
+    bool prepareAction();
+    /// Runs an action of a slider or button that sends a value, unless prepareAction() says no.
+    /// @param held whether it is part of a drag that goes on
+    void cameraAction(bool held, const std::function<void()>& action);
+    bool isBoundAs(BindingIdentity binding) const { return uvcManager_.bindingIdentity() == binding; }
 
     void sliderAction(PanelRow row, const KTSlider* sender);
     void powerLineAction(std::int64_t value);
@@ -136,6 +153,7 @@ private:
     std::optional<PreferencesArray> settingsRecord() const;
     void storeSettingsRecord(const PreferencesArray& record);
     void profileButtonAction(std::int64_t index);
+    SettingsPushEvents pushEvents();
 
     KTUVCManager& uvcManager_;
     CapturePlatform& capture_;
@@ -147,6 +165,8 @@ private:
     std::unique_ptr<PanelView> ownedView_; // until a window takes it
     PanelView* view_ = nullptr;
     QTimer showTimer_;
+    QTimer readAgainTimer_;
+    ReopeningPolicy reopening_;
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesArray_;
     std::int64_t profileIndex_ = -1;

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <thread>
 
-#include "panel/camera_settings.h"
 #include "panel/view_controller.h"
 #include "video/kt_display_view.h"
 #include "widgets/kt_camera_button.h"
@@ -43,16 +42,11 @@ void ViewController::switchCameraWithIndex(std::size_t index) {
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
     if (displayView() != nullptr) displayView()->showDevice(device);
     std::this_thread::sleep_for(settleTime);
-    const bool bound = uvcManager_.refreshDataWithUniqueIDString(device->uniqueID());
     profileIndex_ = -1;
     for (KTProfileButton* button : view_->profileButtons())
         button->setState(0);
-    if (bound) {
-        refreshCameraSettingData();
-        cameraSettingKey_ = camera_settings::keyForCamera(device->uniqueID());
-        createSettingsRecordIfMissing();
-    }
-    setCameraControlViewEnable(bound);
+    bindControls(*device);
+    readAgainAfterQuiet();
 }
 
 void ViewController::camera1ButtonAction(QObject* /*sender*/) {
@@ -148,10 +142,6 @@ std::optional<std::size_t> ViewController::indexOf(const std::shared_ptr<Capture
 
 std::optional<std::size_t> ViewController::shownIndex() const {
     return displayView() != nullptr ? indexOf(displayView()->captureDevice()) : std::nullopt;
-}
-
-void ViewController::openAgainIfClosed() {
-    if (shownIndex()) uvcManager_.openInterfaceAgain();
 }
 
 } // namespace tavelo

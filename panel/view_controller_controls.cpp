@@ -87,7 +87,10 @@ void ViewController::contrastSliderAction(KTSlider* sender) {
 
 // The one row that keeps quiet where nothing changed, as on the release that ends a drag.
 void ViewController::saturationSliderAction(KTSlider* sender) {
-    if (sender->intValue() != uvcManager_.saturation()->val()) sliderAction(PanelRow::saturation, sender);
+    if (sender->intValue() != uvcManager_.saturation()->val())
+        sliderAction(PanelRow::saturation, sender);
+    else
+        reopening_.actionEnded(uvcManager_.now(), sender->isHeld());
 }
 
 void ViewController::whiteBalanceSliderAction(KTSlider* sender) {
@@ -111,12 +114,14 @@ void ViewController::panUpDownSliderAction(KTSlider* sender) {
 }
 
 void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
-    openAgainIfClosed();
     const RowControl& control = controlOf(row);
-    (uvcManager_.*control.set)(commandedValue(control, sender->intValue()),
-                               [panel = QPointer(this), row](bool accepted) {
-                                   if (accepted && panel) panel->showValueText(row);
-                               });
+    const std::int64_t value = commandedValue(control, sender->intValue());
+    cameraAction(sender->isHeld(), [&] {
+        const BindingIdentity binding = uvcManager_.bindingIdentity();
+        (uvcManager_.*control.set)(value, [panel = QPointer(this), row, binding](bool accepted) {
+            if (accepted && panel && panel->isBoundAs(binding)) panel->showValueText(row);
+        });
+    });
 }
 
 // Switch and renderer each turn over from their own state.
@@ -136,11 +141,11 @@ void ViewController::hz60CheckButtonAction(QObject* /*sender*/) {
 }
 
 void ViewController::powerLineAction(std::int64_t value) {
-    openAgainIfClosed();
-    uvcManager_.setPowerLineWithComplitionHandle(value, [panel = QPointer(this), value](bool accepted) {
-        if (!accepted || !panel) return;
-        panel->view_->hz50Button()->setCheck(value == powerLine50Hz);
-        panel->view_->hz60Button()->setCheck(value == powerLine60Hz);
+    cameraAction(false, [&] {
+        const BindingIdentity binding = uvcManager_.bindingIdentity();
+        uvcManager_.setPowerLineWithComplitionHandle(value, [panel = QPointer(this), binding](bool accepted) {
+            if (accepted && panel && panel->isBoundAs(binding)) panel->showPowerLine();
+        });
     });
 }
 

@@ -121,28 +121,36 @@ void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
 
 void ViewController::restoreProfileButtonAction(QObject* /*sender*/) {
     view_->restoreProfileButton()->setState(0);
+    prepareAction(); // the defaults may have to be read first
     setCameraWithCameraSettingsDictionaryShouldGetBright(camera_settings::defaults(uvcManager_), true);
 }
 
 void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
     const PreferencesDictionary& settings, bool shouldGetBright) {
-    openAgainIfClosed();
-    const QPointer<ViewController> panel(this);
-    SettingsPushEvents events;
-    events.accepted = [panel](std::size_t control) {
-        onMainThread(panel, [control](ViewController& self) { self.showStoredControl(control); });
-    };
-    events.openAgain = [panel](std::function<void()> proceed) {
-        onMainThread(panel, [proceed = std::move(proceed)](ViewController& self) {
-            self.openAgainIfClosed();
-            proceed();
-        });
-    };
-    pushSettings(uvcManager_, settings, shouldGetBright, std::move(events));
+    prepareAction();
+    // Unlike a slider's position, stored values do not come from what the widgets showed before.
+    if (uvcManager_.recordsAreRead()) pushSettings(uvcManager_, settings, shouldGetBright, pushEvents());
+    reopening_.actionEnded(uvcManager_.now(), false);
 
     const bool mirror = camera_settings::boolean(settings, camera_settings::mirrorKey);
     if (displayView() != nullptr) displayView()->mtkView()->setShouldFlipHorizontal(mirror);
     view_->mirrorSwitch()->setOn(mirror);
+}
+
+SettingsPushEvents ViewController::pushEvents() {
+    const QPointer<ViewController> panel(this);
+    SettingsPushEvents events;
+    events.accepted = [panel, binding = uvcManager_.bindingIdentity()](std::size_t control) {
+        onMainThread(panel, [control, binding](ViewController& self) {
+            if (self.isBoundAs(binding)) self.showStoredControl(control);
+        });
+    };
+    events.proceedLater = [panel](std::chrono::milliseconds pause, std::function<void()> proceed) {
+        onMainThread(panel, [pause, proceed = std::move(proceed)](ViewController& self) {
+            QTimer::singleShot(pause, &self, proceed);
+        });
+    };
+    return events;
 }
 
 void ViewController::showStoredControl(std::size_t control) {

@@ -18,7 +18,7 @@ public:
     /// @param delegate may be null; must outlive the prober
     virtual std::unique_ptr<BusProber> initBusProber(int scope, BusProberDelegate* delegate) = 0;
 
-    /// Every USB device, in the operating system's order.
+    /// Every USB device, in the operating system's order.  One caller at a time, on any thread.
     virtual std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() = 0;
 };
 

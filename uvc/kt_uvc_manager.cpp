@@ -22,15 +22,22 @@ KTUVCManager& KTUVCManager::sharedManager() {
     return manager;
 }
 
-KTUVCManager::KTUVCManager(const KTUVCEnvironment& environment) : usb_(environment.usb) {
+KTUVCManager::KTUVCManager(const KTUVCEnvironment& environment)
+    : now_(environment.now),
+      usb_(environment.usb) {
     initParameters(environment.text);
 }
 
 KTUVCManager::~KTUVCManager() = default;
 
 void KTUVCManager::releasePlatform() {
-    binding_.change([](CameraBinding& binding) { binding = CameraBinding(); });
+    binding_.change([](CameraBinding& binding) {
+        const BindingIdentity last = binding.identity;
+        binding = CameraBinding();
+        binding.identity = last + 1;
+    });
     prober_.reset();
+    const std::lock_guard lock(busMutex_);
     usb_ = nullptr;
 }
 
@@ -45,7 +52,7 @@ void KTUVCManager::setDevice(std::shared_ptr<const BusProberDevice> device) {
 void KTUVCManager::setInterface(std::shared_ptr<UsbInterface> interface) {
     binding_.change([&](CameraBinding& binding) {
         binding.interface = std::move(interface);
-        binding.interfaceIsClosed = false;
+        binding.failure = UsbStatus::success;
     });
 }
 

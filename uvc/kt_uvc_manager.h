@@ -2,14 +2,18 @@
 // Reads and writes the picture controls of one camera.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <span>
 #include <string_view>
 
 #include "platform/usb_platform.h"
+#include "uvc/bound_camera.h"
 #include "uvc/camera_binding.h"
 #include "uvc/class_request.h"
 #include "uvc/kt_uvc_control_records.h"
@@ -23,10 +27,12 @@ class Localizer;
 /// empty.
 using ComplitionHandle = std::function<void(bool success)>;
 
-/// What a manager works on.  Either may be null: no bus to look at, English names.
+/// What a manager works on.  The first two may be null: no bus to look at, English names.
 struct KTUVCEnvironment {
     UsbPlatform* usb = nullptr;      ///< outlives the manager, or releasePlatform() is called before
     const Localizer* text = nullptr; ///< used while the manager is made
+    /// Tells when a request failed; called from any thread.
+    std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
 };
 
 /// The controls of the camera that it is bound to: what the camera supports, its ranges and values, and a
@@ -38,10 +44,13 @@ struct KTUVCEnvironment {
 ///                                       v
 ///                               bound, interface closed: every request fails until bound or opened anew
 ///
-/// Binding, opening anew, the prober and the manager's making belong to the main thread.  Setters, pushes,
-/// support queries, reset and bulk send are thread-safe: requests are sent on the calling thread, without a
-/// lock held, and where two threads write one control the last one wins.  No operation throws; a refused
-/// value never stays in a record.
+/// Binding, the prober and the manager's making belong to the main thread.  Setters, pushes, support queries,
+/// reset and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and if
+/// two threads write one control the last one wins.  No operation throws; a refused value never stays in a
+/// record.
+///
+/// A setter belongs to the binding that it started with.  If another camera is bound before the answer is
+/// there, the answer changes no record; while a camera is being read, setters fail.
 class KTUVCManager : public KTUVCControlRecords {
 public:
     /// What sharedManager() will be made with.  Call it once, before the first sharedManager().
@@ -77,6 +86,13 @@ public:
     /// @return whether requests can be sent again
     bool openInterfaceAgain();
 
+    /// Changes with each binding, and only then.
+    BindingIdentity bindingIdentity() const { return binding_.get().identity; }
+    /// Whether every control of the bound camera could be asked: no request failed on the way.
+    bool recordsAreRead() const { return binding_.get().recordsAreRead; }
+    /// Whether there is an interface to send requests to and a control to send them for.
+    bool isControllable() const;
+
     /// Null where the device has no video-control interface or it cannot be opened.
     std::shared_ptr<UsbInterface> _getControlInferaceWithDeviceInterface(UsbDevice& deviceInterface) const;
 
@@ -96,7 +112,12 @@ public:
     void setInterface(std::shared_ptr<UsbInterface> interface);
 
     /// Whether the interface was closed because a request failed.
-    bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed; }
+    bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed(); }
+    /// Why it was; success while it is open.
+    UsbStatus failure() const { return binding_.get().failure; }
+    std::chrono::steady_clock::time_point failedAt() const { return binding_.get().failedAt; }
+    /// The clock of failedAt().
+    std::chrono::steady_clock::time_point now() const { return now_(); }
 
     std::uint32_t deviceLocationID() const { return binding_.get().deviceLocationID; }
     void setDeviceLocationID(std::uint32_t locationID);
@@ -195,9 +216,10 @@ public:
     bool hueSupported() const { return controlSupported(KTUVCControl::hue); }
     bool whiteBalanceSupported() const { return controlSupported(KTUVCControl::whiteBalance); }
 
-    // All controls but roll, each automatic one before what it rules; a refusal does not stop the walk.
+    // All controls but roll, each automatic one before what it rules.  A refused value does not stop the
+    // walk; a camera that is gone or failed to answer twice does, and so does another binding.
 
-    /// Writes the camera's own defaults.
+    /// Writes the camera's own defaults; a control that has none is left alone.
     void resetParamsToDefaults();
     /// Writes the values that the records hold.
     void sendParamsToDevice();
@@ -236,9 +258,20 @@ public:
     void _populateAllParams();
 
 private:
+    friend class BoundCamera;
+
     using Decode = std::function<std::int64_t(std::int64_t previous, std::span<const std::uint8_t> reply)>;
+    using Only = std::optional<BindingIdentity>; // the one binding that is meant, or any
 
     bool send(const CameraBinding& binding, UsbControlRequest& request);
+    std::int32_t requestValue(const CameraBinding& binding, UvcRequest requestCode,
+                              const KTUVCControlInfo& control, std::unique_ptr<std::uint8_t[]>& returnVal);
+    /// @param bytes hold afterwards what the camera took, if the transport knows it
+    bool write(const CameraBinding& binding, std::span<std::uint8_t> bytes, std::int32_t unit,
+               std::int32_t selector);
+    bool writeBytes(const CameraBinding& binding, const std::uint8_t* bytes, std::size_t size,
+                    std::int32_t unit, std::int32_t selector);
+    void readCurrent(const CameraBinding& binding, const KTUVCParameters& record);
     void populate(KTUVCParameters& record, bool support, const Decode& decode);
     static void markUnsupported(KTUVCParameters& record);
     bool readAll(KTUVCParameters& record, const Decode& decode);
@@ -246,12 +279,25 @@ private:
 
     bool bindRecordOf(const LocationCandidates& locationIDs);
     bool bindInterfaceOf(const LocationCandidates& locationIDs);
+    /// Null if the device has no control interface or it cannot be opened, nothing if there is no device.
+    std::optional<std::shared_ptr<UsbInterface>> openInterfaceAt(const LocationCandidates& locationIDs) const;
     std::unique_ptr<UsbDevice> deviceAt(const LocationCandidates& locationIDs) const;
+    bool openInterfaceOf(BindingIdentity identity);
 
-    void setScalar(const ControlRow& row, std::int64_t value, const ComplitionHandle& handle);
-    void resetToDefault(const ControlRow& row);
+    bool setControl(const ControlRow& row, std::int64_t value, Only only);
+    bool setScalar(const ControlRow& row, std::int64_t value, Only only);
+    /// @param next makes the value to send of the one that the record holds
+    bool setPair(const std::function<std::int64_t(std::int64_t held)>& next, Only only);
+    /// What the camera took, or nothing if the write failed.
+    std::optional<std::int64_t> push(const CameraBinding& binding, const KTUVCControlInfo& control,
+                                     std::size_t size, std::int64_t value);
+
+    void walk(const std::function<void(const BoundCamera& camera, const ControlRow& row)>& writeControl);
+    void resetToDefault(const BoundCamera& camera, const ControlRow& row);
     bool ignoresItsAutoFocusDefault() const;
 
+    const std::function<std::chrono::steady_clock::time_point()> now_;
+    mutable std::mutex busMutex_; // guards usb_, and lets one thread at a time search it and open
     UsbPlatform* usb_;
     std::unique_ptr<BusProber> prober_;
     SharedCameraBinding binding_;

@@ -45,11 +45,15 @@ bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationI
         binding.inputTerminalID = CameraBinding().inputTerminalID;
         binding.processingUnitID = CameraBinding().processingUnitID;
         binding.interface = nullptr;
-        binding.interfaceIsClosed = false;
+        binding.failure = UsbStatus::success;
         binding.recordsAreRead = false;
         binding.device = nullptr;
+        ++binding.identity;
+        binding.isBeingRead = true;
     });
-    return bindRecordOf(locationIDs) && bindInterfaceOf(locationIDs);
+    const bool bound = bindRecordOf(locationIDs) && bindInterfaceOf(locationIDs);
+    binding_.change([](CameraBinding& binding) { binding.isBeingRead = false; });
+    return bound;
 }
 
 bool KTUVCManager::bindRecordOf(const LocationCandidates& locationIDs) {
@@ -75,10 +79,10 @@ bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
         held->USBInterfaceClose();
         setInterface(nullptr);
     }
-    const std::unique_ptr<UsbDevice> deviceInterface = deviceAt(locationIDs);
-    if (!deviceInterface) return false;
+    const auto found = openInterfaceAt(locationIDs);
+    if (!found) return false;
 
-    const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
+    const std::shared_ptr<UsbInterface>& opened = *found;
     // With its number at once: no request in between goes out with the last camera's.
     const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
     binding_.change([&](CameraBinding& binding) {
@@ -87,6 +91,14 @@ bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
     });
     generalInit();
     return true;
+}
+
+std::optional<std::shared_ptr<UsbInterface>> KTUVCManager::openInterfaceAt(
+    const LocationCandidates& locationIDs) const {
+    const std::lock_guard lock(busMutex_);
+    const std::unique_ptr<UsbDevice> deviceInterface = deviceAt(locationIDs);
+    if (!deviceInterface) return std::nullopt;
+    return _getControlInferaceWithDeviceInterface(*deviceInterface);
 }
 
 std::unique_ptr<UsbDevice> KTUVCManager::deviceAt(const LocationCandidates& locationIDs) const {
@@ -103,17 +115,35 @@ std::unique_ptr<UsbDevice> KTUVCManager::deviceAt(const LocationCandidates& loca
 
 bool KTUVCManager::openInterfaceAgain() {
     const CameraBinding bound = binding_.get();
-    if (!bound.interfaceIsClosed) return bound.interface != nullptr;
+    if (!bound.interfaceIsClosed() || bound.recordsAreRead) return openInterfaceOf(bound.identity);
     const std::uint32_t place = bound.deviceLocationID;
-    const LocationCandidates location{place, place, place};
-    if (!bound.recordsAreRead) return refreshDataWithLocationID(location) && !interfaceIsClosed();
+    return refreshDataWithLocationID({place, place, place}) && !interfaceIsClosed();
+}
 
-    const std::unique_ptr<UsbDevice> deviceInterface = deviceAt(location);
-    if (!deviceInterface) return false;
-    const std::shared_ptr<UsbInterface> opened = _getControlInferaceWithDeviceInterface(*deviceInterface);
-    if (!opened) return false;
-    setInterface(opened);
-    return true;
+bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
+    const CameraBinding bound = binding_.get();
+    if (bound.identity != identity) return false;
+    if (!bound.interfaceIsClosed()) return bound.interface != nullptr;
+
+    const std::uint32_t place = bound.deviceLocationID;
+    const std::shared_ptr<UsbInterface> opened = openInterfaceAt({place, place, place}).value_or(nullptr);
+    const auto failedAt = now_();
+    bool isOpen = false;
+    binding_.change([&](CameraBinding& current) {
+        if (current.identity != identity) return;
+        if (current.interface == bound.interface) { // and not opened anew by another thread meanwhile
+            if (opened) current.interface = opened;
+            current.failure = opened ? UsbStatus::success : UsbStatus::gone;
+            current.failedAt = failedAt;
+        }
+        isOpen = current.interface && !current.interfaceIsClosed();
+    });
+    return isOpen;
+}
+
+bool KTUVCManager::isControllable() const {
+    return interface() != nullptr &&
+           std::ranges::any_of(parametersArray(), [](const Record& r) { return r && r->supported(); });
 }
 
 std::shared_ptr<UsbInterface> KTUVCManager::_getControlInferaceWithDeviceInterface(
@@ -127,7 +157,7 @@ void KTUVCManager::generalInit() {
     if (const std::shared_ptr<UsbInterface> bound = interface())
         setInterfaceNumber(bound->GetInterfaceNumber());
     _populateAllParams();
-    binding_.change([](CameraBinding& binding) { binding.recordsAreRead = !binding.interfaceIsClosed; });
+    binding_.change([](CameraBinding& binding) { binding.recordsAreRead = !binding.interfaceIsClosed(); });
 }
 
 } // namespace tavelo

@@ -3,7 +3,8 @@
 #include "uvc/kt_uvc_manager.h"
 
 #include <memory>
-#include <optional>
+
+#include "uvc/walk_patience.h"
 
 namespace tavelo {
 namespace {
@@ -14,40 +15,48 @@ constexpr std::uint16_t productWithoutAutoFocusDefault = 0x28C4;
 } // namespace
 
 void KTUVCManager::resetParamsToDefaults() {
-    // The gate of a manual control looks at what the walk has just written to its automatic one.
-    for (const ControlRow& row : controlTable()) {
-        if (row.inBulk && controlSupported(row.control)) resetToDefault(row);
-    }
+    walk([this](const BoundCamera& camera, const ControlRow& row) { resetToDefault(camera, row); });
 }
 
 void KTUVCManager::sendParamsToDevice() {
+    walk([this](const BoundCamera& camera, const ControlRow& row) {
+        camera.setControlWithComplitionHandle(row.control, record(row.control)->val(), {});
+    });
+}
+
+void KTUVCManager::walk(
+    const std::function<void(const BoundCamera& camera, const ControlRow& row)>& writeControl) {
+    const BoundCamera camera(*this);
+    WalkPatience patience;
     for (const ControlRow& row : controlTable()) {
+        // The gate of a manual control looks at what the walk has just written to its automatic one.
         if (!row.inBulk || !controlSupported(row.control)) continue;
-        const Record target = record(row.control);
-        if (row.argument == ControlArgument::pair)
-            _push2x4ByteValueParamToDevice(target->val(), target.get());
-        else
-            setControlWithComplitionHandle(row.control, target->val(), {});
+        const UsbStatus failure = camera.failure();
+        if (failure != UsbStatus::success &&
+            (patience.judge(failure) == AfterFailure::end || !camera.openInterfaceAgain()))
+            return;
+        writeControl(camera, row);
     }
 }
 
-void KTUVCManager::resetToDefault(const ControlRow& row) {
+void KTUVCManager::resetToDefault(const BoundCamera& camera, const ControlRow& row) {
     const Record target = record(row.control);
+    if (!target->controlInfo() || !target->controlInfo()->hasDef()) return;
     const std::int64_t def = target->def();
-    if (row.argument == ControlArgument::pair) {
-        if (_push2x4ByteValueParamToDevice(def, target.get())) target->setVal(def);
-        return;
-    }
+    if (row.argument == ControlArgument::pair)
+        return camera.setControlWithComplitionHandle(row.control, def, {});
 
     const bool isAutoFocus = row.control == KTUVCControl::autoFocus;
     const bool forcesOn = isAutoFocus && ignoresItsAutoFocusDefault();
     std::int64_t value = isAutoFocus ? def & 0xFF : def; // automatic focus is a flag of one byte
     if (forcesOn) value = 1;
-    setControlWithComplitionHandle(row.control, value,
-                                   [weak = std::weak_ptr<KTUVCParameters>(target), forcesOn](bool success) {
-                                       const Record written = weak.lock();
-                                       if (success && written) written->setVal(forcesOn ? 1 : written->def());
-                                   });
+    camera.setControlWithComplitionHandle(row.control, value, [&](bool success) {
+        if (!success || forcesOn || !isAutoFocus) return;
+        // The flag was sent as 0 or 1; if the camera took it so, the record keeps the whole default.
+        binding_.ifCurrent(camera.identity(), [&] {
+            if (target->val() == (value != 0 ? 1 : 0)) target->setVal(target->def());
+        });
+    });
 }
 
 bool KTUVCManager::ignoresItsAutoFocusDefault() const {

@@ -3,6 +3,7 @@
 #include "uvc/kt_uvc_manager.h"
 
 #include <array>
+#include <optional>
 #include <span>
 
 #include "uvc/value_coding.h"
@@ -11,6 +12,8 @@ namespace tavelo {
 namespace {
 
 constexpr std::int32_t longestScalar = 4; // bytes
+constexpr std::int32_t sizeOfPair = 8;
+static_assert(sizeOfPair == maxValueSize);
 
 std::int64_t joined(std::int64_t pan, std::int64_t tilt) {
     const auto low = static_cast<std::uint64_t>(pan) & 0xFFFF'FFFF;
@@ -40,67 +43,100 @@ std::int64_t remembered(ControlArgument argument, std::int64_t value) {
 
 void KTUVCManager::setControlWithComplitionHandle(KTUVCControl control, std::int64_t value,
                                                   const ComplitionHandle& handle) {
-    const ControlRow& row = controlRow(control);
-    if (row.argument == ControlArgument::pair)
-        setPanTiltWithComplitionHandle(value, handle);
-    else
-        setScalar(row, value, handle);
+    const bool success = setControl(controlRow(control), value, std::nullopt);
+    if (handle) handle(success);
 }
 
-void KTUVCManager::setScalar(const ControlRow& row, std::int64_t value, const ComplitionHandle& handle) {
-    bool success = false;
-    if (const Record target = record(row.control)) {
-        const std::int64_t previous = remembered(row.argument, target->val());
-        target->setVal(accepted(row.argument, value));
-        success = _pushParamToDevice(target.get());
-        if (!success) target->setVal(previous);
-    }
-    if (handle) handle(success);
+bool KTUVCManager::setControl(const ControlRow& row, std::int64_t value, Only only) {
+    if (row.argument != ControlArgument::pair) return setScalar(row, value, only);
+    return setPair([value](std::int64_t) { return value; }, only);
+}
+
+bool KTUVCManager::setScalar(const ControlRow& row, std::int64_t value, Only only) {
+    const Record target = record(row.control);
+    if (!target || !target->controlInfo()) return false;
+    const std::int64_t wanted = accepted(row.argument, value);
+    std::int64_t previous = 0;
+    std::int32_t size = 0;
+    // The record holds the value already while it is sent.
+    const auto binding = binding_.forWriting(only, [&] {
+        previous = remembered(row.argument, target->val());
+        size = target->actualSize();
+        target->setVal(wanted);
+    });
+    if (!binding) return false;
+
+    const bool isSendable = size > 0 && size <= longestScalar;
+    const std::optional<std::int64_t> taken =
+        isSendable ? push(*binding, *target->controlInfo(), static_cast<std::size_t>(size), wanted)
+                   : std::nullopt;
+    // By now the record may be another camera's, or hold what another thread has set since.
+    binding_.ifCurrent(binding->identity, [&] {
+        if (target->val() == wanted) target->setVal(taken.value_or(previous));
+    });
+    return taken.has_value();
 }
 
 void KTUVCManager::setRelativeZoomWithComplitionHandle(std::int64_t /*value*/,
                                                        const ComplitionHandle& /*handle*/) {}
 
-void KTUVCManager::setPanTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+bool KTUVCManager::setPair(const std::function<std::int64_t(std::int64_t held)>& next, Only only) {
+    const Record target = panTilt();
+    if (!target || !target->controlInfo()) return false;
+    std::int64_t wanted = 0;
+    std::int32_t size = 0;
+    const auto binding = binding_.forWriting(only, [&] {
+        wanted = next(target->val());
+        size = target->actualSize();
+    });
+    if (!binding || size != sizeOfPair) return false;
+
     // Unlike a scalar's, the record is written after the push.
-    bool success = false;
-    if (const Record target = panTilt()) {
-        const std::int64_t previous = target->val();
-        success = _push2x4ByteValueParamToDevice(value, target.get());
-        target->setVal(success ? value : previous);
-    }
-    if (handle) handle(success);
+    const auto taken = push(*binding, *target->controlInfo(), maxValueSize, wanted);
+    if (taken) binding_.ifCurrent(binding->identity, [&] { target->setVal(*taken); });
+    return taken.has_value();
+}
+
+void KTUVCManager::setPanTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
+    setControlWithComplitionHandle(KTUVCControl::panTilt, value, handle);
 }
 
 void KTUVCManager::setPanWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
-    const std::int64_t previous = panTilt() ? panTilt()->val() : 0;
-    setPanTiltWithComplitionHandle(joined(value, KTUVCParameters::second32BitValueFrom64BitValue(previous)),
-                                   handle);
+    const bool success = setPair(
+        [value](std::int64_t held) {
+            return joined(value, KTUVCParameters::second32BitValueFrom64BitValue(held));
+        },
+        std::nullopt);
+    if (handle) handle(success);
 }
 
 void KTUVCManager::setTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
-    const std::int64_t previous = panTilt() ? panTilt()->val() : 0;
-    setPanTiltWithComplitionHandle(joined(previous, value), handle);
+    const bool success = setPair([value](std::int64_t held) { return joined(held, value); }, std::nullopt);
+    if (handle) handle(success);
+}
+
+std::optional<std::int64_t> KTUVCManager::push(const CameraBinding& binding, const KTUVCControlInfo& control,
+                                               std::size_t size, std::int64_t value) {
+    std::array<std::uint8_t, maxValueSize> buffer{};
+    const auto bytes = std::span(buffer).first(size);
+    putLittleEndian(value, bytes);
+    const auto asked = buffer;
+    if (!write(binding, bytes, control.unit(), control.selector())) return std::nullopt;
+    // A value that the camera took unchanged stays what the caller passed, even if it has more bits.
+    return buffer == asked ? value : integerOf(bytes, control.isSigned());
 }
 
 bool KTUVCManager::_pushParamToDevice(const KTUVCParameters* record) {
     if (record == nullptr || !record->controlInfo()) return false;
     const std::int32_t size = record->actualSize();
     if (size <= 0 || size > longestScalar) return false;
-
-    std::array<std::uint8_t, longestScalar> buffer{};
-    const auto bytes = std::span(buffer).first(static_cast<std::size_t>(size));
-    putLittleEndian(record->val(), bytes);
-    return _setBytesSizedToControl(bytes.data(), bytes.size(), *record->controlInfo());
+    return push(binding_.get(), *record->controlInfo(), static_cast<std::size_t>(size), record->val())
+        .has_value();
 }
 
 bool KTUVCManager::_push2x4ByteValueParamToDevice(std::int64_t value, const KTUVCParameters* record) {
-    std::array<std::uint8_t, maxValueSize> bytes{};
-    if (record == nullptr || !record->controlInfo()) return false;
-    if (record->actualSize() != static_cast<std::int32_t>(bytes.size())) return false;
-
-    putLittleEndian(value, bytes);
-    return _setBytesSizedToControl(bytes.data(), bytes.size(), *record->controlInfo());
+    if (record == nullptr || !record->controlInfo() || record->actualSize() != sizeOfPair) return false;
+    return push(binding_.get(), *record->controlInfo(), maxValueSize, value).has_value();
 }
 
 bool KTUVCManager::controlSupported(KTUVCControl control) const {

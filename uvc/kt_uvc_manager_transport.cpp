@@ -37,12 +37,17 @@ bool KTUVCManager::_sendControlRequest(UsbControlRequest& request) {
 
 bool KTUVCManager::send(const CameraBinding& binding, UsbControlRequest& request) {
     if (!binding.interface) return false;
-    if (binding.interface->ControlRequest(request) == UsbStatus::success) return true;
+    const UsbStatus status = binding.interface->ControlRequest(request);
+    if (status == UsbStatus::success) return true;
 
     // A camera in trouble is left alone: everything after the first failure fails without being sent.
     binding.interface->USBInterfaceClose();
+    const auto failedAt = now_();
     binding_.change([&](CameraBinding& current) {
-        if (current.interface == binding.interface) current.interfaceIsClosed = true;
+        // The first reason counts: requests that were under way when another one failed find it closed.
+        if (current.interface != binding.interface || current.interfaceIsClosed()) return;
+        current.failure = status;
+        current.failedAt = failedAt;
     });
     return false;
 }
@@ -50,7 +55,12 @@ bool KTUVCManager::send(const CameraBinding& binding, UsbControlRequest& request
 std::int32_t KTUVCManager::_requestValTypeForControlReturnVal(UvcRequest requestCode,
                                                               const KTUVCControlInfo& control,
                                                               std::unique_ptr<std::uint8_t[]>& returnVal) {
-    const CameraBinding binding = binding_.get();
+    return requestValue(binding_.get(), requestCode, control, returnVal);
+}
+
+std::int32_t KTUVCManager::requestValue(const CameraBinding& binding, UvcRequest requestCode,
+                                        const KTUVCControlInfo& control,
+                                        std::unique_ptr<std::uint8_t[]>& returnVal) {
     UsbControlRequest request =
         classRequest(UvcRequestType::read, requestCode, binding, control.unit(), control.selector());
     request.wLength =
@@ -67,19 +77,7 @@ std::int32_t KTUVCManager::_requestValTypeForControlReturnVal(UvcRequest request
 
 bool KTUVCManager::setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,
                                                std::int32_t selector) {
-    if (size > maxValueSize) {
-        assert(false && "a control value has at most 8 bytes");
-        std::abort();
-    }
-    std::array<std::uint8_t, maxValueSize> payload{};
-    std::copy_n(bytes, size, payload.begin());
-
-    const CameraBinding binding = binding_.get();
-    UsbControlRequest request =
-        classRequest(UvcRequestType::write, UvcRequest::setCur, binding, unit, selector);
-    request.wLength = static_cast<std::uint16_t>(size);
-    request.data = payload.data();
-    return send(binding, request);
+    return writeBytes(binding_.get(), bytes, size, unit, selector);
 }
 
 bool KTUVCManager::_setBytesSizedToControl(const std::uint8_t* bytes, std::size_t size,
@@ -87,10 +85,34 @@ bool KTUVCManager::_setBytesSizedToControl(const std::uint8_t* bytes, std::size_
     return setBytesSizedToUnitSelector(bytes, size, control.unit(), control.selector());
 }
 
+bool KTUVCManager::writeBytes(const CameraBinding& binding, const std::uint8_t* bytes, std::size_t size,
+                              std::int32_t unit, std::int32_t selector) {
+    if (size > maxValueSize) {
+        assert(false && "a control value has at most 8 bytes");
+        std::abort();
+    }
+    std::array<std::uint8_t, maxValueSize> payload{};
+    std::copy_n(bytes, size, payload.begin());
+    return write(binding, std::span(payload).first(size), unit, selector);
+}
+
+bool KTUVCManager::write(const CameraBinding& binding, std::span<std::uint8_t> bytes, std::int32_t unit,
+                         std::int32_t selector) {
+    UsbControlRequest request =
+        classRequest(UvcRequestType::write, UvcRequest::setCur, binding, unit, selector);
+    request.wLength = static_cast<std::uint16_t>(bytes.size());
+    request.data = bytes.data();
+    return send(binding, request);
+}
+
 void KTUVCManager::populateParam(const KTUVCParameters& record) {
+    readCurrent(binding_.get(), record);
+}
+
+void KTUVCManager::readCurrent(const CameraBinding& binding, const KTUVCParameters& record) {
     if (!record.controlInfo()) return;
     std::unique_ptr<std::uint8_t[]> reply;
-    _requestValTypeForControlReturnVal(UvcRequest::getCur, *record.controlInfo(), reply);
+    requestValue(binding, UvcRequest::getCur, *record.controlInfo(), reply);
 }
 
 void KTUVCManager::_populateParamSupport(KTUVCParameters& record, bool support) {

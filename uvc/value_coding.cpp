@@ -42,6 +42,12 @@ void putLittleEndian(std::int64_t value, std::span<std::uint8_t> bytes) {
     }
 }
 
+std::int64_t integerOf(std::span<const std::uint8_t> bytes, bool isSigned) {
+    const std::size_t count = std::min(bytes.size(), maxValueSize);
+    const bool isNegative = isSigned && count > 0 && (bytes[count - 1] & 0x80) != 0;
+    return overlaid(isNegative ? -1 : 0, bytes);
+}
+
 std::optional<ValueFormat> ValueFormat::ofSize(std::int32_t size, bool isSigned) {
     if (size < 0 || size > static_cast<std::int32_t>(maxValueSize)) return std::nullopt;
     const bool hasSign = isSigned && size > 0;

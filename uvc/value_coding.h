@@ -20,6 +20,9 @@ std::int64_t overlaid(std::int64_t value, std::span<const std::uint8_t> bytes);
 /// the eighth become 0.  Reentrant.
 void putLittleEndian(std::int64_t value, std::span<std::uint8_t> bytes);
 
+/// The number that all of these bytes make, at most eight, the least significant first.  Reentrant.
+std::int64_t integerOf(std::span<const std::uint8_t> bytes, bool isSigned);
+
 /// Which bits of a reply count, and which one is its sign.
 class ValueFormat {
 public:

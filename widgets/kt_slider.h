@@ -49,6 +49,11 @@ public:
     /// Takes a value as if the user had chosen it: sends action().
     void choose(double value);
 
+    /// Whether the user drags the knob: from press to release, not during the release's action.
+    bool isHeld() const { return grip_.has_value(); }
+    /// Ends a drag without an action; the pointer has to press again.
+    void letGo() { grip_.reset(); }
+
     QSize sizeHint() const override { return {160, 16}; }
 
 Q_SIGNALS:

@@ -16,6 +16,7 @@ UsbStatus VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     if (!open_) return UsbStatus::notOpen;
     if (!firmware_->present()) return UsbStatus::gone;
+    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
     const bool read = (request.bmRequestType & uvc::directionIn) != 0;
     const UsbSetup setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex,
                          request.wLength};

@@ -213,13 +213,15 @@ TEST_F(PanelCameras, ACameraSeenBeforeKeepsItsRecordAndItsOwnValues) {
     EXPECT_EQ(view().contrastSlider()->intValue(), 50);
 }
 
-TEST_F(PanelCameras, ACameraWhoseControlsDoNotAnswerIsStillShown) {
+TEST_F(PanelCameras, ACameraWhoseControlsDoNotAnswerIsShownAndNotControllable) {
     const auto firmware = plug(1);
     firmware->order({.kind = FaultKind::stall});
     start(0);
     EXPECT_EQ(shown(), 1);
     EXPECT_TRUE(waitFor([this] { return panel().displayView()->mtkView()->drawnFrames() > 2; }));
-    EXPECT_EQ(view().brightnessValueText()->text(), u"-1");
+    expectControlsEnabled(false);
+    EXPECT_FALSE(panel().cameraSettingKey());
+    EXPECT_TRUE(store_.empty());
 }
 
 TEST_F(PanelCameras, HidingThePreviewAgainExtendsTheTimeUntilItShows) {

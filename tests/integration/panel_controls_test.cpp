@@ -6,27 +6,7 @@
 namespace tavelo {
 namespace {
 
-constexpr std::uint8_t setCur = 0x01;
-
-class PanelControls : public PanelTest {
-protected:
-    /// The writes that reached the camera, in order.
-    static std::vector<RequestRecord> writes(const VirtualCameraFirmware& camera) {
-        std::vector<RequestRecord> result;
-        for (const RequestRecord& request : camera.requestLog())
-            if (request.setup.bRequest == setCur && request.setup.bmRequestType == 0x21)
-                result.push_back(request);
-        return result;
-    }
-
-    static void press(KTSlider* slider, double share) {
-        QTest::mousePress(slider, Qt::LeftButton, {}, pointOf(slider, share));
-    }
-    static void move(KTSlider* slider, double share) { QTest::mouseMove(slider, pointOf(slider, share)); }
-    static void release(KTSlider* slider, double share) {
-        QTest::mouseRelease(slider, Qt::LeftButton, {}, pointOf(slider, share));
-    }
-};
+using PanelControls = PanelTest;
 
 TEST_F(PanelControls, DraggingTheBrightnessSliderMovesTheCameraOnPressMoveAndRelease) {
     start(1);
@@ -221,6 +201,45 @@ TEST_F(PanelControls, MirrorSwitchAndRendererEachTurnOverFromTheirOwnState) {
     click(view().mirrorSwitch());
     EXPECT_TRUE(view().mirrorSwitch()->on());
     EXPECT_FALSE(panel().displayView()->mtkView()->shouldFlipHorizontal());
+}
+
+TEST_F(PanelControls, TheLabelShowsTheCamerasValueWhereTheSliderEnds) {
+    start(1);
+    manager_.bright()->setVal(200);
+    manager_.contrast()->setVal(-7);
+    manager_.panTilt()->setVal(packPanTilt(20 * 3600, -30 * 3600));
+    panel().refreshCameraSettingData();
+    EXPECT_EQ(view().brightnessSlider()->intValue(), 64);
+    EXPECT_EQ(view().brightnessValueText()->text(), u"200");
+    EXPECT_EQ(view().contrastSlider()->intValue(), 0);
+    EXPECT_EQ(view().contrastValueText()->text(), u"-7");
+    EXPECT_EQ(view().panLeftRightSlider()->intValue(), 10);
+    EXPECT_EQ(view().panLeftRightValueText()->text(), u"20");
+    EXPECT_EQ(view().panUpDownSlider()->intValue(), -10);
+    EXPECT_EQ(view().panUpDownValueText()->text(), u"-30");
+}
+
+/// Takes every value rounded down to an even number, and says so.
+class EvenValues : public UsbInterface {
+public:
+    UsbStatus ControlRequest(UsbControlRequest& request) override {
+        request.data[0] = static_cast<std::uint8_t>(request.data[0] & 0xFE);
+        return UsbStatus::success;
+    }
+    void USBInterfaceClose() override {}
+    std::uint8_t GetInterfaceNumber() const override { return 0; }
+};
+
+TEST_F(PanelControls, TheLabelShowsWhatTheCameraTook) {
+    start(1);
+    manager_.setInterface(std::make_shared<EvenValues>());
+    KTSlider* slider = view().contrastSlider();
+    slider->choose(33);
+    EXPECT_EQ(view().contrastValueText()->text(), u"32");
+    EXPECT_EQ(slider->intValue(), 33);
+    PreferencesDictionary profile;
+    camera_settings::storeCurrent(profile, manager_, false);
+    EXPECT_EQ(camera_settings::integer(profile, "kNSUserDefaultsKeyContrast"), 32);
 }
 
 TEST_F(PanelControls, TheSwitchedCameraIsTheOneThatASliderMoves) {

@@ -7,6 +7,8 @@
 #include <QTest>
 #include <QThreadPool>
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -71,6 +73,26 @@ protected:
         return {qRound(x), slider->height() / 2};
     }
 
+    static void press(KTSlider* slider, double share) {
+        QTest::mousePress(slider, Qt::LeftButton, {}, pointOf(slider, share));
+    }
+    static void move(KTSlider* slider, double share) { QTest::mouseMove(slider, pointOf(slider, share)); }
+    static void release(KTSlider* slider, double share) {
+        QTest::mouseRelease(slider, Qt::LeftButton, {}, pointOf(slider, share));
+    }
+
+    /// The writes that reached a camera, in order.
+    static std::vector<RequestRecord> writes(const VirtualCameraFirmware& camera) {
+        constexpr std::uint8_t setCur = 0x01;
+        std::vector<RequestRecord> result = camera.requestLog();
+        std::erase_if(result, [](const RequestRecord& request) {
+            return request.setup.bRequest != setCur || request.setup.bmRequestType != 0x21;
+        });
+        return result;
+    }
+
+    void passTime(std::chrono::milliseconds time) { now_ = now_.load() + time; }
+
     static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
 
     /// Presses a button that pushes settings to camera 1, and waits until the camera and the widgets have
@@ -92,6 +114,13 @@ protected:
         });
     }
 
+    /// Puts settings into one of the stored profiles.
+    void storeProfile(std::size_t position, const PreferencesDictionary& profile) {
+        auto object = *store_.objectForKey(*panel().cameraSettingKey());
+        std::get<PreferencesArray>(object.value).at(position) = {profile};
+        store_.setObject(object, *panel().cameraSettingKey());
+    }
+
     /// A profile of the camera's stored record, by position.
     PreferencesDictionary storedProfile(std::size_t position) {
         const auto object = store_.objectForKey(*panel_->cameraSettingKey());
@@ -103,7 +132,9 @@ protected:
     VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
     MemoryPreferencesStore store_;
     ResourceBundle bundle_;
-    KTUVCManager manager_{{backend_.usb.get(), nullptr}};
+    /// Stands still unless a test moves it.
+    std::atomic<std::chrono::steady_clock::time_point> now_ = std::chrono::steady_clock::now();
+    KTUVCManager manager_{{backend_.usb.get(), nullptr, [this] { return now_.load(); }}};
     KTWindow window_{QRect(0, 0, 1111, 660), WindowStyle::borderless, true, true};
     KTWindowController windowController_{window_};
     std::unique_ptr<ViewController> panel_;

@@ -17,13 +17,6 @@ constexpr std::uint8_t getCur = 0x81;
 
 class PanelProfiles : public PanelTest {
 protected:
-    /// Puts settings into one of the stored profiles.
-    void storeProfile(std::size_t position, const PreferencesDictionary& profile) {
-        auto object = *store_.objectForKey(*panel().cameraSettingKey());
-        std::get<PreferencesArray>(object.value).at(position) = {profile};
-        store_.setObject(object, *panel().cameraSettingKey());
-    }
-
     PreferencesDictionary profileWith(std::string_view key, std::int64_t value) {
         PreferencesDictionary profile = storedProfile(0);
         profile[std::string(key)] = {value};

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <QElapsedTimer>
+
 #include "integration/main_thread_watch.h"
 #include "integration/panel_fixture.h"
 
@@ -85,6 +87,25 @@ TEST_F(PanelResponsiveness, ASliderAfterARefusedValueWaitsForItsOwnRequestsOnly)
     QTest::mousePress(view().contrastSlider(), Qt::LeftButton, {}, pointOf(view().contrastSlider(), 1));
     EXPECT_EQ(own.count(), 1U);
     EXPECT_EQ(camera(1)->controlValue(control::contrast), 64);
+}
+
+TEST_F(PanelResponsiveness, ADragOnAHangingCameraBlocksTheMainThreadForOneRequest) {
+    start(1);
+    constexpr auto hangs = 300ms;
+    camera(1)->order({.kind = FaultKind::delay, .control = control::brightness, .wait = hangs});
+    camera(1)->order({.kind = FaultKind::silence, .control = control::brightness});
+    const OwnRequests own(camera(1));
+    KTSlider* slider = view().brightnessSlider();
+    QElapsedTimer blocked;
+    blocked.start();
+    press(slider, 0);
+    for (const double share : {0.1, 0.2, 0.3, 0.4, 0.5, 0.6})
+        move(slider, share);
+    release(slider, 0.6);
+    const std::chrono::milliseconds time(blocked.elapsed());
+    RecordProperty("milliseconds", static_cast<int>(time.count()));
+    EXPECT_LT(time, 2 * hangs);
+    EXPECT_EQ(own.count(), 1U);
 }
 
 TEST_F(PanelResponsiveness, ASecondCameraPluggedInWhileAProfileIsPushedIsNotAsked) {

@@ -64,8 +64,12 @@ public:
         return interfaceNumber_;
     }
 
-    /// Called whenever somebody asks for the number; set it before any other thread uses the camera.
+    // Set these before any other thread uses the camera.
+
+    /// Called whenever somebody asks for the number.
     std::function<void()> interfaceNumberAsked;
+    /// Called for each request once it has arrived, before it is answered.
+    std::function<void(const FakeUsbRequest& request)> requestArrived;
 
     void setControl(std::uint8_t entity, std::uint8_t selector, FakeUvcControl control) {
         const std::lock_guard lock(mutex_);
@@ -76,6 +80,12 @@ public:
     void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, UsbStatus status) {
         const std::lock_guard lock(mutex_);
         failures_[{entity, selector, code}] = status;
+    }
+
+    /// Whatever is written to this control, the camera takes these bytes and the transport says so.
+    void setTaken(std::uint8_t entity, std::uint8_t selector, FakeUvcControl::Bytes bytes) {
+        const std::lock_guard lock(mutex_);
+        taken_[{entity, selector}] = std::move(bytes);
     }
 
     std::vector<FakeUsbRequest> requests() const {
@@ -95,18 +105,25 @@ public:
     }
 
     UsbStatus answer(UsbControlRequest& request) {
-        const std::lock_guard lock(mutex_);
         const auto payload = request.payload();
-        const FakeUsbRequest& arrived = requests_.emplace_back(
-            FakeUsbRequest{request.bmRequestType, request.bRequest, request.wValue, request.wIndex,
-                           request.wLength, std::vector<std::uint8_t>(payload.begin(), payload.end())});
+        const FakeUsbRequest arrived{request.bmRequestType, request.bRequest,
+                                     request.wValue,        request.wIndex,
+                                     request.wLength,       {payload.begin(), payload.end()}};
+        {
+            const std::lock_guard lock(mutex_);
+            requests_.push_back(arrived);
+        }
+        if (requestArrived) requestArrived(arrived);
 
+        const std::lock_guard lock(mutex_);
         const auto failure = failures_.find({arrived.entity(), arrived.selector(), arrived.bRequest});
         if (failure != failures_.end() && failure->second != UsbStatus::success) return failure->second;
 
         const auto control = controls_.find({arrived.entity(), arrived.selector()});
         if (arrived.bRequest == setCur) {
-            if (control != controls_.end()) control->second.cur = arrived.data;
+            const auto taken = taken_.find({arrived.entity(), arrived.selector()});
+            if (taken != taken_.end()) std::copy_n(taken->second.begin(), request.wLength, request.data);
+            if (control != controls_.end()) control->second.cur.assign(payload.begin(), payload.end());
             request.bytesDone = request.wLength;
         } else if (control != controls_.end()) {
             const FakeUvcControl::Bytes& bytes = bytesOf(control->second, arrived.bRequest);
@@ -147,6 +164,7 @@ private:
 
     mutable std::mutex mutex_; // guards everything below
     std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl> controls_;
+    std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl::Bytes> taken_;
     std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UsbStatus> failures_;
     std::vector<FakeUsbRequest> requests_;
 };
@@ -265,6 +283,7 @@ public:
 
     std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() override {
         ++walks;
+        if (servicesAsked) servicesAsked();
         std::vector<std::unique_ptr<UsbDeviceService>> services;
         for (const std::shared_ptr<FakeUsbDevice>& device : devices)
             services.push_back(std::make_unique<FakeUsbDeviceService>(device));
@@ -285,6 +304,10 @@ public:
     FakeProberLog proberLog;
     int walks = 0;
 
+    /// Called whenever somebody asks for the list: the prober's, or the operating system's.
+    std::function<void()> devicesAsked;
+    std::function<void()> servicesAsked;
+
 private:
     class Prober : public BusProber {
     public:
@@ -297,7 +320,10 @@ private:
             if (notify && changed && platform_.proberLog.delegate != nullptr)
                 platform_.proberLog.delegate->busProberInformationDidChange();
         }
-        const Records& devicesArray() const override { return found_; }
+        const Records& devicesArray() const override {
+            if (platform_.devicesAsked) platform_.devicesAsked();
+            return found_;
+        }
 
     private:
         FakeUsbPlatform& platform_;

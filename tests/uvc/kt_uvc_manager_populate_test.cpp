@@ -248,6 +248,18 @@ TEST_F(PopulateTest, ShortPanTiltReplyCoversTheLowBytesOnly) {
     EXPECT_EQ(manager->panTilt()->actualSize(), 4);
 }
 
+TEST_F(PopulateTest, ShortPanTiltRepliesLeaveTheHighBytesOfEveryField) {
+    script(KTUVCControl::panTilt, answers(pair(1, 11), pair(2, 12), pair(3, 13), pair(4, 14), 8));
+    bind();
+    script(KTUVCControl::panTilt, answers(5, 6, 7, 8, 4));
+    bind();
+    const KTUVCParameters& panTilt = *manager->panTilt();
+    EXPECT_EQ(panTilt.val(), pair(5, 11));
+    EXPECT_EQ(panTilt.min(), pair(6, 12));
+    EXPECT_EQ(panTilt.max(), pair(7, 13));
+    EXPECT_EQ(panTilt.def(), pair(8, 14));
+}
+
 TEST_F(PopulateTest, ControlLongerThanEightBytesIsUnsupported) {
     bind();
     const auto tooLong = std::make_shared<KTUVCParameters>(2, 2, 9, true, true, true, false, false,

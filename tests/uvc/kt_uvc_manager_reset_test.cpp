@@ -48,11 +48,22 @@ protected:
                 whiteBalance};
     }
 
-    /// What a write of each control's `value` looks like, in bulk order.
+    using Walk = void (KTUVCManager::*)();
+    static constexpr Walk walks[] = {&KTUVCManager::resetParamsToDefaults, &KTUVCManager::sendParamsToDevice};
+
+    /// Turns every automatic control off in its record, and forgets the requests so far.
+    void openGates() {
+        manager->autoExposureMode()->setVal(1);
+        for (const auto& automatic : {manager->autoFocus(), manager->autoHue(), manager->autoWhiteBalance()})
+            automatic->setVal(0);
+        camera->forgetRequests();
+    }
+
+    /// What a write of each control's `value` looks like.
     template <typename Value>
-    std::vector<FakeUsbRequest> bulkWrites(Value value) {
+    std::vector<FakeUsbRequest> writesOf(const std::vector<KTUVCControl>& controls, Value value) {
         std::vector<FakeUsbRequest> writes;
-        for (const KTUVCControl control : bulkOrder())
+        for (const KTUVCControl control : controls)
             writes.push_back(
                 writeOf(control, littleEndian(value(record(control)), controlRow(control).intendedSize)));
         return writes;
@@ -67,20 +78,21 @@ protected:
     }
 };
 
-TEST_F(ResetTest, EveryControlButRollGetsItsDefaultInOrder) {
+TEST_F(ResetTest, EveryControlWithADefaultButRollGetsItInOrder) {
     manager->resetParamsToDefaults();
+    std::vector<KTUVCControl> order = bulkOrder();
+    std::erase_if(order, [](KTUVCControl control) { return !controlRow(control).hasDef; });
+    EXPECT_EQ(order.size(), 19U);
     EXPECT_THAT(camera->requests(),
-                ElementsAreArray(bulkWrites([](const KTUVCParameters& r) { return r.def(); })));
-    for (const KTUVCControl control : bulkOrder())
+                ElementsAreArray(writesOf(order, [](const KTUVCParameters& r) { return r.def(); })));
+    for (const KTUVCControl control : order)
         EXPECT_EQ(record(control).val(), record(control).def()) << controlRow(control).text;
 }
 
 TEST_F(ResetTest, EveryControlButRollIsSentWithItsValueInOrder) {
-    manager->autoExposureMode()->setVal(1);
-    for (const auto& automatic : {manager->autoFocus(), manager->autoHue(), manager->autoWhiteBalance()})
-        automatic->setVal(0);
+    openGates();
     manager->panTilt()->setVal(0x00001C20FFFFF1F0);
-    const auto expected = bulkWrites([](const KTUVCParameters& r) { return r.val(); });
+    const auto expected = writesOf(bulkOrder(), [](const KTUVCParameters& r) { return r.val(); });
     manager->sendParamsToDevice();
     EXPECT_THAT(camera->requests(), ElementsAreArray(expected));
 }
@@ -176,25 +188,99 @@ TEST_F(ResetTest, UnsupportedControlIsNeitherWrittenNorChanged) {
     EXPECT_EQ(manager->gain()->val(), 77);
 }
 
-TEST_F(ResetTest, RefusalDoesNotStopTheWalk) {
-    /// Refuses one control and goes on, as an interface that did not have to close would.
-    class Forgiving : public UsbInterface {
-    public:
-        UsbStatus ControlRequest(UsbControlRequest& request) override {
-            ++requests;
-            return request.wValue == 0x0200 && request.wIndex >> 8 == 5 ? UsbStatus::refused
-                                                                        : UsbStatus::success;
+TEST_F(ResetTest, ARefusedControlCostsTheWalkNothingElse) {
+    for (const KTUVCControl refused : {KTUVCControl::autoExposureMode, KTUVCControl::bright}) {
+        for (const Walk walk : walks) {
+            bind();
+            fail(refused, FakeUvcCamera::setCur);
+            openGates();
+            const std::int64_t before = record(refused).val();
+            (manager.get()->*walk)();
+            fail(refused, FakeUvcCamera::setCur, UsbStatus::success);
+            EXPECT_TRUE(wasWritten(KTUVCControl::autoWhiteBalance));
+            EXPECT_TRUE(wasWritten(KTUVCControl::whiteBalance));
+            EXPECT_EQ(record(refused).val(), before);
         }
-        void USBInterfaceClose() override {}
-        std::uint8_t GetInterfaceNumber() const override { return interfaceNumber; }
-        std::size_t requests = 0;
-    };
-    const auto forgiving = std::make_shared<Forgiving>();
-    manager->setInterface(forgiving);
+    }
+}
+
+TEST_F(ResetTest, AllOthersAreWrittenWhenEveryThirdIsRefused) {
+    const std::vector<KTUVCControl> order = bulkOrder();
+    for (std::size_t i = 0; i < order.size(); i += 3)
+        fail(order[i], FakeUvcCamera::setCur);
+    openGates();
+    manager->sendParamsToDevice();
+    EXPECT_EQ(camera->writes().size(), order.size());
+}
+
+TEST_F(ResetTest, ACameraThatIsGoneEndsTheWalk) {
+    for (const Walk walk : walks) {
+        bind();
+        openGates();
+        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::gone);
+        (manager.get()->*walk)();
+        EXPECT_TRUE(wasWritten(KTUVCControl::zoom));
+        EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
+    }
+}
+
+TEST_F(ResetTest, OneSilenceDoesNotEndTheWalkAndASecondDoes) {
+    for (const Walk walk : walks) {
+        bind();
+        openGates();
+        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::timeout);
+        fail(KTUVCControl::contrast, FakeUvcCamera::setCur, UsbStatus::timeout);
+        (manager.get()->*walk)();
+        EXPECT_TRUE(wasWritten(KTUVCControl::panTilt));
+        EXPECT_TRUE(wasWritten(KTUVCControl::contrast));
+        EXPECT_FALSE(wasWritten(KTUVCControl::gain));
+    }
+}
+
+TEST_F(ResetTest, ACameraThatCannotBeOpenedAnewEndsTheWalk) {
+    fail(KTUVCControl::zoom, FakeUvcCamera::setCur);
+    platform.devices.clear();
     manager->resetParamsToDefaults();
-    EXPECT_EQ(forgiving->requests, bulkOrder().size());
-    EXPECT_EQ(manager->bright()->val(), 1);
-    EXPECT_EQ(manager->contrast()->val(), 50);
+    EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
+    EXPECT_EQ(platform.walks, 2) << "one to bind, one to open anew";
+}
+
+TEST_F(ResetTest, AControlWithoutADefaultIsNotWritten) {
+    bind();
+    manager->setInterface(nullptr);
+    manager->generalInit(); // nothing is supported, every default is -1
+    bind();
+    ASSERT_TRUE(manager->scanningMode()->supported());
+    ASSERT_EQ(manager->scanningMode()->def(), -1);
+    manager->resetParamsToDefaults();
+    EXPECT_FALSE(wasWritten(KTUVCControl::scanningMode));
+    EXPECT_FALSE(wasWritten(KTUVCControl::autoExposurePriority));
+    EXPECT_TRUE(wasWritten(KTUVCControl::autoExposureMode));
+    EXPECT_EQ(manager->scanningMode()->val(), 1);
+    manager->sendParamsToDevice();
+    EXPECT_TRUE(wasWritten(KTUVCControl::scanningMode));
+}
+
+TEST_F(ResetTest, AValueIsSentOnlyIfItsAutomaticControlIsOff) {
+    openGates();
+    for (const KTUVCControl automatic :
+         {KTUVCControl::autoFocus, KTUVCControl::autoHue, KTUVCControl::autoWhiteBalance})
+        record(automatic).setVal(1);
+    manager->autoExposureMode()->setVal(2);
+    manager->sendParamsToDevice();
+    for (const KTUVCControl manual :
+         {KTUVCControl::exposureTime, KTUVCControl::focus, KTUVCControl::hue, KTUVCControl::whiteBalance})
+        EXPECT_FALSE(wasWritten(manual)) << controlRow(manual).text;
+}
+
+TEST_F(ResetTest, TheRecordsHoldWhatTheCameraTookOfItsDefaults) {
+    take(KTUVCControl::bright, {49, 0});
+    take(KTUVCControl::panTilt, littleEndian(48, 8));
+    take(KTUVCControl::autoFocus, {1});
+    manager->resetParamsToDefaults();
+    EXPECT_EQ(manager->bright()->val(), 49);
+    EXPECT_EQ(manager->panTilt()->val(), 48);
+    EXPECT_EQ(manager->autoFocus()->val(), 1);
 }
 
 TEST_F(ResetTest, WithoutCameraEveryRecordKeepsItsValue) {

@@ -269,6 +269,53 @@ TEST_F(SettersTest, PushFailsForSizesThatNoNumberHas) {
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
+TEST_F(SettersTest, ARecordHoldsWhatTheCameraTookIfTheTransportSaysSo) {
+    take(KTUVCControl::contrast, {40, 0});
+    take(KTUVCControl::bright, {0xF6, 0xFF});
+    take(KTUVCControl::panTilt, littleEndian(0x00000E10'FFFFF1F0, 8));
+    Completion done;
+    manager->setContrastWithComplitionHandle(39, done.handle());
+    EXPECT_EQ(manager->contrast()->val(), 40);
+    manager->setBrightWithComplitionHandle(-11, done.handle());
+    EXPECT_EQ(manager->bright()->val(), -10);
+    manager->setPanWithComplitionHandle(-3599, done.handle());
+    EXPECT_EQ(manager->panTilt()->val(), 0x00000E10'FFFFF1F0);
+    EXPECT_TRUE(done.success);
+    EXPECT_EQ(done.calls, 3);
+    EXPECT_EQ(camera->writes().front().data, littleEndian(39, 2))
+        << "the camera is asked for what was wanted";
+}
+
+TEST_F(SettersTest, TheCompletionHandlerSeesWhatTheCameraTook) {
+    take(KTUVCControl::contrast, {40, 0});
+    std::int64_t seen = 0;
+    manager->setContrastWithComplitionHandle(39, [&](bool) { seen = manager->contrast()->val(); });
+    EXPECT_EQ(seen, 40);
+}
+
+TEST_F(SettersTest, WhatTheCameraTookIsReadInTheSizeAndSignOfTheRecord) {
+    manager->hue()->setActualSize(1);
+    take(KTUVCControl::hue, {0xFE});
+    manager->setHueWithComplitionHandle(-1, {});
+    EXPECT_EQ(manager->hue()->val(), -2);
+    manager->exposureTime()->setActualSize(3);
+    take(KTUVCControl::exposureTime, {1, 2, 0xFF});
+    manager->setExposureTimeWithComplitionHandle(5, {});
+    EXPECT_EQ(manager->exposureTime()->val(), 0xFF0201);
+}
+
+TEST_F(SettersTest, AValueThatTheCameraTookUnchangedStaysWhatTheCallerPassed) {
+    manager->bright()->setActualSize(1);
+    manager->setBrightWithComplitionHandle(300, {});
+    EXPECT_EQ(manager->bright()->val(), 300);
+    take(KTUVCControl::contrast, {0xFF, 0xFF});
+    manager->setContrastWithComplitionHandle(-1, {});
+    EXPECT_EQ(manager->contrast()->val(), -1);
+    take(KTUVCControl::bright, {0x2B});
+    manager->setBrightWithComplitionHandle(300, {});
+    EXPECT_EQ(manager->bright()->val(), 0x2B);
+}
+
 TEST_F(SettersTest, ExposureTimeIsChangeableInManualModeOnly) {
     for (const std::int64_t mode : {0, 2, 4, 8}) {
         manager->autoExposureMode()->setVal(mode);

@@ -9,31 +9,7 @@
 namespace tavelo {
 namespace {
 
-/// Two cameras that share nothing: interface numbers and entity identifiers differ.
-class ThreadsTest : public ManagerTest {
-protected:
-    static constexpr std::uint8_t otherTerminal = 30;
-    static constexpr std::uint8_t otherUnit = 50;
-    static constexpr std::uint8_t otherNumber = 20;
-    static constexpr const char* otherID = "0x143000001bcf2b90";
-
-    void SetUp() override {
-        ManagerTest::SetUp();
-        BusProberDevice record = everyControl();
-        record.locationID = 0x14300000;
-        record.terminalID = otherTerminal;
-        record.unitID = otherUnit;
-        platform.plugIn(record, other);
-        manager->prober()->refreshData(false);
-        for (const ControlRow& row : controlTable()) {
-            other->setControl(row.unit == 1 ? otherTerminal : otherUnit,
-                              static_cast<std::uint8_t>(row.selector),
-                              answers(2, 0, 100, 60, row.intendedSize));
-        }
-    }
-
-    std::shared_ptr<FakeUvcCamera> other = std::make_shared<FakeUvcCamera>(otherNumber);
-};
+using ThreadsTest = TwoCamerasTest;
 
 TEST_F(ThreadsTest, PushesWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
     bind();

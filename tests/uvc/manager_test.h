@@ -74,6 +74,11 @@ protected:
         camera->setFailure(entityOf(row), static_cast<std::uint8_t>(row.selector), code, status);
     }
 
+    void take(KTUVCControl control, std::vector<std::uint8_t> bytes) {
+        const ControlRow& row = controlRow(control);
+        camera->setTaken(entityOf(row), static_cast<std::uint8_t>(row.selector), std::move(bytes));
+    }
+
     void SetUp() override {
         for (const ControlRow& row : controlTable())
             script(row.control, 1, 50);
@@ -124,6 +129,32 @@ struct Completion {
             success = taken;
         };
     }
+};
+
+/// Two cameras that share nothing: interface numbers and entity identifiers differ.
+class TwoCamerasTest : public ManagerTest {
+protected:
+    static constexpr std::uint8_t otherTerminal = 30;
+    static constexpr std::uint8_t otherUnit = 50;
+    static constexpr std::uint8_t otherNumber = 20;
+    static constexpr const char* otherID = "0x143000001bcf2b90";
+
+    void SetUp() override {
+        ManagerTest::SetUp();
+        BusProberDevice record = everyControl();
+        record.locationID = 0x14300000;
+        record.terminalID = otherTerminal;
+        record.unitID = otherUnit;
+        platform.plugIn(record, other);
+        manager->prober()->refreshData(false);
+        for (const ControlRow& row : controlTable()) {
+            other->setControl(row.unit == 1 ? otherTerminal : otherUnit,
+                              static_cast<std::uint8_t>(row.selector),
+                              answers(2, 0, 100, 60, row.intendedSize));
+        }
+    }
+
+    std::shared_ptr<FakeUvcCamera> other = std::make_shared<FakeUvcCamera>(otherNumber);
 };
 
 } // namespace tavelo

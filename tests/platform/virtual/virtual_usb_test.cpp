@@ -134,6 +134,16 @@ TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
     EXPECT_EQ(set.bytesDone, 2U);
 }
 
+TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
+    for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
+        auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
+        nowhere.data = nullptr;
+        EXPECT_EQ(send(nowhere), UsbStatus::failed);
+        EXPECT_EQ(nowhere.bytesDone, 0U);
+    }
+    EXPECT_TRUE(camera->requestLog().empty());
+}
+
 TEST_F(VirtualUsbTest, silenceIsATimeout) {
     FirmwareFault fault;
     fault.kind = FaultKind::silence;

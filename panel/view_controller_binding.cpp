@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// The camera's controls behind the picture: binding, and what a camera that fails or falls silent means.
+#include "panel/camera_settings.h"
+#include "panel/view_controller.h"
+#include "widgets/kt_slider.h"
+
+namespace tavelo {
+
+void ViewController::bindControls(const CaptureDevice& device) {
+    readAgainTimer_.stop();
+    cameraSettingKey_.reset();
+    // A drag that began on another camera, or on values that are about to change, moves nothing more.
+    for (const SliderRow& row : view_->rows())
+        row.slider->letGo();
+    reopening_.dragEnded();
+
+    const bool bound =
+        uvcManager_.refreshDataWithUniqueIDString(device.uniqueID()) && uvcManager_.isControllable();
+    if (bound) {
+        refreshCameraSettingData();
+        cameraSettingKey_ = camera_settings::keyForCamera(device.uniqueID());
+        // What could not be read would be stored as -1, for good.
+        if (uvcManager_.recordsAreRead()) createSettingsRecordIfMissing();
+    }
+    setCameraControlViewEnable(bound);
+}
+
+void ViewController::readAgainAfterQuiet() {
+    if (uvcManager_.interfaceIsClosed()) readAgainTimer_.start(ReopeningPolicy::quietTime);
+}
+
+void ViewController::readAgain() {
+    if (const auto index = shownIndex()) bindControls(*devicesArray_[*index]);
+}
+
+bool ViewController::prepareAction() {
+    if (!uvcManager_.isControllable()) return false;
+    const bool isRead = uvcManager_.recordsAreRead();
+    if (isRead && !uvcManager_.interfaceIsClosed()) return true;
+    if (readAgainTimer_.isActive()) readAgainTimer_.start(); // this was not quiet
+
+    const auto index = shownIndex();
+    if (!index || !reopening_.mayOpen(uvcManager_.failure(), uvcManager_.failedAt(), uvcManager_.now()))
+        return isRead;
+    if (isRead) {
+        uvcManager_.openInterfaceAgain();
+        return true;
+    }
+    bindControls(*devicesArray_[*index]);
+    return false;
+}
+
+void ViewController::cameraAction(bool held, const std::function<void()>& action) {
+    if (prepareAction()) action();
+    reopening_.actionEnded(uvcManager_.now(), held);
+}
+
+} // namespace tavelo

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "panel/reopening_policy.h"
+
+#include <gtest/gtest.h>
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto quiet = ReopeningPolicy::quietTime;
+
+class ReopeningPolicyTest : public ::testing::Test {
+protected:
+    bool mayOpen(UsbStatus failure = UsbStatus::timeout) { return policy.mayOpen(failure, failedAt, now); }
+
+    ReopeningPolicy policy;
+    ReopeningPolicy::Time failedAt = ReopeningPolicy::Time() + 1h;
+    ReopeningPolicy::Time now = failedAt;
+};
+
+TEST_F(ReopeningPolicyTest, AfterARefusalItOpensAtOnceAndEachTime) {
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(mayOpen(UsbStatus::refused));
+        policy.actionEnded(now, true);
+    }
+}
+
+TEST_F(ReopeningPolicyTest, AfterAnyOtherFailureItOpensOnceTheQuietTimeHasPassed) {
+    for (const UsbStatus failure :
+         {UsbStatus::timeout, UsbStatus::gone, UsbStatus::denied, UsbStatus::failed, UsbStatus::notOpen}) {
+        policy = {};
+        now = failedAt + quiet - 1ms;
+        EXPECT_FALSE(mayOpen(failure));
+        now = failedAt + quiet;
+        EXPECT_TRUE(mayOpen(failure));
+    }
+}
+
+TEST_F(ReopeningPolicyTest, QuietBeginsWhenTheLastActionEnds) {
+    now = failedAt + quiet / 2;
+    policy.actionEnded(now, false);
+    now = failedAt + quiet;
+    EXPECT_FALSE(mayOpen());
+    policy.actionEnded(now, false);
+    now += quiet;
+    EXPECT_TRUE(mayOpen());
+}
+
+TEST_F(ReopeningPolicyTest, AFailureInTheBackgroundBeginsItToo) {
+    policy.actionEnded(now, false);
+    failedAt = now + 5s;
+    now = failedAt + quiet - 1ms;
+    EXPECT_FALSE(mayOpen());
+    now += 1ms;
+    EXPECT_TRUE(mayOpen());
+}
+
+TEST_F(ReopeningPolicyTest, RepeatedKeysNeverOpen) {
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_FALSE(mayOpen());
+        policy.actionEnded(now, false);
+        now += quiet - 1ms;
+    }
+}
+
+TEST_F(ReopeningPolicyTest, ADragOpensOnceHoweverOftenItRests) {
+    policy.actionEnded(now, true);
+    now += quiet;
+    EXPECT_TRUE(mayOpen());
+    policy.actionEnded(now, true);
+    for (int i = 0; i < 3; ++i) {
+        now += quiet;
+        EXPECT_FALSE(mayOpen());
+        policy.actionEnded(now, true);
+    }
+    policy.actionEnded(now, false); // the release
+    now += quiet;
+    EXPECT_TRUE(mayOpen());
+}
+
+TEST_F(ReopeningPolicyTest, ADragThatEndsWithoutAReleaseCountsNoLonger) {
+    now += quiet;
+    EXPECT_TRUE(mayOpen());
+    policy.actionEnded(now, true);
+    policy.dragEnded();
+    now += quiet;
+    EXPECT_TRUE(mayOpen());
+}
+
+} // namespace
+} // namespace tavelo

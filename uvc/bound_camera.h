@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// One binding of a manager, for work that takes longer than one call.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#include "platform/usb_interface.h"
+#include "uvc/camera_binding.h"
+#include "uvc/control_table.h"
+
+namespace tavelo {
+
+class KTUVCManager;
+class KTUVCParameters;
+
+/// The camera that a manager is bound to when this is made, and no other.
+///
+/// Once the manager is bound anew nothing is sent and no record changes: every operation fails.  Thread-safe;
+/// the manager outlives it.
+class BoundCamera {
+public:
+    explicit BoundCamera(KTUVCManager& manager);
+
+    BindingIdentity identity() const { return identity_; }
+    /// Whether the manager is still bound as it was.
+    bool isCurrent() const;
+
+    /// Why the interface was closed; success while it is open, gone once the manager is bound anew.
+    UsbStatus failure() const;
+    /// Opens the interface anew if a failed request closed it; sends nothing.
+    /// @return whether requests can be sent again
+    bool openInterfaceAgain() const;
+
+    /// As the operations of the same names of KTUVCManager.
+    void setControlWithComplitionHandle(KTUVCControl control, std::int64_t value,
+                                        const std::function<void(bool success)>& handle) const;
+    bool setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,
+                                     std::int32_t selector) const;
+    void populateParam(const KTUVCParameters& record) const;
+
+private:
+    KTUVCManager* manager_;
+    BindingIdentity identity_;
+};
+
+} // namespace tavelo
