@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "descriptor_builder.h"
 #include "fake_usb_camera.h"
@@ -29,7 +30,7 @@ protected:
 
     void open(const Bytes& configurationBytes) {
         interface.reset();
-        auto claim = claims.acquire({{1, 5}, 0, {1}}, error);
+        auto claim = claims->acquire({{1, 5}, 0, {1}}, error);
         ASSERT_TRUE(claim) << error.text;
         interface = std::make_unique<UsbControlInterface>(
             std::move(claim), videoFunctionOf(configurationBytes, 0), "camera", diagnostics);
@@ -69,7 +70,7 @@ protected:
 
     RecordedDiagnostics diagnostics;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
-    UsbCameraClaims claims{camera, nullptr, diagnostics};
+    std::optional<UsbCameraClaims> claims{std::in_place, camera, nullptr, diagnostics};
     Error error;
     std::unique_ptr<UsbControlInterface> interface;
     UsbControlRequest last;
@@ -200,6 +201,7 @@ TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndIts
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::us);
     interface.reset();
+    claims.reset(); // which waits for the return
     EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::driver);
 }
 
