@@ -4,14 +4,18 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace tavelo {
 
-/// One camera on the bus, as its descriptors describe it.
+/// One camera on the bus, as its descriptors describe it.  A device with several video functions (a colour
+/// and an infrared camera, say) has a record for each.
 struct BusProberDevice {
     std::uint32_t locationID = 0;
+    /// The number of the function's video-control interface; nothing if the descriptors do not tell.
+    std::optional<std::uint8_t> controlInterface;
     /// Entity identifiers; -1 where the descriptors do not tell.
     std::int32_t terminalID = -1;
     std::int32_t unitID = -1;
@@ -64,6 +68,7 @@ public:
     /// @param notify whether the delegate is told of a change that this scan finds
     virtual void refreshData(bool notify) = 0;
 
+    /// The functions of one device stand together, in the order of its descriptors.
     virtual const std::vector<std::shared_ptr<const BusProberDevice>>& devicesArray() const = 0;
 };
 

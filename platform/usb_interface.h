@@ -64,6 +64,8 @@ class UsbInterfaceService {
 public:
     virtual ~UsbInterfaceService() = default;
 
+    virtual std::uint8_t GetInterfaceNumber() const = 0;
+
     /// Null where it cannot be opened (rights, gone, no driver to speak through).
     virtual std::shared_ptr<UsbInterface> openInterface() = 0;
 };

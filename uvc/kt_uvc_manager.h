@@ -93,7 +93,8 @@ public:
     /// Whether there is an interface to send requests to and a control to send them for.
     bool isControllable() const;
 
-    /// Null where the device has no video-control interface or it cannot be opened.
+    /// The interface of the bound record's video function, or the first one if the record does not tell. Null
+    /// if the device has no such interface or it cannot be opened.
     std::shared_ptr<UsbInterface> _getControlInferaceWithDeviceInterface(UsbDevice& deviceInterface) const;
 
     /// Takes the interface's number and reads every control.

@@ -13,6 +13,11 @@ bool contains(const LocationCandidates& locationIDs, std::uint32_t locationID) {
     return std::find(locationIDs.begin(), locationIDs.end(), locationID) != locationIDs.end();
 }
 
+/// Whether a record is of the video function that is meant; of a device's first one the location says enough.
+bool isMeant(const LocationCandidates& locationIDs, const BusProberDevice& camera) {
+    return !locationIDs.controlInterface || camera.controlInterface == locationIDs.controlInterface;
+}
+
 constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
 } // namespace
@@ -28,7 +33,7 @@ bool KTUVCManager::uniqueIDIsCorrect(std::string_view uniqueID) const {
     const LocationCandidates locationIDs = locationCandidates(uniqueID);
     return std::any_of(locationIDs.begin(), locationIDs.end(), [&](std::uint32_t locationID) {
         return locationID != 0 && std::any_of(cameras.begin(), cameras.end(), [&](const auto& camera) {
-                   return camera->locationID == locationID;
+                   return camera->locationID == locationID && isMeant(locationIDs, *camera);
                });
     });
 }
@@ -60,7 +65,7 @@ bool KTUVCManager::bindRecordOf(const LocationCandidates& locationIDs) {
     if (!prober_) return false;
     const auto& cameras = prober_->devicesArray();
     const auto found = std::find_if(cameras.begin(), cameras.end(), [&](const auto& camera) {
-        return contains(locationIDs, camera->locationID);
+        return contains(locationIDs, camera->locationID) && isMeant(locationIDs, *camera);
     });
     if (found == cameras.end()) return false;
 
@@ -117,7 +122,9 @@ bool KTUVCManager::openInterfaceAgain() {
     const CameraBinding bound = binding_.get();
     if (!bound.interfaceIsClosed() || bound.recordsAreRead) return openInterfaceOf(bound.identity);
     const std::uint32_t place = bound.deviceLocationID;
-    return refreshDataWithLocationID({place, place, place}) && !interfaceIsClosed();
+    LocationCandidates location{{place, place, place}};
+    if (bound.device) location.controlInterface = bound.device->controlInterface;
+    return refreshDataWithLocationID(location) && !interfaceIsClosed();
 }
 
 bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
@@ -126,7 +133,7 @@ bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
     if (!bound.interfaceIsClosed()) return bound.interface != nullptr;
 
     const std::uint32_t place = bound.deviceLocationID;
-    const std::shared_ptr<UsbInterface> opened = openInterfaceAt({place, place, place}).value_or(nullptr);
+    const std::shared_ptr<UsbInterface> opened = openInterfaceAt({{place, place, place}}).value_or(nullptr);
     const auto failedAt = now_();
     bool isOpen = false;
     binding_.change([&](CameraBinding& current) {
@@ -150,7 +157,12 @@ std::shared_ptr<UsbInterface> KTUVCManager::_getControlInferaceWithDeviceInterfa
     UsbDevice& deviceInterface) const {
     const auto services = deviceInterface.CreateInterfaceIterator(videoControl);
     if (!services || services->empty()) return nullptr;
-    return services->front()->openInterface();
+    const std::shared_ptr<const BusProberDevice> camera = device();
+    if (!camera || !camera->controlInterface) return services->front()->openInterface();
+    const auto found = std::ranges::find_if(*services, [&](const auto& service) {
+        return service->GetInterfaceNumber() == *camera->controlInterface;
+    });
+    return found == services->end() ? nullptr : (*found)->openInterface();
 }
 
 void KTUVCManager::generalInit() {

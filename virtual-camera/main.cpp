@@ -30,7 +30,7 @@ int serve(const Options& options, const sigset_t& endSignals) {
     Error error;
     const auto server = usbip::UsbipServer::listen(options.port, error);
     if (!server) return fail(error.text);
-    CameraRack rack(*server, modelsFor(options), log.get());
+    CameraRack rack(*server, modelsFor(options), log.get(), options.twoFunctions);
     RackCommands commands(rack);
     std::unique_ptr<LineServer> control;
     if (!options.control.empty()) {

@@ -23,6 +23,8 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
         ->check(CLI::Range(1, maxCameras))
         ->capture_default_str();
     app.add_flag("--bulk", options.bulk, "stream over a bulk endpoint in place of an isochronous one");
+    app.add_flag("--two-functions", options.twoFunctions,
+                 "give each device a second video function, as cameras N+1 to 2N");
     std::string format;
     app.add_option("--format", format, "offer only this format: YUYV or MJPG")
         ->check(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))

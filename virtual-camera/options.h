@@ -16,6 +16,7 @@ struct Options {
     std::uint16_t port = 3240;
     int cameras = 1;
     bool bulk = false;
+    bool twoFunctions = false;
     std::optional<StreamEncoding> encoding; ///< offer this one only
     std::string log;                        ///< empty: none
     std::string control;                    ///< empty: none

@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/virtual/uvc_protocol.h"
 #include "platform/virtual/virtual_picture.h"
 #include "virtual-camera/frame_encoder.h"
 
@@ -59,7 +58,7 @@ UsbReply VirtualCameraGadget::control(const UsbSetup& setup, std::span<const std
 }
 
 std::optional<std::size_t> VirtualCameraGadget::in(std::uint8_t endpoint, std::span<std::uint8_t> packet) {
-    if (endpoint != uvc::streamingEndpoint) return std::nullopt;
+    if (endpoint != firmware_->model().streamingEndpoint()) return std::nullopt;
     const std::scoped_lock lock(streamMutex_);
     return stream_ ? stream_->packet(packet) : std::nullopt;
 }

@@ -207,6 +207,10 @@ BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDesc
         device.vendorID = word(deviceDescriptor, 8);
         device.productID = word(deviceDescriptor, 10);
     }
+    const std::vector<std::uint8_t> functions = videoControlInterfaces(configurationDescriptor);
+    const auto function =
+        interfaceNumber ? std::ranges::find(functions, *interfaceNumber) : functions.begin();
+    if (function != functions.end()) device.controlInterface = *function;
     std::vector<Entity> entities;
     for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor, interfaceNumber)) {
         if (auto entity = asEntity(descriptor)) entities.push_back(std::move(*entity));

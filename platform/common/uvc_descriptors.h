@@ -28,7 +28,8 @@ struct UsbInterfaceDescriptor {
     friend bool operator==(const UsbInterfaceDescriptor&, const UsbInterfaceDescriptor&) = default;
 };
 
-/// The camera's record as far as descriptors tell it: vendor, product, entity identifiers, support flags.
+/// The camera's record as far as descriptors tell it: vendor, product, control interface, entity identifiers,
+/// support flags.
 ///
 /// Looks at one video-control interface.  The camera terminal is its first input terminal of type
 /// 0x0201; the processing unit is the first one fed by that terminal, else the first of all.  An entity whose

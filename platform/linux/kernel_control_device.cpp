@@ -66,18 +66,24 @@ public:
         std::vector<v4l2_ext_control> entries = entriesFor(values);
         v4l2_ext_controls list = listOf(entries);
         if (const int error = request(file_, VIDIOC_G_EXT_CTRLS, &list)) return error;
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i].value = entries[i].value;
+        takeOver(entries, values);
         return 0;
     }
 
-    int set(std::span<const V4l2ControlValue> values) override {
+    int set(std::span<V4l2ControlValue> values) override {
         std::vector<v4l2_ext_control> entries = entriesFor(values);
         v4l2_ext_controls list = listOf(entries);
-        return request(file_, VIDIOC_S_EXT_CTRLS, &list);
+        if (const int error = request(file_, VIDIOC_S_EXT_CTRLS, &list)) return error;
+        takeOver(entries, values);
+        return 0;
     }
 
 private:
+    static void takeOver(const std::vector<v4l2_ext_control>& entries, std::span<V4l2ControlValue> values) {
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i].value = entries[i].value;
+    }
+
     FileDescriptor file_;
 };
 

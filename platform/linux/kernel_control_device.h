@@ -40,8 +40,9 @@ public:
     /// Reads all values in one call.
     virtual int get(std::span<V4l2ControlValue> values) = 0;
 
-    /// Writes all values in one call, so that values of one camera control travel together.
-    virtual int set(std::span<const V4l2ControlValue> values) = 0;
+    /// Writes all values in one call, so that values of one camera control travel together.  On success they
+    /// hold what was written: the driver rounds to a control's step.
+    virtual int set(std::span<V4l2ControlValue> values) = 0;
 };
 
 /// Opens nodes.  Thread-safe.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <optional>
 
 namespace tavelo {
@@ -179,6 +180,32 @@ bool passes(const V4l2ControlInfo& info, std::int32_t value) {
     return info.maximum < info.minimum || (value >= info.minimum && value <= info.maximum);
 }
 
+// What of a write goes to the driver: all, but for the half of a pair that stays as it was.
+std::vector<V4l2ControlValue> changedValues(const KernelControl& control,
+                                            const std::vector<V4l2ControlValue>& values,
+                                            std::span<const std::uint8_t> held) {
+    if (held.size() < control.size) return values;
+    const auto before = decodeAll(control, held);
+    if (!before || *before == values) return values;
+    std::vector<V4l2ControlValue> changed;
+    std::ranges::copy_if(values, std::back_inserter(changed), [&](const V4l2ControlValue& value) {
+        return std::ranges::find(*before, value) == before->end();
+    });
+    return changed;
+}
+
+// The control's bytes after a write: what was written as the driver took it, and the rest as it was given.
+std::vector<std::uint8_t> takenBytes(const KernelControl& control,
+                                     const std::vector<V4l2ControlValue>& values,
+                                     const std::vector<V4l2ControlValue>& taken) {
+    std::vector<std::uint8_t> bytes;
+    for (const V4l2ControlValue& value : values) {
+        const auto found = std::ranges::find(taken, value.id, &V4l2ControlValue::id);
+        if (!appendValue(bytes, control, (found == taken.end() ? value : *found).value)) return {};
+    }
+    return bytes;
+}
+
 } // namespace
 
 KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request) {
@@ -201,7 +228,7 @@ KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& co
 }
 
 KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
-                               std::span<const std::uint8_t> data) {
+                               std::span<const std::uint8_t> data, std::span<const std::uint8_t> held) {
     std::vector<V4l2ControlInfo> infos;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
@@ -214,11 +241,12 @@ KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& c
     if (data.size() < control.size) return {ERANGE, {}, false};
     const auto values = decodeAll(control, data);
     if (!values) return {ERANGE, {}, false};
-    for (std::size_t i = 0; i < values->size(); ++i) {
-        if (!passes(infos[i], (*values)[i].value)) return {ERANGE, {}, false};
+    std::vector<V4l2ControlValue> written = changedValues(control, *values, held);
+    for (const V4l2ControlValue& value : written) {
+        if (!passes(infos[value.id == control.id ? 0 : 1], value.value)) return {ERANGE, {}, false};
     }
-    const int error = device.set(*values);
-    return {error, {}, error == 0};
+    if (const int error = device.set(written)) return {error, {}, false};
+    return {0, takenBytes(control, *values, written), true};
 }
 
 UsbStatus usbStatusOf(int error, bool isWrite) {

@@ -28,7 +28,8 @@ enum class UvcRequest : std::uint8_t {
 struct KernelReply {
     /// 0, or the errno that stood between the request and its answer.
     int error = 0;
-    /// A read's bytes; none where the camera has no such control, or stalls the request.
+    /// Of a read its answer, none where the camera has no such control or stalls the request.  Of a write the
+    /// control's value as the driver took it.
     std::vector<std::uint8_t> bytes;
     /// A write that reached the control.
     bool written = false;
@@ -40,8 +41,10 @@ KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& co
 /// A write of SET_CUR.  Of longer data the first bytes count, as in the camera.  ERANGE where a value is out
 /// of the control's range: the camera would refuse it, the driver would silently take the nearest one.
 /// A value between two steps is left to the driver, which takes the nearer step.
+/// @param held the control's value as the caller last knew it, or empty.  A half of a pair that the caller
+///             does not change is not written: another program may have moved it since.
 KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
-                               std::span<const std::uint8_t> data);
+                               std::span<const std::uint8_t> data, std::span<const std::uint8_t> held = {});
 
 /// How an errno reads on the wire.  The driver turns a stalled request into one of several, and a stalled
 /// read is an answer (success, without bytes), a stalled write a refusal.

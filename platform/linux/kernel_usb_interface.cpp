@@ -115,6 +115,8 @@ UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelContro
     // EINVAL is what most cameras' missing controls come to, and no failure of theirs.
     if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
     const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
+    if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
+        hold(control, reply.bytes);
     std::copy_n(reply.bytes.begin(), count, request.payload().begin());
     request.bytesDone = static_cast<std::uint32_t>(count);
     return usbStatusOf(reply.error, false);
@@ -124,11 +126,27 @@ UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelContr
                                     UsbControlRequest& request) {
     // The class knows no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
-    const KernelReply reply =
-        known ? writeKernelControl(device, control, request.payload()) : KernelReply{EINVAL, {}, false};
+    const KernelReply reply = known ? writeKernelControl(device, control, request.payload(), heldOf(control))
+                                    : KernelReply{EINVAL, {}, false};
     if (reply.error != 0) report(control, request, reply.error);
-    if (reply.written) request.bytesDone = request.wLength;
+    if (reply.written) {
+        request.bytesDone = request.wLength;
+        std::ranges::copy(reply.bytes, request.payload().begin());
+        hold(control, reply.bytes);
+    }
     return usbStatusOf(reply.error, true);
+}
+
+std::vector<std::uint8_t> KernelUsbInterface::heldOf(const KernelControl& control) {
+    if (control.encoding != KernelEncoding::pair) return {};
+    const std::lock_guard lock(mutex_);
+    return heldPair_;
+}
+
+void KernelUsbInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
+    if (control.encoding != KernelEncoding::pair) return;
+    const std::lock_guard lock(mutex_);
+    heldPair_ = bytes;
 }
 
 void KernelUsbInterface::report(const KernelControl& control, const UsbControlRequest& request,

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/diagnostics.h"
 #include "platform/linux/kernel_control_device.h"
@@ -39,13 +40,17 @@ private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
     UsbStatus read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
     UsbStatus write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    std::vector<std::uint8_t> heldOf(const KernelControl& control);
+    void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
     void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;
 
     const KernelInterfaceAddress address_;
     Diagnostics& diagnostics_;
 
-    std::mutex mutex_; // guards device_, not what it points to
+    std::mutex mutex_; // guards what follows, not what device_ points to
     std::shared_ptr<V4l2ControlDevice> device_;
+    /// Pan and tilt as the caller knows them: last read, or last written.
+    std::vector<std::uint8_t> heldPair_;
 };
 
 } // namespace tavelo

@@ -51,12 +51,15 @@ std::vector<BusProberDevice> LinuxBusProber::scan() {
         if (known != cached.end() && hasVideoControl(known->second)) descriptors = known->second;
         if (!descriptors) descriptors = usbDescriptors(device);
         if (!descriptors || !hasVideoControl(*descriptors)) continue;
-        BusProberDevice camera = probeDescriptors(descriptors->device, descriptors->configuration);
-        camera.locationID = device.locationID;
-        camera.vendorID = device.vendorID;
-        camera.productID = device.productID;
-        camera.name = device.product;
-        found.push_back(std::move(camera));
+        for (const std::uint8_t function : videoControlInterfaces(descriptors->configuration)) {
+            BusProberDevice camera =
+                probeDescriptors(descriptors->device, descriptors->configuration, function);
+            camera.locationID = device.locationID;
+            camera.vendorID = device.vendorID;
+            camera.productID = device.productID;
+            camera.name = device.product;
+            found.push_back(std::move(camera));
+        }
     }
     return found;
 }

@@ -12,7 +12,7 @@
 
 namespace tavelo {
 
-/// Lists devices with a video-control interface.  No device is opened, none is asked: any user may list any
+/// Lists the video functions of all devices.  No device is opened, none is asked: any user may list any
 /// camera, whoever uses it meanwhile.
 class LinuxBusProber final : public BusProber {
 public:

@@ -19,6 +19,7 @@ public:
           device_(std::move(device)),
           number_(number) {}
 
+    std::uint8_t GetInterfaceNumber() const override { return number_; }
     std::shared_ptr<UsbInterface> openInterface() override { return opener_(device_, number_); }
 
 private:

@@ -61,8 +61,8 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDescriptor(const UsbS
 }
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerInterface(const UsbSetup& setup) {
-    const bool streamingInterface = setup.wIndex == uvc::streamingInterface;
-    if (!streamingInterface && setup.wIndex != uvc::controlInterface) return refused(0);
+    const bool streamingInterface = setup.wIndex == model_.streamingInterface();
+    if (!streamingInterface && setup.wIndex != model_.controlInterface()) return refused(0);
     switch (setup.bRequest) {
         case uvc::getStatus:
             return delivered({0, 0});
@@ -85,8 +85,8 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerInterface(const UsbSe
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerEndpoint(const UsbSetup& setup) {
     const auto endpoint = static_cast<std::uint8_t>(setup.wIndex);
-    if (endpoint != uvc::streamingEndpoint && (endpoint & 0x7FU) != 0) return refused(0);
-    const bool streamingEndpoint = endpoint == uvc::streamingEndpoint;
+    if (endpoint != model_.streamingEndpoint() && (endpoint & 0x7FU) != 0) return refused(0);
+    const bool streamingEndpoint = endpoint == model_.streamingEndpoint();
     switch (setup.bRequest) {
         case uvc::getStatus:
             return delivered({static_cast<std::uint8_t>(streamingEndpoint && halted_ ? 1 : 0), 0});

@@ -54,10 +54,10 @@ void appendInterface(Bytes& bytes, std::uint8_t number, std::uint8_t alternate, 
     append(bytes, {interfaceType, number, alternate, endpoints, videoClass, subClass, 0, 0});
 }
 
-void appendEndpoint(Bytes& bytes, std::uint8_t attributes, std::uint16_t maxPacketSize,
-                    std::uint8_t interval) {
-    append(bytes, {endpointType, uvc::streamingEndpoint, attributes, low(maxPacketSize), high(maxPacketSize),
-                   interval});
+void appendEndpoint(Bytes& bytes, const VirtualCameraModel& model, std::uint8_t attributes,
+                    std::uint16_t maxPacketSize, std::uint8_t interval) {
+    append(bytes, {endpointType, model.streamingEndpoint(), attributes, low(maxPacketSize),
+                   high(maxPacketSize), interval});
 }
 
 Bytes cameraTerminal(const VirtualCameraModel& model) {
@@ -91,12 +91,12 @@ Bytes outputTerminal(const VirtualCameraModel& model) {
 }
 
 void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
-    appendInterface(bytes, uvc::controlInterface, 0, 0, controlSubClass);
+    appendInterface(bytes, model.controlInterface(), 0, 0, controlSubClass);
     const std::size_t start = bytes.size();
     Bytes header{classInterfaceType, 0x01, low(classVersion), high(classVersion), 0, 0};
     appendLittleEndian(header, streamClockFrequency, 4);
     appendLittleEndian(header, 1, 1); // one streaming interface
-    appendLittleEndian(header, uvc::streamingInterface, 1);
+    appendLittleEndian(header, model.streamingInterface(), 1);
     append(bytes, header);
     append(bytes, cameraTerminal(model));
     append(bytes, processingUnit(model));
@@ -144,7 +144,7 @@ void appendFormats(Bytes& bytes, const VirtualCameraModel& model) {
                  static_cast<std::uint8_t>(formats.size()),
                  0,
                  0,
-                 uvc::streamingEndpoint,
+                 model.streamingEndpoint(),
                  0,
                  model.outputTerminalID,
                  0,
@@ -166,16 +166,16 @@ void appendFormats(Bytes& bytes, const VirtualCameraModel& model) {
 
 void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     const bool bulk = model.transport == StreamTransport::bulk;
-    appendInterface(bytes, uvc::streamingInterface, 0, bulk ? 1 : 0, streamingSubClass);
+    appendInterface(bytes, model.streamingInterface(), 0, bulk ? 1 : 0, streamingSubClass);
     appendFormats(bytes, model);
     if (bulk) {
-        appendEndpoint(bytes, 0x02, 512, 0);
+        appendEndpoint(bytes, model, 0x02, 512, 0);
         return;
     }
     std::uint8_t alternate = 0;
     for (const std::uint16_t size : isochronousPacketSizes) {
-        appendInterface(bytes, uvc::streamingInterface, ++alternate, 1, streamingSubClass);
-        appendEndpoint(bytes, 0x05, size, 1); // isochronous, asynchronous, every microframe
+        appendInterface(bytes, model.streamingInterface(), ++alternate, 1, streamingSubClass);
+        appendEndpoint(bytes, model, 0x05, size, 1); // isochronous, asynchronous, every microframe
     }
 }
 
@@ -194,7 +194,7 @@ std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) 
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model) {
     Bytes bytes;
     append(bytes, {configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
-    append(bytes, {associationType, uvc::controlInterface, 2, videoClass, collectionSubClass, 0, 0});
+    append(bytes, {associationType, model.controlInterface(), 2, videoClass, collectionSubClass, 0, 0});
     appendControlInterface(bytes, model);
     appendStreamingInterface(bytes, model);
     setTotalLength(bytes, 2, bytes.size());

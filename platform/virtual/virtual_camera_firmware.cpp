@@ -89,8 +89,8 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerClass(const UsbSetup&
         return refused(uvc::errorInvalidRequest);
     const auto interface = static_cast<std::uint8_t>(setup.wIndex);
     const auto entity = static_cast<std::uint8_t>(setup.wIndex >> 8U);
-    if (interface == uvc::streamingInterface) return answerStreaming(setup, out);
-    if (interface != uvc::controlInterface) return refused(uvc::errorInvalidRequest);
+    if (interface == model_.streamingInterface()) return answerStreaming(setup, out);
+    if (interface != model_.controlInterface()) return refused(uvc::errorInvalidRequest);
     if (entity == 0) return answerErrorCode(setup);
 
     Answer given;

@@ -57,6 +57,13 @@ struct VirtualCameraModel {
     /// Factory settings that differ from the table's.
     std::vector<std::pair<ControlAddress, std::int64_t>> factorySettings;
 
+    /// Where the camera's two interfaces and its endpoint stand in its device: 0, or 2 for the second video
+    /// function of a device that has two.
+    std::uint8_t firstInterface = 0;
+    std::uint8_t controlInterface() const { return firstInterface; }
+    std::uint8_t streamingInterface() const { return static_cast<std::uint8_t>(firstInterface + 1); }
+    std::uint8_t streamingEndpoint() const { return static_cast<std::uint8_t>(0x81 + firstInterface / 2); }
+
     StreamTransport transport = StreamTransport::isochronous;
     std::vector<StreamOffer> offers; ///< each encoding's offers together; its first is its default
 

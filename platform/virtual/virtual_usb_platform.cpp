@@ -18,6 +18,7 @@ public:
         : firmware_(std::move(firmware)),
           number_(number) {}
 
+    std::uint8_t GetInterfaceNumber() const override { return number_; }
     std::shared_ptr<UsbInterface> openInterface() override {
         if (!firmware_->present()) return nullptr;
         return std::make_shared<VirtualUsbInterface>(firmware_, number_);

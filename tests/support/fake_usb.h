@@ -64,6 +64,9 @@ public:
         return interfaceNumber_;
     }
 
+    /// The number as the device's descriptors tell it.
+    std::uint8_t listedNumber() const { return interfaceNumber_; }
+
     // Set these before any other thread uses the camera.
 
     /// Called whenever somebody asks for the number.
@@ -203,14 +206,18 @@ struct FakeUsbDevice {
 
 class FakeUsbInterfaceService : public UsbInterfaceService {
 public:
-    explicit FakeUsbInterfaceService(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
+    FakeUsbInterfaceService(std::shared_ptr<FakeUvcCamera> camera, bool opens)
+        : camera_(std::move(camera)),
+          opens_(opens) {}
 
+    std::uint8_t GetInterfaceNumber() const override { return camera_->listedNumber(); }
     std::shared_ptr<UsbInterface> openInterface() override {
-        return camera_ ? std::make_shared<FakeUsbInterface>(camera_) : nullptr;
+        return opens_ ? std::make_shared<FakeUsbInterface>(camera_) : nullptr;
     }
 
 private:
-    std::shared_ptr<FakeUvcCamera> camera_; // null where it cannot be opened
+    std::shared_ptr<FakeUvcCamera> camera_;
+    bool opens_;
 };
 
 class FakeOpenedUsbDevice : public UsbDevice {
@@ -228,7 +235,7 @@ public:
         bool fails = device_->fault == FakeUsbFault::notOpened; // the first only
         for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras)
             services.push_back(
-                std::make_unique<FakeUsbInterfaceService>(std::exchange(fails, false) ? nullptr : camera));
+                std::make_unique<FakeUsbInterfaceService>(camera, !std::exchange(fails, false)));
         return services;
     }
 

@@ -2,12 +2,17 @@
 // Asks a virtual camera through the kernel's driver and, beside it, the same firmware in this process, and
 // compares their answers byte for byte: one line a control, exit status 1 where any differs.
 //
-// Usage: kernel_controls_check /dev/videoN
+// Usage: kernel_controls_check /dev/videoN [BRIGHTNESS]
+// With a brightness it only binds to the node's camera as the panel does, sets that, and prints what it is
+// then.
+
+#include <linux/v4l2-controls.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -19,6 +24,7 @@
 #include "platform/linux/kernel_usb_platform.h"
 #include "platform/linux/sysfs_usb.h"
 #include "platform/virtual/virtual_camera_firmware.h"
+#include "uvc/kt_uvc_manager.h"
 
 namespace tavelo {
 namespace {
@@ -73,9 +79,13 @@ public:
             typeOf(request), request, valueOf(control), indexOf(control), std::uint16_t(data.size()),
             data.data(),     0};
         if (kernel_.ControlRequest(usb) != UsbStatus::success) return {};
+        if (request == setCur) lastWritten_ = data;
         data.resize(request == setCur ? 0 : usb.bytesDone);
         return {true, data};
     }
+
+    /// What the data of the last write through the kernel held afterwards.
+    const Bytes& lastWritten() const { return lastWritten_; }
 
     Reply askTwin(const FirmwareControl& control, std::uint8_t request, const Bytes& data) {
         const UsbSetup setup{typeOf(request), request, valueOf(control), indexOf(control),
@@ -127,6 +137,7 @@ private:
 
     UsbInterface& kernel_;
     VirtualCameraFirmware& twin_;
+    Bytes lastWritten_;
     int answers_ = 0;
     int differences_ = 0;
     bool failed_ = false;
@@ -226,6 +237,42 @@ void compareGate(Comparison& both, ControlAddress automatic, std::int64_t on, Co
     both.finish(std::string(gated.name) + " under " + std::string(gate.name) + " " + std::to_string(on));
 }
 
+// The driver rounds to the step, and tells it.
+void compareRounding(Comparison& both) {
+    const FirmwareControl& control = *firmwareControl(control::whiteBalance);
+    const std::int64_t asked = control.minimum + 3LL * control.resolution - 1;
+    const bool taken = both.askKernel(control, setCur, bytesOf(control, asked)).succeeded;
+    const Bytes held = both.askKernel(control, getCur, Bytes(askedLength, 0)).bytes;
+    both.expect(taken && held == bytesOf(control, asked + 1), "the value that is taken",
+                textOf({taken, held}), std::to_string(asked + 1));
+    both.expect(both.lastWritten() == held, "the value that is told", textOf({taken, both.lastWritten()}),
+                textOf({true, held}));
+    both.expectAlike(control, "back to the default", setCur, bytesOf(control, control.defaultValue));
+    both.finish("rounding");
+}
+
+// Another program tilts the camera while ours pans it.
+void compareOtherProgram(Comparison& both, const std::string& node) {
+    const FirmwareControl& control = *firmwareControl(control::panTilt);
+    int error = 0;
+    const auto other = makeControlDeviceOpener()->open(node, error);
+    Bytes value = both.askKernel(control, getCur, Bytes(askedLength, 0)).bytes;
+    std::array<V4l2ControlValue, 1> tilt{{{V4L2_CID_TILT_ABSOLUTE, control.minimum}}};
+    const bool tilted = other && value.size() == askedLength && other->set(tilt) == 0;
+    if (tilted) {
+        const Bytes pan = bytesOf(control, control.maximum);
+        std::copy_n(pan.begin(), 4, value.begin());
+        both.askKernel(control, setCur, value);
+    }
+    const Bytes held = both.askKernel(control, getCur, Bytes(askedLength, 0)).bytes;
+    const Bytes expected =
+        bytesOf(*firmwareControl(control::panTilt), control.maximum); // and its tilt is the minimum's
+    both.expect(tilted && control.minimum == -control.maximum && held == expected,
+                "a pan beside another program's tilt", textOf({tilted, held}), textOf({true, expected}));
+    both.expectAlike(control, "back to the default", setCur, bytesOf(control, control.defaultValue));
+    both.finish("another program");
+}
+
 void restoreFactory(Comparison& both) {
     for (const FirmwareControl& control : firmwareControls()) {
         const bool automatic = control.kind == ControlKind::modes || control.kind == ControlKind::toggle;
@@ -236,33 +283,40 @@ void restoreFactory(Comparison& both) {
 }
 
 // The virtual camera with the entities that the bus tells of.
-std::unique_ptr<VirtualCameraFirmware> twinOf(const BusProberDevice& camera) {
+std::unique_ptr<VirtualCameraFirmware> twinOf(const BusProberDevice& camera, std::uint8_t interface) {
     for (int number = 1; number <= 60; ++number) {
         VirtualCameraModel model = virtualCameraModel(number);
+        model.firstInterface = interface;
         if (model.terminalID == camera.terminalID && model.unitID == camera.unitID)
             return std::make_unique<VirtualCameraFirmware>(std::move(model));
     }
     return nullptr;
 }
 
-std::shared_ptr<const BusProberDevice> listedCamera(KernelUsbPlatform& platform, std::uint32_t location) {
+std::shared_ptr<const BusProberDevice> listedCamera(KernelUsbPlatform& platform, std::uint32_t location,
+                                                    std::uint8_t interface) {
     const auto prober = platform.initBusProber(2, nullptr);
     prober->refreshData(false);
     const auto& devices = prober->devicesArray();
-    const auto found =
-        std::ranges::find(devices, location, [](const auto& device) { return device->locationID; });
+    const auto found = std::ranges::find_if(devices, [&](const auto& device) {
+        return device->locationID == location && device->controlInterface == interface;
+    });
     return found == devices.end() ? nullptr : *found;
 }
 
 // The same steps that bind the panel to a camera.
-std::shared_ptr<UsbInterface> openControl(KernelUsbPlatform& platform, std::uint32_t location) {
+std::shared_ptr<UsbInterface> openControl(KernelUsbPlatform& platform, std::uint32_t location,
+                                          std::uint8_t interface) {
     for (const auto& service : platform.matchingDeviceServices()) {
         const auto plugIn = service->CreatePlugInInterface();
         const auto device = plugIn ? plugIn->QueryInterface() : nullptr;
         if (!device || device->GetLocationID() != location) continue;
         const auto interfaces =
             device->CreateInterfaceIterator({.interfaceClass = 14, .interfaceSubClass = 1});
-        return interfaces && !interfaces->empty() ? interfaces->front()->openInterface() : nullptr;
+        if (!interfaces) return nullptr;
+        for (const auto& found : *interfaces) {
+            if (found->GetInterfaceNumber() == interface) return found->openInterface();
+        }
     }
     return nullptr;
 }
@@ -272,6 +326,24 @@ int fail(const std::string& reason) {
     return 2;
 }
 
+int setBrightness(const std::string& node, std::int64_t value) {
+    const auto identity = usbIdentityOfVideoNode("/sys", node);
+    if (!identity) return fail(node + " is no USB camera");
+    StandardError diagnostics;
+    KernelUsbPlatform platform(diagnostics);
+    KTUVCManager manager({&platform, nullptr});
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    const std::string id = identity->captureIdentifier();
+    if (!manager.uniqueIDIsCorrect(id)) return fail(id + " is not listed");
+    if (!manager.refreshDataWithUniqueIDString(id)) return fail(id + " cannot be bound");
+    bool taken = false;
+    manager.setBrightWithComplitionHandle(value, [&](bool success) { taken = success; });
+    std::printf("%s interface %d brightness %lld\n", id.c_str(), int(manager.interfaceNumber()),
+                static_cast<long long>(manager.bright()->val()));
+    manager.releasePlatform();
+    return taken ? 0 : 1;
+}
+
 int check(const std::string& node) {
     const auto identity = usbIdentityOfVideoNode("/sys", node);
     if (!identity) return fail(node + " is no USB camera");
@@ -279,11 +351,11 @@ int check(const std::string& node) {
                 identity->productName.c_str(), identity->deviceName.c_str());
     StandardError diagnostics;
     KernelUsbPlatform platform(diagnostics);
-    const auto listed = listedCamera(platform, identity->locationID);
+    const auto listed = listedCamera(platform, identity->locationID, identity->interfaceNumber);
     if (!listed) return fail("the bus prober does not list it");
-    const auto twin = twinOf(*listed);
+    const auto twin = twinOf(*listed, identity->interfaceNumber);
     if (!twin) return fail("it is no virtual camera of ours");
-    const auto interface = openControl(platform, identity->locationID);
+    const auto interface = openControl(platform, identity->locationID, identity->interfaceNumber);
     if (!interface) return fail("its control interface cannot be opened");
 
     Comparison both(*interface, *twin);
@@ -295,6 +367,8 @@ int check(const std::string& node) {
     compareGate(both, control::autoWhiteBalance, 1, control::whiteBalance);
     compareGate(both, control::autoExposureMode, 2, control::exposureTime);
     compareGate(both, control::autoExposureMode, 8, control::exposureTime);
+    compareRounding(both);
+    compareOtherProgram(both, node);
     restoreFactory(both);
     return both.failed() ? 1 : 0;
 }
@@ -303,6 +377,7 @@ int check(const std::string& node) {
 } // namespace tavelo
 
 int main(int argc, char** argv) {
-    if (argc != 2) return tavelo::fail("usage: kernel_controls_check /dev/videoN");
+    if (argc == 3) return tavelo::setBrightness(argv[1], std::atoll(argv[2]));
+    if (argc != 2) return tavelo::fail("usage: kernel_controls_check /dev/videoN [BRIGHTNESS]");
     return tavelo::check(argv[1]);
 }

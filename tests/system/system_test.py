@@ -8,6 +8,7 @@ import pathlib
 import sys
 
 import driver_cases
+import function_cases
 import movie_cases
 import panel_cases
 import profile_cases
@@ -18,6 +19,7 @@ from rig.report import Report
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
 GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
+    "functions": (function_cases.stage, function_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
     "movie": (movie_cases.stage, movie_cases.CASES),
     "usb-stream": (usb_stream_cases.stage, usb_stream_cases.CASES),

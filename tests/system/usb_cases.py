@@ -64,10 +64,10 @@ WRITING_ORDER = sorted(range(len(CONTROLS)), key=lambda number: not CONTROLS[num
 class Check:
     """`usb_transport_check` on one camera."""
 
-    def __init__(self, programs, out, device):
+    def __init__(self, programs, out, device, *interface):
         self._errors = open(f"{out}/usb-transport-check.log", "ab")
         self.process = subprocess.Popen(
-            [programs.parent / "tests" / "usb_transport_check", device], stdin=subprocess.PIPE,
+            [programs.parent / "tests" / "usb_transport_check", device, *map(str, interface)], stdin=subprocess.PIPE,
             stdout=subprocess.PIPE, stderr=self._errors, text=True, bufsize=1,
         )
         self.controls = {}

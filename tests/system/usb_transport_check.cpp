@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Takes a camera over USB and does to it what the standard input says, so that a test can look from outside.
 //
-// Usage: usb_transport_check DEVICE (the kernel's name: 1-4)
+// Usage: usb_transport_check DEVICE [INTERFACE]
+// DEVICE is the kernel's name (1-4), INTERFACE the control interface of one of its video functions.
 //
 // Prints "bound" once all controls were read, then for each of them "control NUMBER SUPPORTED VALUE MINIMUM
 // MAXIMUM DEFAULT", then "ready".  Orders, one a line, each answered with one line:
@@ -16,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -100,7 +102,7 @@ int fail(const std::string& reason) {
     return 2;
 }
 
-int check(const std::string& name) {
+int check(const std::string& name, std::optional<std::uint8_t> interface) {
     const auto devices = usbDevices("/sys");
     const auto device = std::ranges::find(devices, name, &SysfsUsbDevice::name);
     if (device == devices.end()) return fail("no device " + name);
@@ -111,7 +113,8 @@ int check(const std::string& name) {
     if (!halves.usb) return fail("the cameras cannot be taken over USB");
     KTUVCManager manager({halves.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
-    if (!manager.refreshDataWithLocationID({location, location, location})) return fail("it cannot be bound");
+    if (!manager.refreshDataWithLocationID({{location, location, location}, interface}))
+        return fail("it cannot be bound");
     if (!manager.interface()) return fail("it cannot be opened");
     std::puts("bound");
     printControls(manager);
@@ -135,6 +138,8 @@ int check(const std::string& name) {
 } // namespace tavelo
 
 int main(int argc, char** argv) {
-    if (argc != 2) return tavelo::fail("usage: usb_transport_check DEVICE");
-    return tavelo::check(argv[1]);
+    if (argc < 2 || argc > 3) return tavelo::fail("usage: usb_transport_check DEVICE [INTERFACE]");
+    const auto interface =
+        argc == 3 ? std::optional(static_cast<std::uint8_t>(std::atoi(argv[2]))) : std::nullopt;
+    return tavelo::check(argv[1], interface);
 }

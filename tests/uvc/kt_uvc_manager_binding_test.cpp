@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "uvc/manager_test.h"
 
 namespace tavelo {
@@ -156,6 +158,82 @@ TEST_F(BindingTest, OnlyTheFirstInterfaceIsTaken) {
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
     EXPECT_EQ(manager->interface(), nullptr);
     EXPECT_THAT(second->requests(), IsEmpty());
+}
+
+/// One device with a colour camera at interface 2 and an infrared one at interface 6.
+class TwoFunctionsTest : public BindingTest {
+protected:
+    static constexpr std::uint8_t infraredUnit = 9;
+
+    void SetUp() override {
+        BindingTest::SetUp();
+        BusProberDevice colour = everyControl();
+        colour.controlInterface = interfaceNumber;
+        BusProberDevice infrared = everyControl();
+        infrared.controlInterface = second->listedNumber();
+        infrared.terminalID = 8;
+        infrared.unitID = infraredUnit;
+        platform.records = {std::make_shared<BusProberDevice>(colour),
+                            std::make_shared<BusProberDevice>(infrared)};
+        device->cameras.push_back(second);
+        const auto size = static_cast<std::int32_t>(controlRow(KTUVCControl::bright).intendedSize);
+        second->setControl(infraredUnit, 2, answers(40, 0, 100, 50, size));
+        manager->prober()->refreshData(false);
+        camera->forgetRequests();
+    }
+
+    const std::string infraredID = std::string(uniqueID) + "06";
+    std::shared_ptr<FakeUvcCamera> second = std::make_shared<FakeUvcCamera>(std::uint8_t{6});
+};
+
+TEST_F(TwoFunctionsTest, ThePlainIdentifierBindsTheFirstOne) {
+    EXPECT_TRUE(manager->uniqueIDIsCorrect(uniqueID));
+    bind();
+    EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
+    EXPECT_EQ(manager->processingUnitID(), unit);
+    EXPECT_THAT(second->requests(), IsEmpty());
+}
+
+TEST_F(TwoFunctionsTest, AnIdentifierWithAnInterfaceBindsThatOneAlone) {
+    EXPECT_TRUE(manager->uniqueIDIsCorrect(infraredID));
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
+    EXPECT_EQ(manager->interfaceNumber(), 6);
+    EXPECT_EQ(manager->processingUnitID(), infraredUnit);
+    EXPECT_EQ(manager->bright()->val(), 40);
+    manager->setBrightWithComplitionHandle(41, {});
+    ASSERT_EQ(second->writes().size(), 1U);
+    EXPECT_EQ(second->writes().front().wIndex, infraredUnit << 8 | 6);
+    EXPECT_THAT(camera->requests(), IsEmpty());
+}
+
+TEST_F(TwoFunctionsTest, AnInterfaceThatNoRecordHasIsNeverReplacedByAnother) {
+    const std::string unknownID = std::string(uniqueID) + "04";
+    EXPECT_FALSE(manager->uniqueIDIsCorrect(unknownID));
+    EXPECT_FALSE(manager->refreshDataWithUniqueIDString(unknownID));
+    device->cameras.pop_back(); // listed by the prober, and gone from the device
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
+    EXPECT_EQ(manager->interface(), nullptr);
+    EXPECT_THAT(camera->requests(), IsEmpty());
+}
+
+TEST_F(TwoFunctionsTest, OpeningAnewStaysWithTheFunction) {
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::setCur, UsbStatus::refused);
+    manager->setBrightWithComplitionHandle(41, {});
+    ASSERT_TRUE(manager->interfaceIsClosed());
+    EXPECT_TRUE(manager->openInterfaceAgain());
+    EXPECT_EQ(manager->interface()->GetInterfaceNumber(), 6);
+}
+
+TEST_F(TwoFunctionsTest, ReadingAnewStaysWithTheFunction) {
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, UsbStatus::failed);
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
+    ASSERT_TRUE(manager->interfaceIsClosed());
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, UsbStatus::success);
+    EXPECT_TRUE(manager->openInterfaceAgain());
+    EXPECT_EQ(manager->interfaceNumber(), 6);
+    EXPECT_EQ(manager->bright()->val(), 40);
+    EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
 TEST_F(BindingTest, CameraWithoutControlInterfaceIsBoundWithEveryControlUnsupported) {

@@ -28,8 +28,9 @@ TEST(VirtualCameraOptions, OffersOneIsochronousCameraOnTheUsualPort) {
 }
 
 TEST(VirtualCameraOptions, TakesEveryOption) {
-    const Options options = parsed(
-        {"--port", "0", "--cameras", "3", "--bulk", "--format", "mjpg", "--log", "l", "--control", "c"});
+    const Options options = parsed({"--port", "0", "--cameras", "3", "--bulk", "--format", "mjpg", "--log",
+                                    "l", "--control", "c", "--two-functions"});
+    EXPECT_TRUE(options.twoFunctions);
     EXPECT_EQ(options.port, 0);
     EXPECT_EQ(options.log, "l");
     EXPECT_EQ(options.control, "c");

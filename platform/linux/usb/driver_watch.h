@@ -16,7 +16,7 @@ namespace tavelo {
 /// The kernel releases what a dying process had claimed, but asks no driver to take it.  So another process
 /// waits at the end of a pipe: when the pipe breaks without a word, it asks the driver.
 ///
-/// Destroying it says the word and waits for the process's end, a matter of milliseconds.  Thread-bound.
+/// Destroying it says the word and waits for the process's end, a matter of milliseconds.  Reentrant.
 class DriverWatch {
 public:
     /// Null where the program cannot be started.

@@ -103,14 +103,17 @@ private:
 class UsbCameraClaims::Claim final : public UsbCameraClaim {
 public:
     /// Counted already.
-    Claim(std::shared_ptr<UsbHandleOpener> opener, std::shared_ptr<Slot> slot, UsbHandle& handle)
-        : opener_(std::move(opener)),
+    Claim(std::shared_ptr<SerialQueue> returns, std::shared_ptr<UsbHandleOpener> opener,
+          std::shared_ptr<Slot> slot, UsbHandle& handle)
+        : returns_(std::move(returns)),
+          opener_(std::move(opener)),
           slot_(std::move(slot)),
           handle_(handle) {}
 
     ~Claim() override {
         const std::lock_guard lock(slot_->mutex);
-        if (--slot_->holders == 0) slot_->taken.reset();
+        if (--slot_->holders > 0) return;
+        returns_->async([opener = opener_, slot = slot_] { giveBackUnlessHeld(*slot); });
     }
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
@@ -118,6 +121,7 @@ public:
     UsbHandle& handle() override { return handle_; }
 
 private:
+    const std::shared_ptr<SerialQueue> returns_;
     const std::shared_ptr<UsbHandleOpener> opener_; // handles must not outlive it
     const std::shared_ptr<Slot> slot_;
     UsbHandle& handle_;
@@ -127,9 +131,18 @@ UsbCameraClaims::UsbCameraClaims(std::shared_ptr<UsbHandleOpener> opener, WatchS
                                  Diagnostics& diagnostics)
     : opener_(std::move(opener)),
       watch_(std::move(watch)),
-      diagnostics_(diagnostics) {}
+      diagnostics_(diagnostics),
+      returns_(std::make_shared<SerialQueue>("usb.returns")) {}
 
 UsbCameraClaims::~UsbCameraClaims() = default;
+
+void UsbCameraClaims::giveBackUnlessHeld(Slot& slot) {
+    const std::lock_guard lock(slot.mutex);
+    if (slot.holders > 0) return; // somebody wanted it again meanwhile
+    slot.taken.reset();
+    slot.mustGoBack = false;
+    slot.wentBack.notify_all();
+}
 
 std::shared_ptr<UsbCameraClaims::Slot> UsbCameraClaims::slotOf(const UsbCameraAddress& camera) {
     const std::lock_guard lock(mutex_);
@@ -143,7 +156,8 @@ std::shared_ptr<UsbCameraClaims::Slot> UsbCameraClaims::slotOf(const UsbCameraAd
 std::shared_ptr<UsbCameraClaim> UsbCameraClaims::acquire(const UsbCameraAddress& camera, Error& error) {
     error = {};
     const std::shared_ptr<Slot> slot = slotOf(camera);
-    const std::lock_guard lock(slot->mutex);
+    std::unique_lock lock(slot->mutex);
+    slot->wentBack.wait(lock, [&] { return !slot->mustGoBack; });
     if (!slot->taken) {
         int result = LIBUSB_SUCCESS;
         std::unique_ptr<UsbHandle> handle = opener_->open(camera.device, result);
@@ -151,12 +165,15 @@ std::shared_ptr<UsbCameraClaim> UsbCameraClaims::acquire(const UsbCameraAddress&
             error = usbErrorOf(result, "cannot open " + camera.device.path());
             return nullptr;
         }
-        auto taken = std::make_unique<TakenCamera>(std::move(handle), camera, diagnostics_);
-        if (!taken->take(watch_, error)) return nullptr;
-        slot->taken = std::move(taken);
+        slot->taken = std::make_unique<TakenCamera>(std::move(handle), camera, diagnostics_);
+        if (!slot->taken->take(watch_, error)) {
+            slot->mustGoBack = true;
+            returns_->async([opener = opener_, slot] { giveBackUnlessHeld(*slot); });
+            return nullptr;
+        }
     }
     ++slot->holders;
-    return std::make_shared<Claim>(opener_, slot, slot->taken->handle());
+    return std::make_shared<Claim>(returns_, opener_, slot, slot->taken->handle());
 }
 
 } // namespace tavelo

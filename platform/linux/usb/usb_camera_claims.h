@@ -2,6 +2,7 @@
 // Cameras taken from the kernel's driver, and given back to it.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -13,6 +14,7 @@
 #include "platform/diagnostics.h"
 #include "platform/error.h"
 #include "platform/linux/usb/usb_handle.h"
+#include "platform/serial_queue.h"
 
 namespace tavelo {
 
@@ -27,8 +29,8 @@ struct UsbCameraAddress {
 };
 
 /// One holder's part of a taken camera.  Once the last part is gone the interfaces are released and the
-/// kernel's driver has the camera again, before the destructor returns; that takes as long as the driver
-/// needs to meet the camera.  Thread-safe.
+/// kernel's driver gets the camera again, on a thread of the claims: that takes as long as the driver needs
+/// to meet the camera, and no destructor waits for it but the one that ends that thread.  Thread-safe.
 class UsbCameraClaim {
 public:
     virtual ~UsbCameraClaim() = default;
@@ -38,8 +40,12 @@ public:
 
 /// Who holds which camera.
 ///
-/// The first to ask takes the camera from its driver, further ones share it.  Thread-safe; taking and giving
-/// back of one camera wait for each other, those of different cameras do not.
+/// The first to ask takes the camera from its driver, further ones share it.  A camera that waits to be given
+/// back is simply kept if somebody asks for it again.  Thread-safe; taking and giving back of one camera wait
+/// for each other, taking one does not wait for another.
+///
+/// The thread ends with the claims and the last part of a camera; whoever drops the last of these waits until
+/// every camera is back.
 class UsbCameraClaims {
 public:
     /// Starts to watch over a camera that is about to be taken.  The watch ends with the last reference to
@@ -53,7 +59,7 @@ public:
     UsbCameraClaims(const UsbCameraClaims&) = delete;
     UsbCameraClaims& operator=(const UsbCameraClaims&) = delete;
 
-    /// Null with the reason where the camera cannot be had; it is its driver's then as it was before.
+    /// Null with the reason where the camera cannot be had; what was taken of it goes back then.
     /// May outlive this object.
     std::shared_ptr<UsbCameraClaim> acquire(const UsbCameraAddress& camera, Error& error);
 
@@ -67,13 +73,17 @@ private:
         std::mutex mutex; // guards the rest, and is held while the camera is taken and given back
         int holders = 0;
         std::unique_ptr<TakenCamera> taken;
+        bool mustGoBack = false; ///< taking it failed half way
+        std::condition_variable wentBack;
     };
+    static void giveBackUnlessHeld(Slot& slot);
 
     std::shared_ptr<Slot> slotOf(const UsbCameraAddress& camera);
 
     const std::shared_ptr<UsbHandleOpener> opener_;
     const WatchStarter watch_;
     Diagnostics& diagnostics_;
+    const std::shared_ptr<SerialQueue> returns_; ///< claims keep it too
 
     std::mutex mutex_; // guards slots_
     std::map<std::pair<UsbAddress, std::uint8_t>, std::shared_ptr<Slot>> slots_;

@@ -5,7 +5,10 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <utility>
+
+#include "platform/linux/usb/class_ranges.h"
 
 namespace tavelo {
 namespace {
@@ -56,6 +59,7 @@ UsbStatus UsbControlInterface::ControlRequest(UsbControlRequest& request) {
         request.bytesDone = std::min<std::uint32_t>(static_cast<std::uint32_t>(result), request.wLength);
         return UsbStatus::success;
     }
+    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return UsbStatus::success;
     const UsbStatus status = statusOf(request, result);
     if (status != UsbStatus::success) report(request, reasonOf(status));
     return status;
@@ -64,6 +68,20 @@ UsbStatus UsbControlInterface::ControlRequest(UsbControlRequest& request) {
 void UsbControlInterface::USBInterfaceClose() {
     const std::lock_guard lock(mutex_);
     closed_ = true;
+}
+
+bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
+    const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
+    const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
+    const std::optional<UvcEntity> kind = function_.kindOf(entity);
+    if (!isRead(request) || request.wLength == 0 || !kind || !function_.lists(entity, selector)) return false;
+    const auto answer =
+        classRange(*kind, selector, static_cast<UvcRequest>(request.bRequest), function_.classVersion);
+    if (!answer) return false;
+    request.data[0] = *answer;
+    request.bytesDone = 1;
+    report(request, "not answered, the class's own range is taken");
+    return true;
 }
 
 UsbStatus UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {

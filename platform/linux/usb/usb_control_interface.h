@@ -14,7 +14,8 @@
 
 namespace tavelo {
 
-/// Sends each request on the default pipe, one second at most.
+/// Sends each request on the default pipe, one second at most.  A camera may stall the range of a control
+/// for which the class does not demand it; the class's own range answers then.
 ///
 /// Thread-safe; no lock is held while the camera is asked, and closing does not wait for an answer.  A closed
 /// interface keeps its part of the claim until it is destroyed: it is closed because the camera refused
@@ -31,6 +32,8 @@ public:
     std::uint8_t GetInterfaceNumber() const override { return function_.controlInterface; }
 
 private:
+    /// Answers a read that the camera stalled and need not answer; false where there is no such answer.
+    bool answerForTheClass(UsbControlRequest& request);
     UsbStatus statusOf(const UsbControlRequest& request, int libusbError) const;
     void report(const UsbControlRequest& request, std::string_view reason) noexcept;
 

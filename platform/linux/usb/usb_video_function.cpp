@@ -14,6 +14,7 @@ using Bytes = std::span<const std::uint8_t>;
 constexpr std::uint8_t interfaceType = 0x04;
 constexpr std::uint8_t classSpecificType = 0x24;
 constexpr std::uint8_t videoClass = 0x0E;
+constexpr std::uint8_t controlSubclass = 0x01;
 constexpr std::uint8_t streamingSubclass = 0x02;
 
 constexpr std::uint8_t headerSubtype = 0x01;
@@ -44,8 +45,10 @@ Bytes countedBytes(Bytes descriptor, std::size_t countAt) {
     return rest.first(std::min<std::size_t>(descriptor[countAt], rest.size()));
 }
 
-void addControls(UsbVideoFunction& function, std::uint8_t entity, Bytes map, Bytes selectors) {
-    std::bitset<256>& listed = function.controls[entity];
+void addControls(UsbVideoFunction& function, UvcEntity kind, std::uint8_t entity, Bytes map,
+                 Bytes selectors) {
+    std::bitset<256>& listed =
+        function.entities.try_emplace(entity, UsbVideoFunction::Entity{kind, {}}).first->second.selectors;
     for (std::size_t bit = 0; bit < std::min(selectors.size(), 8 * map.size()); ++bit) {
         if ((map[bit / 8] >> (bit % 8) & 1) != 0) listed.set(selectors[bit]);
     }
@@ -56,41 +59,60 @@ void addClassSpecific(UsbVideoFunction& function, Bytes descriptor) {
     if (descriptor.size() < 4) return;
     switch (descriptor[2]) {
         case headerSubtype:
+            if (descriptor.size() >= 5)
+                function.classVersion = static_cast<std::uint16_t>(descriptor[3] | descriptor[4] << 8);
             for (const std::uint8_t number : countedBytes(descriptor, 11))
                 function.streamingInterfaces.push_back(number);
             break;
         case inputTerminalSubtype:
             if (descriptor.size() < 15 || (descriptor[4] | descriptor[5] << 8) != cameraTerminal) break;
-            addControls(function, descriptor[3], countedBytes(descriptor, 14), terminalSelectors);
+            addControls(function, UvcEntity::cameraTerminal, descriptor[3], countedBytes(descriptor, 14),
+                        terminalSelectors);
             break;
         case processingUnitSubtype:
             if (descriptor.size() < 8) break;
-            addControls(function, descriptor[3], countedBytes(descriptor, 7), unitSelectors);
+            addControls(function, UvcEntity::processingUnit, descriptor[3], countedBytes(descriptor, 7),
+                        unitSelectors);
             break;
         default:
             break;
     }
 }
 
+bool isControlInterface(Bytes descriptor, std::uint8_t number) {
+    return descriptor.size() >= 9 && descriptor[2] == number && descriptor[5] == videoClass &&
+           descriptor[6] == controlSubclass;
+}
+
 // A camera may name what it does not have, its own control interface, or one thing twice.
 void keepStreamingInterfaces(std::vector<std::uint8_t>& numbers, Bytes configuration) {
-    std::vector<std::uint8_t> kept;
+    std::bitset<256> named; // a hostile camera names the same ones thousands of times
+    for (const std::uint8_t number : numbers)
+        named.set(number);
+    numbers.clear();
     for (const UsbInterfaceDescriptor& interface : interfacesOf(configuration)) {
         if (interface.interfaceClass != videoClass || interface.interfaceSubClass != streamingSubclass)
             continue;
-        const bool named = std::ranges::find(numbers, interface.number) != numbers.end();
-        const bool taken = std::ranges::find(kept, interface.number) != kept.end();
-        if (named && !taken) kept.push_back(interface.number);
+        if (!named[interface.number]) continue;
+        named.reset(interface.number);
+        numbers.push_back(interface.number);
     }
-    numbers = std::move(kept);
 }
 
 } // namespace
 
 bool UsbVideoFunction::lists(std::uint8_t entity, std::uint8_t selector) const {
-    if (!mapsAreKnown) return true;
-    const auto found = controls.find(entity);
-    return found != controls.end() && found->second[selector];
+    if (entities.empty()) return true;
+    const auto found = entities.find(entity);
+    return found != entities.end() && found->second.selectors[selector];
+}
+
+std::optional<UvcEntity> UsbVideoFunction::kindOf(std::uint8_t entity) const {
+    if (const auto found = entities.find(entity); found != entities.end()) return found->second.kind;
+    if (!entities.empty()) return std::nullopt;
+    if (entity == 1) return UvcEntity::cameraTerminal;
+    if (entity == 2) return UvcEntity::processingUnit;
+    return std::nullopt;
 }
 
 UsbVideoFunction videoFunctionOf(Bytes configurationDescriptor, std::uint8_t controlInterface) {
@@ -101,12 +123,11 @@ UsbVideoFunction videoFunctionOf(Bytes configurationDescriptor, std::uint8_t con
         const Bytes descriptor = takeDescriptor(rest);
         if (descriptor.empty()) break;
         if (descriptor[1] == interfaceType)
-            inside = descriptor.size() >= 9 && descriptor[2] == controlInterface;
+            inside = isControlInterface(descriptor, controlInterface);
         else if (inside && descriptor[1] == classSpecificType)
             addClassSpecific(function, descriptor);
     }
     keepStreamingInterfaces(function.streamingInterfaces, configurationDescriptor);
-    function.mapsAreKnown = !function.controls.empty();
     return function;
 }
 

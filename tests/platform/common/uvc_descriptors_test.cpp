@@ -21,6 +21,7 @@ BusProberDevice probe(const Bytes& configurationBytes) {
 // The record with no support flag set.
 BusProberDevice bare(std::int32_t terminal, std::int32_t unit) {
     BusProberDevice device;
+    device.controlInterface = 0;
     device.vendorID = 0x046D;
     device.productID = 0x0825;
     device.terminalID = terminal;
@@ -52,6 +53,19 @@ TEST(UvcDescriptors, GivesNoVendorForACutOffDeviceDescriptor) {
         EXPECT_EQ(device.vendorID, 0) << length;
         EXPECT_EQ(device.terminalID, 3) << length;
     }
+}
+
+TEST(UvcDescriptors, EachFunctionIsKnownByItsControlInterface) {
+    const Bytes two =
+        configuration({interfaceDescriptor(0, 1, 0x01), videoControl(4), cameraTerminal(3, {0x02, 0, 0}),
+                       interfaceDescriptor(5, 2), videoControl(2), cameraTerminal(8, {0, 0x02, 0})});
+    EXPECT_EQ(probe(two).controlInterface, 4);
+    EXPECT_EQ(probeDescriptors(deviceDescriptor(), two, 4).terminalID, 3);
+    const auto second = probeDescriptors(deviceDescriptor(), two, 2);
+    EXPECT_EQ(second.controlInterface, 2);
+    EXPECT_EQ(second.terminalID, 8);
+    for (const std::uint8_t other : Bytes{0, 5, 9})
+        EXPECT_EQ(probeDescriptors(deviceDescriptor(), two, other).controlInterface, std::nullopt) << +other;
 }
 
 TEST(UvcDescriptors, FindsTerminalAndUnitOfAnOrdinaryCamera) {
@@ -195,7 +209,9 @@ TEST(UvcDescriptors, IgnoresClassDescriptorsOutsideTheControlInterface) {
     const auto device = probe(
         configuration({interfaceDescriptor(0, 1, 0x01), cameraTerminal(3, {0xFF, 0, 0}), videoControl(1),
                        header(0x0110), interfaceDescriptor(2, 2), processingUnit(5, 3, {0xFF, 0})}));
-    EXPECT_EQ(device, bare(-1, -1));
+    auto expected = bare(-1, -1);
+    expected.controlInterface = 1;
+    EXPECT_EQ(device, expected);
 }
 
 TEST(UvcDescriptors, GivesNoIdentifiersForNothing) {

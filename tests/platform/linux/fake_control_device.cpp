@@ -8,6 +8,19 @@
 
 namespace tavelo::test {
 
+namespace {
+
+// As the driver does it: to the nearer step, then into the range.
+std::int32_t nearest(const V4l2ControlInfo& info, std::int32_t value) {
+    if (info.maximum < info.minimum) return value;
+    const std::int64_t step = std::max(info.step, 1);
+    const std::int64_t steps = (std::int64_t{value} - info.minimum + step / 2) / step;
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(info.minimum + steps * step, info.minimum, info.maximum));
+}
+
+} // namespace
+
 std::vector<std::vector<V4l2ControlValue>> FakeControlDevice::writes() const {
     const std::lock_guard lock(mutex_);
     return writes_;
@@ -39,18 +52,18 @@ int FakeControlDevice::get(std::span<V4l2ControlValue> values) {
     return 0;
 }
 
-int FakeControlDevice::set(std::span<const V4l2ControlValue> values) {
+int FakeControlDevice::set(std::span<V4l2ControlValue> values) {
     const std::lock_guard lock(mutex_);
     for (const V4l2ControlValue& value : values) {
         const auto found = controls.find(value.id);
         if (found == controls.end()) return EINVAL;
         if (found->second.setError != 0) return found->second.setError;
     }
-    for (const V4l2ControlValue& value : values) {
-        Control& control = controls[value.id];
-        control.value = std::clamp(value.value, control.info.minimum, control.info.maximum);
-    }
     writes_.emplace_back(values.begin(), values.end());
+    for (V4l2ControlValue& value : values) {
+        Control& control = controls[value.id];
+        control.value = value.value = nearest(control.info, value.value);
+    }
     return 0;
 }
 

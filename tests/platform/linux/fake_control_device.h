@@ -28,13 +28,13 @@ public:
     /// Set up before use.
     std::map<std::uint32_t, Control> controls;
 
-    /// Every call of set(), in order.
+    /// Every call of set(), in order, as it was asked.
     std::vector<std::vector<V4l2ControlValue>> writes() const;
 
     int queryControl(std::uint32_t id, V4l2ControlInfo& info) override;
     int queryMenu(std::uint32_t id, std::uint32_t index) override;
     int get(std::span<V4l2ControlValue> values) override;
-    int set(std::span<const V4l2ControlValue> values) override;
+    int set(std::span<V4l2ControlValue> values) override;
 
 private:
     mutable std::mutex mutex_; // guards values and writes_

@@ -34,8 +34,8 @@ protected:
     KernelReply read(UvcEntity entity, std::uint8_t selector, UvcRequest request) {
         return readKernelControl(device, row(entity, selector), request);
     }
-    KernelReply write(UvcEntity entity, std::uint8_t selector, const Bytes& data) {
-        return writeKernelControl(device, row(entity, selector), data);
+    KernelReply write(UvcEntity entity, std::uint8_t selector, const Bytes& data, const Bytes& held = {}) {
+        return writeKernelControl(device, row(entity, selector), data, held);
     }
     Bytes bytes(UvcEntity entity, std::uint8_t selector, UvcRequest request) {
         const KernelReply reply = read(entity, selector, request);
@@ -110,6 +110,52 @@ TEST_F(KernelControls, BothHalvesOfPanAndTiltAreWrittenInOneCall) {
     EXPECT_TRUE(reply.written);
     EXPECT_THAT(device.writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_PAN_ABSOLUTE, -3600},
                                                          V4l2ControlValue{V4L2_CID_TILT_ABSOLUTE, 7200})));
+}
+
+// Pan and tilt of -3600 and 7200.
+const Bytes heldPair{0xF0, 0xF1, 0xFF, 0xFF, 0x20, 0x1C, 0, 0};
+
+TEST_F(KernelControls, AHalfOfPanAndTiltThatDoesNotChangeIsNotWritten) {
+    Bytes panned = heldPair;
+    std::ranges::copy(Bytes{0x10, 0x0E, 0, 0}, panned.begin());
+    Bytes tilted = heldPair;
+    std::ranges::copy(Bytes{0x10, 0x0E, 0, 0}, tilted.begin() + 4);
+    EXPECT_TRUE(write(terminal, 13, panned, heldPair).written);
+    EXPECT_TRUE(write(terminal, 13, tilted, heldPair).written);
+    EXPECT_THAT(device.writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_PAN_ABSOLUTE, 3600}),
+                                             ElementsAre(V4l2ControlValue{V4L2_CID_TILT_ABSOLUTE, 3600})));
+}
+
+TEST_F(KernelControls, PanAndTiltThatBothStayAreBothWritten) {
+    EXPECT_TRUE(write(terminal, 13, heldPair, heldPair).written);
+    ASSERT_EQ(device.writes().size(), 1U);
+    EXPECT_EQ(device.writes().front().size(), 2U);
+}
+
+TEST_F(KernelControls, AHeldHalfMayLieOutsideTheRange) {
+    Bytes held = heldPair;
+    std::ranges::copy(Bytes{0, 0, 0, 0x7F}, held.begin() + 4);
+    Bytes panned = held;
+    std::ranges::copy(Bytes{0, 0, 0, 0}, panned.begin());
+    EXPECT_TRUE(write(terminal, 13, panned, held).written);
+    EXPECT_EQ(write(terminal, 13, panned, heldPair).error, ERANGE);
+}
+
+TEST_F(KernelControls, AWriteTellsTheValueThatTheDriverTook) {
+    EXPECT_THAT(write(unit, 10, {0x79, 0x17}).bytes, ElementsAre(0x7A, 0x17)); // 6009 is 6010
+    EXPECT_THAT(write(unit, 6, {0x4D, 0xFF}).bytes, ElementsAre(0x4E, 0xFF));  // -179 is -178
+    EXPECT_THAT(write(terminal, 2, {8}).bytes, ElementsAre(8));
+    EXPECT_THAT(write(terminal, 13, {0xD0, 0x1B, 0, 0, 0xF0, 0xF1, 0xFF, 0xFF}).bytes,
+                ElementsAre(0x20, 0x1C, 0, 0, 0xF0, 0xF1, 0xFF, 0xFF)); // 7120 is 7200
+    Bytes panned = heldPair;
+    std::ranges::copy(Bytes{0xD0, 0x1B, 0, 0}, panned.begin());
+    EXPECT_THAT(write(terminal, 13, panned, heldPair).bytes, ElementsAre(0x20, 0x1C, 0, 0, 0x20, 0x1C, 0, 0));
+}
+
+TEST_F(KernelControls, ARefusedWriteTellsNoValue) {
+    device.controls[V4L2_CID_WHITE_BALANCE_TEMPERATURE].setError = EACCES;
+    EXPECT_THAT(write(unit, 10, {0x79, 0x17}).bytes, IsEmpty());
+    EXPECT_THAT(write(unit, 2, {0x41, 0x00}).bytes, IsEmpty());
 }
 
 TEST_F(KernelControls, PanAndTiltNeedBothOfTheDriversControls) {

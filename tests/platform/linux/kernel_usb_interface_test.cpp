@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <linux/videodev2.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <thread>
@@ -82,6 +83,51 @@ TEST_F(KernelInterface, WritesAndCountsTheBytesThatMoved) {
     EXPECT_EQ(reply.bytesDone, 2U);
     EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_BRIGHTNESS, 5})));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(KernelInterface, AfterAWriteTheDataHoldWhatTheDriverTook) {
+    EXPECT_THAT(write(interface, 5, 10, {0x79, 0x17}).bytes, ElementsAre(0x7A, 0x17)); // 6009 is 6010
+    EXPECT_THAT(write(interface, 5, 2, {0x05, 0x00}).bytes, ElementsAre(0x05, 0x00));
+}
+
+TEST_F(KernelInterface, ARefusedWriteLeavesTheDataAlone) {
+    device->controls[V4L2_CID_WHITE_BALANCE_TEMPERATURE].setError = EACCES;
+    EXPECT_THAT(write(interface, 5, 10, {0x79, 0x17}).bytes, ElementsAre(0x79, 0x17));
+}
+
+TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
+    auto value = read(interface, 3, 13, getCur, 8).bytes;
+    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // somebody else
+    std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
+    const auto panned = write(interface, 3, 13, value);
+    EXPECT_EQ(panned.status, UsbStatus::success);
+    EXPECT_EQ(panned.bytesDone, 8U);
+    EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
+    EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
+
+    device->controls[V4L2_CID_PAN_ABSOLUTE].value = -36000; // somebody else again
+    std::ranges::copy(std::vector<std::uint8_t>{0, 0, 0, 0}, value.begin() + 4);
+    write(interface, 3, 13, value);
+    EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, -36000);
+    EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, 0);
+}
+
+TEST_F(KernelInterface, AfterARefusalTheHalvesAreThoseOfTheLastValueThatWasTaken) {
+    auto value = read(interface, 3, 13, getCur, 8).bytes;
+    const auto before = value;
+    device->controls[V4L2_CID_PAN_ABSOLUTE].setError = EPIPE;
+    std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
+    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::refused);
+    device->controls[V4L2_CID_PAN_ABSOLUTE].setError = 0;
+    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::success);
+    EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_PAN_ABSOLUTE, 3600})));
+    EXPECT_NE(value, before);
+}
+
+TEST_F(KernelInterface, WithoutAValueReadBeforeBothHalvesAreWritten) {
+    write(interface, 3, 13, {0x10, 0x0E, 0, 0, 0, 0, 0, 0});
+    ASSERT_EQ(device->writes().size(), 1U);
+    EXPECT_EQ(device->writes().front().size(), 2U);
 }
 
 TEST_F(KernelInterface, UnknownEntitiesSelectorsAndInterfacesAnswerNothingAndRefuseNothing) {
@@ -175,7 +221,7 @@ public:
     }
     int queryMenu(std::uint32_t, std::uint32_t) override { return EINVAL; }
     int get(std::span<V4l2ControlValue>) override { return 0; }
-    int set(std::span<const V4l2ControlValue>) override {
+    int set(std::span<V4l2ControlValue>) override {
         entered.set();
         return answer.waitFor(std::chrono::seconds(60)) ? 0 : ETIMEDOUT;
     }

@@ -98,6 +98,28 @@ TEST_F(BusProberOfLinux, ListsCamerasAndNothingElse) {
     EXPECT_EQ(camera.name, "Test Camera");
 }
 
+TEST_F(BusProberOfLinux, EachVideoFunctionOfADeviceHasARecord) {
+    add("1-2", configuration({videoControl(0), cameraTerminal(3, {0, 2, 0}), processingUnit(5, 3, {1, 0}),
+                              interfaceDescriptor(1, 2), videoControl(2), cameraTerminal(8, {0, 2, 0}),
+                              processingUnit(9, 8, {2, 0}), interfaceDescriptor(3, 2)}));
+    const auto bus = prober();
+    bus->refreshData(false);
+    ASSERT_THAT(bus->devicesArray(), SizeIs(2));
+    const auto& colour = *bus->devicesArray()[0];
+    const auto& infrared = *bus->devicesArray()[1];
+    EXPECT_EQ(colour.controlInterface, 0);
+    EXPECT_EQ(colour.unitID, 5);
+    EXPECT_TRUE(colour.supportBright);
+    EXPECT_EQ(infrared.controlInterface, 2);
+    EXPECT_EQ(infrared.terminalID, 8);
+    EXPECT_EQ(infrared.unitID, 9);
+    EXPECT_FALSE(infrared.supportBright);
+    EXPECT_TRUE(infrared.supportContrast);
+    EXPECT_EQ(infrared.locationID, colour.locationID);
+    EXPECT_EQ(infrared.vendorID, 0x046D);
+    EXPECT_EQ(infrared.name, "Test Camera");
+}
+
 TEST_F(BusProberOfLinux, ACameraWithUnreadableEntitiesIsListedWithoutIdentifiers) {
     add("1-2", configuration({videoControl(0), header(0x0110), {0x00, 0x00}}));
     const auto bus = prober();

@@ -60,11 +60,19 @@ std::unique_ptr<UsbHandle> FakeUsbCamera::open(const UsbAddress& address, int& e
 
 int FakeUsbCamera::change(const std::string& what, std::uint8_t interface, Holder from, Holder to,
                           int otherwise) {
+    std::function<void()> action;
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = actions_.find(what + " " + std::to_string(interface));
+        if (found != actions_.end()) action = found->second;
+    }
+    if (action) action();
     const std::lock_guard lock(mutex_);
     calls_.push_back(what + " " + std::to_string(interface));
     if (const auto error = errorOf(calls_.back())) return *error;
     if (holders_[interface] != from) return otherwise;
     holders_[interface] = to;
+    changed_.notify_all();
     return LIBUSB_SUCCESS;
 }
 
@@ -95,6 +103,11 @@ void FakeUsbCamera::answer(Answer answer) {
     answer_ = std::move(answer);
 }
 
+void FakeUsbCamera::before(const std::string& call, std::function<void()> action) {
+    const std::lock_guard lock(mutex_);
+    actions_[call] = std::move(action);
+}
+
 void FakeUsbCamera::setHolder(std::uint8_t interface, Holder holder) {
     const std::lock_guard lock(mutex_);
     holders_[interface] = holder;
@@ -103,6 +116,11 @@ void FakeUsbCamera::setHolder(std::uint8_t interface, Holder holder) {
 FakeUsbCamera::Holder FakeUsbCamera::holder(std::uint8_t interface) const {
     const std::lock_guard lock(mutex_);
     return holders_.at(interface);
+}
+
+bool FakeUsbCamera::waitForHolder(std::uint8_t interface, Holder holder) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::minutes(1), [&] { return holders_.at(interface) == holder; });
 }
 
 std::vector<std::string> FakeUsbCamera::calls() const {

@@ -2,6 +2,7 @@
 // A camera on the USB bus that does what a test tells it, and keeps what was done to it.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -40,9 +41,13 @@ public:
     /// Only the next one does.
     void failOnce(const std::string& call, int error);
     void answer(Answer answer);
+    /// Called at the start of each later call of this name, on the caller's thread; may block.
+    void before(const std::string& call, std::function<void()> action);
     void setHolder(std::uint8_t interface, Holder holder);
 
     Holder holder(std::uint8_t interface) const;
+    /// Waits a minute at most; whether it came to that.
+    bool waitForHolder(std::uint8_t interface, Holder holder) const;
     /// "open", "detach 1", "claim 1", ..., "close", in their order.
     std::vector<std::string> calls() const;
     std::vector<Transfer> transfers() const;
@@ -59,8 +64,10 @@ private:
     std::optional<int> errorOf(const std::string& call);
 
     mutable std::mutex mutex_; // guards the rest
+    mutable std::condition_variable changed_;
     std::map<std::string, int> errors_;
     std::set<std::string> onceOnly_;
+    std::map<std::string, std::function<void()>> actions_;
     std::map<std::uint8_t, Holder> holders_;
     std::vector<std::string> calls_;
     std::vector<Transfer> transfers_;

@@ -3,9 +3,11 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <thread>
 
 #include "fake_usb_camera.h"
+#include "platform/linux/wake_event.h"
 #include "recorded_diagnostics.h"
 
 namespace tavelo::test {
@@ -31,6 +33,9 @@ protected:
         camera->note("watch " + device.path() + " " + std::to_string(controlInterface));
         return {nullptr, [camera = camera](void*) { camera->note("watch ends"); }};
     }
+
+    /// Ends the claims, which wait until everything went back.
+    void waitForReturns() { claims.reset(); }
 
     RecordedDiagnostics diagnostics;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
@@ -64,6 +69,7 @@ TEST_F(CameraClaims, TheLastHolderGivesTheCameraBackOnceEverythingIsReleased) {
     EXPECT_EQ(camera->holder(0), Holder::us);
     const std::size_t before = camera->calls().size();
     second.reset();
+    waitForReturns();
     auto calls = camera->calls();
     calls.erase(calls.begin(), calls.begin() + std::ptrdiff_t(before));
     EXPECT_THAT(calls, ElementsAre("release 1", "release 0", "attach 0", "close"));
@@ -100,6 +106,7 @@ TEST_F(CameraClaims, TheWatchBeginsBeforeTheDriverLetsGoAndEndsAfterItIsBack) {
         camera, [this](const auto& device, auto interface) { return startWatch(device, interface); },
         diagnostics);
     acquire().reset();
+    waitForReturns();
     EXPECT_THAT(camera->calls(),
                 ElementsAre("open", "watch /dev/bus/usb/001/005 0", "detach 1", "claim 1", "detach 0",
                             "claim 0", "release 1", "release 0", "attach 0", "watch ends", "close"));
@@ -116,6 +123,7 @@ TEST_F(CameraClaims, ADriverThatDoesNotComeBackIsReported) {
     auto claim = acquire();
     camera->fail("attach 0", LIBUSB_ERROR_OTHER);
     claim.reset();
+    waitForReturns();
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("driver")));
 }
 
@@ -124,6 +132,7 @@ TEST_F(CameraClaims, NothingIsSaidOfACameraThatWasUnpluggedMeanwhile) {
     for (const char* call : {"release 0", "release 1", "attach 0"})
         camera->fail(call, LIBUSB_ERROR_NO_DEVICE);
     claim.reset();
+    waitForReturns();
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
@@ -133,6 +142,95 @@ TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
     camera->fail("claim 0", LIBUSB_SUCCESS);
     EXPECT_TRUE(acquire()) << error.text;
     EXPECT_EQ(error.code, ErrorCode::none);
+}
+
+constexpr std::chrono::seconds longEnough(60);
+
+// A driver that takes its time to meet the camera.
+class SlowDriver : public CameraClaims {
+protected:
+    SlowDriver() {
+        camera->before("attach 0", [this] {
+            attaching = std::this_thread::get_id();
+            entered.set();
+            allowed.waitFor(longEnough);
+        });
+    }
+    ~SlowDriver() override {
+        allowed.set();
+        waitForReturns(); // the driver uses what follows
+    }
+
+    std::atomic<std::thread::id> attaching;
+    WakeEvent entered;
+    WakeEvent allowed;
+};
+
+TEST_F(SlowDriver, NobodyWhoLetsGoWaitsForIt) {
+    acquire().reset(); // returns while the driver is at it
+    ASSERT_TRUE(entered.waitFor(longEnough));
+    EXPECT_NE(attaching.load(), std::this_thread::get_id());
+    EXPECT_EQ(camera->holder(0), Holder::nobody);
+}
+
+TEST_F(SlowDriver, AFailedTryToTakeACameraDoesNotWaitForItEither) {
+    camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
+    EXPECT_FALSE(acquire());
+    ASSERT_TRUE(entered.waitFor(longEnough));
+    EXPECT_NE(attaching.load(), std::this_thread::get_id());
+}
+
+TEST_F(SlowDriver, ACameraThatIsOnItsWayBackIsTakenOnceItIsThere) {
+    for (const bool failed : {false, true}) {
+        if (failed) camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
+        EXPECT_NE(acquire() != nullptr, failed);
+        ASSERT_TRUE(entered.waitFor(longEnough));
+        entered.clear();
+        const std::size_t before = camera->calls().size();
+        std::thread taker([&] { EXPECT_TRUE(acquire()); });
+        allowed.set();
+        taker.join();
+        auto calls = camera->calls();
+        calls.erase(calls.begin(), calls.begin() + std::ptrdiff_t(before));
+        calls.resize(6);
+        EXPECT_THAT(calls, ElementsAre("attach 0", "close", "open", "detach 1", "claim 1", "detach 0"));
+        waitForReturns();
+        entered.clear();
+        allowed.clear();
+        claims = std::make_unique<UsbCameraClaims>(camera, nullptr, diagnostics);
+    }
+}
+
+TEST_F(SlowDriver, ACameraThatWaitsToGoBackIsKeptForWhoeverWantsItAgain) {
+    const UsbCameraAddress other{{1, 6}, 2, {3}};
+    acquire().reset();
+    ASSERT_TRUE(entered.waitFor(longEnough)); // the other one waits behind it
+    claims->acquire(other, error).reset();
+    const std::size_t before = camera->calls().size();
+    const auto again = claims->acquire(other, error);
+    EXPECT_TRUE(again);
+    EXPECT_THAT(camera->calls(), SizeIs(before));
+    allowed.set();
+    waitForReturns();
+    EXPECT_EQ(camera->holder(2), Holder::us);
+}
+
+TEST_F(SlowDriver, TheClaimsEndOnceEveryCameraIsBack) {
+    acquire().reset();
+    ASSERT_TRUE(entered.waitFor(longEnough));
+    std::thread end([this] { claims.reset(); });
+    allowed.set();
+    end.join();
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+    EXPECT_EQ(camera->calls().back(), "close");
+}
+
+TEST_F(SlowDriver, APartThatOutlivesTheClaimsIsBackBeforeItsEnd) {
+    auto claim = acquire();
+    claims.reset();
+    allowed.set();
+    claim.reset();
+    EXPECT_EQ(camera->holder(0), Holder::driver);
 }
 
 struct TakingFault {
@@ -146,6 +244,7 @@ class FailingToTake : public CameraClaims, public testing::WithParamInterface<Ta
 TEST_P(FailingToTake, SaysWhyAndLeavesTheCameraToItsDriver) {
     camera->fail(GetParam().call, GetParam().error);
     EXPECT_FALSE(acquire());
+    waitForReturns();
     EXPECT_EQ(error.code, GetParam().expected);
     EXPECT_THAT(error.text, HasSubstr(address.device.path()));
     EXPECT_EQ(camera->holder(0), Holder::driver);
@@ -168,6 +267,7 @@ TEST_F(CameraClaims, ACameraOfAnotherProgramIsBusyAndStaysItsOwn) {
     camera->setHolder(0, Holder::otherProgram);
     camera->setHolder(1, Holder::otherProgram);
     EXPECT_FALSE(acquire());
+    waitForReturns();
     EXPECT_EQ(error.code, ErrorCode::busy);
     EXPECT_EQ(camera->holder(0), Holder::otherProgram);
     EXPECT_THAT(camera->calls(), Each(Not(HasSubstr("attach 0"))));
@@ -185,6 +285,7 @@ TEST_F(CameraClaims, TakingAndGivingBackByManyThreadsNeverOverlap) {
     }
     for (std::thread& thread : threads)
         thread.join();
+    waitForReturns();
     EXPECT_EQ(camera->mostOpenAtOnce(), 1);
     EXPECT_EQ(camera->holder(0), Holder::driver);
 }

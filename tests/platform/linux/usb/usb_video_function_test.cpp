@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 #include "descriptor_builder.h"
 #include "platform/virtual/virtual_camera_descriptors.h"
 #include "platform/virtual/virtual_camera_firmware.h"
@@ -43,6 +45,35 @@ TEST(VideoFunction, ANamedInterfaceThatDoesNotStreamIsLeftOut) {
     const Bytes bytes = configuration({videoControl(0), headerNaming({0, 1, 1, 7, 2}),
                                        interfaceDescriptor(1, 2), interfaceDescriptor(2, 1, 0x01)});
     EXPECT_THAT(videoFunctionOf(bytes, 0).streamingInterfaces, ElementsAre(1));
+}
+
+TEST(VideoFunction, ThousandsOfNamesAndInterfacesAreReadInOnePass) {
+    Bytes bytes = configuration({videoControl(0)});
+    for (int i = 0; i < 260; ++i) {
+        const Bytes header = headerNaming(Bytes(200, 9));
+        bytes.insert(bytes.end(), header.begin(), header.end());
+    }
+    for (int i = 0; i < 7000; ++i) {
+        const Bytes interface = interfaceDescriptor(1, 2);
+        bytes.insert(bytes.end(), interface.begin(), interface.end());
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(videoFunctionOf(bytes, 0).streamingInterfaces, IsEmpty());
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+}
+
+TEST(VideoFunction, OnlyAControlInterfaceHasEntities) {
+    const Bytes bytes =
+        configuration({interfaceDescriptor(0, 2), headerNaming({1}), interfaceDescriptor(1, 2)});
+    EXPECT_THAT(videoFunctionOf(bytes, 0).streamingInterfaces, IsEmpty());
+}
+
+TEST(VideoFunction, KnowsTheVersionOfTheClassAndTheKindsOfEntities) {
+    const UsbVideoFunction function = videoFunctionOf(ordinaryCamera(), 0);
+    EXPECT_EQ(function.classVersion, 0x0110);
+    EXPECT_EQ(function.kindOf(3), UvcEntity::cameraTerminal);
+    EXPECT_EQ(function.kindOf(5), UvcEntity::processingUnit);
+    EXPECT_EQ(function.kindOf(1), std::nullopt);
 }
 
 TEST(VideoFunction, AHeaderThatLiesAboutItsLengthNamesWhatItHolds) {
