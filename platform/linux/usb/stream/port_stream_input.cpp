@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/linux/usb/stream/streaming_descriptors.h"
@@ -66,7 +67,16 @@ void PortStreamInput::run(FrameSink& sink) {
     }
 }
 
+// Memory may run out at any step; that ends the run, not the program.
 UsbStreamOver PortStreamInput::streamOnce(UsbStreamConnection& connection, FrameSink& sink) {
+    try {
+        return streamWithin(connection, sink);
+    } catch (const std::bad_alloc&) {
+        return {StreamEnd::failed, "no memory for the camera's pictures"};
+    }
+}
+
+UsbStreamOver PortStreamInput::streamWithin(UsbStreamConnection& connection, FrameSink& sink) {
     Error error;
     if (!connection.port) connection = setup_.connect(error);
     if (!connection.port) return {streamEndOf(error.code), error.text};

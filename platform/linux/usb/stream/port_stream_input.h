@@ -52,6 +52,7 @@ public:
 private:
     void run(FrameSink& sink);
     UsbStreamOver streamOnce(UsbStreamConnection& connection, FrameSink& sink);
+    UsbStreamOver streamWithin(UsbStreamConnection& connection, FrameSink& sink);
     UsbStreamOver pump(FrameSink& sink);
     UsbStreamOver silent() const;
     bool handle(const FrameMailbox::Frame& frame, FrameSink& sink);
