@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -50,8 +51,10 @@ private:
 
     void run(FrameSink& sink);
     Run streamOnce(FrameSink& sink);
+    Run streamWithin(FrameSink& sink);
     Run startLightEnough(V4l2Node& node, std::unique_ptr<V4l2Stream>& stream);
     Run pump(const V4l2Node& node, V4l2Stream& stream, FrameSink& sink);
+    int takeNewest(V4l2Stream& stream, std::optional<V4l2Stream::Frame>& newest);
     bool handle(const V4l2Stream::Frame& frame, FrameSink& sink);
     void countDropped();
     void report(const Run& run);
