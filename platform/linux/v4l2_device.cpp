@@ -35,8 +35,9 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
     // Closed again at once: the input opens the node when it streams.
     if (!setup_.opener->open(node_.path(), number)) {
         const StreamEnd why = streamEndOf(number);
-        const bool waits = why == StreamEnd::busy || (why == StreamEnd::denied &&
-                                                      std::chrono::steady_clock::now() < rightsMayComeUntil_);
+        const bool waits =
+            why == StreamEnd::busy || (why == StreamEnd::gone && isListed(setup_.sysfs, node_)) ||
+            (why == StreamEnd::denied && std::chrono::steady_clock::now() < rightsMayComeUntil_);
         if (!waits) {
             error = {codeOf(why),
                      "cannot open " + node_.path() + ": " + std::generic_category().message(number)};
@@ -45,7 +46,8 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
     }
     return std::make_unique<V4l2Input>(
         shared_from_this(),
-        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, StreamPatience()});
+        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, StreamPatience(),
+                       [sysfs = setup_.sysfs, node = node_] { return isListed(sysfs, node); }});
 }
 
 } // namespace tavelo

@@ -64,9 +64,12 @@ void V4l2Input::stop() {
 void V4l2Input::run(FrameSink& sink) {
     for (;;) {
         const Run over = streamOnce(sink);
+        if (over.end == StreamEnd::gone && !isListed()) return;
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
         if (!decision.wait || stop_.waitFor(*decision.wait)) return;
+        // Another camera may have the node's name by now.
+        if (over.end == StreamEnd::gone && !isListed()) return;
     }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,12 +26,17 @@ struct V4l2InputSetup {
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
     StreamPatience patience;
+    /// Whether the node is still the camera's that it was.  Any thread; empty: a node that fails is gone.
+    std::function<bool()> isListed = {};
 };
 
 /// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:
 ///
 ///     open -> choose a format -> stream --(silent, busy, failed: wait)--> open ...
 ///                                       --(unplugged)--> rest until stop
+///
+/// What counts as unplugged is the list's word: a driver that lets go of a camera's streaming interface, or
+/// has just been bound to it, says the same of a node that stays.
 ///
 /// The node is open only while it streams, since an open node keeps many cameras awake.  stop() returns when
 /// the driver has let go; one that waits for a dead camera takes up to five seconds.
@@ -50,6 +56,7 @@ private:
     };
 
     void run(FrameSink& sink);
+    bool isListed() const { return setup_.isListed && setup_.isListed(); }
     Run streamOnce(FrameSink& sink);
     Run streamWithin(FrameSink& sink);
     Run startLightEnough(V4l2Node& node, std::unique_ptr<V4l2Stream>& stream);

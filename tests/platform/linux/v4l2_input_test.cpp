@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <new>
 #include <random>
@@ -97,7 +98,7 @@ protected:
         input = std::make_unique<V4l2Input>(
             nullptr,
             V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
-                           diagnostics, request, patience});
+                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; }});
         input->start(sink);
         return *input;
     }
@@ -112,6 +113,9 @@ protected:
     }
 
     FakeCamera camera;
+    // How often the node is still listed after it failed as an unplugged camera's does.
+    std::atomic<int> listedTimes = 0;
+    std::atomic<int> listedAsked = 0;
     RememberingDiagnostics diagnostics;
     RememberingSink sink;
     std::unique_ptr<V4l2Input> input;
@@ -358,6 +362,46 @@ TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     input->stop();
     EXPECT_EQ(camera.counts().opened, 1);
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
+    listedTimes = 100;
+    for (const int error : {ENODEV, ENXIO})
+        camera.failNext(0, error);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
+    listedTimes = 100;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    camera.failNext(VIDIOC_QBUF, ENODEV,
+                    4); // as the driver answers that was robbed of the streaming interface
+    camera.deliver(wholeFrame);
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("lost the camera")));
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    const std::size_t before = sink.times().size();
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(before + 1));
+}
+
+TEST_F(V4l2InputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
+    listedTimes = 1;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.failNext(VIDIOC_DQBUF, ENODEV);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    while (listedAsked < 2)
+        std::this_thread::yield();
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
 }
 
 TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {

@@ -60,6 +60,7 @@ void PortStreamInput::run(FrameSink& sink) {
     UsbStreamConnection connection;
     for (;;) {
         const UsbStreamOver over = streamOnce(connection, sink);
+        if (over.end == StreamEnd::gone) return; // the bus itself says so
         if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) connection = {};
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
