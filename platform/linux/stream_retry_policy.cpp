@@ -25,12 +25,31 @@ StreamEnd streamEndOf(int error) {
     }
 }
 
+ErrorCode errorCodeOf(StreamEnd end) {
+    switch (end) {
+        case StreamEnd::stopped:
+            return ErrorCode::none;
+        case StreamEnd::gone:
+            return ErrorCode::gone;
+        case StreamEnd::busy:
+            return ErrorCode::busy;
+        case StreamEnd::denied:
+            return ErrorCode::denied;
+        case StreamEnd::silent:
+            return ErrorCode::timeout;
+        case StreamEnd::busFull:
+        case StreamEnd::failed:
+            break;
+    }
+    return ErrorCode::invalid;
+}
+
 std::string streamEndText(StreamEnd end, const std::string& reason) {
     switch (end) {
         case StreamEnd::gone:
             return "streaming: the driver has lost the camera; trying again";
         case StreamEnd::busy:
-            return "streaming: another program uses the camera; waiting for it";
+            return "streaming: " + reason + "; waiting for it";
         case StreamEnd::denied:
             return "opening: no permission";
         case StreamEnd::busFull:

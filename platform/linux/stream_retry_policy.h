@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/error.h"
+
 namespace tavelo {
 
 /// Why a run of a stream is over.
@@ -21,9 +23,10 @@ enum class StreamEnd : std::uint8_t {
 };
 
 StreamEnd streamEndOf(int error);
+ErrorCode errorCodeOf(StreamEnd end);
 
 /// A line for people on an end that is no stop.
-/// @param reason of a stream that was silent or failed
+/// @param reason of a stream that was silent or failed; of a busy camera, who holds it
 std::string streamEndText(StreamEnd end, const std::string& reason);
 
 /// So many damaged frames in a row, about a second of nothing else, are worth a line.

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/device_holders.h"
 #include "platform/linux/v4l2_formats.h"
 
 namespace tavelo {
@@ -48,6 +49,7 @@ V4l2Input::~V4l2Input() {
 void V4l2Input::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     stop_.clear();
+    trouble_.clear();
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "v4l2 capture");
@@ -127,6 +129,7 @@ V4l2Input::Run V4l2Input::pump(const V4l2Node& node, V4l2Stream& stream, FrameSi
         if (!frame) continue;
         deadline = Clock::now() + setup_.patience.silence;
         policy_.frameCame();
+        trouble_.clear();
         if (!handle(*frame, sink)) countDropped();
         if (error = stream.giveBack(*frame); error != 0) return {streamEndOf(error), error};
     }
@@ -166,9 +169,14 @@ void V4l2Input::countDropped() {
 }
 
 void V4l2Input::report(const Run& run) {
-    const std::string reason =
-        run.end == StreamEnd::silent ? "no frame came" : std::generic_category().message(run.error);
+    const std::string reason = reasonOf(run);
+    trouble_.set({errorCodeOf(run.end), reason});
     setup_.diagnostics.report(setup_.path, streamEndText(run.end, reason));
+}
+
+std::string V4l2Input::reasonOf(const Run& run) const {
+    if (run.end == StreamEnd::busy) return setup_.whoHolds ? setup_.whoHolds() : busyText({});
+    return run.end == StreamEnd::silent ? "no frame came" : std::generic_category().message(run.error);
 }
 
 } // namespace tavelo

@@ -13,6 +13,7 @@
 #include "platform/diagnostics.h"
 #include "platform/linux/frame_converter.h"
 #include "platform/linux/stream_retry_policy.h"
+#include "platform/linux/stream_trouble.h"
 #include "platform/linux/v4l2_node.h"
 #include "platform/linux/v4l2_stream.h"
 #include "platform/linux/wake_event.h"
@@ -28,6 +29,8 @@ struct V4l2InputSetup {
     StreamPatience patience;
     /// Whether the node is still the camera's that it was.  Any thread; empty: a node that fails is gone.
     std::function<bool()> isListed = {};
+    /// Who holds a busy node, as busyText() says it; may take milliseconds.  Any thread; empty: nobody knows.
+    std::function<std::string()> whoHolds = {};
 };
 
 /// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:
@@ -48,6 +51,7 @@ public:
     std::shared_ptr<CaptureDevice> device() const override { return device_; }
     void start(FrameSink& sink) override;
     void stop() override;
+    Error trouble() const override { return trouble_.get(); }
 
 private:
     struct Run {
@@ -65,10 +69,12 @@ private:
     bool handle(const V4l2Stream::Frame& frame, FrameSink& sink);
     void countDropped();
     void report(const Run& run);
+    std::string reasonOf(const Run& run) const;
 
     const std::shared_ptr<CaptureDevice> device_;
     const V4l2InputSetup setup_;
     WakeEvent stop_;
+    StreamTrouble trouble_;
     std::thread thread_;
 
     // Of the streaming thread.

@@ -98,7 +98,8 @@ protected:
         input = std::make_unique<V4l2Input>(
             nullptr,
             V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
-                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; }});
+                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; },
+                           [] { return "busy: in use by cheese, process 20"; }});
         input->start(sink);
         return *input;
     }
@@ -446,9 +447,29 @@ TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
     ASSERT_TRUE(camera.deliver(wholeFrame));
     ASSERT_TRUE(sink.waitForFrames(1));
     EXPECT_EQ(camera.counts().opened, 10);
-    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("another program")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("cheese, process 20; waiting for it")));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none) << "pictures come";
     input->stop();
     expectTidy();
+}
+
+TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
+    camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
+    start();
+    EXPECT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::busy);
+    EXPECT_EQ(input->trouble().text, "busy: in use by cheese, process 20");
+    input->stop();
+    input->start(sink);
+    input->stop();
+}
+
+TEST_F(V4l2InputTest, HasNoTroubleToTellOfWhilePicturesCome) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none);
 }
 
 TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {

@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/linux/device_holders.h"
 #include "platform/linux/usb/stream/streaming_descriptors.h"
 
 namespace tavelo {
@@ -41,6 +42,7 @@ PortStreamInput::~PortStreamInput() {
 void PortStreamInput::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     mailbox_.clearStop();
+    trouble_.clear();
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "usb capture");
@@ -103,6 +105,7 @@ UsbStreamOver PortStreamInput::pump(FrameSink& sink) {
             case FrameMailbox::Event::frame:
                 deadline = Clock::now() + setup_.patience.silence;
                 policy_.frameCame();
+                trouble_.clear();
                 if (handle(mailbox_.reading(), sink)) break;
                 if (++droppedInARow_ == droppedFramesWorthALine)
                     report("streaming: every frame of the last second was damaged");
@@ -124,7 +127,9 @@ bool PortStreamInput::handle(const FrameMailbox::Frame& frame, FrameSink& sink) 
     return true;
 }
 
-void PortStreamInput::report(const UsbStreamOver& over) {
+void PortStreamInput::report(UsbStreamOver over) {
+    if (over.end == StreamEnd::busy) over.reason = setup_.whoHolds ? setup_.whoHolds() : busyText({});
+    trouble_.set({errorCodeOf(over.end), over.reason});
     report(streamEndText(over.end, over.reason));
 }
 
