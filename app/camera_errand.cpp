@@ -92,12 +92,33 @@ void CameraErrand::poll() {
         const bool still = request_.kind == ErrandRequest::Kind::snapshot;
         if (pictures >= (still ? picturesBeforeAStill : 1))
             begin();
-        else if (silent)
-            end(1, request_.file + ": not written: the camera delivers no picture");
+        else if (silent || cannotBeHad())
+            end(1, request_.file + ": not written: " + whyNoPicture());
     } else if (state_ == State::recording && silent) {
         complaint_ = "the camera fell silent";
         finishMovie();
     }
+}
+
+// Waiting is of no use: a program that streams goes on streaming, and rights do not come by themselves.
+bool CameraErrand::cannotBeHad() const {
+    const auto input = view_->videoCaptureDeviceInput();
+    const ErrorCode code = input ? input->trouble().code : ErrorCode::invalid;
+    return !input || code == ErrorCode::busy || code == ErrorCode::denied;
+}
+
+Error CameraErrand::trouble() const {
+    if (const auto input = view_->videoCaptureDeviceInput()) return input->trouble();
+    Error error; // no input could be made; the view keeps quiet about the reason
+    camera_->makeInput(error);
+    return error;
+}
+
+std::string CameraErrand::whyNoPicture() const {
+    const Error error = trouble();
+    if (error.text.empty()) return "the camera delivers no picture";
+    if (error.code == ErrorCode::busy) return "the camera is " + error.text;
+    return "the camera delivers no picture: " + error.text;
 }
 
 void CameraErrand::begin() {

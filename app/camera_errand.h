@@ -50,6 +50,9 @@ private:
 
     std::shared_ptr<CaptureDevice> chosenCamera();
     void poll();
+    bool cannotBeHad() const;
+    Error trouble() const;
+    std::string whyNoPicture() const;
     void begin();
     void finishMovie();
     void didWrite(bool success, const Error& error);

@@ -71,6 +71,10 @@ public:
     /// Ends the stream.  On return no call of the sink is under way and none follows.  May be called when
     /// stopped.
     virtual void stop() = 0;
+
+    /// Why a started input brings no picture, as far as it knows; no code while pictures come or nothing is
+    /// wrong.  `busy` comes with the programs that may hold the camera.  Any thread.
+    virtual Error trouble() const { return {}; }
 };
 
 /// A camera as the operating system lists it.  Immutable, thread-safe; one object a device while it is

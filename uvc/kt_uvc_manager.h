@@ -112,6 +112,10 @@ public:
     std::shared_ptr<UsbInterface> interface() const { return binding_.get().interface; }
     void setInterface(std::shared_ptr<UsbInterface> interface);
 
+    /// Closes the interface of a camera that was unplugged.  Linux's driver, bound to the camera anew, loses
+    /// its stream when the last file of its former self is closed, so none may be closed late.
+    void letGoOfInterface();
+
     /// Whether the interface was closed because a request failed.
     bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed(); }
     /// Why it was; success while it is open.

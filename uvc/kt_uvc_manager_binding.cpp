@@ -79,11 +79,15 @@ bool KTUVCManager::bindRecordOf(const LocationCandidates& locationIDs) {
     return true;
 }
 
+void KTUVCManager::letGoOfInterface() {
+    const std::shared_ptr<UsbInterface> held = interface();
+    if (!held) return;
+    held->USBInterfaceClose();
+    setInterface(nullptr);
+}
+
 bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
-    if (const std::shared_ptr<UsbInterface> held = interface()) { // set by somebody else meanwhile
-        held->USBInterfaceClose();
-        setInterface(nullptr);
-    }
+    letGoOfInterface(); // one that somebody else has set meanwhile
     const auto found = openInterfaceAt(locationIDs);
     if (!found) return false;
 

@@ -7,6 +7,8 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/common/frame_bounds.h"
+
 namespace tavelo {
 namespace {
 
@@ -137,11 +139,11 @@ std::vector<FormatChoice> rankFormats(std::span<const OfferedMode> offered,
                                       const CaptureFormatRequest& request) {
     const auto demanded = request.fourcc ? fourccFromText(*request.fourcc) : std::nullopt;
     const bool offersDemanded = demanded && std::ranges::any_of(offered, [&](const OfferedMode& mode) {
-                                    return mode.format == *demanded && area(mode.size) > 0;
+                                    return mode.format == *demanded && isShowable(mode.size);
                                 });
     std::vector<FormatChoice> ranked;
     for (const OfferedMode& mode : offered) {
-        if (!isKnown(mode.format) || area(mode.size) <= 0) continue;
+        if (!isKnown(mode.format) || !isShowable(mode.size)) continue;
         if (offersDemanded && mode.format != *demanded) continue;
         ranked.push_back({mode.format, mode.size, bestInterval(mode, request)});
     }
@@ -154,7 +156,8 @@ std::vector<FormatChoice> rankFormats(std::span<const OfferedMode> offered,
 std::vector<FrameSize> sizesToConsider(const FrameSizeRange& range, const CaptureFormatRequest& request) {
     const auto snap = [](std::uint32_t value, std::uint32_t smallest, std::uint32_t largest,
                          std::uint32_t step) {
-        const std::uint32_t inside = std::clamp(value, smallest, std::max(smallest, largest));
+        const std::uint32_t end = std::max(smallest, std::min(largest, longestSide));
+        const std::uint32_t inside = std::clamp(value, smallest, end);
         return inside - (inside - smallest) % std::max(step, 1U);
     };
     std::vector<FrameSize> wanted{defaultBox, {960, 540}, {800, 600},    {640, 480},
@@ -166,7 +169,7 @@ std::vector<FrameSize> sizesToConsider(const FrameSizeRange& range, const Captur
             snap(size.width, range.smallest.width, range.largest.width, range.step.width),
             snap(size.height, range.smallest.height, range.largest.height, range.step.height)};
         const bool known = std::ranges::any_of(sizes, [&](FrameSize other) { return same(other, snapped); });
-        if (!known && area(snapped) > 0) sizes.push_back(snapped);
+        if (!known && isShowable(snapped)) sizes.push_back(snapped);
     }
     return sizes;
 }

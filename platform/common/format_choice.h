@@ -71,7 +71,8 @@ struct FormatChoice {
     double bytesPerSecond() const;
 };
 
-/// Every mode that we can show, the best first, each at the rate that suits best.  Pure and reentrant.
+/// Every mode that we can show (frame_bounds.h says up to which size), the best first, each at the rate that
+/// suits best.  Pure and reentrant.
 ///
 /// Where nothing is demanded: the largest size up to 1280x720 that comes at 24 frames a second or more; at
 /// that size, uncompressed before MJPEG before grey; the best rate up to 30.  Where no size qualifies, a

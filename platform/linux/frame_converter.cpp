@@ -5,10 +5,10 @@
 
 #include <libyuv.h>
 
+#include "platform/common/frame_bounds.h"
+
 namespace tavelo {
 namespace {
-
-constexpr std::uint32_t longestSide = 16384;
 
 // A JPEG picture of a size that was not agreed on is shown up to here; damaged headers claim more.
 constexpr std::uint64_t plausibleJpeg = std::uint64_t(1920) * 1080;
@@ -62,15 +62,14 @@ bool FrameConverter::setFormat(const FrameFormat& format) {
     format_ = format;
     frameBytes_ = 0;
     const FrameSize size = format.size;
-    if (size.width == 0 || size.height == 0 || size.width > longestSide || size.height > longestSide)
-        return false;
+    if (!isShowable(size)) return false;
     if (format.format == fourcc::mjpeg) {
         frameBytes_ = 1;
         return true;
     }
     const bool known = isPacked(format.format) || format.format == fourcc::nv12 ||
                        format.format == fourcc::i420 || format.format == fourcc::grey;
-    if (!known || format.bytesPerLine > longestSide * 4) return false;
+    if (!known || format.bytesPerLine > mostBytesPerLine) return false;
     format_.bytesPerLine = std::max(format.bytesPerLine, bytesPerRow(format.format, size.width));
     frameBytes_ = wholeFrame(format_);
     const bool direct = constants(format_) == &libyuv::kYuvI601Constants;

@@ -7,10 +7,11 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+#include "platform/common/frame_bounds.h"
+
 namespace tavelo {
 namespace {
 
-constexpr JDIMENSION longestSide = 8192;
 constexpr JDIMENSION rowsAtOnce = 16;
 
 // Whether a picture that causes this warning is still whole.  A missing end marker alone costs nothing: where
@@ -66,7 +67,7 @@ struct MjpegDecoder::State {
         // Progressive and multi-scan pictures, which no camera sends, would be held in memory as a whole.
         if (jpeg.progressive_mode != FALSE || jpeg_has_multiple_scans(&jpeg) != FALSE) return false;
         const bool known = jpeg.jpeg_color_space == JCS_YCbCr || jpeg.jpeg_color_space == JCS_GRAYSCALE;
-        return known && jpeg.image_width <= longestSide && jpeg.image_height <= longestSide;
+        return known && isShowable({jpeg.image_width, jpeg.image_height});
     }
 
     bool readPicture(std::uint8_t* pixels, std::size_t bytesPerRow) {

@@ -25,7 +25,7 @@ public:
     MjpegDecoder& operator=(const MjpegDecoder&) = delete;
 
     /// Reads the headers; the bytes are kept by reference until decode() returned.
-    /// @return the picture's size, up to 8192 a side; nothing where it cannot be decoded
+    /// @return the picture's size; nothing if it cannot be decoded or is too large (frame_bounds.h)
     std::optional<FrameSize> begin(std::span<const std::uint8_t> bytes);
 
     /// Decodes what begin() has accepted into a BGRA picture of that size, whose lock the caller holds.

@@ -25,10 +25,31 @@ StreamEnd streamEndOf(int error) {
     }
 }
 
+ErrorCode errorCodeOf(StreamEnd end) {
+    switch (end) {
+        case StreamEnd::stopped:
+            return ErrorCode::none;
+        case StreamEnd::gone:
+            return ErrorCode::gone;
+        case StreamEnd::busy:
+            return ErrorCode::busy;
+        case StreamEnd::denied:
+            return ErrorCode::denied;
+        case StreamEnd::silent:
+            return ErrorCode::timeout;
+        case StreamEnd::busFull:
+        case StreamEnd::failed:
+            break;
+    }
+    return ErrorCode::invalid;
+}
+
 std::string streamEndText(StreamEnd end, const std::string& reason) {
     switch (end) {
+        case StreamEnd::gone:
+            return "streaming: the driver has lost the camera; trying again";
         case StreamEnd::busy:
-            return "streaming: another program uses the camera; waiting for it";
+            return "streaming: " + reason + "; waiting for it";
         case StreamEnd::denied:
             return "opening: no permission";
         case StreamEnd::busFull:
@@ -43,8 +64,10 @@ std::string streamEndText(StreamEnd end, const std::string& reason) {
 StreamRetryPolicy::Decision StreamRetryPolicy::after(StreamEnd end) {
     switch (end) {
         case StreamEnd::stopped:
-        case StreamEnd::gone:
             return {};
+        case StreamEnd::gone:
+            if (++gone_ < goneWorthALine) return {nextRetry(), false};
+            break;
         case StreamEnd::denied:
             if (denied_ >= patience_.deniedFor) return {std::nullopt, true};
             denied_ += patience_.deniedRetry;
@@ -59,14 +82,19 @@ StreamRetryPolicy::Decision StreamRetryPolicy::after(StreamEnd end) {
         case StreamEnd::failed:
             break;
     }
+    return {nextRetry(), std::exchange(reported_, end) != end};
+}
+
+std::chrono::milliseconds StreamRetryPolicy::nextRetry() {
     lastRetry_ = lastRetry_ ? std::min(*lastRetry_ * 2, patience_.longestRetry) : patience_.firstRetry;
-    return {lastRetry_, std::exchange(reported_, end) != end};
+    return *lastRetry_;
 }
 
 void StreamRetryPolicy::frameCame() {
     firstFrame_ = patience_.firstFrame;
     denied_ = {};
     lastRetry_.reset();
+    gone_ = 0;
     reported_.reset();
 }
 

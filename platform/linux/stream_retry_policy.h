@@ -7,12 +7,14 @@
 #include <optional>
 #include <string>
 
+#include "platform/error.h"
+
 namespace tavelo {
 
 /// Why a run of a stream is over.
 enum class StreamEnd : std::uint8_t {
     stopped, ///< we were asked to
-    gone,    ///< the camera was unplugged
+    gone,    ///< the driver says that the camera is gone; the device list knows whether it was unplugged
     busy,    ///< another program streams
     denied,  ///< we may not open the node
     busFull, ///< no format is light enough for what is left of the bus
@@ -21,13 +23,17 @@ enum class StreamEnd : std::uint8_t {
 };
 
 StreamEnd streamEndOf(int error);
+ErrorCode errorCodeOf(StreamEnd end);
 
 /// A line for people on an end that is no stop.
-/// @param reason of a stream that was silent or failed
+/// @param reason of a stream that was silent or failed; of a busy camera, who holds it
 std::string streamEndText(StreamEnd end, const std::string& reason);
 
 /// So many damaged frames in a row, about a second of nothing else, are worth a line.
 inline constexpr int droppedFramesWorthALine = 30;
+
+/// An unplugged camera is still listed for a moment; one that is listed after so many tries was lost.
+inline constexpr int goneWorthALine = 3;
 
 struct StreamPatience {
     using Time = std::chrono::milliseconds;
@@ -42,7 +48,8 @@ struct StreamPatience {
     Time longestFirstFrame{20000};
 };
 
-/// Decides whether and when to try again.  Thread-bound; knows no clock.
+/// Decides whether and when to try again.  Thread-bound; knows no clock.  Not asked about a camera that is no
+/// longer listed: that one's stream is over.
 class StreamRetryPolicy {
 public:
     explicit StreamRetryPolicy(const StreamPatience& patience)
@@ -63,11 +70,14 @@ public:
     void frameCame();
 
 private:
+    std::chrono::milliseconds nextRetry();
+
     StreamPatience patience_;
     std::chrono::milliseconds firstFrame_;
     std::chrono::milliseconds denied_{0};
     std::optional<std::chrono::milliseconds> lastRetry_;
     std::optional<StreamEnd> reported_;
+    int gone_ = 0; // since the last frame
 };
 
 } // namespace tavelo

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -18,6 +19,7 @@ struct V4l2DeviceSetup {
     std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
+    std::filesystem::path sysfs = "/sys";
 };
 
 class V4l2Device final : public CaptureDevice, public std::enable_shared_from_this<V4l2Device> {
@@ -32,7 +34,8 @@ public:
     const std::string& localizedName() const override { return node_.localizedName; }
     bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
 
-    /// A node that another program holds makes an input too, which waits for it.
+    /// A node that another program holds makes an input too, which waits for it, and so does one that the
+    /// driver is about to open for all: it is announced a moment before.
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override;
 
     const VideoNode& node() const { return node_; }

@@ -6,15 +6,21 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
+#include <new>
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/device_holders.h"
 #include "platform/linux/v4l2_formats.h"
 
 namespace tavelo {
 namespace {
 
 using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as the driver's stamps
+
+// Ends the search for the newest frame even if frames come faster than they are looked through.
+constexpr int mostTakenAtOnce = 16;
 
 enum class Woken { frame, stop, silence, trouble };
 
@@ -43,6 +49,7 @@ V4l2Input::~V4l2Input() {
 void V4l2Input::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     stop_.clear();
+    trouble_.clear();
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "v4l2 capture");
@@ -59,13 +66,25 @@ void V4l2Input::stop() {
 void V4l2Input::run(FrameSink& sink) {
     for (;;) {
         const Run over = streamOnce(sink);
+        if (over.end == StreamEnd::gone && !isListed()) return;
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
         if (!decision.wait || stop_.waitFor(*decision.wait)) return;
+        // Another camera may have the node's name by now.
+        if (over.end == StreamEnd::gone && !isListed()) return;
     }
 }
 
+// Memory may run out at any step; that ends the run, not the program.
 V4l2Input::Run V4l2Input::streamOnce(FrameSink& sink) {
+    try {
+        return streamWithin(sink);
+    } catch (const std::bad_alloc&) {
+        return {StreamEnd::failed, ENOMEM};
+    }
+}
+
+V4l2Input::Run V4l2Input::streamWithin(FrameSink& sink) {
     int error = 0;
     const auto node = setup_.opener->open(setup_.path, error);
     if (!node) return {streamEndOf(error), error};
@@ -75,12 +94,13 @@ V4l2Input::Run V4l2Input::streamOnce(FrameSink& sink) {
     return pump(*node, *stream, sink);
 }
 
-// Goes down the list, past all that is no lighter than what the bus refused.
+// Goes down the list, past all that is no lighter than what the bus refused and past what asks for too much
+// memory.
 V4l2Input::Run V4l2Input::startLightEnough(V4l2Node& node, std::unique_ptr<V4l2Stream>& stream) {
     int error = EPROTONOSUPPORT; // where the camera offers nothing that we can show
-    double tooHeavy = 0;
+    double tooHeavy = std::numeric_limits<double>::infinity();
     for (const FormatChoice& choice : rankFormats(offeredModes(node, setup_.request), setup_.request)) {
-        if (error == ENOSPC && choice.bytesPerSecond() >= tooHeavy) continue;
+        if (choice.bytesPerSecond() >= tooHeavy) continue;
         if (stop_.isSet()) return {StreamEnd::stopped, 0};
         auto attempt = std::make_unique<V4l2Stream>(node);
         error = attempt->start(choice);
@@ -88,8 +108,10 @@ V4l2Input::Run V4l2Input::startLightEnough(V4l2Node& node, std::unique_ptr<V4l2S
             stream = std::move(attempt);
             return {};
         }
-        if (error != ENOSPC) break;
-        tooHeavy = choice.bytesPerSecond();
+        if (error == ENOSPC)
+            tooHeavy = choice.bytesPerSecond();
+        else if (error != EOVERFLOW)
+            break;
     }
     return {streamEndOf(error), error};
 }
@@ -100,24 +122,40 @@ V4l2Input::Run V4l2Input::pump(const V4l2Node& node, V4l2Stream& stream, FrameSi
         const Woken woken = waitForFrame(node.descriptor(), stop_.descriptor(), deadline);
         if (woken == Woken::stop) return {StreamEnd::stopped, 0};
         if (woken == Woken::silence) return {StreamEnd::silent, 0};
-        V4l2Stream::Frame frame;
-        int error = stream.take(frame);
-        if (error == EAGAIN) {
-            if (woken != Woken::trouble) continue;
-            error = EIO;
-        }
+        std::optional<V4l2Stream::Frame> frame;
+        int error = takeNewest(stream, frame);
+        if (error == 0 && !frame && woken == Woken::trouble) error = EIO;
         if (error != 0) return {streamEndOf(error), error};
-        if (!frame.damaged) {
-            deadline = Clock::now() + setup_.patience.silence;
-            policy_.frameCame();
-        }
-        if (!handle(frame, sink)) countDropped();
-        if (error = stream.giveBack(frame); error != 0) return {streamEndOf(error), error};
+        if (!frame) continue;
+        deadline = Clock::now() + setup_.patience.silence;
+        policy_.frameCame();
+        trouble_.clear();
+        if (!handle(*frame, sink)) countDropped();
+        if (error = stream.giveBack(*frame); error != 0) return {streamEndOf(error), error};
     }
 }
 
+// Frames that waited while the one before was converted are old: all but the newest go back at once, and so
+// do damaged ones.
+int V4l2Input::takeNewest(V4l2Stream& stream, std::optional<V4l2Stream::Frame>& newest) {
+    for (int taken = 0; taken < mostTakenAtOnce; ++taken) {
+        V4l2Stream::Frame frame;
+        if (const int error = stream.take(frame); error != 0) return error == EAGAIN ? 0 : error;
+        if (frame.damaged) {
+            countDropped();
+        } else if (newest) {
+            std::swap(*newest, frame);
+        } else {
+            newest = frame;
+            continue;
+        }
+        if (const int error = stream.giveBack(frame); error != 0) return error;
+    }
+    return 0;
+}
+
 bool V4l2Input::handle(const V4l2Stream::Frame& frame, FrameSink& sink) {
-    auto picture = frame.damaged ? nullptr : converter_.convert(frame.bytes);
+    auto picture = converter_.convert(frame.bytes);
     if (!picture) return false;
     lastTime_ = frameTime(frame.buffer, Clock::now().time_since_epoch(), lastTime_);
     droppedInARow_ = 0;
@@ -131,9 +169,14 @@ void V4l2Input::countDropped() {
 }
 
 void V4l2Input::report(const Run& run) {
-    const std::string reason =
-        run.end == StreamEnd::silent ? "no frame came" : std::generic_category().message(run.error);
+    const std::string reason = reasonOf(run);
+    trouble_.set({errorCodeOf(run.end), reason});
     setup_.diagnostics.report(setup_.path, streamEndText(run.end, reason));
+}
+
+std::string V4l2Input::reasonOf(const Run& run) const {
+    if (run.end == StreamEnd::busy) return setup_.whoHolds ? setup_.whoHolds() : busyText({});
+    return run.end == StreamEnd::silent ? "no frame came" : std::generic_category().message(run.error);
 }
 
 } // namespace tavelo

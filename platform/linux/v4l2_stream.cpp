@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/common/frame_bounds.h"
 #include "platform/linux/v4l2_formats.h"
 
 namespace tavelo {
@@ -11,6 +12,16 @@ namespace {
 
 // One being filled, one ready, one being converted, and one for a late scheduler.
 constexpr std::uint32_t wantedBuffers = 4;
+// Drivers may round the number up.
+constexpr std::uint32_t mostBuffers = 32;
+
+// The driver takes the size of its buffers from the camera.  Honest cameras name their largest format's for
+// each of their formats.
+constexpr std::size_t harmlessBuffer = std::size_t{64} << 20U;
+
+std::size_t mostBufferBytes(const FrameFormat& format) {
+    return std::max(harmlessBuffer, mostFrameBytes(format.format, format.size));
+}
 
 v4l2_buffer bufferRequest(std::uint32_t index) {
     v4l2_buffer request{};
@@ -59,9 +70,11 @@ int V4l2Stream::setFormat(const FormatChoice& choice) {
     request.fmt.pix.height = choice.size.height;
     request.fmt.pix.pixelformat = choice.format;
     request.fmt.pix.field = V4L2_FIELD_ANY;
-    const int error = node_.control(VIDIOC_S_FMT, &request);
-    if (error == 0) format_ = frameFormat(request.fmt.pix);
-    return error;
+    if (const int error = node_.control(VIDIOC_S_FMT, &request); error != 0) return error;
+    format_ = frameFormat(request.fmt.pix);
+    const bool fits = isShowable(format_.size) && request.fmt.pix.sizeimage <= mostBufferBytes(format_) &&
+                      format_.bytesPerLine <= mostBytesPerLine;
+    return fits ? 0 : EOVERFLOW;
 }
 
 // A driver that cannot set a rate streams at its own.
@@ -78,6 +91,7 @@ int V4l2Stream::allocate() {
     if (const int error = requestBuffers(node_, count); error != 0) return error;
     allocated_ = true;
     if (count == 0) return ENOMEM;
+    count = std::min(count, mostBuffers);
     for (std::uint32_t index = 0; index < count; ++index)
         if (const int error = mapAndQueue(index); error != 0) return error;
     return 0;
@@ -86,6 +100,7 @@ int V4l2Stream::allocate() {
 int V4l2Stream::mapAndQueue(std::uint32_t index) {
     v4l2_buffer buffer = bufferRequest(index);
     if (const int error = node_.control(VIDIOC_QUERYBUF, &buffer); error != 0) return error;
+    if (buffer.length > mostBufferBytes(format_)) return EOVERFLOW;
     V4l2Mapping memory = node_.map(buffer.length, buffer.m.offset);
     if (!memory) return ENOMEM;
     buffers_.push_back({std::move(memory), buffer.length});

@@ -24,7 +24,8 @@ public:
     V4l2Stream(const V4l2Stream&) = delete;
     V4l2Stream& operator=(const V4l2Stream&) = delete;
 
-    /// Called once.  ENOSPC: the bus cannot carry this choice besides what it already carries.
+    /// Called once.  ENOSPC: the bus cannot carry this choice besides what it already carries.  EOVERFLOW:
+    /// the driver wants more memory for it than any picture needs.
     [[nodiscard]] int start(const FormatChoice& choice);
 
     /// What the driver made of the choice; constant after start().

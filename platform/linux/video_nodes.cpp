@@ -78,6 +78,10 @@ std::string localizedName(const std::optional<UsbIdentity>& identity, const std:
 
 } // namespace
 
+bool isListed(const fs::path& sysfs, const VideoNode& node) {
+    return instanceOf(sysfs / "class/video4linux" / node.name) == node.instance;
+}
+
 VideoNodeScanner::VideoNodeScanner(fs::path sysfs, std::shared_ptr<V4l2NodeOpener> opener)
     : sysfs_(std::move(sysfs)),
       opener_(std::move(opener)) {}

@@ -22,6 +22,9 @@ struct VideoNode {
     std::string path() const { return "/dev/" + name; }
 };
 
+/// Whether the node is there, and the same one as ever.  Reentrant.
+bool isListed(const std::filesystem::path& sysfs, const VideoNode& node);
+
 /// Looks at each node once.  Thread-bound; opens new nodes for a moment, which may take a sleeping camera's
 /// time to wake.
 class VideoNodeScanner {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
@@ -12,6 +13,7 @@
 
 #include "app/qt_main_queue.h"
 #include "movie_facts.h"
+#include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/virtual_backend.h"
 
@@ -38,11 +40,13 @@ protected:
     }
 
     /// Runs the errand to its end, on the test's event loop.
-    Outcome run(const ErrandRequest& request, const std::function<void(CameraErrand&)>& meanwhile = {}) {
+    Outcome run(const ErrandRequest& request, const std::function<void(CameraErrand&)>& meanwhile = {},
+                CapturePlatform* platform = nullptr) {
         ::testing::internal::CaptureStderr();
         Outcome outcome;
         {
-            CameraErrand errand(*backend_.capture, writers_, request, RendererChoice::cpu);
+            CameraErrand errand(platform != nullptr ? *platform : *backend_.capture, writers_, request,
+                                RendererChoice::cpu);
             QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
             if (meanwhile) meanwhile(errand);
             outcome.status = QCoreApplication::exec();
@@ -173,6 +177,77 @@ TEST_F(CameraErrandTest, FileThatCannotBeWrittenIsNamedWithTheReason) {
         EXPECT_THAT(outcome.errors, HasSubstr(request.file));
         EXPECT_THAT(outcome.errors, HasSubstr("No such file or directory"));
         EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
+    }
+}
+
+// A camera that is there and cannot be had.
+class UnavailableInput final : public CaptureDeviceInput {
+public:
+    UnavailableInput(std::shared_ptr<CaptureDevice> device, Error why)
+        : device_(std::move(device)),
+          why_(std::move(why)) {}
+    std::shared_ptr<CaptureDevice> device() const override { return device_; }
+    void start(FrameSink&) override {}
+    void stop() override {}
+    Error trouble() const override { return why_; }
+
+private:
+    const std::shared_ptr<CaptureDevice> device_;
+    const Error why_;
+};
+
+class UnavailableCamera final : public CaptureDevice, public std::enable_shared_from_this<UnavailableCamera> {
+public:
+    UnavailableCamera(Error why, bool makesInput) : why_(std::move(why)), makesInput_(makesInput) {}
+    const std::string& uniqueID() const override { return uniqueID_; }
+    const std::string& localizedName() const override { return uniqueID_; }
+    bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+    std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override {
+        if (makesInput_) return std::make_unique<UnavailableInput>(shared_from_this(), why_);
+        error = why_;
+        return nullptr;
+    }
+
+private:
+    const std::string uniqueID_ = "0x0000000100000000";
+    const Error why_;
+    const bool makesInput_;
+};
+
+class UnavailablePlatform final : public CapturePlatform {
+public:
+    UnavailablePlatform(Error why, bool makesInput)
+        : camera_(std::make_shared<UnavailableCamera>(std::move(why), makesInput)) {}
+    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType) override { return {camera_}; }
+    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    void addObserver(CaptureDeviceObserver*) override {}
+    void removeObserver(CaptureDeviceObserver*) override {}
+
+private:
+    const std::shared_ptr<CaptureDevice> camera_;
+};
+
+TEST_F(CameraErrandTest, BusyCameraIsSaidAtOnceWithItsHolder) {
+    UnavailablePlatform busy({ErrorCode::busy, "busy: in use by cheese, process 20"}, true);
+    for (const ErrandRequest& request : {still(file("busy.png")), movie(file("busy.mp4"), 1s)}) {
+        QElapsedTimer clock;
+        clock.start();
+        const Outcome outcome = run(request, {}, &busy);
+        EXPECT_LT(clock.elapsed(), 10'000) << "far from the 20 s that a silent camera is given";
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + request.file +
+                                      ": not written: the camera is busy: in use by cheese, process 20\n");
+        EXPECT_FALSE(std::filesystem::exists(request.file));
+    }
+}
+
+TEST_F(CameraErrandTest, CameraWithoutRightsIsSaidAtOnceWithTheReason) {
+    const Error denied{ErrorCode::denied, "cannot open /dev/video0: Permission denied"};
+    for (const bool makesInput : {true, false}) {
+        UnavailablePlatform platform(denied, makesInput);
+        const Outcome outcome = run(still(file("denied.png")), {}, &platform);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.errors, HasSubstr("no picture: cannot open /dev/video0: Permission denied\n"));
     }
 }
 

@@ -123,6 +123,14 @@ TEST_F(PanelCameras, PullingOutTheCameraShownMovesToTheOneThatIsLeft) {
     expectControlsEnabled(true);
 }
 
+TEST_F(PanelCameras, PullingOutTheCameraShownClosesItsControlsAtOnce) {
+    start(1);
+    ASSERT_TRUE(manager_.interface());
+    camera(1)->unplug();
+    ASSERT_TRUE(waitFor([&] { return panel().devicesArray().empty(); }));
+    EXPECT_FALSE(manager_.interface());
+}
+
 TEST_F(PanelCameras, PullingOutTheCameraNotShownChangesOnlyTheButtons) {
     start(2);
     const auto before = panel().displayView()->videoCaptureDeviceInput();

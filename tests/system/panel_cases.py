@@ -5,7 +5,7 @@ import subprocess
 
 from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel, slider_point
 from rig.screen import Screen
-from rig.virtual_cameras import VirtualCameras, entities
+from rig.virtual_cameras import VirtualCameras, bind_driver, capture_nodes, entities, unbind_driver, usb_device_of
 
 SIZE = (320, 240)  # small, since the guest's processor is an emulated one
 
@@ -157,6 +157,24 @@ def a_camera_plugged_in_again_comes_back(stage):
     stage.panel.wait_for("the lowest brightness", lambda: stage.cameras.value(1, "brightness") == low)
 
 
+def a_driver_unbound_and_bound_again_shows_the_picture_each_time(stage):
+    """The driver's next instance loses its stream when the last file of the one before is closed late."""
+    device = usb_device_of(next(iter(capture_nodes())))
+    for _ in range(5):
+        unbind_driver(device)
+        stage.panel.wait_for("no open file of a node", lambda: not stage.panel.open_nodes())
+        bind_driver(device)
+        stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
+        expect_a_moving_picture(stage)
+        assert (device / f"{device.name}:1.1" / "driver").exists(), "the driver lost the streaming interface"
+
+
+def expect_a_moving_picture(stage):
+    stage.panel.wait_for("the camera's picture", stage.picture_is_right)
+    for _ in range(3):
+        the_picture_moves(stage)
+
+
 def a_camera_that_vanishes_while_it_streams_ends_quietly(stage):
     stage.cameras.ask("vanish", 1)
     stage.cameras.wait_until_gone(1)
@@ -187,6 +205,7 @@ CASES = [
     an_unplugged_camera_leaves_a_black_preview_and_disabled_controls,
     nothing_spins_once_the_camera_is_gone,
     a_camera_plugged_in_again_comes_back,
+    a_driver_unbound_and_bound_again_shows_the_picture_each_time,
     a_camera_that_vanishes_while_it_streams_ends_quietly,
     another_camera_takes_its_place,
 ]

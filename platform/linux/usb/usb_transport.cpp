@@ -59,7 +59,8 @@ UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnos
         const auto acquire = [claims, camera](Error& error) {
             return takeForStreaming(*claims, camera, error);
         };
-        return makeUsbStreamInput(std::move(device), {acquire, diagnostics, request});
+        return makeUsbStreamInput(std::move(device),
+                                  {acquire, diagnostics, request, camera.address.device.path()});
     };
 }
 

@@ -204,6 +204,27 @@ TEST(FormatChoice, SurvivesAGridWithoutSense) {
     EXPECT_EQ(sizes.front().width, 64U);
 }
 
+TEST(FormatChoice, SizesThatNobodyCanShowAreNotOffered) {
+    const std::vector<OfferedMode> offered{{fourcc::yuyv, {65535, 65535}, {}},
+                                           {fourcc::yuyv, {16384, 16384}, {}},
+                                           {fourcc::mjpeg, {16385, 16}, {}},
+                                           {fourcc::mjpeg, {640, 480}, {}}};
+    for (const auto& request : {CaptureFormatRequest{}, CaptureFormatRequest{{{65535, 65535}}, {}, "YUYV"}}) {
+        const auto ranked = rankFormats(offered, request);
+        ASSERT_EQ(ranked.size(), 1U);
+        EXPECT_EQ(ranked.front().size.width, 640U);
+    }
+}
+
+TEST(FormatChoice, AGridWithoutEndIsCutToWhatCanBeShown) {
+    const auto sizes = sizesToConsider({{16, 16}, {65535, 65535}, {16, 16}}, {{{60000, 400}}, {}, {}});
+    EXPECT_GE(sizes.size(), 6U);
+    for (const FrameSize size : sizes) {
+        EXPECT_LE(size.width, 16384U);
+        EXPECT_LE(std::uint64_t(size.width) * size.height, std::uint64_t(1) << 26U);
+    }
+}
+
 TEST(FormatChoice, NamesFormats) {
     EXPECT_EQ(fourccText(fourcc::mjpeg), "MJPG");
     EXPECT_EQ(fourccText(0x01594747), "GGY?");

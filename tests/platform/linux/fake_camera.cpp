@@ -26,6 +26,7 @@ struct FakeCamera::State {
     std::vector<OfferedMode> modes;
     std::map<unsigned long, std::deque<int>> failures;
     std::optional<timeval> fixedStamp;
+    Lies lies;
     bool gone = false;
     bool broken = false;
     v4l2_pix_format format{};
@@ -103,7 +104,8 @@ public:
     V4l2Mapping map(std::size_t length, std::uint32_t offset) override {
         const std::lock_guard lock(state_->mutex);
         if (offset >= state_->buffers.size() || length > bufferBytes) return nullptr;
-        ++state_->counts.mapped;
+        if (++state_->counts.mapped > state_->counts.mostMapped)
+            state_->counts.mostMapped = state_->counts.mapped;
         return {state_->buffers[offset]->data(), [state = state_, buffer = state_->buffers[offset]](auto) {
                     const std::lock_guard unmapLock(state->mutex);
                     --state->counts.mapped;
@@ -151,11 +153,22 @@ private:
         return EINVAL;
     }
 
+    bool isLiedAbout(Fourcc format) const {
+        return state_->lies.onlyOf == 0 || state_->lies.onlyOf == format;
+    }
+
     int setFormat(v4l2_format& format) {
         if (!state_->buffers.empty()) return EBUSY;
         format.fmt.pix.colorspace = V4L2_COLORSPACE_SRGB;
         if (format.fmt.pix.pixelformat == fourcc::yuyv)
             format.fmt.pix.bytesperline = format.fmt.pix.width * 2;
+        format.fmt.pix.sizeimage = std::uint32_t(bufferBytes);
+        if (isLiedAbout(format.fmt.pix.pixelformat)) {
+            const FakeCamera::Lies& lies = state_->lies;
+            if (lies.imageBytes > 0) format.fmt.pix.sizeimage = lies.imageBytes;
+            if (lies.bytesPerLine > 0) format.fmt.pix.bytesperline = lies.bytesPerLine;
+            if (lies.width > 0) format.fmt.pix.width = lies.width;
+        }
         state_->format = format.fmt.pix;
         return 0;
     }
@@ -165,15 +178,19 @@ private:
         state_->buffers.clear();
         state_->queued.clear();
         state_->done.clear();
-        for (std::uint32_t i = 0; i < request.count; ++i)
+        const std::uint32_t count = request.count > 0 ? std::max(request.count, state_->lies.bufferCount) : 0;
+        for (std::uint32_t i = 0; i < count; ++i)
             state_->buffers.push_back(std::make_shared<Bytes>(bufferBytes));
-        state_->counts.buffers = int(request.count);
+        state_->counts.buffers = int(count);
+        request.count = count;
         return 0;
     }
 
     int queryBuffer(v4l2_buffer& buffer) const {
         if (buffer.index >= state_->buffers.size()) return EINVAL;
         buffer.length = std::uint32_t(bufferBytes);
+        if (state_->lies.bufferBytes > 0 && isLiedAbout(state_->format.pixelformat))
+            buffer.length = state_->lies.bufferBytes;
         buffer.m.offset = buffer.index;
         return 0;
     }
@@ -241,6 +258,11 @@ bool FakeCamera::deliver(const Bytes& bytes, std::uint32_t flags) {
 void FakeCamera::stamp(timeval time) {
     const std::lock_guard lock(state_->mutex);
     state_->fixedStamp = time;
+}
+
+void FakeCamera::lie(const Lies& lies) {
+    const std::lock_guard lock(state_->mutex);
+    state_->lies = lies;
 }
 
 void FakeCamera::vanish() {

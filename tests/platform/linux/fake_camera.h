@@ -27,7 +27,8 @@ public:
         int closed = 0;
         int streamOn = 0;
         int streamOff = 0;
-        int mapped = 0;  ///< now
+        int mapped = 0; ///< now
+        int mostMapped = 0;
         int buffers = 0; ///< allocated now
         int requests = 0;
     };
@@ -46,6 +47,17 @@ public:
 
     /// The stamp of frames to come; the monotonic clock's time unless set.
     void stamp(timeval time);
+
+    /// What the driver answers in place of what is right; 0: the truth.
+    struct Lies {
+        std::uint32_t imageBytes = 0; ///< VIDIOC_S_FMT: sizeimage
+        std::uint32_t bytesPerLine = 0;
+        std::uint32_t width = 0;
+        std::uint32_t bufferCount = 0; ///< VIDIOC_REQBUFS
+        std::uint32_t bufferBytes = 0; ///< VIDIOC_QUERYBUF
+        Fourcc onlyOf = 0;             ///< the format that is lied about; 0: each
+    };
+    void lie(const Lies& lies);
 
     /// Unplugged: the descriptor hangs up, and all requests give ENODEV.
     void vanish();

@@ -10,12 +10,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(StreamRetryPolicy, EndsWhenStoppedOrUnpluggedWithoutAWord) {
+TEST(StreamRetryPolicy, EndsWhenStoppedWithoutAWord) {
     StreamRetryPolicy policy({});
-    for (const StreamEnd end : {StreamEnd::stopped, StreamEnd::gone}) {
-        EXPECT_FALSE(policy.after(end).wait);
-        EXPECT_FALSE(policy.after(end).report);
-    }
+    EXPECT_FALSE(policy.after(StreamEnd::stopped).wait);
+    EXPECT_FALSE(policy.after(StreamEnd::stopped).report);
+}
+
+TEST(StreamRetryPolicy, ACameraThatIsGoneButListedIsTriedAgainAndALineOnceItStaysSo) {
+    StreamRetryPolicy policy({});
+    for (const bool report : {false, false, true, false, false})
+        EXPECT_EQ(policy.after(StreamEnd::gone).report, report);
+    EXPECT_EQ(policy.after(StreamEnd::gone).wait, 8s);
+    policy.frameCame();
+    EXPECT_EQ(policy.after(StreamEnd::gone).wait, 250ms);
+    EXPECT_FALSE(policy.after(StreamEnd::gone).report);
+    EXPECT_TRUE(policy.after(StreamEnd::gone).report);
 }
 
 TEST(StreamRetryPolicy, AsksABusyCameraEverySecondAndSaysSoOnce) {

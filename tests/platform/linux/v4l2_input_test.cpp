@@ -3,7 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <new>
 #include <random>
 
 #include "fake_camera.h"
@@ -42,7 +45,10 @@ private:
 class RememberingSink final : public FrameSink {
 public:
     void consume(const SampleBuffer& sample) override {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
+        holding_ = held_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return !held_; });
         last_ = sample;
         times_.push_back(sample.presentationTimeStamp.value);
         changed_.notify_all();
@@ -51,6 +57,16 @@ public:
     bool waitForFrames(std::size_t count) {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, 10s, [&] { return times_.size() >= count; });
+    }
+    /// While held, whoever brings a frame waits.
+    void hold(bool held) {
+        const std::lock_guard lock(mutex_);
+        held_ = held;
+        changed_.notify_all();
+    }
+    bool waitForHeld() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [this] { return holding_; });
     }
     std::vector<std::int64_t> times() {
         const std::lock_guard lock(mutex_);
@@ -66,6 +82,8 @@ private:
     std::condition_variable changed_;
     SampleBuffer last_;
     std::vector<std::int64_t> times_;
+    bool held_ = false;
+    bool holding_ = false;
 };
 
 // Long where a test must not see it end, short where it waits for the end.
@@ -80,7 +98,8 @@ protected:
         input = std::make_unique<V4l2Input>(
             nullptr,
             V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
-                           diagnostics, request, patience});
+                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; },
+                           [] { return "busy: in use by cheese, process 20"; }});
         input->start(sink);
         return *input;
     }
@@ -95,6 +114,9 @@ protected:
     }
 
     FakeCamera camera;
+    // How often the node is still listed after it failed as an unplugged camera's does.
+    std::atomic<int> listedTimes = 0;
+    std::atomic<int> listedAsked = 0;
     RememberingDiagnostics diagnostics;
     RememberingSink sink;
     std::unique_ptr<V4l2Input> input;
@@ -166,12 +188,157 @@ TEST_F(V4l2InputTest, ReplacesAStampOfAnotherTime) {
     camera.stamp({12, 0});
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
-    ASSERT_TRUE(camera.deliver(wholeFrame));
-    ASSERT_TRUE(camera.deliver(wholeFrame));
-    ASSERT_TRUE(sink.waitForFrames(2));
+    for (std::size_t count = 1; count <= 2; ++count) {
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(count));
+    }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     EXPECT_LT(std::chrono::abs(now - std::chrono::nanoseconds(sink.times().front())), 5s);
     EXPECT_LT(sink.times()[0], sink.times()[1]);
+}
+
+// Each picture tells its number by its brightness; two more come while one is looked at.
+class SlowSink final : public FrameSink {
+public:
+    static constexpr int framesPerPicture = 2;
+    static constexpr int pictures = 100;
+    static constexpr int shades = 8;
+
+    explicit SlowSink(FakeCamera& camera) : camera_(camera) {}
+
+    void deliverNext() {
+        Bytes frame(wholeFrame.size(), 0x80);
+        for (std::size_t i = 0; i < frame.size(); i += 2)
+            frame[i] = std::uint8_t(16 + delivered_ % shades * 24);
+        if (camera_.deliver(frame)) ++delivered_;
+    }
+
+    void consume(const SampleBuffer& sample) override {
+        const int shade = (pixelOf(*sample.imageBuffer, 0, 0).green + 14) / 28;
+        const std::lock_guard lock(mutex_);
+        if (int(ages_.size()) == pictures) return;
+        for (int i = 0; i < framesPerPicture; ++i)
+            deliverNext();
+        ages_.push_back((delivered_ - 1 - shade + shades) % shades);
+        changed_.notify_all();
+    }
+
+    std::vector<int> waitForAges() {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, 10s, [this] { return int(ages_.size()) == pictures; });
+        return ages_;
+    }
+
+private:
+    FakeCamera& camera_;
+    int delivered_ = 0;
+    std::mutex mutex_; // guards ages_
+    std::condition_variable changed_;
+    std::vector<int> ages_;
+};
+
+TEST_F(V4l2InputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    input->stop();
+    SlowSink slow(camera);
+    input->start(slow);
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    slow.deliverNext();
+    const std::vector<int> ages = slow.waitForAges();
+    ASSERT_EQ(ages.size(), std::size_t(SlowSink::pictures));
+    EXPECT_LE(*std::ranges::max_element(ages), SlowSink::framesPerPicture) << "in frames, after the decoding";
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, ADamagedFrameHidesNoWholeOneThatWaitedBeforeIt) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    sink.hold(true);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForHeld());
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR));
+    sink.hold(false);
+    EXPECT_TRUE(sink.waitForFrames(2));
+}
+
+TEST_F(V4l2InputTest, PicturesLargerThanAnyAreNeverAskedFor) {
+    camera.offer({{fourcc::yuyv, {65535, 65535}, {{{1, 30}, {1, 30}}}}});
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("Protocol not supported"));
+    EXPECT_EQ(camera.counts().streamOn, 0);
+    EXPECT_EQ(camera.format().width, 0U) << "no format was set";
+}
+
+struct Lie {
+    const char* name;
+    FakeCamera::Lies lies;
+};
+
+class V4l2InputLieTest : public V4l2InputTest, public testing::WithParamInterface<Lie> {};
+
+TEST_P(V4l2InputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
+    camera.offer(
+        {{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}}, {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
+    FakeCamera::Lies lies = GetParam().lies;
+    lies.onlyOf = fourcc::yuyv;
+    camera.lie(lies);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().pixelformat, fourcc::mjpeg);
+    EXPECT_EQ(camera.counts().mostMapped, 4) << "of the format that streams";
+    input->stop();
+    expectTidy();
+}
+
+TEST_P(V4l2InputLieTest, IsALineIfThereIsNoOtherFormat) {
+    camera.lie(GetParam().lies);
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("too large"));
+    input->stop();
+    expectTidy();
+}
+
+constexpr std::uint32_t lots = 0xFFFF'F000;
+
+INSTANTIATE_TEST_SUITE_P(Sizes, V4l2InputLieTest,
+                         testing::Values(Lie{"sizeimage", {.imageBytes = lots}},
+                                         Lie{"width", {.width = 65535}},
+                                         Lie{"bytesperline", {.bytesPerLine = lots}},
+                                         Lie{"bufferLength", {.bufferBytes = lots}}),
+                         [](const auto& each) { return each.param.name; });
+
+TEST_F(V4l2InputTest, TakesNoMoreBuffersThanAreOfUse) {
+    camera.lie({.bufferCount = 100});
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.counts().mostMapped, 32);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+}
+
+// Takes pictures until memory is gone.
+class ExhaustedSink final : public FrameSink {
+public:
+    void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
+};
+
+TEST_F(V4l2InputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    input->stop();
+    ExhaustedSink exhausted;
+    input->start(exhausted);
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Cannot allocate memory")));
+    input->stop();
+    expectTidy();
 }
 
 TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
@@ -196,6 +363,46 @@ TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     input->stop();
     EXPECT_EQ(camera.counts().opened, 1);
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
+    listedTimes = 100;
+    for (const int error : {ENODEV, ENXIO})
+        camera.failNext(0, error);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
+    listedTimes = 100;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    camera.failNext(VIDIOC_QBUF, ENODEV,
+                    4); // as the driver answers that was robbed of the streaming interface
+    camera.deliver(wholeFrame);
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("lost the camera")));
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    const std::size_t before = sink.times().size();
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(before + 1));
+}
+
+TEST_F(V4l2InputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
+    listedTimes = 1;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.failNext(VIDIOC_DQBUF, ENODEV);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    while (listedAsked < 2)
+        std::this_thread::yield();
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
 }
 
 TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {
@@ -240,9 +447,29 @@ TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
     ASSERT_TRUE(camera.deliver(wholeFrame));
     ASSERT_TRUE(sink.waitForFrames(1));
     EXPECT_EQ(camera.counts().opened, 10);
-    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("another program")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("cheese, process 20; waiting for it")));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none) << "pictures come";
     input->stop();
     expectTidy();
+}
+
+TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
+    camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
+    start();
+    EXPECT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::busy);
+    EXPECT_EQ(input->trouble().text, "busy: in use by cheese, process 20");
+    input->stop();
+    input->start(sink);
+    input->stop();
+}
+
+TEST_F(V4l2InputTest, HasNoTroubleToTellOfWhilePicturesCome) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none);
 }
 
 TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {

@@ -226,11 +226,23 @@ TEST_F(VideoDeviceListTest, ADeviceMakesAnInputOfItself) {
 TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
     plug(1, "A");
     list->fill();
+    const auto device = list->devices().front();
+    tree.removeNode("video1");
     opener->fail("video1", ENODEV);
     Error error;
-    EXPECT_FALSE(list->devices().front()->makeInput(error));
+    EXPECT_FALSE(device->makeInput(error));
     EXPECT_EQ(error.code, ErrorCode::gone);
     EXPECT_EQ(error.text, "cannot open /dev/video1: No such device");
+}
+
+TEST_F(VideoDeviceListTest, ADeviceThatIsListedBeforeItsNodeOpensMakesAnInputThatWaits) {
+    plug(1, "A");
+    list->fill();
+    for (const int number : {ENODEV, ENXIO, ENOENT}) {
+        opener->fail("video1", number);
+        Error error;
+        EXPECT_TRUE(list->devices().front()->makeInput(error)) << number;
+    }
 }
 
 TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {

@@ -145,6 +145,18 @@ TEST_F(VideoNodes, AreOpenedOnlyWhenTheyAreNew) {
     EXPECT_EQ(opener->opened(), 2);
 }
 
+TEST_F(VideoNodes, AreListedUntilTheyGoAndNotForAnotherOfTheirName) {
+    tree.plug({2, "Webcam"});
+    tree.addNode("video0", 2, "Webcam");
+    opener->capabilities("video0", capture);
+    const VideoNode node = scanner.scan().front();
+    EXPECT_TRUE(isListed(tree.root(), node));
+    tree.removeNode("video0");
+    EXPECT_FALSE(isListed(tree.root(), node));
+    tree.addNode("video0", 2, "Webcam");
+    EXPECT_FALSE(isListed(tree.root(), node));
+}
+
 TEST_F(VideoNodes, OfOtherKindsAreNoneOfOurs) {
     tree.addPlatformNode("vbi0", "Teletext");
     tree.addPlatformNode("video", "No number");

@@ -69,6 +69,16 @@ class Panel:
         self._process.kill()
         self._process.wait()
 
+    def open_nodes(self):
+        """The video nodes that the panel has open, those that are gone included."""
+        links = []
+        for descriptor in os.listdir(f"/proc/{self._process.pid}/fd"):
+            try:
+                links.append(os.readlink(f"/proc/{self._process.pid}/fd/{descriptor}"))
+            except OSError:
+                pass  # closed while we looked
+        return [link for link in links if link.startswith("/dev/video")]
+
     def log(self):
         with open(self.log_path, encoding="utf-8") as file:
             return file.read()

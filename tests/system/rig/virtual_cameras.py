@@ -12,6 +12,7 @@ import typing
 from rig.waiting import wait_until
 
 SOCKET = "/run/virtual-cameras"
+DRIVER = pathlib.Path("/sys/bus/usb/drivers/uvcvideo")
 
 
 class Request(typing.NamedTuple):
@@ -154,6 +155,19 @@ def hub_port_of(camera):
 def usb_device_of(node):
     """The USB device's folder of a video node."""
     return pathlib.Path(f"/sys/class/video4linux/{pathlib.Path(node).name}/device").resolve().parent
+
+
+def unbind_driver(device):
+    """Takes a USB device's interfaces from the driver, one by one, as an administrator would."""
+    for interface in (0, 1):
+        try:
+            (DRIVER / "unbind").write_text(f"{device.name}:1.{interface}")
+        except OSError:
+            pass  # the driver let go of its own accord
+
+
+def bind_driver(device):
+    (DRIVER / "bind").write_text(f"{device.name}:1.0")  # takes the streaming interface too
 
 
 def capture_nodes():

@@ -4,8 +4,10 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
+#include "platform/linux/device_holders.h"
 #include "platform/linux/usb/stream/streaming_descriptors.h"
 
 namespace tavelo {
@@ -40,6 +42,7 @@ PortStreamInput::~PortStreamInput() {
 void PortStreamInput::start(FrameSink& sink) {
     if (thread_.joinable()) return;
     mailbox_.clearStop();
+    trouble_.clear();
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "usb capture");
@@ -59,6 +62,7 @@ void PortStreamInput::run(FrameSink& sink) {
     UsbStreamConnection connection;
     for (;;) {
         const UsbStreamOver over = streamOnce(connection, sink);
+        if (over.end == StreamEnd::gone) return; // the bus itself says so
         if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) connection = {};
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
@@ -66,7 +70,16 @@ void PortStreamInput::run(FrameSink& sink) {
     }
 }
 
+// Memory may run out at any step; that ends the run, not the program.
 UsbStreamOver PortStreamInput::streamOnce(UsbStreamConnection& connection, FrameSink& sink) {
+    try {
+        return streamWithin(connection, sink);
+    } catch (const std::bad_alloc&) {
+        return {StreamEnd::failed, "no memory for the camera's pictures"};
+    }
+}
+
+UsbStreamOver PortStreamInput::streamWithin(UsbStreamConnection& connection, FrameSink& sink) {
     Error error;
     if (!connection.port) connection = setup_.connect(error);
     if (!connection.port) return {streamEndOf(error.code), error.text};
@@ -92,6 +105,7 @@ UsbStreamOver PortStreamInput::pump(FrameSink& sink) {
             case FrameMailbox::Event::frame:
                 deadline = Clock::now() + setup_.patience.silence;
                 policy_.frameCame();
+                trouble_.clear();
                 if (handle(mailbox_.reading(), sink)) break;
                 if (++droppedInARow_ == droppedFramesWorthALine)
                     report("streaming: every frame of the last second was damaged");
@@ -113,7 +127,9 @@ bool PortStreamInput::handle(const FrameMailbox::Frame& frame, FrameSink& sink) 
     return true;
 }
 
-void PortStreamInput::report(const UsbStreamOver& over) {
+void PortStreamInput::report(UsbStreamOver over) {
+    if (over.end == StreamEnd::busy) over.reason = setup_.whoHolds ? setup_.whoHolds() : busyText({});
+    trouble_.set({errorCodeOf(over.end), over.reason});
     report(streamEndText(over.end, over.reason));
 }
 

@@ -15,6 +15,7 @@
 #include "platform/error.h"
 #include "platform/linux/frame_converter.h"
 #include "platform/linux/stream_retry_policy.h"
+#include "platform/linux/stream_trouble.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
 #include "platform/linux/usb/stream/usb_stream.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"
@@ -33,6 +34,8 @@ struct PortStreamSetup {
     Diagnostics& diagnostics;                           ///< must outlive the input
     CaptureFormatRequest request;
     StreamPatience patience;
+    /// Who holds a busy device, as busyText() says it.  Any thread; empty: nobody knows.
+    std::function<std::string()> whoHolds = {};
 };
 
 ///     connect -> negotiate -> stream --(silent, busy, failed: wait)--> connect ...
@@ -48,19 +51,22 @@ public:
     std::shared_ptr<CaptureDevice> device() const override { return device_; }
     void start(FrameSink& sink) override;
     void stop() override;
+    Error trouble() const override { return trouble_.get(); }
 
 private:
     void run(FrameSink& sink);
     UsbStreamOver streamOnce(UsbStreamConnection& connection, FrameSink& sink);
+    UsbStreamOver streamWithin(UsbStreamConnection& connection, FrameSink& sink);
     UsbStreamOver pump(FrameSink& sink);
     UsbStreamOver silent() const;
     bool handle(const FrameMailbox::Frame& frame, FrameSink& sink);
-    void report(const UsbStreamOver& over);
+    void report(UsbStreamOver over);
     void report(const std::string& reason);
 
     const std::shared_ptr<CaptureDevice> device_;
     const PortStreamSetup setup_;
     FrameMailbox mailbox_;
+    StreamTrouble trouble_;
     std::thread thread_;
 
     // Of the streaming thread.

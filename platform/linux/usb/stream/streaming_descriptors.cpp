@@ -6,6 +6,7 @@
 #include <iterator>
 #include <optional>
 
+#include "platform/common/frame_bounds.h"
 #include "platform/linux/usb/stream/little_endian.h"
 
 namespace tavelo {
@@ -175,7 +176,7 @@ private:
         offer.maxFrameSize = doubleWord(descriptor, 17);
         offer.defaultInterval = doubleWord(descriptor, 21);
         offer.intervals = intervalsOf(descriptor.subspan(fixedPart), descriptor[25]);
-        if (offer.size.width > 0 && offer.size.height > 0) found_.offers.push_back(std::move(offer));
+        if (isShowable(offer.size)) found_.offers.push_back(std::move(offer));
     }
 
     // @param count how many follow; 0: the shortest, the longest and the step between

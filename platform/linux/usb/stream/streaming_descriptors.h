@@ -44,7 +44,8 @@ struct UvcStreamingInterface {
 };
 
 /// What can be read of one streaming interface.  The bytes come from the device and are hostile: none outside
-/// the span is read, and what makes no sense is left out.  So are formats that we cannot convert.  Reentrant.
+/// the span is read, and what makes no sense is left out.  So are formats that we cannot convert and sizes
+/// beyond frame_bounds.h.  Reentrant.
 UvcStreamingInterface streamingInterfaceOf(std::span<const std::uint8_t> configurationDescriptor,
                                            std::uint8_t interfaceNumber);
 

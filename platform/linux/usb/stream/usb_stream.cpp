@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "platform/common/frame_bounds.h"
+
 namespace tavelo {
 namespace {
 
@@ -20,27 +22,12 @@ constexpr std::size_t bulkRing = std::size_t{512} * kilobyte;
 constexpr std::size_t fewestBulkTransfers = 4;
 constexpr std::size_t mostBulkTransfers = 32;
 
-constexpr std::size_t half(std::size_t value) {
-    return (value + 1) / 2;
-}
-
-// Bytes that an uncompressed frame has at least; 0: JPEG.
-std::size_t wholeFrame(const UvcFrameOffer& offer) {
-    const std::size_t width = offer.size.width;
-    const std::size_t height = offer.size.height;
-    if (offer.format == fourcc::mjpeg) return 0;
-    if (offer.format == fourcc::grey) return width * height;
-    if (offer.format == fourcc::nv12 || offer.format == fourcc::i420)
-        return 2 * half(width) * (height + half(height));
-    return 4 * half(width) * height;
-}
-
 // What the camera says of it is bounded by what makes sense.
 std::size_t bufferSize(const UvcFrameOffer& offer, std::uint32_t told) {
+    const std::size_t whole = wholeFrameBytes(offer.format, offer.size);
     const std::size_t pixels = std::size_t{offer.size.width} * offer.size.height;
-    const std::size_t whole = wholeFrame(offer);
     const std::size_t least = whole > 0 ? whole : pixels / 2 + std::size_t{64} * kilobyte;
-    const std::size_t most = whole > 0 ? 2 * whole : 4 * pixels + std::size_t{64} * kilobyte;
+    const std::size_t most = mostFrameBytes(offer.format, offer.size);
     return std::clamp<std::size_t>(std::max(told, offer.maxFrameSize), least, most);
 }
 
@@ -164,7 +151,7 @@ UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const Uv
     const bool isochronous = setting.kind == UvcEndpointKind::isochronous;
     const UsbTransferShape shape = shapeFor(setting, probe.maxPayload());
     mailbox_.open(bufferSize(offer, probe.maxFrameSize()));
-    assembler_ = std::make_unique<FrameAssembler>(mailbox_, wholeFrame(offer));
+    assembler_ = std::make_unique<FrameAssembler>(mailbox_, wholeFrameBytes(offer.format, offer.size));
     joiner_ = std::make_unique<PayloadJoiner>(*assembler_, shape, probe.maxPayload());
     ring_ = std::make_unique<TransferRing>(
         port_,

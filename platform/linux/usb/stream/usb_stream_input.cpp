@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "platform/linux/device_holders.h"
 #include "platform/linux/usb/stream/libusb_stream_port.h"
 #include "platform/linux/usb/stream/port_stream_input.h"
 
@@ -19,8 +20,10 @@ std::unique_ptr<CaptureDeviceInput> makeUsbStreamInput(std::shared_ptr<CaptureDe
         connection.port = makeLibusbStreamPort(std::move(access));
         return connection;
     };
+    const auto whoHolds = [node = std::move(setup.node)] { return busyText(deviceHolders(node)); };
     return std::make_unique<PortStreamInput>(
-        std::move(device), PortStreamSetup{connect, setup.diagnostics, std::move(setup.request), {}});
+        std::move(device),
+        PortStreamSetup{connect, setup.diagnostics, std::move(setup.request), {}, whoHolds});
 }
 
 } // namespace tavelo

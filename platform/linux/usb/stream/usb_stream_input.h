@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/capture.h"
@@ -33,6 +34,7 @@ struct UsbStreamSetup {
     std::function<UsbStreamAccess(Error&)> acquire;
     Diagnostics& diagnostics; ///< must outlive the input
     CaptureFormatRequest request;
+    std::string node = {}; ///< "/dev/bus/usb/001/005", to say who else holds it
 };
 
 /// An input that streams on threads of its own, from start to stop, whatever the camera does meanwhile; it

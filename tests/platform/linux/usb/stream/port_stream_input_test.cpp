@@ -350,6 +350,46 @@ TEST_F(StreamTest, ALyingFrameSizeIsBounded) {
     EXPECT_EQ(frames.count(), 2U) << "the one that was too long is not there";
 }
 
+TEST_F(StreamTest, PicturesLargerThanAnyAreNeverAskedFor) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.offers = {{StreamEncoding::yuyv, 65535, 65535, {fps30}},
+                    {StreamEncoding::mjpeg, 65535, 65535, {fps30}}};
+    use(model);
+    start();
+    ASSERT_TRUE(lines.waitFor(1));
+    EXPECT_THAT(lines.lines().front(), HasSubstr("no format that we know"));
+    EXPECT_EQ(camera->counts().transfers, 0);
+}
+
+TEST_F(StreamTest, ACameraThatBendsARequestToAnImpossiblePictureStreamsWhatWasAsked) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.offers = {{StreamEncoding::yuyv, 32, 16, {fps30}}, {StreamEncoding::yuyv, 65535, 65535, {fps30}}};
+    use(model);
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[3] = 2; });
+    start();
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(frames.waitFor(1));
+    EXPECT_EQ(frames.last().imageBuffer->width(), 32U);
+}
+
+// Takes pictures until memory is gone.
+class ExhaustedSink final : public FrameSink {
+public:
+    void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
+};
+
+TEST_F(StreamTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
+    ExhaustedSink exhausted;
+    start();
+    input->stop();
+    input->start(exhausted);
+    ASSERT_TRUE(camera->deliverSoon(maker.next()));
+    ASSERT_TRUE(lines.waitFor(1));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no memory")));
+    input->stop();
+    expectTidy();
+}
+
 TEST_F(StreamTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
     camera->failRequest(setCur, probe, UsbPortStatus::timedOut, 3);
     start();

@@ -136,6 +136,14 @@ TEST(StreamingDescriptors, FramesWithoutASizeOrCutOffAreLeftOut) {
     EXPECT_THAT(read(join({jpegFormat(1), frame(7, 1, 0, 48, 1, {fps30})})).offers, IsEmpty());
 }
 
+TEST(StreamingDescriptors, SizesThatNobodyCanShowAreLeftOut) {
+    const auto found = read(join({rawFormat(1, "YUY2"), frame(5, 1, 65535, 65535, 1, {333'333}),
+                                  frame(5, 2, 16384, 16384, 1, {333'333}),
+                                  frame(5, 3, 1, 16385, 1, {333'333}), frame(5, 4, 640, 480, 1, {333'333})}));
+    ASSERT_EQ(found.offers.size(), 1U);
+    EXPECT_EQ(found.offers.front().frameIndex, 4);
+}
+
 TEST(StreamingDescriptors, TheMatrixBelongsToTheFormatBeforeIt) {
     const auto frames = frame(5, 1, 64, 48, 1, {fps30});
     const auto interface = read(join({rawFormat(1, "YUY2"), frames, frames, colours(1), rawFormat(2, "NV12"),
