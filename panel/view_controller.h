@@ -13,6 +13,7 @@
 
 #include "panel/panel_view.h"
 #include "panel/panel_window.h"
+#include "panel/profile_saves.h"
 #include "platform/bundle.h"
 #include "platform/capture.h"
 #include "platform/preferences_store.h"
@@ -140,6 +141,7 @@ private:
     KTUVCManager& uvcManager_;
     CapturePlatform& capture_;
     PreferencesStore& userDefaults_;
+    ProfileSaves profileSaves_{userDefaults_};
     const Bundle& bundle_;
     PanelWindow& window_;
     const RendererChoice renderer_;

@@ -42,7 +42,7 @@ protected:
         for (int number = 1; number <= cameras; ++number)
             plug(number);
         panel_ = std::make_unique<ViewController>(PanelEnvironment{
-            manager_, *backend_.capture, store_, bundle_, windowController_, RendererChoice::cpu});
+            manager_, *backend_.capture, preferences(), bundle_, windowController_, RendererChoice::cpu});
         panel_->viewDidLoad();
         panel_->putInto(window_);
         windowController_.windowDidLoad();
@@ -52,6 +52,9 @@ protected:
     std::shared_ptr<VirtualCameraFirmware> plug(int number) {
         return backend_.bus->plug(virtualCameraModel(number));
     }
+
+    /// What the panel keeps its records in.
+    virtual PreferencesStore& preferences() { return store_; }
 
     ViewController& panel() { return *panel_; }
     PanelView& view() { return *panel_->view(); }
@@ -101,7 +104,7 @@ protected:
 
     QtMainQueue mainQueue_;
     VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
-    MemoryPreferencesStore store_;
+    MemoryPreferencesStore store_{mainQueue_};
     ResourceBundle bundle_;
     KTUVCManager manager_{{backend_.usb.get(), nullptr}};
     KTWindow window_{QRect(0, 0, 1111, 660), WindowStyle::borderless, true, true};
