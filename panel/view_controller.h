@@ -6,9 +6,11 @@
 #include <QTimer>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "panel/panel_view.h"
@@ -30,6 +32,10 @@ struct PanelEnvironment {
     const Bundle& bundle;
     PanelWindow& window;
     RendererChoice renderer = RendererChoice::automatic;
+    /// Lets a time pass; may return sooner in a test.
+    std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
+        std::this_thread::sleep_for(time);
+    };
 };
 
 /// The single owner of the program's main flow.
@@ -118,6 +124,8 @@ private:
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;
+    /// As many buttons as there are cameras; that of the camera shown is lit.
+    void showCameraButtons(std::optional<std::size_t> shown);
     void showProfileStates();
     void createSettingsRecordIfMissing();
 
@@ -145,10 +153,11 @@ private:
     const Bundle& bundle_;
     PanelWindow& window_;
     const RendererChoice renderer_;
+    const std::function<void(std::chrono::milliseconds)> pause_;
 
     std::unique_ptr<PanelView> ownedView_; // until a window takes it
     PanelView* view_ = nullptr;
-    QTimer showTimer_;
+    QTimer showTimer_{this}; // shows the preview again
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesArray_;
     std::int64_t profileIndex_ = -1;

@@ -7,6 +7,7 @@
 #include <QTest>
 #include <QThreadPool>
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -41,8 +42,9 @@ protected:
     void start(int cameras) {
         for (int number = 1; number <= cameras; ++number)
             plug(number);
-        panel_ = std::make_unique<ViewController>(PanelEnvironment{
-            manager_, *backend_.capture, preferences(), bundle_, windowController_, RendererChoice::cpu});
+        panel_ = std::make_unique<ViewController>(
+            PanelEnvironment{manager_, capture(), preferences(), bundle_, windowController_,
+                             RendererChoice::cpu, [this](std::chrono::milliseconds time) { pause(time); }});
         panel_->viewDidLoad();
         panel_->putInto(window_);
         windowController_.windowDidLoad();
@@ -55,6 +57,11 @@ protected:
 
     /// What the panel keeps its records in.
     virtual PreferencesStore& preferences() { return store_; }
+
+    virtual CapturePlatform& capture() { return *backend_.capture; }
+
+    /// The virtual cameras need no time to settle.
+    virtual void pause(std::chrono::milliseconds /*time*/) {}
 
     ViewController& panel() { return *panel_; }
     PanelView& view() { return *panel_->view(); }

@@ -126,7 +126,18 @@ TEST_F(PanelProfiles, SelectingAProfileHidesThePreviewUntilTheCameraSettled) {
     EXPECT_TRUE(panel().displayView()->mtkView()->isHidden());
     EXPECT_EQ(view().profile1Button()->state(), 1);
     EXPECT_EQ(view().profile2Button()->state(), 0);
+    const auto* timer = panel().findChild<QTimer*>();
+    ASSERT_NE(timer, nullptr);
+    EXPECT_TRUE(timer->isActive());
+    EXPECT_EQ(timer->intervalAsDuration(), std::chrono::milliseconds(300));
     EXPECT_TRUE(waitFor([this] { return !panel().displayView()->mtkView()->isHidden(); }));
+}
+
+TEST_F(PanelProfiles, RestoringTheDefaultsLeavesThePreviewVisible) {
+    start(1);
+    click(view().restoreProfileButton());
+    EXPECT_FALSE(panel().displayView()->mtkView()->isHidden());
+    EXPECT_FALSE(panel().findChild<QTimer*>()->isActive());
 }
 
 TEST_F(PanelProfiles, SavingStoresTheManagersValuesNotTheSliderPositions) {
