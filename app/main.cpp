@@ -66,7 +66,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
     ResourceBundle bundle;
-    JsonPreferencesStore userDefaults;
+    JsonPreferencesStore userDefaults(mainQueue);
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
     const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);

@@ -26,7 +26,7 @@ ProgramLanguage::ProgramLanguage(ResourceBundle& bundle, PreferencesStore& prefe
 void ProgramLanguage::choose(const std::string& localization) {
     apply(localization);
     preferences_.setObject({chosen_}, preferencesKey);
-    preferences_.synchronize();
+    preferences_.synchronize({});
 }
 
 void ProgramLanguage::apply(const std::string& localization) {

@@ -27,7 +27,8 @@ ViewController::ViewController(const PanelEnvironment& environment)
       userDefaults_(environment.userDefaults),
       bundle_(environment.bundle),
       window_(environment.window),
-      renderer_(environment.renderer) {
+      renderer_(environment.renderer),
+      pause_(environment.pause) {
     showTimer_.setSingleShot(true);
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
     readAgainTimer_.setSingleShot(true);

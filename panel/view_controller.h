@@ -10,10 +10,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "panel/panel_view.h"
 #include "panel/panel_window.h"
+#include "panel/profile_saves.h"
 #include "panel/reopening_policy.h"
 #include "platform/bundle.h"
 #include "platform/capture.h"
@@ -33,6 +35,10 @@ struct PanelEnvironment {
     const Bundle& bundle;
     PanelWindow& window;
     RendererChoice renderer = RendererChoice::automatic;
+    /// Lets a time pass; may return sooner in a test.
+    std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
+        std::this_thread::sleep_for(time);
+    };
 };
 
 /// The single owner of the program's main flow.
@@ -121,6 +127,8 @@ private:
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;
+    /// As many buttons as there are cameras; that of the camera shown is lit.
+    void showCameraButtons(std::optional<std::size_t> shown);
     void showProfileStates();
     void createSettingsRecordIfMissing();
 
@@ -158,14 +166,16 @@ private:
     KTUVCManager& uvcManager_;
     CapturePlatform& capture_;
     PreferencesStore& userDefaults_;
+    ProfileSaves profileSaves_{userDefaults_};
     const Bundle& bundle_;
     PanelWindow& window_;
     const RendererChoice renderer_;
+    const std::function<void(std::chrono::milliseconds)> pause_;
 
     std::unique_ptr<PanelView> ownedView_; // until a window takes it
     PanelView* view_ = nullptr;
-    QTimer showTimer_;
-    QTimer readAgainTimer_;
+    QTimer showTimer_{this}; // shows the preview again
+    QTimer readAgainTimer_{this};
     ReopeningPolicy reopening_;
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesArray_;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <iterator>
-#include <thread>
 
 #include "panel/view_controller.h"
 #include "video/kt_display_view.h"
@@ -29,19 +28,22 @@ void ViewController::readVideoDevice() {
         setCameraControlViewEnable(false);
         return;
     }
-    view_->camera1Button()->setEnabled(true);
-    view_->camera1Button()->setSelected(true);
-    const bool several = devicesArray_.size() > 1;
-    view_->camera2Button()->setEnabled(several);
-    if (several) view_->camera2Button()->setSelected(false);
     switchCameraWithIndex(0);
+}
+
+void ViewController::showCameraButtons(std::optional<std::size_t> shown) {
+    view_->camera1Button()->setEnabled(!devicesArray_.empty());
+    view_->camera2Button()->setEnabled(devicesArray_.size() > 1);
+    view_->camera1Button()->setSelected(shown == 0U);
+    view_->camera2Button()->setSelected(shown == 1U);
 }
 
 void ViewController::switchCameraWithIndex(std::size_t index) {
     cameraSettingKey_.reset();
+    showCameraButtons(index);
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
     if (displayView() != nullptr) displayView()->showDevice(device);
-    std::this_thread::sleep_for(settleTime);
+    pause_(settleTime);
     profileIndex_ = -1;
     for (KTProfileButton* button : view_->profileButtons())
         button->setState(0);
@@ -50,17 +52,11 @@ void ViewController::switchCameraWithIndex(std::size_t index) {
 }
 
 void ViewController::camera1ButtonAction(QObject* /*sender*/) {
-    if (shownIndex() == 0U) return;
-    view_->camera1Button()->setSelected(true);
-    view_->camera2Button()->setSelected(false);
-    switchCameraWithIndex(0);
+    if (shownIndex() != 0U) switchCameraWithIndex(0);
 }
 
 void ViewController::camera2ButtonAction(QObject* /*sender*/) {
-    if (shownIndex() == 1U) return;
-    view_->camera1Button()->setSelected(false);
-    view_->camera2Button()->setSelected(true);
-    switchCameraWithIndex(1);
+    if (shownIndex() != 1U) switchCameraWithIndex(1);
 }
 
 void ViewController::reconnectCamera() {
@@ -89,18 +85,10 @@ void ViewController::captureDeviceWasConnectedNotification(const std::shared_ptr
     uvcManager_.prober()->refreshData(true);
     if (!uvcManager_.uniqueIDIsCorrect(device->uniqueID()) || indexOf(device)) return;
     devicesArray_.push_back(device);
-    view_->camera1Button()->setEnabled(true);
-    if (devicesArray_.size() == 1) {
-        view_->camera2Button()->setEnabled(false);
-        view_->camera1Button()->setSelected(true);
+    if (devicesArray_.size() == 1)
         switchCameraWithIndex(0);
-        return;
-    }
-    view_->camera2Button()->setEnabled(true);
-    if (devicesArray_.size() == 2) {
-        view_->camera1Button()->setSelected(true);
-        view_->camera2Button()->setSelected(false);
-    }
+    else
+        showCameraButtons(shownIndex());
 }
 
 void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_ptr<CaptureDevice>& device) {
@@ -113,23 +101,13 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
     devicesArray_.erase(devicesArray_.begin() + static_cast<std::ptrdiff_t>(*removed));
     if (devicesArray_.empty()) {
         if (displayView() != nullptr) displayView()->stopRunning();
-        view_->camera1Button()->setEnabled(false);
-        view_->camera2Button()->setEnabled(false);
+        showCameraButtons({});
         setCameraControlViewEnable(false);
-        return;
-    }
-    view_->camera1Button()->setEnabled(true);
-    if (devicesArray_.size() == 1) {
-        view_->camera2Button()->setEnabled(false);
-        view_->camera1Button()->setSelected(true);
+    } else if (wasShown) {
+        switchCameraWithIndex(0);
     } else {
-        view_->camera2Button()->setEnabled(true);
-        if (wasShown) {
-            view_->camera1Button()->setSelected(true);
-            view_->camera2Button()->setSelected(false);
-        }
+        showCameraButtons(shownIndex()); // the camera shown may have another number now
     }
-    if (wasShown) switchCameraWithIndex(0);
 }
 
 // The capture devices' own arrival and removal drive the panel.

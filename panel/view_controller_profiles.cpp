@@ -47,7 +47,10 @@ const PreferencesDictionary* dictionaryAt(const PreferencesArray& record, std::i
 
 void ViewController::createSettingsRecordIfMissing() {
     if (userDefaults_.objectForKey(*cameraSettingKey_)) return;
-    storeSettingsRecord(camera_settings::newRecord(camera_settings::defaults(uvcManager_), profileIndex_));
+    userDefaults_.setObjectIfMissing(
+        {camera_settings::newRecord(camera_settings::defaults(uvcManager_), profileIndex_)},
+        *cameraSettingKey_);
+    userDefaults_.synchronize({});
 }
 
 std::optional<PreferencesArray> ViewController::settingsRecord() const {
@@ -61,7 +64,7 @@ std::optional<PreferencesArray> ViewController::settingsRecord() const {
 
 void ViewController::storeSettingsRecord(const PreferencesArray& record) {
     userDefaults_.setObject({record}, *cameraSettingKey_);
-    userDefaults_.synchronize();
+    userDefaults_.synchronize({});
 }
 
 void ViewController::setProfileIndex(std::int64_t index) {
@@ -108,15 +111,17 @@ void ViewController::profileButtonAction(std::int64_t index) {
 void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
     view_->saveProfileButton()->setState(1);
     if (profileIndex_ < 0) return;
-    auto record = settingsRecord();
+    const auto record = settingsRecord();
     if (!record) return;
     const PreferencesDictionary* stored = dictionaryAt(*record, profileIndex_);
     if (stored == nullptr) return;
     PreferencesDictionary profile = *stored;
     camera_settings::storeCurrent(profile, uvcManager_, view_->mirrorSwitch()->on());
-    (*record)[static_cast<std::size_t>(profileIndex_)] = {std::move(profile)};
-    storeSettingsRecord(*record);
-    showSavedAlert(view_, bundle_);
+    // The store has said why, if it is not saved.  A window closed meanwhile stays closed.
+    profileSaves_.save(*cameraSettingKey_, static_cast<std::size_t>(profileIndex_), profile,
+                       [this](bool saved) {
+                           if (saved && view_->isVisible()) showSavedAlert(view_, bundle_);
+                       });
 }
 
 void ViewController::restoreProfileButtonAction(QObject* /*sender*/) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -24,18 +25,31 @@ struct PreferencesValue {
     friend bool operator==(const PreferencesValue&, const PreferencesValue&) = default;
 };
 
-/// The user's preferences.  Thread-bound to the main thread.
+/// The user's preferences.  Thread-bound to the main thread, which never waits for the disk here.
 class PreferencesStore {
 public:
+    /// Gets true once everything that was set before the call is on the disk, and false if it could not be
+    /// written.
+    using SynchronizeHandler = std::function<void(bool saved)>;
+
     virtual ~PreferencesStore() = default;
 
-    /// Nothing where the key is absent.
+    /// Answers from memory: what was set last, otherwise what is known of the disk.  Nothing if the key is
+    /// absent.
     virtual std::optional<PreferencesValue> objectForKey(std::string_view key) const = 0;
     virtual void setObject(const PreferencesValue& value, std::string_view key) = 0;
 
-    /// Writes what changed; false where it could not be written (the reason goes to the standard error
-    /// stream).
-    virtual bool synchronize() = 0;
+    /// Sets a value for a key that seems to be absent.  If the key turns out to be on the disk when this is
+    /// written, that value stays.
+    virtual void setObjectIfMissing(const PreferencesValue& value, std::string_view key) = 0;
+
+    /// Starts to write what changed, and returns at once.  The handler, which may be empty, is called once,
+    /// on the main thread, after this call has returned; handlers are called in the order of their calls, and
+    /// what a handler sets when it gets false is part of the next write.  What could not be written stays set
+    /// and is written with the next call; the reason goes to the standard error stream.
+    ///
+    /// The store's end finishes what was started; handlers that were not called by then never are.
+    virtual void synchronize(SynchronizeHandler handler) = 0;
 };
 
 } // namespace tavelo

@@ -1,73 +1,71 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/json_preferences_store.h"
 
-#include <sys/file.h>
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdio>
-#include <thread>
+#include <future>
+#include <mutex>
 #include <utility>
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonParseError>
-#include <QSaveFile>
 #include <QStandardPaths>
 
+#include "platform/linux/json_preferences_file.h"
 #include "platform/linux/json_preferences_value.h"
 
 namespace tavelo {
 namespace {
 
-constexpr std::chrono::milliseconds retryEvery(5);
-
 QString text(std::string_view utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
-// One program at a time, for as long as this lives.  The lock lies beside the preferences, which are replaced
-// while it is held; the kernel takes it from a program that dies.
-class FileLock {
-public:
-    FileLock(const QString& path, std::chrono::milliseconds patience) : file_(path) {
-        if (!file_.open(QIODevice::ReadWrite)) {
-            reason_ = file_.errorString();
-            return;
-        }
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (flock(file_.handle(), LOCK_EX | LOCK_NB) != 0) {
-            const int error = errno;
-            if (error != EINTR && (error != EWOULDBLOCK || std::chrono::steady_clock::now() > deadline)) {
-                reason_ = error == EWOULDBLOCK ? QStringLiteral("another program holds the lock")
-                                               : qt_error_string(error);
-                return;
-            }
-            std::this_thread::sleep_for(retryEvery);
-        }
-        isHeld_ = true;
-    }
-
-    bool isHeld() const { return isHeld_; }
-    const QString& reason() const { return reason_; }
-
-private:
-    QFile file_; // closing it gives the lock back
-    bool isHeld_ = false;
-    QString reason_;
-};
-
-QString lockOf(const QString& path) {
-    return path + QStringLiteral(".lock");
-}
-
 } // namespace
 
-JsonPreferencesStore::JsonPreferencesStore(QString path, std::chrono::milliseconds patience)
-    : path_(std::move(path)),
-      patience_(patience) {}
+/// Where the store's thread and the handlers find the store, until it is gone.
+class JsonPreferencesStore::WayBack : public std::enable_shared_from_this<WayBack> {
+public:
+    WayBack(JsonPreferencesStore& store, MainQueue& mainQueue) : store_(&store), mainQueue_(mainQueue) {}
+
+    /// Runs `function(store)` on the main thread later, unless the store is gone by then.  Thread-safe.
+    template <typename F>
+    void post(F function) {
+        const std::lock_guard lock(mutex_);
+        if (store_ == nullptr) return; // and maybe the main queue
+        mainQueue_.post([self = shared_from_this(), function = std::move(function)]() mutable {
+            // Only the main thread cuts, so the store stays while this runs.
+            if (self->store_ != nullptr) function(*self->store_);
+        });
+    }
+
+    /// On the main thread.
+    bool isCut() const { return store_ == nullptr; }
+    void cut() {
+        const std::lock_guard lock(mutex_);
+        store_ = nullptr;
+    }
+
+private:
+    std::mutex mutex_; // guards store_; the main thread, which alone writes it, may read it without
+    JsonPreferencesStore* store_;
+    MainQueue& mainQueue_;
+};
+
+JsonPreferencesStore::JsonPreferencesStore(MainQueue& mainQueue, const QString& path,
+                                           PreferencesPatience patience)
+    : mainQueue_(mainQueue),
+      path_(path),
+      patience_(patience),
+      wayBack_(std::make_shared<WayBack>(*this, mainQueue)),
+      file_(std::make_shared<JsonPreferencesFile>(QFile::encodeName(path).toStdString(), patience.lock)) {
+    stored_ = file_->readFirst();
+    queue_ = std::make_unique<SerialQueue>("kt.preferences");
+    look(); // sets a broken file aside
+}
+
+JsonPreferencesStore::~JsonPreferencesStore() {
+    wayBack_->cut();
+    finish();
+}
 
 QString JsonPreferencesStore::userFile() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
@@ -75,149 +73,99 @@ QString JsonPreferencesStore::userFile() {
 }
 
 std::optional<PreferencesValue> JsonPreferencesStore::objectForKey(std::string_view key) const {
-    const QString name = text(key);
-    const auto changed = changed_.constFind(name);
-    if (changed != changed_.constEnd()) return fromJson(*changed);
-    refresh();
-    return fromJson(stored_.value(name));
+    look();
+    return fromJson(known(text(key)));
+}
+
+QJsonValue JsonPreferencesStore::known(const QString& name) const {
+    const auto changed = changed_.find(name);
+    return changed != changed_.end() ? changed->second.value : stored_.value(name);
 }
 
 void JsonPreferencesStore::setObject(const PreferencesValue& value, std::string_view key) {
-    changed_.insert(text(key), toJson(value));
+    const QString name = text(key);
+    const auto change =
+        changed_.try_emplace(name, JsonChange{.base = stored_.value(name), .value = {}}).first;
+    change->second.value = toJson(value);
+    // Back to what the disk has: nothing to write, and other programs' changes show again.
+    if (!onItsWay_ && change->second.value == stored_.value(name)) changed_.erase(change);
 }
 
-bool JsonPreferencesStore::synchronize() {
-    if (changed_.isEmpty()) return true;
-    if (!QDir().mkpath(QFileInfo(path_).path())) {
-        report(QStringLiteral("cannot create the folder"));
-        return false;
-    }
-    const FileLock lock(lockOf(path_), patience_);
-    if (!lock.isHeld()) {
-        report(QStringLiteral("cannot be locked (%1)").arg(lock.reason()));
-        return false;
-    }
-    if (!readLocked()) return false;
-
-    QJsonObject merged = stored_;
-    for (auto entry = changed_.constBegin(); entry != changed_.constEnd(); ++entry) {
-        merged.insert(entry.key(), entry.value());
-    }
-    if (!replaceFile(merged)) return false;
-    stored_ = merged;
-    version_ = versionOf(path_);
-    changed_ = QJsonObject();
-    return true;
+void JsonPreferencesStore::setObjectIfMissing(const PreferencesValue& value, std::string_view key) {
+    const QString name = text(key);
+    if (!known(name).isUndefined()) return;
+    // Its own base: that is no change of whatever the file turns out to hold.
+    const QJsonValue json = toJson(value);
+    changed_.insert_or_assign(name, JsonChange{.base = json, .value = json});
 }
 
-std::optional<JsonPreferencesStore::Version> JsonPreferencesStore::versionOf(const QString& path) {
-    struct stat status {};
-    if (stat(QFile::encodeName(path).constData(), &status) != 0) return std::nullopt;
-    return Version{.device = status.st_dev,
-                   .inode = status.st_ino,
-                   .changedAt = std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
-                   .size = status.st_size};
+void JsonPreferencesStore::synchronize(SynchronizeHandler handler) {
+    waiting_.push_back(std::move(handler));
+    if (!writing_) writeWaiting();
 }
 
-// Reads the file into stored_.  The version is taken before the content: what changes in between is read once
-// more the next time.
-JsonPreferencesStore::Reading JsonPreferencesStore::read() const {
-    const std::optional<Version> version = versionOf(path_);
-    QFile file(path_);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (!file.exists()) {
-            stored_ = QJsonObject();
-            version_.reset();
-            return Reading::done;
+void JsonPreferencesStore::look() const {
+    if (std::exchange(looking_, true)) return;
+    queue_->async([file = file_, wayBack = wayBack_] {
+        wayBack->post([content = file->readIfChanged()](const JsonPreferencesStore& self) {
+            self.looking_ = false;
+            if (content) self.stored_ = *content;
+        });
+    });
+}
+
+void JsonPreferencesStore::writeWaiting() {
+    writing_ = !waiting_.empty();
+    if (!writing_) return;
+    underWay_ = std::exchange(waiting_, {});
+    onItsWay_ = true;
+    queue_->async([file = file_, wayBack = wayBack_, changes = changed_] {
+        std::optional<QJsonObject> content = changes.empty() ? QJsonObject() : file->write(changes);
+        wayBack->post([changes, content = std::move(content)](JsonPreferencesStore& self) {
+            self.wrote(changes, content);
+        });
+    });
+}
+
+void JsonPreferencesStore::wrote(const JsonChanges& changes, const std::optional<QJsonObject>& content) {
+    onItsWay_ = false;
+    if (content && !changes.empty()) {
+        stored_ = *content;
+        for (const auto& [key, change] : changes) {
+            const auto changed = changed_.find(key);
+            if (changed == changed_.end()) continue;
+            if (changed->second.value == change.value)
+                changed_.erase(changed);
+            else
+                changed->second.base = change.value; // set again meanwhile
         }
-        failure_ = file.errorString();
-        return Reading::failed;
     }
-    const QByteArray content = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        failure_ = file.errorString();
-        return Reading::failed;
+    // Each in a turn of its own: a handler may show an alert and wait for the user.
+    for (SynchronizeHandler& handler : underWay_) {
+        if (!handler) continue;
+        mainQueue_.post([wayBack = wayBack_, handler = std::move(handler), saved = content.has_value()] {
+            if (!wayBack->isCut()) handler(saved);
+        });
     }
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(content, &error);
-    if (!document.isObject()) {
-        failure_ = error.error != QJsonParseError::NoError
-                       ? QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset)
-                       : QStringLiteral("not an object");
-        return Reading::broken;
-    }
-    stored_ = document.object();
-    version_ = version;
-    return Reading::done;
+    underWay_.clear();
+    // After them, so that what they set is written too.
+    wayBack_->post([](JsonPreferencesStore& self) { self.writeWaiting(); });
 }
 
-// To be called with the lock held.  False where the file must not be replaced.
-bool JsonPreferencesStore::readLocked() const {
-    switch (read()) {
-        case Reading::done:
-            return true;
-        case Reading::failed:
-            report(QStringLiteral("cannot be read (%1)").arg(failure_));
-            return false;
-        case Reading::broken:
-            break;
+// A disk that hangs must not keep the program from ending.
+void JsonPreferencesStore::finish() {
+    if (!waiting_.empty() && !changed_.empty()) {
+        queue_->async([file = file_, changes = changed_] { static_cast<void>(file->write(changes)); });
     }
-    stored_ = QJsonObject();
-    version_.reset();
-    return setAside();
-}
-
-void JsonPreferencesStore::refresh() const {
-    const std::optional<Version> version = versionOf(path_);
-    if (version == version_ && version) return;
-    switch (read()) {
-        case Reading::done:
-            return;
-        case Reading::failed:
-            report(QStringLiteral("cannot be read (%1)").arg(failure_));
-            version_ = version; // say it once, and keep what is known
-            return;
-        case Reading::broken:
-            break;
-    }
-    // Another program may be setting it aside just now, and writing a good one.
-    const FileLock lock(lockOf(path_), patience_);
-    if (lock.isHeld()) {
-        readLocked();
-    } else {
-        report(QStringLiteral("does not parse (%1)").arg(failure_));
-        stored_ = QJsonObject();
-        version_ = version;
-    }
-}
-
-bool JsonPreferencesStore::setAside() const {
-    QFile file(path_);
-    const QString aside = path_ + QStringLiteral(".broken");
-    constexpr int mostAttempts = 1000;
-    for (int attempt = 1; attempt <= mostAttempts; ++attempt) {
-        const QString name = attempt == 1 ? aside : QStringLiteral("%1-%2").arg(aside).arg(attempt);
-        if (QFileInfo::exists(name)) continue;
-        if (!file.rename(name)) break;
-        report(QStringLiteral("does not parse (%1); kept as %2").arg(failure_, name));
-        return true;
-    }
-    report(QStringLiteral("does not parse (%1) and cannot be renamed").arg(failure_));
-    return false;
-}
-
-bool JsonPreferencesStore::replaceFile(const QJsonObject& object) const {
-    QSaveFile file(path_);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(QJsonDocument(object).toJson());
-        if (file.commit()) return true;
-    }
-    report(QStringLiteral("cannot be written (%1)").arg(file.errorString()));
-    return false;
-}
-
-void JsonPreferencesStore::report(const QString& what) const {
-    std::fprintf(stderr, "preferences: %s %s\n", qPrintable(path_), qPrintable(what));
+    const auto done = std::make_shared<std::promise<void>>();
+    auto finished = done->get_future();
+    queue_->async([done] { done->set_value(); });
+    if (finished.wait_for(patience_.end) == std::future_status::ready) return;
+    std::fprintf(stderr,
+                 "preferences: %s may not hold what was set last: writing it takes longer than %.1f s\n",
+                 qPrintable(path_), std::chrono::duration<double>(patience_.end).count());
+    // Its thread cannot be joined; the program's end takes it along.
+    static_cast<void>(queue_.release());
 }
 
 } // namespace tavelo

@@ -8,6 +8,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include "support/held_main_queue.h"
 #include "support/memory_preferences_store.h"
 
 namespace tavelo {
@@ -41,7 +42,8 @@ protected:
     }
 
     ResourceBundle bundle_{{"en-GB"}};
-    MemoryPreferencesStore preferences_;
+    HeldMainQueue mainQueue_;
+    MemoryPreferencesStore preferences_{mainQueue_};
     ProgramLanguage language_{bundle_, preferences_};
     QWidget window_;
     PanelMenu panelMenu_{window_, bundle_, language_};

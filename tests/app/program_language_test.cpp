@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "app/text/localizer.h"
+#include "support/held_main_queue.h"
 #include "support/memory_preferences_store.h"
 
 namespace tavelo {
@@ -14,7 +15,8 @@ protected:
     std::string brightness() const { return bundle_.localizedString("Brightness", {}); }
 
     ResourceBundle bundle_{{"de-DE"}};
-    MemoryPreferencesStore preferences_;
+    HeldMainQueue mainQueue_;
+    MemoryPreferencesStore preferences_{mainQueue_};
 };
 
 TEST_F(ProgramLanguageTest, WithoutAChoiceTheDesktopDecides) {

@@ -43,8 +43,9 @@ protected:
     void start(int cameras) {
         for (int number = 1; number <= cameras; ++number)
             plug(number);
-        panel_ = std::make_unique<ViewController>(PanelEnvironment{
-            manager_, *backend_.capture, store_, bundle_, windowController_, RendererChoice::cpu});
+        panel_ = std::make_unique<ViewController>(
+            PanelEnvironment{manager_, capture(), preferences(), bundle_, windowController_,
+                             RendererChoice::cpu, [this](std::chrono::milliseconds time) { pause(time); }});
         panel_->viewDidLoad();
         panel_->putInto(window_);
         windowController_.windowDidLoad();
@@ -54,6 +55,14 @@ protected:
     std::shared_ptr<VirtualCameraFirmware> plug(int number) {
         return backend_.bus->plug(virtualCameraModel(number));
     }
+
+    /// What the panel keeps its records in.
+    virtual PreferencesStore& preferences() { return store_; }
+
+    virtual CapturePlatform& capture() { return *backend_.capture; }
+
+    /// The virtual cameras need no time to settle.
+    virtual void pause(std::chrono::milliseconds /*time*/) {}
 
     ViewController& panel() { return *panel_; }
     PanelView& view() { return *panel_->view(); }
@@ -130,7 +139,7 @@ protected:
 
     QtMainQueue mainQueue_;
     VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
-    MemoryPreferencesStore store_;
+    MemoryPreferencesStore store_{mainQueue_};
     ResourceBundle bundle_;
     /// Stands still unless a test moves it.
     std::atomic<std::chrono::steady_clock::time_point> now_ = std::chrono::steady_clock::now();

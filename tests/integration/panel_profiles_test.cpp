@@ -23,7 +23,7 @@ protected:
         return profile;
     }
 
-    /// Presses save and dismisses the alert; gives its text, or nothing where none came.
+    /// Presses save and dismisses the alert; gives its text, or nothing if none came.
     QString save() {
         QString shownText;
         QTimer watch;
@@ -35,7 +35,15 @@ protected:
         });
         watch.start(0);
         click(view().saveProfileButton());
+        waitForTheStore();
         return shownText;
+    }
+
+    /// Until what was asked of the store before has ended, and what it led to.
+    void waitForTheStore() {
+        bool ended = false;
+        store_.synchronize([this, &ended](bool) { mainQueue_.post([&ended] { ended = true; }); });
+        EXPECT_TRUE(waitFor([&ended] { return ended && QApplication::activeModalWidget() == nullptr; }));
     }
 
     static const RequestRecord* find(const std::vector<RequestRecord>& log, std::uint8_t request,
@@ -111,7 +119,18 @@ TEST_F(PanelProfiles, SelectingAProfileHidesThePreviewUntilTheCameraSettled) {
     EXPECT_TRUE(panel().displayView()->mtkView()->isHidden());
     EXPECT_EQ(view().profile1Button()->state(), 1);
     EXPECT_EQ(view().profile2Button()->state(), 0);
+    const auto* timer = panel().findChild<QTimer*>();
+    ASSERT_NE(timer, nullptr);
+    EXPECT_TRUE(timer->isActive());
+    EXPECT_EQ(timer->intervalAsDuration(), std::chrono::milliseconds(300));
     EXPECT_TRUE(waitFor([this] { return !panel().displayView()->mtkView()->isHidden(); }));
+}
+
+TEST_F(PanelProfiles, RestoringTheDefaultsLeavesThePreviewVisible) {
+    start(1);
+    click(view().restoreProfileButton());
+    EXPECT_FALSE(panel().displayView()->mtkView()->isHidden());
+    EXPECT_FALSE(panel().findChild<QTimer*>()->isActive());
 }
 
 TEST_F(PanelProfiles, SavingStoresTheManagersValuesNotTheSliderPositions) {
@@ -128,6 +147,72 @@ TEST_F(PanelProfiles, SavingStoresTheManagersValuesNotTheSliderPositions) {
     EXPECT_EQ(integer(profile, "kNSUserDefaultsKeyContrast"), 32);
     EXPECT_TRUE(store_.flushed());
     EXPECT_EQ(storedProfile(0), storedProfile(2)) << "the other profiles stay";
+}
+
+TEST_F(PanelProfiles, SavingSaysSoOnlyOnceTheProfileIsOnTheDisk) {
+    start(1);
+    push(view().profile1Button());
+    waitForTheStore();
+    const auto before = store_.onDisk(*panel().cameraSettingKey());
+    QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
+    click(view().saveProfileButton());
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "nothing waits for the disk";
+    EXPECT_EQ(save(), QString::fromStdString(bundle_.localizedString("Saved_successfully", {})));
+    EXPECT_NE(store_.onDisk(*panel().cameraSettingKey()), before);
+}
+
+TEST_F(PanelProfiles, AProfileThatCannotBeSavedStaysWhatTheDiskHasAndNothingSaysSaved) {
+    start(1);
+    push(view().profile1Button());
+    waitForTheStore();
+    const PreferencesDictionary before = storedProfile(0);
+    store_.setFails(true);
+    QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
+    EXPECT_EQ(save(), QString());
+    EXPECT_EQ(storedProfile(0), before);
+    EXPECT_EQ(store_.onDisk(*panel().cameraSettingKey()), store_.objectForKey(*panel().cameraSettingKey()));
+
+    store_.setFails(false);
+    EXPECT_NE(save(), QString());
+    EXPECT_EQ(integer(storedProfile(0), "kNSUserDefaultsKeyBrightness"), 64);
+}
+
+TEST_F(PanelProfiles, OfTwoSavesThatFailTheFirstPutsNothingInTheWayOfTheSecond) {
+    start(1);
+    push(view().profile1Button());
+    waitForTheStore();
+    const PreferencesDictionary before = storedProfile(0);
+    store_.setFails(true);
+    QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
+    click(view().saveProfileButton());
+    QTest::mouseClick(view().contrastSlider(), Qt::LeftButton, {}, pointOf(view().contrastSlider(), 1));
+    click(view().saveProfileButton());
+    waitForTheStore();
+    EXPECT_EQ(storedProfile(0), before);
+}
+
+TEST_F(PanelProfiles, AProfileSelectedWhileASaveFailsDoesNotWriteWhatWasNotSaved) {
+    start(1);
+    push(view().profile1Button());
+    waitForTheStore();
+    const PreferencesDictionary before = storedProfile(0);
+    store_.setFails(true);
+    QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
+    click(view().saveProfileButton());
+    store_.setFails(false);
+    click(view().profile2Button()); // writes the whole record
+    waitForTheStore();
+    EXPECT_EQ(storedProfile(0), before);
+    EXPECT_EQ(store_.onDisk(*panel().cameraSettingKey()), store_.objectForKey(*panel().cameraSettingKey()));
+}
+
+TEST_F(PanelProfiles, ASaveThatEndsAfterTheWindowWasClosedShowsNothing) {
+    start(1);
+    push(view().profile1Button());
+    click(view().saveProfileButton());
+    window_.hide();
+    waitForTheStore();
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
 TEST_F(PanelProfiles, AfterASaveTheMirrorEntryIsABooleanAndBothKindsReadBackAsOff) {
@@ -155,8 +240,9 @@ TEST_F(PanelProfiles, SavingKeepsEntriesThatAreNotOfThePanel) {
 TEST_F(PanelProfiles, SavingWithoutASelectedProfileDoesNothingAndShowsNothing) {
     start(1);
     const int before = store_.synchronizations();
-    EXPECT_EQ(save(), QString());
+    click(view().saveProfileButton());
     EXPECT_EQ(store_.synchronizations(), before);
+    EXPECT_EQ(save(), QString());
     EXPECT_EQ(view().saveProfileButton()->state(), 1);
 }
 

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: MIT
+#include <sys/file.h>
+
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 
 #include "integration/main_thread_watch.h"
 #include "integration/panel_fixture.h"
+#include "platform/linux/json_preferences_store.h"
 
 namespace tavelo {
 namespace {
@@ -118,6 +123,38 @@ TEST_F(PanelResponsiveness, ASecondCameraPluggedInWhileAProfileIsPushedIsNotAske
     runUntil([&] { return powerLineWrites() > before && view().camera2Button()->isEnabled(); });
     EXPECT_LT(watch.longestWait(), longestPause);
     EXPECT_TRUE(second->requestLog().empty());
+}
+
+/// The panel on a preferences file that another program has locked.
+class PanelOnLockedPreferences : public PanelResponsiveness {
+protected:
+    PanelOnLockedPreferences() {
+        EXPECT_TRUE(lock_.open(QIODevice::ReadWrite));
+        EXPECT_EQ(flock(lock_.handle(), LOCK_EX), 0);
+    }
+    ~PanelOnLockedPreferences() override {
+        QThreadPool::globalInstance()->waitForDone();
+        panel_.reset();
+        lock_.close();
+    }
+
+    PreferencesStore& preferences() override { return file_; }
+
+    const QTemporaryDir folder_;
+    QFile lock_{folder_.filePath(QStringLiteral("panel.json.lock"))};
+    JsonPreferencesStore file_{mainQueue_, folder_.filePath(QStringLiteral("panel.json")), {.lock = 1h}};
+};
+
+TEST_F(PanelOnLockedPreferences, ProfilesAreSelectedAndSavedWithoutWaitingForTheLock) {
+    start(1);
+    MainThreadWatch watch;
+    for (QWidget* button : {view().profile1Button(), view().profile2Button(), view().profile3Button()})
+        selectProfileAndWait(button);
+    click(view().saveProfileButton());
+    QCoreApplication::processEvents();
+    EXPECT_LT(watch.longestWait(), longestPause);
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "nothing is saved yet";
+    EXPECT_EQ(panel().profileIndex(), 2);
 }
 
 } // namespace

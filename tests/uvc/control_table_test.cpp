@@ -33,7 +33,8 @@ class EmptyPreferences : public PreferencesStore {
 public:
     std::optional<PreferencesValue> objectForKey(std::string_view) const override { return std::nullopt; }
     void setObject(const PreferencesValue&, std::string_view) override {}
-    bool synchronize() override { return true; }
+    void setObjectIfMissing(const PreferencesValue&, std::string_view) override {}
+    void synchronize(SynchronizeHandler) override {}
 };
 
 class ControlTableTest : public ::testing::Test {

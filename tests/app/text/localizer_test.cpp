@@ -47,7 +47,10 @@ public:
     void setObject(const PreferencesValue& value, std::string_view key) override {
         values[std::string(key)] = value;
     }
-    bool synchronize() override { return true; }
+    void setObjectIfMissing(const PreferencesValue& value, std::string_view key) override {
+        values.try_emplace(std::string(key), value);
+    }
+    void synchronize(SynchronizeHandler) override {}
 
     std::map<std::string, PreferencesValue> values;
 };

@@ -2,8 +2,9 @@
 // Several programs at one file.
 #include <algorithm>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -11,6 +12,7 @@
 #include <QTemporaryDir>
 
 #include "platform/linux/json_preferences_store.h"
+#include "support/synchronized.h"
 
 namespace tavelo {
 namespace {
@@ -24,7 +26,8 @@ protected:
     }
 
     std::int64_t stored(const std::string& key) const {
-        const auto value = JsonPreferencesStore(path_).objectForKey(key);
+        HeldMainQueue mainQueue;
+        const auto value = JsonPreferencesStore(mainQueue, path_).objectForKey(key);
         return value ? std::get<std::int64_t>(value->value) : 0;
     }
 
@@ -82,11 +85,60 @@ TEST_F(Processes, KilledAtAnyMomentLoseNothingThatWasWritten) {
         EXPECT_LE(last, confirmed + 1);
 
         // Its lock went with it, and the file is as good as new.
-        JsonPreferencesStore store(path_);
+        HeldMainQueue mainQueue;
+        JsonPreferencesStore store(mainQueue, path_);
         store.setObject({std::int64_t{0}}, "key-even");
         store.setObject({std::int64_t{0}}, "key-odd");
-        ASSERT_TRUE(store.synchronize());
+        ASSERT_TRUE(synchronized(store, mainQueue));
+        EXPECT_THAT(
+            QDir(folder_.path()).entryList(QDir::Files | QDir::Hidden),
+            testing::UnorderedElementsAre(QStringLiteral("panel.json"), QStringLiteral("panel.json.lock")));
     }
+}
+
+/// A disk of 64 KiB in a name space of the command's own.
+class FullPreferencesDisk : public Processes {
+protected:
+    void SetUp() override {
+        if (run(mount_).exitCode != 0)
+            GTEST_SKIP() << "no disk of its own to fill: unshare and mount are not allowed";
+    }
+
+    struct Result {
+        int exitCode;
+        QByteArray output;
+    };
+    static Result run(const QString& commands) {
+        QProcess shell;
+        shell.setProcessChannelMode(QProcess::MergedChannels);
+        shell.start(QStringLiteral("unshare"),
+                    {QStringLiteral("-rm"), QStringLiteral("sh"), QStringLiteral("-c"), commands});
+        EXPECT_TRUE(shell.waitForFinished(patience));
+        return {shell.exitCode(), shell.readAll()};
+    }
+
+    const QString disk_ = folder_.filePath(QStringLiteral("disk"));
+    const QString mount_ = QStringLiteral("mkdir -p %1 && mount -t tmpfs -o size=64k tmpfs %1").arg(disk_);
+};
+
+TEST_F(FullPreferencesDisk, KeepsWhatIsStoredSaysWhyAndStoresAgainOnceThereIsRoom) {
+    const QString script = mount_ + QStringLiteral(R"(
+        cd %1
+        save() { %2 panel.json key "$1" >/dev/null || echo failed; }
+        save 1
+        cp panel.json ../before.json
+        cat /dev/zero > filler 2>/dev/null
+        save 2
+        cmp panel.json ../before.json && echo same
+        rm filler
+        save 2
+        cmp -s panel.json ../before.json || echo another
+        ls -A
+    )")
+                                        .arg(disk_, QStringLiteral(PREFERENCES_WRITER));
+    EXPECT_EQ(run(script).output.toStdString(),
+              "preferences: panel.json cannot be written (No space left on device)\n"
+              "failed\nsame\nanother\npanel.json\npanel.json.lock\n");
 }
 
 } // namespace
