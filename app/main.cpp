@@ -53,10 +53,15 @@ BackendOptions backendOptions(const CommandLine& commandLine) {
     return options;
 }
 
-// Another process is the panel: its window comes to the front, and this one ends.
-int showFirstPanel(SingleInstance& instance) {
+// Another process is the panel: its window comes to the front, and this one ends.  What only a new panel
+// could obey is named to the user.
+int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
-    if (reason.isEmpty()) return 0;
+    if (reason.isEmpty()) {
+        const std::string line = ignoredOptionsLine(commandLine);
+        if (!line.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+        return 0;
+    }
     std::fprintf(stderr, "tavelo-control-panel: runs already and does not answer: %s\n", qPrintable(reason));
     return 1;
 }
@@ -115,7 +120,7 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
     if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
 
     SingleInstance instance;
-    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance);
+    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance, commandLine);
     // A closed window comes back by starting the program again; without a bus nobody would tell it to.
     application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
     return runPanel(commandLine, application, &instance);

@@ -25,7 +25,7 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
     app.add_flag("--bulk", options.bulk, "stream over a bulk endpoint in place of an isochronous one");
     std::string format;
     app.add_option("--format", format, "offer only this format: YUYV or MJPG")
-        ->check(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
+        ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
         ->type_name("FOURCC");
     app.add_option("--log", options.log, "append a line for each class request to this file")
         ->type_name("FILE");
