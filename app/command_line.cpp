@@ -45,9 +45,8 @@ const CLI::Validator sizeValidator(
 
 const CLI::Validator fourccValidator(
     [](const std::string& text) {
-        return fourccFromText(text)
-                   ? std::string()
-                   : "not a pixel format of {YUYV,UYVY,NV12,I420,GREY,MJPG}: " + text;
+        return fourccFromText(text) ? std::string()
+                                    : "not a pixel format of {YUYV,UYVY,NV12,I420,GREY,MJPG}: " + text;
     },
     "{YUYV,UYVY,NV12,I420,GREY,MJPG}", "format");
 

@@ -22,6 +22,7 @@
 #include "app/qt_messages.h"
 #include "app/quit_signals.h"
 #include "app/resources/resource_bundle.h"
+#include "app/screen_fit.h"
 #include "app/screenshot.h"
 #include "app/single_instance.h"
 #include "app/stderr_diagnostics.h"
@@ -33,8 +34,6 @@
 
 namespace tavelo {
 namespace {
-
-constexpr QSize windowSize(1111, 660);
 
 // Qt would end the program with a core dump and a page of text.
 bool haveDisplay() {
@@ -77,13 +76,14 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
-    KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);
+    KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
     ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
                           windowController, commandLine.renderer});
     panel.viewDidLoad();
     panel.putInto(window);
+    const ScreenFit screenFit(window, *panel.view());
     windowController.windowDidLoad();
     if (KTDisplayView* display = panel.displayView())
         display->mtkView()->setAssetWriteManager(

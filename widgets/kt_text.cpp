@@ -13,7 +13,7 @@
 
 namespace tavelo {
 
-KTText::KTText(QWidget* parent) : QWidget(parent) {
+KTText::KTText(QWidget* parent) : QWidget(parent), PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
     // A label takes part in dragging the window by its background.
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -58,7 +58,8 @@ QSize KTText::sizeHint() const {
 
 void KTText::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 } // namespace tavelo

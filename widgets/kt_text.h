@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include "widgets/palette.h"
+#include "widgets/panel_element.h"
 #include "widgets/text_shadow.h"
 
 class QPainter;
@@ -19,7 +20,7 @@ namespace tavelo {
 ///
 /// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent
 /// of QWidget's enabled state.  Thread-bound to the main thread.
-class KTText : public QWidget {
+class KTText : public QWidget, public PanelElement {
     Q_OBJECT
 
 public:

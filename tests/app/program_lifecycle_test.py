@@ -155,6 +155,17 @@ class Lifecycle(unittest.TestCase):
         self.assertGreater(os.path.getsize(picture), 0)
         self.assertIsNone(first.poll())
 
+    def test_on_a_small_screen_the_panel_is_scaled_down_to_fit(self):
+        screen = os.path.join(self.home.name, "screen.json")
+        with open(screen, "w", encoding="utf-8") as file:
+            file.write('{"screens": [{"name": "netbook", "x": 0, "y": 0, "width": 1024, "height": 600}]}')
+        picture = os.path.join(self.home.name, "picture.png")
+        self.end(self.start("--virtual-cameras", "1", "--screenshot", picture, QT_SCALE_FACTOR="1",
+                            QT_QPA_PLATFORM="offscreen:configfile=" + screen))
+        with open(picture, "rb") as file:
+            header = file.read(24)
+        self.assertEqual([int.from_bytes(header[at:at + 4], "big") for at in (16, 20)], [1010, 600])
+
     def test_without_a_bus_each_start_is_a_panel_of_its_own(self):
         homes = [os.path.join(self.home.name, name) for name in ("first", "second")]
         panels = [self.start("--virtual-cameras", "1", DBUS_SESSION_BUS_ADDRESS="unix:path=/no such bus",
