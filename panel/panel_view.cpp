@@ -115,14 +115,17 @@ PanelView::~PanelView() = default;
 void PanelView::createMirrorRow() {
     mirrorTitleText_ = makeTitle(this);
     mirrorSwitch_ = new KTSwitch(this);
+    mirrorTitleText_->setBuddy(mirrorSwitch_);
     hz50Text_ = makeTitle(this);
     hz50Text_->setText(QStringLiteral("50 Hz"));
     hz50Button_ = new KTCheckButton(this);
+    hz50Text_->setBuddy(hz50Button_);
     hz50Button_->setCheck(true);
     hz50Button_->setAccessibleName(hz50Text_->text());
     hz60Text_ = makeTitle(this);
     hz60Text_->setText(QStringLiteral("60 Hz"));
     hz60Button_ = new KTCheckButton(this);
+    hz60Text_->setBuddy(hz60Button_);
     hz60Button_->setAccessibleName(hz60Text_->text());
 }
 

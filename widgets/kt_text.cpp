@@ -2,9 +2,11 @@
 #include "widgets/kt_text.h"
 
 #include <limits>
+#include <utility>
 
 #include <QAccessible>
 #include <QFontDatabase>
+#include <QMouseEvent>
 #include <QPainter>
 
 #include "app/text/measure/size_with_font.h"
@@ -40,6 +42,29 @@ void KTText::setText(const QString& text) {
 void KTText::setEnable(bool enable) {
     enable_ = enable;
     update();
+}
+
+void KTText::setBuddy(QAbstractButton* button) {
+    buddy_ = button;
+    setAttribute(Qt::WA_TransparentForMouseEvents, button == nullptr);
+}
+
+void KTText::mousePressEvent(QMouseEvent* event) {
+    pressed_ = event->button() == Qt::LeftButton && buddy_ != nullptr && buddy_->isEnabled();
+    if (!pressed_) {
+        event->ignore();
+        return;
+    }
+    buddy_->setFocus(Qt::MouseFocusReason);
+}
+
+// As for buttons: one can think better of it, and release elsewhere.
+void KTText::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) {
+        event->ignore();
+        return;
+    }
+    if (rect().contains(event->position().toPoint()) && buddy_ != nullptr) buddy_->click();
 }
 
 void KTText::drawRect(QPainter& painter, const QRectF& rect) {

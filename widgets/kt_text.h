@@ -4,7 +4,9 @@
 
 #include <optional>
 
+#include <QAbstractButton>
 #include <QColor>
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 
@@ -50,6 +52,11 @@ public:
     bool enable() const { return enable_; }
     void setEnable(bool enable);
 
+    /// The button that the label names: a click on the label is a click on the button, and does nothing while
+    /// the button is disabled.  Null at first; a label without one lets the pointer through.
+    QAbstractButton* buddy() const { return buddy_; }
+    void setBuddy(QAbstractButton* button);
+
     /// Draws the label into `rect`.
     void drawRect(QPainter& painter, const QRectF& rect);
 
@@ -57,6 +64,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     QString text_;
@@ -66,6 +75,8 @@ private:
     std::optional<QColor> backgroundColor_;
     std::optional<TextShadow> textShadow_;
     bool enable_ = true;
+    QPointer<QAbstractButton> buddy_;
+    bool pressed_ = false; // the left button went down here
 };
 
 } // namespace tavelo
