@@ -2,12 +2,16 @@
 #include "app/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <iomanip>
 #include <map>
 #include <sstream>
 #include <string_view>
+
+#include "platform/common/format_choice.h"
 
 namespace tavelo {
 namespace {
@@ -41,15 +45,67 @@ const CLI::Validator sizeValidator(
 
 const CLI::Validator fourccValidator(
     [](const std::string& text) {
-        return text.size() == 4 ? std::string()
-                                : "not a four-character pixel format such as YUYV or MJPG: " + text;
+        return fourccFromText(text) ? std::string()
+                                    : "not a pixel format of {YUYV,UYVY,NV12,I420,GREY,MJPG}: " + text;
     },
-    "", "format");
+    "{YUYV,UYVY,NV12,I420,GREY,MJPG}", "format");
+
+// CLI::Range takes "nan" for a number that lies within every range.
+CLI::Validator decimalWithin(double lowest, double highest) {
+    std::ostringstream range;
+    range << std::setprecision(9) << '[' << lowest << " - " << highest << ']';
+    const auto check = [lowest, highest, range = range.str()](const std::string& text) {
+        double number = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const bool isNumber = error == std::errc() && end == text.data() + text.size();
+        return isNumber && number >= lowest && number <= highest ? std::string()
+                                                                 : "not a number in " + range + ": " + text;
+    };
+    return CLI::Validator(check, "in " + range.str(), "number");
+}
+
+const CLI::Validator fileValidator(
+    [](const std::string& text) { return text.empty() ? std::string("no file is named") : std::string(); },
+    "", "file");
+
+const CLI::Validator cameraValidator(
+    [](const std::string& text) {
+        const bool numbersNone = text.find_first_not_of('0') == std::string::npos;
+        return numbersNone ? "not a camera's number, from 1, or identifier: " + text : std::string();
+    },
+    "", "camera");
+
+/// The value that a name of the table stands for.  CLI11's own transformer takes the value's number, too.
+template <typename Value>
+class NamedValues {
+public:
+    NamedValues(std::initializer_list<std::pair<const std::string, Value>> values) : values_(values) {}
+
+    void addTo(CLI::Option* option) const {
+        std::vector<std::string> names;
+        for (const auto& [name, value] : values_)
+            names.push_back(name);
+        option->check(CLI::IsMember(names))->type_name("NAME");
+    }
+
+    Value of(const std::string& name, Value otherwise) const {
+        const auto found = values_.find(name);
+        return found != values_.end() ? found->second : otherwise;
+    }
+
+private:
+    std::map<std::string, Value> values_;
+};
+
+const NamedValues<CameraTransport> transports{{"kernel", CameraTransport::kernel},
+                                              {"usb", CameraTransport::usb}};
+const NamedValues<RendererChoice> renderers{
+    {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
 
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
-    const std::string& name = app->get_name();
-    return name + ": " + error.what() + "\nUsage: " + name + " [OPTIONS]\n" + name +
-           " --help lists the options\n";
+    std::string line = app->get_name() + ": " + error.what() + " (--help lists the options)";
+    std::ranges::replace(line, '\n', ' ');
+    return line + '\n';
 }
 
 // The options, and where their values go.
@@ -81,19 +137,18 @@ private:
             app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
                             "Use this many virtual cameras in place of the machine's")
                 ->check(CLI::Range(1, mostVirtualCameras));
-        const std::map<std::string, CameraTransport> transports{{"kernel", CameraTransport::kernel},
-                                                                {"usb", CameraTransport::usb}};
-        app_.add_option("--transport", line_.backends.transport,
-                        "Who speaks to the cameras: kernel (its driver) or usb (this program, which takes "
-                        "the camera from the driver while it is shown)")
-            ->transform(CLI::CheckedTransformer(transports).description("{kernel,usb}"))
-            ->type_name("NAME")
-            ->excludes(virtualCameras);
+        CLI::Option* const transport =
+            app_.add_option("--transport", transport_,
+                            "Who speaks to the cameras: kernel (its driver) or usb (this program, which "
+                            "takes the camera from the driver while it is shown)")
+                ->excludes(virtualCameras);
+        transports.addTo(transport);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)
             ->type_name("WIDTHxHEIGHT");
         app_.add_option("--fps", framesPerSecond_, "Frames a second to ask the camera for")
-            ->check(CLI::Range(1.0, 1000.0));
+            ->check(decimalWithin(1, 1000))
+            ->type_name("NUMBER");
         app_.add_option("--format", format_, "Pixel format to ask the camera for")
             ->check(fourccValidator)
             ->type_name("FOURCC");
@@ -102,38 +157,43 @@ private:
     }
 
     void addWindow() {
-        const std::map<std::string, RendererChoice> renderers{
-            {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
-        app_.add_option("--renderer", line_.renderer, "What draws the preview: auto, gl or cpu")
-            ->transform(CLI::CheckedTransformer(renderers).description("{auto,gl,cpu}"))
-            ->type_name("NAME");
+        renderers.addTo(app_.add_option("--renderer", renderer_, "What draws the preview"));
         screenshot_ = app_.add_option("--screenshot", line_.screenshot,
                                       "Write a picture of the window to this PNG file once the camera's "
                                       "picture shows, then quit")
+                          ->check(fileValidator)
                           ->type_name("FILE");
     }
 
     void addErrands() {
         snapshot_ = app_.add_option("--snapshot", snapshotFile_,
                                     "Write the camera's picture to this PNG file, without a window")
+                        ->check(fileValidator)
                         ->type_name("FILE")
                         ->excludes(screenshot_);
         record_ = app_.add_option("--record", recordFile_,
-                                  "Record the camera to this MPEG-4 file, without a window, until Ctrl+C")
+                                  "Record the camera to this MPEG-4 file, without sound and without a "
+                                  "window, until Ctrl+C")
+                      ->check(fileValidator)
                       ->type_name("FILE")
                       ->excludes(screenshot_)
                       ->excludes(snapshot_);
         duration_ = app_.add_option("--duration", seconds_, "Record for this many seconds only")
                         ->type_name("SECONDS")
-                        ->check(CLI::Range(0.1, 1e6))
+                        ->check(decimalWithin(0.1, 1e6))
                         ->needs(record_);
         camera_ = app_.add_option("--camera", errand_.camera,
                                   "Snapshot or record this camera: its number, from 1, or its identifier")
+                      ->check(cameraValidator)
                       ->type_name("CAMERA");
         mirror_ = app_.add_flag("--mirror", errand_.mirror, "Snapshot or record the mirrored picture");
     }
 
     std::variant<CommandLine, CommandLineExit> result() {
+        line_.backends.transport = transports.of(transport_, line_.backends.transport);
+        line_.renderer = renderers.of(renderer_, line_.renderer);
+        for (const CLI::Option* option : app_.get_options())
+            if (option->count() > 0) line_.given.push_back(option->get_name());
         if (!size_.empty()) line_.backends.format.size = parseSize(size_);
         if (framesPerSecond_ > 0) line_.backends.format.framesPerSecond = framesPerSecond_;
         if (!format_.empty()) line_.backends.format.fourcc = format_;
@@ -154,6 +214,8 @@ private:
     CLI::App app_{"Live preview and picture controls for USB webcams.", "tavelo-control-panel"};
     CommandLine line_;
     ErrandRequest errand_;
+    std::string transport_;
+    std::string renderer_;
     std::string size_;
     double framesPerSecond_ = 0;
     std::string format_;
@@ -172,6 +234,14 @@ private:
 
 std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv) {
     return Options().parse(argc, argv);
+}
+
+std::string ignoredOptionsLine(const CommandLine& commandLine) {
+    if (commandLine.given.empty()) return {};
+    std::string names;
+    for (const std::string& name : commandLine.given)
+        names += (names.empty() ? "" : ", ") + name;
+    return "runs already, so these options change nothing: " + names + "; quit it first";
 }
 
 } // namespace tavelo

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "app/errand_request.h"
 #include "platform/backends/backends.h"
@@ -20,6 +21,8 @@ struct CommandLine {
     std::optional<std::string> screenshot;
     /// Do this instead of showing the window.
     std::optional<ErrandRequest> errand;
+    /// The names of the options that the user gave.
+    std::vector<std::string> given;
 };
 
 /// The program ends here: what to print on which stream, and the exit status.
@@ -32,5 +35,9 @@ struct CommandLineExit {
 /// Reads the arguments without touching a display.  Help and version end with status 0, a wrong option or
 /// value with 2.
 std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv);
+
+/// What to tell the user if a panel runs already, which obeys no options of a later start.  Empty if none
+/// was given.
+std::string ignoredOptionsLine(const CommandLine& commandLine);
 
 } // namespace tavelo

@@ -22,6 +22,7 @@
 #include "app/qt_messages.h"
 #include "app/quit_signals.h"
 #include "app/resources/resource_bundle.h"
+#include "app/screen_fit.h"
 #include "app/screenshot.h"
 #include "app/single_instance.h"
 #include "app/stderr_diagnostics.h"
@@ -33,8 +34,6 @@
 
 namespace tavelo {
 namespace {
-
-constexpr QSize windowSize(1111, 660);
 
 // Qt would end the program with a core dump and a page of text.
 bool haveDisplay() {
@@ -53,10 +52,15 @@ BackendOptions backendOptions(const CommandLine& commandLine) {
     return options;
 }
 
-// Another process is the panel: its window comes to the front, and this one ends.
-int showFirstPanel(SingleInstance& instance) {
+// Another process is the panel: its window comes to the front, and this one ends.  What only a new panel
+// could obey is named to the user.
+int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
-    if (reason.isEmpty()) return 0;
+    if (reason.isEmpty()) {
+        const std::string line = ignoredOptionsLine(commandLine);
+        if (!line.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+        return 0;
+    }
     std::fprintf(stderr, "tavelo-control-panel: runs already and does not answer: %s\n", qPrintable(reason));
     return 1;
 }
@@ -72,13 +76,14 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
     KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
 
-    KTWindow window(QRect(QPoint(), windowSize), WindowStyle::borderless, true, true);
+    KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
     ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
                           windowController, commandLine.renderer});
     panel.viewDidLoad();
     panel.putInto(window);
+    const ScreenFit screenFit(window, *panel.view());
     windowController.windowDidLoad();
     if (KTDisplayView* display = panel.displayView())
         display->mtkView()->setAssetWriteManager(
@@ -115,7 +120,7 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
     if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
 
     SingleInstance instance;
-    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance);
+    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance, commandLine);
     // A closed window comes back by starting the program again; without a bus nobody would tell it to.
     application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
     return runPanel(commandLine, application, &instance);

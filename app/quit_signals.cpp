@@ -35,6 +35,11 @@ QuitSignals::QuitSignals() : pipe_(openPipe()), notifier_(pipe_[0], QSocketNotif
     connect(&notifier_, &QSocketNotifier::activated, this, &QuitSignals::drain);
     std::signal(SIGTERM, wakeEventLoop);
     std::signal(SIGINT, wakeEventLoop);
+    // Started by nohup, it shall outlive its terminal.
+    hangsUp_ = std::signal(SIGHUP, wakeEventLoop) != SIG_IGN;
+    if (!hangsUp_) std::signal(SIGHUP, SIG_IGN);
+    // With the terminal goes the standard error stream; what finishes a movie still has things to say.
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void QuitSignals::drain() {
@@ -48,6 +53,7 @@ QuitSignals::~QuitSignals() {
     if (pipe_[0] < 0) return;
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
+    if (hangsUp_) std::signal(SIGHUP, SIG_DFL);
     notifier_.setEnabled(false);
     ::close(pipe_[0]);
     ::close(pipe_[1]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SIGTERM and SIGINT as an orderly end of the program.
+// SIGTERM, SIGINT and SIGHUP as an orderly end of the program.
 #pragma once
 
 #include <QObject>
@@ -8,7 +8,8 @@
 
 namespace tavelo {
 
-/// While it lives, both signals are told instead of killing the program.  One a process, on the main thread.
+/// While it lives, these signals are told instead of killing the program.  SIGHUP stays ignored if it was so
+/// before, and SIGPIPE is ignored from now on.  One a process, on the main thread.
 class QuitSignals final : public QObject {
     Q_OBJECT
 
@@ -23,6 +24,7 @@ private:
     void drain();
 
     std::array<int, 2> pipe_{-1, -1};
+    bool hangsUp_ = false; // SIGHUP is ours
     QSocketNotifier notifier_;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "panel/panel_layout.h"
 
+#include <algorithm>
+
 namespace tavelo {
 namespace {
 
@@ -75,6 +77,11 @@ void layoutPreviewColumn(PanelLayout& layout, const QSizeF& logo) {
 }
 
 } // namespace
+
+double scaleToFit(const QSizeF& available) {
+    if (available.isEmpty()) return 1; // no screen
+    return std::min({1.0, available.width() / panelSize.width(), available.height() / panelSize.height()});
+}
 
 PanelLayout layoutPanel(const PanelMeasures& measures) {
     PanelLayout layout;

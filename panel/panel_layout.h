@@ -23,7 +23,7 @@ enum class PanelRow : std::size_t {
 inline constexpr std::size_t panelRowCount = 8;
 inline constexpr std::size_t profileCount = 4;
 
-/// What the layout cannot know: the view's size and how large texts and artwork come out, in points.
+/// What the layout cannot know: the view's size and how large texts and artwork come out, in units.
 struct PanelMeasures {
     QSizeF view;
     QSizeF title;
@@ -31,7 +31,7 @@ struct PanelMeasures {
     QSizeF logo;
 };
 
-/// Frames in points, the origin at the lower left of the view, y upward: `y()` is an element's lower edge.
+/// Frames in units, the origin at the lower left of the view, y upward: `y()` is an element's lower edge.
 struct PanelLayout {
     struct Row {
         QRectF slider;
@@ -64,6 +64,12 @@ struct PanelLayout {
     QRectF minButton;
     QRectF closeButton;
 };
+
+/// The panel's own size, for which its frames are made, in units.
+inline constexpr QSizeF panelSize(1111, 660);
+
+/// Points a unit, so that the whole panel fits into that many points: 1, or less on a small screen.
+double scaleToFit(const QSizeF& available);
 
 /// Reentrant.
 PanelLayout layoutPanel(const PanelMeasures& measures);

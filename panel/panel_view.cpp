@@ -30,7 +30,7 @@ constexpr QColor settingGrey(49, 49, 49);
 constexpr qreal viewRadius = 16;
 constexpr qreal settingRadius = 10;
 
-// Sizes in points; a point is a pixel at a scale factor of 1.
+// Sizes in units; a unit is a pixel at a scale factor of 1 on a screen that is large enough.
 QFont arial(int size) {
     QFont font(QStringLiteral("Arial"));
     font.setPixelSize(size);
@@ -93,10 +93,9 @@ KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName) {
     return button;
 }
 
-// Widgets have integer geometry, the layout has halves: half a point goes up, towards the texts of the row,
-// which stand a little high.
-QRect widgetFrame(const QRectF& frame, qreal viewHeight) {
-    return flipped(frame.toRect(), viewHeight).toRect();
+// The layout has halves: half a unit goes up, towards the texts of the row, which stand a little high.
+QRectF wholeFrame(const QRectF& frame, qreal viewHeight) {
+    return flipped(frame.toRect(), viewHeight);
 }
 
 } // namespace
@@ -116,14 +115,17 @@ PanelView::~PanelView() = default;
 void PanelView::createMirrorRow() {
     mirrorTitleText_ = makeTitle(this);
     mirrorSwitch_ = new KTSwitch(this);
+    mirrorTitleText_->setBuddy(mirrorSwitch_);
     hz50Text_ = makeTitle(this);
     hz50Text_->setText(QStringLiteral("50 Hz"));
     hz50Button_ = new KTCheckButton(this);
+    hz50Text_->setBuddy(hz50Button_);
     hz50Button_->setCheck(true);
     hz50Button_->setAccessibleName(hz50Text_->text());
     hz60Text_ = makeTitle(this);
     hz60Text_->setText(QStringLiteral("60 Hz"));
     hz60Button_ = new KTCheckButton(this);
+    hz60Text_->setBuddy(hz60Button_);
     hz60Button_->setAccessibleName(hz60Text_->text());
 }
 
@@ -208,7 +210,7 @@ void PanelView::orderTabs() {
 
 PanelMeasures PanelView::measures() const {
     constexpr double unlimited = std::numeric_limits<double>::max();
-    return {.view = size(),
+    return {.view = sizeInUnits(),
             .title = sizeWithFont(appTitleText_->text(), appTitleText_->font(), unlimited),
             .mirrorTitle = sizeWithFont(mirrorTitleText_->text(), mirrorTitleText_->font(), unlimited),
             .logo = logoImageView_->image().size()};
@@ -216,11 +218,12 @@ PanelMeasures PanelView::measures() const {
 
 void PanelView::viewDidLayout() {
     const PanelLayout layout = layoutPanel(measures());
-    const auto place = [height = this->height()](QWidget* widget, const QRectF& frame) {
-        if (widget != nullptr) widget->setGeometry(widgetFrame(frame, height));
+    const qreal height = sizeInUnits().height();
+    const auto place = [height, this](PanelElement* element, const QRectF& frame) {
+        element->place(wholeFrame(frame, height), scale_);
     };
-    settingBackgroundView_ = flipped(layout.settingBackgroundView, height());
-    settingBackgroundViewLeftTop_ = flipped(layout.settingBackgroundViewLeftTop, height());
+    settingBackgroundView_ = flipped(layout.settingBackgroundView, height);
+    settingBackgroundViewLeftTop_ = flipped(layout.settingBackgroundViewLeftTop, height);
     place(mirrorTitleText_, layout.mirrorTitleText);
     place(mirrorSwitch_, layout.mirrorSwitch);
     place(hz50Text_, layout.hz50Text);
@@ -240,10 +243,18 @@ void PanelView::viewDidLayout() {
         place(profileButtons_[i], layout.profileButtons[i]);
     place(saveProfileButton_, layout.saveProfileButton);
     place(restoreProfileButton_, layout.restoreProfileButton);
-    place(displayView_, layout.display);
+    if (displayView_ != nullptr)
+        displayView_->setGeometry(scaledFrame(wholeFrame(layout.display, height), scale_));
     place(logoImageView_, layout.logo);
     place(minButton_, layout.minButton);
     place(closeButton_, layout.closeButton);
+}
+
+void PanelView::setScale(double scale) {
+    if (scale == scale_) return;
+    scale_ = scale;
+    viewDidLayout();
+    update();
 }
 
 void PanelView::resizeEvent(QResizeEvent* /*event*/) {
@@ -255,8 +266,9 @@ void PanelView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
+    painter.scale(scale_, scale_);
     painter.setBrush(backgroundGrey);
-    painter.drawRoundedRect(rect(), viewRadius, viewRadius);
+    painter.drawRoundedRect(QRectF(QPointF(), sizeInUnits()), viewRadius, viewRadius);
     painter.setBrush(settingGrey);
     painter.drawRoundedRect(drawing::snapped(painter, settingBackgroundView_), settingRadius, settingRadius);
     // The corner below the camera tabs is square.

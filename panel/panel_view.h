@@ -38,6 +38,10 @@ public:
     PanelView(const Bundle& bundle, std::unique_ptr<KTDisplayView> displayView);
     ~PanelView() override;
 
+    /// Points a unit: 1, or less if the panel is scaled down as a whole.
+    double scale() const { return scale_; }
+    void setScale(double scale);
+
     /// Shows every text in the bundle's language, as when it was made.
     void retranslate(const Bundle& bundle);
 
@@ -107,6 +111,7 @@ private:
     void createProfileButtons();
     void createPreview(std::unique_ptr<KTDisplayView> displayView);
     void orderTabs();
+    QSizeF sizeInUnits() const { return QSizeF(size()) / scale_; }
     PanelMeasures measures() const;
     void viewDidLayout();
 
@@ -132,6 +137,7 @@ private:
     KTProfileButton* minButton_ = nullptr;
     KTProfileButton* closeButton_ = nullptr;
 
+    double scale_ = 1;
     QRectF settingBackgroundView_;
     QRectF settingBackgroundViewLeftTop_;
 };

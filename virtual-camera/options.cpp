@@ -27,7 +27,7 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
                  "give each device a second video function, as cameras N+1 to 2N");
     std::string format;
     app.add_option("--format", format, "offer only this format: YUYV or MJPG")
-        ->check(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
+        ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
         ->type_name("FOURCC");
     app.add_option("--log", options.log, "append a line for each class request to this file")
         ->type_name("FILE");

@@ -2,6 +2,7 @@
 #include "widgets/accessibility.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <QAccessibleWidget>
 #include <QGuiApplication>
@@ -13,6 +14,19 @@
 
 namespace tavelo {
 namespace {
+
+using Relation = std::pair<QAccessibleInterface*, QAccessible::Relation>;
+
+// The labels that name a control stand beside it.
+QList<Relation> labelsOf(const QAbstractButton* button) {
+    QList<Relation> labels;
+    if (button->parentWidget() == nullptr) return labels;
+    for (KTText* label : button->parentWidget()->findChildren<KTText*>(Qt::FindDirectChildrenOnly)) {
+        if (label->buddy() == button)
+            labels.append({QAccessible::queryAccessibleInterface(label), QAccessible::Label});
+    }
+    return labels;
+}
 
 class AccessibleButton : public QAccessibleWidget {
 public:
@@ -31,6 +45,12 @@ public:
         state.checked = button_->hasOnState() && button_->isOnState();
         state.pressed = button_->isDown();
         return state;
+    }
+
+    QList<Relation> relations(QAccessible::Relation match) const override {
+        QList<Relation> all = QAccessibleWidget::relations(match);
+        if ((match & QAccessible::Label) != 0) all += labelsOf(button_);
+        return all;
     }
 
     QStringList actionNames() const override {
@@ -115,6 +135,13 @@ public:
         QAccessible::State state = QAccessibleWidget::state();
         state.disabled = state.disabled || !label_->enable();
         return state;
+    }
+
+    QList<Relation> relations(QAccessible::Relation match) const override {
+        QList<Relation> all = QAccessibleWidget::relations(match);
+        if ((match & QAccessible::Labelled) != 0 && label_->buddy() != nullptr)
+            all.append({QAccessible::queryAccessibleInterface(label_->buddy()), QAccessible::Labelled});
+        return all;
     }
 
 private:

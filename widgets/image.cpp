@@ -40,7 +40,7 @@ void Image::draw(QPainter& painter, const QRectF& rect, double opacity) const {
 }
 
 void Image::drawDimmed(QPainter& painter, const QRectF& rect, double opacity) const {
-    const double ratio = painter.device()->devicePixelRatio();
+    const double ratio = painter.deviceTransform().m11(); // device pixels a unit
     QImage whole((rect.size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
     whole.setDevicePixelRatio(ratio);
     whole.fill(Qt::transparent);

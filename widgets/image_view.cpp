@@ -9,7 +9,10 @@
 
 namespace tavelo {
 
-ImageView::ImageView(Image image, QWidget* parent) : QWidget(parent), image_(std::move(image)) {
+ImageView::ImageView(Image image, QWidget* parent)
+    : QWidget(parent),
+      PanelElement(*static_cast<QWidget*>(this)),
+      image_(std::move(image)) {
     installWidgetAccessibility();
     // The window is moved by dragging its background, artwork included.
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -21,7 +24,8 @@ void ImageView::drawRect(QPainter& painter, const QRectF& rect) {
 
 void ImageView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 } // namespace tavelo

@@ -5,11 +5,12 @@
 #include <QWidget>
 
 #include "widgets/image.h"
+#include "widgets/panel_element.h"
 
 namespace tavelo {
 
 /// Shows an image stretched to its bounds.  Thread-bound to the main thread.
-class ImageView : public QWidget {
+class ImageView : public QWidget, public PanelElement {
     Q_OBJECT
 
 public:

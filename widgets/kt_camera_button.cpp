@@ -41,7 +41,7 @@ void KTCameraButton::drawRect(QPainter& painter, const QRectF& rect) {
 }
 
 QPainterPath KTCameraButton::focusPath(double distance) const {
-    const QRectF around = QRectF(rect()).adjusted(-distance, -distance, distance, distance);
+    const QRectF around = bounds().adjusted(-distance, -distance, distance, distance);
     QPainterPath corner;
     corner.addRoundedRect(lowerLeftQuarter(around), distance, distance);
     return drawing::roundedRect(around, cornerRadius + distance).united(corner);

@@ -24,14 +24,16 @@ void KTCheckButton::drawRect(QPainter& painter, const QRectF& rect) {
 
 QPainterPath KTCheckButton::focusPath(double distance) const {
     QPainterPath path;
-    path.addEllipse(QRectF(0, 0, height(), height()).adjusted(-distance, -distance, distance, distance));
+    path.addEllipse(QRectF(0, 0, bounds().height(), bounds().height())
+                        .adjusted(-distance, -distance, distance, distance));
     return path;
 }
 
 void KTCheckButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     if (!isEnabled()) painter.setOpacity(drawing::disabledOpacity);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 } // namespace tavelo

@@ -24,12 +24,13 @@ constexpr double wheelShare = 0.02; // of the range, one notch of the wheel
 
 } // namespace
 
-KTSlider::KTSlider(QWidget* parent) : QWidget(parent) {
+KTSlider::KTSlider(QWidget* parent) : QWidget(parent), PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
     setFocusPolicy(Qt::StrongFocus); // without the wheel: scrolling past must not change the picture
     new FocusRing(this, [this](double distance) {
-        const QRectF around = QRectF(rect()).adjusted(-distance, -distance, distance, distance);
-        return drawing::roundedRect(around, around.height() / 2);
+        const double outside = distance / scale();
+        const QRectF around = bounds().adjusted(-outside, -outside, outside, outside);
+        return toWidget().map(drawing::roundedRect(around, around.height() / 2));
     });
 }
 
@@ -88,9 +89,14 @@ double KTSlider::knobPosition(double width, double height) const {
 }
 
 double KTSlider::valueAt(double knobPosition) const {
-    const double way = width() - height();
+    const double way = bounds().width() - bounds().height();
     return way > 0 ? minValue_ + (maxValue_ - minValue_) * std::clamp(knobPosition / way, 0.0, 1.0)
                    : minValue_;
+}
+
+// In units from the slider's left end.
+double KTSlider::pointerAt(const QMouseEvent& event) const {
+    return toWidget().inverted().map(event.position()).x();
 }
 
 void KTSlider::drawRect(QPainter& painter, const QRectF& rect) {
@@ -102,7 +108,8 @@ void KTSlider::drawRect(QPainter& painter, const QRectF& rect) {
 void KTSlider::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     if (!isEnabled()) painter.setOpacity(drawing::disabledOpacity);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 void KTSlider::mousePressEvent(QMouseEvent* event) {
@@ -110,9 +117,9 @@ void KTSlider::mousePressEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
-    const double diameter = height();
-    const double pointer = event->position().x();
-    const double knob = knobPosition(width(), diameter);
+    const double diameter = bounds().height();
+    const double pointer = pointerAt(*event);
+    const double knob = knobPosition(bounds().width(), diameter);
     const bool onKnob = pointer >= knob && pointer < knob + diameter;
     grip_ = onKnob ? pointer - knob : diameter / 2;
     choose(onKnob ? value_ : valueAt(pointer - *grip_));
@@ -123,7 +130,7 @@ void KTSlider::mouseMoveEvent(QMouseEvent* event) {
         event->ignore();
         return;
     }
-    choose(valueAt(event->position().x() - *grip_));
+    choose(valueAt(pointerAt(*event) - *grip_));
 }
 
 void KTSlider::mouseReleaseEvent(QMouseEvent* event) {

@@ -7,6 +7,8 @@
 #include <QRectF>
 #include <QWidget>
 
+#include "widgets/panel_element.h"
+
 class QPainter;
 
 namespace tavelo {
@@ -16,7 +18,7 @@ namespace tavelo {
 /// The value is a real number within [minValue, maxValue], 0 within [0, 1] at first; keys, wheel and screen
 /// readers step by whole numbers.  Setting a value by program sends no action().  Thread-bound to the main
 /// thread.
-class KTSlider : public QWidget {
+class KTSlider : public QWidget, public PanelElement {
     Q_OBJECT
 
 public:
@@ -43,7 +45,7 @@ public:
     const std::optional<QRectF>& trackingArea() const { return trackingArea_; }
     void setTrackingArea(const std::optional<QRectF>& area) { trackingArea_ = area; }
 
-    /// Draws the slider into `rect`, in points.
+    /// Draws the slider into `rect`, in units.
     void drawRect(QPainter& painter, const QRectF& rect);
 
     /// Takes a value as if the user had chosen it: sends action().
@@ -74,6 +76,7 @@ private:
     void store(double value);
     double knobPosition(double width, double height) const;
     double valueAt(double knobPosition) const;
+    double pointerAt(const QMouseEvent& event) const;
     double wholeStep(double shareOfRange) const;
 
     double minValue_ = 0;

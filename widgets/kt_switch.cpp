@@ -22,14 +22,15 @@ void KTSwitch::drawRect(QPainter& painter, const QRectF& rect) {
 }
 
 QPainterPath KTSwitch::focusPath(double distance) const {
-    const QRectF around = QRectF(rect()).adjusted(-distance, -distance, distance, distance);
+    const QRectF around = bounds().adjusted(-distance, -distance, distance, distance);
     return drawing::roundedRect(around, around.height() / 2);
 }
 
 void KTSwitch::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     if (!isEnabled()) painter.setOpacity(drawing::disabledOpacity);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 } // namespace tavelo

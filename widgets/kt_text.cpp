@@ -2,9 +2,11 @@
 #include "widgets/kt_text.h"
 
 #include <limits>
+#include <utility>
 
 #include <QAccessible>
 #include <QFontDatabase>
+#include <QMouseEvent>
 #include <QPainter>
 
 #include "app/text/measure/size_with_font.h"
@@ -13,7 +15,7 @@
 
 namespace tavelo {
 
-KTText::KTText(QWidget* parent) : QWidget(parent) {
+KTText::KTText(QWidget* parent) : QWidget(parent), PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
     // A label takes part in dragging the window by its background.
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -42,6 +44,29 @@ void KTText::setEnable(bool enable) {
     update();
 }
 
+void KTText::setBuddy(QAbstractButton* button) {
+    buddy_ = button;
+    setAttribute(Qt::WA_TransparentForMouseEvents, button == nullptr);
+}
+
+void KTText::mousePressEvent(QMouseEvent* event) {
+    pressed_ = event->button() == Qt::LeftButton && buddy_ != nullptr && buddy_->isEnabled();
+    if (!pressed_) {
+        event->ignore();
+        return;
+    }
+    buddy_->setFocus(Qt::MouseFocusReason);
+}
+
+// As for buttons: one can think better of it, and release elsewhere.
+void KTText::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) {
+        event->ignore();
+        return;
+    }
+    if (rect().contains(event->position().toPoint()) && buddy_ != nullptr) buddy_->click();
+}
+
 void KTText::drawRect(QPainter& painter, const QRectF& rect) {
     if (borderColor_) {
         const QRectF pill = drawing::snapped(painter, rect);
@@ -58,7 +83,8 @@ QSize KTText::sizeHint() const {
 
 void KTText::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 } // namespace tavelo

@@ -4,11 +4,14 @@
 
 #include <optional>
 
+#include <QAbstractButton>
 #include <QColor>
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 
 #include "widgets/palette.h"
+#include "widgets/panel_element.h"
 #include "widgets/text_shadow.h"
 
 class QPainter;
@@ -19,7 +22,7 @@ namespace tavelo {
 ///
 /// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent
 /// of QWidget's enabled state.  Thread-bound to the main thread.
-class KTText : public QWidget {
+class KTText : public QWidget, public PanelElement {
     Q_OBJECT
 
 public:
@@ -49,6 +52,11 @@ public:
     bool enable() const { return enable_; }
     void setEnable(bool enable);
 
+    /// The button that the label names: a click on the label is a click on the button, and does nothing while
+    /// the button is disabled.  Null at first; a label without one lets the pointer through.
+    QAbstractButton* buddy() const { return buddy_; }
+    void setBuddy(QAbstractButton* button);
+
     /// Draws the label into `rect`.
     void drawRect(QPainter& painter, const QRectF& rect);
 
@@ -56,6 +64,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     QString text_;
@@ -65,6 +75,8 @@ private:
     std::optional<QColor> backgroundColor_;
     std::optional<TextShadow> textShadow_;
     bool enable_ = true;
+    QPointer<QAbstractButton> buddy_;
+    bool pressed_ = false; // the left button went down here
 };
 
 } // namespace tavelo

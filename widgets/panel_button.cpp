@@ -10,15 +10,17 @@
 
 namespace tavelo {
 
-PanelButton::PanelButton(QWidget* parent) : QAbstractButton(parent) {
+PanelButton::PanelButton(QWidget* parent)
+    : QAbstractButton(parent),
+      PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
     setFocusPolicy(Qt::StrongFocus);
-    new FocusRing(this, [this](double distance) { return focusPath(distance); });
+    new FocusRing(this, [this](double distance) { return toWidget().map(focusPath(distance / scale())); });
 }
 
 QPainterPath PanelButton::focusPath(double distance) const {
     constexpr double cornerRadius = 6;
-    return drawing::roundedRect(QRectF(rect()).adjusted(-distance, -distance, distance, distance),
+    return drawing::roundedRect(bounds().adjusted(-distance, -distance, distance, distance),
                                 cornerRadius + distance);
 }
 
@@ -33,7 +35,8 @@ void PanelButton::stateChanged() {
 
 void PanelButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    drawRect(painter, rect());
+    drawInUnits(painter);
+    drawRect(painter, bounds());
 }
 
 void PanelButton::keyPressEvent(QKeyEvent* event) {

@@ -6,6 +6,8 @@
 #include <QAccessible>
 #include <QPainterPath>
 
+#include "widgets/panel_element.h"
+
 class QPainter;
 
 namespace tavelo {
@@ -13,11 +15,11 @@ namespace tavelo {
 /// A button that draws itself whole.  Its title is text(); clicked() tells of a press with the mouse, the
 /// space bar, Enter or a screen reader.  A click changes no state of its own: the owner sets it. Thread-bound
 /// to the main thread.
-class PanelButton : public QAbstractButton {
+class PanelButton : public QAbstractButton, public PanelElement {
     Q_OBJECT
 
 public:
-    /// Draws the button into `rect`, in points with y downward.
+    /// Draws the button into `rect`, in units with y downward.
     virtual void drawRect(QPainter& painter, const QRectF& rect) = 0;
 
     /// What a screen reader calls it.
@@ -29,7 +31,7 @@ public:
 protected:
     explicit PanelButton(QWidget* parent);
 
-    /// The outline that the focus ring follows, `distance` points outside of the button's shape.
+    /// The outline that the focus ring follows, `distance` units outside of the button's shape.
     virtual QPainterPath focusPath(double distance) const;
 
     /// Redraws, and tells screen readers that the state may be another.

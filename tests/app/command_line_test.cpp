@@ -3,12 +3,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <string>
 #include <vector>
 
 namespace tavelo {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::UnorderedElementsAre;
 
 std::variant<CommandLine, CommandLineExit> parse(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "tavelo-control-panel");
@@ -73,6 +77,22 @@ TEST(CommandLine, ReadsTheTransport) {
     EXPECT_EQ(std::get<CommandLine>(kernel).backends.transport, CameraTransport::kernel);
 }
 
+TEST(CommandLine, NamesWhatTheUserGave) {
+    EXPECT_EQ(std::get<CommandLine>(parse({})).given, std::vector<std::string>());
+    EXPECT_EQ(ignoredOptionsLine(std::get<CommandLine>(parse({}))), "");
+    const auto line = std::get<CommandLine>(parse({"--size=640x480", "--verbose", "--renderer", "gl"}));
+    EXPECT_THAT(line.given, UnorderedElementsAre("--size", "--verbose", "--renderer"));
+    EXPECT_THAT(ignoredOptionsLine(line), HasSubstr("--size"));
+}
+
+TEST(CommandLine, KnowsEachPixelFormatInEitherCase) {
+    for (const char* format : {"YUYV", "UYVY", "NV12", "I420", "GREY", "MJPG", "mjpg"}) {
+        const auto parsed = parse({"--format", format});
+        ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed)) << format;
+        EXPECT_EQ(std::get<CommandLine>(parsed).backends.format.fourcc, format);
+    }
+}
+
 TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
     const auto parsed = parse({"--help"});
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
@@ -84,14 +104,17 @@ TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
 
 class WrongArguments : public testing::TestWithParam<std::vector<const char*>> {};
 
-TEST_P(WrongArguments, AreToldOnTheStandardErrorStreamWithUsageAndStatus2) {
+TEST_P(WrongArguments, AreToldInOneLineOnTheStandardErrorStreamAndEndWithStatus2) {
     const auto parsed = parse(GetParam());
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
     const auto& exit = std::get<CommandLineExit>(parsed);
     EXPECT_EQ(exit.status, 2);
     EXPECT_EQ(exit.output, "");
-    EXPECT_THAT(exit.error, HasSubstr(GetParam().front()));
+    const std::string first = GetParam().front();
+    EXPECT_THAT(exit.error, HasSubstr(first.substr(0, first.find('='))));
     EXPECT_THAT(exit.error, HasSubstr("--help"));
+    EXPECT_EQ(std::ranges::count(exit.error, '\n'), 1);
+    EXPECT_THAT(exit.error, EndsWith("\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -106,8 +129,27 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--size", "640"}, std::vector<const char*>{"--size", "0x480"},
         std::vector<const char*>{"--size", "640x480x3"}, std::vector<const char*>{"--size", "-640x480"},
         std::vector<const char*>{"--fps", "0"}, std::vector<const char*>{"--fps", "fast"},
-        std::vector<const char*>{"--format", "JPEG!"}, std::vector<const char*>{"--camera", "1"},
-        std::vector<const char*>{"--mirror"}, std::vector<const char*>{"--duration", "3"},
+        std::vector<const char*>{"--fps", "nan"}, std::vector<const char*>{"--fps", "inf"},
+        std::vector<const char*>{"--fps", "30x"}, std::vector<const char*>{"--fps", ""},
+        std::vector<const char*>{"--format", "JPEG!"}, std::vector<const char*>{"--format", "ABCD"},
+        std::vector<const char*>{"--format", "H264"}, std::vector<const char*>{"--format", ""},
+        std::vector<const char*>{"--size", "640x480\n"}, std::vector<const char*>{"--size", ""},
+        std::vector<const char*>{"--renderer", "1"}, std::vector<const char*>{"--renderer", ""},
+        std::vector<const char*>{"--transport", "0"}, std::vector<const char*>{"--transport", ""},
+        std::vector<const char*>{"--virtual-cameras", "nan"},
+        std::vector<const char*>{"--virtual-cameras", "1.5"},
+        std::vector<const char*>{"--size", "1x1", "--size", "2x2"},
+        std::vector<const char*>{"--verbose=perhaps"}, std::vector<const char*>{"--screenshot", ""},
+        std::vector<const char*>{"--snapshot", ""}, std::vector<const char*>{"--record", ""},
+        std::vector<const char*>{"--camera", "0", "--snapshot", "a.png"},
+        std::vector<const char*>{"--camera", "", "--snapshot", "a.png"},
+        std::vector<const char*>{"--duration", "nan", "--record", "a.mp4"},
+        std::vector<const char*>{"--duration", "inf", "--record", "a.mp4"},
+        std::vector<const char*>{"--duration", "1e7", "--record", "a.mp4"},
+        std::vector<const char*>{"--duration", "0", "--record", "a.mp4"},
+        std::vector<const char*>{"--duration", "ten", "--record", "a.mp4"},
+        std::vector<const char*>{"--camera", "1"}, std::vector<const char*>{"--mirror"},
+        std::vector<const char*>{"--duration", "3"},
         std::vector<const char*>{"--duration", "3", "--snapshot", "a.png"},
         std::vector<const char*>{"--duration", "-1", "--record", "a.mp4"},
         std::vector<const char*>{"--snapshot", "a.png", "--record", "a.mp4"},

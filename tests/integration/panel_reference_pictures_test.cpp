@@ -119,6 +119,14 @@ TEST_F(PanelPicture, CameraBound) {
     expectPicture("camera");
 }
 
+TEST_F(PanelPicture, ScaledDownToASmallScreen) {
+    start(1);
+    view().setScale(scaleToFit({1024, 600}));
+    window_.resize(1010, 600);
+    holdStill(1);
+    expectPicture("small-screen");
+}
+
 TEST_F(PanelPicture, ProfileSelectedAndControlsMoved) {
     start(1);
     push(view().profile2Button());

@@ -117,5 +117,29 @@ TEST_F(PanelShell, MenuOpensOverEveryPartOfTheWindow) {
     EXPECT_EQ(panel().profileIndex(), -1) << "a right press operates nothing";
 }
 
+TEST_F(PanelShell, TheWordsBesideSwitchAndButtonsAnswerToAClick) {
+    start(1);
+    const auto clickOn = [this](const QWidget* part) {
+        QTest::mouseClick(window_.windowHandle(), Qt::LeftButton, {},
+                          part->mapTo(&window_, part->rect().center()));
+    };
+    clickOn(view().hz60Text());
+    EXPECT_TRUE(view().hz60Button()->check());
+    EXPECT_EQ(manager_.powerLine()->val(), 2);
+    clickOn(view().hz50Text());
+    EXPECT_TRUE(view().hz50Button()->check());
+    EXPECT_EQ(manager_.powerLine()->val(), 1);
+    clickOn(view().mirrorTitleText());
+    EXPECT_TRUE(view().mirrorSwitch()->on());
+    EXPECT_TRUE(panel().displayView()->mtkView()->shouldFlipHorizontal());
+
+    backend_.bus->unplug(1);
+    ASSERT_TRUE(waitFor([this] { return !view().mirrorSwitch()->isEnabled(); }));
+    clickOn(view().mirrorTitleText());
+    clickOn(view().hz60Text());
+    EXPECT_TRUE(view().mirrorSwitch()->on()) << "disabled with its switch";
+    EXPECT_TRUE(view().hz50Button()->check());
+}
+
 } // namespace
 } // namespace tavelo

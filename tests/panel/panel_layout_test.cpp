@@ -104,5 +104,18 @@ TEST(PanelLayout, FlipsFramesToTheUpperLeftOrigin) {
     EXPECT_TRUE(frameIs(flipped(QRectF(60, 478, 360, 16), 660), 60, 166, 360, 16));
 }
 
+TEST(PanelScale, IsOneWhereThePanelFits) {
+    EXPECT_EQ(scaleToFit({1111, 660}), 1);
+    EXPECT_EQ(scaleToFit({3840, 2160}), 1);
+    EXPECT_EQ(scaleToFit({}), 1) << "no screen";
+}
+
+TEST(PanelScale, IsTheLargestThatFitsBothWays) {
+    EXPECT_DOUBLE_EQ(scaleToFit({1024, 600}), 600.0 / 660);
+    EXPECT_DOUBLE_EQ(scaleToFit({960, 540}), 540.0 / 660);
+    EXPECT_DOUBLE_EQ(scaleToFit({933, 600}), 933.0 / 1111);
+    EXPECT_DOUBLE_EQ(scaleToFit({1111, 330}), 0.5);
+}
+
 } // namespace
 } // namespace tavelo

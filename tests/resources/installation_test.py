@@ -49,7 +49,10 @@ class Installation(unittest.TestCase):
         picture = home / "panel.png"
         environment = dict(os.environ, HOME=str(home), XDG_CONFIG_HOME=str(home), XDG_RUNTIME_DIR=str(home))
         environment.pop("DBUS_SESSION_BUS_ADDRESS", None)  # a panel that the user has open would answer
-        environment.update(QT_QPA_PLATFORM="offscreen", QT_SCALE_FACTOR="1")
+        # The panel is as large as it wants to be only on a screen that is large enough.
+        screen = home / "screen.json"
+        screen.write_text('{"screens": [{"name": "desk", "x": 0, "y": 0, "width": 1920, "height": 1080}]}', encoding="utf-8")
+        environment.update(QT_QPA_PLATFORM=f"offscreen:configfile={screen}", QT_SCALE_FACTOR="1")
         program = self.prefix / "bin" / self.entry["Exec"]
         subprocess.run(
             [program, "--virtual-cameras", "1", "--renderer", "cpu", "--screenshot", picture], check=True, env=environment, cwd=home, timeout=90

@@ -45,6 +45,11 @@ TEST(VirtualCameraOptions, TakesEveryOption) {
     EXPECT_NE(models[0].unitID, models[1].unitID);
 }
 
+TEST(VirtualCameraOptions, AFormatsCaseDoesNotMatter) {
+    EXPECT_EQ(parsed({"--format", "yuyv"}).encoding, StreamEncoding::yuyv);
+    EXPECT_EQ(parsed({"--format", "MJPG"}).encoding, StreamEncoding::mjpeg);
+}
+
 TEST(VirtualCameraOptions, HelpIsNoError) {
     const Message message = std::get<Message>(parse({"--help"}));
     EXPECT_EQ(message.exitStatus, 0);

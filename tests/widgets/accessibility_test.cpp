@@ -160,5 +160,21 @@ TEST(Accessibility, ReadsAndMovesASlider) {
     EXPECT_EQ(actions.count(), 2);
 }
 
+TEST(Accessibility, ALabelNamesItsButton) {
+    QWidget panel;
+    KTText label(&panel);
+    KTCheckButton button(&panel);
+    const KTText other(&panel);
+    label.setBuddy(&button);
+    const auto labelled = spoken(label).relations(QAccessible::Labelled);
+    ASSERT_EQ(labelled.size(), 1);
+    EXPECT_EQ(labelled.front().first, &spoken(button));
+    const auto labels = spoken(button).relations(QAccessible::Label);
+    ASSERT_EQ(labels.size(), 1);
+    EXPECT_EQ(labels.front().first, &spoken(label));
+    EXPECT_TRUE(spoken(label).relations(QAccessible::Controlled).isEmpty());
+    EXPECT_EQ(spoken(label).role(), QAccessible::StaticText) << "no button of its own";
+}
+
 } // namespace
 } // namespace tavelo

@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QSignalSpy>
+#include <QTest>
+
 #include "app/text/measure/size_with_font.h"
+#include "widgets/kt_check_button.h"
 
 #include "picture.h"
 
@@ -122,6 +126,46 @@ TEST_F(Label, DrawsNoTextWhereItHasNone) {
 TEST_F(Label, AsksForTheRoomOfItsText) {
     label_.setText(QStringLiteral("Sharpness"));
     EXPECT_EQ(label_.sizeHint(), sizeWithFont(label_.text(), label_.font(), 1000).toSize());
+}
+
+class LabelWithBuddy : public testing::Test {
+protected:
+    LabelWithBuddy() {
+        label_.setGeometry(0, 0, 60, 20);
+        button_.setGeometry(70, 0, 20, 20);
+        label_.setBuddy(&button_);
+        window_.show();
+    }
+
+    QWidget window_;
+    KTText label_{&window_};
+    KTCheckButton button_{&window_};
+    QSignalSpy clicked_{&button_, &KTCheckButton::clicked};
+};
+
+TEST_F(LabelWithBuddy, AClickIsAClickOnTheButton) {
+    QTest::mouseClick(&label_, Qt::LeftButton);
+    EXPECT_EQ(clicked_.size(), 1);
+    QTest::mousePress(&label_, Qt::LeftButton);
+    EXPECT_EQ(clicked_.size(), 1) << "on release";
+    QTest::mouseRelease(&label_, Qt::LeftButton, {}, QPoint(10, 50));
+    EXPECT_EQ(clicked_.size(), 1) << "released elsewhere";
+    QTest::mouseClick(&label_, Qt::RightButton);
+    EXPECT_EQ(clicked_.size(), 1);
+}
+
+TEST_F(LabelWithBuddy, ADisabledButtonHearsNothing) {
+    button_.setEnabled(false);
+    QTest::mouseClick(&label_, Qt::LeftButton);
+    EXPECT_EQ(clicked_.size(), 0);
+}
+
+TEST_F(LabelWithBuddy, WithoutTheButtonNothingHappens) {
+    EXPECT_FALSE(label_.testAttribute(Qt::WA_TransparentForMouseEvents));
+    label_.setBuddy(nullptr);
+    EXPECT_TRUE(label_.testAttribute(Qt::WA_TransparentForMouseEvents));
+    QTest::mouseClick(&label_, Qt::LeftButton);
+    EXPECT_EQ(clicked_.size(), 0);
 }
 
 } // namespace

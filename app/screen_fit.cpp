@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "app/screen_fit.h"
+
+#include <QScreen>
+#include <QWindow>
+#include <algorithm>
+
+namespace tavelo {
+namespace {
+
+// What the desktop leaves of the window's screen, in points.
+QRect availableArea(const QWidget& window) {
+    return window.screen() != nullptr ? window.screen()->availableGeometry() : QRect();
+}
+
+} // namespace
+
+ScreenFit::ScreenFit(QWidget& window, PanelView& view) : window_(window), view_(view) {
+    window_.winId(); // a widget tells of other screens through its native window only
+    connect(window_.windowHandle(), &QWindow::screenChanged, this, &ScreenFit::follow);
+    follow(window_.screen());
+}
+
+void ScreenFit::follow(QScreen* screen) {
+    disconnect(changes_);
+    if (screen == nullptr) return; // the last one was unplugged
+    changes_ = connect(screen, &QScreen::availableGeometryChanged, this, [this] {
+        fit();
+        bringIntoView();
+    });
+    fit();
+}
+
+void ScreenFit::fit() {
+    const QSize available = availableArea(window_).size();
+    const double scale = scaleToFit(available);
+    const QSizeF inUnits = QSizeF(window_.size()) / view_.scale();
+    view_.setScale(scale);
+    const QSize smallest = (panelSize * scale).toSize();
+    window_.setMinimumSize(smallest);
+    if (window_.isMaximized() || window_.isFullScreen()) return; // the window manager's to size
+    const QSize wanted = (inUnits * scale).toSize();
+    window_.resize(available.isEmpty() ? wanted : wanted.boundedTo(available).expandedTo(smallest));
+}
+
+// Window managers do this for most windows; without it the close button may lie outside of the screen.
+void ScreenFit::bringIntoView() {
+    if (window_.isMaximized() || window_.isFullScreen()) return;
+    const QRect area = availableArea(window_);
+    if (area.isEmpty() || area.contains(window_.frameGeometry())) return;
+    const QPoint latest = area.bottomRight() - window_.rect().bottomRight();
+    window_.move(std::clamp(window_.x(), area.left(), std::max(area.left(), latest.x())),
+                 std::clamp(window_.y(), area.top(), std::max(area.top(), latest.y())));
+}
+
+} // namespace tavelo
