@@ -27,8 +27,8 @@ struct UsbControlRequest {
     std::uint16_t wValue = 0;
     std::uint16_t wIndex = 0;
     std::uint16_t wLength = 0;
-    /// wLength bytes, owned by the caller; filled by a read.  After a successful write they hold the value that
-    /// the device took, if the transport knows it (a driver may round); otherwise they are left alone.
+    /// wLength bytes, owned by the caller; filled by a read.  After a successful write they hold the value
+    /// that the device took, if the transport knows it (a driver may round); otherwise they are left alone.
     std::uint8_t* data = nullptr;
     /// Bytes that really moved; 0 before the request.
     std::uint32_t bytesDone = 0;

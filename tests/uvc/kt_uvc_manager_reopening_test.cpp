@@ -64,8 +64,11 @@ TEST_F(ReopeningTest, WhereNothingIsBoundNothingOpens) {
 TEST_F(ReopeningTest, ACameraThatLeftTheBusStaysClosed) {
     bindAndClose();
     platform.devices.clear();
+    now += std::chrono::seconds(5);
     EXPECT_FALSE(manager->openInterfaceAgain());
     EXPECT_TRUE(manager->interfaceIsClosed());
+    EXPECT_EQ(manager->failure(), UsbStatus::gone) << "no longer the refusal";
+    EXPECT_EQ(manager->failedAt(), now);
 }
 
 TEST_F(ReopeningTest, WhereTheRecordsCouldNotBeReadTheCameraIsBoundFromTheStart) {

@@ -42,6 +42,35 @@ TEST_F(ThreadsTest, PushesWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
     }
 }
 
+TEST_F(ThreadsTest, WalksThatOpenAnewWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
+    camera->setFailure(unit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
+    other->setFailure(otherUnit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
+    bind();
+    std::atomic<bool> stop = false;
+    std::atomic<int> walks = 0;
+    const auto walk = [&] {
+        while (!stop) {
+            manager->sendParamsToDevice();
+            ++walks;
+        }
+    };
+    std::thread first(walk);
+    std::thread second(walk);
+    for (int i = 0; i < 20 || walks < 40; ++i)
+        EXPECT_TRUE(manager->refreshDataWithUniqueIDString(i % 2 == 0 ? otherID : uniqueID));
+    stop = true;
+    first.join();
+    second.join();
+    for (const FakeUsbRequest& request : camera->requests())
+        ASSERT_EQ(request.wIndex & 0xFF, interfaceNumber) << request;
+    for (const FakeUsbRequest& request : other->requests())
+        ASSERT_EQ(request.wIndex & 0xFF, otherNumber) << request;
+    EXPECT_TRUE(manager->refreshDataWithUniqueIDString(otherID));
+    for (const auto& record : manager->parametersArray())
+        EXPECT_TRUE(record->supported());
+    EXPECT_EQ(manager->contrast()->val(), 2) << "refused by both";
+}
+
 TEST_F(ThreadsTest, FailureOnADroppedInterfaceDoesNotCountAgainstTheNew) {
     /// Fails only after the manager has been bound to something else.
     class Late : public UsbInterface {

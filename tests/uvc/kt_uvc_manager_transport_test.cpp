@@ -123,6 +123,33 @@ TEST_F(TransportTest, EveryKindOfFailureClosesTheInterfaceForGood) {
     EXPECT_TRUE(manager->_pushParamToDevice(manager->zoom().get()));
 }
 
+TEST_F(TransportTest, TheReasonOfAFailureIsKeptWithItsTimeUntilTheInterfaceIsOpenedAnew) {
+    bind();
+    EXPECT_EQ(manager->failure(), UsbStatus::success);
+    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::timeout);
+    now += std::chrono::seconds(5);
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
+    const auto failedAt = now;
+    now += std::chrono::seconds(5);
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get())) << "closed";
+    EXPECT_EQ(manager->failure(), UsbStatus::timeout);
+    EXPECT_EQ(manager->failedAt(), failedAt);
+    ASSERT_TRUE(manager->openInterfaceAgain());
+    EXPECT_EQ(manager->failure(), UsbStatus::success);
+}
+
+TEST_F(TransportTest, ARequestThatFindsTheInterfaceClosedDoesNotHideTheReason) {
+    bind();
+    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::gone);
+    fail(KTUVCControl::bright, FakeUvcCamera::setCur, UsbStatus::failed);
+    camera->requestArrived = [this](const FakeUsbRequest&) {
+        camera->requestArrived = {};
+        EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get())); // as another thread would
+    };
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get()));
+    EXPECT_EQ(manager->failure(), UsbStatus::gone);
+}
+
 TEST_F(TransportTest, WithoutInterfaceNothingIsSentAndEveryRecordIsUnsupported) {
     UsbControlRequest request;
     EXPECT_FALSE(manager->_sendControlRequest(request));

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -83,7 +84,8 @@ protected:
         for (const ControlRow& row : controlTable())
             script(row.control, 1, 50);
         device = platform.plugIn(everyControl(), camera);
-        manager = std::make_unique<KTUVCManager>(KTUVCEnvironment{&platform, nullptr});
+        manager =
+            std::make_unique<KTUVCManager>(KTUVCEnvironment{&platform, nullptr, [this] { return now; }});
         manager->initProberWithBusProberScopeProberDelegate(2, nullptr);
     }
 
@@ -112,6 +114,7 @@ protected:
                 std::move(bytes)};
     }
 
+    std::chrono::steady_clock::time_point now{std::chrono::hours(1)};
     FakeUsbPlatform platform;
     std::shared_ptr<FakeUvcCamera> camera = std::make_shared<FakeUvcCamera>(interfaceNumber);
     std::shared_ptr<FakeUsbDevice> device;

@@ -82,5 +82,13 @@ TEST(PutLittleEndian, WritesTheLowBytes) {
     EXPECT_EQ(nine[8], 0x00);
 }
 
+TEST(IntegerOf, EveryByteCountsAndTheLastOneHoldsTheSign) {
+    const std::array<std::uint8_t, 3> bytes{1, 2, 0xFF};
+    EXPECT_EQ(integerOf(bytes, false), 0xFF0201);
+    EXPECT_EQ(integerOf(bytes, true), -0x10000 + 0x0201);
+    EXPECT_EQ(integerOf(std::span(bytes).first(2), true), 0x0201);
+    EXPECT_EQ(integerOf({}, true), 0);
+}
+
 } // namespace
 } // namespace tavelo

@@ -222,6 +222,23 @@ TEST_F(ShownSlider, LetsGoWhenItIsDisabledDuringADrag) {
     EXPECT_EQ(slider_.floatValue(), 100);
 }
 
+TEST_F(ShownSlider, IsHeldFromPressToReleaseUnlessItsOwnerLetsGo) {
+    EXPECT_FALSE(slider_.isHeld());
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
+    EXPECT_TRUE(slider_.isHeld());
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
+    EXPECT_FALSE(slider_.isHeld());
+
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
+    values_.clear();
+    slider_.letGo();
+    EXPECT_FALSE(slider_.isHeld());
+    drag({300, 8});
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(300, 8));
+    EXPECT_TRUE(values_.empty());
+    EXPECT_EQ(slider_.floatValue(), 100);
+}
+
 TEST_F(ShownSlider, DoesNothingWhileDisabled) {
     slider_.setEnabled(false);
     QTest::mouseClick(&slider_, Qt::LeftButton, {}, middle);
