@@ -15,6 +15,7 @@
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
 #include "platform/serial_queue.h"
+#include "platform/thread_priority.h"
 
 namespace tavelo {
 
@@ -184,6 +185,9 @@ public:
     virtual std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) = 0;
 
     virtual std::unique_ptr<CaptureSession> makeSession() = 0;
+
+    /// For the threads that take pictures further; null where there is nobody to ask.
+    virtual std::shared_ptr<ThreadPriority> threadPriority() { return nullptr; }
 
     /// Each observer hears of every later change until it is removed.
     virtual void addObserver(CaptureDeviceObserver* observer) = 0;

@@ -12,8 +12,13 @@ std::unique_ptr<KTDisplayView> KTDisplayView::create(const QRect& frame, Capture
     auto output = std::make_unique<CaptureVideoDataOutput>();
     output->setVideoSettings({PixelFormat::bgra32});
     if (!session->canAddOutput(*output)) return nullptr;
-    return std::unique_ptr<KTDisplayView>(
+    std::unique_ptr<KTDisplayView> view(
         new KTDisplayView(frame, renderer, std::move(session), std::move(output), parent));
+    if (const auto priority = platform.threadPriority()) {
+        for (SerialQueue* queue : {&view->captureQueue(), &view->mtkView()->renderQueue()})
+            queue->async([priority] { priority->raise(); });
+    }
+    return view;
 }
 
 KTDisplayView::KTDisplayView(const QRect& frame, RendererChoice renderer,

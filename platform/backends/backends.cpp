@@ -5,6 +5,7 @@
 
 #include "platform/linux/kernel_usb_platform.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/realtime_kit.h"
 #include "platform/linux/usb/usb_transport.h"
 #include "platform/linux/v4l2_capture_platform.h"
 #include "platform/virtual/virtual_backend.h"
@@ -17,12 +18,15 @@ Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagn
         VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
         return {std::move(cameras.usb), std::move(cameras.capture), std::move(assetWriters)};
     }
+    const std::shared_ptr<ThreadPriority> priority = makeRealtimeKitPriority();
     if (options.transport == CameraTransport::usb) {
-        UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, options.format, options.warn);
+        UsbTransportHalves halves =
+            makeUsbTransport(mainQueue, diagnostics, options.format, options.warn, priority);
         if (halves.usb) return {std::move(halves.usb), std::move(halves.capture), std::move(assetWriters)};
     }
     return {std::make_unique<KernelUsbPlatform>(diagnostics),
-            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format), std::move(assetWriters)};
+            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format, priority),
+            std::move(assetWriters)};
 }
 
 } // namespace tavelo

@@ -12,8 +12,11 @@ namespace {
 
 class V4l2CapturePlatform final : public CapturePlatform {
 public:
-    V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request)
-        : list_("/sys", mainQueue, {std::make_shared<KernelNodeOpener>(), diagnostics, request}),
+    V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request,
+                        const std::shared_ptr<ThreadPriority>& priority)
+        : priority_(priority),
+          list_("/sys", mainQueue,
+                {std::make_shared<KernelNodeOpener>(), diagnostics, request, "/sys", priority}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that nothing comes in between unheard
     }
@@ -22,10 +25,12 @@ public:
         return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
     }
     std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
     void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
     void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
 
 private:
+    const std::shared_ptr<ThreadPriority> priority_;
     VideoDeviceList list_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
@@ -33,8 +38,9 @@ private:
 } // namespace
 
 std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
-                                                         const CaptureFormatRequest& request) {
-    return std::make_unique<V4l2CapturePlatform>(mainQueue, diagnostics, request);
+                                                         const CaptureFormatRequest& request,
+                                                         std::shared_ptr<ThreadPriority> priority) {
+    return std::make_unique<V4l2CapturePlatform>(mainQueue, diagnostics, request, priority);
 }
 
 } // namespace tavelo

@@ -12,8 +12,10 @@ namespace tavelo {
 
 /// Lists the capturing video nodes and follows their coming and going.  Called on the main thread, on which
 /// observers are told later; never fails: where there is nothing to list, the list is empty.
-/// @param request the format that every camera is asked for
+/// @param request  the format that every camera is asked for
+/// @param priority may be null
 std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
-                                                         const CaptureFormatRequest& request);
+                                                         const CaptureFormatRequest& request,
+                                                         std::shared_ptr<ThreadPriority> priority);
 
 } // namespace tavelo

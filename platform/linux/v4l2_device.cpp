@@ -35,7 +35,7 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
         shared_from_this(),
         V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, StreamPatience(),
                        [sysfs = setup_.sysfs, node = node_] { return isListed(sysfs, node); },
-                       [path = node_.path()] { return busyText(deviceHolders(path)); }});
+                       [path = node_.path()] { return busyText(deviceHolders(path)); }, setup_.priority});
 }
 
 } // namespace tavelo

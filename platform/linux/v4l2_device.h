@@ -20,6 +20,7 @@ struct V4l2DeviceSetup {
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
     std::filesystem::path sysfs = "/sys";
+    std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming threads; may be null
 };
 
 class V4l2Device final : public CaptureDevice, public std::enable_shared_from_this<V4l2Device> {

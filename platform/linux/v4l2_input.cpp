@@ -53,6 +53,7 @@ void V4l2Input::start(FrameSink& sink) {
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "v4l2 capture");
+        if (setup_.priority) setup_.priority->raise();
         run(sink);
     });
 }

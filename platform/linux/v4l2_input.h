@@ -31,6 +31,7 @@ struct V4l2InputSetup {
     std::function<bool()> isListed = {};
     /// Who holds a busy node, as busyText() says it; may take milliseconds.  Any thread; empty: nobody knows.
     std::function<std::string()> whoHolds = {};
+    std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming thread; may be null
 };
 
 /// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:

@@ -39,7 +39,8 @@ private:
 VideoDeviceList::VideoDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue,
                                  const V4l2DeviceSetup& setup)
     : mainQueue_(mainQueue),
-      book_(std::make_shared<Book>(V4l2DeviceSetup{setup.opener, setup.diagnostics, setup.request, sysfs})),
+      book_(std::make_shared<Book>(
+          V4l2DeviceSetup{setup.opener, setup.diagnostics, setup.request, sysfs, setup.priority})),
       scanner_(std::move(sysfs), setup.opener) {}
 
 VideoDeviceList::~VideoDeviceList() = default;

@@ -135,10 +135,12 @@ public:
         session = made.get();
         return made;
     }
+    std::shared_ptr<ThreadPriority> threadPriority() override { return priority; }
     void addObserver(CaptureDeviceObserver*) override {}
     void removeObserver(CaptureDeviceObserver*) override {}
 
     bool acceptsOutput = true;
+    std::shared_ptr<ThreadPriority> priority;
     FakeSession* session = nullptr;
 };
 

@@ -6,6 +6,7 @@
 #include <future>
 
 #include "fake_capture.h"
+#include "remembered_priorities.h"
 #include "test_picture.h"
 
 namespace tavelo::testing {
@@ -53,6 +54,15 @@ protected:
 };
 
 // Construction
+
+TEST(KTDisplayViewCreation, AsksForAHigherPriorityOfTheThreadsThatCarryPictures) {
+    FakeCapturePlatform platform;
+    const auto priorities = std::make_shared<RememberedPriorities>();
+    platform.priority = priorities;
+    const auto view = KTDisplayView::create(frame, platform, RendererChoice::cpu);
+    EXPECT_TRUE(priorities->waitFor("kt.captureQueue"));
+    EXPECT_TRUE(priorities->waitFor("KT.Metal.Render")) << "the kernel keeps 15 characters";
+}
 
 TEST(KTDisplayViewCreation, GivesNothingWhenTheOutputCannotBeAdded) {
     FakeCapturePlatform platform;

@@ -53,14 +53,15 @@ UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camer
 
 // The camera is taken when the stream starts, on the stream's thread.
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
-                         const CaptureFormatRequest& request) {
-    return [claims, &diagnostics, request](std::shared_ptr<CaptureDevice> device, const UsbCamera& camera,
-                                           Error& /*error*/) {
+                         const CaptureFormatRequest& request,
+                         const std::shared_ptr<ThreadPriority>& priority) {
+    return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
+                                                     const UsbCamera& camera, Error& /*error*/) {
         const auto acquire = [claims, camera](Error& error) {
             return takeForStreaming(*claims, camera, error);
         };
         return makeUsbStreamInput(std::move(device),
-                                  {acquire, diagnostics, request, camera.address.device.path()});
+                                  {acquire, diagnostics, request, camera.address.device.path(), priority});
     };
 }
 
@@ -68,7 +69,8 @@ UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnos
 
 UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnostics,
                                     const CaptureFormatRequest& request,
-                                    const std::function<void(const std::string& line)>& warn) {
+                                    const std::function<void(const std::string& line)>& warn,
+                                    const std::shared_ptr<ThreadPriority>& priority) {
     const auto tell = warn ? warn : [](const std::string&) {};
     if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
         tell(missingRightsLine(*denied) + keptByDriver);
@@ -81,9 +83,10 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
     }
     const auto claims = std::make_shared<UsbCameraClaims>(std::make_shared<RightsMindingOpener>(bus, tell),
                                                           watchStarter(), diagnostics);
-    const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }};
+    const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }, "/sys", priority};
     return {makeUsbTransportUsbPlatform(transport, diagnostics),
-            makeUsbTransportCapturePlatform(transport, mainQueue, inputMaker(claims, diagnostics, request))};
+            makeUsbTransportCapturePlatform(transport, mainQueue,
+                                            inputMaker(claims, diagnostics, request, priority))};
 }
 
 } // namespace tavelo

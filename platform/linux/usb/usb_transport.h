@@ -23,8 +23,10 @@ struct UsbTransportHalves {
 /// be opened.  Both arguments by reference must outlive the halves and what they hand out.
 /// @param warn hears the reason in one line, also later where a camera that comes may not be opened; once at
 ///             most, on any thread; may be empty
+/// @param priority of the streams' threads; may be null
 UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnostics,
                                     const CaptureFormatRequest& request,
-                                    const std::function<void(const std::string& line)>& warn);
+                                    const std::function<void(const std::string& line)>& warn,
+                                    const std::shared_ptr<ThreadPriority>& priority = {});
 
 } // namespace tavelo

@@ -74,7 +74,8 @@ private:
 class TransportCapturePlatform final : public CapturePlatform {
 public:
     TransportCapturePlatform(const UsbTransport& transport, MainQueue& mainQueue, UsbInputMaker makeInput)
-        : list_(transport.sysfs, mainQueue, std::move(makeInput)),
+        : priority_(transport.priority),
+          list_(transport.sysfs, mainQueue, std::move(makeInput)),
           monitor_(transport.hotplugEvents(), [this](const UdevEvent&) { rescan(); }) {
         list_.fill(); // after the monitor listens, so that nothing comes in between unheard
     }
@@ -86,6 +87,7 @@ public:
         return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
     }
     std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
     void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
     void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
 
@@ -96,6 +98,7 @@ private:
         }
     }
 
+    const std::shared_ptr<ThreadPriority> priority_;
     UsbCameraList list_;
     WakeEvent ending_;
     UdevMonitor monitor_; // last: its thread uses the list

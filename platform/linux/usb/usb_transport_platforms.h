@@ -22,6 +22,7 @@ struct UsbTransport {
     /// Tells of devices that come and go; may give null.  Called once for each listener.
     std::function<std::unique_ptr<UdevEventSource>()> hotplugEvents;
     std::filesystem::path sysfs = "/sys";
+    std::shared_ptr<ThreadPriority> priority = {}; ///< may be null
 };
 
 /// Controls: an interface that is opened takes its camera, and every request goes to it as built.

@@ -10,6 +10,7 @@
 #include <random>
 
 #include "fake_camera.h"
+#include "support/remembered_priorities.h"
 
 namespace tavelo {
 namespace {
@@ -99,7 +100,7 @@ protected:
             nullptr,
             V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
                            diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; },
-                           [] { return "busy: in use by cheese, process 20"; }});
+                           [] { return "busy: in use by cheese, process 20"; }, priorities});
         input->start(sink);
         return *input;
     }
@@ -117,6 +118,7 @@ protected:
     // How often the node is still listed after it failed as an unplugged camera's does.
     std::atomic<int> listedTimes = 0;
     std::atomic<int> listedAsked = 0;
+    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
     RememberingDiagnostics diagnostics;
     RememberingSink sink;
     std::unique_ptr<V4l2Input> input;
@@ -137,6 +139,11 @@ TEST_F(V4l2InputTest, DeliversPicturesWithTheDriversTime) {
     EXPECT_LT(std::chrono::abs(time - before), 1s);
     input->stop();
     expectTidy();
+}
+
+TEST_F(V4l2InputTest, AsksForAHigherPriorityOfItsThread) {
+    start();
+    EXPECT_TRUE(priorities->waitFor("v4l2 capture"));
 }
 
 TEST_F(V4l2InputTest, SetsTheChosenFormatAndRate) {

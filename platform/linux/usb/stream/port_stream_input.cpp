@@ -46,6 +46,7 @@ void PortStreamInput::start(FrameSink& sink) {
     policy_ = StreamRetryPolicy(setup_.patience);
     thread_ = std::thread([this, &sink] {
         pthread_setname_np(pthread_self(), "usb capture");
+        if (setup_.priority) setup_.priority->raise();
         run(sink);
     });
 }
@@ -85,7 +86,7 @@ UsbStreamOver PortStreamInput::streamWithin(UsbStreamConnection& connection, Fra
     if (!connection.port) return {streamEndOf(error.code), error.text};
     const UvcStreamingInterface interface =
         streamingInterfaceOf(connection.configurationDescriptor, connection.streamingInterface);
-    UsbStream stream(*connection.port, mailbox_);
+    UsbStream stream(*connection.port, mailbox_, setup_.priority);
     if (auto failed = stream.start(interface, setup_.request)) return *failed;
     if (!converter_.setFormat(stream.format()))
         return {StreamEnd::failed, "the picture's size makes no sense"};

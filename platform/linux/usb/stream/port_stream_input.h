@@ -36,6 +36,7 @@ struct PortStreamSetup {
     StreamPatience patience;
     /// Who holds a busy device, as busyText() says it.  Any thread; empty: nobody knows.
     std::function<std::string()> whoHolds = {};
+    std::shared_ptr<ThreadPriority> priority = {}; ///< of both threads; may be null
 };
 
 ///     connect -> negotiate -> stream --(silent, busy, failed: wait)--> connect ...

@@ -16,10 +16,12 @@ constexpr std::chrono::milliseconds pauseAfterFault{10};
 
 } // namespace
 
-TransferRing::TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended)
+TransferRing::TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended,
+                           std::shared_ptr<ThreadPriority> priority)
     : port_(port),
       consume_(std::move(consume)),
-      ended_(std::move(ended)) {}
+      ended_(std::move(ended)),
+      priority_(std::move(priority)) {}
 
 TransferRing::~TransferRing() {
     stop();
@@ -78,6 +80,7 @@ UsbPortStatus TransferRing::judge(UsbPortStatus status) {
 
 void TransferRing::handleEvents() {
     pthread_setname_np(pthread_self(), "usb events");
+    if (priority_) priority_->raise();
     while (underWay())
         if (port_.handleEvents(longestWait) != UsbPortStatus::ok)
             std::this_thread::sleep_for(pauseAfterFault);

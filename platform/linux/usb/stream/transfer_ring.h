@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/thread_priority.h"
 
 namespace tavelo {
 
@@ -28,7 +29,9 @@ public:
     using EndObserver = std::function<void(UsbPortStatus)>;
 
     /// The port must outlive the ring.
-    TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended);
+    /// @param priority of the thread that handles events; may be null
+    TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended,
+                 std::shared_ptr<ThreadPriority> priority = {});
     ~TransferRing() override;
     TransferRing(const TransferRing&) = delete;
     TransferRing& operator=(const TransferRing&) = delete;
@@ -52,6 +55,7 @@ private:
     UsbStreamPort& port_;
     const Consumer consume_;
     const EndObserver ended_;
+    const std::shared_ptr<ThreadPriority> priority_;
     int faultsInARow_ = 0; // of the threads that call back
 
     mutable std::mutex mutex_; // guards what follows

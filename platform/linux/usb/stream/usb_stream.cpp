@@ -156,7 +156,7 @@ UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const Uv
     ring_ = std::make_unique<TransferRing>(
         port_,
         [this](std::span<const UsbPacket> packets) { joiner_->take(packets, FrameMailbox::Clock::now()); },
-        [this](UsbPortStatus reason) { mailbox_.end(reason); });
+        [this](UsbPortStatus reason) { mailbox_.end(reason); }, priority_);
     setting_ = setting;
     if (setting.alternate != 0) status_ = port_.setAlternate(setting.alternate);
     if (status_ == UsbPortStatus::ok) status_ = ring_->start(shape, transfersFor(shape));

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/capture.h"
@@ -34,7 +35,11 @@ StreamEnd streamEndOf(UsbPortStatus status);
 class UsbStream {
 public:
     /// Port and mailbox must outlive the stream.
-    UsbStream(UsbStreamPort& port, FrameMailbox& mailbox) : port_(port), mailbox_(mailbox) {}
+    /// @param priority of the thread that handles events; may be null
+    UsbStream(UsbStreamPort& port, FrameMailbox& mailbox, std::shared_ptr<ThreadPriority> priority = {})
+        : port_(port),
+          mailbox_(mailbox),
+          priority_(std::move(priority)) {}
     ~UsbStream();
     UsbStream(const UsbStream&) = delete;
     UsbStream& operator=(const UsbStream&) = delete;
@@ -61,6 +66,7 @@ private:
 
     UsbStreamPort& port_;
     FrameMailbox& mailbox_;
+    const std::shared_ptr<ThreadPriority> priority_;
     FrameFormat format_;
     UsbPortStatus status_ = UsbPortStatus::ok; // of what failed last
     bool noRoom_ = false;                      // the bus refused one at least

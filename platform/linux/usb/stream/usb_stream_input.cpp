@@ -23,7 +23,8 @@ std::unique_ptr<CaptureDeviceInput> makeUsbStreamInput(std::shared_ptr<CaptureDe
     const auto whoHolds = [node = std::move(setup.node)] { return busyText(deviceHolders(node)); };
     return std::make_unique<PortStreamInput>(
         std::move(device),
-        PortStreamSetup{connect, setup.diagnostics, std::move(setup.request), {}, whoHolds});
+        PortStreamSetup{
+            connect, setup.diagnostics, std::move(setup.request), {}, whoHolds, std::move(setup.priority)});
 }
 
 } // namespace tavelo

@@ -34,7 +34,8 @@ struct UsbStreamSetup {
     std::function<UsbStreamAccess(Error&)> acquire;
     Diagnostics& diagnostics; ///< must outlive the input
     CaptureFormatRequest request;
-    std::string node = {}; ///< "/dev/bus/usb/001/005", to say who else holds it
+    std::string node = {};                         ///< "/dev/bus/usb/001/005", to say who else holds it
+    std::shared_ptr<ThreadPriority> priority = {}; ///< of the stream's threads; may be null
 };
 
 /// An input that streams on threads of its own, from start to stop, whatever the camera does meanwhile; it

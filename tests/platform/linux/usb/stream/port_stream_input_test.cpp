@@ -8,6 +8,7 @@
 #include "fake_usb_camera.h"
 #include "platform/virtual/virtual_camera_model.h"
 #include "stream_watching.h"
+#include "support/remembered_priorities.h"
 
 namespace tavelo {
 namespace {
@@ -75,8 +76,12 @@ protected:
     PortStreamInput& start(const StreamPatience& patience = patient,
                            const CaptureFormatRequest& request = {}) {
         input = std::make_unique<PortStreamInput>(
-            nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); }, lines, request,
-                                     patience});
+            nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); },
+                                     lines,
+                                     request,
+                                     patience,
+                                     {},
+                                     priorities});
         input->start(frames);
         return *input;
     }
@@ -97,6 +102,7 @@ protected:
     }
 
     std::unique_ptr<FakeUsbCamera> camera = std::make_unique<FakeUsbCamera>(smallCamera());
+    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
     RememberedLines lines;
     RememberedFrames frames;
     FrameMaker maker;
@@ -118,6 +124,12 @@ TEST_F(StreamTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
     EXPECT_LE(sample.presentationTimeStamp.value, after.count());
     input->stop();
     expectTidy();
+}
+
+TEST_F(StreamTest, AsksForAHigherPriorityOfItsThreads) {
+    start();
+    EXPECT_TRUE(priorities->waitFor("usb capture"));
+    EXPECT_TRUE(priorities->waitFor("usb events"));
 }
 
 TEST_F(StreamTest, AgreesOnTheChosenFormatAndRate) {

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/realtime_kit.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QDBusError>
+#include <QDBusMessage>
+#include <optional>
+#include <utility>
+
+#include "platform/serial_queue.h"
+
+namespace tavelo {
+namespace {
+
+constexpr int patience = 2000; // ms; the bus may have to start the service first
+
+class RealtimeKitPriority final : public ThreadPriority {
+public:
+    explicit RealtimeKitPriority(std::function<QDBusConnection()> connect) : connect_(std::move(connect)) {}
+
+    void raise() noexcept override {
+        queue_.async([this, thread = ::gettid()] { ask(thread); });
+    }
+
+private:
+    // Of the queue's thread.
+
+    void ask(pid_t thread) {
+        if (!isGrantedByService(thread)) ::setpriority(PRIO_PROCESS, id_t(thread), pictureThreadNiceness);
+    }
+
+    bool isGrantedByService(pid_t thread) {
+        if (hangs_) return false;
+        if (!bus_) bus_ = connect_();
+        if (!bus_->isConnected()) return false;
+        QDBusMessage request = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.RealtimeKit1"), QStringLiteral("/org/freedesktop/RealtimeKit1"),
+            QStringLiteral("org.freedesktop.RealtimeKit1"), QStringLiteral("MakeThreadHighPriority"));
+        request << qulonglong(thread) << pictureThreadNiceness;
+        const QDBusMessage answer = bus_->call(request, QDBus::Block, patience);
+        // Others are not to wait behind it, nor is the end of the program.
+        hangs_ = QDBusError(answer).type() == QDBusError::NoReply;
+        return answer.type() == QDBusMessage::ReplyMessage;
+    }
+
+    const std::function<QDBusConnection()> connect_;
+    std::optional<QDBusConnection> bus_;
+    bool hangs_ = false;
+
+    SerialQueue queue_{"kt.priority"}; // last: it uses everything above
+};
+
+} // namespace
+
+std::shared_ptr<ThreadPriority> makeRealtimeKitPriority(std::function<QDBusConnection()> connect) {
+    if (!connect) connect = [] { return QDBusConnection::systemBus(); };
+    return std::make_shared<RealtimeKitPriority>(std::move(connect));
+}
+
+} // namespace tavelo

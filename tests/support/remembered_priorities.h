@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// Remembers which threads asked for a higher priority.
+#pragma once
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/thread_priority.h"
+
+namespace tavelo {
+
+/// Thread-safe.
+class RememberedPriorities final : public ThreadPriority {
+public:
+    void raise() noexcept override {
+        std::array<char, 16> name{};
+        pthread_getname_np(pthread_self(), name.data(), name.size());
+        const std::lock_guard lock(mutex_);
+        names_.emplace_back(name.data());
+        changed_.notify_all();
+    }
+
+    /// Whether a thread of that name asked, ten seconds at most.
+    bool waitFor(const std::string& name) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(10),
+                                 [&] { return std::ranges::find(names_, name) != names_.end(); });
+    }
+
+private:
+    std::mutex mutex_; // guards names_
+    std::condition_variable changed_;
+    std::vector<std::string> names_;
+};
+
+} // namespace tavelo
