@@ -50,15 +50,12 @@ std::optional<QJsonObject> JsonPreferencesFile::readIfChanged() {
         case Reading::broken:
             break;
     }
-    // Another program may be setting it aside just now, and writing a good one.
+    // If another program holds the lock, it may be setting it aside just now: the next look sees.
     Error error;
     const auto target = followLinks(path_, error);
-    if (!target) return std::nullopt;
-    const FileLock lock(lockOf(*target), patience_, error);
-    if (lock.isHeld())
-        readLocked(*target);
-    else
-        report("does not parse (" + failure_ + ")");
+    const FileLock lock(lockOf(target.value_or(path_)), std::chrono::milliseconds(0), error);
+    version_.reset();
+    if (!target || !lock.isHeld() || !readLocked(*target)) return std::nullopt;
     return content_;
 }
 

@@ -21,16 +21,16 @@ namespace tavelo {
 /// read, or that is far larger than any preferences, is left alone, and nothing is written.  If the path is a
 /// link, the file that it leads to is meant; the link stays, and the other files lie beside its target.
 ///
-/// Reentrant: used by one thread at a time.  Everything but readFirst() may block, for `patience` while
-/// another program writes, and for as long as the disk takes.
+/// Reentrant: used by one thread at a time.  write() may block for `patience` while another program writes.
 class JsonPreferencesFile {
 public:
     JsonPreferencesFile(std::string path, std::chrono::milliseconds patience);
 
-    /// The content of now; empty if there is none.  Waits for nobody and renames nothing.
+    /// The content of now; empty if there is none.  Renames nothing.
     QJsonObject readFirst();
 
-    /// The content, if it is not the one that was read or written last.  Renames a broken file.
+    /// The content, if it is not the one that was read or written last.  Renames a broken file, unless
+    /// another program holds the lock.
     std::optional<QJsonObject> readIfChanged();
 
     /// Takes the lock, reads what other programs wrote and replaces the file; gives its new content.  Nothing

@@ -161,9 +161,10 @@ void JsonPreferencesStore::finish() {
     auto finished = done->get_future();
     queue_->async([done] { done->set_value(); });
     if (finished.wait_for(patience_.end) == std::future_status::ready) return;
-    std::fprintf(stderr,
-                 "preferences: %s may not hold what was set last: writing it takes longer than %.1f s\n",
-                 qPrintable(path_), std::chrono::duration<double>(patience_.end).count());
+    if (onItsWay_ || !waiting_.empty())
+        std::fprintf(stderr,
+                     "preferences: %s may not hold what was set last: writing it takes longer than %.1f s\n",
+                     qPrintable(path_), std::chrono::duration<double>(patience_.end).count());
     // Its thread cannot be joined; the program's end takes it along.
     static_cast<void>(queue_.release());
 }

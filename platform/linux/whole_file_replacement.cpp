@@ -86,7 +86,12 @@ private:
     bool keepPermissions() {
         struct stat old {};
         if (::fstatat(folder_.get(), name_.c_str(), &old, 0) != 0) return errno == ENOENT || failed();
-        return ::fchmod(file_.get(), old.st_mode & permissionBits) == 0 || failed();
+        struct stat fresh {};
+        if (::fstat(file_.get(), &fresh) != 0) return failed();
+        const mode_t permissions = old.st_mode & permissionBits;
+        if (permissions == (fresh.st_mode & permissionBits))
+            return true; // some file systems have one mode only
+        return ::fchmod(file_.get(), permissions) == 0 || failed();
     }
 
     bool write(std::string_view content) {

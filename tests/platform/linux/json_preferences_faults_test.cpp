@@ -73,6 +73,7 @@ protected:
         QFile file(path());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         ASSERT_EQ(file.write(oldContent), oldContent.size());
+        ASSERT_TRUE(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)); // to be kept
     }
 
     void prepare(FailingCalls& failing) const {

@@ -233,6 +233,20 @@ TEST_F(Store, ReadsAndSetsFromMemoryWhileAnotherProgramHoldsTheLock) {
     EXPECT_EQ(store.objectForKey("key"), number(3)) << "set after the write began";
 }
 
+TEST_F(Store, WaitsForNobodyWithABrokenFileWhileAnotherProgramHoldsTheLock) {
+    write("broken");
+    QFile lock(path() + QStringLiteral(".lock"));
+    ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
+    ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
+    testing::internal::CaptureStderr();
+    {
+        const JsonPreferencesStore store(mainQueue_, path(), {std::chrono::hours(1), std::chrono::hours(1)});
+        EXPECT_EQ(store.objectForKey("key"), std::nullopt);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(content(), "broken") << "the other program may be about to replace it";
+}
+
 TEST_F(Store, NoticesThatTheFileBecameAnotherOne) {
     write(R"({"key": 1})");
     const JsonPreferencesStore store(mainQueue_, path());
