@@ -11,7 +11,8 @@ namespace tavelo {
 
 /// Carries out one order and answers with one line: "ok", with values where the order asks for some, or
 /// "error" and the reason.  CAMERA counts from 1; CONTROL is a name as "brightness" or "panTilt" (whose value
-/// is two numbers, pan and tilt).  Faults stay until they are cleared.
+/// is two numbers, pan and tilt).  Second video functions count on after the last device, and are plugged and
+/// pulled with theirs.  Faults stay until they are cleared.
 ///
 ///     get CAMERA CONTROL                           the camera's own value
 ///     set CAMERA CONTROL VALUE...                  turns a knob behind the host's back

@@ -1,19 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <cstdlib>
-
+// Entities and controls of a camera, as the prober reads them.
 #include "platform/common/uvc_descriptors.h"
 
-namespace {
-
-// Ends the run where an answer makes no sense; the sanitizers end it where a read goes astray.
-void expect(bool sane) {
-    if (!sane) std::abort();
-}
-
-} // namespace
+#include "fuzz_expect.h"
 
 // The first 18 bytes are the device descriptor, as in the kernel's own file of a device's descriptors.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using tavelo::fuzz::expect;
     const std::span<const std::uint8_t> bytes(data, size);
     const std::size_t split = size < 18 ? size : 18;
     const auto configuration = tavelo::configurationWithValue(bytes.subspan(split), 1);
@@ -25,6 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto numbers = tavelo::videoControlInterfaces(configuration);
     expect(!numbers.empty() || device.terminalID == -1);
     for (const std::uint8_t number : numbers)
-        tavelo::probeDescriptors(bytes.first(split), configuration, number);
+        expect(tavelo::probeDescriptors(bytes.first(split), configuration, number).controlInterface ==
+               number);
     return 0;
 }

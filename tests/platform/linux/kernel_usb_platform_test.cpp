@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <deque>
+#include <functional>
 #include <map>
 
 #include "descriptor_builder.h"
@@ -26,6 +27,7 @@ class FakeOpener final : public V4l2ControlDeviceOpener {
 public:
     std::shared_ptr<V4l2ControlDevice> open(const std::string& path, int& error) override {
         opened.push_back(std::filesystem::path(path).filename().string());
+        if (atOpening) atOpening();
         auto& queue = errors[opened.back()];
         error = queue.empty() ? 0 : queue.front();
         if (!queue.empty() && queue.size() > 1) queue.pop_front();
@@ -36,6 +38,7 @@ public:
     /// The last one of a queue stays.
     std::map<std::string, std::deque<int>> errors;
     std::vector<std::string> opened;
+    std::function<void()> atOpening;
 };
 
 class KernelPlatform : public testing::Test {
@@ -176,6 +179,89 @@ TEST_F(KernelPlatform, ASecondFunctionSpeaksToItsOwnNodeAndEntities) {
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0902, 2, data.data(), 0};
     EXPECT_EQ(second->ControlRequest(request), UsbStatus::success);
     EXPECT_EQ(request.bytesDone, 2U);
+}
+
+TEST_F(KernelPlatform, NodesAreTriedInTheDriversOrderAndNotByTheirNumbers) {
+    addDevice("1-2", ordinaryCamera());
+    tree.addVideoNode("1-2:1.0", "video7", 0);
+    tree.addVideoNode("1-2:1.0", "video12", 2);
+    tree.addVideoNode("1-2:1.0", "video3", 1);
+    for (const char* node : {"video7", "video3", "video12"})
+        opener->errors[node] = {ENOTTY};
+    EXPECT_FALSE(openFirstInterface());
+    EXPECT_THAT(opener->opened, ElementsAre("video7", "video3", "video12"));
+}
+
+TEST_F(KernelPlatform, NodesOfOtherInterfacesAndOtherKindsAreLeftAlone) {
+    addDevice("1-2", ordinaryCamera());
+    tree.addVideoNode("1-2:1.1", "video0", 0);
+    tree.addVideoNode("1-2:1.0", "v4l-subdev0", 0);
+    tree.addVideoNode("1-2:1.0", "videoX", 0);
+    tree.addVideoNode("1-2:1.0", "video99999999999", 0);
+    EXPECT_FALSE(openFirstInterface());
+    EXPECT_THAT(opener->opened, IsEmpty());
+    ASSERT_EQ(diagnostics.lines().size(), 1U);
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("no video node"));
+}
+
+TEST_F(KernelPlatform, RightsToALaterNodeAreWaitedForToo) {
+    addCamera();
+    opener->errors["video0"] = {ENOTTY};
+    opener->errors["video1"] = {EACCES, 0};
+    EXPECT_TRUE(openFirstInterface());
+    EXPECT_THAT(opener->opened, ElementsAre("video0", "video1", "video0", "video1"));
+    EXPECT_EQ(paused, std::chrono::milliseconds(20));
+}
+
+TEST_F(KernelPlatform, AWaitEndsWhereTheReasonIsAnotherOne) {
+    addCamera();
+    opener->errors["video0"] = {EACCES, ENODEV};
+    EXPECT_FALSE(openFirstInterface());
+    EXPECT_EQ(opener->opened.size(), 2U);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: cannot be opened: No such device"));
+}
+
+TEST_F(KernelPlatform, AFailureIsTriedFiveTimesWithinEightyMilliseconds) {
+    addCamera();
+    opener->errors["video0"] = {EPERM};
+    EXPECT_FALSE(openFirstInterface());
+    EXPECT_EQ(opener->opened.size(), 5U);
+    EXPECT_EQ(paused, std::chrono::milliseconds(80));
+}
+
+TEST_F(KernelPlatform, ADeviceThatVanishesWhileItsNodeIsOpenedHasNoInterface) {
+    addCamera();
+    opener->atOpening = [this] { tree.removeDevice("1-2"); };
+    EXPECT_FALSE(openFirstInterface());
+    EXPECT_THAT(opener->opened, ElementsAre("video0"));
+}
+
+TEST_F(KernelPlatform, ServicesTellTheNumbersOfTheirInterfaces) {
+    addDevice("1-2", configuration({videoControl(4), interfaceDescriptor(5, 2), videoControl(2)}));
+    const auto services = onlyDevice()->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_EQ(services->size(), 2U);
+    EXPECT_EQ(services->front()->GetInterfaceNumber(), 4);
+    EXPECT_EQ(services->back()->GetInterfaceNumber(), 2);
+}
+
+TEST_F(KernelPlatform, ItsProberListsTheSameTree) {
+    addCamera();
+    const auto prober = platform->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    ASSERT_EQ(prober->devicesArray().size(), 1U);
+    EXPECT_EQ(prober->devicesArray().front()->locationID, onlyDevice()->GetLocationID());
+    EXPECT_EQ(prober->devicesArray().front()->controlInterface, 0);
+}
+
+TEST(ControlDeviceOpener, SaysWhyWhatIsNoCapturingNodeCannotBeUsed) {
+    const auto real = makeControlDeviceOpener();
+    int error = 0;
+    EXPECT_EQ(real->open("/dev/null", error), nullptr);
+    EXPECT_EQ(error, ENOTTY);
+    EXPECT_EQ(real->open("/dev/no-such-node", error), nullptr);
+    EXPECT_EQ(error, ENOENT);
+    EXPECT_EQ(real->open("/", error), nullptr);
+    EXPECT_EQ(error, EISDIR);
 }
 
 TEST_F(KernelPlatform, ANodeThatDoesNotCaptureIsPassedOver) {

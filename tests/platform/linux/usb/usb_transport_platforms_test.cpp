@@ -144,6 +144,28 @@ TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
     EXPECT_TRUE(camera->waitForHolder(0, FakeUsbCamera::Holder::driver));
 }
 
+TEST_F(TransportPlatforms, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
+    plug();
+    for (const std::uint8_t request : {std::uint8_t{0x82}, std::uint8_t{0x83}}) {
+        FirmwareFault stall;
+        stall.control = control::powerLine;
+        stall.request = request;
+        firmware.order(stall);
+    }
+    KTUVCManager manager({usb.get(), nullptr});
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
+    ASSERT_TRUE(manager.refreshDataWithLocationID({location, location, location}));
+    EXPECT_TRUE(manager.powerLine()->supported());
+    EXPECT_EQ(manager.powerLine()->min(), 0);
+    EXPECT_EQ(manager.powerLine()->max(), 2);
+    bool taken = false;
+    manager.setPowerLineWithComplitionHandle(2, [&](bool success) { taken = success; });
+    EXPECT_TRUE(taken);
+    EXPECT_EQ(firmware.controlValue(control::powerLine), 2);
+    EXPECT_THAT(diagnostics.lines(), SizeIs(2));
+}
+
 TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWereNotRead) {
     plug();
     int answers = 0;

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// The functions of a configuration as the USB transport reads them, held against the other parser.
+#include "platform/linux/usb/usb_video_function.h"
+
+#include <algorithm>
+#include <set>
+
+#include "fuzz_expect.h"
+#include "platform/common/uvc_descriptors.h"
+
+namespace {
+
+using tavelo::fuzz::expect;
+
+void look(std::span<const std::uint8_t> configuration, std::uint8_t number) {
+    const tavelo::UsbVideoFunction function = tavelo::videoFunctionOf(configuration, number);
+    expect(function.controlInterface == number);
+    const std::set<std::uint8_t> distinct(function.streamingInterfaces.begin(),
+                                          function.streamingInterfaces.end());
+    expect(distinct.size() == function.streamingInterfaces.size());
+    const auto interfaces = tavelo::interfacesOf(configuration);
+    for (const std::uint8_t streaming : function.streamingInterfaces)
+        expect(std::ranges::find(interfaces, streaming, &tavelo::UsbInterfaceDescriptor::number) !=
+               interfaces.end());
+    for (const auto& [id, entity] : function.entities) {
+        expect(function.kindOf(id) == entity.kind);
+        expect(!entity.selectors[0]);
+    }
+    // Whom the prober calls the camera terminal or the processing unit is known here as well.
+    const auto record = tavelo::probeDescriptors({}, configuration, number);
+    if (!record.controlInterface) return;
+    for (const std::int32_t id : {record.terminalID, record.unitID})
+        expect(id == -1 || function.entities.contains(static_cast<std::uint8_t>(id)));
+}
+
+} // namespace
+
+// As in the kernel's own file of a device's descriptors: 18 bytes of the device, then its configuration.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto configuration = std::span(data, size).subspan(std::min<std::size_t>(size, 18));
+    const auto numbers = tavelo::videoControlInterfaces(configuration);
+    for (const std::uint8_t number : numbers)
+        look(configuration, number);
+    look(configuration, 0);
+    return 0;
+}

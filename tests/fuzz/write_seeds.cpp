@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+// Writes what the fuzz targets begin with: the virtual cameras' descriptors, a few packets, a few pictures.
+//
+// Usage: fuzz_write_seeds FOLDER      makes descriptors/, packets/ and pictures/ in it
+#include <cstdio>
+// jpeglib.h needs size_t and FILE from above
+#include <jpeglib.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "platform/virtual/virtual_camera_descriptors.h"
+#include "platform/virtual/virtual_camera_model.h"
+
+namespace tavelo {
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+void write(const fs::path& file, const Bytes& bytes) {
+    fs::create_directories(file.parent_path());
+    std::ofstream stream(file, std::ios::binary);
+    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    stream.close();
+    if (stream) return;
+    std::fprintf(stderr, "fuzz_write_seeds: cannot write %s\n", file.c_str());
+    std::exit(1);
+}
+
+Bytes joined(Bytes first, const Bytes& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+void writeDescriptors(const fs::path& folder) {
+    for (int number = 1; number <= 4; ++number) {
+        VirtualCameraModel model = virtualCameraModel(number);
+        for (const StreamTransport transport : {StreamTransport::isochronous, StreamTransport::bulk}) {
+            model.transport = transport;
+            const std::string name =
+                std::to_string(number) + (transport == StreamTransport::bulk ? "-bulk" : "-isochronous");
+            const Bytes device = makeDeviceDescriptor(model);
+            const Bytes first = makeConfigurationDescriptor(model);
+            write(folder / name, joined(device, first));
+            VirtualCameraModel second = virtualCameraModel(number + 4);
+            second.firstInterface = 2;
+            const Bytes further = makeConfigurationDescriptor(second);
+            write(folder / (name + "-two-functions"),
+                  joined(device, joined(first, {further.begin() + 9, further.end()})));
+        }
+    }
+}
+
+void appendPacket(Bytes& input, const Bytes& packet) {
+    input.push_back(static_cast<std::uint8_t>(packet.size()));
+    input.push_back(static_cast<std::uint8_t>(packet.size() >> 8U));
+    input.insert(input.end(), packet.begin(), packet.end());
+}
+
+// Two frames, each of a payload that begins it and one that ends it.
+void writePackets(const fs::path& folder) {
+    for (const bool isochronous : {false, true}) {
+        for (const bool jpeg : {false, true}) {
+            const std::uint8_t wholeFrame = jpeg ? 0 : 16; // times four bytes
+            Bytes input{static_cast<std::uint8_t>(isochronous ? 1 : 0), wholeFrame, 32, 8};
+            for (std::uint8_t frame = 0; frame < 2; ++frame) {
+                Bytes begin{12, static_cast<std::uint8_t>(0x8C | frame), 1, 2, 3, 4, 5, 6, 7, 8, 9, 0};
+                begin.insert(begin.end(), {0xFF, 0xD8});
+                begin.resize(12 + 32, 0x55);
+                Bytes end{2, static_cast<std::uint8_t>(0x82 | frame)};
+                end.resize(2 + 32, 0xAA);
+                appendPacket(input, begin);
+                appendPacket(input, end);
+            }
+            write(folder / (std::string(isochronous ? "isochronous" : "bulk") + (jpeg ? "-jpeg" : "-raw")),
+                  input);
+        }
+    }
+}
+
+Bytes picture(int components, int horizontal, int vertical, unsigned restart) {
+    constexpr unsigned side = 40;
+    jpeg_compress_struct encoder{};
+    jpeg_error_mgr errors{};
+    encoder.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&encoder);
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&encoder, &out, &size);
+    encoder.image_width = encoder.image_height = side;
+    encoder.input_components = components;
+    encoder.in_color_space = components == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&encoder);
+    encoder.comp_info[0].h_samp_factor = horizontal;
+    encoder.comp_info[0].v_samp_factor = vertical;
+    encoder.restart_interval = restart;
+    jpeg_start_compress(&encoder, TRUE);
+    Bytes row(std::size_t{side} * static_cast<unsigned>(components));
+    while (encoder.next_scanline < side) {
+        for (std::size_t i = 0; i < row.size(); ++i)
+            row[i] = static_cast<std::uint8_t>(7 * i * (encoder.next_scanline + 1));
+        JSAMPROW rows[]{row.data()};
+        jpeg_write_scanlines(&encoder, rows, 1);
+    }
+    jpeg_finish_compress(&encoder);
+    Bytes bytes(out, out + size);
+    jpeg_destroy_compress(&encoder);
+    std::free(out);
+    return bytes;
+}
+
+void writePictures(const fs::path& folder) {
+    write(folder / "420", picture(3, 2, 2, 0));
+    write(folder / "422", picture(3, 2, 1, 0));
+    write(folder / "444", picture(3, 1, 1, 0));
+    write(folder / "422-restart", picture(3, 2, 1, 2));
+    write(folder / "grey", picture(1, 1, 1, 0));
+}
+
+} // namespace
+} // namespace tavelo
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: fuzz_write_seeds FOLDER\n");
+        return 2;
+    }
+    const std::filesystem::path folder = argv[1];
+    tavelo::writeDescriptors(folder / "descriptors");
+    tavelo::writePackets(folder / "packets");
+    tavelo::writePictures(folder / "pictures");
+    return 0;
+}
