@@ -25,6 +25,12 @@ protected:
 
     /// Presses save and dismisses the alert; gives its text, or nothing if none came.
     QString save() {
+        return alertAfter([this] { click(view().saveProfileButton()); });
+    }
+
+    /// The text of the last alert that an action leads to.
+    template <typename Action>
+    QString alertAfter(Action action) {
         QString shownText;
         QTimer watch;
         QObject::connect(&watch, &QTimer::timeout, &watch, [&shownText] {
@@ -34,7 +40,7 @@ protected:
             }
         });
         watch.start(0);
-        click(view().saveProfileButton());
+        action();
         waitForTheStore();
         return shownText;
     }
@@ -183,11 +189,13 @@ TEST_F(PanelProfiles, OfTwoSavesThatFailTheFirstPutsNothingInTheWayOfTheSecond) 
     waitForTheStore();
     const PreferencesDictionary before = storedProfile(0);
     store_.setFails(true);
-    QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
-    click(view().saveProfileButton());
-    QTest::mouseClick(view().contrastSlider(), Qt::LeftButton, {}, pointOf(view().contrastSlider(), 1));
-    click(view().saveProfileButton());
-    waitForTheStore();
+    const QString alert = alertAfter([this] {
+        for (KTSlider* slider : {view().brightnessSlider(), view().contrastSlider()}) {
+            QTest::mouseClick(slider, Qt::LeftButton, {}, pointOf(slider, 1));
+            click(view().saveProfileButton());
+        }
+    });
+    EXPECT_EQ(alert, QString());
     EXPECT_EQ(storedProfile(0), before);
 }
 
@@ -198,10 +206,12 @@ TEST_F(PanelProfiles, AProfileSelectedWhileASaveFailsDoesNotWriteWhatWasNotSaved
     const PreferencesDictionary before = storedProfile(0);
     store_.setFails(true);
     QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
-    click(view().saveProfileButton());
-    store_.setFails(false);
-    click(view().profile2Button()); // writes the whole record
-    waitForTheStore();
+    const QString alert = alertAfter([this] {
+        click(view().saveProfileButton());
+        store_.setFails(false);
+        click(view().profile2Button()); // writes the whole record
+    });
+    EXPECT_EQ(alert, QString());
     EXPECT_EQ(storedProfile(0), before);
     EXPECT_EQ(store_.onDisk(*panel().cameraSettingKey()), store_.objectForKey(*panel().cameraSettingKey()));
 }
@@ -209,10 +219,11 @@ TEST_F(PanelProfiles, AProfileSelectedWhileASaveFailsDoesNotWriteWhatWasNotSaved
 TEST_F(PanelProfiles, ASaveThatEndsAfterTheWindowWasClosedShowsNothing) {
     start(1);
     push(view().profile1Button());
-    click(view().saveProfileButton());
-    window_.hide();
-    waitForTheStore();
-    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+    EXPECT_EQ(alertAfter([this] {
+                  click(view().saveProfileButton());
+                  window_.hide();
+              }),
+              QString());
 }
 
 TEST_F(PanelProfiles, AfterASaveTheMirrorEntryIsABooleanAndBothKindsReadBackAsOff) {
