@@ -126,7 +126,7 @@ TEST_F(PanelCameras, PullingOutTheCameraShownMovesToTheOneThatIsLeft) {
 TEST_F(PanelCameras, PullingOutTheCameraShownClosesItsControlsAtOnce) {
     start(1);
     ASSERT_TRUE(manager_.interface());
-    camera(1)->unplug();
+    backend_.bus->unplug(1);
     ASSERT_TRUE(waitFor([&] { return panel().devicesArray().empty(); }));
     EXPECT_FALSE(manager_.interface());
 }

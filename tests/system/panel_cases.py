@@ -104,6 +104,14 @@ def the_picture_moves(stage):
     stage.panel.wait_for("another picture", lambda: stage.panel.bytes(PREVIEW) != before)
 
 
+def a_still_of_a_camera_in_use_names_the_program_that_has_it(stage):
+    result = subprocess.run([f"{stage.programs}/tavelo-control-panel", "--snapshot", "/run/busy.png"],
+                            capture_output=True, text=True, timeout=120)
+    assert result.returncode == 1, f"status {result.returncode}"
+    wanted = f"busy: in use by tavelo-control-panel, process {stage.panel.process_number()}"
+    assert wanted in result.stderr, result.stderr
+
+
 def a_dragged_slider_moves_the_value_in_the_camera(stage):
     low, high = stage.cameras.limits(1, "brightness")
     for start, end, expected in ((0.5, 1, high), (1, 0, low)):
@@ -199,6 +207,7 @@ CASES = [
     without_a_camera_the_panel_opens_with_its_controls_disabled,
     a_camera_plugged_in_shows_its_picture,
     the_picture_moves,
+    a_still_of_a_camera_in_use_names_the_program_that_has_it,
     a_dragged_slider_moves_the_value_in_the_camera,
     the_request_carries_the_value_byte_for_byte,
     the_picture_follows_the_slider,

@@ -60,6 +60,9 @@ class Panel:
     def alive(self):
         return self._process.poll() is None
 
+    def process_number(self):
+        return self._process.pid
+
     def quit(self):
         """Asks it to end as a session manager would; returns its exit status."""
         self._process.terminate()
