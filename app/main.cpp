@@ -80,9 +80,11 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     panel.viewDidLoad();
     panel.putInto(window);
     windowController.windowDidLoad();
-    if (KTDisplayView* display = panel.displayView())
+    if (KTDisplayView* display = panel.displayView()) {
         display->mtkView()->setAssetWriteManager(
             std::make_shared<KTAssetWriterManager>(backends.assetWriters));
+        display->mtkView()->setDiagnostics(diagnostics);
+    }
 
     const CameraAccess cameraAccess;
     AppDelegate delegate(windowController, cameraAccess);
