@@ -85,9 +85,11 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     panel.putInto(window);
     const ScreenFit screenFit(window, *panel.view());
     windowController.windowDidLoad();
-    if (KTDisplayView* display = panel.displayView())
+    if (KTDisplayView* display = panel.displayView()) {
         display->mtkView()->setAssetWriteManager(
             std::make_shared<KTAssetWriterManager>(backends.assetWriters));
+        display->mtkView()->setDiagnostics(diagnostics);
+    }
 
     const CameraAccess cameraAccess;
     AppDelegate delegate(windowController, cameraAccess);

@@ -112,8 +112,9 @@ enum class AssetWriterStatus : std::uint8_t { unknown, writing, completed, faile
 /// A failure while writing makes it failed at once; it is finished all the same.  Until it is, the file at
 /// the path plays up to about the last second, whatever becomes of the program.
 ///
-/// Calls come on one thread; status() and error() are thread-safe.  The destructor waits for what was asked
-/// for: a writer that is finishing finishes.  It must not run on the writer's own thread.
+/// Calls come on one thread; status() and error() are thread-safe.  The destructor waits until a writer that
+/// is finishing has finished, which then takes no longer than a whole movie that plays needs: what would only
+/// better it is given up.  It must not run on the writer's own thread.
 class AssetWriter {
 public:
     using FinishHandler = std::function<void()>;
@@ -125,8 +126,9 @@ public:
     /// The input must be one that can be added, made by the same platform.
     virtual void addInput(std::shared_ptr<AssetWriterInput> input) = 0;
 
-    /// Makes the file, where none may be yet.
-    /// @return false where that fails, or where there is no input: the writer has failed then
+    /// Makes the file, where none may be yet.  What takes time, as encoders do, happens on the writer's own
+    /// thread, and may still fail there.
+    /// @return false where the file cannot be made, or where there is no input: the writer has failed then
     virtual bool startWriting() = 0;
 
     /// The movie's time line begins at that time.  Once, after startWriting() and before the first sample.
@@ -137,7 +139,7 @@ public:
     virtual void finishWritingWithCompletionHandler(FinishHandler handler) = 0;
 
     virtual AssetWriterStatus status() const = 0;
-    /// Why the writer failed; without a code while it has not.
+    /// Why the writer failed; without a code while it has not.  Once it has finished, with what was kept.
     virtual Error error() const = 0;
 };
 

@@ -24,8 +24,9 @@ KTMTKView::KTMTKView(const QRect& frame, RendererChoice choice)
           return makeRenderBackend(choice, window, renderQueue);
       }) {}
 
-KTMTKView::KTMTKView(const QRect& frame, const BackendFactory& makeBackend)
+KTMTKView::KTMTKView(const QRect& frame, const BackendFactory& makeBackend, BackendRemaker remakeBackend)
     : renderQueue_(std::make_unique<SerialQueue>("KT.Metal.RenderQueue")),
+      remakeBackend_(std::move(remakeBackend)),
       assetWriteManager_(std::make_shared<KTAssetWriterManager>()) {
     // What is pressed over the picture is the panel's business: its window moves, its menu opens.
     setFlags(Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus);
@@ -172,11 +173,14 @@ void KTMTKView::resizeEvent(QResizeEvent*) {
 void KTMTKView::setDrawable(bool drawable) {
     if (drawable == drawable_) return;
     drawable_ = drawable;
+    const auto tell = [this, drawable] {
+        if (backend_.surface) backend_.surface->setDrawable(drawable);
+    };
     // On the way out the window may be gone the next moment, so the render queue has to have let go of it.
     if (drawable)
-        renderQueue_->async([this] { backend_.surface->setDrawable(true); });
+        renderQueue_->async(tell);
     else
-        renderQueue_->sync([this] { backend_.surface->setDrawable(false); });
+        renderQueue_->sync(tell);
 }
 
 void KTMTKView::updateDrawableSize() {

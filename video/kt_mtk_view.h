@@ -8,6 +8,7 @@
 #include <QWidget>
 #include <QWindow>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,6 +16,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/diagnostics.h"
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
 #include "platform/serial_queue.h"
@@ -39,23 +41,32 @@ class KTMTKView : public QWindow {
 public:
     /// Makes what draws on the render queue of the view.
     using BackendFactory = std::function<RenderBackend(QWindow& window, SerialQueue& renderQueue)>;
+    /// Makes it again, as remakeRenderBackend() does.
+    using BackendRemaker =
+        std::function<RenderBackend(Renderer renderer, QWindow& window, SerialQueue& renderQueue)>;
 
     explicit KTMTKView(const QRect& frame = {}, RendererChoice choice = RendererChoice::automatic);
-    KTMTKView(const QRect& frame, const BackendFactory& makeBackend);
+    KTMTKView(const QRect& frame, const BackendFactory& makeBackend,
+              BackendRemaker remakeBackend = remakeRenderBackend);
     /// No call of another thread may be under way, and no pixel buffer of the view may be used after.
     ~KTMTKView() override;
 
-    /// The renderer that was chosen, constant.
+    /// The renderer in use.  OpenGL that fails is made again; after three failures the processor takes over.
     Renderer renderer() const { return renderer_; }
+
+    /// Told in one line when the processor takes over.  On the main thread; must outlive the view.
+    void setDiagnostics(Diagnostics& diagnostics) { diagnostics_ = &diagnostics; }
 
     // Frames
 
     /// Copies the frame on the caller's thread (the capture queue: one caller at a time) and asks for a draw.
-    /// At most one draw waits: a frame that finds one waiting takes its place.  A null frame is ignored.
+    /// At most one draw waits: a frame that finds one waiting takes its place, or, while a movie is recorded,
+    /// waits for its turn.  A null frame is ignored.
     void drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                              const MediaTime& time);
 
-    /// Makes the picture black, after every draw that waits already.
+    /// Makes the picture black, after every draw that waits already.  The camera is gone, so a movie under
+    /// way is finished with its last frame.
     void drawBlack();
 
     /// Replaces both pixel buffers by ones of the frame's size.  Waits for the render queue; called where
@@ -70,7 +81,7 @@ public:
     /// Drops both pixel buffers, after every draw that waits already.
     void freePictureData();
 
-    /// Camera frames whose draw is done.
+    /// Camera frames whose draw is done.  One that could not be drawn does not count.
     std::uint64_t drawnFrames() const { return drawnFrames_; }
 
     /// The view's picture as it stands, with the viewport's size; null before the first frame.  Waits for the
@@ -152,29 +163,44 @@ private:
 
     // On the main thread
     void initMetal(const BackendFactory& makeBackend);
+    void recover();
+    void letGoOfBackend();
+    void takeBackend(RenderBackend backend);
+    void handOverToProcessor();
     void setDrawable(bool drawable);
     void updateDrawableSize();
     void redisplay();
 
     // On the capture queue
     bool fits(const PixelBuffer& frame) const;
+    void awaitTurn();
+    void copyIntoPicture(const PixelBuffer& frame);
 
     // On the render queue
     void releasePictures();
+    bool makeCurrent();
     void drawWaitingFrame();
-    void drawInMTKView();
-    void correctionPass(const Pictures& pictures);
+    bool drawInMTKView();
+    bool correctionPass(const Pictures& pictures);
     void displayPass(const Pictures& pictures);
+    void didDraw();
+    void didFailToDraw();
+    void letNextFrameCome();
+    bool mayPresent();
+    void noteRecording();
     Pictures pictures() const;
 
     const std::unique_ptr<SerialQueue> renderQueue_;
-    RenderBackend backend_; // passes: render queue
-    Renderer renderer_ = Renderer::cpu;
+    const BackendRemaker remakeBackend_;
+    RenderBackend backend_; // passes: render queue; empty for moments while it is made again
+    std::atomic<Renderer> renderer_ = Renderer::cpu;
 
     std::atomic<bool> shouldFlipHorizontal_ = false;
     std::atomic<bool> shouldFlipVertical_ = false;
     std::atomic<VideoGravity> videoGravity_ = VideoGravity::resizeAspect;
     std::atomic<std::uint64_t> drawnFrames_ = 0;
+    std::atomic<int> failures_ = 0;             // of OpenGL, since it last drew for a while
+    std::atomic<bool> keepsEveryFrame_ = false; // a movie is recorded
 
     mutable std::mutex stateMutex_; // guards the members up to the blank line; held for moments only
     Pictures pictures_;
@@ -184,12 +210,20 @@ private:
     MediaTime presentationTime_;
     MediaTime waitingTime_;
     bool drawWaits_ = false;
+    bool frameWaits_ = false;   // in pixelBuffer, not corrected yet
+    bool captureWaits_ = false; // with a frame, until that one is
     bool redisplayWaits_ = false;
+
+    std::condition_variable frameTaken_;
 
     // On the render queue
     std::shared_ptr<KTAssetWriterManager> assetWriteManager_;
+    int picturesLeftOut_ = 0; // of the preview, in a row
+    int goodDraws_ = 0;       // since the last failure
+    bool recovering_ = false;
 
     // On the main thread
+    Diagnostics* diagnostics_ = nullptr;
     QPointer<QWidget> container_;
     bool hidden_ = false;
     bool drawable_ = false;

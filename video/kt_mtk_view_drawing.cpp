@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 constexpr std::size_t rowAlignment = 64;
+constexpr int mostPicturesLeftOut = 4; // in a row
 
 // The copy wants rows as long as the frame's; a frame whose rows the passes could not take gets padded ones.
 std::size_t rowLengthFor(const PixelBuffer& frame) {
@@ -33,11 +34,25 @@ void copyRows(const PixelBuffer::Plane& source, const PixelBuffer::Plane& destin
                     source.baseAddress + row * source.bytesPerRow, bytes);
 }
 
+// Both are locked.
+void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
+    if (source.planeCount() == 0) {
+        const std::size_t advance = std::min(source.bytesPerRow(), destination.bytesPerRow());
+        copyRows(source.planes().front(), destination.planes().front(), advance);
+        return;
+    }
+    const std::size_t planes = std::min(source.planes().size(), destination.planes().size());
+    for (std::size_t plane = 0; plane < planes; ++plane)
+        copyRows(source.planes()[plane], destination.planes()[plane],
+                 destination.planes()[plane].bytesPerRow);
+}
+
 } // namespace
 
 void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                                     const MediaTime& time) {
     if (!frame) return;
+    awaitTurn();
     if (!fits(*frame)) {
         // In one task: no draw and no snapshot comes between the old pictures and the new ones.
         renderQueue_->sync([&] {
@@ -45,13 +60,32 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
             createTextureWithPixelBuffer(frame);
         });
     }
-    if (const auto destination = pixelBuffer()) copyDataFromPixelBufferToPixelBuffer(*frame, *destination);
+    copyIntoPicture(*frame);
     {
         const std::lock_guard lock(stateMutex_);
         waitingTime_ = time;
+        frameWaits_ = true;
         if (std::exchange(drawWaits_, true)) return;
     }
     renderQueue_->async([this] { drawWaitingFrame(); });
+}
+
+// A slow screen costs the preview pictures, never the movie: the frame before is corrected first.
+void KTMTKView::awaitTurn() {
+    if (!keepsEveryFrame_) return;
+    std::unique_lock lock(stateMutex_);
+    captureWaits_ = true;
+    frameTaken_.wait(lock, [this] { return !frameWaits_; });
+    captureWaits_ = false;
+}
+
+void KTMTKView::copyIntoPicture(const PixelBuffer& frame) {
+    const auto destination = pixelBuffer();
+    if (!destination) return;
+    const auto sourceLock = frame.lock();
+    const auto destinationLock = destination->lock();
+    // Its memory goes with the renderer that made it; that one waits for the lock once it has let go of it.
+    if (pixelBuffer() == destination) copyPlanes(frame, *destination);
 }
 
 bool KTMTKView::fits(const PixelBuffer& frame) const {
@@ -72,7 +106,7 @@ void KTMTKView::createTextureWithPixelBuffer(const std::shared_ptr<PixelBuffer>&
     FramePicture camera;
     FramePicture corrected;
     renderQueue_->sync([&] {
-        if (!backend_.surface->makeCurrent()) return;
+        if (!makeCurrent()) return;
         const auto make = [&](PictureUse use) {
             return backend_.passes->makePicture(use, frame->width(), frame->height(), rowLength);
         };
@@ -96,19 +130,13 @@ void KTMTKView::createTextureWithPixelBuffer(const std::shared_ptr<PixelBuffer>&
 void KTMTKView::copyDataFromPixelBufferToPixelBuffer(const PixelBuffer& source, PixelBuffer& destination) {
     const auto sourceLock = source.lock();
     const auto destinationLock = destination.lock();
-    if (source.planeCount() == 0) {
-        const std::size_t advance = std::min(source.bytesPerRow(), destination.bytesPerRow());
-        copyRows(source.planes().front(), destination.planes().front(), advance);
-        return;
-    }
-    const std::size_t planes = std::min(source.planes().size(), destination.planes().size());
-    for (std::size_t plane = 0; plane < planes; ++plane)
-        copyRows(source.planes()[plane], destination.planes()[plane],
-                 destination.planes()[plane].bytesPerRow);
+    copyPlanes(source, destination);
 }
 
 void KTMTKView::drawBlack() {
     renderQueue_->async([this] {
+        if (assetWriteManager_->isRecording()) assetWriteManager_->stopRecord();
+        noteRecording();
         if (const auto frame = pixelBuffer()) {
             const auto lock = frame->lock();
             for (const PixelBuffer::Plane& plane : frame->planes())
@@ -138,7 +166,10 @@ void KTMTKView::redisplay() {
             const std::lock_guard lock(stateMutex_);
             redisplayWaits_ = false;
         }
-        if (backend_.surface->makeCurrent()) displayPass(pictures());
+        if (makeCurrent())
+            displayPass(pictures());
+        else
+            didFailToDraw();
     });
 }
 
@@ -148,33 +179,70 @@ void KTMTKView::drawWaitingFrame() {
         drawWaits_ = false;
         presentationTime_ = waitingTime_;
     }
-    drawInMTKView();
-    ++drawnFrames_;
+    if (drawInMTKView()) ++drawnFrames_;
 }
 
-void KTMTKView::drawInMTKView() {
-    const Pictures current = pictures();
-    if (backend_.surface->makeCurrent()) {
-        correctionPass(current);
-        displayPass(current);
+/// @return whether a camera's frame was drawn; without one, only the screen is
+bool KTMTKView::drawInMTKView() {
+    if (!makeCurrent()) {
+        letNextFrameCome();
+        didFailToDraw();
+        return false;
     }
-    if (assetWriteManager_->isRecording() && current.correctPixelBuffer)
+    const Pictures current = pictures();
+    const bool corrected = correctionPass(current);
+    letNextFrameCome();
+    if (mayPresent()) displayPass(current);
+    if (corrected && assetWriteManager_->isRecording())
         assetWriteManager_->recordPixelBufferWithPresentationTime(current.correctPixelBuffer,
                                                                   presentationTime());
+    noteRecording();
+    return corrected;
 }
 
-void KTMTKView::correctionPass(const Pictures& pictures) {
+void KTMTKView::letNextFrameCome() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        frameWaits_ = false;
+    }
+    frameTaken_.notify_one();
+}
+
+// A screen that holds the preview up must not hold up the movie; the preview goes on all the same.
+bool KTMTKView::mayPresent() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        const bool late = keepsEveryFrame_ && (frameWaits_ || captureWaits_);
+        if (late && ++picturesLeftOut_ <= mostPicturesLeftOut) return false;
+    }
+    picturesLeftOut_ = 0;
+    return true;
+}
+
+void KTMTKView::noteRecording() {
+    keepsEveryFrame_ = assetWriteManager_->isRecording();
+}
+
+bool KTMTKView::correctionPass(const Pictures& pictures) {
     if (!pictures.pixelBuffer || !pictures.texture || !pictures.correctPixelBuffer ||
         !pictures.correctTexture)
-        return;
+        return false;
     CorrectionParameters parameters;
     parameters.shouldFlipHorizontal = shouldFlipHorizontal_ ? 1 : 0;
     parameters.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;
-    const auto frameLock = pictures.pixelBuffer->lock(); // a frame comes whole or waits
-    const auto correctLock = pictures.correctPixelBuffer->lock();
-    backend_.passes->correct(
-        *pictures.texture, *pictures.correctTexture, parameters,
-        correctionGroupCount(pictures.pixelBuffer->width(), pictures.pixelBuffer->height()));
+    bool done = false;
+    {
+        const auto frameLock = pictures.pixelBuffer->lock(); // a frame comes whole or waits
+        const auto correctLock = pictures.correctPixelBuffer->lock();
+        done = backend_.passes->correct(
+            *pictures.texture, *pictures.correctTexture, parameters,
+            correctionGroupCount(pictures.pixelBuffer->width(), pictures.pixelBuffer->height()));
+    }
+    if (done)
+        didDraw();
+    else
+        didFailToDraw();
+    return done;
 }
 
 void KTMTKView::displayPass(const Pictures& pictures) {

@@ -28,11 +28,15 @@ void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
             }
             assetWriteManager_->startRecordWithPixelBufferFilePathAudioOutputSettingsCompletionHandler(
                 frame, filePath, audioOutputSettings, completionHandler);
+            noteRecording();
         });
 }
 
 void KTMTKView::stopRecord() {
-    renderQueue_->async([this] { assetWriteManager_->stopRecord(); });
+    renderQueue_->async([this] {
+        assetWriteManager_->stopRecord();
+        noteRecording();
+    });
 }
 
 } // namespace tavelo

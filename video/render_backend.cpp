@@ -44,4 +44,9 @@ RenderBackend makeRenderBackend(RendererChoice choice, QWindow& window, SerialQu
     return makeCpuBackend(window);
 }
 
+RenderBackend remakeRenderBackend(Renderer renderer, QWindow& window, SerialQueue& renderQueue) {
+    return renderer == Renderer::gl ? makeGlBackend(RendererChoice::gl, window, renderQueue)
+                                    : makeCpuBackend(window);
+}
+
 } // namespace tavelo

@@ -31,6 +31,16 @@ ErrorCode codeOf(QFileDevice::FileError error) {
     }
 }
 
+// Nothing may be left in a buffer: the commit does not tell whether that could be written.
+bool writeWhole(QSaveFile& file, const QByteArray& bytes) {
+    for (qsizetype done = 0; done < bytes.size();) {
+        const qint64 count = file.write(bytes.constData() + done, bytes.size() - done);
+        if (count <= 0) return false;
+        done += count;
+    }
+    return true;
+}
+
 std::variant<QByteArray, Error> encode(const PixelBuffer& frame, const SnapshotSteps& steps) {
     const auto failed = [](const char* message) { return Error{ErrorCode::none, message}; };
     QImage representation;
@@ -94,7 +104,7 @@ std::optional<Error> writeSnapshot(const PixelBuffer& frame, const std::string& 
     if (const auto* error = std::get_if<Error>(&encoded)) return *error;
     const auto& png = std::get<QByteArray>(encoded);
     QSaveFile file(QString::fromStdString(filePath));
-    if (file.open(QIODevice::WriteOnly) && file.write(png) == png.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeWhole(file, png) && file.commit())
         return std::nullopt;
     return Error{codeOf(file.error()), file.errorString().toStdString(), "file system"};
 }

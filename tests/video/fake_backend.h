@@ -28,6 +28,8 @@ public:
     std::atomic<bool> refuseCameraFrame = false;
     std::atomic<bool> refuseCorrectedFrame = false;
     std::atomic<bool> drawable = true;
+    std::atomic<bool> lost = false;  ///< nothing can be made current
+    std::atomic<bool> hangs = false; ///< the correction is never done
     std::atomic<std::uint8_t> lastFlipHorizontal = 0;
     std::atomic<std::uint8_t> lastFlipVertical = 0;
 
@@ -54,11 +56,12 @@ public:
                 std::make_shared<FakeTexture>()};
     }
 
-    void correct(FrameTexture&, FrameTexture&, const CorrectionParameters& parameters,
+    bool correct(FrameTexture&, FrameTexture&, const CorrectionParameters& parameters,
                  const GroupExtent& groupCount) override {
         log_.lastFlipHorizontal = parameters.shouldFlipHorizontal;
         log_.lastFlipVertical = parameters.shouldFlipVertical;
         log_.add("correct " + std::to_string(groupCount.width) + "x" + std::to_string(groupCount.height));
+        return !log_.hangs;
     }
 
     void display(FrameTexture* corrected, ViewportSize, const FloatMatrix&) override {
@@ -69,12 +72,12 @@ private:
     BackendLog& log_;
 };
 
-class FakeSurface final : public FrameSurface {
+class FakeSurface : public FrameSurface {
 public:
     explicit FakeSurface(BackendLog& log) : log_(log) {}
 
     void setDrawable(bool) override {}
-    bool makeCurrent() override { return true; }
+    bool makeCurrent() override { return !log_.lost; }
     bool beginDisplay(ViewportSize) override { return log_.drawable; }
     void present() override { log_.add("present"); }
     void flush() override {}
@@ -83,13 +86,16 @@ private:
     BackendLog& log_;
 };
 
-inline KTMTKView::BackendFactory fakeBackend(BackendLog& log) {
-    return [&log](QWindow&, SerialQueue&) {
-        RenderBackend backend;
-        backend.surface = std::make_unique<FakeSurface>(log);
-        backend.passes = std::make_unique<FakePasses>(log);
-        return backend;
-    };
+inline RenderBackend makeFakeBackend(BackendLog& log, Renderer renderer = Renderer::cpu) {
+    RenderBackend backend;
+    backend.renderer = renderer;
+    backend.surface = std::make_unique<FakeSurface>(log);
+    backend.passes = std::make_unique<FakePasses>(log);
+    return backend;
+}
+
+inline KTMTKView::BackendFactory fakeBackend(BackendLog& log, Renderer renderer = Renderer::cpu) {
+    return [&log, renderer](QWindow&, SerialQueue&) { return makeFakeBackend(log, renderer); };
 }
 
 } // namespace tavelo::testing

@@ -81,6 +81,11 @@ protected:
     bool able_ = true;
 };
 
+TEST_P(GlFramePassesTest, FramesDoNotWaitForTheScreenAndAResetIsTold) {
+    EXPECT_EQ(context_->format().swapInterval(), 0);
+    EXPECT_TRUE(context_->format().testOption(QSurfaceFormat::ResetNotification));
+}
+
 TEST_P(GlFramePassesTest, DrawsTheReferencePictures) {
     for (const ReferenceCase& one : referenceCases()) {
         const PassesResult result = runGl(one, std::size_t(one.width) * 4);

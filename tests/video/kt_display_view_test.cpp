@@ -100,6 +100,17 @@ TEST_F(KTDisplayViewTest, ShownDeviceIsAttachedAndStarted) {
     EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514");
 }
 
+TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueAndHoldsNobodyUp) {
+    std::promise<void> busy;
+    view_->captureQueue().async([wait = busy.get_future().share()] { wait.wait(); });
+    view_->showDevice(first_);
+    EXPECT_EQ(session().starts, 0);
+    EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514"); // attached already
+    busy.set_value();
+    settle();
+    EXPECT_EQ(session().starts, 1);
+}
+
 TEST_F(KTDisplayViewTest, EmptyDeviceWhileACameraRunsLeavesTheSessionStoppedWithoutInput) {
     show(first_);
     deliver(makeTestPicture(64, 48));

@@ -2,6 +2,9 @@
 // How the renderer starts, feeds and stops its recorder.
 #include <gmock/gmock.h>
 
+#include <future>
+#include <thread>
+
 #include "fake_asset_writer.h"
 #include "fake_backend.h"
 
@@ -12,6 +15,7 @@ using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 class KTMTKViewMoviesTest : public ::testing::Test {
 protected:
@@ -29,13 +33,16 @@ protected:
     }
     void start() {
         view_.startRecordWithFilePathAudioOutputSettingsCompletionHandler(
-            "movie.mp4", std::nullopt,
-            [this](bool success, const Error& error) { ended_.emplace_back(success, error); });
+            "movie.mp4", std::nullopt, [this](bool success, const Error& error) {
+                ended_.emplace_back(success, error);
+                endedOnRenderQueue_ = view_.renderQueue().isCurrent();
+            });
         settle();
     }
 
     WriterScript script_;
     std::vector<std::pair<bool, Error>> ended_;
+    bool endedOnRenderQueue_ = false;
     BackendLog log_;
     KTMTKView view_{QRect(), fakeBackend(log_)};
 };
@@ -47,7 +54,70 @@ TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameIsToldNotRendingAndNothingEl
     EXPECT_EQ(ended_[0].second.text, "Not rending");
     EXPECT_EQ(ended_[0].second.code, ErrorCode::none);
     EXPECT_EQ(ended_[0].second.domain, "");
+    EXPECT_TRUE(endedOnRenderQueue_);
     EXPECT_THAT(script_.take(), IsEmpty());
+}
+
+TEST_F(KTMTKViewMoviesTest, WriterThatCannotBeMadeIsToldOnTheRenderQueue) {
+    draw(64, 48, 1ms);
+    script_.refuseWriter = true;
+    start();
+    ASSERT_EQ(ended_.size(), 1U);
+    EXPECT_EQ(ended_[0].second.text, "cannot be made");
+    EXPECT_TRUE(endedOnRenderQueue_);
+}
+
+TEST_F(KTMTKViewMoviesTest, BlackPictureOfACameraThatIsGoneIsNotInTheMovieWhichIsASuccess) {
+    draw(64, 48, 1ms);
+    start();
+    draw(64, 48, 2ms);
+    view_.drawBlack();
+    settle();
+    EXPECT_THAT(script_.take(), ElementsAre("mpeg4 movie.mp4", "add video", "audio real time", "add audio",
+                                            "start", "session 2000000/1000000000",
+                                            "video append 2000000/1000000000", "video finished", "finish"));
+    ASSERT_EQ(ended_.size(), 1U);
+    EXPECT_TRUE(ended_[0].first);
+    EXPECT_THAT(log_.take(), Contains("correct 4x3").Times(3));
+}
+
+TEST_F(KTMTKViewMoviesTest, FrameThatCouldNotBeDrawnIsNotWritten) {
+    draw(64, 48, 1ms);
+    start();
+    draw(64, 48, 2ms);
+    log_.lost = true;
+    draw(64, 48, 3ms);
+    log_.lost = false;
+    log_.hangs = true;
+    draw(64, 48, 4ms);
+    log_.hangs = false;
+    draw(64, 48, 5ms);
+    const auto calls = script_.take();
+    EXPECT_THAT(calls, Contains("video append 5000000/1000000000"));
+    EXPECT_THAT(calls, Not(Contains("video append 3000000/1000000000")));
+    EXPECT_THAT(calls, Not(Contains("video append 4000000/1000000000")));
+    EXPECT_EQ(view_.drawnFrames(), 3U);
+}
+
+TEST_F(KTMTKViewMoviesTest, FrameThatFindsOneWaitingWhileAMovieIsRecordedWaitsForItsTurn) {
+    draw(64, 48, 1ms);
+    start();
+    std::promise<void> busy; // a screen that holds the preview up
+    view_.renderQueue().async([wait = busy.get_future().share()] { wait.wait(); });
+    std::promise<void> offered;
+    std::thread camera([&] {
+        for (const auto time : {2ms, 3ms, 4ms})
+            view_.drawPixelBufferWithPresentationTime(PixelBuffer::create(PixelFormat::bgra32, 64, 48),
+                                                      MediaTime::fromNanoseconds(time));
+        offered.set_value();
+    });
+    EXPECT_EQ(offered.get_future().wait_for(100ms), std::future_status::timeout);
+    busy.set_value();
+    camera.join();
+    settle();
+    const auto calls = script_.take();
+    for (const char* time : {"2000000", "3000000", "4000000"})
+        EXPECT_THAT(calls, Contains("video append " + std::string(time) + "/1000000000"));
 }
 
 TEST_F(KTMTKViewMoviesTest, FramesFromTheStartToTheStopAreWrittenWithTheirCaptureTimes) {

@@ -2,9 +2,11 @@
 #include "video/snapshot.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <QDir>
 #include <QFile>
+#include <csignal>
 
 #include "fake_backend.h"
 #include "temporary_folder.h"
@@ -42,6 +44,28 @@ public:
 
 private:
     int failing_;
+};
+
+/// As good as a full disk: no file grows beyond that many bytes.
+class SmallFilesOnly {
+public:
+    explicit SmallFilesOnly(std::size_t most) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        rlimit limit = before_;
+        limit.rlim_cur = rlim_t(most);
+        handler_ = std::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SmallFilesOnly() {
+        ::setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    SmallFilesOnly(const SmallFilesOnly&) = delete;
+    SmallFilesOnly& operator=(const SmallFilesOnly&) = delete;
+
+private:
+    rlimit before_{};
+    void (*handler_)(int) = nullptr;
 };
 
 class SnapshotTest : public ::testing::Test {
@@ -108,6 +132,23 @@ TEST_F(SnapshotTest, FailedWriteLeavesNoPartialFile) {
     ASSERT_TRUE(QDir().mkpath(QString::fromStdString(path("taken"))));
     EXPECT_TRUE(writeSnapshot(*makeTestPicture(16, 9), path("taken")).has_value());
     EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(SnapshotTest, FullDiskIsToldAndLeavesTheFileThatWasThere) {
+    for (const std::size_t room : {std::size_t(0), std::size_t(100)}) {
+        ASSERT_EQ(writeSnapshot(*makeTestPicture(32, 32), path()), std::nullopt);
+        const QImage before = load(path());
+        std::optional<Error> error;
+        {
+            const SmallFilesOnly limit(room);
+            error = writeSnapshot(*makeTestPicture(64, 48), path());
+        }
+        ASSERT_TRUE(error.has_value()) << room;
+        EXPECT_EQ(error->domain, "file system");
+        EXPECT_THAT(error->text, ::testing::HasSubstr("File too large"));
+        EXPECT_EQ(load(path()), before);
+        EXPECT_EQ(files().size(), 1);
+    }
 }
 
 TEST_F(SnapshotTest, FileThatIsThereIsReplacedWhole) {

@@ -5,7 +5,9 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QScreen>
+#include <atomic>
 #include <functional>
+#include <thread>
 
 #include "display_test_main.h"
 #include "fake_capture.h"
@@ -138,6 +140,108 @@ TEST_P(VisiblePreviewTest, PictureIsThereAgainInAReparentedView) {
     view_->show();
     EXPECT_TRUE(screenBecomes(drawReference(fitted(640, 480, {536, 301}, false))));
     view_->setParent(&window_);
+}
+
+/// OpenGL as it is, until it is told to be lost.
+class LosableSurface final : public FrameSurface {
+public:
+    LosableSurface(std::unique_ptr<FrameSurface> surface, std::atomic<bool>& lost)
+        : surface_(std::move(surface)),
+          lost_(lost) {}
+
+    void setDrawable(bool drawable) override { surface_->setDrawable(drawable); }
+    bool makeCurrent() override { return !lost_ && surface_->makeCurrent(); }
+    bool beginDisplay(ViewportSize viewport) override { return surface_->beginDisplay(viewport); }
+    void present() override { surface_->present(); }
+    void flush() override { surface_->flush(); }
+
+private:
+    std::unique_ptr<FrameSurface> surface_;
+    std::atomic<bool>& lost_;
+};
+
+/// The renderer in a container inside a window, with a real context behind it, and a camera that pours.
+class LostContextTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        window_.setGeometry(100, 80, 600, 400);
+        container_ = QWidget::createWindowContainer(view_, &window_);
+        view_->setContainer(container_);
+        container_->setGeometry(20, 30, 536, 301);
+        window_.show();
+        ASSERT_TRUE(eventually([&] { return view_->isExposed(); }));
+        camera_ = std::thread([this] {
+            const auto picture = makeTestPicture(640, 480);
+            for (int i = 1; pouring_; ++i)
+                view_->drawPixelBufferWithPresentationTime(picture, MediaTime::fromNanoseconds(i * 1ms));
+        });
+        ASSERT_TRUE(drawsOn());
+    }
+    void TearDown() override {
+        pouring_ = false;
+        if (camera_.joinable()) camera_.join();
+    }
+
+    bool drawsOn() const {
+        return eventually([&, goal = view_->drawnFrames() + 5] { return view_->drawnFrames() > goal; });
+    }
+    QImage onScreen() const {
+        const QRect area(container_->mapToGlobal(QPoint(0, 0)), container_->size());
+        return QGuiApplication::primaryScreen()
+            ->grabWindow(0, area.x(), area.y(), area.width(), area.height())
+            .toImage()
+            .convertToFormat(QImage::Format_RGB32);
+    }
+    bool screenShowsThePicture() const {
+        const QImage expected = drawReference({640, 480, 536, 301, VideoGravity::resizeAspect, false, false});
+        return eventually([&] { return compare(onScreen(), expected).largest <= tolerance; });
+    }
+    RenderBackend losable(RenderBackend backend) {
+        if (backend.renderer == Renderer::gl && backend.surface)
+            backend.surface = std::make_unique<LosableSurface>(std::move(backend.surface), lost_);
+        return backend;
+    }
+
+    std::atomic<bool> lost_ = false;
+    std::atomic<bool> pouring_ = true;
+    bool heals_ = false; // by being made again
+    int remade_ = 0;
+    QWidget window_;
+    QWidget* container_ = nullptr; // owns the view
+    KTMTKView* view_ = new KTMTKView(
+        QRect(),
+        [this](QWindow& window, SerialQueue& queue) {
+            return losable(makeRenderBackend(RendererChoice::gl, window, queue));
+        },
+        [this](Renderer renderer, QWindow& window, SerialQueue& queue) {
+            ++remade_;
+            if (heals_) lost_ = false;
+            return losable(remakeRenderBackend(renderer, window, queue));
+        });
+    std::thread camera_;
+};
+
+TEST_F(LostContextTest, IsMadeAgainWhileTheCameraPoursAndThePictureIsBack) {
+    heals_ = true;
+    for (int i = 1; i <= 3; ++i) {
+        lost_ = true;
+        ASSERT_TRUE(eventually([&] { return remade_ == i; }));
+        ASSERT_TRUE(
+            eventually([&, goal = view_->drawnFrames() + 40] { return view_->drawnFrames() > goal; }));
+    }
+    EXPECT_EQ(view_->renderer(), Renderer::gl);
+    EXPECT_TRUE(screenShowsThePicture());
+}
+
+TEST_F(LostContextTest, StaysLostAndTheProcessorDrawsInTheSameWindow) {
+    lost_ = true;
+    ASSERT_TRUE(eventually([&] { return view_->renderer() == Renderer::cpu; }));
+    EXPECT_TRUE(drawsOn());
+    EXPECT_TRUE(screenShowsThePicture());
+    EXPECT_TRUE(container_->isVisible());
+    window_.resize(500, 380);
+    container_->resize(536, 301);
+    EXPECT_TRUE(drawsOn());
 }
 
 std::string rendererName(const ::testing::TestParamInfo<RendererChoice>& choice) {

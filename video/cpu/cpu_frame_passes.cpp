@@ -55,15 +55,15 @@ FramePicture CpuFramePasses::makePicture(PictureUse, std::size_t width, std::siz
     return {std::move(pixelBuffer), std::move(texture)};
 }
 
-void CpuFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
+bool CpuFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
                              const CorrectionParameters& parameters, const GroupExtent&) {
     const PixelBuffer& from = static_cast<const Texture&>(frame).pixelBuffer();
     const PixelBuffer& to = static_cast<const Texture&>(corrected).pixelBuffer();
     // libyuv turns a picture of negative height upside down.
     const int height = parameters.shouldFlipVertical != 0 ? -int(from.height()) : int(from.height());
     const auto pass = parameters.shouldFlipHorizontal != 0 ? libyuv::ARGBMirror : libyuv::ARGBCopy;
-    pass(from.baseAddress(), int(from.bytesPerRow()), to.baseAddress(), int(to.bytesPerRow()),
-         int(from.width()), height);
+    return pass(from.baseAddress(), int(from.bytesPerRow()), to.baseAddress(), int(to.bytesPerRow()),
+                int(from.width()), height) == 0;
 }
 
 void CpuFramePasses::display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) {

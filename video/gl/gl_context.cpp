@@ -18,6 +18,8 @@ QSurfaceFormat baseFormat() {
     format.setAlphaBufferSize(0);
     format.setDepthBufferSize(0);
     format.setStencilBufferSize(0);
+    // The camera sets the pace: a frame must not wait for the screen.
+    format.setSwapInterval(0);
     return format;
 }
 
@@ -33,6 +35,12 @@ QSurfaceFormat embeddedFormat() {
     QSurfaceFormat format = baseFormat();
     format.setRenderableType(QSurfaceFormat::OpenGLES);
     format.setVersion(3, 1);
+    return format;
+}
+
+// A reset of the graphics card loses the context; without this some drivers end the program instead.
+QSurfaceFormat toldOfResets(QSurfaceFormat format) {
+    format.setOption(QSurfaceFormat::ResetNotification);
     return format;
 }
 
@@ -52,7 +60,8 @@ bool isSoftwareRenderer(QByteArray name) {
 } // namespace
 
 std::unique_ptr<GlContext> GlContext::create(SerialQueue& queue) {
-    for (const QSurfaceFormat& format : {desktopFormat(), embeddedFormat()}) {
+    for (const QSurfaceFormat& format :
+         {toldOfResets(desktopFormat()), desktopFormat(), toldOfResets(embeddedFormat()), embeddedFormat()}) {
         std::unique_ptr<GlContext> context(new GlContext(queue, format));
         bool open = false;
         queue.sync([&] { open = context->openOnQueue(); });

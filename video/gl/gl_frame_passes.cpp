@@ -142,7 +142,7 @@ GlObject GlFramePasses::makeCorrectTexture(std::size_t width, std::size_t height
     return texture;
 }
 
-void GlFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
+bool GlFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
                             const CorrectionParameters& parameters, const GroupExtent& groupCount) {
     const auto& from = static_cast<const Texture&>(frame);
     auto& to = static_cast<Texture&>(corrected);
@@ -161,9 +161,9 @@ void GlFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
     const bool mapped = sharing_ == Sharing::mapped;
     gl_.glMemoryBarrier(GL_TEXTURE_FETCH_BARRIER_BIT | GL_BUFFER_UPDATE_BARRIER_BIT |
                         (mapped ? clientMappedBufferBarrierBit : 0U));
-    waitForGpu(gl_);
-    to.buffer().download(gl_);
-    to.setDrawn();
+    const bool done = waitForGpu(gl_) && to.buffer().download(gl_);
+    if (done) to.setDrawn();
+    return done;
 }
 
 void GlFramePasses::display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) {

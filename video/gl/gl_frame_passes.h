@@ -24,7 +24,7 @@ public:
 
     FramePicture makePicture(PictureUse use, std::size_t width, std::size_t height,
                              std::size_t bytesPerRow) override;
-    void correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
+    bool correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
                  const GroupExtent& groupCount) override;
     void display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) override;
 

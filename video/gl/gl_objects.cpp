@@ -63,10 +63,12 @@ GlObject makeGlProgram(QOpenGLExtraFunctions& gl, const QByteArray& version,
     return program;
 }
 
-void waitForGpu(QOpenGLExtraFunctions& gl) {
+bool waitForGpu(QOpenGLExtraFunctions& gl) {
     const GLsync fence = gl.glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-    gl.glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, gpuPatience);
+    if (fence == nullptr) return false;
+    const GLenum result = gl.glClientWaitSync(fence, GL_SYNC_FLUSH_COMMANDS_BIT, gpuPatience);
     gl.glDeleteSync(fence);
+    return result == GL_ALREADY_SIGNALED || result == GL_CONDITION_SATISFIED;
 }
 
 void GlDisposal::addBuffer(GLuint name) {

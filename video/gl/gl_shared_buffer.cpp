@@ -89,13 +89,13 @@ void GlSharedBuffer::upload(QOpenGLExtraFunctions& gl) const {
     gl.glBufferSubData(GL_SHADER_STORAGE_BUFFER, 0, qopengl_GLsizeiptr(bytes_), memory_);
 }
 
-void GlSharedBuffer::download(QOpenGLExtraFunctions& gl) const {
-    if (ownMemory_.empty()) return;
+bool GlSharedBuffer::download(QOpenGLExtraFunctions& gl) const {
+    if (ownMemory_.empty()) return true;
     gl.glBindBuffer(GL_SHADER_STORAGE_BUFFER, name_);
     const void* bytes =
         gl.glMapBufferRange(GL_SHADER_STORAGE_BUFFER, 0, qopengl_GLsizeiptr(bytes_), GL_MAP_READ_BIT);
     if (bytes != nullptr) std::memcpy(memory_, bytes, bytes_);
-    gl.glUnmapBuffer(GL_SHADER_STORAGE_BUFFER);
+    return gl.glUnmapBuffer(GL_SHADER_STORAGE_BUFFER) == GL_TRUE && bytes != nullptr;
 }
 
 } // namespace tavelo

@@ -40,7 +40,8 @@ public:
     /// Makes the processor's bytes the GPU's.
     void upload(QOpenGLExtraFunctions& gl) const;
     /// Makes the GPU's bytes the processor's; the GPU is done with them.
-    void download(QOpenGLExtraFunctions& gl) const;
+    /// @return false where they cannot be had
+    bool download(QOpenGLExtraFunctions& gl) const;
 
 private:
     GlSharedBuffer(GLuint name, std::size_t bytes, std::shared_ptr<GlDisposal> disposal);

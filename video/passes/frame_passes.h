@@ -54,7 +54,8 @@ public:
 
     /// Writes `frame`, mirrored as the parameters say, into `corrected`, which is of the same size.  The
     /// caller holds the locks of both pixel buffers.
-    virtual void correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
+    /// @return false where the GPU did not do it: it hangs, or the context is lost
+    virtual bool correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
                          const GroupExtent& groupCount) = 0;
 
     /// Fills the current target with opaque black, then draws the quad with `corrected` on it, sampled

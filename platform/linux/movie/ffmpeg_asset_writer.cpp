@@ -60,11 +60,14 @@ std::chrono::nanoseconds nanosecondsOf(const MediaTime& time) {
 
 } // namespace
 
-FfmpegAssetWriter::FfmpegAssetWriter(std::string path, MovieFileType type, Diagnostics& diagnostics)
+FfmpegAssetWriter::FfmpegAssetWriter(std::string path, MovieFileType type, MovieTools tools,
+                                     Diagnostics& diagnostics)
     : description_{std::move(path), type, {}, {}},
+      tools_(std::move(tools)),
       diagnostics_(diagnostics) {}
 
 FfmpegAssetWriter::~FfmpegAssetWriter() {
+    hurry_.request_stop();
     if (videoInput_) videoInput_->setTaker(nullptr);
     if (audioInput_) audioInput_->setTaker(nullptr);
 }
@@ -95,11 +98,16 @@ bool FfmpegAssetWriter::startWriting() {
     if (!videoInput_ && !audioInput_) return fail(movieError(ErrorCode::invalid, "the movie has no track"));
     if (!prepareFrames()) return fail(ffmpegError(AVERROR(ENOMEM), "the movie cannot be begun"));
     Error error;
-    auto pipeline = MoviePipeline::open(description_, diagnostics_, error);
-    if (!pipeline) return fail(error);
-    pipeline_ = std::move(pipeline);
-    const std::lock_guard lock(stateMutex_);
-    status_ = AssetWriterStatus::writing;
+    pipeline_ = MoviePipeline::create(description_, tools_, diagnostics_, error);
+    if (!pipeline_) return fail(error);
+    {
+        const std::lock_guard lock(stateMutex_);
+        status_ = AssetWriterStatus::writing;
+    }
+    // The thread that draws the preview does not wait for encoders.
+    queue_.async([this] {
+        if (const auto failed = pipeline_->open()) fail(*failed);
+    });
     return true;
 }
 
@@ -191,14 +199,18 @@ void FfmpegAssetWriter::finishWritingWithCompletionHandler(FinishHandler handler
 
 void FfmpegAssetWriter::finish(const FinishHandler& handler) {
     if (pipeline_) {
-        if (const auto error = pipeline_->finish()) fail(*error);
+        if (const auto error = pipeline_->finish(hurry_.get_token())) fail(*error);
+        const auto kept = pipeline_->kept();
         pipeline_.reset();
+        const std::lock_guard lock(stateMutex_);
+        error_.kept = kept;
     } else if (status() == AssetWriterStatus::unknown) {
         fail(movieError(ErrorCode::invalid, "nothing was recorded"));
     }
     {
         const std::lock_guard lock(stateMutex_);
         if (status_ == AssetWriterStatus::writing) status_ = AssetWriterStatus::completed;
+        if (status_ == AssetWriterStatus::completed) error_ = {};
     }
     if (handler) handler();
 }

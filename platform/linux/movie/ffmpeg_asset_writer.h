@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "platform/diagnostics.h"
@@ -19,11 +20,13 @@
 namespace tavelo {
 
 /// Pictures are converted on the thread that appends them (that is the copy, and takes about as long as one),
-/// encoded and written on a thread of the writer's own.  Eight pictures may wait in between.
+/// encoded and written on a thread of the writer's own, where the encoders are opened too.  Eight pictures
+/// may wait in between.
 class FfmpegAssetWriter final : public AssetWriter, private MovieSampleTaker {
 public:
     /// @param diagnostics must outlive the writer
-    FfmpegAssetWriter(std::string path, MovieFileType type, Diagnostics& diagnostics);
+    FfmpegAssetWriter(std::string path, MovieFileType type, MovieTools tools, Diagnostics& diagnostics);
+    /// A movie that is finishing stays in fragments, so that nobody waits for the copy.
     ~FfmpegAssetWriter() override;
 
     FfmpegAssetWriter(const FfmpegAssetWriter&) = delete;
@@ -50,6 +53,7 @@ private:
 
     // On the thread that feeds the writer
     MovieDescription description_;
+    const MovieTools tools_;
     Diagnostics& diagnostics_;
     std::shared_ptr<FfmpegAssetWriterInput> videoInput_;
     std::shared_ptr<FfmpegAssetWriterInput> audioInput_;
@@ -68,6 +72,7 @@ private:
     // On the writer's thread once it has started
     std::unique_ptr<MoviePipeline> pipeline_;
 
+    std::stop_source hurry_;
     SerialQueue queue_{"kt.movieWriter"}; // last: it runs empty while the others still live
 };
 

@@ -28,7 +28,9 @@ int obstacleAt(const std::filesystem::path& path) {
 
 class FfmpegAssetWriterPlatform final : public AssetWriterPlatform {
 public:
-    explicit FfmpegAssetWriterPlatform(Diagnostics& diagnostics) : diagnostics_(diagnostics) {
+    FfmpegAssetWriterPlatform(const MovieTools& tools, Diagnostics& diagnostics)
+        : tools_(tools),
+          diagnostics_(diagnostics) {
         av_log_set_level(AV_LOG_QUIET);
     }
 
@@ -38,7 +40,7 @@ public:
             error = fileError(obstacle, "the movie file cannot be made");
             return nullptr;
         }
-        return std::make_unique<FfmpegAssetWriter>(path, type, diagnostics_);
+        return std::make_unique<FfmpegAssetWriter>(path, type, tools_, diagnostics_);
     }
     std::shared_ptr<AssetWriterInput> makeVideoInput(const std::optional<VideoSettings>& settings) override {
         return std::make_shared<FfmpegAssetWriterInput>(settings);
@@ -48,13 +50,19 @@ public:
     }
 
 private:
+    const MovieTools tools_;
     Diagnostics& diagnostics_;
 };
 
 } // namespace
 
 std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics) {
-    return std::make_shared<FfmpegAssetWriterPlatform>(diagnostics);
+    return makeFfmpegAssetWriterPlatform(diagnostics, MovieTools());
+}
+
+std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics,
+                                                                   const MovieTools& tools) {
+    return std::make_shared<FfmpegAssetWriterPlatform>(tools, diagnostics);
 }
 
 } // namespace tavelo

@@ -9,8 +9,13 @@
 
 namespace tavelo {
 
+struct MovieTools;
+
 /// Silences FFmpeg's own messages for the whole program: what fails is told as errors.
 /// @param diagnostics must outlive the platform and its writers; told for each movie which encoder writes it
 std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics);
+/// The same with other tools.
+std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics,
+                                                                   const MovieTools& tools);
 
 } // namespace tavelo

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/movie/fragment_muxer.h"
 
+#include <algorithm>
+
 #include "platform/linux/movie/ffmpeg_error.h"
 #include "platform/linux/movie/video_encoder.h"
 
@@ -78,6 +80,7 @@ int FragmentMuxer::writeHeld(std::int64_t duration) {
     if (const int written = write(*held_, video_); written < 0) return written;
     content_.video.lastDuration = duration;
     ++content_.video.packets;
+    writtenEnd_ = std::max(writtenEnd_, end);
     // The first frame goes at once: from then on there is something to see, whatever happens.
     return content_.video.packets == 1 ? endFragment(end) : endFragmentInTime(end);
 }
@@ -86,8 +89,9 @@ int FragmentMuxer::writeAudio(AVPacket& packet) {
     content_.audio.lastDuration = packet.duration;
     ++content_.audio.packets;
     const std::int64_t end = av_rescale_q(packet.pts + packet.duration, audio_.timeBase, videoTimeBase);
-    const int written = write(packet, audio_);
-    return written < 0 ? written : endFragmentInTime(end);
+    if (const int written = write(packet, audio_); written < 0) return written;
+    writtenEnd_ = std::max(writtenEnd_, end);
+    return endFragmentInTime(end);
 }
 
 int FragmentMuxer::write(AVPacket& packet, const Track& track) {
@@ -106,7 +110,13 @@ int FragmentMuxer::endFragmentInTime(std::int64_t now) {
 int FragmentMuxer::endFragment(std::int64_t now) {
     fragmentStart_ = now;
     if (const int ended = av_write_frame(output_.get(), nullptr); ended < 0) return ended;
-    return file_.endPiece() ? 0 : AVERROR(file_.failure());
+    return endPiece() ? 0 : AVERROR(file_.failure());
+}
+
+bool FragmentMuxer::endPiece() {
+    if (!file_.endPiece()) return false;
+    keptEnd_ = writtenEnd_;
+    return true;
 }
 
 int FragmentMuxer::finish() {
@@ -114,7 +124,7 @@ int FragmentMuxer::finish() {
     const std::int64_t duration = content_.video.lastDuration;
     if (holds_) result = writeHeld(duration > 0 ? duration : durationOfASingleFrame);
     const int ended = av_write_trailer(output_.get());
-    if (!file_.endPiece()) return AVERROR(file_.failure());
+    if (!endPiece()) return AVERROR(file_.failure());
     return result < 0 ? result : ended;
 }
 

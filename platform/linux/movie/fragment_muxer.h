@@ -43,6 +43,9 @@ public:
     /// What is in the movie once it is finished.
     const MovieContent& content() const { return content_; }
 
+    /// The end of what is in the file and plays, in videoTimeBase.
+    std::int64_t end() const { return keptEnd_; }
+
 private:
     struct Track {
         AVStream* stream = nullptr; // belongs to the output
@@ -56,6 +59,7 @@ private:
     int write(AVPacket& packet, const Track& track);
     int endFragmentInTime(std::int64_t now);
     int endFragment(std::int64_t now);
+    bool endPiece();
 
     MovieFile& file_;
     AvOutput output_;
@@ -63,7 +67,10 @@ private:
     Track audio_;
     AvPacket held_;
     bool holds_ = false;
-    std::int64_t fragmentStart_ = 0; // in videoTimeBase
+    // In videoTimeBase
+    std::int64_t fragmentStart_ = 0;
+    std::int64_t writtenEnd_ = 0; // handed to FFmpeg's muxer
+    std::int64_t keptEnd_ = 0;    // in the file
     MovieContent content_;
 };
 

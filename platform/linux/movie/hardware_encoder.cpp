@@ -86,6 +86,8 @@ std::unique_ptr<VideoEncoder> openHardwareEncoder(const VideoEncoderSettings& se
     if (!settings.bitRate) context->global_quality = constantQuality;
     AvOptions options;
     options.set("profile", "main");
+    options.set("async_depth",
+                std::int64_t(1)); // each frame comes out before the next: one that fails is the only one
     if (const int opened = avcodec_open2(context.get(), codec, options.get()); opened < 0) {
         error = ffmpegError(opened, "VA-API does not encode H.264");
         return nullptr;

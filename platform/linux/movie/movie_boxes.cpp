@@ -91,7 +91,40 @@ std::uint32_t trackNumber(Bytes track) {
     return header.size() >= at + 4 ? number(header, at) : 0;
 }
 
+/// What a decoder of H.264 is told ahead, or nothing for another track.
+Bytes decoderConfiguration(Bytes track) {
+    constexpr std::size_t firstSampleEntry = headerSize + 8; // behind version, flags and a count
+    constexpr std::size_t endOfPictureEntry = headerSize + 78;
+    const Bytes information = child(child(track, boxName("mdia")), boxName("minf"));
+    const Bytes samples = child(child(information, boxName("stbl")), boxName("stsd"));
+    return child(child(samples, boxName("avc1"), firstSampleEntry), boxName("avcC"), endOfPictureEntry);
+}
+
+bool raise(int descriptor, std::uint64_t at, std::uint8_t present, std::uint8_t level) {
+    return present >= level || ::pwrite(descriptor, &level, 1, off_t(at)) == 1;
+}
+
 } // namespace
+
+bool raiseH264Level(int descriptor, std::uint8_t level) {
+    // Behind the configuration's own three bytes of profile and level come those of its first parameter set.
+    constexpr std::size_t levelAt = headerSize + 3;
+    constexpr std::size_t levelOfSetAt = headerSize + 11;
+    const auto header = findHeader(descriptor);
+    if (!header || header->size > largestHeader) return false;
+    const auto bytes = readBytes(descriptor, header->at, header->size);
+    for (std::size_t after = headerSize;;) {
+        const Bytes track = child(bytes, boxName("trak"), after);
+        if (track.empty()) return false;
+        const Bytes configuration = decoderConfiguration(track);
+        if (configuration.size() > levelOfSetAt) {
+            const std::uint64_t at = header->at + std::uint64_t(configuration.data() - bytes.data());
+            return raise(descriptor, at + levelAt, configuration[levelAt], level) &&
+                   raise(descriptor, at + levelOfSetAt, configuration[levelOfSetAt], level);
+        }
+        after = std::size_t(track.data() - bytes.data()) + track.size();
+    }
+}
 
 std::vector<std::uint8_t> soundTrackOf(int descriptor) {
     const auto header = findHeader(descriptor);

@@ -77,8 +77,12 @@ bool MovieFile::isInPlace() const {
            here.st_dev == there.st_dev && here.st_ino == there.st_ino;
 }
 
-void MovieFile::remove() {
-    if (isInPlace()) ::unlink(path_.c_str());
+bool MovieFile::remove() {
+    return !isInPlace() || ::unlink(path_.c_str()) == 0;
+}
+
+int MovieFile::sync() {
+    return ::fsync(descriptor_.get()) == 0 ? 0 : errno;
 }
 
 } // namespace tavelo

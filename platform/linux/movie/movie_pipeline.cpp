@@ -2,32 +2,27 @@
 #include "platform/linux/movie/movie_pipeline.h"
 
 #include "platform/linux/movie/ffmpeg_error.h"
-#include "platform/linux/movie/movie_finisher.h"
+#include "platform/linux/movie/file_beside.h"
+#include "platform/linux/movie/h264_level.h"
+#include "platform/linux/movie/movie_boxes.h"
 
 namespace tavelo {
 
-std::unique_ptr<MoviePipeline> MoviePipeline::open(const MovieDescription& description,
-                                                   Diagnostics& diagnostics, Error& error) {
-    std::unique_ptr<MoviePipeline> pipeline(new MoviePipeline(description, diagnostics));
-    if (!pipeline->openEncoders(error)) return nullptr;
+std::unique_ptr<MoviePipeline> MoviePipeline::create(const MovieDescription& description,
+                                                     const MovieTools& tools, Diagnostics& diagnostics,
+                                                     Error& error) {
+    std::unique_ptr<MoviePipeline> pipeline(new MoviePipeline(description, tools, diagnostics));
     pipeline->file_ = MovieFile::create(description.path, error);
     if (!pipeline->file_) return nullptr;
-    const VideoEncoder* video = pipeline->videoEncoder_.get();
-    const AudioEncoder* audio = pipeline->audioEncoder_.get();
-    pipeline->muxer_ = FragmentMuxer::open(*pipeline->file_, description.type,
-                                           video != nullptr ? &video->context() : nullptr,
-                                           audio != nullptr ? &audio->context() : nullptr, error);
-    if (!pipeline->muxer_) {
-        pipeline->file_->remove();
-        return nullptr;
-    }
-    FragmentMuxer* muxer = pipeline->muxer_.get();
-    pipeline->videoSink_ = [muxer](AVPacket& packet) { return muxer->writeVideo(packet); };
-    // The encoder's lead-in lies before the movie.
-    pipeline->audioSink_ = [muxer](AVPacket& packet) {
-        return packet.pts < 0 ? 0 : muxer->writeAudio(packet);
-    };
     return pipeline;
+}
+
+std::optional<Error> MoviePipeline::open() {
+    if (FileBeside::removeLeftovers(description_.path))
+        diagnostics_.report(description_.path, "removed what killed recordings had left beside it");
+    Error error;
+    if (!openEncoders(error) || !openMuxer(error)) failure_ = error;
+    return failure_;
 }
 
 bool MoviePipeline::openEncoders(Error& error) {
@@ -44,20 +39,75 @@ bool MoviePipeline::openEncoders(Error& error) {
 
 std::unique_ptr<VideoEncoder> MoviePipeline::openVideoEncoder(Error& error) {
     Error reason;
-    if (auto encoder = openHardwareEncoder(*description_.video, reason)) {
+    if (auto encoder = tools_.encoders.hardware(*description_.video, reason)) {
+        hardware_ = true;
         diagnostics_.report(description_.path, "H.264 by the graphics card: " + encoder->name());
         return encoder;
     }
-    auto encoder = openSoftwareEncoder(*description_.video, error);
+    auto encoder = tools_.encoders.software(*description_.video, error);
     if (encoder)
         diagnostics_.report(description_.path,
                             "H.264 by the processor: " + encoder->name() + "; " + reason.text);
     return encoder;
 }
 
+bool MoviePipeline::openMuxer(Error& error) {
+    muxer_ =
+        FragmentMuxer::open(*file_, description_.type, videoEncoder_ ? &videoEncoder_->context() : nullptr,
+                            audioEncoder_ ? &audioEncoder_->context() : nullptr, error);
+    videoSink_ = [this](AVPacket& packet) {
+        const int written = muxer_->writeVideo(packet);
+        if (written < 0) sinkFailure_ = written;
+        return written;
+    };
+    // The encoder's lead-in lies before the movie.
+    audioSink_ = [this](AVPacket& packet) { return packet.pts < 0 ? 0 : muxer_->writeAudio(packet); };
+    return muxer_ != nullptr;
+}
+
 std::optional<Error> MoviePipeline::encodeVideo(const AVFrame& frame) {
-    if (!failure_) failure_ = failureOf(videoEncoder_->encode(&frame, videoSink_));
+    if (failure_) return failure_;
+    failure_ = failureOf(encode(frame));
+    rate_.add(frame.pts);
+    if (!failure_) markLevel();
     return failure_;
+}
+
+int MoviePipeline::encode(const AVFrame& frame) {
+    const int result = videoEncoder_->encode(&frame, videoSink_);
+    // A file that cannot be written is no fault of the encoder's.
+    if (result >= 0 || sinkFailure_ < 0 || !hardware_) return result;
+    return encodeInSoftware(frame, result);
+}
+
+int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
+    const std::string failed =
+        ffmpegError(reason, "the graphics card's " + videoEncoder_->name() + " failed").text;
+    videoEncoder_->encode(nullptr, videoSink_); // what it holds of the frames before, where it still can
+    if (sinkFailure_ < 0) return sinkFailure_;
+    VideoEncoderSettings settings = *description_.video;
+    settings.takesOver = true;
+    if (rate_.fastest() > 0) settings.framesPerSecond = rate_.fastest();
+    Error error;
+    auto encoder = tools_.encoders.software(settings, error);
+    if (!encoder) {
+        diagnostics_.report(description_.path, failed + "; " + error.text);
+        return reason;
+    }
+    hardware_ = false;
+    videoEncoder_ = std::move(encoder);
+    diagnostics_.report(description_.path, failed + "; H.264 by the processor: " + videoEncoder_->name());
+    return videoEncoder_->encode(&frame, videoSink_);
+}
+
+// Whoever opens the file learns what the frames ask of a decoder, even where the program is killed.
+void MoviePipeline::markLevel() {
+    const std::uint8_t level =
+        h264LevelFor(description_.video->width, description_.video->height, rate_.fastest());
+    if (level <= level_) return;
+    level_ = level;
+    if (!raiseH264Level(file_->descriptor(), level))
+        diagnostics_.report(description_.path, "its H.264 level could not be marked");
 }
 
 std::optional<Error> MoviePipeline::encodeAudio(const AudioBuffer& sound, std::chrono::nanoseconds start) {
@@ -79,19 +129,33 @@ int MoviePipeline::flush() {
     return result < 0 ? result : finished;
 }
 
-std::optional<Error> MoviePipeline::finish() {
-    const auto ended = failureOf(flush());
-    if (!failure_) failure_ = ended;
-    const MovieContent& content = muxer_->content();
-    if (content.video.packets + content.audio.packets == 0) {
-        file_->remove();
+std::optional<Error> MoviePipeline::finish(const std::stop_token& hurry) {
+    if (muxer_) {
+        const auto ended = failureOf(flush());
+        if (!failure_) failure_ = ended;
+    }
+    if (!muxer_ || muxer_->end() == 0) {
+        if (!file_->remove()) diagnostics_.report(description_.path, "the empty file could not be removed");
         if (!failure_) failure_ = movieError(ErrorCode::invalid, "nothing was recorded");
     } else if (file_->failure() == 0) {
-        // A movie in fragments is a movie: it plays, and what was recorded is in it.
-        if (const auto reason = makeOrdinaryMovie(*file_, description_.type, content))
-            diagnostics_.report(description_.path, reason->text);
+        makeOrdinary(hurry);
     }
     return failure_;
+}
+
+void MoviePipeline::makeOrdinary(const std::stop_token& hurry) {
+    const auto reason = tools_.makeOrdinary(*file_, description_.type, muxer_->content(), hurry);
+    if (!reason) return;
+    // A movie in fragments is a movie: it plays, and what was recorded is in it.
+    diagnostics_.report(description_.path, reason->text);
+    if (hurry.stop_requested() || failure_) return;
+    if (const int failed = file_->sync(); failed != 0)
+        failure_ = fileError(failed, "the movie cannot be written");
+}
+
+std::optional<std::chrono::duration<double>> MoviePipeline::kept() const {
+    if (!muxer_ || muxer_->end() == 0) return std::nullopt;
+    return std::chrono::duration<double>(double(muxer_->end()) / videoTimeBase.den);
 }
 
 } // namespace tavelo

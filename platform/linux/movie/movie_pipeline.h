@@ -5,13 +5,17 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <utility>
 
 #include "platform/asset_writer.h"
 #include "platform/diagnostics.h"
 #include "platform/linux/movie/audio_encoder.h"
 #include "platform/linux/movie/fragment_muxer.h"
+#include "platform/linux/movie/frame_rate_meter.h"
 #include "platform/linux/movie/movie_file.h"
+#include "platform/linux/movie/movie_finisher.h"
 #include "platform/linux/movie/video_encoder.h"
 
 namespace tavelo {
@@ -24,39 +28,65 @@ struct MovieDescription {
     std::optional<AudioSettings> audio;
 };
 
-/// Opened on the thread that starts a movie, then bound to the writer's.  After a failure it writes nothing
+/// What movies are made with; a test puts its own in.
+struct MovieTools {
+    VideoEncoders encoders;
+    OrdinaryMovieMaker makeOrdinary = [](const MovieFile& movie, MovieFileType type,
+                                         const MovieContent& content, const std::stop_token& hurry) {
+        return makeOrdinaryMovie(movie, type, content, hurry);
+    };
+};
+
+/// Made on the thread that starts a movie, then bound to the writer's.  After a failure it writes nothing
 /// more, but can be finished.
 class MoviePipeline {
 public:
-    /// Null with the reason.
-    /// @param diagnostics must outlive the pipeline; told which encoder was chosen
-    static std::unique_ptr<MoviePipeline> open(const MovieDescription& description, Diagnostics& diagnostics,
-                                               Error& error);
+    /// Makes the file, and nothing else that takes time.  Null with the reason.
+    /// @param tools, diagnostics must outlive the pipeline
+    static std::unique_ptr<MoviePipeline> create(const MovieDescription& description, const MovieTools& tools,
+                                                 Diagnostics& diagnostics, Error& error);
 
-    /// @return why the movie cannot go on; nothing while it can
+    // On the writer's thread; each returns why the movie cannot go on, nothing while it can
+
+    /// Opens the encoders and writes the header.  Once, before anything else.
+    std::optional<Error> open();
     std::optional<Error> encodeVideo(const AVFrame& frame);
     std::optional<Error> encodeAudio(const AudioBuffer& sound, std::chrono::nanoseconds start);
 
-    /// Closes the movie, and makes an ordinary one of it where that can be done.
-    std::optional<Error> finish();
+    /// Closes the movie, and makes an ordinary one of it where that can be done and nobody is in a hurry.
+    std::optional<Error> finish(const std::stop_token& hurry);
+
+    /// How much is in the file, and plays.  Absent where nothing is.
+    std::optional<std::chrono::duration<double>> kept() const;
 
 private:
-    MoviePipeline(MovieDescription description, Diagnostics& diagnostics)
-        : description_(std::move(description)),
+    MoviePipeline(const MovieDescription& description, const MovieTools& tools, Diagnostics& diagnostics)
+        : description_(description),
+          tools_(tools),
           diagnostics_(diagnostics) {}
     bool openEncoders(Error& error);
     std::unique_ptr<VideoEncoder> openVideoEncoder(Error& error);
+    bool openMuxer(Error& error);
+    int encode(const AVFrame& frame);
+    int encodeInSoftware(const AVFrame& frame, int reason);
+    void markLevel();
     int flush();
+    void makeOrdinary(const std::stop_token& hurry);
     std::optional<Error> failureOf(int result);
 
     const MovieDescription description_;
+    const MovieTools& tools_;
     Diagnostics& diagnostics_;
     std::unique_ptr<VideoEncoder> videoEncoder_;
+    bool hardware_ = false; // so the video encoder may still be replaced
     std::unique_ptr<AudioEncoder> audioEncoder_;
     std::unique_ptr<MovieFile> file_;
     std::unique_ptr<FragmentMuxer> muxer_; // writes into the file
     PacketSink videoSink_;
     PacketSink audioSink_;
+    int sinkFailure_ = 0; // FFmpeg's code; 0 while the muxer takes what comes
+    FrameRateMeter rate_;
+    std::uint8_t level_ = 0; // marked so far
     std::optional<Error> failure_;
 };
 

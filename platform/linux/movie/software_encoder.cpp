@@ -2,6 +2,7 @@
 // H.264 by the processor: x264.
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -17,6 +18,8 @@ constexpr const char* constantQuality = "23";
 // No look-ahead: a frame comes out as it goes in.  The threads share one frame, since those that share
 // several hold each of them back.
 constexpr const char* withoutDelay = "sliced-threads=1:rc-lookahead=0:sync-lookahead=0:mbtree=0";
+// The header's parameter sets, which the frames before need, have the number 0.
+constexpr const char* ownParameterSets = ":sps-id=1";
 
 class SoftwareEncoder final : public VideoEncoder {
 public:
@@ -55,7 +58,8 @@ std::unique_ptr<VideoEncoder> openSoftwareEncoder(const VideoEncoderSettings& se
     AvOptions options;
     options.set("preset", preset);
     options.set("profile", "main");
-    options.set("x264-params", withoutDelay);
+    const std::string parameters = std::string(withoutDelay) + (settings.takesOver ? ownParameterSets : "");
+    options.set("x264-params", parameters.c_str());
     if (!settings.bitRate) options.set("crf", constantQuality);
     if (const int opened = avcodec_open2(context.get(), codec, options.get()); opened < 0) {
         error = ffmpegError(opened, "the encoder for H.264 does not open");

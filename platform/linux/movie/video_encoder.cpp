@@ -4,8 +4,7 @@
 namespace tavelo {
 namespace {
 
-// Decides the level alone: the frames carry their own times.
-constexpr AVRational nominalFrameRate{30, 1};
+constexpr int finestFrameRate = 1000; // the largest denominator
 
 } // namespace
 
@@ -15,11 +14,11 @@ AvCodecContext makeVideoContext(const AVCodec& codec, const VideoEncoderSettings
     context->width = settings.width;
     context->height = settings.height;
     context->time_base = videoTimeBase;
-    context->framerate = nominalFrameRate;
+    context->framerate = av_d2q(settings.framesPerSecond, finestFrameRate);
     context->sample_aspect_ratio = {1, 1};
     context->gop_size = settings.maxKeyFrameInterval;
     context->max_b_frames = 0;
-    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    if (!settings.takesOver) context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     // What libyuv makes of BGRA.
     context->colorspace = AVCOL_SPC_SMPTE170M;
     context->color_range = AVCOL_RANGE_MPEG;

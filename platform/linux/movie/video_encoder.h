@@ -21,6 +21,11 @@ struct VideoEncoderSettings {
     int height = 0; ///< even
     int maxKeyFrameInterval = 60;
     std::optional<std::int64_t> bitRate; ///< absent: constant quality
+    /// Decides the level alone: the frames carry their own times.
+    double framesPerSecond = 30;
+    /// For an encoder that takes over in the middle of a movie, whose header describes the one before: its
+    /// parameter sets come with each key frame, under another number than those of the header.
+    bool takesOver = false;
 };
 
 /// Takes a packet; what it keeps it must move out.  0, or a negative code that ends the encoding.
@@ -45,6 +50,14 @@ public:
 std::unique_ptr<VideoEncoder> openHardwareEncoder(const VideoEncoderSettings& settings, Error& error);
 /// x264; null with the reason.
 std::unique_ptr<VideoEncoder> openSoftwareEncoder(const VideoEncoderSettings& settings, Error& error);
+
+/// How the encoders of a movie are opened; a test puts its own in.
+struct VideoEncoders {
+    using Open = std::function<std::unique_ptr<VideoEncoder>(const VideoEncoderSettings&, Error&)>;
+
+    Open hardware = openHardwareEncoder; ///< tried first; may fail, to open or at any frame
+    Open software = openSoftwareEncoder; ///< must be able to take over
+};
 
 /// What both encoders are told alike.
 AvCodecContext makeVideoContext(const AVCodec& codec, const VideoEncoderSettings& settings);

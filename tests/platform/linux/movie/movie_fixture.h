@@ -13,6 +13,7 @@
 #include "movie_facts.h"
 #include "moving_picture.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/movie/movie_pipeline.h"
 #include "recorded_diagnostics.h"
 #include "temporary_folder.h"
 
@@ -58,15 +59,17 @@ protected:
         while (!input.isReadyForMoreMediaData())
             std::this_thread::yield();
     }
+    /// From now on writers use tools_ as they are.
+    void useTools() { platform_ = makeFfmpegAssetWriterPlatform(diagnostics_, tools_); }
     bool append(const std::shared_ptr<PixelBuffer>& picture, nanoseconds time) {
         awaitReady(*video_);
         return video_->appendSampleBuffer({picture, at(time)});
     }
     /// Pictures at 30 a second, from the first frame number on.
-    void appendPictures(int count, std::size_t width, std::size_t height, int first = 0) {
+    void appendPictures(int count, std::size_t width, std::size_t height, int first = 0,
+                        nanoseconds interval = frameInterval) {
         for (int i = first; i < first + count; ++i)
-            ASSERT_TRUE(append(makeMovingPicture(width, height, i), i * frameInterval))
-                << writer_->error().text;
+            ASSERT_TRUE(append(makeMovingPicture(width, height, i), i * interval)) << writer_->error().text;
     }
 
     AssetWriterStatus finish() {
@@ -80,6 +83,7 @@ protected:
     TemporaryFolder folder_;
     std::filesystem::path path_ = folder_.path() / "movie.mp4";
     test::RecordedDiagnostics diagnostics_;
+    MovieTools tools_; // for the writers of a platform made with it
     std::shared_ptr<AssetWriterPlatform> platform_ = makeFfmpegAssetWriterPlatform(diagnostics_);
     std::shared_ptr<AssetWriterInput> video_;
     std::shared_ptr<AssetWriterInput> audio_;

@@ -8,12 +8,18 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <thread>
 
 #include "movie_facts.h"
 #include "temporary_folder.h"
 
 namespace tavelo::testing {
 namespace {
+
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 
 /// The recorder as a program of its own, with its lines to read.
 class Recorder {
@@ -53,6 +59,22 @@ public:
         throw std::runtime_error("the recorder never said " + wanted);
     }
 
+    /// Whether it has an unfinished copy of the movie open, under whatever name; false once it has ended.
+    bool awaitCopy(const std::filesystem::path& movie) const {
+        const std::filesystem::path descriptors = "/proc/" + std::to_string(process_) + "/fd";
+        for (;;) {
+            siginfo_t ended{};
+            if (::waitid(P_PID, id_t(process_), &ended, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+                ended.si_pid != 0)
+                return false;
+            std::error_code gone;
+            for (const auto& entry : std::filesystem::directory_iterator(descriptors, gone)) {
+                const auto file = std::filesystem::read_symlink(entry.path(), gone);
+                if (!gone && file.parent_path() == movie.parent_path() && file != movie) return true;
+            }
+        }
+    }
+
     void kill() {
         ::kill(process_, SIGKILL);
         int status = 0;
@@ -79,7 +101,28 @@ protected:
         if (sound) words.emplace_back("sound");
         Recorder recorder(words);
         recorder.await(text(frames));
+        // The header is written as soon as the encoder is open.
+        while (std::filesystem::file_size(path_) == 0)
+            std::this_thread::yield();
         recorder.kill();
+    }
+    /// @param kind a word for the recorder
+    void killWhileItCopies(const std::string& kind) {
+        for (int tries = 0; tries < 20; ++tries) {
+            std::filesystem::remove(path_);
+            Recorder recorder({MOVIE_RECORDER, path_.string(), "640", "360", "90", "150", kind});
+            recorder.await("finishing");
+            if (!recorder.awaitCopy(path_)) continue;
+            recorder.kill();
+            return;
+        }
+        FAIL() << "each copy was too quick to be interrupted";
+    }
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_.path()))
+            names.push_back(entry.path().filename().string());
+        return names;
     }
 
     TemporaryFolder folder_;
@@ -117,6 +160,20 @@ TEST_F(MovieKillTest, ProgramKilledWhileItFinishesLeavesAWholeMovie) {
     EXPECT_GE(decode(path_).pictures.size(), 140U);
 }
 
+TEST_F(MovieKillTest, ProgramKilledWhileItCopiesLeavesTheMovieAlone) {
+    killWhileItCopies("unnamed");
+    EXPECT_THAT(files(), ElementsAre("movie.mp4"));
+    EXPECT_EQ(decode(path_).pictures.size(), 150U);
+}
+
+TEST_F(MovieKillTest, LeftoverOfAFileSystemWithoutUnnamedFilesGoesWithTheNextRecording) {
+    killWhileItCopies("hidden");
+    EXPECT_THAT(files(), UnorderedElementsAre("movie.mp4", StartsWith(".tavelo-movie-")));
+    outputOf(std::string(MOVIE_RECORDER) + " " + (folder_.path() / "next.mp4").string() + " 320 180 8 10");
+    EXPECT_THAT(files(), UnorderedElementsAre("movie.mp4", "next.mp4"));
+    EXPECT_EQ(decode(path_).pictures.size(), 150U);
+}
+
 /// Records on a disk of four megabytes in a name space of the command's own, and copies the movie out.
 class FullDiskTest : public MovieKillTest {
 protected:
@@ -140,9 +197,13 @@ protected:
 };
 
 TEST_F(FullDiskTest, FullDiskIsToldWithTheFileSystemsReasonAndWhatWasRecordedPlays) {
-    EXPECT_EQ(record(manyFrames), "the movie cannot be written: No space left on device\nmovie.mp4\n");
+    const std::string said = record(manyFrames);
+    EXPECT_THAT(said, StartsWith("the movie cannot be written: No space left on device; kept "));
+    EXPECT_THAT(said, EndsWith("\nmovie.mp4\n"));
     const auto packets = packetsOf(path_);
     EXPECT_GE(packets.size(), 45U);
+    // What is said to be kept is what a player shows.
+    EXPECT_NEAR(std::stod(said.substr(said.rfind("kept ") + 5)), packets.back().time + 1 / 30.0, 0.001);
     EXPECT_EQ(decode(path_).pictures.size(), packets.size());
 }
 

@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: MIT
-// Records until it is killed, or fails, or has enough: movie_recorder PATH WIDTH HEIGHT GRAIN FRAMES [sound].
-// Prints the number of each frame as it is taken, "finishing" before the end, and how it ended.
+// Records until it is killed, or fails, or has enough: movie_recorder PATH WIDTH HEIGHT GRAIN FRAMES
+// [WORD...]. "sound" asks for a sound track, "hidden" is for a file system without unnamed files. Prints the
+// number of each frame as it is taken, "finishing" before the end, and how it ended.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <future>
+#include <string>
 #include <thread>
 
 #include "moving_picture.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/movie/movie_pipeline.h"
 #include "recorded_diagnostics.h"
 
 namespace {
@@ -21,9 +25,25 @@ void say(const char* text) {
     std::fflush(stdout);
 }
 
-int record(char** arguments, bool sound) {
+MovieTools toolsFor(bool hidden) {
+    MovieTools tools;
+    if (hidden)
+        tools.makeOrdinary = [](const MovieFile& movie, MovieFileType type, const MovieContent& content,
+                                const std::stop_token& hurry) {
+            return makeOrdinaryMovie(movie, type, content, hurry, FileBeside::Kind::hidden);
+        };
+    return tools;
+}
+
+std::string endingOf(const AssetWriter& writer) {
+    if (writer.status() == AssetWriterStatus::completed) return "completed";
+    const Error error = writer.error();
+    return error.text + (error.kept ? "; kept " + std::to_string(error.kept->count()) : "");
+}
+
+int record(char** arguments, bool sound, bool hidden) {
     test::RecordedDiagnostics diagnostics;
-    const auto platform = makeFfmpegAssetWriterPlatform(diagnostics);
+    const auto platform = makeFfmpegAssetWriterPlatform(diagnostics, toolsFor(hidden));
     Error error;
     const auto writer = platform->makeWriter(arguments[1], MovieFileType::mpeg4, error);
     if (!writer) {
@@ -55,14 +75,17 @@ int record(char** arguments, bool sound) {
     std::promise<void> finished;
     writer->finishWritingWithCompletionHandler([&] { finished.set_value(); });
     finished.get_future().wait();
-    const bool completed = writer->status() == AssetWriterStatus::completed;
-    say(completed ? "completed" : writer->error().text.c_str());
-    return completed ? 0 : 1;
+    say(endingOf(*writer).c_str());
+    return writer->status() == AssetWriterStatus::completed ? 0 : 1;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 6) return 2;
-    return record(argv, argc > 6);
+    const auto has = [&](const char* word) {
+        return std::any_of(argv + 6, argv + argc,
+                           [&](const char* given) { return std::strcmp(given, word) == 0; });
+    };
+    return record(argv, has("sound"), has("hidden"));
 }

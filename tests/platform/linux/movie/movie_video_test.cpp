@@ -243,12 +243,62 @@ TEST_F(MovieTest, BitRateIsTheCallersWhereThereIsOne) {
 
 TEST_F(MovieTest, DiagnosticsNameTheEncoder) {
     start(videoSettings(160, 90));
+    appendPictures(3, 160, 90);
+    finish();
     EXPECT_THAT(diagnostics_.lines(),
                 Contains(::testing::AnyOf(HasSubstr("movie.mp4: H.264 by the processor: libx264"),
                                           HasSubstr("movie.mp4: H.264 by the graphics card: h264_vaapi"))));
     EXPECT_EQ(diagnostics_.lines().size(), 1U);
-    appendPictures(3, 160, 90);
+}
+
+// The level
+
+TEST_F(MovieTest, LevelFollowsTheRateOfTheFrames) {
+    const auto levelOf = [&](std::uint32_t width, std::uint32_t height, int rate) {
+        std::filesystem::remove(path_);
+        start(videoSettings(width, height));
+        const auto picture = PixelBuffer::create(PixelFormat::bgra32, width, height);
+        for (int i = 0; i < rate; ++i)
+            EXPECT_TRUE(append(picture, nanoseconds(std::nano::den * i / rate)));
+        EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+        EXPECT_EQ(decodedPictureCount(path_), std::size_t(rate));
+        return factsOf(path_).at("streams.stream.0.level");
+    };
+    EXPECT_EQ(levelOf(1280, 720, 30), "31");
+    EXPECT_EQ(levelOf(1280, 720, 60), "32");
+    EXPECT_EQ(levelOf(1920, 1080, 30), "40");
+    EXPECT_EQ(levelOf(1920, 1080, 60), "42");
+}
+
+TEST_F(MovieTest, LevelFollowsACameraThatGrowsFasterAndNeverFallsAgain) {
+    start(videoSettings(1280, 720));
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 1280, 720);
+    nanoseconds time(0);
+    for (const int rate : {15, 60, 15})
+        for (int i = 0; i < rate; ++i) {
+            ASSERT_TRUE(append(picture, time));
+            time += nanoseconds(std::nano::den / rate);
+        }
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "32");
+}
+
+TEST_F(MovieTest, LevelIsMarkedInAMovieThatWasNeverFinishedToo) {
+    start(videoSettings(1280, 720), AudioSettings(), MovieFileType::quickTimeMovie);
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 1280, 720);
+    for (int i = 0; i < 90; ++i)
+        ASSERT_TRUE(append(picture, nanoseconds(std::nano::den * i / 60)));
+    writer_.reset();
+    EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "32");
+}
+
+TEST_F(MovieTest, JitterOfTheFramesDoesNotRaiseTheLevel) {
+    start(videoSettings(1280, 720));
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 1280, 720);
+    for (int i = 0; i < 90; ++i)
+        ASSERT_TRUE(append(picture, i * frameInterval + (i % 3) * nanoseconds(4'000'000)));
     finish();
+    EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "31");
 }
 
 } // namespace

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// How fast the frames of a movie come.
+#pragma once
+
+#include <cstdint>
+
+namespace tavelo {
+
+/// Measures over half a second at a time, so that a jitter of single frames does not count.
+class FrameRateMeter {
+public:
+    /// @param time of a frame, in videoTimeBase, later than that of the one before
+    void add(std::int64_t time);
+
+    /// The fastest half second so far, in frames a second; 0 before there are two frames.
+    double fastest() const;
+
+private:
+    double rate(std::int64_t until) const;
+
+    bool started_ = false;
+    std::int64_t begin_ = 0;
+    std::int64_t last_ = 0;
+    std::int64_t frames_ = 0; // since the begin, without the first
+    double fastest_ = 0;
+};
+
+} // namespace tavelo

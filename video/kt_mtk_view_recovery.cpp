@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// KTMTKView when its renderer fails: a lost context is made again, and in the end the processor draws.
+#include <utility>
+
+#include "video/kt_mtk_view.h"
+
+namespace tavelo {
+namespace {
+
+constexpr int mostFailures = 3;
+// A second or so: what fails later is another failure, not the same one.
+constexpr int drawsThatHeal = 30;
+
+} // namespace
+
+bool KTMTKView::makeCurrent() {
+    return backend_.surface && backend_.passes && backend_.surface->makeCurrent();
+}
+
+void KTMTKView::didDraw() {
+    if (++goodDraws_ >= drawsThatHeal) failures_ = 0;
+}
+
+void KTMTKView::didFailToDraw() {
+    goodDraws_ = 0;
+    if (renderer_ != Renderer::gl || std::exchange(recovering_, true)) return;
+    // Windows and contexts are the main thread's to make.
+    QMetaObject::invokeMethod(
+        this, [this] { recover(); }, Qt::QueuedConnection);
+}
+
+void KTMTKView::recover() {
+    letGoOfBackend();
+    while (++failures_ < mostFailures) {
+        RenderBackend made = remakeBackend_(Renderer::gl, *this, *renderQueue_);
+        if (made.passes) return takeBackend(std::move(made));
+    }
+    handOverToProcessor();
+}
+
+void KTMTKView::letGoOfBackend() {
+    RenderBackend old;
+    renderQueue_->sync([&] {
+        Pictures released;
+        {
+            const std::lock_guard lock(stateMutex_);
+            std::swap(released, pictures_);
+        }
+        // Their memory goes with the passes: a copy under way is awaited, and none begins after.
+        if (released.pixelBuffer) static_cast<void>(released.pixelBuffer->lock());
+        released = {};
+        old = std::move(backend_);
+        if (old.surface) old.surface->makeCurrent(); // where that still works, what is there is freed
+        old.passes.reset();
+    });
+}
+
+void KTMTKView::takeBackend(RenderBackend backend) {
+    renderer_ = backend.renderer;
+    renderQueue_->sync([&] {
+        backend_ = std::move(backend);
+        if (backend_.surface) backend_.surface->setDrawable(drawable_);
+        recovering_ = false;
+    });
+}
+
+void KTMTKView::handOverToProcessor() {
+    // The native half was made for OpenGL.
+    const bool visible = isVisible();
+    destroy();
+    RenderBackend made = remakeBackend_(Renderer::cpu, *this, *renderQueue_);
+    setSurfaceType(made.surfaceType);
+    setFormat(made.format);
+    takeBackend(std::move(made));
+    setVisible(visible);
+    if (diagnostics_ != nullptr)
+        diagnostics_->report("preview", "OpenGL failed three times: the processor draws from now on");
+}
+
+} // namespace tavelo
