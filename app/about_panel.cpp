@@ -3,16 +3,20 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
+
+#include "app/software_list.h"
+#include "widgets/panel_look.h"
 
 namespace tavelo {
 namespace {
 
 const QString objectName = QStringLiteral("aboutPanel");
 constexpr int iconSize = 64;
-constexpr int creditsPixels = 12;
 
 QLabel* centredLabel(const QString& text, const QString& style) {
     auto* label = new QLabel(text);
@@ -21,42 +25,72 @@ QLabel* centredLabel(const QString& text, const QString& style) {
     return label;
 }
 
-QDialog* makeAboutPanel(QWidget* parent, const QString& credits) {
+// Black on light, whatever is around them.
+QLabel* makeCredits(const QString& credits) {
+    auto* label = new QLabel(credits);
+    label->setObjectName(QStringLiteral("credits"));
+    label->setAlignment(Qt::AlignCenter);
+    label->setStyleSheet(QStringLiteral(
+        "color: black; background: #ececec; border-radius: 6px; padding: 12px 18px; font-size: 12px;"));
+    return label;
+}
+
+QHBoxLayout* makeButtons(QDialog* panel, const Bundle& bundle) {
+    const auto text = [&bundle](std::string_view key) {
+        return QString::fromStdString(bundle.localizedString(key, {}));
+    };
+    auto* software = new QPushButton(text("Open_source_software"));
+    software->setObjectName(QStringLiteral("openSoftwareList"));
+    software->setAutoDefault(false);
+    QObject::connect(software, &QPushButton::clicked, panel,
+                     [panel, &bundle] { showSoftwareList(panel, bundle); });
+    auto* close = new QPushButton(text("Close"));
+    close->setDefault(true);
+    QObject::connect(close, &QPushButton::clicked, panel, &QDialog::close);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(12);
+    row->addWidget(software);
+    row->addWidget(close);
+    return row;
+}
+
+QDialog* makeAboutPanel(QWidget* parent, const QString& credits, const Bundle& bundle) {
     auto* panel = new QDialog(parent);
     panel->setObjectName(objectName);
     panel->setAttribute(Qt::WA_DeleteOnClose);
     panel->setWindowTitle(QApplication::applicationDisplayName());
-    // The credits are black whatever the desktop's theme is, so the ground under them is light.
-    panel->setStyleSheet(QStringLiteral("QDialog { background: #f2f2f2; } QLabel { color: black; }"));
-
     auto* layout = new QVBoxLayout(panel);
-    layout->setContentsMargins(48, 28, 48, 28);
+    layout->setContentsMargins(40, 28, 40, 24);
     layout->setSpacing(8);
     auto* icon = new QLabel;
     icon->setAlignment(Qt::AlignCenter);
     icon->setPixmap(QApplication::windowIcon().pixmap(iconSize, iconSize));
     layout->addWidget(icon);
     layout->addWidget(centredLabel(QApplication::applicationDisplayName(),
-                                   QStringLiteral("font-size: 16px; font-weight: bold;")));
-    layout->addWidget(centredLabel(QApplication::applicationVersion(), QStringLiteral("color: #555555;")));
-    layout->addSpacing(8);
-    auto* creditsLabel = centredLabel(credits, QStringLiteral("font-size: %1px;").arg(creditsPixels));
-    creditsLabel->setObjectName(QStringLiteral("credits"));
-    layout->addWidget(creditsLabel);
+                                   QStringLiteral("font-size: 18px; font-weight: bold;")));
+    layout->addWidget(
+        centredLabel(QApplication::applicationVersion(), QStringLiteral("color: #a1a1a1; font-size: 12px;")));
+    layout->addSpacing(10);
+    layout->addWidget(makeCredits(credits));
+    layout->addSpacing(10);
+    layout->addLayout(makeButtons(panel, bundle));
     layout->setSizeConstraint(QLayout::SetFixedSize);
+    wearPanelLook(*panel);
     return panel;
 }
 
 } // namespace
 
-void showAboutPanel(QWidget* parent, const QString& credits) {
+void showAboutPanel(QWidget* parent, const QString& credits, const Bundle& bundle) {
     for (QWidget* window : QApplication::topLevelWidgets()) {
         if (window->objectName() != objectName) continue;
         window->raise();
         window->activateWindow();
         return;
     }
-    makeAboutPanel(parent, credits)->show();
+    QDialog* panel = makeAboutPanel(parent, credits, bundle);
+    panel->show();
+    panel->activateWindow();
 }
 
 } // namespace tavelo

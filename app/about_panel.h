@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The about panel: icon, name, version, credits.
+// The about panel.
 #pragma once
 
 #include <QString>
 #include <QWidget>
 
+#include "platform/bundle.h"
+
 namespace tavelo {
 
-/// Shows it and returns at once; a panel that is open already comes to the front.  Main thread.
-/// @param parent may be null
-void showAboutPanel(QWidget* parent, const QString& credits);
+/// Shows the program's name, version and the credits, with the way to the list of the software that it uses.
+/// One panel at a time: an open one comes to the front.  Main thread.
+/// @param bundle gives the texts; outlives the panel
+void showAboutPanel(QWidget* parent, const QString& credits, const Bundle& bundle);
 
 } // namespace tavelo

@@ -2,6 +2,7 @@
 #include "app/kt_application.h"
 
 #include "app/about_panel.h"
+#include "widgets/panel_look.h"
 
 namespace tavelo {
 
@@ -10,11 +11,12 @@ KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) 
     setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
     setApplicationVersion(QStringLiteral("1.0"));
     setDesktopFileName(QStringLiteral("org.tavelo.ControlPanel"));
+    dressToolTips();
 }
 
 void KTApplication::orderFrontStandardAboutPanelWithOptions(const QVariantMap& /*options*/,
                                                             const Bundle& bundle) {
-    showAboutPanel(activeWindow(), credits(bundle));
+    showAboutPanel(activeWindow(), credits(bundle), bundle);
 }
 
 QString KTApplication::credits(const Bundle& bundle) {

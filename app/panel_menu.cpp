@@ -5,6 +5,8 @@
 #include <QKeySequence>
 #include <QWindow>
 
+#include "widgets/panel_look.h"
+
 namespace tavelo {
 namespace {
 
@@ -28,6 +30,8 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     menu_.setObjectName(QStringLiteral("contextMenu"));
     addActions();
     addLanguages();
+    wearPanelLook(menu_);
+    wearPanelLook(languageMenu_);
     retranslate();
     window_.addActions({&reconnect_, &quit_});
     window_.installEventFilter(this);

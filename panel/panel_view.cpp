@@ -25,8 +25,6 @@
 namespace tavelo {
 namespace {
 
-constexpr QColor backgroundGrey(38, 38, 38);
-constexpr QColor settingGrey(49, 49, 49);
 constexpr qreal viewRadius = 16;
 constexpr qreal settingRadius = 10;
 
@@ -267,9 +265,9 @@ void PanelView::paintEvent(QPaintEvent* /*event*/) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.scale(scale_, scale_);
-    painter.setBrush(backgroundGrey);
+    painter.setBrush(palette::panelGrey);
     painter.drawRoundedRect(QRectF(QPointF(), sizeInUnits()), viewRadius, viewRadius);
-    painter.setBrush(settingGrey);
+    painter.setBrush(palette::settingGrey);
     painter.drawRoundedRect(drawing::snapped(painter, settingBackgroundView_), settingRadius, settingRadius);
     // The corner below the camera tabs is square.
     painter.drawRect(drawing::snapped(painter, settingBackgroundViewLeftTop_));

@@ -1,15 +1,41 @@
 // SPDX-License-Identifier: MIT
 #include "panel/saved_alert.h"
 
+#include <QGridLayout>
+#include <QGuiApplication>
 #include <QMessageBox>
 
+#include "widgets/image.h"
+#include "widgets/panel_look.h"
+
 namespace tavelo {
+namespace {
+
+constexpr QMargins margins(32, 28, 32, 24);
+constexpr int gap = 8; // beside the icon, twice: Qt has a spacer there
+constexpr int distanceToButton = 22;
+
+QString text(const Bundle& bundle, std::string_view key) {
+    return QString::fromStdString(bundle.localizedString(key, {}));
+}
+
+} // namespace
 
 void showSavedAlert(QWidget* parent, const Bundle& bundle) {
     QMessageBox alert(parent);
     alert.setWindowModality(Qt::ApplicationModal);
-    alert.setText(QString::fromStdString(bundle.localizedString("Saved_successfully", {})));
-    alert.setStandardButtons(QMessageBox::Ok);
+    alert.setWindowTitle(QGuiApplication::applicationDisplayName());
+    alert.setText(text(bundle, "Saved_successfully"));
+    alert.setIconPixmap(
+        Image::fromFile(QStringLiteral(":/images/saved.svg")).pixmap(alert.devicePixelRatioF()));
+    // The only button answers to Enter and to Esc.
+    alert.setDefaultButton(alert.addButton(text(bundle, "OK"), QMessageBox::AcceptRole));
+    wearPanelLook(alert);
+    if (auto* layout = qobject_cast<QGridLayout*>(alert.layout())) {
+        layout->setContentsMargins(margins);
+        layout->setHorizontalSpacing(gap);
+        layout->setVerticalSpacing(distanceToButton);
+    }
     alert.exec();
 }
 

@@ -36,7 +36,8 @@ public:
 
     QString text(QAccessible::Text kind) const override {
         const QString given = QAccessibleWidget::text(kind);
-        return kind == QAccessible::Name && given.isEmpty() ? button_->text() : given;
+        // A title may be broken into lines.
+        return kind == QAccessible::Name && given.isEmpty() ? button_->text().simplified() : given;
     }
 
     QAccessible::State state() const override {

@@ -24,6 +24,15 @@ QSizeF Image::size() const {
     return vectors_ != nullptr ? QSizeF(vectors_->defaultSize()) : pixels_.deviceIndependentSize();
 }
 
+QPixmap Image::pixmap(double devicePixelRatio) const {
+    QPixmap pixels((size() * devicePixelRatio).toSize());
+    pixels.setDevicePixelRatio(devicePixelRatio);
+    pixels.fill(Qt::transparent);
+    QPainter painter(&pixels);
+    draw(painter, QRectF(QPointF(), size()));
+    return pixels;
+}
+
 void Image::draw(QPainter& painter, const QRectF& rect, double opacity) const {
     if (opacity < 1) {
         drawDimmed(painter, rect, opacity);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <QImage>
+#include <QPixmap>
 #include <QSizeF>
 #include <QString>
 
@@ -28,6 +29,9 @@ public:
 
     /// The natural size in points.
     QSizeF size() const;
+
+    /// The image at its natural size, in the pixels of a screen with that many to a point.
+    QPixmap pixmap(double devicePixelRatio) const;
 
     /// Stretches the image to `rect`.
     /// @param opacity 0 to 1, of the image as a whole: its lower layers do not show through the upper ones

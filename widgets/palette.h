@@ -6,6 +6,8 @@
 
 namespace tavelo::palette {
 
+inline constexpr QColor panelGrey(38, 38, 38);        ///< ground of the panel
+inline constexpr QColor settingGrey(49, 49, 49);      ///< ground of the settings
 inline constexpr QColor outlineGrey(161, 161, 161);   ///< outline of track, knob, switch, check button
 inline constexpr QColor trackGrey(29, 29, 29);        ///< slider and switch track, unchecked button
 inline constexpr QColor accentRed(171, 13, 13);       ///< knobs, checked button

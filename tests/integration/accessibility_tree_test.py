@@ -26,12 +26,12 @@ PATIENCE = 60  # s; sanitizers are slow
 SLIDERS = {  # name: (value, minimum, maximum) of the virtual camera
     "Brightness": (0, -64, 64), "Contrast": (32, 0, 64), "Saturation": (64, 0, 128),
     "White Balance": (4600, 2800, 6500), "Sharpness": (5, 0, 10), "Zoom": (100, 100, 400),
-    "Pan (Up/Down)": (0, -10, 10), "Pan (Left/Right)": (0, -10, 10),
+    "Tilt (Up/Down)": (0, -10, 10), "Pan (Left/Right)": (0, -10, 10),
 }
 CAMERA_BUTTONS = ("Cam 1", "Cam 2")
 POWER_LINE_BUTTONS = ("50 Hz", "60 Hz")
 PROFILE_BUTTONS = ("PROFILE 1", "PROFILE 2", "PROFILE 3", "PROFILE 4")
-OTHER_BUTTONS = ("SAVE TO PROFILE", "RESTORE PROFILE TO DEFAULT", "Minimise", "Close")
+OTHER_BUTTONS = ("SAVE TO PROFILE", "RESTORE CAMERA DEFAULTS", "Minimise", "Close")
 
 
 def wait_until(what, condition):

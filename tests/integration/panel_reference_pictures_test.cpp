@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <QDialog>
 #include <QDir>
 #include <QFontDatabase>
 #include <QFontInfo>
@@ -6,8 +7,14 @@
 #include <QPainter>
 #include <QTemporaryDir>
 
+#include "app/about_panel.h"
+#include "app/kt_application.h"
+#include "app/panel_menu.h"
+#include "app/program_language.h"
+#include "app/software_list.h"
 #include "integration/panel_fixture.h"
 #include "integration/picture_comparison.h"
+#include "panel/saved_alert.h"
 #include "platform/virtual/virtual_picture.h"
 
 namespace tavelo {
@@ -82,10 +89,11 @@ protected:
     }
 
     /// Compares with the picture kept, or keeps this one where TAVELO_UPDATE_PICTURES=1 asks for it.
-    void expectPicture(const char* state) {
+    void expectPicture(const char* state) { expectPicture(state, picture()); }
+
+    void expectPicture(const char* state, const QImage& drawn) {
         QString name = QStringLiteral("panel-%1-%2").arg(QLatin1String(state), QLatin1String(language()));
         if (scale() != "1") name += QStringLiteral("@%1x").arg(QLatin1String(scale()));
-        const QImage drawn = picture();
         const QString keptPath = QStringLiteral(KEPT_PICTURES "/%1.png").arg(name);
         if (qEnvironmentVariable("TAVELO_UPDATE_PICTURES") == u"1") {
             write(drawn, keptPath);
@@ -125,6 +133,50 @@ TEST_F(PanelPicture, ScaledDownToASmallScreen) {
     window_.resize(1010, 600);
     holdStill(1);
     expectPicture("small-screen");
+}
+
+TEST_F(PanelPicture, Message) {
+    QTimer whenShown;
+    QObject::connect(&whenShown, &QTimer::timeout, &window_, [&] {
+        QWidget* alert = QApplication::activeModalWidget();
+        if (alert == nullptr) return;
+        whenShown.stop();
+        expectPicture("message", alert->grab().toImage());
+        alert->close();
+    });
+    whenShown.start(0);
+    showSavedAlert(nullptr, bundle_);
+}
+
+TEST_F(PanelPicture, ContextMenu) {
+    ProgramLanguage language(bundle_, store_);
+    window_.show();
+    const PanelMenu menu(window_, bundle_, language);
+    QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));
+    auto* opened = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(opened, nullptr);
+    opened->setActiveAction(opened->actions().at(2));
+    expectPicture("menu", opened->grab().toImage());
+    QMenu* languages = opened->actions().at(3)->menu();
+    ASSERT_NE(languages, nullptr);
+    expectPicture("languages", languages->grab().toImage());
+    opened->close();
+}
+
+TEST_F(PanelPicture, AboutPanelAndSoftwareList) {
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
+    QApplication::setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
+    QApplication::setApplicationVersion(QStringLiteral("1.0"));
+    window_.show();
+    showAboutPanel(&window_, KTApplication::credits(bundle_), bundle_);
+    auto* about = window_.findChild<QDialog*>(QStringLiteral("aboutPanel"));
+    ASSERT_NE(about, nullptr);
+    expectPicture("about", about->grab().toImage());
+    showSoftwareList(about, bundle_);
+    auto* list = about->findChild<QDialog*>(QStringLiteral("softwareList"));
+    ASSERT_NE(list, nullptr);
+    expectPicture("software", list->grab().toImage());
+    delete about;
 }
 
 TEST_F(PanelPicture, ProfileSelectedAndControlsMoved) {

@@ -5,8 +5,10 @@
 Usage: installation_test.py CMAKE BUILD_FOLDER
 """
 import configparser
+import json
 import os
 import pathlib
+import re
 import struct
 import subprocess
 import sys
@@ -15,6 +17,7 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 
 ID = "org.tavelo.ControlPanel"
+CONTROLS = ["Brightness", "Contrast", "Saturation", "White_Balance", "Sharpness", "Zoom", "Pan_left_right", "Pan_up_down"]
 LANGUAGES = ["", "[de]", "[es]", "[fr]", "[ja]", "[zh_CN]"]
 
 
@@ -95,6 +98,20 @@ class Installation(unittest.TestCase):
         subprocess.run(
             ["appstreamcli", "validate", "--no-net", self.metainfo_file], check=True, stdout=subprocess.DEVNULL
         )
+
+    def test_the_metainfo_calls_the_controls_as_the_panel_does(self):
+        root = ElementTree.parse(self.metainfo_file).getroot()
+        tables = pathlib.Path(__file__).parents[2] / "resources" / "strings"
+        for table in tables.glob("*.json"):
+            language = {"en": None, "zh-Hans": "zh_CN"}.get(table.stem, table.stem)
+            told = " ".join(
+                " ".join(text.text.split()) for text in root.iterfind("description/p")
+                if text.get("{http://www.w3.org/XML/1998/namespace}lang") == language
+            ).casefold()
+            texts = json.loads(table.read_text(encoding="utf-8"))
+            for key in CONTROLS:
+                name = re.split(r" \(|（", texts[key])[0]
+                self.assertIn(name.casefold(), told, f"{key} in {table.stem}")
 
     def test_the_metainfo_belongs_to_the_desktop_file(self):
         root = ElementTree.parse(self.metainfo_file).getroot()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <array>
 #include <string>
 #include <string_view>
@@ -16,22 +17,23 @@
 namespace tavelo {
 namespace {
 
-constexpr std::array keys{// Controls of the camera.
-                          "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris",
-                          "auto_focus", "focus", "zoom", "pan_tilt", "roll", "backlight_compensation",
-                          "bright", "contrast", "gain", "power_line_frequencey", "auto_hue", "hue",
-                          "saturation", "sharpness", "gamma", "auto_white_balance", "white_balance",
-                          // Choices of some of them.
-                          "interlaced", "progressive", "manual_exposure_manual_iris",
-                          "auto_exposure_auto_iris", "manual_exposure_auto_iris", "auto_exposure_manual_iris",
-                          // The panel.
-                          "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance",
-                          "Saturation", "Contrast", "Brightness", "PROFILE", "SAVE_TO_PROFILE",
-                          "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully", "Preview", "Minimise", "Close",
-                          // The context menu.
-                          "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit",
-                          // The about panel.
-                          "Third_party_open_source_software_used"};
+constexpr std::array keys{
+    // Controls of the camera.
+    "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris", "auto_focus", "focus",
+    "zoom", "pan_tilt", "roll", "backlight_compensation", "bright", "contrast", "gain",
+    "power_line_frequencey", "auto_hue", "hue", "saturation", "sharpness", "gamma", "auto_white_balance",
+    "white_balance",
+    // Choices of some of them.
+    "interlaced", "progressive", "manual_exposure_manual_iris", "auto_exposure_auto_iris",
+    "manual_exposure_auto_iris", "auto_exposure_manual_iris",
+    // The panel.
+    "Mirror", "Pan_left_right", "Pan_up_down", "Zoom", "Sharpness", "White_Balance", "Saturation", "Contrast",
+    "Brightness", "PROFILE", "SAVE_TO_PROFILE", "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully", "Preview",
+    "Minimise", "Close", "OK",
+    // The context menu.
+    "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit",
+    // The about panel.
+    "Third_party_open_source_software_used", "Open_source_software", "Software", "Licence"};
 
 class StringTable : public testing::TestWithParam<const char*> {
 protected:
@@ -43,7 +45,10 @@ protected:
     static double width(const std::string& text, int size) {
         QFont font(QStringLiteral("Arial"));
         font.setPixelSize(size);
-        return QFontMetricsF(font).horizontalAdvance(QString::fromStdString(text));
+        double widest = 0;
+        for (const QString& line : QString::fromStdString(text).split(u'\n'))
+            widest = std::max(widest, QFontMetricsF(font).horizontalAdvance(line));
+        return widest;
     }
 };
 
@@ -66,6 +71,25 @@ TEST_P(StringTable, FitsTheProfileButtons) {
     EXPECT_LE(width(text("PROFILE") + " 4", 10), 119 - margin);
     EXPECT_LE(width(text("SAVE_TO_PROFILE"), 10), 119 - margin);
     EXPECT_LE(width(text("RESTORE_PROFILE_TO_DEFAULT"), 10), 180 - margin);
+}
+
+TEST_P(StringTable, TellsPanFromTilt) {
+    const auto firstWord = [this](const char* key) {
+        const std::string title = text(key);
+        return title.substr(0, std::min(title.find(" ("), title.find("（")));
+    };
+    const std::string pan = firstWord("Pan_left_right");
+    const std::string tilt = firstWord("Pan_up_down");
+    EXPECT_NE(pan, tilt);
+    // The camera's own control of both is called so, too.
+    EXPECT_THAT(text("pan_tilt"), testing::StartsWith(pan));
+    EXPECT_THAT(text("pan_tilt"), testing::EndsWith(tilt));
+}
+
+TEST_P(StringTable, SaysThatSavingConcernsTheProfile) {
+    EXPECT_THAT(text("SAVE_TO_PROFILE"), testing::HasSubstr(text("PROFILE")));
+    EXPECT_THAT(text("RESTORE_PROFILE_TO_DEFAULT"), testing::Not(testing::HasSubstr(text("PROFILE"))))
+        << "the camera is set to its defaults, the profile stays as it is";
 }
 
 TEST_P(StringTable, FitsTheTitlesOfTheSliders) {

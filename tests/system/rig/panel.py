@@ -54,7 +54,7 @@ class Panel:
     def dismiss_alert(self):
         """Clicks the message's only button, at its lower right."""
         (x, y), (width, height) = self.alert()
-        xdotool("mousemove", x + width - 50, y + height - 23, "click", 1)
+        xdotool("mousemove", x + width - 80, y + height - 40, "click", 1)
         self.wait_for("the message to go away", lambda: not self.alert())
 
     def alive(self):

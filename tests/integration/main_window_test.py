@@ -1,0 +1,152 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""The program's window on a display of its own, moved, closed and shown again with a real mouse.
+
+The display has no window manager: this test stands in for one, as far as programs speak with it.
+
+usage: main_window_test.py PROGRAM"""
+import ctypes
+import ctypes.util
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PATIENCE = 60  # seconds; sanitizers are slow
+MOVE = 8  # _NET_WM_MOVERESIZE_MOVE
+CLIENT_MESSAGE, PROPERTY_REPLACE, ATOM = 33, 0, 4
+SUBSTRUCTURE_NOTIFY = 1 << 19
+
+
+class ClientMessage(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong),
+                ("format", ctypes.c_int), ("data", ctypes.c_long * 5)]
+
+
+class Event(ctypes.Union):
+    _fields_ = [("type", ctypes.c_int), ("client", ClientMessage), ("padding", ctypes.c_long * 24)]
+
+
+class WindowManager:
+    """Says that it moves windows, and keeps what it is asked for."""
+
+    def __init__(self, display):
+        self._x = ctypes.CDLL(ctypes.util.find_library("X11"))
+        self._x.XOpenDisplay.restype = ctypes.c_void_p
+        self._x.XDefaultRootWindow.restype = self._x.XInternAtom.restype = ctypes.c_ulong
+        self._display = ctypes.c_void_p(self._x.XOpenDisplay(display.encode()))
+        root = ctypes.c_ulong(self._x.XDefaultRootWindow(self._display))
+        self._move_resize = self._atom("_NET_WM_MOVERESIZE")
+        supported = (ctypes.c_ulong * 1)(self._move_resize)
+        self._x.XChangeProperty(self._display, root, ctypes.c_ulong(self._atom("_NET_SUPPORTED")),
+                                ctypes.c_ulong(ATOM), 32, PROPERTY_REPLACE, supported, 1)
+        self._x.XSelectInput(self._display, root, ctypes.c_long(SUBSTRUCTURE_NOTIFY))
+        self._x.XSync(self._display, 0)
+
+    def _atom(self, name):
+        return self._x.XInternAtom(self._display, name.encode(), 0)
+
+    def asked_to_move(self):
+        """How often a program asked for a move since the last call."""
+        asked = 0
+        self._x.XSync(self._display, 0)
+        while self._x.XPending(self._display):
+            event = Event()
+            self._x.XNextEvent(self._display, ctypes.byref(event))
+            if event.type == CLIENT_MESSAGE and event.client.message_type == self._move_resize:
+                asked += event.client.data[2] == MOVE
+        return asked
+
+    def close(self):
+        self._x.XCloseDisplay(self._display)
+
+
+def wait_until(what, condition):
+    end = time.monotonic() + PATIENCE
+    while not (result := condition()):
+        if time.monotonic() > end:
+            raise AssertionError(f"still waiting for {what}")
+        time.sleep(0.02)
+    return result
+
+
+def xdotool(*words):
+    return subprocess.run(["xdotool", *map(str, words)], check=False, text=True, capture_output=True,
+                          timeout=PATIENCE).stdout
+
+
+class MainWindow(unittest.TestCase):
+    program = ""
+
+    def setUp(self):
+        self.home = tempfile.TemporaryDirectory()
+        self.addCleanup(self.home.cleanup)
+        read_end, write_end = os.pipe()
+        server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+            pass_fds=[write_end], stderr=subprocess.DEVNULL)
+        os.close(write_end)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.terminate)
+        with os.fdopen(read_end) as answer:
+            self.display = f":{answer.readline().strip()}"  # comes once the server answers
+        os.environ["DISPLAY"] = self.display
+        self.manager = WindowManager(self.display)
+        self.addCleanup(self.manager.close)
+        self.panel = self.start("--virtual-cameras", "1")
+        self.addCleanup(self.panel.wait)
+        self.addCleanup(self.panel.kill)
+        wait_until("the window", self.shown)
+
+    def start(self, *arguments):
+        return subprocess.Popen([self.program, "--renderer", "cpu", *arguments], env=dict(
+            os.environ, QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR="1", XDG_CONFIG_HOME=self.home.name), stderr=subprocess.DEVNULL)
+
+    def shown(self):
+        self.assertIsNone(self.panel.poll(), "the panel ended")
+        for window in xdotool("search", "--onlyvisible", "--pid", self.panel.pid).split():
+            if "Geometry: 1111x660" in xdotool("getwindowgeometry", window):
+                return True
+        return False
+
+    def press(self, x, y):
+        xdotool("mousemove", x, y, "mousedown", 1, "mousemove", x + 5, y + 5)
+
+    def release(self):
+        xdotool("mouseup", 1)
+
+    def test_dragging_by_the_background_moves_the_window(self):
+        background = {"above the title": (700, 15), "a title": (240, 47), "a row's title": (240, 150),
+                      "the logo": (1010, 604), "beside the sliders": (490, 400)}
+        for name, place in background.items():
+            self.press(*place)
+            wait_until(f"a move by {name}", self.manager.asked_to_move)
+            self.release()
+
+    def test_a_press_on_a_control_moves_nothing(self):
+        for place in ((240, 174), (126, 600), (80, 600), (205, 600), (604, 124), (774, 604)):
+            self.press(*place)
+            self.release()
+        # Events come in their order: this press is the only one that asks for a move.
+        self.press(700, 15)
+        self.assertEqual(wait_until("a move", self.manager.asked_to_move), 1)
+        self.release()
+
+    def test_a_closed_window_comes_back_by_starting_the_program_again(self):
+        xdotool("mousemove", 1066, 45, "click", 1)
+        wait_until("the window to close", lambda: not self.shown())
+        self.assertEqual(self.start().wait(timeout=PATIENCE), 0)
+        wait_until("the window", self.shown)
+
+
+if __name__ == "__main__":
+    for tool in ("Xvfb", "xdotool"):
+        if shutil.which(tool) is None:
+            print(f"{tool} is missing")
+            sys.exit(77)
+    MainWindow.program = sys.argv.pop()
+    unittest.main(verbosity=2)
