@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace tavelo {
@@ -23,9 +24,10 @@ public:
 
     int get() const { return descriptor_; }
     bool isOpen() const { return descriptor_ >= 0; }
-    void reset() {
-        if (descriptor_ >= 0) ::close(std::exchange(descriptor_, -1));
-    }
+    void reset() { close(); }
+
+    /// False, with errno set, if closing reports that data was lost.  The descriptor is gone either way.
+    bool close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0 || errno == EINTR; }
 
 private:
     int descriptor_;

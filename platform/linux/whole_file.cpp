@@ -12,7 +12,7 @@
 #include <system_error>
 #include <thread>
 
-#include "platform/linux/file_handle.h"
+#include "platform/linux/file_error.h"
 
 namespace tavelo {
 namespace {
@@ -89,7 +89,7 @@ std::optional<std::string> followLinks(std::string path, Error& error) {
 
 std::optional<FileContent> readWholeFile(const std::string& path, std::size_t mostBytes, Error& error) {
     // Without O_NONBLOCK a pipe in the file's place would wait for a writer.
-    const FileHandle file(
+    const FileDescriptor file(
         uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
     FileContent content;
     if (!file.isOpen()) {
@@ -115,7 +115,7 @@ std::optional<FileContent> readWholeFile(const std::string& path, std::size_t mo
 FileLock::FileLock(const std::string& path, std::chrono::milliseconds patience, Error& error) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
-        FileHandle file(uninterrupted(
+        FileDescriptor file(uninterrupted(
             [&] { return ::open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, newFileMode); }));
         if (!file.isOpen()) {
             error = fileError(errno);
@@ -123,7 +123,7 @@ FileLock::FileLock(const std::string& path, std::chrono::milliseconds patience, 
         }
         const bool locked = uninterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == 0;
         if (locked && isNamed(file.get(), path)) {
-            descriptor_ = file.release();
+            file_ = std::move(file);
             return;
         }
         if (!locked && errno != EWOULDBLOCK) {
@@ -136,11 +136,6 @@ FileLock::FileLock(const std::string& path, std::chrono::milliseconds patience, 
         }
         std::this_thread::sleep_for(retryEvery);
     }
-}
-
-FileLock::~FileLock() {
-    // Gives the lock back.  Nothing was written here, so a failure loses nothing.
-    FileHandle(descriptor_).close();
 }
 
 } // namespace tavelo

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/error.h"
+#include "platform/linux/file_descriptor.h"
 
 namespace tavelo {
 
@@ -60,15 +61,11 @@ class FileLock {
 public:
     /// Waits for other programs as long as `patience`.
     FileLock(const std::string& path, std::chrono::milliseconds patience, Error& error);
-    ~FileLock();
 
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-
-    bool isHeld() const { return descriptor_ >= 0; }
+    bool isHeld() const { return file_.isOpen(); }
 
 private:
-    int descriptor_ = -1;
+    FileDescriptor file_; // its end gives the lock back; nothing was written here that could be lost
 };
 
 } // namespace tavelo

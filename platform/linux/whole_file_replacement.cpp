@@ -5,7 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "platform/linux/file_handle.h"
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/file_error.h"
 #include "platform/linux/whole_file.h"
 
 namespace tavelo {
@@ -57,7 +58,7 @@ private:
     // Without a name: a program that is killed meanwhile leaves nothing.
     bool make() {
         if (::access(openFiles, X_OK) == 0) {
-            file_ = FileHandle(uninterrupted(
+            file_ = FileDescriptor(uninterrupted(
                 [&] { return ::openat(folder_.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, newFileMode); }));
             if (file_.isOpen()) return true;
             // These say that the file system cannot do it.
@@ -73,10 +74,10 @@ private:
                                 newFileMode);
             });
         };
-        file_ = FileHandle(open());
+        file_ = FileDescriptor(open());
         if (!file_.isOpen() && errno == EEXIST) {
             removeNewName(); // of a program that was killed
-            file_ = FileHandle(open());
+            file_ = FileDescriptor(open());
         }
         if (!file_.isOpen()) return failed();
         hasNewName_ = true;
@@ -169,8 +170,8 @@ private:
 
     const std::string name_;
     const std::string newName_;
-    const FileHandle folder_;
-    FileHandle file_;
+    const FileDescriptor folder_;
+    FileDescriptor file_;
     bool hasNewName_ = false;
     Place place_ = Place::wasEmpty;
     Error error_;
