@@ -178,7 +178,7 @@ void GlFramePasses::display(FrameTexture* corrected, ViewportSize viewport, cons
         gl_.glBufferSubData(GL_UNIFORM_BUFFER, 0, sizeof(modelView), modelView.data());
         gl_.glActiveTexture(GL_TEXTURE0 + correctTextureUnit);
         gl_.glBindTexture(GL_TEXTURE_2D, texture->name());
-        gl_.glDrawArrays(GL_TRIANGLES, 0, GLsizei(quadVertices.size()));
+        gl_.glDrawArrays(GL_TRIANGLES, 0, GLsizei(numVertices));
         gl_.glBindVertexArray(0);
     }
     waitForGpu(gl_);

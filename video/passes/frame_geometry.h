@@ -63,6 +63,7 @@ inline constexpr std::array<QuadVertex, 6> quadVertices{{
     {{1, 1, 0, 1}, {1, 0}},
 }};
 static_assert(sizeof(quadVertices) == 192);
+inline constexpr std::uint64_t numVertices = quadVertices.size();
 
 /// A 4x4 transform, row after row.
 using Transform = std::array<double, 16>;
