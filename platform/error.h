@@ -2,7 +2,9 @@
 // The closed set of reasons for which a platform operation fails.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace tavelo {
@@ -22,6 +24,8 @@ struct Error {
     ErrorCode code = ErrorCode::none;
     std::string text;
     std::string domain{}; ///< whose reason it is, as in "file system"; empty for our own
+    /// How much of a movie that failed is in its file all the same, and plays.  Absent where nothing is.
+    std::optional<std::chrono::duration<double>> kept{};
 };
 
 } // namespace tavelo
