@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
 #include <utility>
@@ -28,6 +29,16 @@ std::optional<std::size_t> numberOf(const std::string& text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) return {};
     return number;
+}
+
+// A movie that could not be finished may play all the same.
+std::string whatIsThere(const Error& error) {
+    if (!error.kept) return "not written";
+    std::array<char, 32> seconds{};
+    const char* const end =
+        std::to_chars(seconds.begin(), seconds.end(), error.kept->count(), std::chars_format::fixed, 1).ptr;
+    return "kept the first " + std::string(seconds.data(), static_cast<std::size_t>(end - seconds.data())) +
+           " s";
 }
 
 } // namespace
@@ -151,7 +162,7 @@ void CameraErrand::finishMovie() {
 
 void CameraErrand::didWrite(bool success, const Error& error) {
     if (!success)
-        end(1, request_.file + ": not written: " + error.text);
+        end(1, request_.file + ": " + whatIsThere(error) + ": " + error.text);
     else if (!complaint_.empty())
         end(1, request_.file + ": cut short: " + complaint_);
     else

@@ -86,7 +86,7 @@ double scaleToFit(const QSizeF& available) {
 PanelLayout layoutPanel(const PanelMeasures& measures) {
     PanelLayout layout;
     layout.settingBackgroundView = {30, 30, 485, 506};
-    layout.settingBackgroundViewLeftTop = {30, upperEdge(layout.settingBackgroundView) - 253, 242.5, 253};
+    layout.settingBackgroundView_leftTop = {30, upperEdge(layout.settingBackgroundView) - 253, 242.5, 253};
     layoutMirrorRow(layout, measures.mirrorTitle);
     layoutSliderRows(layout);
     layoutHead(layout, measures);

@@ -40,7 +40,7 @@ struct PanelLayout {
     };
 
     QRectF settingBackgroundView;
-    QRectF settingBackgroundViewLeftTop;
+    QRectF settingBackgroundView_leftTop;
 
     QRectF mirrorTitleText;
     QRectF mirrorSwitch;

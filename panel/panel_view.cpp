@@ -221,7 +221,7 @@ void PanelView::viewDidLayout() {
         element->place(wholeFrame(frame, height), scale_);
     };
     settingBackgroundView_ = flipped(layout.settingBackgroundView, height);
-    settingBackgroundViewLeftTop_ = flipped(layout.settingBackgroundViewLeftTop, height);
+    settingBackgroundView_leftTop_ = flipped(layout.settingBackgroundView_leftTop, height);
     place(mirrorTitleText_, layout.mirrorTitleText);
     place(mirrorSwitch_, layout.mirrorSwitch);
     place(hz50Text_, layout.hz50Text);
@@ -270,7 +270,7 @@ void PanelView::paintEvent(QPaintEvent* /*event*/) {
     painter.setBrush(palette::settingGrey);
     painter.drawRoundedRect(drawing::snapped(painter, settingBackgroundView_), settingRadius, settingRadius);
     // The corner below the camera tabs is square.
-    painter.drawRect(drawing::snapped(painter, settingBackgroundViewLeftTop_));
+    painter.drawRect(drawing::snapped(painter, settingBackgroundView_leftTop_));
 }
 
 } // namespace tavelo

@@ -42,6 +42,11 @@ public:
     double scale() const { return scale_; }
     void setScale(double scale);
 
+    /// The settings panel, and the patch that makes its corner under the camera tabs square: drawn by the
+    /// view, in units with y downward.
+    const QRectF& settingBackgroundView() const { return settingBackgroundView_; }
+    const QRectF& settingBackgroundView_leftTop() const { return settingBackgroundView_leftTop_; }
+
     /// Shows every text in the bundle's language, as when it was made.
     void retranslate(const Bundle& bundle);
 
@@ -139,7 +144,7 @@ private:
 
     double scale_ = 1;
     QRectF settingBackgroundView_;
-    QRectF settingBackgroundViewLeftTop_;
+    QRectF settingBackgroundView_leftTop_;
 };
 
 } // namespace tavelo

@@ -16,6 +16,7 @@
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/virtual_backend.h"
+#include "video/fake_asset_writer.h"
 
 namespace tavelo {
 namespace {
@@ -249,6 +250,23 @@ TEST_F(CameraErrandTest, CameraWithoutRightsIsSaidAtOnceWithTheReason) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.errors, HasSubstr("no picture: cannot open /dev/video0: Permission denied\n"));
     }
+}
+
+TEST_F(CameraErrandTest, WhatIsKeptOfAMovieThatFailedIsSaid) {
+    testing::WriterScript script;
+    script.refuseSamples = true;
+    script.error = {ErrorCode::refused, "the disk is full", "file system",
+                    std::chrono::duration<double>(6.52)};
+    writers_ = std::make_shared<testing::FakeAssetWriterPlatform>(script);
+    const std::string path = file("full.mp4");
+    const Outcome kept = run(movie(path, {}));
+    EXPECT_EQ(kept.status, 1);
+    EXPECT_EQ(kept.errors, "tavelo-control-panel: " + path + ": kept the first 6.5 s: the disk is full\n");
+
+    script.error.kept.reset();
+    const Outcome lost = run(movie(path, {}));
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_EQ(lost.errors, "tavelo-control-panel: " + path + ": not written: the disk is full\n");
 }
 
 TEST_F(CameraErrandTest, InterruptedBeforeThePictureWritesNothing) {

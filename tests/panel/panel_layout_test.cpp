@@ -23,7 +23,7 @@ const PanelLayout::Row& rowOf(const PanelLayout& layout, PanelRow row) {
 TEST(PanelLayout, PlacesTheSettingsPanelAndItsSquareCorner) {
     const PanelLayout layout = layoutPanel(measures);
     EXPECT_TRUE(frameIs(layout.settingBackgroundView, 30, 30, 485, 506));
-    EXPECT_TRUE(frameIs(layout.settingBackgroundViewLeftTop, 30, 283, 242.5, 253));
+    EXPECT_TRUE(frameIs(layout.settingBackgroundView_leftTop, 30, 283, 242.5, 253));
 }
 
 TEST(PanelLayout, StepsTheSliderRowsBy54) {

@@ -69,6 +69,14 @@ TEST_F(PanelLook, TheSettingsPanelHasASharpEdgeAtAScaleFactorOfOneAndAHalf) {
     }
 }
 
+TEST_F(PanelLook, TheSettingsPanelIsSquareUnderTheCameraTabs) {
+    EXPECT_EQ(view_.settingBackgroundView(), QRectF(30, 124, 485, 506));
+    EXPECT_EQ(view_.settingBackgroundView_leftTop(), QRectF(30, 124, 242.5, 253));
+    const QImage image = view_.grab().toImage();
+    EXPECT_EQ(image.pixelColor(30, 126), QColor(49, 49, 49));
+    EXPECT_EQ(image.pixelColor(514, 126), QColor(38, 38, 38)) << "its other corners are round";
+}
+
 TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
     const auto rings = [this] { return view_.findChildren<QFocusFrame*>().size(); };
     view_.show();

@@ -33,6 +33,7 @@ struct WriterScript {
     bool refuseSamples = false;
     bool ready = true;
     bool finishAtOnce = true;
+    Error error{ErrorCode::refused, "the writer's error", "fake"}; // of a writer that failed
     std::optional<VideoSettings> videoSettings;
     std::optional<AudioSettings> audioSettings;
     std::map<std::string, AssetWriter::FinishHandler> finishing; // by path
@@ -99,7 +100,7 @@ public:
             script_.finishing[path_] = std::move(finish);
     }
     AssetWriterStatus status() const override { return status_; }
-    Error error() const override { return {ErrorCode::refused, "the writer's error", "fake"}; }
+    Error error() const override { return script_.error; }
 
 private:
     WriterScript& script_;
