@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "app/screen_fit.h"
 
+#include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 #include <algorithm>
+#include <utility>
 
 namespace tavelo {
 namespace {
@@ -29,6 +31,9 @@ void ScreenFit::follow(QScreen* screen) {
         bringIntoView();
     });
     fit();
+    // Not while the user drags the window from one screen to another.
+    const QScreen* const before = std::exchange(screen_, screen);
+    if (before != nullptr && !QGuiApplication::screens().contains(before)) bringIntoView();
 }
 
 void ScreenFit::fit() {

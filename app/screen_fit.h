@@ -29,7 +29,8 @@ private:
 
     QWidget& window_;
     PanelView& view_;
-    QMetaObject::Connection changes_; // of the screen that is followed
+    const QScreen* screen_ = nullptr; // the one that is followed, compared only: it may be gone
+    QMetaObject::Connection changes_; // of that screen
 };
 
 } // namespace tavelo

@@ -31,15 +31,31 @@ class Event(ctypes.Union):
     _fields_ = [("type", ctypes.c_int), ("client", ClientMessage), ("padding", ctypes.c_long * 24)]
 
 
+class Mode(ctypes.Structure):
+    _fields_ = [("id", ctypes.c_ulong), ("width", ctypes.c_uint), ("height", ctypes.c_uint),
+                ("dot_clock", ctypes.c_ulong), ("horizontal", ctypes.c_uint * 4), ("vertical", ctypes.c_uint * 3),
+                ("name", ctypes.c_char_p), ("name_length", ctypes.c_uint), ("flags", ctypes.c_ulong)]
+
+
+class Resources(ctypes.Structure):
+    _fields_ = [("timestamps", ctypes.c_ulong * 2), ("crtc_count", ctypes.c_int),
+                ("crtcs", ctypes.POINTER(ctypes.c_ulong)), ("output_count", ctypes.c_int),
+                ("outputs", ctypes.POINTER(ctypes.c_ulong)), ("mode_count", ctypes.c_int),
+                ("modes", ctypes.POINTER(Mode))]
+
+
 class WindowManager:
-    """Says that it moves windows, and keeps what it is asked for."""
+    """Says that it moves windows, and keeps what it is asked for; sets the screen's resolution."""
 
     def __init__(self, display):
         self._x = ctypes.CDLL(ctypes.util.find_library("X11"))
         self._x.XOpenDisplay.restype = ctypes.c_void_p
         self._x.XDefaultRootWindow.restype = self._x.XInternAtom.restype = ctypes.c_ulong
         self._display = ctypes.c_void_p(self._x.XOpenDisplay(display.encode()))
-        root = ctypes.c_ulong(self._x.XDefaultRootWindow(self._display))
+        self._randr = ctypes.CDLL(ctypes.util.find_library("Xrandr"))
+        self._randr.XRRGetScreenResources.restype = ctypes.POINTER(Resources)
+        self._randr.XRRCreateMode.restype = ctypes.c_ulong
+        self._root = root = ctypes.c_ulong(self._x.XDefaultRootWindow(self._display))
         self._move_resize = self._atom("_NET_WM_MOVERESIZE")
         supported = (ctypes.c_ulong * 1)(self._move_resize)
         self._x.XChangeProperty(self._display, root, ctypes.c_ulong(self._atom("_NET_SUPPORTED")),
@@ -49,6 +65,20 @@ class WindowManager:
 
     def _atom(self, name):
         return self._x.XInternAtom(self._display, name.encode(), 0)
+
+    def set_resolution(self, width, height):
+        name = f"{width}x{height}".encode()
+        mode = Mode(0, width, height, 60_000_000, (width + 8, width + 16, width + 24, 0),
+                    (height + 2, height + 4, height + 6), name, len(name), 0)
+        identifier = ctypes.c_ulong(self._randr.XRRCreateMode(self._display, self._root, ctypes.byref(mode)))
+        resources = self._randr.XRRGetScreenResources(self._display, self._root)
+        crtc, output = ctypes.c_ulong(resources.contents.crtcs[0]), ctypes.c_ulong(resources.contents.outputs[0])
+        self._randr.XRRAddOutputMode(self._display, output, identifier)
+        off, none = (resources, crtc, ctypes.c_ulong(0), 0, 0), ctypes.c_ulong(0)
+        self._randr.XRRSetCrtcConfig(self._display, *off, none, 1, None, 0)
+        self._randr.XRRSetScreenSize(self._display, self._root, width, height, width // 4, height // 4)
+        self._randr.XRRSetCrtcConfig(self._display, *off, identifier, 1, (ctypes.c_ulong * 1)(output), 1)
+        self._x.XSync(self._display, 0)
 
     def asked_to_move(self):
         """How often a program asked for a move since the last call."""
@@ -106,12 +136,15 @@ class MainWindow(unittest.TestCase):
         return subprocess.Popen([self.program, "--renderer", "cpu", *arguments], env=dict(
             os.environ, QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR="1", XDG_CONFIG_HOME=self.home.name), stderr=subprocess.DEVNULL)
 
-    def shown(self):
+    def windows(self):
+        """Place and size of each window of the panel that can be seen, by its identifier."""
         self.assertIsNone(self.panel.poll(), "the panel ended")
         for window in xdotool("search", "--onlyvisible", "--pid", self.panel.pid).split():
-            if "Geometry: 1111x660" in xdotool("getwindowgeometry", window):
-                return True
-        return False
+            words = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", window).split())
+            yield window, tuple(int(words[word]) for word in ("X", "Y", "WIDTH", "HEIGHT"))
+
+    def shown(self):
+        return next((window for window, place in self.windows() if place[2:] == (1111, 660)), None)
 
     def press(self, x, y):
         xdotool("mousemove", x, y, "mousedown", 1, "mousemove", x + 5, y + 5)
@@ -135,6 +168,15 @@ class MainWindow(unittest.TestCase):
         self.press(700, 15)
         self.assertEqual(wait_until("a move", self.manager.asked_to_move), 1)
         self.release()
+
+    def test_on_a_smaller_resolution_the_whole_window_stays_in_view(self):
+        window = self.shown()
+        xdotool("windowmove", window, 150, 100)
+        wait_until("the move", lambda: dict(self.windows()).get(window, ())[:2] == (150, 100))
+        self.manager.set_resolution(1024, 600)
+        wait_until("the small panel", lambda: dict(self.windows()).get(window) == (14, 0, 1010, 600))
+        self.manager.set_resolution(1280, 720)
+        wait_until("the panel in its own size", lambda: dict(self.windows()).get(window) == (14, 0, 1111, 660))
 
     def test_a_closed_window_comes_back_by_starting_the_program_again(self):
         xdotool("mousemove", 1066, 45, "click", 1)
