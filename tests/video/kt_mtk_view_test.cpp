@@ -103,6 +103,19 @@ TEST_F(KTMTKViewTest, EmptyFrameIsIgnored) {
     EXPECT_THAT(log_.take(), IsEmpty());
 }
 
+TEST_F(KTMTKViewTest, FramesOfOneRowOrColumnAreShownAndThoseWithoutPixelsAreNot) {
+    for (const auto& [width, height] : {std::pair{1, 9}, std::pair{9, 1}, std::pair{1, 1}}) {
+        draw(makeFrame(std::size_t(width), std::size_t(height)));
+        EXPECT_THAT(log_.take(), Contains("correct 1x1"));
+    }
+    for (const auto& [width, height] : {std::pair{0, 9}, std::pair{9, 0}}) {
+        std::vector<PixelBuffer::Plane> none{{nullptr, std::size_t(width), std::size_t(height), 0}};
+        view_.createTextureWithPixelBuffer(std::make_shared<PixelBuffer>(
+            PixelFormat::bgra32, std::size_t(width), std::size_t(height), std::move(none), nullptr));
+        EXPECT_THAT(log_.take(), IsEmpty());
+    }
+}
+
 TEST_F(KTMTKViewTest, FrameWithRowsOfAnotherLengthIsCopiedUnsheared) {
     draw(makeTestPicture(5, 4)); // rows of 64 bytes
     std::vector<std::uint8_t> tight(std::size_t(5) * 4 * 4);
