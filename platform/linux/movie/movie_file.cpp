@@ -14,7 +14,8 @@
 namespace tavelo {
 namespace {
 
-constexpr int bufferSize = 1 << 18; // most fragments leave in one piece
+constexpr int bufferSize = 1 << 18;                // most fragments leave in one piece
+constexpr std::size_t longestFirstPiece = 1 << 16; // headers have a kilobyte or two
 constexpr mode_t newFileMode = 0666;
 
 } // namespace
@@ -31,6 +32,7 @@ std::unique_ptr<MovieFile> MovieFile::create(const std::string& path, Error& err
 MovieFile::MovieFile(std::string path, FileDescriptor descriptor)
     : path_(std::move(path)),
       descriptor_(std::move(descriptor)) {
+    firstPiece_.reserve(longestFirstPiece);
     // The muxer's bytes come as the library's version declares them: const or not.
     const auto writePacket = [](void* self, auto* bytes, int size) {
         return static_cast<MovieFile*>(self)->write(bytes, size);
@@ -46,21 +48,38 @@ MovieFile::MovieFile(std::string path, FileDescriptor descriptor)
 
 int MovieFile::write(const std::uint8_t* bytes, int size) {
     if (failure_ != 0) return AVERROR(failure_);
-    for (int done = 0; done < size;) {
-        const ssize_t count = ::write(descriptor_.get(), bytes + done, std::size_t(size - done));
+    const auto length = std::size_t(size);
+    if (!firstPieceIsOut_ && firstPiece_.size() + length <= firstPiece_.capacity()) {
+        firstPiece_.insert(firstPiece_.end(), bytes, bytes + length); // allocates nothing, so it cannot throw
+        return size;
+    }
+    if (const int failed = writeOutFirstPiece(); failed < 0) return failed;
+    const int failed = writeOut(bytes, length);
+    return failed < 0 ? failed : size;
+}
+
+int MovieFile::writeOutFirstPiece() {
+    if (std::exchange(firstPieceIsOut_, true)) return 0;
+    return writeOut(firstPiece_.data(), firstPiece_.size());
+}
+
+int MovieFile::writeOut(const std::uint8_t* bytes, std::size_t size) {
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t count = ::write(descriptor_.get(), bytes + done, size - done);
         if (count < 0) {
             if (errno == EINTR) continue;
             failure_ = errno;
             return AVERROR(failure_);
         }
-        done += int(count);
+        done += std::size_t(count);
         written_ += count;
     }
-    return size;
+    return 0;
 }
 
 bool MovieFile::endPiece() {
     avio_flush(io_.get());
+    if (failure_ == 0) writeOutFirstPiece();
     if (failure_ == 0) {
         whole_ = written_;
         return true;

@@ -2,9 +2,11 @@
 // The file of a movie that is being recorded.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/error.h"
 #include "platform/linux/file_descriptor.h"
@@ -25,8 +27,9 @@ public:
     /// For a muxer; belongs to the file.
     AVIOContext* io() const { return io_.get(); }
 
-    /// What was written since the last call belongs together.  After a failure of the file system all that
-    /// does not is cut off, so that no player stumbles over half a fragment.
+    /// What was written since the last call belongs together.  The first piece, without which nothing plays,
+    /// reaches the file as a whole: a program killed before it leaves an empty file.  After a failure of the
+    /// file system all that does not is cut off, so that no player stumbles over half a fragment.
     /// @return false where the file system has failed
     bool endPiece();
 
@@ -46,12 +49,16 @@ public:
 private:
     MovieFile(std::string path, FileDescriptor descriptor);
     int write(const std::uint8_t* bytes, int size);
+    int writeOut(const std::uint8_t* bytes, std::size_t size);
+    int writeOutFirstPiece();
 
     std::string path_;
     FileDescriptor descriptor_;
     std::int64_t written_ = 0;
     std::int64_t whole_ = 0; // up to the end of the last piece
     int failure_ = 0;
+    std::vector<std::uint8_t> firstPiece_; // waits for its end
+    bool firstPieceIsOut_ = false;
     AvCustomIo io_;
 };
 
