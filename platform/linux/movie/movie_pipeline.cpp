@@ -69,7 +69,7 @@ std::optional<Error> MoviePipeline::encodeVideo(const AVFrame& frame) {
     if (failure_) return failure_;
     failure_ = failureOf(encode(frame));
     rate_.add(frame.pts);
-    if (!failure_) markLevel();
+    if (!failure_) markLevel(rate_.fastest());
     return failure_;
 }
 
@@ -101,9 +101,9 @@ int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
 }
 
 // Whoever opens the file learns what the frames ask of a decoder, even where the program is killed.
-void MoviePipeline::markLevel() {
+void MoviePipeline::markLevel(double framesPerSecond) {
     const std::uint8_t level =
-        h264LevelFor(description_.video->width, description_.video->height, rate_.fastest());
+        h264LevelFor(description_.video->width, description_.video->height, framesPerSecond);
     if (level <= level_) return;
     level_ = level;
     if (!raiseH264Level(file_->descriptor(), level))
@@ -133,6 +133,7 @@ std::optional<Error> MoviePipeline::finish(const std::stop_token& hurry) {
     if (muxer_) {
         const auto ended = failureOf(flush());
         if (!failure_) failure_ = ended;
+        if (!failure_ && description_.video) markLevel(rate_.fastestAtTheEnd());
     }
     if (!muxer_ || muxer_->end() == 0) {
         if (!file_->remove()) diagnostics_.report(description_.path, "the empty file could not be removed");

@@ -69,7 +69,7 @@ private:
     bool openMuxer(Error& error);
     int encode(const AVFrame& frame);
     int encodeInSoftware(const AVFrame& frame, int reason);
-    void markLevel();
+    void markLevel(double framesPerSecond);
     int flush();
     void makeOrdinary(const std::stop_token& hurry);
     std::optional<Error> failureOf(int result);
