@@ -83,7 +83,9 @@ int MoviePipeline::encode(const AVFrame& frame) {
 int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     const std::string failed =
         ffmpegError(reason, "the graphics card's " + videoEncoder_->name() + " failed").text;
-    videoEncoder_->encode(nullptr, videoSink_); // what it holds of the frames before, where it still can
+    // What it still holds of the frames before.  It may have this one too, which comes from its successor.
+    videoEncoder_->encode(nullptr,
+                          [&](AVPacket& packet) { return packet.pts < frame.pts ? videoSink_(packet) : 0; });
     if (sinkFailure_ < 0) return sinkFailure_;
     VideoEncoderSettings settings = *description_.video;
     settings.takesOver = true;
@@ -100,7 +102,7 @@ int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     return videoEncoder_->encode(&frame, videoSink_);
 }
 
-// Whoever opens the file learns what the frames ask of a decoder, even where the program is killed.
+// Whoever opens the file learns what the frames ask of a decoder, even if the program is killed.
 void MoviePipeline::markLevel(double framesPerSecond) {
     const std::uint8_t level =
         h264LevelFor(description_.video->width, description_.video->height, framesPerSecond);
