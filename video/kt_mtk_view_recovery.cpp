@@ -50,7 +50,7 @@ void KTMTKView::letGoOfBackend() {
         if (released.pixelBuffer) static_cast<void>(released.pixelBuffer->lock());
         released = {};
         old = std::move(backend_);
-        if (old.surface) old.surface->makeCurrent(); // where that still works, what is there is freed
+        if (old.surface) old.surface->makeCurrent(); // if that still works, what is there is freed
         old.passes.reset();
     });
 }

@@ -29,7 +29,7 @@ struct RenderBackend {
 /// must outlive the result.
 RenderBackend makeRenderBackend(RendererChoice choice, QWindow& window, SerialQueue& renderQueue);
 
-/// Makes that very renderer, in the place of one that was lost; without passes where it cannot be made.
+/// Makes that very renderer, in the place of one that was lost; without passes if it cannot be made.
 /// Threads and lifetimes as above.  The processor's wants a window without a native half.
 RenderBackend remakeRenderBackend(Renderer renderer, QWindow& window, SerialQueue& renderQueue);
 

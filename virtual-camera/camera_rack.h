@@ -14,7 +14,7 @@
 namespace tavelo {
 
 /// Cameras 1 to N, offered by a server as "1-1" to "1-N".  A camera that was pulled out comes back as new.
-/// Where the devices have a second video function, those are cameras N+1 to 2N, plugged and pulled with their
+/// If the devices have a second video function, those are cameras N+1 to 2N, plugged and pulled with their
 /// device.
 ///
 /// Thread-safe.
@@ -40,7 +40,7 @@ public:
     /// Whether a host has the camera.
     bool isImported(int number) const;
 
-    /// False where it is plugged in, does not exist, or is the second function of a device.
+    /// False if it is plugged in, does not exist, or is the second function of a device.
     bool plug(int number);
     /// Pulls a camera out at once, whatever it is doing; false where it is not plugged in.
     bool vanish(int number);

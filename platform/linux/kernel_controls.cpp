@@ -180,7 +180,7 @@ bool passes(const V4l2ControlInfo& info, std::int32_t value) {
     return info.maximum < info.minimum || (value >= info.minimum && value <= info.maximum);
 }
 
-// What of a write goes to the driver: all, but for the half of a pair that stays as it was.
+// What of a write goes to the driver: all, except the half of a pair that stays as it was.
 std::vector<V4l2ControlValue> changedValues(const KernelControl& control,
                                             const std::vector<V4l2ControlValue>& values,
                                             std::span<const std::uint8_t> held) {

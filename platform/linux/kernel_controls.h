@@ -28,7 +28,7 @@ enum class UvcRequest : std::uint8_t {
 struct KernelReply {
     /// 0, or the errno that stood between the request and its answer.
     int error = 0;
-    /// Of a read its answer, none where the camera has no such control or stalls the request.  Of a write the
+    /// Of a read its answer, none if the camera has no such control or stalls the request.  Of a write the
     /// control's value as the driver took it.
     std::vector<std::uint8_t> bytes;
     /// A write that reached the control.

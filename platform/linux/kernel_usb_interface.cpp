@@ -75,9 +75,11 @@ std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::in
 } // namespace
 
 KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device,
-                                       KernelInterfaceAddress address, Diagnostics& diagnostics)
+                                       KernelInterfaceAddress address, Diagnostics& diagnostics,
+                                       std::shared_ptr<HeldPair> pair)
     : address_(std::move(address)),
       diagnostics_(diagnostics),
+      heldPair_(std::move(pair)),
       device_(std::move(device)) {}
 
 UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
@@ -139,14 +141,12 @@ UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelContr
 
 std::vector<std::uint8_t> KernelUsbInterface::heldOf(const KernelControl& control) {
     if (control.encoding != KernelEncoding::pair) return {};
-    const std::lock_guard lock(mutex_);
-    return heldPair_;
+    return heldPair_->get();
 }
 
 void KernelUsbInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
     if (control.encoding != KernelEncoding::pair) return;
-    const std::lock_guard lock(mutex_);
-    heldPair_ = bytes;
+    heldPair_->set(bytes);
 }
 
 void KernelUsbInterface::report(const KernelControl& control, const UsbControlRequest& request,

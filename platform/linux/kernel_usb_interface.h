@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/diagnostics.h"
@@ -24,13 +25,33 @@ struct KernelInterfaceAddress {
     std::string name; ///< what Diagnostics calls the device: "/dev/video0"
 };
 
+/// Pan and tilt as the caller knows them: last read, or last written.  Thread-safe.
+class HeldPair {
+public:
+    std::vector<std::uint8_t> get() const {
+        const std::lock_guard lock(mutex_);
+        return bytes_;
+    }
+    void set(std::vector<std::uint8_t> bytes) {
+        const std::lock_guard lock(mutex_);
+        bytes_ = std::move(bytes);
+    }
+
+private:
+    mutable std::mutex mutex_; // guards bytes_
+    std::vector<std::uint8_t> bytes_;
+};
+
 /// Thread-safe.  No lock is held while the camera is asked: a write that blocks holds up nobody else, and
 /// closing does not wait for it.
 class KernelUsbInterface final : public UsbInterface {
 public:
     /// @param diagnostics must outlive the interface
+    /// @param pair        shared with the interfaces that were opened to the camera before: after a refusal
+    ///                    it is opened anew without being read
     KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
-                       Diagnostics& diagnostics);
+                       Diagnostics& diagnostics,
+                       std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
 
     UsbStatus ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
@@ -47,10 +68,10 @@ private:
     const KernelInterfaceAddress address_;
     Diagnostics& diagnostics_;
 
-    std::mutex mutex_; // guards what follows, not what device_ points to
+    const std::shared_ptr<HeldPair> heldPair_;
+
+    std::mutex mutex_; // guards device_, not what it points to
     std::shared_ptr<V4l2ControlDevice> device_;
-    /// Pan and tilt as the caller knows them: last read, or last written.
-    std::vector<std::uint8_t> heldPair_;
 };
 
 } // namespace tavelo

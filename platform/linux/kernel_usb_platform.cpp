@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/kernel_usb_platform.h"
 
+#include <map>
+#include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -14,9 +17,25 @@
 
 namespace tavelo {
 
+/// Those of all cameras, by port and interface.  Another camera at the same port is read before it is
+/// written, which replaces what was held.  Thread-safe.
+class HeldPairs {
+public:
+    std::shared_ptr<HeldPair> of(const std::string& device, std::uint8_t interfaceNumber) {
+        const std::lock_guard lock(mutex_);
+        std::shared_ptr<HeldPair>& pair = pairs_[{device, interfaceNumber}];
+        if (!pair) pair = std::make_shared<HeldPair>();
+        return pair;
+    }
+
+private:
+    std::mutex mutex_; // guards pairs_
+    std::map<std::pair<std::string, std::uint8_t>, std::shared_ptr<HeldPair>> pairs_;
+};
+
 namespace {
 
-std::shared_ptr<UsbInterface> openThroughNode(const KernelUsbSurroundings& surroundings,
+std::shared_ptr<UsbInterface> openThroughNode(const KernelUsbSurroundings& surroundings, HeldPairs& heldPairs,
                                               const SysfsUsbDevice& usb, std::uint8_t number,
                                               Diagnostics& diagnostics) {
     OpenedControlNode node = openControlNode(surroundings, usb, number, diagnostics);
@@ -27,7 +46,7 @@ std::shared_ptr<UsbInterface> openThroughNode(const KernelUsbSurroundings& surro
     return std::make_shared<KernelUsbInterface>(
         std::move(node.device),
         KernelInterfaceAddress{number, entities.terminalID, entities.unitID, std::move(node.path)},
-        diagnostics);
+        diagnostics, heldPairs.of(usb.name, number));
 }
 
 KernelUsbSurroundings thisMachine() {
@@ -44,7 +63,8 @@ KernelUsbPlatform::KernelUsbPlatform(Diagnostics& diagnostics)
 
 KernelUsbPlatform::KernelUsbPlatform(Diagnostics& diagnostics, KernelUsbSurroundings surroundings)
     : diagnostics_(diagnostics),
-      surroundings_(std::make_shared<const KernelUsbSurroundings>(std::move(surroundings))) {}
+      surroundings_(std::make_shared<const KernelUsbSurroundings>(std::move(surroundings))),
+      heldPairs_(std::make_shared<HeldPairs>()) {}
 
 std::unique_ptr<BusProber> KernelUsbPlatform::initBusProber(int, BusProberDelegate* delegate) {
     return std::make_unique<LinuxBusProber>(delegate, surroundings_->sysfs, makeLibusbDescriptorSource(),
@@ -53,9 +73,9 @@ std::unique_ptr<BusProber> KernelUsbPlatform::initBusProber(int, BusProberDelega
 
 std::vector<std::unique_ptr<UsbDeviceService>> KernelUsbPlatform::matchingDeviceServices() {
     return sysfsDeviceServices(
-        surroundings_->sysfs, [surroundings = surroundings_, &diagnostics = diagnostics_](
+        surroundings_->sysfs, [surroundings = surroundings_, pairs = heldPairs_, &diagnostics = diagnostics_](
                                   const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
-            return openThroughNode(*surroundings, device, interfaceNumber, diagnostics);
+            return openThroughNode(*surroundings, *pairs, device, interfaceNumber, diagnostics);
         });
 }
 

@@ -14,6 +14,8 @@
 
 namespace tavelo {
 
+class HeldPairs;
+
 /// What the platform stands on; tests put a tree and devices of their own below it.
 struct KernelUsbSurroundings {
     std::filesystem::path sysfs = "/sys";
@@ -39,6 +41,7 @@ public:
 private:
     Diagnostics& diagnostics_;
     std::shared_ptr<const KernelUsbSurroundings> surroundings_;
+    std::shared_ptr<HeldPairs> heldPairs_;
 };
 
 } // namespace tavelo

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/realtime_kit.h"
 
+#include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -16,6 +17,15 @@ namespace {
 
 constexpr int patience = 2000; // ms; the bus may have to start the service first
 
+// Threads and programs that the thread starts, such as those of an encoder, are not raised with it.  The
+// service sees to that itself.
+void raiseAlone(pid_t thread) {
+    const sched_param ordinary{};
+    if (::sched_getscheduler(thread) == SCHED_OTHER)
+        ::sched_setscheduler(thread, SCHED_OTHER | SCHED_RESET_ON_FORK, &ordinary);
+    ::setpriority(PRIO_PROCESS, id_t(thread), pictureThreadNiceness);
+}
+
 class RealtimeKitPriority final : public ThreadPriority {
 public:
     explicit RealtimeKitPriority(std::function<QDBusConnection()> connect) : connect_(std::move(connect)) {}
@@ -28,7 +38,7 @@ private:
     // Of the queue's thread.
 
     void ask(pid_t thread) {
-        if (!isGrantedByService(thread)) ::setpriority(PRIO_PROCESS, id_t(thread), pictureThreadNiceness);
+        if (!isGrantedByService(thread)) raiseAlone(thread);
     }
 
     bool isGrantedByService(pid_t thread) {

@@ -10,7 +10,7 @@
 
 namespace tavelo {
 
-/// Asks RealtimeKit on the system bus, which grants ordinary users a nice value below zero; where it does
+/// Asks RealtimeKit on the system bus, which grants ordinary users a nice value below zero; if it does
 /// not, the kernel is asked, which does so for whoever has the right.  Waits for answers on a thread of its
 /// own; its destructor may wait two seconds for one.  Needs a QCoreApplication.
 /// @param connect called once, on that thread; the system bus but in tests

@@ -63,7 +63,7 @@ GlObject makeGlProgram(QOpenGLExtraFunctions& gl, const QByteArray& version,
                        std::initializer_list<GlShaderSource> sources);
 
 /// Returns when the GPU has done all work sent so far, or after two seconds from a GPU that hangs.
-/// @return false where it hangs, or the context is lost
+/// @return false if it hangs, or the context is lost
 bool waitForGpu(QOpenGLExtraFunctions& gl);
 
 /// Names whose owners died where no context is current, waiting to be deleted.  Thread-safe but for

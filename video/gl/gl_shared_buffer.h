@@ -40,7 +40,7 @@ public:
     /// Makes the processor's bytes the GPU's.
     void upload(QOpenGLExtraFunctions& gl) const;
     /// Makes the GPU's bytes the processor's; the GPU is done with them.
-    /// @return false where they cannot be had
+    /// @return false if they cannot be had
     bool download(QOpenGLExtraFunctions& gl) const;
 
 private:

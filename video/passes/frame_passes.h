@@ -54,7 +54,7 @@ public:
 
     /// Writes `frame`, mirrored as the parameters say, into `corrected`, which is of the same size.  The
     /// caller holds the locks of both pixel buffers.
-    /// @return false where the GPU did not do it: it hangs, or the context is lost
+    /// @return false if the GPU did not do it: it hangs, or the context is lost
     virtual bool correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
                          const GroupExtent& groupCount) = 0;
 

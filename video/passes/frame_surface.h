@@ -23,7 +23,7 @@ public:
     /// Whether the window is there to be drawn into.  No call touches the window while it is not.
     virtual void setDrawable(bool drawable) = 0;
 
-    /// Comes before any call of the passes; false where nothing can be drawn at all, as with a lost context.
+    /// Comes before any call of the passes; false if nothing can be drawn at all, as with a lost context.
     virtual bool makeCurrent() = 0;
 
     /// Makes the window the target of the display pass; false where there is no drawable.

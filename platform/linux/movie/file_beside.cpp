@@ -29,7 +29,7 @@ std::filesystem::path hiddenNameIn(const std::filesystem::path& folder) {
     return folder / (std::string(hiddenPrefix) + std::to_string(std::random_device()()));
 }
 
-// Every process that writes such a file holds the lock; where the file system has none, nothing is removed.
+// Every process that writes such a file holds the lock; if the file system has none, nothing is removed.
 bool lock(int descriptor, int extra = 0) {
     int result = 0;
     do

@@ -10,13 +10,13 @@ namespace tavelo {
 
 /// Written in the same folder as the other, and gone with its owner unless it takes the other's place.
 ///
-/// It has no name where the file system knows such files, so a killed program leaves nothing behind.
+/// It has no name if the file system knows such files, so a killed program leaves nothing behind.
 /// Elsewhere, and for the moment in which it moves, it has a hidden name of ours and a lock that dies with
 /// the process; that is how removeLeftovers() knows what nobody will ever finish.
 class FileBeside {
 public:
     enum class Kind : std::uint8_t {
-        unnamed, ///< where that can be had, else hidden
+        unnamed, ///< if that can be had, else hidden
         hidden
     };
 
@@ -26,13 +26,13 @@ public:
     FileBeside(const FileBeside&) = delete;
     FileBeside& operator=(const FileBeside&) = delete;
 
-    /// An errno; 0 where the file was made.
+    /// An errno; 0 if the file was made.
     int failure() const { return failure_; }
     int descriptor() const { return descriptor_.get(); }
 
     /// Writes it to the disk and moves it over the target, whose rights it gets.
     /// @param like the target, open
-    /// @return an errno, the target being left as it was; 0 where it succeeded
+    /// @return an errno, the target being left as it was; 0 if it succeeded
     int takePlace(int like);
 
     /// Removes what dead processes of this user left beside a target.

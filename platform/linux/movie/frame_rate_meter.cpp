@@ -26,8 +26,7 @@ void FrameRateMeter::add(std::int64_t time) {
     frames_ = 0;
 }
 
-double FrameRateMeter::fastest() const {
-    // A movie shorter than a window has nothing better.
+double FrameRateMeter::fastestAtTheEnd() const {
     return fastest_ > 0 || frames_ == 0 ? fastest_ : rate(last_);
 }
 

@@ -12,8 +12,11 @@ public:
     /// @param time of a frame, in videoTimeBase, later than that of the one before
     void add(std::int64_t time);
 
-    /// The fastest half second so far, in frames a second; 0 before there are two frames.
-    double fastest() const;
+    /// The fastest whole half second so far, in frames a second; 0 before the first is over.
+    double fastest() const { return fastest_; }
+
+    /// The same of a movie that has ended, which may be shorter than that; 0 if it has no two frames.
+    double fastestAtTheEnd() const;
 
 private:
     double rate(std::int64_t until) const;

@@ -17,7 +17,7 @@ std::vector<std::uint8_t> soundTrackOf(int descriptor);
 bool addTrack(int descriptor, const std::vector<std::uint8_t>& track);
 
 /// Marks the H.264 track of a file with a level, ten times its number, unless its mark is that high already.
-/// @return false where there is no such track, or the file cannot be written
+/// @return false if there is no such track, or the file cannot be written
 bool raiseH264Level(int descriptor, std::uint8_t level);
 
 } // namespace tavelo

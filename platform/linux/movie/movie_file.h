@@ -39,10 +39,10 @@ public:
     /// Whether the path still leads to this file.
     bool isInPlace() const;
     /// Deletes it, where the path still leads to it.
-    /// @return false where it is there and cannot be deleted
+    /// @return false if it is there and cannot be deleted
     bool remove();
     /// Waits until what was written is on the disk.
-    /// @return an errno; 0 where it is
+    /// @return an errno; 0 if it is
     int sync();
     int descriptor() const { return descriptor_.get(); }
 

@@ -104,7 +104,7 @@ private:
 int copy(const MovieFile& movie, DescriptorOutput& file, MovieFileType type, const MovieContent& content,
          const std::stop_token& hurry) {
     Remuxer remuxer(file);
-    // The open file and not its path, where another one may be by now.
+    // The open file, not its path: another file may have that by now.
     const std::string self = "file:/proc/self/fd/" + std::to_string(movie.descriptor());
     const int opened = remuxer.open(self, type, content);
     return opened < 0 ? opened : remuxer.copy(hurry);

@@ -69,7 +69,7 @@ std::optional<Error> MoviePipeline::encodeVideo(const AVFrame& frame) {
     if (failure_) return failure_;
     failure_ = failureOf(encode(frame));
     rate_.add(frame.pts);
-    if (!failure_) markLevel();
+    if (!failure_) markLevel(rate_.fastest());
     return failure_;
 }
 
@@ -83,7 +83,9 @@ int MoviePipeline::encode(const AVFrame& frame) {
 int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     const std::string failed =
         ffmpegError(reason, "the graphics card's " + videoEncoder_->name() + " failed").text;
-    videoEncoder_->encode(nullptr, videoSink_); // what it holds of the frames before, where it still can
+    // What it still holds of the frames before.  It may have this one too, which comes from its successor.
+    videoEncoder_->encode(nullptr,
+                          [&](AVPacket& packet) { return packet.pts < frame.pts ? videoSink_(packet) : 0; });
     if (sinkFailure_ < 0) return sinkFailure_;
     VideoEncoderSettings settings = *description_.video;
     settings.takesOver = true;
@@ -100,10 +102,10 @@ int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     return videoEncoder_->encode(&frame, videoSink_);
 }
 
-// Whoever opens the file learns what the frames ask of a decoder, even where the program is killed.
-void MoviePipeline::markLevel() {
+// Whoever opens the file learns what the frames ask of a decoder, even if the program is killed.
+void MoviePipeline::markLevel(double framesPerSecond) {
     const std::uint8_t level =
-        h264LevelFor(description_.video->width, description_.video->height, rate_.fastest());
+        h264LevelFor(description_.video->width, description_.video->height, framesPerSecond);
     if (level <= level_) return;
     level_ = level;
     if (!raiseH264Level(file_->descriptor(), level))
@@ -133,6 +135,7 @@ std::optional<Error> MoviePipeline::finish(const std::stop_token& hurry) {
     if (muxer_) {
         const auto ended = failureOf(flush());
         if (!failure_) failure_ = ended;
+        if (!failure_ && description_.video) markLevel(rate_.fastestAtTheEnd());
     }
     if (!muxer_ || muxer_->end() == 0) {
         if (!file_->remove()) diagnostics_.report(description_.path, "the empty file could not be removed");

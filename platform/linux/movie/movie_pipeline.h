@@ -53,10 +53,10 @@ public:
     std::optional<Error> encodeVideo(const AVFrame& frame);
     std::optional<Error> encodeAudio(const AudioBuffer& sound, std::chrono::nanoseconds start);
 
-    /// Closes the movie, and makes an ordinary one of it where that can be done and nobody is in a hurry.
+    /// Closes the movie, and makes an ordinary one of it if that can be done and nobody is in a hurry.
     std::optional<Error> finish(const std::stop_token& hurry);
 
-    /// How much is in the file, and plays.  Absent where nothing is.
+    /// How much is in the file, and plays.  Absent if nothing is.
     std::optional<std::chrono::duration<double>> kept() const;
 
 private:
@@ -69,7 +69,7 @@ private:
     bool openMuxer(Error& error);
     int encode(const AVFrame& frame);
     int encodeInSoftware(const AVFrame& frame, int reason);
-    void markLevel();
+    void markLevel(double framesPerSecond);
     int flush();
     void makeOrdinary(const std::stop_token& hurry);
     std::optional<Error> failureOf(int result);

@@ -18,7 +18,7 @@
 
 namespace tavelo {
 
-/// A video function that somebody wants for himself.
+/// A video function that somebody wants alone.
 struct UsbCameraAddress {
     UsbAddress device;
     std::uint8_t controlInterface = 0;
@@ -30,7 +30,7 @@ struct UsbCameraAddress {
 
 /// One holder's part of a taken camera.  Once the last part is gone the interfaces are released and the
 /// kernel's driver gets the camera again, on a thread of the claims: that takes as long as the driver needs
-/// to meet the camera, and no destructor waits for it but the one that ends that thread.  Thread-safe.
+/// to meet the camera, and only the destructor that ends that thread waits for it.  Thread-safe.
 class UsbCameraClaim {
 public:
     virtual ~UsbCameraClaim() = default;

@@ -32,7 +32,7 @@ public:
     std::uint8_t GetInterfaceNumber() const override { return function_.controlInterface; }
 
 private:
-    /// Answers a read that the camera stalled and need not answer; false where there is no such answer.
+    /// Answers a read that the camera stalled and need not answer; false if there is no such answer.
     bool answerForTheClass(UsbControlRequest& request);
     UsbStatus statusOf(const UsbControlRequest& request, int libusbError) const;
     void report(const UsbControlRequest& request, std::string_view reason) noexcept;

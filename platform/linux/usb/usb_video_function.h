@@ -18,7 +18,7 @@ struct UsbVideoFunction {
     std::uint8_t controlInterface = 0;
     /// The streaming interfaces that the function's header names, those that exist.
     std::vector<std::uint8_t> streamingInterfaces;
-    std::uint16_t classVersion = 0; ///< bcdUVC; 0 where no header tells it
+    std::uint16_t classVersion = 0; ///< bcdUVC; 0 if no header tells it
 
     /// Whether the camera's descriptors list the control of an entity.  A camera whose control maps cannot be
     /// read lists every control.

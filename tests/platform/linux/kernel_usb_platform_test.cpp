@@ -2,7 +2,10 @@
 #include "platform/linux/kernel_usb_platform.h"
 
 #include <gmock/gmock.h>
+#include <linux/videodev2.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <deque>
 #include <functional>
@@ -331,6 +334,28 @@ TEST_F(KernelPlatform, WhatItHandsOutOutlivesIt) {
     const auto services = device->CreateInterfaceIterator(videoControlMatch);
     ASSERT_TRUE(services);
     EXPECT_TRUE(services->front()->openInterface());
+}
+
+TEST_F(KernelPlatform, AnInterfaceThatIsOpenedAnewLeavesATiltAloneThatAnotherProgramMoved) {
+    addCamera();
+    std::array<std::uint8_t, 8> value{};
+    UsbControlRequest request;
+    request.wValue = 13 << 8; // pan and tilt
+    request.wIndex = 3 << 8;
+    request.wLength = value.size();
+    request.data = value.data();
+    request.bmRequestType = 0xA1;
+    request.bRequest = 0x81;
+    ASSERT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    ASSERT_EQ(request.bytesDone, 8U);
+
+    opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000;
+    std::ranges::copy(std::array<std::uint8_t, 4>{0x10, 0x0E, 0, 0}, value.begin());
+    request.bmRequestType = 0x21;
+    request.bRequest = 0x01;
+    EXPECT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
+    EXPECT_EQ(opener->device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
 }
 
 } // namespace

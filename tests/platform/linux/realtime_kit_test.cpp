@@ -137,6 +137,20 @@ TEST(RealtimeKitPriority, AsksTheKernelWithoutAService) {
         QTest::qWaitFor([&] { return nicenessOf(thread.number()) == pictureThreadNiceness; }, 20'000));
 }
 
+TEST(RealtimeKitPriority, ThreadsThatARaisedThreadStartsAreNotRaised) {
+    const auto priorities = prioritiesOfTheTestsBus();
+    if (!mayRaise()) GTEST_SKIP() << "this user may not raise priorities";
+    int own = 0;
+    std::atomic<int> started = pictureThreadNiceness;
+    std::thread([&] {
+        priorities->raise();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return (own = nicenessOf(::gettid())) != 0; }, 20'000));
+        std::thread([&] { started = nicenessOf(::gettid()); }).join();
+    }).join();
+    EXPECT_EQ(own, pictureThreadNiceness);
+    EXPECT_EQ(started, 0);
+}
+
 TEST(RealtimeKitPriority, AServiceThatDoesNotAnswerHoldsNobodyUp) {
     FakeRealtimeKit service(FakeRealtimeKit::Mood::keepsQuiet);
     QElapsedTimer clock;

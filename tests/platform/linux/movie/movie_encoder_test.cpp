@@ -27,6 +27,34 @@ private:
     int good_;
 };
 
+/// Fails at a frame that it has taken in, and hands that one out at the end after all.
+class LateEncoder final : public VideoEncoder {
+public:
+    LateEncoder(std::unique_ptr<VideoEncoder> encoder, int good)
+        : encoder_(std::move(encoder)),
+          good_(good) {}
+
+    const AVCodecContext& context() const override { return encoder_->context(); }
+    std::string name() const override { return "a card that is late"; }
+    int encode(const AVFrame* frame, const PacketSink& sink) override {
+        if (frame == nullptr) {
+            if (late_->size > 0) sink(*late_);
+            return encoder_->encode(nullptr, sink);
+        }
+        if (good_-- > 0) return encoder_->encode(frame, sink);
+        encoder_->encode(frame, [this](AVPacket& packet) {
+            av_packet_move_ref(late_.get(), &packet);
+            return 0;
+        });
+        return AVERROR(EIO);
+    }
+
+private:
+    std::unique_ptr<VideoEncoder> encoder_;
+    int good_;
+    AvPacket late_{av_packet_alloc()};
+};
+
 class MovieEncoderTest : public MovieTest {
 protected:
     /// The card opens and encodes that many frames.
@@ -87,6 +115,18 @@ TEST_F(MovieEncoderTest, CardThatFailsInTheMiddleIsReplacedAndNoFrameIsLost) {
     EXPECT_THAT(diagnostics_.lines(),
                 Contains(HasSubstr("the graphics card's a card that fails failed: Input/output error; "
                                    "H.264 by the processor: libx264")));
+}
+
+TEST_F(MovieEncoderTest, FrameThatTheCardHandsOutAfterItFailedIsInTheMovieOnce) {
+    tools_.encoders.hardware = [](const VideoEncoderSettings& settings, Error& error) {
+        return std::make_unique<LateEncoder>(openSoftwareEncoder(settings, error), 25);
+    };
+    useTools();
+    start(videoSettings(320, 180));
+    appendPictures(50, 320, 180);
+    EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
+    EXPECT_EQ(packetsOf(path_).size(), 50U);
+    EXPECT_EQ(decode(path_).pictures.size(), 50U);
 }
 
 TEST_F(MovieEncoderTest, MovieOfTwoEncodersSeeksToBoth) {

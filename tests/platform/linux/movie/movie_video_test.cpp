@@ -301,5 +301,32 @@ TEST_F(MovieTest, JitterOfTheFramesDoesNotRaiseTheLevel) {
     EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "31");
 }
 
+TEST_F(MovieTest, FirstFramesThatLieCloseTogetherDoNotRaiseTheLevel) {
+    start(videoSettings(1280, 720));
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 1280, 720);
+    for (int i = 0; i < 45; ++i)
+        ASSERT_TRUE(append(picture, i == 0 ? nanoseconds(20'000'000) : i * frameInterval));
+    finish();
+    EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "31");
+}
+
+TEST_F(MovieTest, LevelOfAMovieShorterThanHalfASecondFollowsItsFrames) {
+    start(videoSettings(1280, 720));
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 1280, 720);
+    for (int i = 0; i < 12; ++i)
+        ASSERT_TRUE(append(picture, nanoseconds(std::nano::den * i / 60)));
+    finish();
+    EXPECT_EQ(factsOf(path_).at("streams.stream.0.level"), "32");
+}
+
+TEST_F(MovieTest, LevelOfALargePictureAtALowRateIsThatOfItsSize) {
+    start(videoSettings(3840, 2160));
+    const auto picture = PixelBuffer::create(PixelFormat::bgra32, 3840, 2160);
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(append(picture, std::chrono::seconds(i)));
+    finish();
+    EXPECT_GE(std::stoi(factsOf(path_).at("streams.stream.0.level")), 51); // 32400 macroblocks
+}
+
 } // namespace
 } // namespace tavelo::testing
