@@ -110,7 +110,7 @@ enum class AssetWriterStatus : std::uint8_t { unknown, writing, completed, faile
 ///     unknown --startWriting--> writing --finishWriting...--> completed or failed
 ///
 /// A failure while writing makes it failed at once; it is finished all the same.  Until it is, the file at
-/// the path plays up to about the last second, whatever becomes of the program.
+/// the path plays up to about the last second, even if the program is killed.
 ///
 /// Calls come on one thread; status() and error() are thread-safe.  The destructor waits until a writer that
 /// is finishing has finished, which then takes no longer than a whole movie that plays needs: what would only

@@ -59,7 +59,7 @@ public:
     virtual void busProberInformationDidChange() = 0;
 };
 
-/// Lists the cameras of the USB bus.  Thread-bound to the main thread but for the delegate's call.
+/// Lists the cameras of the USB bus.  Thread-bound to the main thread except the delegate's call.
 class BusProber {
 public:
     virtual ~BusProber() = default;

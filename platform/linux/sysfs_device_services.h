@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The way from the kernel's list of USB devices to an interface, for every transport the same but for its
-// end.
+// The way from the kernel's list of USB devices to an interface.  Only its end differs from transport to
+// transport.
 #pragma once
 
 #include <cstdint>

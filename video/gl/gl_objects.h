@@ -66,7 +66,7 @@ GlObject makeGlProgram(QOpenGLExtraFunctions& gl, const QByteArray& version,
 /// @return false if it hangs, or the context is lost
 bool waitForGpu(QOpenGLExtraFunctions& gl);
 
-/// Names whose owners died where no context is current, waiting to be deleted.  Thread-safe but for
+/// Names whose owners died where no context is current, waiting to be deleted.  Thread-safe except
 /// collect(), which wants the context.
 class GlDisposal {
 public:

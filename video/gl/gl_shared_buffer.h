@@ -18,7 +18,7 @@ namespace tavelo {
 ///
 /// Where the driver has buffer storage the two are one memory, mapped for the buffer's whole life.  Elsewhere
 /// the bytes are the processor's own, and upload() and download() carry them over.  Thread-bound to the
-/// render queue but for memory() and the release of the last reference.
+/// render queue except memory() and the release of the last reference.
 class GlSharedBuffer {
 public:
     enum class Sharing : std::uint8_t { mapped, copied };

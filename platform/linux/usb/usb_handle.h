@@ -27,7 +27,7 @@ struct UsbAddress {
     }
 };
 
-/// The setup packet of a control transfer but for the length, which the data has.
+/// The setup packet of a control transfer without the length, which the data has.
 struct UsbSetupPacket {
     std::uint8_t requestType = 0;
     std::uint8_t request = 0;

@@ -19,7 +19,7 @@ namespace tavelo {
 /// long as transfers are under way.
 ///
 /// Goes on after damage, and ends by itself where the device is gone, the endpoint has halted, or nothing but
-/// damage comes.  Started once; thread-bound but for the two calls back, which come on whatever thread
+/// damage comes.  Started once; thread-bound except the two calls back, which come on whatever thread
 /// handles events, never two at once, and never after stop() has returned.
 class TransferRing final : private UsbTransferListener {
 public:
