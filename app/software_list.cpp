@@ -58,7 +58,7 @@ std::vector<UsedSoftware> usedSoftware() {
     QFile file(QStringLiteral(":/software.json"));
     if (!file.open(QIODevice::ReadOnly)) return software;
     const QJsonArray entries = QJsonDocument::fromJson(file.readAll()).array();
-    for (const QJsonValue& entry : entries)
+    for (const auto& entry : entries)
         software.push_back(
             {entry[QStringLiteral("name")].toString(), entry[QStringLiteral("licence")].toString()});
     return software;
