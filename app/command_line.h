@@ -36,7 +36,7 @@ struct CommandLineExit {
 /// value with 2.
 std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv);
 
-/// What to tell the user if a panel runs already, which obeys no options of a later start.  Empty if none
+/// What to tell the user if a panel runs already: it ignores the options of a later start.  Empty if none
 /// was given.
 std::string ignoredOptionsLine(const CommandLine& commandLine);
 

@@ -52,8 +52,8 @@ BackendOptions backendOptions(const CommandLine& commandLine) {
     return options;
 }
 
-// Another process is the panel: its window comes to the front, and this one ends.  What only a new panel
-// could obey is named to the user.
+// Another process is the panel: its window comes to the front, and this one ends.  It names
+// the options that only a new panel could follow.
 int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
     if (reason.isEmpty()) {

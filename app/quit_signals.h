@@ -8,8 +8,8 @@
 
 namespace tavelo {
 
-/// While it lives, these signals are told instead of killing the program.  SIGHUP stays ignored if it was so
-/// before, and SIGPIPE is ignored from now on.  One a process, on the main thread.
+/// While it lives, these signals lead to asked() and do not kill the program.  SIGHUP stays ignored if it was
+/// so before, and SIGPIPE is ignored from now on.  One a process, on the main thread.
 class QuitSignals final : public QObject {
     Q_OBJECT
 

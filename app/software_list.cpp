@@ -47,7 +47,7 @@ QTableWidget* makeTable(const Bundle& bundle) {
     table->horizontalHeader()->setHighlightSections(false);
     table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     table->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
-    table->selectRow(0); // where the keyboard is
+    table->selectRow(0); // the keyboard starts here
     return table;
 }
 

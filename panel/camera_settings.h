@@ -54,8 +54,8 @@ using ValuesToWrite = std::array<std::optional<std::int64_t>, 8>;
 
 /// What of a profile goes to the bound camera, in the order of storedControls: what it supports.
 ///
-/// A profile made while a camera did not answer holds -1 for what could not be read.  If one of its -1 is
-/// none that the control can have, no -1 of it is believed.
+/// A profile made while a camera did not answer holds -1 for what could not be read.  If it holds a -1
+/// that its control cannot have, none of its -1 is written.
 ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager);
 
 /// Whether all controls that decide it stand at the bound camera's defaults.  Values that are not written

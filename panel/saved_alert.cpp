@@ -12,7 +12,7 @@ namespace tavelo {
 namespace {
 
 constexpr QMargins margins(32, 28, 32, 24);
-constexpr int gap = 8; // beside the icon, twice: Qt has a spacer there
+constexpr int gap = 8; // on either side of the spacer between icon and text
 constexpr int distanceToButton = 22;
 
 QString text(const Bundle& bundle, std::string_view key) {

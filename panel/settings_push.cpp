@@ -20,7 +20,7 @@ constexpr std::array<std::uint8_t, 2> exposureStep{100, 0};
 constexpr std::int32_t cameraTerminal = 1;
 constexpr std::int32_t relativeExposureSelector = 5;
 
-// Time for a camera that did not answer to come to itself.
+// Time for a camera that did not answer to recover.
 constexpr std::chrono::seconds pauseAfterSilence{1};
 
 class SettingsPush : public std::enable_shared_from_this<SettingsPush> {

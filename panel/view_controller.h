@@ -139,10 +139,10 @@ private:
     void readAgainAfterQuiet();
     void readAgain();
 
-    /// A failed request closes the camera's interface for good.  Before the panel acts it opens that of the
-    /// camera that it shows anew, if the policy allows it.  Records that could not be read are read first:
-    /// the widgets change then.
-    /// @return whether what the widgets show, and so what the user chose, is of the camera
+    /// A failed request closes the camera's interface for good.  Before the panel acts, it opens the
+    /// interface anew if the policy allows it.  If the records could not be read before, they are read now,
+    /// and the widgets change.
+    /// @return whether the widgets showed the camera's own values, so that the user's choice may be sent
     bool prepareAction();
     /// Runs an action of a slider or button that sends a value, unless prepareAction() says no.
     /// @param held whether it is part of a drag that goes on

@@ -66,7 +66,7 @@ public:
 
     /// Takes a picture or a piece of sound, as the input's type wants.  Pixels are copied before it returns;
     /// sound is shared and must not change any more.  What lies before the session's start is not written.
-    /// @return false where the sample cannot be written: the writer has failed then, and says why.  A picture
+    /// @return false if the sample cannot be written: the writer has failed then, and says why.  A picture
     /// whose time is not later than that of the one before is such a sample, and so is any that comes while
     /// the input is not ready.  After a failure nothing can be written any more.
     virtual bool appendSampleBuffer(const SampleBuffer& sample) = 0;
@@ -112,9 +112,9 @@ enum class AssetWriterStatus : std::uint8_t { unknown, writing, completed, faile
 /// A failure while writing makes it failed at once; it is finished all the same.  Until it is, the file at
 /// the path plays up to about the last second, even if the program is killed.
 ///
-/// Calls come on one thread; status() and error() are thread-safe.  The destructor waits until a writer that
-/// is finishing has finished, which then takes no longer than a whole movie that plays needs: what would only
-/// better it is given up.  It must not run on the writer's own thread.
+/// Calls come on one thread; status() and error() are thread-safe.  The destructor waits for a writer that is
+/// finishing, which then does only what a movie needs to be whole and to play; steps that would merely
+/// improve it are skipped.  It must not run on the writer's own thread.
 class AssetWriter {
 public:
     using FinishHandler = std::function<void()>;
@@ -126,9 +126,9 @@ public:
     /// The input must be one that can be added, made by the same platform.
     virtual void addInput(std::shared_ptr<AssetWriterInput> input) = 0;
 
-    /// Makes the file, where none may be yet.  What takes time, as encoders do, happens on the writer's own
-    /// thread, and may still fail there.
-    /// @return false where the file cannot be made, or where there is no input: the writer has failed then
+    /// Makes the file, which must not exist yet.  What takes time, as encoders do, happens on the writer's
+    /// own thread, and may still fail there.
+    /// @return false if the file cannot be made, or if there is no input: the writer has failed then
     virtual bool startWriting() = 0;
 
     /// The movie's time line begins at that time.  Once, after startWriting() and before the first sample.

@@ -186,7 +186,7 @@ public:
 
     virtual std::unique_ptr<CaptureSession> makeSession() = 0;
 
-    /// For the threads that take pictures further; null where there is nobody to ask.
+    /// For the threads that take pictures further; null if there is nobody to ask.
     virtual std::shared_ptr<ThreadPriority> threadPriority() { return nullptr; }
 
     /// Each observer hears of every later change until it is removed.

@@ -24,7 +24,7 @@ struct Error {
     ErrorCode code = ErrorCode::none;
     std::string text;
     std::string domain{}; ///< whose reason it is, as in "file system"; empty for our own
-    /// How much of a movie that failed is in its file all the same, and plays.  Absent where nothing is.
+    /// How much of a movie that failed is in its file all the same, and plays.  Absent if nothing is.
     std::optional<std::chrono::duration<double>> kept{};
 };
 

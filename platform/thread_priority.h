@@ -9,8 +9,8 @@ class ThreadPriority {
 public:
     virtual ~ThreadPriority() = default;
 
-    /// Asks for a higher priority of the calling thread, and returns at once.  Granted a moment later, or
-    /// never without a word.
+    /// Asks for a higher priority of the calling thread, and returns at once.  It is granted a
+    /// moment later, or silently not at all.
     virtual void raise() noexcept = 0;
 };
 

@@ -13,7 +13,7 @@
 
 namespace tavelo {
 
-/// Tells one binding from every other, one to the same camera included.
+/// Tells one binding from every other, even from an earlier one to the same camera.
 using BindingIdentity = std::uint64_t;
 
 /// The camera in use and the way to it; empty until a camera is bound.
@@ -50,7 +50,8 @@ public:
         return binding_;
     }
 
-    /// A copy to write over; nothing while the camera is being read, or if `only` names another binding.
+    /// A copy to send a write with; nothing while the camera is being read, or if `only` names another
+    /// binding.
     /// @param touch called before, under the lock: looks at the records, or stores into one
     template <typename Touch>
     std::optional<CameraBinding> forWriting(std::optional<BindingIdentity> only, Touch&& touch) {

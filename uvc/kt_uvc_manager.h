@@ -80,9 +80,9 @@ public:
     /// A camera without a control interface is bound all the same, with every control unsupported.
     bool refreshDataWithLocationID(const LocationCandidates& locationIDs);
 
-    /// Opens the bound camera's interface anew where a failed request closed it.  The records stay as they
-    /// are, so no request is sent and nothing waits for the camera; only where their reading was what failed
-    /// is the camera bound from the start.
+    /// Opens the bound camera's interface anew if a failed request closed it.  The records stay as they are,
+    /// so no request is sent and nothing waits for the camera.  Only if it was their reading that failed is
+    /// the camera bound from the start.
     /// @return whether requests can be sent again
     bool openInterfaceAgain();
 
@@ -245,11 +245,11 @@ public:
     /// Sends a pan/tilt value for a record of 8 bytes, which it leaves alone.  A null record fails.
     bool _push2x4ByteValueParamToDevice(std::int64_t value, const KTUVCParameters* record);
 
-    /// False where nothing is bound or the request failed; a failure closes the interface for good.
+    /// False if nothing is bound or the request failed; a failure closes the interface for good.
     bool _sendControlRequest(UsbControlRequest& request);
     /// Reads one value of a control.
-    /// @param returnVal receives the bytes, or null where none came
-    /// @return how many bytes came, -1 where the request failed
+    /// @param returnVal receives the bytes, or null if none came
+    /// @return how many bytes came, -1 if the request failed
     std::int32_t _requestValTypeForControlReturnVal(UvcRequest requestCode, const KTUVCControlInfo& control,
                                                     std::unique_ptr<std::uint8_t[]>& returnVal);
 

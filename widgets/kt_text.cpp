@@ -58,7 +58,7 @@ void KTText::mousePressEvent(QMouseEvent* event) {
     buddy_->setFocus(Qt::MouseFocusReason);
 }
 
-// As for buttons: one can think better of it, and release elsewhere.
+// As for buttons: a release elsewhere cancels the click.
 void KTText::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) {
         event->ignore();

@@ -50,7 +50,7 @@ private:
     }
 
     void removeNewName() {
-        // If this fails the file stays until the next replacement, and is in nobody's way.
+        // If this fails the file stays until the next replacement, and does no harm.
         static_cast<void>(::unlinkat(folder_.get(), newName_.c_str(), 0));
         hasNewName_ = false;
     }

@@ -177,6 +177,28 @@ TEST_F(PanelFailingCameras, NothingIsSentToAHalfReadCameraThatIsNotQuiet) {
     EXPECT_TRUE(camera(1)->requestLog().empty());
 }
 
+TEST_F(PanelFailingCameras, RestoringDisturbsTheQuietToo) {
+    startWithHalfReadCamera();
+    passTime(ReopeningPolicy::quietTime - 1ms);
+    click(view().restoreProfileButton());
+    passTime(1ms);
+    press(view().brightnessSlider(), 1);
+    EXPECT_EQ(readings(1), 1);
+}
+
+TEST_F(PanelFailingCameras, WhatTheUserDoesPutsTheSecondReadingOff) {
+    startWithHalfReadCamera();
+    const auto timers = panel().findChildren<QTimer*>();
+    const auto timer = std::ranges::find_if(timers, [](const QTimer* t) { return t->isActive(); });
+    ASSERT_NE(timer, timers.end());
+    ASSERT_TRUE(
+        waitFor([&] { return (*timer)->remainingTimeAsDuration() <= ReopeningPolicy::quietTime / 2; }));
+    const auto before = (*timer)->remainingTimeAsDuration();
+    click(view().brightnessSlider());
+    EXPECT_GT((*timer)->remainingTimeAsDuration(), before);
+    EXPECT_EQ(readings(1), 1);
+}
+
 TEST_F(PanelFailingCameras, SavingAHalfReadCameraKeepsWhatWasNotRead) {
     startWithHalfReadCamera();
     PreferencesDictionary profile{{"kNSUserDefaultsKeySaturation", {std::int64_t(99)}},
@@ -249,6 +271,22 @@ TEST_F(PanelFailingCameras, ADragThatRestsOpensTheCameraAnewNoMoreThanOnce) {
     move(slider, 0.6);
     release(slider, 0.6);
     EXPECT_EQ(writes(*camera(1)).size(), 2U);
+    passTime(2s);
+    press(slider, 1);
+    EXPECT_EQ(writes(*camera(1)).size(), 3U);
+}
+
+// Its release at the camera's own value sends nothing.
+TEST_F(PanelFailingCameras, ADragOfTheSaturationThatEndsWhereItBeganIsOverAllTheSame) {
+    start(1);
+    camera(1)->order(silence(control::saturation, FaultDirection::writes));
+    KTSlider* slider = view().saturationSlider();
+    press(slider, 0);
+    passTime(2s);
+    move(slider, 0.2);
+    EXPECT_EQ(writes(*camera(1)).size(), 2U);
+    slider->setIntValue(64);
+    release(slider, 0.5);
     passTime(2s);
     press(slider, 1);
     EXPECT_EQ(writes(*camera(1)).size(), 3U);

@@ -126,6 +126,17 @@ TEST_P(PanelRemoval, AndTheCamerasComingBackListsItLastAndChangesNothingElse) {
     expectButtonsReachTheirCameras();
 }
 
+TEST_F(PanelHotplug, TheInterfaceOfAnUnpluggedCameraIsClosedAtOnce) {
+    startWith(1, 1);
+    const auto held = manager_.interface(); // as a push of settings holds it
+    ASSERT_NE(held, nullptr);
+    backend_.bus->unplug(1);
+    ASSERT_TRUE(waitFor([&] { return panel().devicesArray().empty(); }));
+    UsbControlRequest request;
+    EXPECT_EQ(held->ControlRequest(request), UsbStatus::notOpen);
+    EXPECT_EQ(manager_.interface(), nullptr);
+}
+
 std::vector<Removal> removals() {
     std::vector<Removal> all;
     for (int cameras = 1; cameras <= 4; ++cameras)

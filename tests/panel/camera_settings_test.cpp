@@ -69,7 +69,7 @@ TEST_F(CameraSettingsTest, AStoredProfileHasAllNineEntries) {
     EXPECT_EQ(fresh.size(), 9U);
 }
 
-TEST_F(CameraSettingsTest, MinusOneIsAValueLikeAnyOtherWhereAControlCanHaveIt) {
+TEST_F(CameraSettingsTest, MinusOneIsAValueLikeAnyOtherIfTheControlCanHaveIt) {
     set("kNSUserDefaultsKeyBrightness", -1);
     set("kNSUserDefaultsKeyPanTilt", -1);
     EXPECT_EQ(toWrite(KTUVCControl::bright), -1);

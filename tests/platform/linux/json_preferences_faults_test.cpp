@@ -159,6 +159,25 @@ TEST_P(Faults, AFullDiskKeepsTheOldContent) {
     }
 }
 
+TEST_P(Faults, AFullDiskHidesNothingThatAnotherProgramWrote) {
+    FailingCalls failing(folder());
+    prepare(failing);
+    HeldMainQueue mainQueue;
+    JsonPreferencesStore store(mainQueue, path());
+    ASSERT_TRUE(synchronized(store, mainQueue)) << "after the file was read";
+    QFile file(path());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("{\"another program's\": true}");
+    file.close();
+    ::testing::internal::CaptureStderr();
+    failing.failAlways("write", ENOSPC);
+    store.setObject({true}, key);
+    EXPECT_FALSE(synchronized(store, mainQueue));
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(mainQueue.runUntil(
+        [&] { return store.objectForKey("another program's") == PreferencesValue{true}; }));
+}
+
 TEST_P(Faults, EachCallThatFailsOnceEitherCostsNothingOrIsReportedAndKeepsTheOldContent) {
     const std::size_t count = save().calls.size();
     ASSERT_GT(count, 15U);

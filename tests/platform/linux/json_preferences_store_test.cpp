@@ -233,6 +233,23 @@ TEST_F(Store, ReadsAndSetsFromMemoryWhileAnotherProgramHoldsTheLock) {
     EXPECT_EQ(store.objectForKey("key"), number(3)) << "set after the write began";
 }
 
+TEST_F(Store, AValueThatIsSetBackWhileItIsWrittenIsWrittenBack) {
+    write(R"({"key": 1})");
+    QFile lock(path() + QStringLiteral(".lock"));
+    ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
+    ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
+    JsonPreferencesStore store(mainQueue_, path(), {.lock = std::chrono::hours(1)});
+    std::optional<bool> saved;
+    store.setObject(number(2), "key");
+    store.synchronize([&saved](bool result) { saved = result; });
+    store.setObject(number(1), "key");
+    lock.close();
+    ASSERT_TRUE(mainQueue_.runUntil([&saved] { return saved.has_value(); }));
+    EXPECT_EQ(store.objectForKey("key"), number(1));
+    EXPECT_TRUE(synchronized(store, mainQueue_));
+    EXPECT_EQ(JsonPreferencesStore(mainQueue_, path()).objectForKey("key"), number(1));
+}
+
 TEST_F(Store, WaitsForNobodyWithABrokenFileWhileAnotherProgramHoldsTheLock) {
     write("broken");
     QFile lock(path() + QStringLiteral(".lock"));

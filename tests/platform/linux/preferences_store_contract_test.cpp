@@ -98,7 +98,7 @@ TYPED_TEST(StoreContract, CallsHandlersLaterAndInTheirOrder) {
     EXPECT_EQ(called, (std::vector{1, 2}));
 }
 
-TYPED_TEST(StoreContract, HasNothingToWriteWhereNothingChanged) {
+TYPED_TEST(StoreContract, HasNothingToWriteIfNothingChanged) {
     EXPECT_TRUE(synchronized(this->store(), this->mainQueue_));
 }
 
