@@ -39,7 +39,7 @@ private:
 
 std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
                                                          const CaptureFormatRequest& request,
-                                                         std::shared_ptr<ThreadPriority> priority) {
+                                                         const std::shared_ptr<ThreadPriority>& priority) {
     return std::make_unique<V4l2CapturePlatform>(mainQueue, diagnostics, request, priority);
 }
 

@@ -16,6 +16,6 @@ namespace tavelo {
 /// @param priority may be null
 std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
                                                          const CaptureFormatRequest& request,
-                                                         std::shared_ptr<ThreadPriority> priority);
+                                                         const std::shared_ptr<ThreadPriority>& priority);
 
 } // namespace tavelo
