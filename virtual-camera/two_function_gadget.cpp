@@ -25,8 +25,8 @@ std::vector<std::uint8_t> joined(std::span<const std::uint8_t> first, std::span<
 
 } // namespace
 
-TwoFunctionGadget::TwoFunctionGadget(std::shared_ptr<VirtualCameraFirmware> first,
-                                     std::shared_ptr<VirtualCameraFirmware> second)
+TwoFunctionGadget::TwoFunctionGadget(const std::shared_ptr<VirtualCameraFirmware>& first,
+                                     const std::shared_ptr<VirtualCameraFirmware>& second)
     : first_(first),
       second_(second),
       secondModel_(second->model()),

@@ -17,8 +17,8 @@ namespace tavelo {
 class TwoFunctionGadget : public UsbGadget {
 public:
     /// @param second stands at interface 2 of its model
-    TwoFunctionGadget(std::shared_ptr<VirtualCameraFirmware> first,
-                      std::shared_ptr<VirtualCameraFirmware> second);
+    TwoFunctionGadget(const std::shared_ptr<VirtualCameraFirmware>& first,
+                      const std::shared_ptr<VirtualCameraFirmware>& second);
 
     std::span<const std::uint8_t> deviceDescriptor() const override { return first_.deviceDescriptor(); }
     std::span<const std::uint8_t> configurationDescriptor() const override { return configuration_; }
