@@ -163,6 +163,8 @@ def a_camera_plugged_in_again_comes_back(stage):
     stage.panel.wait_for("the highest brightness", lambda: stage.cameras.value(1, "brightness") == high)
     stage.drag_brightness(1, 0)
     stage.panel.wait_for("the lowest brightness", lambda: stage.cameras.value(1, "brightness") == low)
+    stage.drag_brightness(0, 0.5)
+    stage.panel.wait_for("the picture as it was", stage.picture_is_right)
 
 
 def a_driver_unbound_and_bound_again_shows_the_picture_each_time(stage):

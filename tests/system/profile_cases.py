@@ -14,7 +14,7 @@ from rig.panel import CAMERA_BUTTONS, POWER_LINE_BUTTONS, PROFILE_BUTTONS, SAVE_
 PROFILE_CONTROLS = {"brightness": 0x02, "contrast": 0x03, "saturation": 0x07, "whiteBalance": 0x0A,
                     "sharpness": 0x08, "zoom": 0x0B, "panTilt": 0x0D, "powerLine": 0x05}
 SET_CUR = 0x01
-SLOW = 400  # ms to each answer, so that a profile takes far longer than a plug to be pulled
+SLOW = 1000  # ms to each answer, so that a profile takes far longer than a plug to be pulled
 
 # The digits of the number plate, five dots by seven.
 DIGITS = {1: "00100 01100 00100 00100 00100 00100 01110", 2: "01110 10001 00001 00110 01000 10000 11111"}
@@ -226,7 +226,7 @@ def its_profiles_are_found_again(stage):
 
 
 def it_ends_when_asked_while_a_profile_is_written(stage):
-    stage.cameras.ask("delay", 1, SLOW // 4)
+    stage.cameras.ask("delay", 1, SLOW // 10)
     seen = len(writes(stage, 1))
     stage.panel.click(PROFILE_BUTTONS[3])
     stage.panel.wait_for("the first value of the profile", lambda: len(writes(stage, 1)) > seen)
