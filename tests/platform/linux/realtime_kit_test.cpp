@@ -144,7 +144,8 @@ TEST(RealtimeKitPriority, ThreadsThatARaisedThreadStartsAreNotRaised) {
     std::atomic<int> started = pictureThreadNiceness;
     std::thread([&] {
         priorities->raise();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return (own = nicenessOf(::gettid())) != 0; }, 20'000));
+        EXPECT_TRUE(
+            QTest::qWaitFor([&] { return (own = nicenessOf(::gettid())) == pictureThreadNiceness; }, 20'000));
         std::thread([&] { started = nicenessOf(::gettid()); }).join();
     }).join();
     EXPECT_EQ(own, pictureThreadNiceness);
