@@ -117,8 +117,9 @@ void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
     const RowControl& control = controlOf(row);
     const std::int64_t value = commandedValue(control, sender->intValue());
     cameraAction(sender->isHeld(), [&] {
-        const BindingIdentity binding = uvcManager_.bindingIdentity();
-        (uvcManager_.*control.set)(value, [panel = QPointer(this), row, binding](bool accepted) {
+        KTUVCManager& manager = uvcManager_;
+        const BindingIdentity binding = manager.bindingIdentity();
+        (manager.*control.set)(value, [panel = QPointer(this), row, binding](bool accepted) {
             if (accepted && panel && panel->isBoundAs(binding)) panel->showValueText(row);
         });
     });
