@@ -15,7 +15,8 @@ target_compile_options(tavelo_flags INTERFACE
 if(TAVELO_SANITIZE)
     target_compile_options(tavelo_flags INTERFACE
         -fsanitize=${TAVELO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-    target_link_options(tavelo_flags INTERFACE -fsanitize=${TAVELO_SANITIZE})
+    # With a sanitizer GCC turns --as-needed off; the programs should load the same libraries in every build.
+    target_link_options(tavelo_flags INTERFACE -fsanitize=${TAVELO_SANITIZE} -Wl,--as-needed)
 endif()
 
 # Qt's foot-guns, off for everything that uses Qt.
