@@ -26,10 +26,10 @@
 #include "app/screenshot.h"
 #include "app/single_instance.h"
 #include "app/stderr_diagnostics.h"
-#include "app/text/localizer.h"
 #include "panel/view_controller.h"
 #include "platform/backends/backends.h"
-#include "platform/linux/json_preferences_store.h"
+#include "platform/linux/preferences/json_preferences_store.h"
+#include "text/localizer.h"
 #include "video/kt_display_view.h"
 
 namespace tavelo {

@@ -16,7 +16,7 @@
 
 #include "camera_bytes.h"
 #include "counters.h"
-#include "platform/linux/frame_converter.h"
+#include "platform/linux/pictures/frame_converter.h"
 #include "renderers.h"
 #include "video/kt_mtk_view.h"
 

@@ -26,7 +26,7 @@
 #include <vector>
 
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
-#include "platform/virtual/virtual_backend.h"
+#include "platform/virtual/backend.h"
 #include "video/kt_display_view.h"
 #include "video/snapshot.h"
 

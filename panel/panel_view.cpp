@@ -7,8 +7,8 @@
 #include <limits>
 #include <utility>
 
-#include "app/text/measure/size_with_font.h"
 #include "platform/bundle.h"
+#include "text/measure/size_with_font.h"
 #include "video/kt_display_view.h"
 #include "widgets/drawing.h"
 #include "widgets/image.h"

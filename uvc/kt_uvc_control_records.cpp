@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "app/text/localizer.h"
+#include "text/localizer.h"
 
 namespace tavelo {
 namespace {

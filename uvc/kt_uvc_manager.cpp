@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "uvc/kt_uvc_manager.h"
 
-#include "app/text/localizer.h"
+#include "text/localizer.h"
 
 namespace tavelo {
 namespace {

@@ -7,7 +7,7 @@
 #include <QPainter>
 #include <QTextLayout>
 
-#include "app/text/measure/size_with_font.h"
+#include "text/measure/size_with_font.h"
 #include "widgets/palette.h"
 
 namespace tavelo::drawing {

@@ -9,7 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include "app/text/measure/size_with_font.h"
+#include "text/measure/size_with_font.h"
 #include "widgets/accessibility.h"
 #include "widgets/drawing.h"
 

@@ -3,12 +3,12 @@
 
 #include <utility>
 
-#include "platform/linux/kernel_usb_platform.h"
+#include "platform/linux/kernel/kernel_usb_platform.h"
+#include "platform/linux/kernel/v4l2_capture_platform.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
-#include "platform/linux/realtime_kit.h"
+#include "platform/linux/priority/realtime_kit.h"
 #include "platform/linux/usb/usb_transport.h"
-#include "platform/linux/v4l2_capture_platform.h"
-#include "platform/virtual/virtual_backend.h"
+#include "platform/virtual/backend.h"
 
 namespace tavelo {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/virtual/virtual_camera_firmware.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

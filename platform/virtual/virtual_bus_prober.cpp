@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "platform/common/uvc_descriptors.h"
+#include "platform/uvc/descriptors.h"
 
 namespace tavelo {
 

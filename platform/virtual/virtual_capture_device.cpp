@@ -7,7 +7,7 @@
 
 #include "platform/common/format_choice.h"
 #include "platform/common/location_id.h"
-#include "platform/virtual/virtual_capture_input.h"
+#include "platform/virtual/capture_input.h"
 
 namespace tavelo {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <utility>
 
-#include "platform/common/uvc_descriptors.h"
+#include "platform/uvc/descriptors.h"
+#include "platform/virtual/control_interface.h"
 #include "platform/virtual/virtual_bus_prober.h"
-#include "platform/virtual/virtual_usb_interface.h"
 
 namespace tavelo {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include "app/text/localizer.h"
 #include "support/held_main_queue.h"
 #include "support/memory_preferences_store.h"
+#include "text/localizer.h"
 
 namespace tavelo {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Pictures of a motion JPEG camera.
-#include "platform/linux/mjpeg_decoder.h"
+#include "platform/linux/pictures/mjpeg_decoder.h"
 
 #include "fuzz_expect.h"
 

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "fuzz_expect.h"
-#include "platform/common/uvc_descriptors.h"
+#include "platform/uvc/descriptors.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Entities and controls of a camera, as the prober reads them.
-#include "platform/common/uvc_descriptors.h"
+#include "platform/uvc/descriptors.h"
 
 #include "fuzz_expect.h"
 

@@ -15,7 +15,7 @@
 #include "movie_facts.h"
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
-#include "platform/virtual/virtual_backend.h"
+#include "platform/virtual/backend.h"
 #include "video/fake_asset_writer.h"
 
 namespace tavelo {

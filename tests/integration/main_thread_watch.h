@@ -15,7 +15,7 @@
 #include <QCoreApplication>
 #include <QMetaObject>
 
-#include "platform/virtual/virtual_camera_firmware.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

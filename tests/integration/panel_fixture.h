@@ -19,7 +19,7 @@
 #include "app/resources/resource_bundle.h"
 #include "panel/camera_settings.h"
 #include "panel/view_controller.h"
-#include "platform/virtual/virtual_backend.h"
+#include "platform/virtual/backend.h"
 #include "support/memory_preferences_store.h"
 #include "video/kt_display_view.h"
 #include "widgets/kt_camera_button.h"

@@ -15,7 +15,7 @@
 #include "integration/panel_fixture.h"
 #include "integration/picture_comparison.h"
 #include "panel/saved_alert.h"
-#include "platform/virtual/virtual_picture.h"
+#include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "integration/main_thread_watch.h"
 #include "integration/panel_fixture.h"
-#include "platform/linux/json_preferences_store.h"
+#include "platform/linux/preferences/json_preferences_store.h"
 
 namespace tavelo {
 namespace {

@@ -21,10 +21,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/kernel_usb_platform.h"
-#include "platform/linux/sysfs_usb.h"
-#include "platform/virtual/virtual_camera_firmware.h"
+#include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/kernel/kernel_usb_platform.h"
 #include "uvc/kt_uvc_manager.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 namespace {

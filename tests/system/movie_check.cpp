@@ -16,11 +16,11 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/virtual/picture_font.h"
-#include "platform/virtual/picture_instruments.h"
-#include "platform/virtual/virtual_camera_firmware.h"
-#include "platform/virtual/virtual_camera_model.h"
-#include "platform/virtual/virtual_picture.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "virtual-camera/firmware/virtual_camera_model.h"
+#include "virtual-camera/picture/picture_font.h"
+#include "virtual-camera/picture/picture_instruments.h"
+#include "virtual-camera/picture/virtual_picture.h"
 
 namespace {
 

@@ -22,12 +22,12 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/bus/libusb_handles.h"
 #include "platform/linux/file_descriptor.h"
-#include "platform/linux/libusb_handles.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
 #include "platform/linux/usb/usb_handle.h"
-#include "platform/virtual/uvc_protocol.h"
-#include "platform/virtual/virtual_picture.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
+#include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

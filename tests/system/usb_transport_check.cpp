@@ -23,7 +23,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/sysfs_usb.h"
+#include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/usb/usb_transport.h"
 #include "uvc/kt_uvc_manager.h"
 

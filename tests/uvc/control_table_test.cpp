@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/text/localizer.h"
 #include "platform/bundle.h"
 #include "platform/preferences_store.h"
+#include "text/localizer.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo {

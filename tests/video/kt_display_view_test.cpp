@@ -6,7 +6,7 @@
 #include <future>
 
 #include "fake_capture.h"
-#include "remembered_priorities.h"
+#include "support/remembered_priorities.h"
 #include "test_picture.h"
 
 namespace tavelo::testing {

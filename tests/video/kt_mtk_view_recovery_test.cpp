@@ -5,7 +5,7 @@
 #include <QCoreApplication>
 
 #include "fake_backend.h"
-#include "recorded_diagnostics.h"
+#include "support/recorded_diagnostics.h"
 
 namespace tavelo::testing {
 namespace {

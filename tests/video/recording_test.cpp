@@ -10,14 +10,14 @@
 #include <thread>
 
 #include "fake_backend.h"
-#include "manual_main_queue.h"
 #include "movie_facts.h"
 #include "moving_picture.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/movie/movie_pipeline.h"
-#include "platform/virtual/virtual_backend.h"
-#include "recorded_diagnostics.h"
-#include "temporary_folder.h"
+#include "platform/virtual/backend.h"
+#include "support/manual_main_queue.h"
+#include "support/recorded_diagnostics.h"
+#include "support/temporary_folder.h"
 #include "video/cpu/cpu_frame_passes.h"
 #include "video/kt_display_view.h"
 

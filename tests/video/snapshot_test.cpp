@@ -9,7 +9,7 @@
 #include <csignal>
 
 #include "fake_backend.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "test_picture.h"
 #include "video/cpu/cpu_frame_passes.h"
 

@@ -6,7 +6,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "app/text/measure/size_with_font.h"
+#include "text/measure/size_with_font.h"
 #include "widgets/kt_check_button.h"
 
 #include "picture.h"

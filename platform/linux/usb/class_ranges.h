@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/linux/kernel_control_table.h"
-#include "platform/linux/kernel_controls.h"
+#include "platform/linux/kernel/kernel_control_table.h"
+#include "platform/linux/kernel/kernel_controls.h"
 
 namespace tavelo {
 

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/libusb_handles.h"
-#include "platform/linux/udev_events.h"
+#include "platform/linux/bus/libusb_handles.h"
+#include "platform/linux/bus/udev_events.h"
 #include "platform/linux/usb/usb_handle.h"
 #include "platform/linux/wake_event.h"
 

@@ -8,7 +8,7 @@
 #include "platform/linux/usb/driver_watch.h"
 #include "platform/linux/usb/libusb_bus.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
-#include "platform/linux/usb/usb_rights.h"
+#include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/usb/usb_transport_platforms.h"
 
 namespace tavelo {

@@ -6,10 +6,10 @@
 #include <utility>
 
 #include "platform/common/standard_capture_session.h"
-#include "platform/linux/linux_bus_prober.h"
-#include "platform/linux/sysfs_device_services.h"
-#include "platform/linux/udev_monitor.h"
-#include "platform/linux/usb/usb_control_interface.h"
+#include "platform/linux/bus/bus_prober.h"
+#include "platform/linux/bus/sysfs_device_services.h"
+#include "platform/linux/bus/udev_monitor.h"
+#include "platform/linux/usb/control_interface.h"
 #include "platform/linux/usb/usb_video_function.h"
 #include "platform/linux/wake_event.h"
 

@@ -8,9 +8,9 @@
 
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
-#include "platform/linux/udev_events.h"
+#include "platform/linux/bus/udev_events.h"
+#include "platform/linux/usb/device_list.h"
 #include "platform/linux/usb/usb_camera_claims.h"
-#include "platform/linux/usb/usb_camera_list.h"
 #include "platform/main_queue.h"
 #include "platform/usb_platform.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/common/uvc_descriptors.h"
+#include "platform/uvc/descriptors.h"
 
 namespace tavelo {
 namespace {

@@ -6,8 +6,8 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 
-#include "app/text/localizer.h"
 #include "platform/preferences_store.h"
+#include "text/localizer.h"
 
 namespace tavelo {
 namespace {

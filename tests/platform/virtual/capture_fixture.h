@@ -12,10 +12,10 @@
 
 #include <gmock/gmock.h>
 
-#include "manual_main_queue.h"
-#include "platform/virtual/picture_raster.h"
+#include "platform/virtual/device_list.h"
 #include "platform/virtual/virtual_bus.h"
-#include "platform/virtual/virtual_capture_platform.h"
+#include "support/manual_main_queue.h"
+#include "virtual-camera/picture/picture_raster.h"
 
 namespace tavelo {
 

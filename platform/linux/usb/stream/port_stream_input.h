@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "platform/capture.h"
+#include "platform/common/stream_retry_policy.h"
+#include "platform/common/stream_trouble.h"
 #include "platform/diagnostics.h"
 #include "platform/error.h"
-#include "platform/linux/frame_converter.h"
-#include "platform/linux/stream_retry_policy.h"
-#include "platform/linux/stream_trouble.h"
+#include "platform/linux/pictures/frame_converter.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
 #include "platform/linux/usb/stream/usb_stream.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"

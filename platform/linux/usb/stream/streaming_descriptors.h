@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/common/format_choice.h"
-#include "platform/linux/frame_converter.h"
+#include "platform/linux/pictures/frame_converter.h"
 
 namespace tavelo {
 

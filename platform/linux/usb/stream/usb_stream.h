@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "platform/capture.h"
-#include "platform/linux/frame_converter.h"
-#include "platform/linux/stream_retry_policy.h"
+#include "platform/common/stream_retry_policy.h"
+#include "platform/linux/pictures/frame_converter.h"
 #include "platform/linux/usb/stream/format_search.h"
 #include "platform/linux/usb/stream/frame_assembler.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"

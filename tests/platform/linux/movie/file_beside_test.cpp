@@ -7,7 +7,7 @@
 
 #include <fstream>
 
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace tavelo::testing {
 namespace {

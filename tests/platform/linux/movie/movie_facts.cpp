@@ -9,7 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace tavelo::testing {
 namespace {

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace tavelo::testing {
 namespace {

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "movie_facts.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace tavelo::testing {
 namespace {

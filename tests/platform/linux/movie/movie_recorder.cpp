@@ -14,7 +14,7 @@
 #include "moving_picture.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/movie/movie_pipeline.h"
-#include "recorded_diagnostics.h"
+#include "support/recorded_diagnostics.h"
 
 namespace {
 

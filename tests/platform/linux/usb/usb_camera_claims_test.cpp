@@ -8,7 +8,7 @@
 
 #include "fake_usb_camera.h"
 #include "platform/linux/wake_event.h"
-#include "recorded_diagnostics.h"
+#include "support/recorded_diagnostics.h"
 
 namespace tavelo::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/virtual/uvc_protocol.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
 
 namespace tavelo::test {
 namespace {

@@ -13,8 +13,8 @@
 
 #include "platform/linux/usb/stream/port_stream_input.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"
-#include "platform/virtual/virtual_camera_firmware.h"
-#include "virtual-camera/virtual_camera_gadget.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "virtual-camera/program/virtual_camera_gadget.h"
 
 namespace tavelo::test {
 

@@ -6,9 +6,9 @@
 #include <random>
 
 #include "fake_usb_camera.h"
-#include "platform/virtual/virtual_camera_model.h"
 #include "stream_watching.h"
 #include "support/remembered_priorities.h"
+#include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
 namespace {

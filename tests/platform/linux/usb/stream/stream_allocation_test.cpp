@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "platform/linux/frame_converter.h"
+#include "platform/linux/pictures/frame_converter.h"
 #include "platform/linux/usb/stream/frame_assembler.h"
 
 namespace {

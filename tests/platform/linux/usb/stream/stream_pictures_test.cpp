@@ -6,9 +6,9 @@
 
 #include "fake_usb_camera.h"
 #include "platform/linux/usb/stream/port_stream_input.h"
-#include "platform/virtual/virtual_camera_model.h"
-#include "platform/virtual/virtual_picture.h"
 #include "stream_watching.h"
+#include "virtual-camera/firmware/virtual_camera_model.h"
+#include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

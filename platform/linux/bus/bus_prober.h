@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// The cameras of the USB bus, from descriptors that libusb and the kernel keep.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "platform/bus_prober.h"
+#include "platform/linux/bus/udev_monitor.h"
+#include "platform/linux/bus/usb_descriptor_source.h"
+
+namespace tavelo {
+
+/// Lists the video functions of all devices.  No device is opened, none is asked: any user may list any
+/// camera, whoever uses it meanwhile.
+class LinuxBusProber final : public BusProber {
+public:
+    /// @param delegate    may be null; must outlive the prober
+    /// @param sysfs       the tree's root
+    /// @param descriptors may be null: sysfs is read instead, as it is for a device that this source lacks
+    /// @param events      changes of USB devices; may be null
+    LinuxBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
+                   std::unique_ptr<UsbDescriptorSource> descriptors, std::unique_ptr<UdevEventSource> events);
+
+    void refreshData(bool notify) override;
+    const std::vector<std::shared_ptr<const BusProberDevice>>& devicesArray() const override {
+        return devices_;
+    }
+
+private:
+    std::vector<BusProberDevice> scan();
+
+    BusProberDelegate* const delegate_;
+    const std::filesystem::path sysfs_;
+    std::unique_ptr<UsbDescriptorSource> descriptors_;
+    std::vector<std::shared_ptr<const BusProberDevice>> devices_;
+    UdevMonitor monitor_; // last: its thread calls the delegate
+};
+
+} // namespace tavelo

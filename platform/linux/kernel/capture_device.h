@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// A V4L2 camera as the device list shows it.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "platform/capture.h"
+#include "platform/diagnostics.h"
+#include "platform/linux/v4l2/v4l2_node.h"
+#include "platform/linux/v4l2/video_nodes.h"
+
+namespace tavelo {
+
+/// What every device of a list has in common.  The diagnostics must outlive the devices and their inputs.
+struct V4l2DeviceSetup {
+    std::shared_ptr<V4l2NodeOpener> opener;
+    Diagnostics& diagnostics;
+    CaptureFormatRequest request;
+    std::filesystem::path sysfs = "/sys";
+    std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming threads; may be null
+};
+
+class V4l2Device final : public CaptureDevice, public std::enable_shared_from_this<V4l2Device> {
+public:
+    /// @param rightsMayComeUntil udev gives the rights to a new node a moment after it appears; until then an
+    /// input
+    ///     is made without them, and waits
+    V4l2Device(VideoNode node, V4l2DeviceSetup setup,
+               std::chrono::steady_clock::time_point rightsMayComeUntil);
+
+    const std::string& uniqueID() const override { return node_.uniqueID; }
+    const std::string& localizedName() const override { return node_.localizedName; }
+    bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+
+    /// A node that another program holds makes an input too, which waits for it, and so does one that the
+    /// driver is about to open for all: it is announced a moment before.
+    std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override;
+
+    const VideoNode& node() const { return node_; }
+
+private:
+    const VideoNode node_;
+    const V4l2DeviceSetup setup_;
+    const std::chrono::steady_clock::time_point rightsMayComeUntil_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/control_interface.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/kernel/kernel_controls.h"
+
+namespace tavelo {
+
+namespace {
+
+constexpr std::uint8_t classRead = 0xA1;
+constexpr std::uint8_t classWrite = 0x21;
+
+std::string_view nameOf(std::uint8_t request) {
+    switch (static_cast<UvcRequest>(request)) {
+        case UvcRequest::setCur:
+            return "SET_CUR";
+        case UvcRequest::getCur:
+            return "GET_CUR";
+        case UvcRequest::getMin:
+            return "GET_MIN";
+        case UvcRequest::getMax:
+            return "GET_MAX";
+        case UvcRequest::getRes:
+            return "GET_RES";
+        case UvcRequest::getLen:
+            return "GET_LEN";
+        case UvcRequest::getInfo:
+            return "GET_INFO";
+        case UvcRequest::getDef:
+            return "GET_DEF";
+    }
+    return "unknown request";
+}
+
+// What the driver's errno means of a camera.
+std::string reasonOf(int error) {
+    switch (error) {
+        case EPIPE:
+            return "the camera refuses";
+        case EBUSY:
+            return "the camera is not ready";
+        case EILSEQ:
+            return "not in the camera's present state";
+        case EACCES:
+            return "ruled by an automatic control, or not to be read";
+        case ERANGE:
+            return "out of range";
+        case EINVAL:
+            return "no such value";
+        case EIO:
+            return "the camera does not know it";
+        case ETIMEDOUT:
+            return "the camera does not answer";
+        case ENODEV:
+            return "the camera is gone";
+        default:
+            return std::generic_category().message(error);
+    }
+}
+
+std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::int32_t id) {
+    if (id == address.terminalID) return UvcEntity::cameraTerminal;
+    if (id == address.unitID) return UvcEntity::processingUnit;
+    if (address.terminalID == -1 && id == 1) return UvcEntity::cameraTerminal;
+    if (address.unitID == -1 && id == 2) return UvcEntity::processingUnit;
+    return std::nullopt;
+}
+
+} // namespace
+
+KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device,
+                                       KernelInterfaceAddress address, Diagnostics& diagnostics,
+                                       std::shared_ptr<HeldPair> pair)
+    : address_(std::move(address)),
+      diagnostics_(diagnostics),
+      heldPair_(std::move(pair)),
+      device_(std::move(device)) {}
+
+UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
+    request.bytesDone = 0;
+    std::shared_ptr<V4l2ControlDevice> device;
+    {
+        const std::lock_guard lock(mutex_);
+        device = device_;
+    }
+    if (!device) return UsbStatus::notOpen;
+    const bool isWrite = request.bmRequestType == classWrite;
+    if (!isWrite && request.bmRequestType != classRead) return UsbStatus::failed;
+    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    const KernelControl* control = findControl(request);
+    if (control == nullptr) return UsbStatus::success;
+    return isWrite ? write(*device, *control, request) : read(*device, *control, request);
+}
+
+void KernelUsbInterface::USBInterfaceClose() {
+    std::shared_ptr<V4l2ControlDevice> closing;
+    const std::lock_guard lock(mutex_);
+    closing.swap(device_);
+}
+
+const KernelControl* KernelUsbInterface::findControl(const UsbControlRequest& request) const {
+    if ((request.wIndex & 0xFF) != address_.interfaceNumber) return nullptr;
+    const auto entity = entityOf(address_, request.wIndex >> 8);
+    if (!entity) return nullptr;
+    return findKernelControl(*entity, static_cast<std::uint8_t>(request.wValue >> 8));
+}
+
+UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
+                                   UsbControlRequest& request) {
+    const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
+    // EINVAL is what most cameras' missing controls come to, and no failure of theirs.
+    if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
+    const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
+    if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
+        hold(control, reply.bytes);
+    std::copy_n(reply.bytes.begin(), count, request.payload().begin());
+    request.bytesDone = static_cast<std::uint32_t>(count);
+    return usbStatusOf(reply.error, false);
+}
+
+UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
+                                    UsbControlRequest& request) {
+    // The class knows no other write.
+    const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
+    const KernelReply reply = known ? writeKernelControl(device, control, request.payload(), heldOf(control))
+                                    : KernelReply{EINVAL, {}, false};
+    if (reply.error != 0) report(control, request, reply.error);
+    if (reply.written) {
+        request.bytesDone = request.wLength;
+        std::ranges::copy(reply.bytes, request.payload().begin());
+        hold(control, reply.bytes);
+    }
+    return usbStatusOf(reply.error, true);
+}
+
+std::vector<std::uint8_t> KernelUsbInterface::heldOf(const KernelControl& control) {
+    if (control.encoding != KernelEncoding::pair) return {};
+    return heldPair_->get();
+}
+
+void KernelUsbInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
+    if (control.encoding != KernelEncoding::pair) return;
+    heldPair_->set(bytes);
+}
+
+void KernelUsbInterface::report(const KernelControl& control, const UsbControlRequest& request,
+                                int error) noexcept {
+    std::string reason(nameOf(request.bRequest));
+    reason.append(" of ").append(control.name).append(": ").append(reasonOf(error));
+    diagnostics_.report(address_.name, reason);
+}
+
+} // namespace tavelo

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// A video-control interface that the kernel's driver holds, spoken to through its video node.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/diagnostics.h"
+#include "platform/linux/kernel/kernel_control_table.h"
+#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/usb_interface.h"
+
+namespace tavelo {
+
+/// Where requests to an interface's entities go.
+struct KernelInterfaceAddress {
+    std::uint8_t interfaceNumber = 0;
+    /// -1 where the descriptors do not tell; callers then use 1 and 2.
+    std::int32_t terminalID = -1;
+    std::int32_t unitID = -1;
+    std::string name; ///< what Diagnostics calls the device: "/dev/video0"
+};
+
+/// Pan and tilt as the caller knows them: last read, or last written.  Thread-safe.
+class HeldPair {
+public:
+    std::vector<std::uint8_t> get() const {
+        const std::lock_guard lock(mutex_);
+        return bytes_;
+    }
+    void set(std::vector<std::uint8_t> bytes) {
+        const std::lock_guard lock(mutex_);
+        bytes_ = std::move(bytes);
+    }
+
+private:
+    mutable std::mutex mutex_; // guards bytes_
+    std::vector<std::uint8_t> bytes_;
+};
+
+/// Thread-safe.  No lock is held while the camera is asked: a write that blocks holds up nobody else, and
+/// closing does not wait for it.
+class KernelUsbInterface final : public UsbInterface {
+public:
+    /// @param diagnostics must outlive the interface
+    /// @param pair        shared with the interfaces that were opened to the camera before: after a refusal
+    ///                    it is opened anew without being read
+    KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
+                       Diagnostics& diagnostics,
+                       std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
+
+    UsbStatus ControlRequest(UsbControlRequest& request) override;
+    void USBInterfaceClose() override;
+    std::uint8_t GetInterfaceNumber() const override { return address_.interfaceNumber; }
+
+private:
+    const KernelControl* findControl(const UsbControlRequest& request) const;
+    UsbStatus read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    UsbStatus write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    std::vector<std::uint8_t> heldOf(const KernelControl& control);
+    void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
+    void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;
+
+    const KernelInterfaceAddress address_;
+    Diagnostics& diagnostics_;
+
+    const std::shared_ptr<HeldPair> heldPair_;
+
+    std::mutex mutex_; // guards device_, not what it points to
+    std::shared_ptr<V4l2ControlDevice> device_;
+};
+
+} // namespace tavelo

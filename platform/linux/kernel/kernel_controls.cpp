@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/kernel_controls.h"
+
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <iterator>
+#include <optional>
+
+namespace tavelo {
+
+namespace {
+
+// The camera's bit for each entry of V4L2's menu: automatic, manual, shutter priority, aperture priority.
+constexpr std::array<std::uint8_t, 4> exposureModes{2, 1, 4, 8};
+
+// One control, or the two of a pair.
+struct Ids {
+    std::array<std::uint32_t, 2> ids{};
+    std::size_t count = 0;
+
+    explicit Ids(const KernelControl& control)
+        : ids{control.id, control.secondId},
+          count(control.secondId != 0 ? 2U : 1U) {}
+
+    const std::uint32_t* begin() const { return ids.data(); }
+    const std::uint32_t* end() const { return ids.data() + count; }
+};
+
+void append(std::vector<std::uint8_t>& bytes, std::uint32_t value, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i)
+        bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+}
+
+// Nothing where the number stands for nothing in the camera.
+bool appendValue(std::vector<std::uint8_t>& bytes, const KernelControl& control, std::int32_t value) {
+    if (control.encoding == KernelEncoding::exposureMode) {
+        if (value < 0 || std::size_t(value) >= exposureModes.size()) return false;
+        bytes.push_back(exposureModes[std::size_t(value)]);
+        return true;
+    }
+    append(bytes, static_cast<std::uint32_t>(value),
+           control.encoding == KernelEncoding::pair ? 4 : control.size);
+    return true;
+}
+
+std::int32_t decode(std::span<const std::uint8_t> bytes, bool isSigned) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        value |= std::uint32_t{bytes[i]} << (8 * i);
+    const bool negative = isSigned && (bytes.back() & 0x80) != 0;
+    if (negative && bytes.size() < 4) value |= ~std::uint32_t{0} << (8 * bytes.size());
+    return static_cast<std::int32_t>(value);
+}
+
+// `data` holds the control's whole size.  Nothing where the camera has no such value.
+std::optional<std::vector<V4l2ControlValue>> decodeAll(const KernelControl& control,
+                                                       std::span<const std::uint8_t> data) {
+    switch (control.encoding) {
+        case KernelEncoding::pair:
+            return std::vector<V4l2ControlValue>{{control.id, decode(data.first(4), true)},
+                                                 {control.secondId, decode(data.subspan(4, 4), true)}};
+        case KernelEncoding::exposureMode: {
+            const auto mode = std::ranges::find(exposureModes, data[0]);
+            if (mode == exposureModes.end()) return std::nullopt;
+            return std::vector<V4l2ControlValue>{
+                {control.id, static_cast<std::int32_t>(mode - exposureModes.begin())}};
+        }
+        case KernelEncoding::number:
+            break;
+    }
+    return std::vector<V4l2ControlValue>{{control.id, decode(data.first(control.size), control.isSigned)}};
+}
+
+// Only these say that asking on is useless; a control that the camera stalls still may take a value.
+bool endsEverything(int error) {
+    return usbStatusOf(error, false) != UsbStatus::success;
+}
+
+bool answers(KernelRange range, UvcRequest request) {
+    switch (range) {
+        case KernelRange::none:
+            return false;
+        case KernelRange::defaultOnly:
+            return request == UvcRequest::getDef;
+        case KernelRange::defaultAndResolution:
+            return request == UvcRequest::getDef || request == UvcRequest::getRes;
+        case KernelRange::full:
+            return true;
+    }
+    return false;
+}
+
+std::int32_t numberOf(const V4l2ControlInfo& info, UvcRequest request) {
+    switch (request) {
+        case UvcRequest::getMin:
+            return info.minimum;
+        case UvcRequest::getMax:
+            return info.maximum;
+        case UvcRequest::getRes:
+            return info.step;
+        default:
+            return info.defaultValue;
+    }
+}
+
+KernelReply readValue(V4l2ControlDevice& device, const KernelControl& control) {
+    std::array<V4l2ControlValue, 2> values{{{control.id, 0}, {control.secondId, 0}}};
+    const Ids ids(control);
+    const auto used = std::span(values).first(ids.count);
+    KernelReply reply;
+    reply.error = device.get(used);
+    if (reply.error != 0) return reply;
+    for (const V4l2ControlValue& value : used) {
+        if (!appendValue(reply.bytes, control, value.value)) return {};
+    }
+    return reply;
+}
+
+// The map of exposure modes, from the entries that the menu has.
+KernelReply readModes(V4l2ControlDevice& device, const KernelControl& control) {
+    std::uint8_t modes = 0;
+    for (std::uint32_t index = 0; index < exposureModes.size(); ++index) {
+        const int error = device.queryMenu(control.id, index);
+        if (error == 0) modes = static_cast<std::uint8_t>(modes | exposureModes[index]);
+        if (error != 0 && error != EINVAL) return {error, {}, false};
+    }
+    if (modes == 0) return {};
+    return {0, {modes}, false};
+}
+
+KernelReply readRange(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request) {
+    if (!answers(control.range, request)) return {};
+    if (control.encoding == KernelEncoding::exposureMode && request == UvcRequest::getRes)
+        return readModes(device, control);
+    KernelReply reply;
+    for (const std::uint32_t id : Ids(control)) {
+        V4l2ControlInfo info;
+        if (const int error = device.queryControl(id, info)) return {error, {}, false};
+        if (!appendValue(reply.bytes, control, numberOf(info, request))) return {};
+    }
+    return reply;
+}
+
+// Bit 0 readable, bit 1 writable, bit 2 disabled by an automatic control, bit 3 changed by the camera itself.
+std::uint8_t infoBits(std::uint32_t flags) {
+    std::uint8_t info = 0x03;
+    if ((flags & V4L2_CTRL_FLAG_WRITE_ONLY) != 0) info &= 0x0E;
+    if ((flags & V4L2_CTRL_FLAG_READ_ONLY) != 0) info &= 0x0D;
+    if ((flags & V4L2_CTRL_FLAG_INACTIVE) != 0) info |= 0x04;
+    if ((flags & V4L2_CTRL_FLAG_VOLATILE) != 0) info |= 0x08;
+    return info;
+}
+
+KernelReply readInfo(V4l2ControlDevice& device, const KernelControl& control) {
+    std::uint8_t able = 0x03;
+    std::uint8_t state = 0;
+    for (const std::uint32_t id : Ids(control)) {
+        V4l2ControlInfo info;
+        if (const int error = device.queryControl(id, info)) return {error, {}, false};
+        if ((info.flags & V4L2_CTRL_FLAG_DISABLED) != 0) return {};
+        const std::uint8_t bits = infoBits(info.flags);
+        able &= bits;
+        state |= bits & 0x0C;
+    }
+    return {0, {static_cast<std::uint8_t>(able | state)}, false};
+}
+
+KernelReply readLength(V4l2ControlDevice& device, const KernelControl& control) {
+    V4l2ControlInfo info;
+    if (device.queryControl(control.id, info) == EINVAL) return {};
+    return {0, {control.size, 0}, false};
+}
+
+// Whether the driver would pass on this very value, and not bend it into its range.
+bool passes(const V4l2ControlInfo& info, std::int32_t value) {
+    // A range beyond V4L2's 32 signed bits is left to the driver.
+    return info.maximum < info.minimum || (value >= info.minimum && value <= info.maximum);
+}
+
+// What of a write goes to the driver: all, except the half of a pair that stays as it was.
+std::vector<V4l2ControlValue> changedValues(const KernelControl& control,
+                                            const std::vector<V4l2ControlValue>& values,
+                                            std::span<const std::uint8_t> held) {
+    if (held.size() < control.size) return values;
+    const auto before = decodeAll(control, held);
+    if (!before || *before == values) return values;
+    std::vector<V4l2ControlValue> changed;
+    std::ranges::copy_if(values, std::back_inserter(changed), [&](const V4l2ControlValue& value) {
+        return std::ranges::find(*before, value) == before->end();
+    });
+    return changed;
+}
+
+// The control's bytes after a write: what was written as the driver took it, and the rest as it was given.
+std::vector<std::uint8_t> takenBytes(const KernelControl& control,
+                                     const std::vector<V4l2ControlValue>& values,
+                                     const std::vector<V4l2ControlValue>& taken) {
+    std::vector<std::uint8_t> bytes;
+    for (const V4l2ControlValue& value : values) {
+        const auto found = std::ranges::find(taken, value.id, &V4l2ControlValue::id);
+        if (!appendValue(bytes, control, (found == taken.end() ? value : *found).value)) return {};
+    }
+    return bytes;
+}
+
+} // namespace
+
+KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request) {
+    switch (request) {
+        case UvcRequest::getCur:
+            return readValue(device, control);
+        case UvcRequest::getInfo:
+            return readInfo(device, control);
+        case UvcRequest::getMin:
+        case UvcRequest::getMax:
+        case UvcRequest::getRes:
+        case UvcRequest::getDef:
+            return readRange(device, control, request);
+        case UvcRequest::getLen:
+            return readLength(device, control);
+        case UvcRequest::setCur:
+            break;
+    }
+    return {};
+}
+
+KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
+                               std::span<const std::uint8_t> data, std::span<const std::uint8_t> held) {
+    std::vector<V4l2ControlInfo> infos;
+    for (const std::uint32_t id : Ids(control)) {
+        V4l2ControlInfo info;
+        const int error = device.queryControl(id, info);
+        if (error == EINVAL) return {};
+        if (endsEverything(error)) return {error, {}, false};
+        // A camera that cannot tell its range may still take a value; an empty range checks nothing.
+        infos.push_back(error == 0 ? info : V4l2ControlInfo{0, -1, 0, 0, 0});
+    }
+    if (data.size() < control.size) return {ERANGE, {}, false};
+    const auto values = decodeAll(control, data);
+    if (!values) return {ERANGE, {}, false};
+    std::vector<V4l2ControlValue> written = changedValues(control, *values, held);
+    for (const V4l2ControlValue& value : written) {
+        if (!passes(infos[value.id == control.id ? 0 : 1], value.value)) return {ERANGE, {}, false};
+    }
+    if (const int error = device.set(written)) return {error, {}, false};
+    return {0, takenBytes(control, *values, written), true};
+}
+
+UsbStatus usbStatusOf(int error, bool isWrite) {
+    switch (error) {
+        case 0:
+            return UsbStatus::success;
+        case ENODEV:
+        case ENXIO:
+        case ESHUTDOWN:
+            return UsbStatus::gone;
+        case ETIMEDOUT:
+        case ETIME:
+            return UsbStatus::timeout;
+        case EPERM:
+            return UsbStatus::denied;
+        // The reasons that a camera gives for a stall (not ready, wrong state, power, range, unit, control,
+        // request, value), an unnamed stall, and the driver's own no for a control that its automatic one
+        // governs.
+        case EPIPE:
+        case EBUSY:
+        case EILSEQ:
+        case EREMOTE:
+        case ERANGE:
+        case EIO:
+        case EINVAL:
+        case EACCES:
+            return isWrite ? UsbStatus::refused : UsbStatus::success;
+        default:
+            return UsbStatus::failed;
+    }
+}
+
+} // namespace tavelo

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/kernel_node_search.h"
+
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+#include <vector>
+
+namespace tavelo {
+
+namespace {
+
+constexpr std::chrono::milliseconds betweenTries(20);
+constexpr int mostTries = 5;
+
+// The rights, or the node itself, may come a moment later.
+bool mayPass(int error) {
+    return error == EACCES || error == EPERM || error == ENOENT;
+}
+
+// Goes on to the next node only where the camera has one that cannot capture.
+OpenedControlNode tryNodes(const KernelUsbSurroundings& surroundings, const std::vector<std::string>& nodes,
+                           int& error) {
+    OpenedControlNode opened;
+    for (const std::string& node : nodes) {
+        opened.path = (surroundings.devices / node).string();
+        opened.device = surroundings.opener->open(opened.path, error);
+        if (opened.device || error != ENOTTY) return opened;
+    }
+    return opened;
+}
+
+std::string reasonOf(int error) {
+    if (error == ENOTTY) return "cannot be used: it captures no pictures";
+    return "cannot be opened: " + std::generic_category().message(error);
+}
+
+} // namespace
+
+OpenedControlNode openControlNode(const KernelUsbSurroundings& surroundings, const SysfsUsbDevice& device,
+                                  std::uint8_t interfaceNumber, Diagnostics& diagnostics) {
+    const std::vector<std::string> nodes = videoNodesOfInterface(device, interfaceNumber);
+    if (nodes.empty()) {
+        diagnostics.report("USB device " + device.name,
+                           "no video node: the kernel's driver does not hold this camera");
+        return {};
+    }
+    int error = 0;
+    OpenedControlNode opened = tryNodes(surroundings, nodes, error);
+    for (int tries = 1; tries < mostTries && !opened.device && mayPass(error); ++tries) {
+        surroundings.pause(betweenTries);
+        opened = tryNodes(surroundings, nodes, error);
+    }
+    if (!opened.device) diagnostics.report(opened.path, reasonOf(error));
+    return opened;
+}
+
+} // namespace tavelo

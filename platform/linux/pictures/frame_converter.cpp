@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/pictures/frame_converter.h"
+
+#include <algorithm>
+
+#include <libyuv.h>
+
+#include "platform/common/frame_bounds.h"
+
+namespace tavelo {
+namespace {
+
+// A JPEG picture of a size that was not agreed on is shown up to here; damaged headers claim more.
+constexpr std::uint64_t plausibleJpeg = std::uint64_t(1920) * 1080;
+
+std::uint64_t pixels(FrameSize size) {
+    return std::uint64_t(size.width) * size.height;
+}
+
+std::uint32_t half(std::uint32_t value) {
+    return (value + 1) / 2;
+}
+
+bool isPacked(Fourcc format) {
+    return format == fourcc::yuyv || format == fourcc::uyvy;
+}
+
+std::uint32_t bytesPerRow(Fourcc format, std::uint32_t width) {
+    if (isPacked(format)) return half(width) * 4;
+    // The chroma rows of these are as long as a luma row, or half of it.
+    if (format == fourcc::nv12 || format == fourcc::i420) return half(width) * 2;
+    return width;
+}
+
+// A whole frame, the last row without its padding, which some drivers do not send.
+std::size_t wholeFrame(const FrameFormat& format) {
+    const std::size_t stride = format.bytesPerLine;
+    const std::size_t row = bytesPerRow(format.format, format.size.width);
+    const std::size_t rows = format.size.height;
+    const std::size_t chromaRows = half(format.size.height);
+    if (format.format == fourcc::nv12) return stride * (rows + chromaRows - 1) + row;
+    if (format.format == fourcc::i420)
+        return stride * rows + stride / 2 * (2 * chromaRows - 1) + half(format.size.width);
+    return stride * (rows - 1) + row;
+}
+
+const libyuv::YuvConstants* constants(const FrameFormat& format) {
+    switch (format.matrix) {
+        case YuvMatrix::bt709:
+            return format.fullRange ? &libyuv::kYuvF709Constants : &libyuv::kYuvH709Constants;
+        case YuvMatrix::bt2020:
+            return format.fullRange ? &libyuv::kYuvV2020Constants : &libyuv::kYuv2020Constants;
+        case YuvMatrix::bt601:
+            break;
+    }
+    return format.fullRange ? &libyuv::kYuvJPEGConstants : &libyuv::kYuvI601Constants;
+}
+
+} // namespace
+
+bool FrameConverter::setFormat(const FrameFormat& format) {
+    format_ = format;
+    frameBytes_ = 0;
+    const FrameSize size = format.size;
+    if (!isShowable(size)) return false;
+    if (format.format == fourcc::mjpeg) {
+        frameBytes_ = 1;
+        return true;
+    }
+    const bool known = isPacked(format.format) || format.format == fourcc::nv12 ||
+                       format.format == fourcc::i420 || format.format == fourcc::grey;
+    if (!known || format.bytesPerLine > mostBytesPerLine) return false;
+    format_.bytesPerLine = std::max(format.bytesPerLine, bytesPerRow(format.format, size.width));
+    frameBytes_ = wholeFrame(format_);
+    const bool direct = constants(format_) == &libyuv::kYuvI601Constants;
+    planes_.resize(isPacked(format.format) && !direct ? 2 * std::size_t(half(size.width)) * 2 * size.height
+                                                      : 0);
+    return true;
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::convert(std::span<const std::uint8_t> bytes) {
+    if (frameBytes_ == 0 || bytes.size() < frameBytes_) return nullptr;
+    return format_.format == fourcc::mjpeg ? convertJpeg(bytes) : convertRaw(bytes.data());
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::convertJpeg(std::span<const std::uint8_t> bytes) {
+    const auto size = jpeg_.begin(bytes);
+    if (!size || pixels(*size) > std::max(4 * pixels(format_.size), plausibleJpeg)) return nullptr;
+    auto picture = pool_.take(PixelFormat::bgra32, size->width, size->height);
+    if (!picture) return nullptr;
+    const auto lock = picture->lock();
+    return jpeg_.decode(*picture) ? picture : nullptr;
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::convertRaw(const std::uint8_t* bytes) {
+    auto picture = pool_.take(PixelFormat::bgra32, format_.size.width, format_.size.height);
+    if (!picture) return nullptr;
+    const auto lock = picture->lock();
+    const int width = int(format_.size.width);
+    const int height = int(format_.size.height);
+    const int stride = int(format_.bytesPerLine);
+    std::uint8_t* bgra = picture->baseAddress();
+    const int bgraStride = int(picture->bytesPerRow());
+    const std::uint8_t* chroma = bytes + std::size_t(stride) * format_.size.height;
+    int failed = 0;
+    if (format_.format == fourcc::nv12) {
+        failed = libyuv::NV12ToARGBMatrix(bytes, stride, chroma, stride, bgra, bgraStride, constants(format_),
+                                          width, height);
+    } else if (format_.format == fourcc::i420) {
+        const std::uint8_t* last = chroma + std::size_t(stride / 2) * half(format_.size.height);
+        failed = libyuv::I420ToARGBMatrix(bytes, stride, chroma, stride / 2, last, stride / 2, bgra,
+                                          bgraStride, constants(format_), width, height);
+    } else if (format_.format == fourcc::grey) {
+        failed = format_.fullRange ? libyuv::J400ToARGB(bytes, stride, bgra, bgraStride, width, height)
+                                   : libyuv::I400ToARGB(bytes, stride, bgra, bgraStride, width, height);
+    } else {
+        failed = convertPacked(bytes, *picture);
+    }
+    return failed == 0 ? picture : nullptr;
+}
+
+int FrameConverter::convertPacked(const std::uint8_t* bytes, const PixelBuffer& destination) {
+    const int width = int(format_.size.width);
+    const int height = int(format_.size.height);
+    const int stride = int(format_.bytesPerLine);
+    std::uint8_t* bgra = destination.baseAddress();
+    const int bgraStride = int(destination.bytesPerRow());
+    const bool yuyv = format_.format == fourcc::yuyv;
+    if (planes_.empty()) {
+        const auto direct = yuyv ? libyuv::YUY2ToARGB : libyuv::UYVYToARGB;
+        return direct(bytes, stride, bgra, bgraStride, width, height);
+    }
+    const int chromaStride = int(half(format_.size.width));
+    const int lumaStride = chromaStride * 2;
+    std::uint8_t* luma = planes_.data();
+    std::uint8_t* u = luma + std::size_t(lumaStride) * format_.size.height;
+    std::uint8_t* v = u + std::size_t(chromaStride) * format_.size.height;
+    const auto split = yuyv ? libyuv::YUY2ToI422 : libyuv::UYVYToI422;
+    const int failed =
+        split(bytes, stride, luma, lumaStride, u, chromaStride, v, chromaStride, width, height);
+    if (failed != 0) return failed;
+    return libyuv::I422ToARGBMatrix(luma, lumaStride, u, chromaStride, v, chromaStride, bgra, bgraStride,
+                                    constants(format_), width, height);
+}
+
+} // namespace tavelo

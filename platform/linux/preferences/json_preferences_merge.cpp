@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/preferences/json_preferences_merge.h"
+
+#include <QJsonArray>
+
+namespace tavelo {
+namespace {
+
+QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonValue& theirs);
+
+QJsonObject mergedObjects(const QJsonObject& base, const QJsonObject& ours, const QJsonObject& theirs) {
+    QJsonObject result = theirs;
+    for (auto entry = ours.begin(); entry != ours.end(); ++entry) {
+        const QJsonValue value = merged(base.value(entry.key()), entry.value(), theirs.value(entry.key()));
+        if (!value.isUndefined()) result.insert(entry.key(), value);
+    }
+    for (auto entry = base.begin(); entry != base.end(); ++entry) {
+        if (!ours.contains(entry.key())) result.remove(entry.key());
+    }
+    return result;
+}
+
+QJsonArray mergedArrays(const QJsonArray& base, const QJsonArray& ours, const QJsonArray& theirs) {
+    QJsonArray result;
+    for (qsizetype i = 0; i < ours.size(); ++i) {
+        const QJsonValue known = i < base.size() ? base.at(i) : QJsonValue(QJsonValue::Undefined);
+        const QJsonValue other = i < theirs.size() ? theirs.at(i) : QJsonValue(QJsonValue::Undefined);
+        const QJsonValue value = merged(known, ours.at(i), other);
+        result.append(value.isUndefined() ? ours.at(i) : value);
+    }
+    // What only the file has behind our last element.
+    for (qsizetype i = std::max(ours.size(), base.size()); i < theirs.size(); ++i)
+        result.append(theirs.at(i));
+    return result;
+}
+
+// Undefined stands for a value that is absent.
+QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonValue& theirs) {
+    if (theirs.isUndefined() || theirs == base) return ours;
+    if (ours == base) return theirs;
+    if (ours.isObject() && theirs.isObject() && base.isObject()) {
+        return mergedObjects(base.toObject(), ours.toObject(), theirs.toObject());
+    }
+    if (ours.isArray() && theirs.isArray() && base.isArray()) {
+        return mergedArrays(base.toArray(), ours.toArray(), theirs.toArray());
+    }
+    return ours;
+}
+
+} // namespace
+
+QJsonObject withChanges(QJsonObject content, const JsonChanges& changes) {
+    for (const auto& [key, change] : changes)
+        content.insert(key, merged(change.base, change.value, content.value(key)));
+    return content;
+}
+
+} // namespace tavelo

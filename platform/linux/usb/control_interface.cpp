@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/control_interface.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include "platform/linux/usb/class_ranges.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patience = 1s;
+constexpr std::uint8_t directionIn = 0x80;
+
+bool isRead(const UsbControlRequest& request) {
+    return (request.bmRequestType & directionIn) != 0;
+}
+
+std::string_view reasonOf(UsbStatus status) {
+    switch (status) {
+        case UsbStatus::refused:
+            return "the camera refuses";
+        case UsbStatus::timeout:
+            return "the camera does not answer";
+        case UsbStatus::gone:
+            return "the camera is gone";
+        case UsbStatus::denied:
+            return "no permission";
+        default:
+            return "the link failed";
+    }
+}
+
+} // namespace
+
+UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function,
+                                         std::string name, Diagnostics& diagnostics)
+    : claim_(std::move(claim)),
+      function_(std::move(function)),
+      name_(std::move(name)),
+      diagnostics_(diagnostics) {}
+
+UsbStatus UsbControlInterface::ControlRequest(UsbControlRequest& request) {
+    request.bytesDone = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        if (closed_) return UsbStatus::notOpen;
+    }
+    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    const UsbSetupPacket setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex};
+    const int result = claim_->handle().controlTransfer(setup, request.payload(), patience);
+    if (result >= 0) {
+        request.bytesDone = std::min<std::uint32_t>(static_cast<std::uint32_t>(result), request.wLength);
+        return UsbStatus::success;
+    }
+    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return UsbStatus::success;
+    const UsbStatus status = statusOf(request, result);
+    if (status != UsbStatus::success) report(request, reasonOf(status));
+    return status;
+}
+
+void UsbControlInterface::USBInterfaceClose() {
+    const std::lock_guard lock(mutex_);
+    closed_ = true;
+}
+
+bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
+    const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
+    const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
+    const std::optional<UvcEntity> kind = function_.kindOf(entity);
+    if (!isRead(request) || request.wLength == 0 || !kind || !function_.lists(entity, selector)) return false;
+    const auto answer =
+        classRange(*kind, selector, static_cast<UvcRequest>(request.bRequest), function_.classVersion);
+    if (!answer) return false;
+    request.data[0] = *answer;
+    request.bytesDone = 1;
+    report(request, "not answered, the class's own range is taken");
+    return true;
+}
+
+UsbStatus UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {
+    switch (libusbError) {
+        case LIBUSB_ERROR_PIPE: {
+            if (isRead(request)) return UsbStatus::success;
+            const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
+            const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
+            return function_.lists(entity, selector) ? UsbStatus::refused : UsbStatus::success;
+        }
+        case LIBUSB_ERROR_TIMEOUT:
+            return UsbStatus::timeout;
+        case LIBUSB_ERROR_NO_DEVICE:
+            return UsbStatus::gone;
+        case LIBUSB_ERROR_ACCESS:
+            return UsbStatus::denied;
+        default:
+            return UsbStatus::failed;
+    }
+}
+
+void UsbControlInterface::report(const UsbControlRequest& request, std::string_view reason) noexcept {
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "request 0x%02x of control %u of entity %u: %.*s",
+                  unsigned{request.bRequest}, unsigned{request.wValue} >> 8, unsigned{request.wIndex} >> 8,
+                  static_cast<int>(reason.size()), reason.data());
+    diagnostics_.report(name_, text.data());
+}
+
+} // namespace tavelo

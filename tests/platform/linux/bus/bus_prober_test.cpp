@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/bus/bus_prober.h"
+
+#include <gmock/gmock.h>
+
+#include <mutex>
+#include <thread>
+
+#include "descriptor_builder.h"
+#include "fake_sysfs.h"
+#include "fake_udev_events.h"
+
+namespace tavelo::test {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr std::chrono::seconds patience(60);
+
+class Delegate final : public BusProberDelegate {
+public:
+    void busProberInformationDidChange() override {
+        const std::lock_guard lock(mutex_);
+        ++calls_;
+        thread_ = std::this_thread::get_id();
+        called.set();
+    }
+    int calls() const {
+        const std::lock_guard lock(mutex_);
+        return calls_;
+    }
+    std::thread::id thread() const {
+        const std::lock_guard lock(mutex_);
+        return thread_;
+    }
+
+    WakeEvent called;
+
+private:
+    mutable std::mutex mutex_; // guards the rest
+    int calls_ = 0;
+    std::thread::id thread_;
+};
+
+// Descriptors as a test sets them; libusb's part.
+class FakeDescriptors final : public UsbDescriptorSource {
+public:
+    explicit FakeDescriptors(UsbDescriptorSnapshot descriptors) : descriptors_(std::move(descriptors)) {}
+    UsbDescriptorSnapshot snapshot() override { return descriptors_; }
+
+private:
+    UsbDescriptorSnapshot descriptors_;
+};
+
+class BusProberOfLinux : public testing::Test {
+protected:
+    BusProberOfLinux() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
+
+    void add(const std::string& name, const Bytes& configurationBytes, int number = 5) {
+        FakeSysfs::Device device;
+        device.name = name;
+        device.deviceNumber = number;
+        device.descriptors = join({deviceDescriptor(), configurationBytes});
+        tree.addDevice(device);
+    }
+
+    std::unique_ptr<LinuxBusProber> prober(std::unique_ptr<UsbDescriptorSource> descriptors = nullptr) {
+        return std::make_unique<LinuxBusProber>(&delegate, tree.root(), std::move(descriptors),
+                                                std::make_unique<FakeUdevEvents>(feed));
+    }
+
+    FakeSysfs tree;
+    Delegate delegate;
+    std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
+};
+
+const Bytes keyboard = configuration({interfaceDescriptor(0, 1, 0x03)});
+
+TEST_F(BusProberOfLinux, KnowsNothingBeforeItsFirstScan) {
+    add("1-2", ordinaryCamera());
+    EXPECT_THAT(prober()->devicesArray(), IsEmpty());
+}
+
+TEST_F(BusProberOfLinux, ListsCamerasAndNothingElse) {
+    add("1-1", keyboard);
+    add("1-2", ordinaryCamera());
+    const auto bus = prober();
+    bus->refreshData(false);
+    ASSERT_THAT(bus->devicesArray(), SizeIs(1));
+    const BusProberDevice& camera = *bus->devicesArray().front();
+    EXPECT_EQ(camera.locationID & 0x00FFFFFF, 0x00200000U);
+    EXPECT_EQ(camera.vendorID, 0x046D);
+    EXPECT_EQ(camera.productID, 0x0825);
+    EXPECT_EQ(camera.terminalID, 3);
+    EXPECT_EQ(camera.unitID, 5);
+    EXPECT_TRUE(camera.supportBright);
+    EXPECT_EQ(camera.name, "Test Camera");
+}
+
+TEST_F(BusProberOfLinux, EachVideoFunctionOfADeviceHasARecord) {
+    add("1-2", configuration({videoControl(0), cameraTerminal(3, {0, 2, 0}), processingUnit(5, 3, {1, 0}),
+                              interfaceDescriptor(1, 2), videoControl(2), cameraTerminal(8, {0, 2, 0}),
+                              processingUnit(9, 8, {2, 0}), interfaceDescriptor(3, 2)}));
+    const auto bus = prober();
+    bus->refreshData(false);
+    ASSERT_THAT(bus->devicesArray(), SizeIs(2));
+    const auto& colour = *bus->devicesArray()[0];
+    const auto& infrared = *bus->devicesArray()[1];
+    EXPECT_EQ(colour.controlInterface, 0);
+    EXPECT_EQ(colour.unitID, 5);
+    EXPECT_TRUE(colour.supportBright);
+    EXPECT_EQ(infrared.controlInterface, 2);
+    EXPECT_EQ(infrared.terminalID, 8);
+    EXPECT_EQ(infrared.unitID, 9);
+    EXPECT_FALSE(infrared.supportBright);
+    EXPECT_TRUE(infrared.supportContrast);
+    EXPECT_EQ(infrared.locationID, colour.locationID);
+    EXPECT_EQ(infrared.vendorID, 0x046D);
+    EXPECT_EQ(infrared.name, "Test Camera");
+}
+
+TEST_F(BusProberOfLinux, ACameraWithUnreadableEntitiesIsListedWithoutIdentifiers) {
+    add("1-2", configuration({videoControl(0), header(0x0110), {0x00, 0x00}}));
+    const auto bus = prober();
+    bus->refreshData(false);
+    ASSERT_THAT(bus->devicesArray(), SizeIs(1));
+    EXPECT_EQ(bus->devicesArray().front()->terminalID, -1);
+    EXPECT_EQ(bus->devicesArray().front()->unitID, -1);
+}
+
+TEST_F(BusProberOfLinux, PrefersTheCachedDescriptorsOfTheLibrary) {
+    add("1-2", ordinaryCamera(), 9);
+    const Bytes cached =
+        configuration({videoControl(0), cameraTerminal(11, {0, 0, 0}), processingUnit(12, 11, {0, 0})});
+    const auto bus = prober(std::make_unique<FakeDescriptors>(UsbDescriptorSnapshot{
+        {{1, 9}, {deviceDescriptor(), cached}}, {{1, 10}, {deviceDescriptor(), keyboard}}}));
+    bus->refreshData(false);
+    ASSERT_THAT(bus->devicesArray(), SizeIs(1));
+    EXPECT_EQ(bus->devicesArray().front()->terminalID, 11);
+}
+
+TEST_F(BusProberOfLinux, ReadsTheKernelsDescriptorsWhereTheLibraryHasNone) {
+    add("1-2", ordinaryCamera(), 9);
+    add("1-3", ordinaryCamera(), 10);
+    const auto bus =
+        prober(std::make_unique<FakeDescriptors>(UsbDescriptorSnapshot{{{1, 9}, {deviceDescriptor(), {}}}}));
+    bus->refreshData(false);
+    EXPECT_THAT(bus->devicesArray(), SizeIs(2));
+}
+
+TEST_F(BusProberOfLinux, RecordsHandedOutBeforeStayValid) {
+    add("1-2", ordinaryCamera());
+    const auto bus = prober();
+    bus->refreshData(false);
+    const auto record = bus->devicesArray().front();
+    tree.removeDevice("1-2");
+    bus->refreshData(false);
+    EXPECT_THAT(bus->devicesArray(), IsEmpty());
+    EXPECT_EQ(record->terminalID, 3);
+}
+
+TEST_F(BusProberOfLinux, AScanThatFindsNothingNewKeepsItsRecords) {
+    add("1-2", ordinaryCamera());
+    const auto bus = prober();
+    bus->refreshData(false);
+    const auto record = bus->devicesArray().front();
+    bus->refreshData(true);
+    EXPECT_EQ(bus->devicesArray().front(), record);
+}
+
+TEST_F(BusProberOfLinux, TellsOfAChangeThatAScanFindsOnItsOwnThread) {
+    const auto bus = prober();
+    bus->refreshData(true);
+    add("1-2", ordinaryCamera());
+    bus->refreshData(true);
+    ASSERT_TRUE(delegate.called.waitFor(patience));
+    EXPECT_EQ(delegate.calls(), 1); // not for the first scan, which found nothing
+    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
+}
+
+TEST_F(BusProberOfLinux, KeepsQuietWhenToldTo) {
+    {
+        const auto bus = prober();
+        add("1-2", ordinaryCamera());
+        bus->refreshData(false);
+        // A call behind the scan's on the same thread: had the scan told, it would have been first.
+        feed->push({"add", "", "1-3", ""});
+        ASSERT_TRUE(delegate.called.waitFor(patience));
+    }
+    EXPECT_EQ(delegate.calls(), 1);
+}
+
+TEST_F(BusProberOfLinux, TellsOfWhatUdevTells) {
+    const auto bus = prober();
+    feed->push({"add", "/sys/devices/x", "1-2", ""});
+    ASSERT_TRUE(delegate.called.waitFor(patience));
+    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
+    delegate.called.clear();
+    feed->push({}); // events were lost
+    EXPECT_TRUE(delegate.called.waitFor(patience));
+}
+
+TEST_F(BusProberOfLinux, NeedsNeitherDelegateNorUdev) {
+    add("1-2", ordinaryCamera());
+    LinuxBusProber bus(nullptr, tree.root(), nullptr, nullptr);
+    bus.refreshData(true);
+    EXPECT_THAT(bus.devicesArray(), SizeIs(1));
+}
+
+TEST_F(BusProberOfLinux, MayEndAtAnyMoment) {
+    for (int round = 0; round < 30; ++round) {
+        const auto bus = prober();
+        feed->push({"add", "", "1-2", ""});
+        bus->refreshData(true);
+    }
+}
+
+// Whatever this machine has, the library's own descriptors must agree with the kernel's.
+TEST(LibusbDescriptors, ReadAsTheKernelsDo) {
+    const auto source = makeLibusbDescriptorSource();
+    if (!source) GTEST_SKIP() << "no USB in this machine";
+    const auto snapshot = source->snapshot();
+    LinuxBusProber cached(nullptr, "/sys", makeLibusbDescriptorSource(), nullptr);
+    LinuxBusProber direct(nullptr, "/sys", nullptr, nullptr);
+    cached.refreshData(false);
+    direct.refreshData(false);
+    ASSERT_EQ(cached.devicesArray().size(), direct.devicesArray().size());
+    for (std::size_t i = 0; i < cached.devicesArray().size(); ++i)
+        EXPECT_EQ(*cached.devicesArray()[i], *direct.devicesArray()[i]);
+}
+
+} // namespace
+} // namespace tavelo::test

@@ -1,0 +1,583 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/capture_input.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <new>
+#include <random>
+
+#include "fake_camera.h"
+#include "support/remembered_priorities.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class RememberingDiagnostics final : public Diagnostics {
+public:
+    void report(std::string_view device, std::string_view reason) noexcept override {
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(std::string(device) + ": " + std::string(reason));
+        changed_.notify_all();
+    }
+
+    bool waitForLines(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [&] { return lines_.size() >= count; });
+    }
+    std::vector<std::string> lines() {
+        const std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    std::mutex mutex_; // guards lines_
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
+};
+
+class RememberingSink final : public FrameSink {
+public:
+    void consume(const SampleBuffer& sample) override {
+        std::unique_lock lock(mutex_);
+        holding_ = held_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return !held_; });
+        last_ = sample;
+        times_.push_back(sample.presentationTimeStamp.value);
+        changed_.notify_all();
+    }
+
+    bool waitForFrames(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [&] { return times_.size() >= count; });
+    }
+    /// While held, whoever brings a frame waits.
+    void hold(bool held) {
+        const std::lock_guard lock(mutex_);
+        held_ = held;
+        changed_.notify_all();
+    }
+    bool waitForHeld() {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, 10s, [this] { return holding_; });
+    }
+    std::vector<std::int64_t> times() {
+        const std::lock_guard lock(mutex_);
+        return times_;
+    }
+    SampleBuffer last() {
+        const std::lock_guard lock(mutex_);
+        return last_;
+    }
+
+private:
+    std::mutex mutex_; // guards the rest
+    std::condition_variable changed_;
+    SampleBuffer last_;
+    std::vector<std::int64_t> times_;
+    bool held_ = false;
+    bool holding_ = false;
+};
+
+// Long where a test must not see it end, short where it waits for the end.
+constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
+constexpr StreamPatience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
+
+const Bytes wholeFrame(1024, 0x80);
+
+class V4l2InputTest : public testing::Test {
+protected:
+    V4l2Input& start(const StreamPatience& patience = patient, const CaptureFormatRequest& request = {}) {
+        input = std::make_unique<V4l2Input>(
+            nullptr,
+            V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
+                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; },
+                           [] { return "busy: in use by cheese, process 20"; }, priorities});
+        input->start(sink);
+        return *input;
+    }
+
+    // Everything that was taken was given back.
+    void expectTidy() {
+        const auto counts = camera.counts();
+        EXPECT_EQ(counts.opened, counts.closed);
+        EXPECT_EQ(counts.streamOn, counts.streamOff);
+        EXPECT_EQ(counts.mapped, 0);
+        EXPECT_EQ(counts.buffers, 0);
+    }
+
+    FakeCamera camera;
+    // How often the node is still listed after it failed as an unplugged camera's does.
+    std::atomic<int> listedTimes = 0;
+    std::atomic<int> listedAsked = 0;
+    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
+    RememberingDiagnostics diagnostics;
+    RememberingSink sink;
+    std::unique_ptr<V4l2Input> input;
+};
+
+TEST_F(V4l2InputTest, DeliversPicturesWithTheDriversTime) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    const auto before = std::chrono::steady_clock::now().time_since_epoch();
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    const SampleBuffer sample = sink.last();
+    ASSERT_TRUE(sample.imageBuffer);
+    EXPECT_EQ(sample.imageBuffer->width(), 32U);
+    EXPECT_EQ(sample.imageBuffer->height(), 16U);
+    const std::chrono::nanoseconds time(sample.presentationTimeStamp.value);
+    EXPECT_EQ(time.count() % 1000, 0) << "a driver's stamp counts microseconds";
+    EXPECT_LT(std::chrono::abs(time - before), 1s);
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, AsksForAHigherPriorityOfItsThread) {
+    start();
+    EXPECT_TRUE(priorities->waitFor("v4l2 capture"));
+}
+
+TEST_F(V4l2InputTest, SetsTheChosenFormatAndRate) {
+    camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}, {{1, 15}, {1, 15}}}},
+                  {fourcc::yuyv, {32, 16}, {{{1, 30}, {1, 30}}}}});
+    start(patient, {{}, 15.0, {}});
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().width, 64U);
+    EXPECT_EQ(camera.format().pixelformat, fourcc::yuyv);
+    EXPECT_EQ(camera.interval().denominator, 15U);
+}
+
+TEST_F(V4l2InputTest, GivesBuffersBackSoThatTheStreamGoesOn) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    for (std::size_t count = 1; count <= 40; ++count) {
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(count));
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(sink.times()));
+}
+
+TEST_F(V4l2InputTest, DropsDamagedShortAndEmptyFrames) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR));
+    ASSERT_TRUE(camera.deliver(Bytes(wholeFrame.size() - 1)));
+    ASSERT_TRUE(camera.deliver({}));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    input->stop();
+    EXPECT_EQ(sink.times().size(), 1U);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, SaysOnceThatEveryFrameIsDamaged) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    for (int i = 0; i < 100; ++i)
+        while (!camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR))
+            std::this_thread::yield();
+    while (!camera.deliver(wholeFrame))
+        std::this_thread::yield();
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("damaged")));
+}
+
+TEST_F(V4l2InputTest, ReplacesAStampOfAnotherTime) {
+    camera.stamp({12, 0});
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    for (std::size_t count = 1; count <= 2; ++count) {
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(count));
+    }
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    EXPECT_LT(std::chrono::abs(now - std::chrono::nanoseconds(sink.times().front())), 5s);
+    EXPECT_LT(sink.times()[0], sink.times()[1]);
+}
+
+// Each picture tells its number by its brightness; two more come while one is looked at.
+class SlowSink final : public FrameSink {
+public:
+    static constexpr int framesPerPicture = 2;
+    static constexpr int pictures = 100;
+    static constexpr int shades = 8;
+
+    explicit SlowSink(FakeCamera& camera) : camera_(camera) {}
+
+    void deliverNext() {
+        Bytes frame(wholeFrame.size(), 0x80);
+        for (std::size_t i = 0; i < frame.size(); i += 2)
+            frame[i] = std::uint8_t(16 + delivered_ % shades * 24);
+        if (camera_.deliver(frame)) ++delivered_;
+    }
+
+    void consume(const SampleBuffer& sample) override {
+        const int shade = (pixelOf(*sample.imageBuffer, 0, 0).green + 14) / 28;
+        const std::lock_guard lock(mutex_);
+        if (int(ages_.size()) == pictures) return;
+        for (int i = 0; i < framesPerPicture; ++i)
+            deliverNext();
+        ages_.push_back((delivered_ - 1 - shade + shades) % shades);
+        changed_.notify_all();
+    }
+
+    std::vector<int> waitForAges() {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, 10s, [this] { return int(ages_.size()) == pictures; });
+        return ages_;
+    }
+
+private:
+    FakeCamera& camera_;
+    int delivered_ = 0;
+    std::mutex mutex_; // guards ages_
+    std::condition_variable changed_;
+    std::vector<int> ages_;
+};
+
+TEST_F(V4l2InputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    input->stop();
+    SlowSink slow(camera);
+    input->start(slow);
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    slow.deliverNext();
+    const std::vector<int> ages = slow.waitForAges();
+    ASSERT_EQ(ages.size(), std::size_t(SlowSink::pictures));
+    EXPECT_LE(*std::ranges::max_element(ages), SlowSink::framesPerPicture) << "in frames, after the decoding";
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, ADamagedFrameHidesNoWholeOneThatWaitedBeforeIt) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    sink.hold(true);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForHeld());
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR));
+    sink.hold(false);
+    EXPECT_TRUE(sink.waitForFrames(2));
+}
+
+TEST_F(V4l2InputTest, PicturesLargerThanAnyAreNeverAskedFor) {
+    camera.offer({{fourcc::yuyv, {65535, 65535}, {{{1, 30}, {1, 30}}}}});
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("Protocol not supported"));
+    EXPECT_EQ(camera.counts().streamOn, 0);
+    EXPECT_EQ(camera.format().width, 0U) << "no format was set";
+}
+
+struct Lie {
+    const char* name;
+    FakeCamera::Lies lies;
+};
+
+class V4l2InputLieTest : public V4l2InputTest, public testing::WithParamInterface<Lie> {};
+
+TEST_P(V4l2InputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
+    camera.offer(
+        {{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}}, {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
+    FakeCamera::Lies lies = GetParam().lies;
+    lies.onlyOf = fourcc::yuyv;
+    camera.lie(lies);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().pixelformat, fourcc::mjpeg);
+    EXPECT_EQ(camera.counts().mostMapped, 4) << "of the format that streams";
+    input->stop();
+    expectTidy();
+}
+
+TEST_P(V4l2InputLieTest, IsALineIfThereIsNoOtherFormat) {
+    camera.lie(GetParam().lies);
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("too large"));
+    input->stop();
+    expectTidy();
+}
+
+constexpr std::uint32_t lots = 0xFFFF'F000;
+
+INSTANTIATE_TEST_SUITE_P(Sizes, V4l2InputLieTest,
+                         testing::Values(Lie{"sizeimage", {.imageBytes = lots}},
+                                         Lie{"width", {.width = 65535}},
+                                         Lie{"bytesperline", {.bytesPerLine = lots}},
+                                         Lie{"bufferLength", {.bufferBytes = lots}}),
+                         [](const auto& each) { return each.param.name; });
+
+TEST_F(V4l2InputTest, TakesNoMoreBuffersThanAreOfUse) {
+    camera.lie({.bufferCount = 100});
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.counts().mostMapped, 32);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+}
+
+// Takes pictures until memory is gone.
+class ExhaustedSink final : public FrameSink {
+public:
+    void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
+};
+
+TEST_F(V4l2InputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    input->stop();
+    ExhaustedSink exhausted;
+    input->start(exhausted);
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Cannot allocate memory")));
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    const int before = camera.counts().requests;
+    camera.vanish();
+    ASSERT_TRUE(camera.waitForClosed(1));
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1) << "nothing to come back to";
+    EXPECT_LE(camera.counts().requests - before, 6) << "no busy loop";
+    EXPECT_EQ(camera.counts().mapped, 0);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+    camera.vanish();
+    start();
+    ASSERT_TRUE(camera.waitForOpened(1));
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
+    listedTimes = 100;
+    for (const int error : {ENODEV, ENXIO})
+        camera.failNext(0, error);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
+    listedTimes = 100;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    camera.failNext(VIDIOC_QBUF, ENODEV,
+                    4); // as the driver answers that was robbed of the streaming interface
+    camera.deliver(wholeFrame);
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("lost the camera")));
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    const std::size_t before = sink.times().size();
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(before + 1));
+}
+
+TEST_F(V4l2InputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
+    listedTimes = 1;
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.failNext(VIDIOC_DQBUF, ENODEV);
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    while (listedAsked < 2)
+        std::this_thread::yield();
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
+}
+
+TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.breakQueue();
+    ASSERT_TRUE(camera.waitForStreamOn(2));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Input/output error")));
+}
+
+TEST_F(V4l2InputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
+    start(impatient);
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    ASSERT_TRUE(camera.waitForStreamOn(4));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no frame came")));
+    while (!camera.deliver(wholeFrame)) // between two runs it does not stream
+        std::this_thread::yield();
+    EXPECT_TRUE(sink.waitForFrames(2));
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, FramesThatAreAllDamagedCountAsSilence) {
+    start(impatient);
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    while (camera.counts().streamOn < 2) {
+        camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR);
+        std::this_thread::yield();
+    }
+    EXPECT_THAT(sink.times(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
+    for (const unsigned long request : {VIDIOC_S_FMT, VIDIOC_REQBUFS, VIDIOC_STREAMON})
+        camera.failNext(request, EBUSY, 3);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_EQ(camera.counts().opened, 10);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("cheese, process 20; waiting for it")));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none) << "pictures come";
+    input->stop();
+    expectTidy();
+}
+
+TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
+    camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
+    start();
+    EXPECT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::busy);
+    EXPECT_EQ(input->trouble().text, "busy: in use by cheese, process 20");
+    input->stop();
+    input->start(sink);
+    input->stop();
+}
+
+TEST_F(V4l2InputTest, HasNoTroubleToTellOfWhilePicturesCome) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    ASSERT_TRUE(sink.waitForFrames(1));
+    EXPECT_EQ(input->trouble().code, ErrorCode::none);
+}
+
+TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {
+    camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}},
+                  {fourcc::uyvy, {64, 48}, {{{1, 30}, {1, 30}}}},
+                  {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
+    camera.failNext(VIDIOC_STREAMON, ENOSPC);
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_EQ(camera.format().pixelformat, fourcc::mjpeg) << "UYVY is as heavy as YUYV";
+    ASSERT_TRUE(camera.deliver(noisyJpeg(64, 48)));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, ABusTooFullForAllIsTriedAgain) {
+    camera.failNext(VIDIOC_STREAMON, ENOSPC, 3);
+    start();
+    EXPECT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no room")));
+}
+
+TEST_F(V4l2InputTest, RightsThatComeLateAreWaitedFor) {
+    camera.failNext(0, EACCES, 4);
+    start();
+    EXPECT_TRUE(camera.waitForStreamOn(1));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(V4l2InputTest, RightsThatNeverComeEndTheInputWithOneLine) {
+    camera.failNext(0, EACCES, 1000);
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    input->stop();
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("permission")));
+    EXPECT_EQ(camera.counts().opened, 6) << "5 ms of patience, a try each";
+}
+
+TEST_F(V4l2InputTest, ACameraWithoutAFormatForUsSaysSo) {
+    camera.offer({{makeFourcc('H', '2', '6', '4'), {64, 48}, {}}});
+    start();
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("Protocol not supported"));
+}
+
+TEST_F(V4l2InputTest, MayBeStoppedAndStartedAgain) {
+    start();
+    for (int run = 1; run <= 5; ++run) {
+        ASSERT_TRUE(camera.waitForStreamOn(run));
+        ASSERT_TRUE(camera.deliver(wholeFrame));
+        ASSERT_TRUE(sink.waitForFrames(std::size_t(run)));
+        input->stop();
+        input->stop();
+        expectTidy();
+        input->start(sink);
+        input->start(sink);
+    }
+}
+
+TEST_F(V4l2InputTest, NoFrameComesAfterStop) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.deliver(wholeFrame);
+    camera.deliver(wholeFrame);
+    input->stop();
+    const auto count = sink.times().size();
+    EXPECT_FALSE(camera.deliver(wholeFrame));
+    EXPECT_EQ(sink.times().size(), count);
+}
+
+TEST_F(V4l2InputTest, MayBeStoppedAtAnyMoment) {
+    std::minstd_rand random(3);
+    start(impatient);
+    for (int round = 0; round < 150; ++round) {
+        switch (random() % 5) {
+            case 0:
+                camera.failNext(VIDIOC_S_FMT, EBUSY, 2);
+                break;
+            case 1:
+                camera.failNext(VIDIOC_DQBUF, EIO);
+                break;
+            case 2:
+                camera.failNext(0, EACCES, 2);
+                break;
+            case 3:
+                camera.failNext(VIDIOC_STREAMON, ENOSPC, 2);
+                break;
+            default:
+                break;
+        }
+        for (auto i = random() % 40; i > 0; --i) {
+            camera.deliver(wholeFrame, random() % 3 == 0 ? V4L2_BUF_FLAG_ERROR : 0);
+            std::this_thread::yield();
+        }
+        input->stop();
+        expectTidy();
+        input->start(sink);
+    }
+    input.reset();
+    expectTidy();
+}
+
+} // namespace
+} // namespace tavelo

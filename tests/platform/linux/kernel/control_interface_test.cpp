@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/control_interface.h"
+
+#include <gmock/gmock.h>
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <thread>
+
+#include "fake_control_device.h"
+#include "platform/linux/wake_event.h"
+#include "support/recorded_diagnostics.h"
+
+namespace tavelo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint8_t getCur = 0x81;
+constexpr std::uint8_t setCur = 0x01;
+
+struct Answer {
+    UsbStatus status;
+    std::vector<std::uint8_t> bytes;
+    std::uint32_t bytesDone;
+};
+
+Answer ask(UsbInterface& interface, std::uint8_t type, std::uint8_t code, std::uint8_t entity,
+           std::uint8_t selector, std::vector<std::uint8_t> data, std::uint8_t number = 0) {
+    UsbControlRequest request{type,
+                              code,
+                              std::uint16_t(selector << 8),
+                              std::uint16_t(entity << 8 | number),
+                              std::uint16_t(data.size()),
+                              data.data(),
+                              77};
+    const UsbStatus status = interface.ControlRequest(request);
+    return {status, data, request.bytesDone};
+}
+
+Answer read(UsbInterface& interface, std::uint8_t entity, std::uint8_t selector, std::uint8_t code = getCur,
+            std::size_t length = 2) {
+    return ask(interface, 0xA1, code, entity, selector, std::vector<std::uint8_t>(length, 0));
+}
+
+Answer write(UsbInterface& interface, std::uint8_t entity, std::uint8_t selector,
+             std::vector<std::uint8_t> data) {
+    return ask(interface, 0x21, setCur, entity, selector, std::move(data));
+}
+
+class KernelInterface : public testing::Test {
+protected:
+    KernelInterface() { device->controls = everyControl(); }
+
+    std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
+    RecordedDiagnostics diagnostics;
+    KernelUsbInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
+};
+
+TEST_F(KernelInterface, AnswersReadsOfBothEntities) {
+    const auto brightness = read(interface, 5, 2);
+    EXPECT_EQ(brightness.status, UsbStatus::success);
+    EXPECT_EQ(brightness.bytesDone, 2U);
+    EXPECT_THAT(brightness.bytes, ElementsAre(0xFD, 0xFF));
+    EXPECT_THAT(read(interface, 3, 11).bytes, ElementsAre(100, 0));
+}
+
+TEST_F(KernelInterface, DeliversTheCamerasLengthWhateverWasAsked) {
+    const auto powerLine = read(interface, 5, 5, getCur, 2);
+    EXPECT_EQ(powerLine.bytesDone, 1U);
+    EXPECT_THAT(powerLine.bytes, ElementsAre(1, 0));
+    EXPECT_EQ(read(interface, 5, 10, getCur, 4).bytesDone, 2U);
+    EXPECT_EQ(read(interface, 5, 2, getCur, 1).bytesDone, 1U);
+    EXPECT_EQ(read(interface, 5, 2, getCur, 0).bytesDone, 0U);
+}
+
+TEST_F(KernelInterface, WritesAndCountsTheBytesThatMoved) {
+    const auto reply = write(interface, 5, 2, {0x05, 0x00});
+    EXPECT_EQ(reply.status, UsbStatus::success);
+    EXPECT_EQ(reply.bytesDone, 2U);
+    EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_BRIGHTNESS, 5})));
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(KernelInterface, AfterAWriteTheDataHoldWhatTheDriverTook) {
+    EXPECT_THAT(write(interface, 5, 10, {0x79, 0x17}).bytes, ElementsAre(0x7A, 0x17)); // 6009 is 6010
+    EXPECT_THAT(write(interface, 5, 2, {0x05, 0x00}).bytes, ElementsAre(0x05, 0x00));
+}
+
+TEST_F(KernelInterface, ARefusedWriteLeavesTheDataAlone) {
+    device->controls[V4L2_CID_WHITE_BALANCE_TEMPERATURE].setError = EACCES;
+    EXPECT_THAT(write(interface, 5, 10, {0x79, 0x17}).bytes, ElementsAre(0x79, 0x17));
+}
+
+TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
+    auto value = read(interface, 3, 13, getCur, 8).bytes;
+    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // somebody else
+    std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
+    const auto panned = write(interface, 3, 13, value);
+    EXPECT_EQ(panned.status, UsbStatus::success);
+    EXPECT_EQ(panned.bytesDone, 8U);
+    EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
+    EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
+
+    device->controls[V4L2_CID_PAN_ABSOLUTE].value = -36000; // somebody else again
+    std::ranges::copy(std::vector<std::uint8_t>{0, 0, 0, 0}, value.begin() + 4);
+    write(interface, 3, 13, value);
+    EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, -36000);
+    EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, 0);
+}
+
+TEST_F(KernelInterface, AfterARefusalTheHalvesAreThoseOfTheLastValueThatWasTaken) {
+    auto value = read(interface, 3, 13, getCur, 8).bytes;
+    const auto before = value;
+    device->controls[V4L2_CID_PAN_ABSOLUTE].setError = EPIPE;
+    std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
+    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::refused);
+    device->controls[V4L2_CID_PAN_ABSOLUTE].setError = 0;
+    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::success);
+    EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_PAN_ABSOLUTE, 3600})));
+    EXPECT_NE(value, before);
+}
+
+TEST_F(KernelInterface, WithoutAValueReadBeforeBothHalvesAreWritten) {
+    write(interface, 3, 13, {0x10, 0x0E, 0, 0, 0, 0, 0, 0});
+    ASSERT_EQ(device->writes().size(), 1U);
+    EXPECT_EQ(device->writes().front().size(), 2U);
+}
+
+TEST_F(KernelInterface, UnknownEntitiesSelectorsAndInterfacesAnswerNothingAndRefuseNothing) {
+    for (const std::uint8_t entity : std::vector<std::uint8_t>{0, 1, 2, 4, 255}) {
+        EXPECT_EQ(read(interface, entity, 2).status, UsbStatus::success);
+        EXPECT_EQ(read(interface, entity, 2).bytesDone, 0U);
+        EXPECT_EQ(write(interface, entity, 2, {1, 0}).status, UsbStatus::success);
+    }
+    const auto relativeExposure = write(interface, 3, 5, {100, 0});
+    EXPECT_EQ(relativeExposure.status, UsbStatus::success);
+    EXPECT_EQ(relativeExposure.bytesDone, 0U);
+    EXPECT_EQ(ask(interface, 0xA1, getCur, 5, 2, {0, 0}, 1).bytesDone, 0U);
+    EXPECT_EQ(ask(interface, 0xA1, 0x42, 5, 2, {0, 0}).bytesDone, 0U);
+    EXPECT_THAT(device->writes(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(KernelInterface, UnreadEntitiesGoByTheNumbersThatCallersThenUse) {
+    KernelUsbInterface unknown(device, {0, -1, -1, "/dev/video0"}, diagnostics);
+    EXPECT_THAT(read(unknown, 1, 11).bytes, ElementsAre(100, 0));
+    EXPECT_THAT(read(unknown, 2, 2).bytes, ElementsAre(0xFD, 0xFF));
+    KernelUsbInterface unitOnly(device, {0, -1, 1, "/dev/video0"}, diagnostics);
+    EXPECT_THAT(read(unitOnly, 1, 2).bytes, ElementsAre(0xFD, 0xFF));
+}
+
+TEST_F(KernelInterface, OtherKindsOfRequestsFail) {
+    EXPECT_EQ(ask(interface, 0x80, 0x06, 0, 1, {0, 0}).status, UsbStatus::failed);
+    EXPECT_EQ(ask(interface, 0xC0, getCur, 5, 2, {0, 0}).status, UsbStatus::failed);
+    UsbControlRequest withoutData{0xA1, getCur, 0x0200, 0x0500, 2, nullptr, 0};
+    EXPECT_EQ(interface.ControlRequest(withoutData), UsbStatus::failed);
+}
+
+TEST_F(KernelInterface, AWriteThatIsNotSetCurIsRefused) {
+    EXPECT_EQ(ask(interface, 0x21, 0x11, 5, 2, {1, 0}).status, UsbStatus::refused);
+    EXPECT_THAT(device->writes(), IsEmpty());
+}
+
+TEST_F(KernelInterface, AStalledReadCompletesWithoutBytesAndIsReported) {
+    device->controls[V4L2_CID_BRIGHTNESS].getError = EPIPE;
+    const auto reply = read(interface, 5, 2);
+    EXPECT_EQ(reply.status, UsbStatus::success);
+    EXPECT_EQ(reply.bytesDone, 0U);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: GET_CUR of brightness: the camera refuses"));
+}
+
+TEST_F(KernelInterface, ARefusedWriteIsReportedInOneLine) {
+    device->controls[V4L2_CID_WHITE_BALANCE_TEMPERATURE].setError = EACCES;
+    const auto reply = write(interface, 5, 10, {0xA0, 0x0F, 0, 0});
+    EXPECT_EQ(reply.status, UsbStatus::refused);
+    EXPECT_EQ(reply.bytesDone, 0U);
+    EXPECT_THAT(
+        diagnostics.lines(),
+        ElementsAre(
+            "/dev/video0: SET_CUR of white balance: ruled by an automatic control, or not to be read"));
+}
+
+TEST_F(KernelInterface, AVanishedAndASilentCameraFail) {
+    device->controls[V4L2_CID_GAIN].getError = ENODEV;
+    device->controls[V4L2_CID_HUE].setError = ETIMEDOUT;
+    EXPECT_EQ(read(interface, 5, 4).status, UsbStatus::gone);
+    EXPECT_EQ(write(interface, 5, 6, {0, 0}).status, UsbStatus::timeout);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: GET_CUR of gain: the camera is gone",
+                                                 "/dev/video0: SET_CUR of hue: the camera does not answer"));
+}
+
+TEST_F(KernelInterface, ClosesForGood) {
+    interface.USBInterfaceClose();
+    interface.USBInterfaceClose();
+    EXPECT_EQ(read(interface, 5, 2).status, UsbStatus::notOpen);
+    EXPECT_EQ(write(interface, 5, 2, {1, 0}).status, UsbStatus::notOpen);
+    EXPECT_EQ(write(interface, 99, 99, {1, 0}).status, UsbStatus::notOpen);
+    EXPECT_EQ(read(interface, 5, 2).bytesDone, 0U);
+    EXPECT_THAT(device->writes(), IsEmpty());
+    EXPECT_EQ(interface.GetInterfaceNumber(), 0);
+}
+
+TEST_F(KernelInterface, ClosingLetsGoOfTheNode) {
+    std::weak_ptr<FakeControlDevice> node = device;
+    device.reset();
+    EXPECT_FALSE(node.expired());
+    interface.USBInterfaceClose();
+    EXPECT_TRUE(node.expired());
+}
+
+// Blocks in a write until it is let go, as a camera that does not answer does for five seconds.
+class SilentDevice final : public V4l2ControlDevice {
+public:
+    int queryControl(std::uint32_t, V4l2ControlInfo& info) override {
+        info = {0, 100, 1, 0, 0};
+        return 0;
+    }
+    int queryMenu(std::uint32_t, std::uint32_t) override { return EINVAL; }
+    int get(std::span<V4l2ControlValue>) override { return 0; }
+    int set(std::span<V4l2ControlValue>) override {
+        entered.set();
+        return answer.waitFor(std::chrono::seconds(60)) ? 0 : ETIMEDOUT;
+    }
+
+    WakeEvent entered;
+    WakeEvent answer;
+};
+
+TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
+    const auto device = std::make_shared<SilentDevice>();
+    RecordedDiagnostics diagnostics;
+    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    std::atomic<UsbStatus> written = UsbStatus::failed;
+    std::thread writer([&] { written = write(interface, 5, 3, {1, 0}).status; });
+    ASSERT_TRUE(device->entered.waitFor(std::chrono::seconds(60)));
+    EXPECT_EQ(read(interface, 5, 3).status, UsbStatus::success);
+    interface.USBInterfaceClose();
+    EXPECT_EQ(read(interface, 5, 3).status, UsbStatus::notOpen);
+    device->answer.set();
+    writer.join();
+    EXPECT_EQ(written, UsbStatus::success);
+}
+
+TEST(KernelInterfaceThreads, TwoThreadsMayAskAndAThirdClose) {
+    const auto device = std::make_shared<FakeControlDevice>();
+    device->controls = everyControl();
+    RecordedDiagnostics diagnostics;
+    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    std::atomic<int> asked = 0;
+    const auto askOn = [&](std::uint8_t selector) {
+        while (read(interface, 5, selector).status != UsbStatus::notOpen) {
+            write(interface, 5, selector, {1, 0});
+            ++asked;
+        }
+    };
+    std::thread first([&] { askOn(2); });
+    std::thread second([&] { askOn(3); });
+    while (asked < 100)
+        std::this_thread::yield();
+    interface.USBInterfaceClose();
+    first.join();
+    second.join();
+    EXPECT_GE(asked, 100);
+}
+
+} // namespace
+} // namespace tavelo::test

@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/device_list.h"
+
+#include <gmock/gmock.h>
+#include <linux/videodev2.h>
+
+#include <cerrno>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include "fake_video_nodes.h"
+
+namespace tavelo {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class HandQueue final : public MainQueue {
+public:
+    void post(Task task) override {
+        const std::lock_guard lock(mutex_);
+        tasks_.push_back(std::move(task));
+    }
+    void run() {
+        for (;;) {
+            Task task;
+            {
+                const std::lock_guard lock(mutex_);
+                if (tasks_.empty()) return;
+                task = std::move(tasks_.front());
+                tasks_.pop_front();
+            }
+            task();
+        }
+    }
+
+private:
+    std::mutex mutex_; // guards tasks_
+    std::deque<Task> tasks_;
+};
+
+class SilentDiagnostics final : public Diagnostics {
+public:
+    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
+};
+
+class RememberingObserver final : public CaptureDeviceObserver {
+public:
+    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
+        events.push_back("+" + device->localizedName());
+        if (whenTold) whenTold();
+    }
+    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
+        events.push_back("-" + device->localizedName());
+        lastGone = device;
+        if (whenTold) whenTold();
+    }
+
+    std::vector<std::string> events;
+    std::shared_ptr<CaptureDevice> lastGone;
+    std::function<void()> whenTold;
+};
+
+class VideoDeviceListTest : public testing::Test {
+protected:
+    void plug(int port, const std::string& product) {
+        const std::string node = "video" + std::to_string(port);
+        tree.plug({port, product});
+        tree.addNode(node, port, product);
+        opener->capabilities(node, V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING);
+    }
+    void unplug(int port) { tree.removeNode("video" + std::to_string(port)); }
+
+    void change() {
+        list->rescan();
+        queue.run();
+    }
+
+    std::vector<std::string> names() {
+        std::vector<std::string> result;
+        for (const auto& device : list->devices())
+            result.push_back(device->localizedName());
+        return result;
+    }
+
+    FakeVideoTree tree;
+    const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
+    HandQueue queue;
+    SilentDiagnostics diagnostics;
+    std::optional<VideoDeviceList> list{std::in_place, tree.root(), queue,
+                                        V4l2DeviceSetup{opener, diagnostics, {}}};
+    RememberingObserver observer;
+};
+
+TEST_F(VideoDeviceListTest, HoldsWhatIsThereFromTheStartAndTellsNobody) {
+    plug(1, "A");
+    plug(2, "B");
+    list->fill();
+    list->addObserver(&observer);
+    queue.run();
+    EXPECT_THAT(names(), ElementsAre("A", "B"));
+    EXPECT_TRUE(list->devices().front()->hasMediaType(MediaType::video));
+    EXPECT_FALSE(list->devices().front()->hasMediaType(MediaType::audio));
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, TellsOfArrivalAndRemovalOnTheMainQueueOnly) {
+    list->fill();
+    list->addObserver(&observer);
+    plug(1, "A");
+    list->rescan();
+    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(names(), IsEmpty());
+    queue.run();
+    EXPECT_THAT(names(), ElementsAre("A"));
+    const auto device = list->devices().front();
+    unplug(1);
+    change();
+    EXPECT_THAT(observer.events, ElementsAre("+A", "-A"));
+    EXPECT_EQ(observer.lastGone, device);
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndGo) {
+    plug(2, "B");
+    plug(3, "C");
+    list->fill();
+    const auto before = list->devices();
+    plug(1, "A");
+    change();
+    unplug(2);
+    change();
+    const auto after = list->devices();
+    ASSERT_EQ(after.size(), 2U);
+    EXPECT_EQ(after[0], before[1]);
+    EXPECT_EQ(after[1]->localizedName(), "A") << "what comes later stands later, whatever its number";
+}
+
+TEST_F(VideoDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
+    plug(1, "A");
+    list->fill();
+    list->addObserver(&observer);
+    const auto before = list->devices().front();
+    unplug(1);
+    plug(1, "A");
+    change();
+    EXPECT_THAT(observer.events, ElementsAre("-A", "+A"));
+    EXPECT_NE(list->devices().front(), before);
+    EXPECT_EQ(list->devices().front()->uniqueID(), before->uniqueID())
+        << "the same camera in the same socket";
+}
+
+TEST_F(VideoDeviceListTest, EventsWithoutAChangeTellNothing) {
+    plug(1, "A");
+    list->fill();
+    list->addObserver(&observer);
+    list->rescan();
+    change();
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, ALookThatWasOvertakenIsForgotten) {
+    list->rescan(); // finds nothing, but is told only after fill() has found A
+    plug(1, "A");
+    list->fill();
+    list->addObserver(&observer);
+    queue.run();
+    EXPECT_THAT(names(), ElementsAre("A"));
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, AnObserverMayLeaveWhileItIsTold) {
+    list->fill();
+    RememberingObserver second;
+    list->addObserver(&observer);
+    list->addObserver(&second);
+    observer.whenTold = [&] {
+        list->removeObserver(&observer);
+        list->removeObserver(&second);
+    };
+    plug(1, "A");
+    plug(2, "B");
+    change();
+    EXPECT_THAT(observer.events, ElementsAre("+A"));
+    EXPECT_THAT(second.events, IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, MayDieBeforeItsNewsIsTold) {
+    list->fill();
+    list->addObserver(&observer);
+    plug(1, "A");
+    list->rescan();
+    list.reset();
+    queue.run();
+    EXPECT_THAT(observer.events, IsEmpty());
+}
+
+TEST_F(VideoDeviceListTest, TakesNewsFromSeveralThreads) {
+    list->fill();
+    list->addObserver(&observer);
+    plug(1, "A");
+    {
+        const std::jthread first([&] { list->rescan(); });
+        const std::jthread second([&] { list->rescan(); });
+        for (int i = 0; i < 20; ++i)
+            queue.run();
+    }
+    queue.run();
+    EXPECT_THAT(observer.events, ElementsAre("+A"));
+}
+
+TEST_F(VideoDeviceListTest, ADeviceMakesAnInputOfItself) {
+    plug(1, "A");
+    list->fill();
+    const auto device = list->devices().front();
+    Error error;
+    const auto input = device->makeInput(error);
+    ASSERT_TRUE(input);
+    EXPECT_EQ(error.code, ErrorCode::none);
+    EXPECT_EQ(input->device(), device);
+}
+
+TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
+    plug(1, "A");
+    list->fill();
+    const auto device = list->devices().front();
+    tree.removeNode("video1");
+    opener->fail("video1", ENODEV);
+    Error error;
+    EXPECT_FALSE(device->makeInput(error));
+    EXPECT_EQ(error.code, ErrorCode::gone);
+    EXPECT_EQ(error.text, "cannot open /dev/video1: No such device");
+}
+
+TEST_F(VideoDeviceListTest, ADeviceThatIsListedBeforeItsNodeOpensMakesAnInputThatWaits) {
+    plug(1, "A");
+    list->fill();
+    for (const int number : {ENODEV, ENXIO, ENOENT}) {
+        opener->fail("video1", number);
+        Error error;
+        EXPECT_TRUE(list->devices().front()->makeInput(error)) << number;
+    }
+}
+
+TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
+    plug(1, "A");
+    opener->fail("video1", EACCES);
+    list->fill();
+    Error error;
+    EXPECT_FALSE(list->devices().front()->makeInput(error));
+    EXPECT_EQ(error.code, ErrorCode::denied);
+}
+
+TEST_F(VideoDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) {
+    list->fill();
+    plug(1, "A");
+    opener->fail("video1", EACCES);
+    change();
+    Error error;
+    EXPECT_TRUE(list->devices().front()->makeInput(error));
+}
+
+TEST_F(VideoDeviceListTest, ADeviceThatAnotherProgramHoldsMakesAnInputThatWaits) {
+    plug(1, "A");
+    list->fill();
+    opener->fail("video1", EBUSY);
+    Error error;
+    EXPECT_TRUE(list->devices().front()->makeInput(error));
+}
+
+} // namespace
+} // namespace tavelo

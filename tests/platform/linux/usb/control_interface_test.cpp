@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/control_interface.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "descriptor_builder.h"
+#include "fake_usb_camera.h"
+#include "support/recorded_diagnostics.h"
+
+namespace tavelo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr int getCur = 0x81;
+constexpr int getMin = 0x82;
+constexpr int getMax = 0x83;
+constexpr int getInfo = 0x86;
+constexpr int getDef = 0x87;
+
+class ControlInterface : public testing::Test {
+protected:
+    void SetUp() override { open(ordinaryCamera()); }
+
+    void open(const Bytes& configurationBytes) {
+        interface.reset();
+        auto claim = claims->acquire({{1, 5}, 0, {1}}, error);
+        ASSERT_TRUE(claim) << error.text;
+        interface = std::make_unique<UsbControlInterface>(
+            std::move(claim), videoFunctionOf(configurationBytes, 0), "camera", diagnostics);
+    }
+
+    UsbStatus write(std::uint16_t selector, std::uint16_t entity, Bytes data) {
+        last = {0x21,
+                0x01,
+                std::uint16_t(selector << 8),
+                std::uint16_t(entity << 8),
+                std::uint16_t(data.size()),
+                data.data(),
+                7};
+        return interface->ControlRequest(last);
+    }
+    UsbStatus read(Bytes& data) {
+        last = {0xA1, 0x81, 0x0200, 0x0500, std::uint16_t(data.size()), data.data(), 7};
+        return interface->ControlRequest(last);
+    }
+    // The bytes that came.
+    Bytes ask(int request, int entity, int selector) {
+        Bytes data(2, 0xEE);
+        last = {0xA1,
+                std::uint8_t(request),
+                std::uint16_t(selector << 8),
+                std::uint16_t(entity << 8),
+                std::uint16_t(data.size()),
+                data.data(),
+                7};
+        lastStatus = interface->ControlRequest(last);
+        data.resize(last.bytesDone);
+        return data;
+    }
+    void answerWith(int result) {
+        camera->answer([result](const UsbSetupPacket&, std::span<std::uint8_t>) { return result; });
+    }
+
+    RecordedDiagnostics diagnostics;
+    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
+    std::optional<UsbCameraClaims> claims{std::in_place, camera, nullptr, diagnostics};
+    Error error;
+    std::unique_ptr<UsbControlInterface> interface;
+    UsbControlRequest last;
+    UsbStatus lastStatus = UsbStatus::success;
+};
+
+TEST_F(ControlInterface, SendsEveryFieldAsItWasBuiltAndWaitsOneSecond) {
+    EXPECT_EQ(write(0x0D, 3, {1, 2, 3, 4, 5, 6, 7, 8}), UsbStatus::success);
+    EXPECT_EQ(last.bytesDone, 8U);
+    ASSERT_THAT(camera->transfers(), SizeIs(1));
+    const FakeUsbCamera::Transfer sent = camera->transfers().front();
+    EXPECT_EQ(sent.setup.requestType, 0x21);
+    EXPECT_EQ(sent.setup.request, 0x01);
+    EXPECT_EQ(sent.setup.value, 0x0D00);
+    EXPECT_EQ(sent.setup.index, 0x0300);
+    EXPECT_THAT(sent.data, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_EQ(sent.patience, std::chrono::seconds(1));
+}
+
+TEST_F(ControlInterface, AReadFillsTheCallersBytes) {
+    camera->answer([](const UsbSetupPacket&, std::span<std::uint8_t> data) {
+        data[0] = 0xFD;
+        data[1] = 0xFF;
+        return 2;
+    });
+    Bytes data(2);
+    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(last.bytesDone, 2U);
+    EXPECT_THAT(data, ElementsAre(0xFD, 0xFF));
+}
+
+TEST_F(ControlInterface, AShortReadTellsHowMuchCame) {
+    answerWith(1);
+    Bytes data(4);
+    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(last.bytesDone, 1U);
+}
+
+TEST_F(ControlInterface, AStalledReadIsAnAnswerWithoutBytes) {
+    answerWith(LIBUSB_ERROR_PIPE);
+    Bytes data(2);
+    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(last.bytesDone, 0U);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(ControlInterface, TheClassAnswersForAPowerLineFrequencyWhoseRangeIsStalled) {
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_THAT(ask(getMin, 5, 5), ElementsAre(0));
+    EXPECT_THAT(ask(getMax, 5, 5), ElementsAre(2));
+    EXPECT_THAT(diagnostics.lines(),
+                ElementsAre(HasSubstr("request 0x82 of control 5 of entity 5: not answered, the class"),
+                            HasSubstr("request 0x83 of control 5 of entity 5: not answered, the class")));
+    open(configuration({videoControl(0), header(0x0150), cameraTerminal(3, {0xFF, 0xFF, 0x07}),
+                        processingUnit(5, 3, {0xFF, 0x7F}, {0, 0}), interfaceDescriptor(1, 2)}));
+    EXPECT_THAT(ask(getMax, 5, 5), ElementsAre(3));
+}
+
+TEST_F(ControlInterface, TheClassAnswersForSwitchesAndTheExposureMode) {
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_THAT(ask(getMin, 3, 2), ElementsAre(1));
+    EXPECT_THAT(ask(getMax, 3, 2), ElementsAre(8));
+    for (const auto& [entity, selector] : {std::pair(3, 1), {3, 3}, {3, 8}, {5, 11}, {5, 13}, {5, 16}}) {
+        EXPECT_THAT(ask(getMin, entity, selector), ElementsAre(0)) << selector;
+        EXPECT_THAT(ask(getMax, entity, selector), ElementsAre(1)) << selector;
+    }
+}
+
+TEST_F(ControlInterface, TheClassAnswersNothingThatTheCameraMustAnswer) {
+    answerWith(LIBUSB_ERROR_PIPE);
+    for (const int request : {getCur, getInfo, getDef})
+        EXPECT_THAT(ask(request, 5, 5), IsEmpty()) << request;
+    for (const int request : {getMin, getMax}) {
+        EXPECT_THAT(ask(request, 5, 2), IsEmpty()); // brightness
+        EXPECT_THAT(ask(request, 3, 5), IsEmpty()); // of the terminal it is the relative exposure time
+        EXPECT_THAT(ask(request, 9, 5), IsEmpty()); // no such entity
+    }
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(ControlInterface, TheClassAnswersForNoControlThatTheDescriptorsDoNotList) {
+    open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
+                        processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
+    open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
+    EXPECT_THAT(ask(getMax, 2, 5), ElementsAre(2)); // nothing can be read: the usual identifiers
+}
+
+TEST_F(ControlInterface, TheClassAnswersForNoSilentCamera) {
+    answerWith(LIBUSB_ERROR_TIMEOUT);
+    EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
+    EXPECT_EQ(lastStatus, UsbStatus::timeout);
+}
+
+TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::refused); // brightness
+    EXPECT_EQ(write(0x05, 3, {1}), UsbStatus::refused);    // exposure time, relative
+    EXPECT_EQ(last.bytesDone, 0U);
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("control 2 of entity 5: the camera refuses"),
+                                                 HasSubstr("control 5 of entity 3")));
+}
+
+TEST_F(ControlInterface, AStalledWriteToAControlThatTheDescriptorsDoNotListFindsNobodyToRefuseIt) {
+    open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
+                        processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::refused); // brightness is listed
+    EXPECT_EQ(write(0x03, 5, {1, 0}), UsbStatus::success); // contrast is not
+    EXPECT_EQ(write(0x02, 3, {1}), UsbStatus::refused);
+    EXPECT_EQ(write(0x02, 9, {1, 0}), UsbStatus::success); // no such entity
+}
+
+TEST_F(ControlInterface, ACameraWhoseControlMapsCannotBeReadRefusesWhatItStalls) {
+    open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
+    answerWith(LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(write(0x02, 2, {1, 0}), UsbStatus::refused);
+}
+
+TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndItsCamera) {
+    interface->USBInterfaceClose();
+    interface->USBInterfaceClose();
+    Bytes data(2);
+    EXPECT_EQ(read(data), UsbStatus::notOpen);
+    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::notOpen);
+    EXPECT_THAT(camera->transfers(), IsEmpty());
+    EXPECT_EQ(interface->GetInterfaceNumber(), 0);
+    EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::us);
+    interface.reset();
+    claims.reset(); // which waits for the return
+    EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::driver);
+}
+
+TEST_F(ControlInterface, ARequestWithoutAPlaceForItsDataIsNotSent) {
+    UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0500, 2, nullptr, 0};
+    EXPECT_EQ(interface->ControlRequest(request), UsbStatus::failed);
+    EXPECT_THAT(camera->transfers(), IsEmpty());
+}
+
+struct LinkFault {
+    int error;
+    UsbStatus expected;
+};
+
+class LinkFaults : public ControlInterface, public testing::WithParamInterface<LinkFault> {};
+
+TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
+    answerWith(GetParam().error);
+    Bytes data(2);
+    EXPECT_EQ(read(data), GetParam().expected);
+    EXPECT_EQ(last.bytesDone, 0U);
+    EXPECT_EQ(write(0x02, 5, {1, 0}), GetParam().expected);
+    EXPECT_EQ(last.bytesDone, 0U);
+    EXPECT_THAT(diagnostics.lines(), SizeIs(2));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LinkFaults,
+                         testing::Values(LinkFault{LIBUSB_ERROR_TIMEOUT, UsbStatus::timeout},
+                                         LinkFault{LIBUSB_ERROR_NO_DEVICE, UsbStatus::gone},
+                                         LinkFault{LIBUSB_ERROR_ACCESS, UsbStatus::denied},
+                                         LinkFault{LIBUSB_ERROR_OVERFLOW, UsbStatus::failed},
+                                         LinkFault{LIBUSB_ERROR_IO, UsbStatus::failed},
+                                         LinkFault{LIBUSB_ERROR_BUSY, UsbStatus::failed}));
+
+} // namespace
+} // namespace tavelo::test

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// V4L2 controls in memory, with the driver's rules and with errors to order.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <vector>
+
+#include "platform/linux/v4l2/v4l2_control_device.h"
+
+namespace tavelo::test {
+
+class FakeControlDevice final : public V4l2ControlDevice {
+public:
+    struct Control {
+        V4l2ControlInfo info;
+        std::int32_t value = 0;
+        std::set<std::uint32_t> menu;
+        // Errors to order; 0 is none.
+        int queryError = 0;
+        int menuError = 0;
+        int getError = 0;
+        int setError = 0;
+    };
+
+    /// Set up before use.
+    std::map<std::uint32_t, Control> controls;
+
+    /// Every call of set(), in order, as it was asked.
+    std::vector<std::vector<V4l2ControlValue>> writes() const;
+
+    int queryControl(std::uint32_t id, V4l2ControlInfo& info) override;
+    int queryMenu(std::uint32_t id, std::uint32_t index) override;
+    int get(std::span<V4l2ControlValue> values) override;
+    int set(std::span<V4l2ControlValue> values) override;
+
+private:
+    mutable std::mutex mutex_; // guards values and writes_
+    std::vector<std::vector<V4l2ControlValue>> writes_;
+};
+
+/// Every control that the kernel maps, in a camera's usual ranges.
+std::map<std::uint32_t, FakeControlDevice::Control> everyControl();
+
+} // namespace tavelo::test

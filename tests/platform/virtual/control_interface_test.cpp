@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: MIT
+#include <array>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "platform/virtual/backend.h"
+#include "support/manual_main_queue.h"
+#include "virtual-camera/firmware/firmware_client.h"
+
+namespace tavelo {
+namespace {
+
+constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
+
+std::unique_ptr<UsbDevice> openDevice(UsbDeviceService& service) {
+    const auto plugIn = service.CreatePlugInInterface();
+    return plugIn == nullptr ? nullptr : plugIn->QueryInterface();
+}
+
+class VirtualUsbTest : public ::testing::Test {
+protected:
+    explicit VirtualUsbTest(int cameras = 2) : backend(makeVirtualBackend(cameras, {}, mainQueue)) {}
+
+    std::shared_ptr<UsbInterface> openInterface(std::size_t index) {
+        const auto services = backend.usb->matchingDeviceServices();
+        const auto device = openDevice(*services.at(index));
+        const auto found = device->CreateInterfaceIterator(videoControl);
+        return found->at(0)->openInterface();
+    }
+
+    UsbControlRequest request(std::uint8_t code, ControlAddress address, std::span<std::uint8_t> data) {
+        FirmwareClient client(*backend.bus->camera(1));
+        const bool write = code == uvc::setCur;
+        return {write ? uvc::classInterfaceOut : uvc::classInterfaceIn,
+                code,
+                static_cast<std::uint16_t>(address.selector << 8),
+                client.indexOf(address),
+                static_cast<std::uint16_t>(data.size()),
+                data.data(),
+                0};
+    }
+
+    UsbStatus send(UsbControlRequest& request) { return interface->ControlRequest(request); }
+
+    ManualMainQueue mainQueue;
+    VirtualBackend backend;
+    std::shared_ptr<UsbInterface> interface = openInterface(0);
+    std::shared_ptr<VirtualCameraFirmware> camera = backend.bus->camera(1);
+    std::array<std::uint8_t, 8> bytes{};
+};
+
+TEST_F(VirtualUsbTest, servicesLeadToTheControlInterfaceOfEachCamera) {
+    const auto services = backend.usb->matchingDeviceServices();
+    ASSERT_EQ(services.size(), 2U);
+    for (std::size_t i = 0; i < services.size(); ++i) {
+        const auto device = openDevice(*services[i]);
+        EXPECT_EQ(device->GetLocationID(), virtualCameraModel(static_cast<int>(i) + 1).locationID);
+        const auto found = device->CreateInterfaceIterator(videoControl);
+        ASSERT_TRUE(found.has_value());
+        ASSERT_EQ(found->size(), 1U);
+        EXPECT_EQ(found->at(0)->openInterface()->GetInterfaceNumber(), 0);
+    }
+}
+
+TEST_F(VirtualUsbTest, iteratorListsWhatMatches) {
+    const auto services = backend.usb->matchingDeviceServices();
+    const auto device = openDevice(*services[0]);
+    EXPECT_EQ(device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, 0})->size(), 1U);
+    EXPECT_EQ(
+        device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, UsbInterfaceMatch::any})->size(), 6U);
+    EXPECT_EQ(device->CreateInterfaceIterator({})->size(), 7U);
+    EXPECT_TRUE(device->CreateInterfaceIterator({3, 1, 1, 0})->empty());
+}
+
+TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
+    camera->setControlValue(control::brightness, -2);
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(get.bytesDone, 2U);
+    EXPECT_EQ(bytes[0], 0xFE);
+    EXPECT_EQ(bytes[1], 0xFF);
+}
+
+TEST_F(VirtualUsbTest, aReadOfMoreThanTheControlHasTellsHowMuchCame) {
+    auto get = request(uvc::getCur, control::powerLine, std::span(bytes).first(2));
+    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(get.bytesDone, 1U);
+}
+
+TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
+    bytes = {42, 0};
+    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(set.bytesDone, 2U);
+    EXPECT_EQ(camera->controlValue(control::brightness), 42);
+    const auto log = camera->requestLog();
+    ASSERT_EQ(log.size(), 1U);
+    EXPECT_EQ(log[0].setup.bmRequestType, 0x21);
+    EXPECT_EQ(log[0].setup.wValue, 0x0200);
+    EXPECT_EQ(log[0].data, (std::vector<std::uint8_t>{42, 0}));
+}
+
+TEST_F(VirtualUsbTest, aRefusedWriteIsRefusedAndTheInterfaceStaysOpen) {
+    bytes = {0x00, 0x70};
+    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(set), UsbStatus::refused);
+    EXPECT_EQ(set.bytesDone, 0U);
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(get), UsbStatus::success);
+}
+
+TEST_F(VirtualUsbTest, aStalledReadIsAnAnswerOfNoBytes) {
+    auto get = request(uvc::getMin, control::autoFocus, std::span(bytes).first(1));
+    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(get.bytesDone, 0U);
+}
+
+TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
+    auto set = request(uvc::setCur, {ControlEntity::processingUnit, 40}, std::span(bytes).first(2));
+    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(set.bytesDone, 0U);
+    set.wIndex = 0xEE00;
+    EXPECT_EQ(send(set), UsbStatus::success) << "an entity that does not exist";
+    EXPECT_EQ(set.bytesDone, 0U);
+}
+
+TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
+    bytes = {100, 0};
+    auto set = request(uvc::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
+    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(set.bytesDone, 2U);
+}
+
+TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
+    for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
+        auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
+        nowhere.data = nullptr;
+        EXPECT_EQ(send(nowhere), UsbStatus::failed);
+        EXPECT_EQ(nowhere.bytesDone, 0U);
+    }
+    EXPECT_TRUE(camera->requestLog().empty());
+}
+
+TEST_F(VirtualUsbTest, silenceIsATimeout) {
+    FirmwareFault fault;
+    fault.kind = FaultKind::silence;
+    camera->order(fault);
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(get), UsbStatus::timeout);
+}
+
+TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
+    interface->USBInterfaceClose();
+    interface->USBInterfaceClose();
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    EXPECT_EQ(send(get), UsbStatus::notOpen);
+    EXPECT_TRUE(camera->requestLog().empty());
+    EXPECT_EQ(interface->GetInterfaceNumber(), 0);
+    EXPECT_NE(openInterface(0), interface) << "bound again, it answers";
+}
+
+TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    const auto services = backend.usb->matchingDeviceServices();
+    const auto plugIn = services[0]->CreatePlugInInterface();
+    const auto device = plugIn->QueryInterface();
+    const auto found = device->CreateInterfaceIterator(videoControl);
+    EXPECT_TRUE(backend.bus->unplug(1));
+    EXPECT_FALSE(backend.bus->unplug(1));
+
+    EXPECT_EQ(send(get), UsbStatus::gone);
+    EXPECT_EQ(found->at(0)->openInterface(), nullptr);
+    EXPECT_EQ(device->CreateInterfaceIterator(videoControl), std::nullopt);
+    EXPECT_EQ(plugIn->QueryInterface(), nullptr);
+    EXPECT_EQ(services[0]->CreatePlugInInterface(), nullptr);
+    EXPECT_EQ(backend.usb->matchingDeviceServices().size(), 1U);
+}
+
+TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
+    FirmwareFault fault;
+    fault.kind = FaultKind::delay;
+    fault.wait = std::chrono::hours(1);
+    camera->order(fault);
+    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    std::thread unplugger([&] { backend.bus->unplug(1); });
+    EXPECT_EQ(send(get), UsbStatus::gone);
+    unplugger.join();
+}
+
+TEST_F(VirtualUsbTest, aCameraPluggedInAgainHasForgottenItsSettings) {
+    camera->setControlValue(control::brightness, 20);
+    backend.bus->unplug(1);
+    const auto again = backend.bus->plug(virtualCameraModel(1));
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(again->controlValue(control::brightness), 0);
+    EXPECT_EQ(backend.bus->plug(virtualCameraModel(1)), nullptr) << "its place is taken";
+}
+
+TEST_F(VirtualUsbTest, proberReadsTheCamerasDescriptors) {
+    const auto prober = backend.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    ASSERT_EQ(prober->devicesArray().size(), 2U);
+    for (int number = 1; number <= 2; ++number) {
+        const VirtualCameraModel model = virtualCameraModel(number);
+        const BusProberDevice& device = *prober->devicesArray()[static_cast<std::size_t>(number) - 1];
+        EXPECT_EQ(device.locationID, model.locationID);
+        EXPECT_EQ(device.terminalID, model.terminalID);
+        EXPECT_EQ(device.unitID, model.unitID);
+        EXPECT_EQ(device.vendorID, 0x1209);
+        EXPECT_EQ(device.productID, 0x0001);
+        EXPECT_EQ(device.name, model.product);
+        EXPECT_TRUE(device.supportScanningMode && device.supportAutoExposureMode && device.supportRoll);
+        EXPECT_TRUE(device.supportPan && device.supportTilt && device.supportZoom && device.supportFocus);
+        EXPECT_TRUE(device.supportBright && device.supportPowerLine && device.supportAutoHue);
+        EXPECT_TRUE(device.supportWhiteBalance && device.supportAutoWhiteBalance && device.supportGamma);
+    }
+}
+
+TEST_F(VirtualUsbTest, proberSeesOnlyWhatACameraLists) {
+    VirtualCameraModel model = virtualCameraModel(3);
+    model.unitControls &= ~1U; // brightness
+    backend.bus->plug(model);
+    const auto prober = backend.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    EXPECT_FALSE(prober->devicesArray().at(2)->supportBright);
+    EXPECT_TRUE(prober->devicesArray().at(2)->supportContrast);
+}
+
+TEST_F(VirtualUsbTest, aCameraWithBrokenDescriptorsHasNoIdentifiers) {
+    VirtualCameraModel model = virtualCameraModel(3);
+    model.alterConfiguration = [](std::vector<std::uint8_t>& configuration) { configuration.resize(12); };
+    backend.bus->plug(model);
+    const auto prober = backend.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    EXPECT_EQ(prober->devicesArray().at(2)->terminalID, -1);
+    EXPECT_EQ(prober->devicesArray().at(2)->unitID, -1);
+    EXPECT_EQ(prober->devicesArray().at(2)->locationID, model.locationID);
+}
+
+TEST_F(VirtualUsbTest, recordsHandedOutBeforeARescanStayValid) {
+    const auto prober = backend.usb->initBusProber(2, nullptr);
+    prober->refreshData(false);
+    const auto record = prober->devicesArray()[0];
+    backend.bus->unplug(1);
+    prober->refreshData(true);
+    EXPECT_EQ(prober->devicesArray().size(), 1U);
+    EXPECT_EQ(record->name, "Tavelo Virtual Camera 1");
+}
+
+class CountingDelegate : public BusProberDelegate {
+public:
+    void busProberInformationDidChange() override {
+        const std::scoped_lock lock(mutex_);
+        ++calls_;
+        thread_ = std::this_thread::get_id();
+        changed_.notify_all();
+    }
+
+    /// False where they did not come in time.
+    bool waitFor(int calls) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return calls_ >= calls; });
+    }
+    int calls() {
+        const std::scoped_lock lock(mutex_);
+        return calls_;
+    }
+    std::thread::id thread() {
+        const std::scoped_lock lock(mutex_);
+        return thread_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int calls_ = 0;
+    std::thread::id thread_;
+};
+
+TEST_F(VirtualUsbTest, theProbersDelegateHearsOfCamerasThatComeAndGoOnAThreadOfItsOwn) {
+    CountingDelegate delegate;
+    auto prober = backend.usb->initBusProber(2, &delegate);
+    prober->refreshData(false);
+    backend.bus->plug(virtualCameraModel(3));
+    EXPECT_TRUE(delegate.waitFor(1));
+    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
+    backend.bus->unplug(3);
+    EXPECT_TRUE(delegate.waitFor(2));
+    prober.reset();
+    backend.bus->plug(virtualCameraModel(4));
+    EXPECT_EQ(delegate.calls(), 2);
+}
+
+TEST_F(VirtualUsbTest, aScanTellsTheDelegateOfAChangeOnlyWhenAsked) {
+    CountingDelegate delegate;
+    auto prober = backend.usb->initBusProber(2, &delegate);
+    prober->refreshData(false);
+    prober->refreshData(true);                // nothing new
+    backend.bus->plug(virtualCameraModel(3)); // the first call
+    prober->refreshData(true);                // the second
+    EXPECT_TRUE(delegate.waitFor(2));
+    prober.reset(); // runs what is queued
+    EXPECT_EQ(delegate.calls(), 2);
+}
+
+} // namespace
+} // namespace tavelo

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+// Talks to a virtual camera as a host does.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "virtual-camera/firmware/byte_order.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
+
+namespace tavelo {
+
+class FirmwareClient {
+public:
+    explicit FirmwareClient(VirtualCameraFirmware& firmware) : firmware_(firmware) {}
+
+    std::uint16_t indexOf(ControlAddress address) const {
+        const auto& model = firmware_.model();
+        const std::uint8_t entity =
+            address.entity == ControlEntity::cameraTerminal ? model.terminalID : model.unitID;
+        return static_cast<std::uint16_t>(entity << 8 | uvc::controlInterface);
+    }
+
+    UsbReply get(std::uint8_t request, ControlAddress address, std::uint16_t length = 64) {
+        return firmware_.control(
+            {uvc::classInterfaceIn, request, static_cast<std::uint16_t>(address.selector << 8),
+             indexOf(address), length},
+            {});
+    }
+
+    UsbReply set(ControlAddress address, std::span<const std::uint8_t> bytes) {
+        return firmware_.control(
+            {uvc::classInterfaceOut, uvc::setCur, static_cast<std::uint16_t>(address.selector << 8),
+             indexOf(address), static_cast<std::uint16_t>(bytes.size())},
+            bytes);
+    }
+
+    UsbReply set(ControlAddress address, std::int64_t value, std::size_t size) {
+        std::vector<std::uint8_t> bytes;
+        appendLittleEndian(bytes, static_cast<std::uint64_t>(value), size);
+        return set(address, bytes);
+    }
+
+    /// In the control's own size.
+    UsbReply set(ControlAddress address, std::int64_t value) {
+        return set(address, value, firmwareControl(address)->size);
+    }
+
+    /// The reply as a number; sign-extended where the control has a sign.
+    std::int64_t number(std::uint8_t request, ControlAddress address) {
+        const UsbReply reply = get(request, address);
+        std::uint64_t raw = littleEndian(reply.data);
+        const std::size_t bits = 8 * reply.data.size();
+        if (firmwareControl(address)->isSigned && bits > 0 && bits < 64 && (raw >> (bits - 1) & 1U) != 0)
+            raw |= ~std::uint64_t{0} << bits;
+        return static_cast<std::int64_t>(raw);
+    }
+
+    /// What the request error code control tells.
+    std::uint8_t errorCode() {
+        const UsbReply reply = firmware_.control(
+            {uvc::classInterfaceIn, uvc::getCur, uvc::requestErrorCodeControl << 8, uvc::controlInterface, 1},
+            {});
+        return reply.data.size() == 1 ? reply.data[0] : std::uint8_t{0xEE};
+    }
+
+private:
+    VirtualCameraFirmware& firmware_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+// The virtual cameras of one server: plugged in, looked at, pulled out.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "virtual-camera/program/request_log.h"
+#include "virtual-camera/usbip/usbip_server.h"
+
+namespace tavelo {
+
+/// Cameras 1 to N, offered by a server as "1-1" to "1-N".  A camera that was pulled out comes back as new.
+/// If the devices have a second video function, those are cameras N+1 to 2N, plugged and pulled with their
+/// device.
+///
+/// Thread-safe.
+class CameraRack {
+public:
+    /// Plugs every model in.
+    /// @param server must outlive the rack
+    /// @param log may be null; must outlive the rack
+    /// @param twoFunctions gives each device a second video function
+    CameraRack(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models, RequestLog* log,
+               bool twoFunctions = false);
+    ~CameraRack();
+
+    CameraRack(const CameraRack&) = delete;
+    CameraRack& operator=(const CameraRack&) = delete;
+
+    /// Cameras, those of second functions too.
+    int size() const { return static_cast<int>(slots_.size()); }
+
+    /// Null where the number does not exist or the camera is pulled out.
+    std::shared_ptr<VirtualCameraFirmware> camera(int number) const;
+
+    /// Whether a host has the camera.
+    bool isImported(int number) const;
+
+    /// False if it is plugged in, does not exist, or is the second function of a device.
+    bool plug(int number);
+    /// Pulls a camera out at once, whatever it is doing; false where it is not plugged in.
+    bool vanish(int number);
+
+private:
+    /// Writes one camera's class requests to the log.
+    class Watch : public FirmwareObserver {
+    public:
+        Watch(int number, RequestLog* log) : number_(number), log_(log) {}
+        void requestAnswered(const RequestRecord& record) override;
+        void vanished() override {}
+
+    private:
+        const int number_;
+        RequestLog* const log_;
+    };
+
+    struct Slot {
+        VirtualCameraModel model;
+        std::unique_ptr<Watch> watch;
+        std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while pulled out
+    };
+
+    bool exists(int number) const { return number >= 1 && number <= size(); }
+    bool isDevice(int number) const { return number >= 1 && number <= devices_; }
+    int deviceOf(int number) const { return isDevice(number) ? number : number - devices_; }
+    bool hasSecond() const { return size() > devices_; }
+    std::shared_ptr<VirtualCameraFirmware> makeFirmware(int number);
+    Slot& slot(int number) { return slots_[static_cast<std::size_t>(number - 1)]; }
+    const Slot& slot(int number) const { return slots_[static_cast<std::size_t>(number - 1)]; }
+
+    usbip::UsbipServer& server_;
+    const int devices_;
+    mutable std::mutex mutex_; // guards the firmwares in slots_
+    std::vector<Slot> slots_;
+};
+
+/// A camera of that number as the second video function of another one's device.
+VirtualCameraModel secondFunctionOf(const VirtualCameraModel& first, int number);
+
+/// The name under which the server offers a camera.
+std::string busIdOf(int cameraNumber);
+
+} // namespace tavelo

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// Cuts frames into the payloads of the USB Video Class and these into packets of the bus.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "virtual-camera/firmware/virtual_camera_model.h"
+
+namespace tavelo {
+
+/// Each payload is a header and a piece of the frame.  On an isochronous endpoint a packet is a payload; on a
+/// bulk endpoint a payload fills several packets and ends with a short one, an empty one if need be, unless
+/// it has the full size that was agreed on.
+///
+/// Reentrant.
+class PayloadPacketizer {
+public:
+    /// @param maxPayload bytes of a payload with its header, as agreed with the host
+    PayloadPacketizer(StreamTransport transport, std::uint32_t maxPayload);
+
+    /// Takes a frame up; the one before is done, finished or not.
+    /// @param frame must stay until it is finished or another begins; not empty
+    /// @param time when it was taken, in ticks of the camera's clock
+    void begin(std::span<const std::uint8_t> frame, std::uint32_t time);
+
+    /// Whether the whole frame is out.
+    bool finished() const;
+
+    /// Fills the next packet of a frame that is not finished.  Returns its bytes: 0 is an empty packet.
+    std::size_t packet(std::span<std::uint8_t> room);
+
+private:
+    static constexpr std::size_t headerSize = 6;
+
+    void beginPayload(std::size_t size);
+    std::size_t copy(std::span<std::uint8_t> room);
+
+    const StreamTransport transport_;
+    const std::size_t maxPayload_;
+    std::span<const std::uint8_t> frame_;
+    std::size_t sent_ = 0; ///< bytes of the frame that are in payloads already begun
+    std::uint32_t time_ = 0;
+    bool frameIdentifier_ = true; ///< toggles from frame to frame
+
+    std::array<std::uint8_t, headerSize> header_{};
+    std::span<const std::uint8_t> piece_; ///< of the frame, in the payload under way
+    std::size_t at_ = headerSize;         ///< bytes of the payload under way that are out
+    bool emptyPacketDue_ = false;
+};
+
+} // namespace tavelo

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// Orders to the virtual cameras, as lines of words.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "virtual-camera/program/camera_rack.h"
+
+namespace tavelo {
+
+/// Carries out one order and answers with one line: "ok", with values where the order asks for some, or
+/// "error" and the reason.  CAMERA counts from 1; CONTROL is a name as "brightness" or "panTilt" (whose value
+/// is two numbers, pan and tilt).  Second video functions count on after the last device, and are plugged and
+/// pulled with theirs.  Faults stay until they are cleared.
+///
+///     get CAMERA CONTROL                           the camera's own value
+///     set CAMERA CONTROL VALUE...                  turns a knob behind the host's back
+///     limits CAMERA CONTROL                        minimum, maximum, step, default
+///     stall CAMERA CONTROL [reads|writes] [CODE]   refuses, with a request error code
+///     silence CAMERA CONTROL [reads|writes]        does not answer
+///     short CAMERA CONTROL BYTES                   reads deliver so few bytes
+///     delay CAMERA MILLISECONDS [CONTROL]          answers late
+///     clear CAMERA                                 ends all faults
+///     vanish CAMERA                                pulls it out
+///     plug CAMERA                                  puts it back, as new
+///     status CAMERA                                "gone", "free" or "attached", and the stream that runs
+///
+/// Thread-safe.
+class RackCommands {
+public:
+    explicit RackCommands(CameraRack& rack) : rack_(rack) {}
+
+    std::string execute(std::string_view line);
+
+private:
+    CameraRack& rack_;
+};
+
+} // namespace tavelo
