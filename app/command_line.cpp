@@ -50,7 +50,7 @@ const CLI::Validator fourccValidator(
     },
     "{YUYV,UYVY,NV12,I420,GREY,MJPG}", "format");
 
-// CLI::Range takes "nan" for a number that lies within every range.
+// CLI::Range accepts "nan" for any range.
 CLI::Validator decimalWithin(double lowest, double highest) {
     std::ostringstream range;
     range << std::setprecision(9) << '[' << lowest << " - " << highest << ']';
@@ -75,7 +75,7 @@ const CLI::Validator cameraValidator(
     },
     "", "camera");
 
-/// The value that a name of the table stands for.  CLI11's own transformer takes the value's number, too.
+/// Maps names to values.  CLI11's own transformer would also accept an enumerator's number.
 template <typename Value>
 class NamedValues {
 public:
@@ -108,7 +108,7 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     return line + '\n';
 }
 
-// The options, and where their values go.
+// Declares the options and collects their values.
 class Options {
 public:
     Options() {
