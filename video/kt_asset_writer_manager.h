@@ -21,7 +21,7 @@ namespace tavelo {
 ///
 ///     idle --start--> prepared --first frame--> writing --stopRecord--> finishing --> idle
 ///
-/// If the writer does not start, or fails while it writes, the recording goes to finishing by itself.  A new
+/// If the writer does not start, or fails while it writes, the recording enters finishing by itself.  A new
 /// recording can start while the previous one is still finishing.  Starting during a recording stops that one
 /// first.
 ///
