@@ -25,7 +25,7 @@ QLabel* centredLabel(const QString& text, const QString& style) {
     return label;
 }
 
-// Black on light, whatever is around them.
+// Black on a light background, regardless of the surrounding colours.
 QLabel* makeCredits(const QString& credits) {
     auto* label = new QLabel(credits);
     label->setObjectName(QStringLiteral("credits"));

@@ -9,9 +9,9 @@
 
 namespace tavelo {
 
-/// Shows the program's name, version and the credits, with the way to the list of the software that it uses.
-/// One panel at a time: an open one comes to the front.  Main thread.
-/// @param bundle gives the texts; outlives the panel
+/// Shows the program's name, version and credits, with a button that opens the list of the software it uses.
+/// If the panel is already open, it comes to the front.  Main thread.
+/// @param bundle provides the texts; must outlive the panel
 void showAboutPanel(QWidget* parent, const QString& credits, const Bundle& bundle);
 
 } // namespace tavelo

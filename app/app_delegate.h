@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Observes the application's life.
+// Handles the application's start, end and reopening.
 #pragma once
 
 #include "app/camera_access.h"
@@ -10,21 +10,21 @@ namespace tavelo {
 /// Thread-bound to the main thread.
 class AppDelegate {
 public:
-    /// Both outlive the delegate.
-    /// @param windowController shows the application's first window
+    /// Both must outlive the delegate.
+    /// @param windowController shows the main window
     AppDelegate(KTWindowController& windowController, const CameraAccess& cameraAccess);
 
     /// The main window; null before applicationDidFinishLaunching().
     KTWindow* window() const { return window_; }
 
-    /// Asks for access to the camera where that is not granted yet.
+    /// Asks for access to the camera if it is not granted yet.
     void applicationDidFinishLaunching();
 
-    /// Nothing to do: the window, the session and the camera end with their owners.
+    /// Does nothing: the owners of window, session and camera release them.
     void applicationWillTerminate() {}
 
-    /// The program was started again: its window comes back, the camera's session goes on untouched.
-    /// @return true, the reopening is handled
+    /// Called when the program is started again: shows the window.  The camera's session is not affected.
+    /// @return true: the request is handled
     bool applicationShouldHandleReopenHasVisibleWindows(bool hasVisibleWindows);
 
 private:

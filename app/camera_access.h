@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Leave to use the camera, where the desktop asks the user for it.
+// Permission to use the camera, which a sandboxed program has to ask for.
 #pragma once
 
 #include <QDBusConnection>
@@ -13,11 +13,11 @@ public:
     /// @param sandboxMark a file that exists inside a sandbox only
     explicit CameraAccess(const QString& sandboxMark = QStringLiteral("/.flatpak-info"));
 
-    /// Outside a sandbox the device nodes' own rights decide, and nobody needs to be asked.
+    /// True outside a sandbox: there the permissions of the device nodes decide.
     bool isAuthorized() const { return authorized_; }
 
     /// Has the desktop's portal ask the user and returns at once.  The answer is ignored: without access the
-    /// preview gets no frames, and that shows.
+    /// preview stays black.
     void request(const QDBusConnection& bus = QDBusConnection::sessionBus()) const;
 
 private:

@@ -18,11 +18,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto pollInterval = 10ms;
-// Cameras find their exposure with the first pictures; a movie may show that, a still should not.
+// Cameras adjust their exposure during the first pictures; a still must not show that.
 constexpr std::uint64_t picturesBeforeAStill = 10;
-// Emulated machines are slow; a camera that shows nothing for that long shows nothing.
+// Long enough for a slow, emulated machine.
 constexpr auto patience = 20s;
-constexpr QRect viewFrame(0, 0, 640, 360); // nobody sees it
+constexpr QRect viewFrame(0, 0, 640, 360); // never shown
 
 std::optional<std::size_t> numberOf(const std::string& text) {
     std::size_t number = 0;
@@ -31,7 +31,7 @@ std::optional<std::size_t> numberOf(const std::string& text) {
     return number;
 }
 
-// A movie that could not be finished may play all the same.
+// What an unfinished movie's file still holds.
 std::string whatIsThere(const Error& error) {
     if (!error.kept) return "not written";
     std::array<char, 32> seconds{};
@@ -54,7 +54,7 @@ CameraErrand::CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriter
 
 CameraErrand::~CameraErrand() {
     if (observing_) capture_.removeObserver(this);
-    // A movie still under way is finished here, and its handler finds this object alive.
+    // Finishes a movie that is still being recorded; its handler uses this object.
     view_.reset();
     recorder_.reset();
 }
@@ -111,7 +111,7 @@ void CameraErrand::poll() {
     }
 }
 
-// Waiting is of no use: a program that streams goes on streaming, and rights do not come by themselves.
+// These errors do not go away by waiting: another program streams, or permission is missing.
 bool CameraErrand::cannotBeHad() const {
     const auto input = view_->videoCaptureDeviceInput();
     const ErrorCode code = input ? input->trouble().code : ErrorCode::invalid;
@@ -120,7 +120,7 @@ bool CameraErrand::cannotBeHad() const {
 
 Error CameraErrand::trouble() const {
     if (const auto input = view_->videoCaptureDeviceInput()) return input->trouble();
-    Error error; // no input could be made; the view keeps quiet about the reason
+    Error error; // no input could be made, and the view does not report why
     camera_->makeInput(error);
     return error;
 }

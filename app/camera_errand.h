@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A still or a movie of a camera, without the window.
+// Takes a still or records a movie without a window.
 #pragma once
 
 #include <QElapsedTimer>
@@ -20,8 +20,8 @@ namespace tavelo {
 class KTDisplayView;
 class TimedRecorder;
 
-/// Runs the camera through the same capture view, renderer and recorder as the panel does, and ends the event
-/// loop: with 0, or with 1 and one line on the standard error stream.
+/// Uses the same capture view, renderer and recorder as the panel.  Ends the event loop with 0, or with 1 and
+/// one line on the standard error stream.
 ///
 ///     waiting for pictures --> writing the still ------------------------------> done
 ///                          --> recording --time over, stop(), camera gone--> finishing --> done
@@ -31,15 +31,15 @@ class CameraErrand final : public QObject, public CaptureDeviceObserver {
     Q_OBJECT
 
 public:
-    /// Both platforms outlive the errand.
+    /// `capture` must outlive this object.
     CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
                  ErrandRequest request, RendererChoice renderer);
     ~CameraErrand() override;
 
-    /// Begins; the event loop does the rest.
+    /// Starts the camera and returns; the work is done in the event loop.
     void start();
 
-    /// Ends it early: a movie is finished as it stands, a still is given up.
+    /// Ends early: a movie is finished with what was recorded, a still is not written.
     void stop();
 
 private:
@@ -64,7 +64,7 @@ private:
     const RendererChoice renderer_;
 
     State state_ = State::waiting;
-    std::string complaint_; // why a movie ends before its time
+    std::string complaint_; // why the movie ended early
     std::shared_ptr<CaptureDevice> camera_;
     std::shared_ptr<TimedRecorder> recorder_;
     std::unique_ptr<KTDisplayView> view_;

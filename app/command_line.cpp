@@ -50,7 +50,7 @@ const CLI::Validator fourccValidator(
     },
     "{YUYV,UYVY,NV12,I420,GREY,MJPG}", "format");
 
-// CLI::Range takes "nan" for a number that lies within every range.
+// CLI::Range accepts "nan" for any range.
 CLI::Validator decimalWithin(double lowest, double highest) {
     std::ostringstream range;
     range << std::setprecision(9) << '[' << lowest << " - " << highest << ']';
@@ -75,7 +75,7 @@ const CLI::Validator cameraValidator(
     },
     "", "camera");
 
-/// The value that a name of the table stands for.  CLI11's own transformer takes the value's number, too.
+/// Maps names to values.  CLI11's own transformer would also accept an enumerator's number.
 template <typename Value>
 class NamedValues {
 public:
@@ -108,7 +108,7 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     return line + '\n';
 }
 
-// The options, and where their values go.
+// Declares the options and collects their values.
 class Options {
 public:
     Options() {
@@ -135,12 +135,12 @@ private:
     void addCameras() {
         CLI::Option* const virtualCameras =
             app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
-                            "Use this many virtual cameras in place of the machine's")
+                            "Use this many virtual cameras instead of real ones")
                 ->check(CLI::Range(1, mostVirtualCameras));
         CLI::Option* const transport =
             app_.add_option("--transport", transport_,
-                            "Who speaks to the cameras: kernel (its driver) or usb (this program, which "
-                            "takes the camera from the driver while it is shown)")
+                            "How to access cameras: kernel (through its driver) or usb (directly, taking "
+                            "the camera from the driver while it is shown)")
                 ->excludes(virtualCameras);
         transports.addTo(transport);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
@@ -153,7 +153,7 @@ private:
             ->check(fourccValidator)
             ->type_name("FOURCC");
         app_.add_flag("--verbose", line_.verbose,
-                      "Tell on the standard error stream what cameras refuse and why");
+                      "Print camera failures and their reasons on the standard error stream");
     }
 
     void addWindow() {

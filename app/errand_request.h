@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the program is to do with a camera instead of showing its window.
+// The still or movie to take instead of showing the window.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@ struct ErrandRequest {
 
     Kind kind = Kind::snapshot;
     std::string file;
-    /// Of the movie; absent: until the program is told to end.
+    /// Of the movie; absent: record until the program is told to end.
     std::optional<std::chrono::duration<double>> duration;
     /// A camera's number, from 1, or its identifier; empty: the first one.
     std::string camera;

@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// Thread-bound to the main thread; one a process.
+/// Thread-bound to the main thread; one per process.
 class KTApplication final : public QApplication {
     Q_OBJECT
 
@@ -17,11 +17,11 @@ public:
     /// Qt keeps references to both arguments.
     KTApplication(int& argc, char** argv);
 
-    /// Shows the about panel; its credits name the open-source software used.
+    /// Shows the about panel, with the credits.
     /// @param options ignored
     void orderFrontStandardAboutPanelWithOptions(const QVariantMap& options, const Bundle& bundle);
 
-    /// The credits: a localised heading, a line break, the list.
+    /// A localised heading, a line break, and the list of the open-source software used.
     static QString credits(const Bundle& bundle);
 };
 

@@ -30,8 +30,8 @@ void KTWindowController::miniaturize(QObject* /*sender*/) {
     window_.showMinimized();
 }
 
-// A press that no control took arrives here.  The window system moves the window: it knows about snapping,
-// several screens, and, on Wayland, positions.
+// Presses that no control handles arrive here.  The window system moves the window, because only it knows
+// about snapping, several screens and, on Wayland, window positions.
 bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
     if (watched == &window_ && event->type() == QEvent::MouseButtonPress) {
         const auto* press = static_cast<QMouseEvent*>(event);

@@ -9,22 +9,23 @@
 
 namespace tavelo {
 
-/// Thread-bound to the main thread; neither owns the other.
+/// Thread-bound to the main thread.
 class KTWindowController final : public QObject, public PanelWindow {
     Q_OBJECT
 
 public:
+    /// @param window must outlive the controller
     explicit KTWindowController(KTWindow& window);
 
     KTWindow& window() const { return window_; }
 
-    /// Called once the window has its content: makes its background a handle to drag it by and brings it to
-    /// the front.
+    /// Call once the window has its content.  Lets the user drag the window by its background, and brings it
+    /// to the front.
     void windowDidLoad();
 
     void makeKeyAndOrderFront();
 
-    /// Hides the window; the program and the camera's session go on.
+    /// Closes the window; the program and the camera's session keep running.
     void close() override;
     void miniaturize(QObject* sender) override;
 

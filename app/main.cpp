@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The program's entry: puts the pieces together and runs them.
+// The program's entry point: creates the parts, connects them and runs the event loop.
 #include <QIcon>
 #include <QThreadPool>
 #include <cstdio>
@@ -35,7 +35,7 @@
 namespace tavelo {
 namespace {
 
-// Qt would end the program with a core dump and a page of text.
+// Without a display Qt would abort with a core dump and a long message.
 bool haveDisplay() {
     for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
         const char* value = std::getenv(variable);
@@ -52,8 +52,8 @@ BackendOptions backendOptions(const CommandLine& commandLine) {
     return options;
 }
 
-// Another process is the panel: its window comes to the front, and this one ends.  It names
-// the options that only a new panel could follow.
+// Another process runs the panel: brings its window to the front, and prints which options of this process
+// are ignored.
 int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
     if (reason.isEmpty()) {
@@ -65,7 +65,6 @@ int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     return 1;
 }
 
-// The panel with all that it stands on, from its start to its end.
 int runPanel(const CommandLine& commandLine, KTApplication& application, const SingleInstance* instance) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
@@ -110,7 +109,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     if (commandLine.screenshot) screenshot.emplace(window, panel.displayView(), *commandLine.screenshot);
     const int status = KTApplication::exec();
     delegate.applicationWillTerminate();
-    // Pushes of settings still under way use the manager, and the manager the backends.
+    // Settings pushes that still run use the manager, and the manager uses the backends.
     QThreadPool::globalInstance()->waitForDone();
     KTUVCManager::sharedManager().releasePlatform();
     return status;
@@ -118,17 +117,17 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
 
 int runWindow(const CommandLine& commandLine, KTApplication& application) {
     application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
-    // A screenshot is an errand of its own, beside a panel that may be open.
+    // A screenshot gets its own window, even if a panel is already running.
     if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
 
     SingleInstance instance;
     if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance, commandLine);
-    // A closed window comes back by starting the program again; without a bus nobody would tell it to.
+    // Starting the program again shows a closed window, but only if there is a bus to ask for it.
     application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
     return runPanel(commandLine, application, &instance);
 }
 
-// A still or a movie, beside a panel that may be open.
+// Takes a still or a movie, even if a panel is already running.
 int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
@@ -140,7 +139,7 @@ int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
 }
 
 int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
-    // Without a window no display is needed, and none is touched.
+    // Stills and movies need no display.
     if (commandLine.errand) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
     KTApplication application(argc, argv);

@@ -66,7 +66,7 @@ void PanelMenu::addLanguages() {
     add(&systemLanguage_, {});
     languageMenu_.addSeparator();
     for (const std::string& localization : bundle_.localizations()) {
-        // Each language in its own words: who cannot read the others finds it.
+        // Each language is named in that language, so that its speakers can find it.
         const std::string name = bundle_.string(localization, "language_name").value_or(localization);
         add(new QAction(QString::fromStdString(name), &languages_), localization);
     }
@@ -94,7 +94,7 @@ bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PanelMenu::popup(const QPoint& globalPosition) {
-    // Some window systems show a menu only as the child of a window.
+    // Some window systems show a menu only if it has a parent window.
     menu_.winId();
     menu_.windowHandle()->setTransientParent(window_.windowHandle());
     menu_.popup(globalPosition);

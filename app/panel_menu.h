@@ -15,19 +15,20 @@
 
 namespace tavelo {
 
-/// About, reconnect (F5), language, quit (Ctrl+Q): opened by the right button, the menu key or Shift+F10
-/// anywhere in the window; the keys work without it.  Thread-bound to the main thread.
+/// About, reconnect (F5), language, quit (Ctrl+Q).  The right mouse button, the menu key or Shift+F10 open
+/// the menu anywhere in the window; F5 and Ctrl+Q also work while it is closed.  Thread-bound to the main
+/// thread.
 class PanelMenu final : public QObject {
     Q_OBJECT
 
 public:
-    /// All outlive the menu.
+    /// All must outlive the menu.
     PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& language);
 
 Q_SIGNALS:
     void aboutChosen();
     void reconnectChosen();
-    /// The bundle gives texts in another language now.
+    /// The bundle's language has changed.
     void languageChanged();
     void quitChosen();
 
@@ -51,7 +52,7 @@ private:
     QAction reconnect_;
     QAction systemLanguage_;
     QAction quit_;
-    QShortcut menuKey_; // Qt knows the menu key alone
+    QShortcut menuKey_; // Shift+F10, which Qt does not handle itself
 };
 
 } // namespace tavelo

@@ -9,8 +9,8 @@
 namespace tavelo {
 namespace {
 
-// Not "KTLanguageTypeKey": that one belongs to whoever deploys the program, concerns the controls' names
-// only, and is never written here.
+// Not "KTLanguageTypeKey": that key is set by whoever deploys the program, applies to the controls' names
+// only, and is never written by the program.
 constexpr std::string_view preferencesKey = "PreferredLanguage";
 
 } // namespace

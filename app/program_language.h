@@ -9,18 +9,18 @@
 
 namespace tavelo {
 
-/// Puts one localisation before the desktop's languages, and keeps the choice in the preferences.
+/// Gives one localisation priority over the desktop's languages, and stores the choice in the preferences.
 /// Thread-bound to the main thread.
 class ProgramLanguage {
 public:
-    /// Takes up the choice of earlier runs.  Both outlive this object.
+    /// Applies the stored choice.  Both must outlive this object.
     ProgramLanguage(ResourceBundle& bundle, PreferencesStore& preferences);
 
-    /// A localisation's name; empty: as the desktop says.
+    /// A localisation's name, or empty to follow the desktop.
     const std::string& chosen() const { return chosen_; }
 
-    /// Texts asked for afterwards are in this language.
-    /// @param localization one that the bundle has, or empty
+    /// Affects texts that are requested from now on.
+    /// @param localization one that the bundle has, or empty to follow the desktop
     void choose(const std::string& localization);
 
 private:

@@ -7,7 +7,7 @@
 namespace tavelo {
 
 void QtMainQueue::post(Task task) {
-    // Qt copies the functor, a task cannot be copied.
+    // Qt copies the functor, but a task cannot be copied.
     QMetaObject::invokeMethod(
         this, [shared = std::make_shared<Task>(std::move(task))] { (*shared)(); }, Qt::QueuedConnection);
 }

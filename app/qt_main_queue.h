@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// Made on the main thread, after the application object; tasks still waiting die with it.
+/// Created on the main thread, after the application object.  Destruction drops the tasks that still wait.
 class QtMainQueue final : public QObject, public MainQueue {
     Q_OBJECT
 

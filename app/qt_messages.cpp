@@ -13,11 +13,11 @@ void print(QtMsgType type, const QMessageLogContext& /*context*/, const QString&
     const QString firstSentence =
         message.section(QLatin1Char('\n'), 0, 0).section(QStringLiteral(". "), 0, 0);
     std::fprintf(stderr, "tavelo-control-panel: %s\n", qPrintable(firstSentence));
-    // Qt would dump core now; that no display can be reached is no fault of the program.
+    // Qt would dump core now, but an unreachable display is no bug of the program.
     if (type == QtFatalMsg) std::_Exit(1);
 }
 
-// Warnings are for who develops the program: a session without a folder for sockets, a theme without an icon.
+// Skips warnings, which are for developers: no runtime directory, an icon missing from the theme.
 void printFailures(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (type == QtCriticalMsg || type == QtFatalMsg) print(type, context, message);
 }

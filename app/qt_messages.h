@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Qt's own messages.
+// Prints Qt's own messages.
 #pragma once
 
 namespace tavelo {
 
-/// Prints them as lines of the program on the standard error stream: all of them when verbose, otherwise only
-/// what keeps the program from working.  Before the application object is made.
+/// Prints Qt's messages on the standard error stream, in the program's own format: all of them if verbose,
+/// otherwise only critical and fatal ones.  Call before the application object is created.
 void installQtMessages(bool verbose);
 
 } // namespace tavelo

@@ -9,13 +9,13 @@
 namespace tavelo {
 namespace {
 
-// A handler may do little more than write to a descriptor; the event loop does the rest.
+// A signal handler may only call async-signal-safe functions: it writes to a pipe that the event loop reads.
 volatile std::sig_atomic_t writeEnd = -1;
 
 extern "C" void wakeEventLoop(int /*signal*/) {
     const char byte = 0;
     const ssize_t written = ::write(writeEnd, &byte, 1);
-    static_cast<void>(written); // a full pipe means that a signal waits already
+    static_cast<void>(written); // if the pipe is full, a signal is already waiting
 }
 
 std::array<int, 2> openPipe() {
@@ -35,10 +35,10 @@ QuitSignals::QuitSignals() : pipe_(openPipe()), notifier_(pipe_[0], QSocketNotif
     connect(&notifier_, &QSocketNotifier::activated, this, &QuitSignals::drain);
     std::signal(SIGTERM, wakeEventLoop);
     std::signal(SIGINT, wakeEventLoop);
-    // Started by nohup, it shall outlive its terminal.
+    // nohup ignores SIGHUP so that the program outlives its terminal.
     hangsUp_ = std::signal(SIGHUP, wakeEventLoop) != SIG_IGN;
     if (!hangsUp_) std::signal(SIGHUP, SIG_IGN);
-    // With the terminal goes the standard error stream; what finishes a movie still has things to say.
+    // Closing the terminal closes standard error, but finishing a movie may still print messages.
     std::signal(SIGPIPE, SIG_IGN);
 }
 

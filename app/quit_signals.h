@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SIGTERM, SIGINT and SIGHUP as an orderly end of the program.
+// Turns SIGTERM, SIGINT and SIGHUP into an orderly end of the program.
 #pragma once
 
 #include <QObject>
@@ -8,8 +8,8 @@
 
 namespace tavelo {
 
-/// While it lives, these signals lead to asked() and do not kill the program.  SIGHUP stays ignored if it was
-/// so before, and SIGPIPE is ignored from now on.  One a process, on the main thread.
+/// While it exists, these signals emit asked() instead of killing the program.  SIGHUP stays ignored if it
+/// was ignored before.  SIGPIPE is ignored from now on.  One per process, on the main thread.
 class QuitSignals final : public QObject {
     Q_OBJECT
 
@@ -24,7 +24,7 @@ private:
     void drain();
 
     std::array<int, 2> pipe_{-1, -1};
-    bool hangsUp_ = false; // SIGHUP is ours
+    bool hangsUp_ = false; // SIGHUP was not ignored before
     QSocketNotifier notifier_;
 };
 

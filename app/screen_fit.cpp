@@ -10,7 +10,7 @@
 namespace tavelo {
 namespace {
 
-// What the desktop leaves of the window's screen, in points.
+// The screen area without the desktop's panels, in points.
 QRect availableArea(const QWidget& window) {
     return window.screen() != nullptr ? window.screen()->availableGeometry() : QRect();
 }
@@ -18,7 +18,7 @@ QRect availableArea(const QWidget& window) {
 } // namespace
 
 ScreenFit::ScreenFit(QWidget& window, PanelView& view) : window_(window), view_(view) {
-    window_.winId(); // a widget tells of other screens through its native window only
+    window_.winId(); // only the native window reports screen changes
     connect(window_.windowHandle(), &QWindow::screenChanged, this, &ScreenFit::follow);
     follow(window_.screen());
 }
@@ -31,7 +31,7 @@ void ScreenFit::follow(QScreen* screen) {
         bringIntoView();
     });
     fit();
-    // Not while the user drags the window from one screen to another.
+    // Only if the former screen is gone, not while the user drags the window to another screen.
     const QScreen* const before = std::exchange(screen_, screen);
     if (before != nullptr && !QGuiApplication::screens().contains(before)) bringIntoView();
 }
@@ -43,12 +43,12 @@ void ScreenFit::fit() {
     view_.setScale(scale);
     const QSize smallest = (panelSize * scale).toSize();
     window_.setMinimumSize(smallest);
-    if (window_.isMaximized() || window_.isFullScreen()) return; // the window manager's to size
+    if (window_.isMaximized() || window_.isFullScreen()) return; // the window manager sets the size
     const QSize wanted = (inUnits * scale).toSize();
     window_.resize(available.isEmpty() ? wanted : wanted.boundedTo(available).expandedTo(smallest));
 }
 
-// Window managers do this for most windows; without it the close button may lie outside of the screen.
+// Not every window manager does this for a frameless window, whose close button may then be off screen.
 void ScreenFit::bringIntoView() {
     if (window_.isMaximized() || window_.isFullScreen()) return;
     const QRect area = availableArea(window_);

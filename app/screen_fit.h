@@ -12,14 +12,14 @@ class QScreen;
 
 namespace tavelo {
 
-/// Keeps the window's smallest size that of the whole panel, and the panel's scale such that it fits the
-/// screen that the window is on: at the start, on another screen, and when the screen changes.  On a larger
-/// screen the window gets its size back.  Main thread.
+/// Scales the panel so that it fits the window's screen: at the start, when the window moves to another
+/// screen, and when the screen changes.  On a larger screen the window gets its size back.  The window cannot
+/// be made smaller than the panel.  Main thread.
 class ScreenFit final : public QObject {
     Q_OBJECT
 
 public:
-    /// @param window holds the view, and has not been shown yet; it gets its native window
+    /// @param window contains the view and has not been shown yet; this creates its native window
     ScreenFit(QWidget& window, PanelView& view);
 
 private:
@@ -29,8 +29,8 @@ private:
 
     QWidget& window_;
     PanelView& view_;
-    const QScreen* screen_ = nullptr; // the one that is followed, compared only: it may be gone
-    QMetaObject::Connection changes_; // of that screen
+    const QScreen* screen_ = nullptr; // may dangle, only compared
+    QMetaObject::Connection changes_; // of screen_
 };
 
 } // namespace tavelo

@@ -17,12 +17,12 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto pollInterval = 20ms;
-// A few frames: the first one may come before the window is on the screen.
+// More than one, because the first frames may be drawn before the window is on the screen.
 constexpr std::uint64_t framesToWaitFor = 5;
-// Emulated machines are slow; a camera that shows nothing by then shows nothing.
+// Long enough for a slow, emulated machine.
 constexpr auto patience = 60s;
 
-// Nothing on Wayland, which lets no program read the screen.
+// Null on Wayland, where programs cannot read the screen.
 QImage screen(QWidget& window) {
     return window.screen()
         ->grabWindow(window.winId())
@@ -34,8 +34,8 @@ QImage drawn(QWidget& window) {
     return window.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
-// What is on the screen, cut to the window's own shape: without a compositor its corners would be black.
-// Where the screen cannot be read, the window and the preview are drawn anew.
+// The screen's pixels, cut to the window's shape, because without a compositor the corners are black.  If the
+// screen cannot be read, window and preview are drawn again.
 QImage picture(QWidget& window, KTDisplayView* displayView) {
     const QImage onScreen = screen(window);
     QImage result = drawn(window);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A picture of the window, taken once the camera's picture shows in it.
+// Takes a picture of the window once the camera's picture shows.
 #pragma once
 
 #include <QElapsedTimer>
@@ -12,13 +12,14 @@ namespace tavelo {
 
 class KTDisplayView;
 
-/// Watches the preview, writes the window to a PNG file and ends the event loop: with 0, or with 1 and one
-/// line on the standard error stream.  A window without a camera is taken as it stands.  Main thread.
+/// Waits for the preview, writes the window to a PNG file and ends the event loop: with 0, or with 1 and one
+/// line on the standard error stream.  Does not wait if no camera is shown.  Main thread.
 class Screenshot final : public QObject {
     Q_OBJECT
 
 public:
-    /// @param displayView may be null; both outlive this object
+    /// @param window must outlive this object
+    /// @param displayView may be null; must outlive this object
     Screenshot(QWidget& window, KTDisplayView* displayView, std::string path);
 
 private:

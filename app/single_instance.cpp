@@ -9,7 +9,7 @@
 namespace tavelo {
 namespace {
 
-// The desktop file has the same name; desktops rely on that.
+// Must be the name of the desktop file.
 const QString serviceName = QStringLiteral("org.tavelo.ControlPanel");
 const QString objectPath = QStringLiteral("/org/tavelo/ControlPanel");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
@@ -17,7 +17,7 @@ const QString activationToken = QStringLiteral("activation-token");
 
 constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
-// The user's click started this process; the token lets the first one raise its window for it.
+// The activation token of the click that started this process allows the first process to raise its window.
 QVariantMap platformData() {
     const QString token = qEnvironmentVariable(tokenVariable);
     if (token.isEmpty()) return {};
@@ -28,7 +28,7 @@ QVariantMap platformData() {
 
 SingleInstance::SingleInstance(QDBusConnection bus) : bus_(std::move(bus)) {
     if (!bus_.isConnected()) return;
-    // The object first: who finds the name finds somebody behind it.
+    // Registered before the name, so that nobody finds the name without the object.
     new ApplicationAdaptor(*this); // a child of this object
     bus_.registerObject(objectPath, this);
     const auto reply = bus_.interface()->registerService(serviceName);
@@ -55,7 +55,7 @@ ApplicationAdaptor::ApplicationAdaptor(SingleInstance& instance)
       instance_(instance) {}
 
 void ApplicationAdaptor::Activate(const QVariantMap& platformData) {
-    // Qt takes the token from the environment when the window asks for the focus next.
+    // Qt reads the token from the environment when the window next asks for the focus.
     const QString token = platformData.value(activationToken).toString();
     if (!token.isEmpty()) qputenv(tokenVariable, token.toUtf8());
     Q_EMIT instance_.reopened();

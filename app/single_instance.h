@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One panel a session: starting the program again shows the window that is there.
+// One panel per session: starting the program again shows the existing window.
 #pragma once
 
 #include <QDBusAbstractAdaptor>
@@ -10,15 +10,15 @@
 
 namespace tavelo {
 
-/// Takes the program's name on the session bus, or finds out that another process has it.  Main thread.
+/// Tries to own the program's name on the session bus.  Main thread.
 class SingleInstance final : public QObject {
     Q_OBJECT
 
 public:
     enum class Role : std::uint8_t {
-        first,  ///< this process is the panel; reopened() tells of later starts
-        second, ///< another process is
-        alone,  ///< there is no session bus to ask; every start is a panel of its own
+        first,  ///< this process runs the panel; reopened() reports later starts
+        second, ///< another process runs the panel
+        alone,  ///< there is no session bus; every process runs its own panel
     };
 
     explicit SingleInstance(QDBusConnection bus = QDBusConnection::sessionBus());
@@ -26,8 +26,8 @@ public:
 
     Role role() const { return role_; }
 
-    /// For the second process: asks the first one to show its window and waits for the answer.
-    /// @return empty, or why the first one did not
+    /// Called by the second process.  Asks the first one to show its window and waits for the answer.
+    /// @return empty on success, else the reason of the failure
     QString activateFirst();
 
 Q_SIGNALS:
@@ -38,7 +38,7 @@ private:
     Role role_ = Role::alone;
 };
 
-/// The desktop's interface for starting programs over the bus.
+/// The freedesktop interface for starting programs over D-Bus.
 class ApplicationAdaptor final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")

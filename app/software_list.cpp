@@ -37,7 +37,7 @@ QTableWidget* makeTable(const Bundle& bundle) {
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setTabKeyNavigation(false); // Tab goes on to the button
+    table->setTabKeyNavigation(false); // Tab moves on to the button
     table->setAlternatingRowColors(true);
     table->setShowGrid(false);
     table->setWordWrap(true);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The open-source software that the program uses, for people to read.
+// Shows the open-source software that the program uses.
 #pragma once
 
 #include <QString>
@@ -15,10 +15,10 @@ struct UsedSoftware {
     QString licence; ///< its name in English, as its authors gave it
 };
 
-/// What the data file in the program lists.  Reentrant.
+/// Reads the list from the program's resources.  Reentrant.
 std::vector<UsedSoftware> usedSoftware();
 
-/// Shows the list in a dialog of its own, over `parent`.  Main thread.
+/// Shows the list in a dialog over `parent`.  Main thread.
 void showSoftwareList(QWidget* parent, const Bundle& bundle);
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Failures of cameras as lines on the standard error stream.
+// Prints camera failures on the standard error stream.
 #pragma once
 
 #include "platform/diagnostics.h"

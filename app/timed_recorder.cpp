@@ -14,7 +14,7 @@ void TimedRecorder::recordPixelBufferWithPresentationTime(const std::shared_ptr<
                                                           const MediaTime& presentationTime) {
     const double now = static_cast<double>(presentationTime.value) / presentationTime.timescale;
     if (!begin_) begin_ = last_ = now;
-    // A camera's clock is no ruler: the frame that lies nearest to the end is the first one beyond it.
+    // Timestamps jitter, so the frame nearest to the end counts as the first one after it.
     const double halfAFrame = (now - std::exchange(last_, now)) / 2;
     if (duration_ && now - *begin_ + halfAFrame >= duration_->count())
         stopRecord();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A recorder that stops by itself.
+// A recorder that stops after a given time.
 #pragma once
 
 #include <chrono>
@@ -10,11 +10,11 @@
 
 namespace tavelo {
 
-/// Records so many seconds of the camera's own time: the frames from the first one on that lie within them.
-/// Threads as the recorder's.
+/// Stops after the given duration, counted from the first frame by the frames' timestamps.  Threads as in
+/// KTAssetWriterManager.
 class TimedRecorder final : public KTAssetWriterManager {
 public:
-    /// @param duration absent: until somebody stops it
+    /// @param duration absent: record until stopRecord() is called
     TimedRecorder(std::shared_ptr<AssetWriterPlatform> platform,
                   std::optional<std::chrono::duration<double>> duration);
 
@@ -23,8 +23,8 @@ public:
 
 private:
     const std::optional<std::chrono::duration<double>> duration_;
-    std::optional<double> begin_; // in seconds of the capture clock, as
-    double last_ = 0;             // the last frame's time
+    std::optional<double> begin_; // the first frame's time, in seconds of the capture clock
+    double last_ = 0;             // the last frame's time, likewise
 };
 
 } // namespace tavelo

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int jpegQuality = 85;
 
-// Slopes with grain on them: neither flat nor noise.
+// Gradients with grain: neither flat areas nor pure noise.
 std::uint8_t sample(std::uint32_t x, std::uint32_t y, std::uint32_t channel) {
     const std::uint32_t grain = (x * 7919 + y * 104729 + channel * 31) % 24;
     return std::uint8_t((x / 4 + y / 3 * (channel + 1) + grain) & 0xFF);

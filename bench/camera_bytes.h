@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Frames as a camera sends them.
+// Frames in the formats that cameras send.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace tavelo::bench {
 
-/// A busy picture of that size in YUYV or MJPEG (4:2:2, as cameras do); empty for another format.
+/// A detailed picture in YUYV or MJPEG (4:2:2, as cameras send it); empty for other formats.
 std::vector<std::uint8_t> cameraBytes(Fourcc format, FrameSize size);
 
 } // namespace tavelo::bench

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t smallestPiece = 1024;
 
-// Constant-initialised: both are used before main().
+// Constant-initialised, because they are used before main().
 constinit std::atomic<std::uint64_t> allocations = 0;
 constinit std::atomic<std::uint64_t> copiedBytes = 0;
 
@@ -33,7 +33,7 @@ void* copyByBytes(void* to, const void* from, std::size_t size) {
     return to;
 }
 
-// memmove serves for both; while it is being looked up the loader copies by bytes.
+// Uses memmove for both.  Until dlsym() has found it, copies byte by byte.
 void* copyAndCount(void* to, const void* from, std::size_t size) {
     if (size >= smallestPiece) copiedBytes.fetch_add(size, std::memory_order_relaxed);
     if (const Copy move = systemMove.load(std::memory_order_acquire)) return move(to, from, size);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the program takes from the heap and copies, counted by replacing the functions that do it.
+// Counts the program's heap allocations and copied bytes, by replacing the functions that do it.
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@
 namespace tavelo::bench {
 
 struct Counts {
-    /// Calls of operator new, on all threads.  What C libraries take by malloc is not ours.
+    /// Calls of operator new, on all threads.  Calls of malloc by C libraries are not counted.
     std::uint64_t allocations = 0;
-    /// By memcpy and memmove, on all threads, the graphics driver included; pieces below 1 KiB left out.
+    /// By memcpy and memmove, on all threads and in the graphics driver too, without pieces below 1 KiB.
     std::uint64_t copiedBytes = 0;
 
     friend Counts operator-(const Counts& a, const Counts& b) {

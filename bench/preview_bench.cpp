@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What a frame of the preview costs from the camera's bytes to the drawn picture, for each renderer, format
-// and size.
+// Measures the cost of a preview frame, from the camera's bytes to the drawn picture, for each renderer,
+// format and size.
 //
-// Columns: microseconds a frame for the conversion to BGRA, the copy into the renderer's memory, the compute
-// pass and the display pass; allocations a frame from the conversion on; frames' worth of bytes that the
-// processor copied after the conversion (the compute pass of the processor's renderer, which is one itself,
-// left out).
+// Columns, all per frame: microseconds for the conversion to BGRA, the copy into the renderer's memory, the
+// correction pass and the display pass; allocations, conversion included; bytes that the CPU copied after the
+// conversion, in frames.  The correction pass of the CPU's renderer, which is such a copy, is not counted.
 #include <benchmark/benchmark.h>
 
 #include <QGuiApplication>
@@ -27,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int warmUpFrames = 5;
 
-/// Times of the stages, and what else they cost, summed over frames.
+/// Times and other costs of the stages, summed over frames.
 struct FrameCosts {
     Clock::duration convert{};
     Clock::duration copy{};
@@ -37,7 +36,7 @@ struct FrameCosts {
     std::uint64_t copiedBytes = 0;
 };
 
-/// The way of a frame, one stage after another.
+/// The stages that a frame passes through.
 class Pipeline {
 public:
     Pipeline(FramePasses& passes, Fourcc format, FrameSize size)
@@ -51,7 +50,7 @@ public:
             passes.makePicture(PictureUse::correctedFrame, size.width, size.height, first->bytesPerRow());
         matrix_ = KTMTKView::getMetalMatrixFromCAMatrix(
             modelViewTransform(VideoGravity::resizeAspect, size.width, size.height, previewSize));
-        parameters_.shouldFlipHorizontal = 1; // the dearer way
+        parameters_.shouldFlipHorizontal = 1; // the slower case
         groupCount_ = correctionGroupCount(size.width, size.height);
     }
 
@@ -147,7 +146,7 @@ void registerFrames(const char* name, BenchRenderer* renderer) {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    // Without a display there is no OpenGL, but the processor draws all the same.
+    // Without a display there is no OpenGL, but the CPU's renderer still works.
     if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "minimal");
     const QGuiApplication application(argc, argv);

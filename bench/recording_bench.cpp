@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What a still and a movie cost: recording_bench [SECONDS].
+// Measures the cost of stills and movies: recording_bench [SECONDS].
 //
-// Prints how long a snapshot holds the preview up at 1920x1080, and the processor time that a recorded frame
-// takes at 1280x720, conversion, encoding, file and the final copy included, beside what the ffmpeg program
-// takes with the same encoder settings for the same frames.  With SECONDS it also records a virtual camera
-// that long in real time, preview and all, and tells what was lost.
+// Prints how long a snapshot delays the preview at 1920x1080, and the CPU time per recorded frame at 1280x720
+// (conversion, encoding, file and final copy), compared with the ffmpeg program with the same encoder
+// settings and frames.  With SECONDS it also records a virtual camera with its preview in real time for that
+// long, and prints how many frames were lost.
 #include <sys/resource.h>
 #include <sys/wait.h>
 
@@ -78,7 +78,7 @@ CaptureFormatRequest formatOf(std::uint32_t width, std::uint32_t height) {
     return format;
 }
 
-/// Copies of a virtual camera's frames, one after another.
+/// Collects copies of a virtual camera's frames.
 class FrameCollector final : public FrameSink {
 public:
     explicit FrameCollector(std::size_t count) : count_(count) {}
@@ -118,7 +118,7 @@ std::vector<std::shared_ptr<PixelBuffer>> cameraFrames(std::uint32_t width, std:
     return frames;
 }
 
-/// As a sensor has it in a dim room, which is what costs an encoder of stills most.
+/// Like a sensor in a dim room; the worst case for a PNG encoder.
 void addNoise(PixelBuffer& frame) {
     std::minstd_rand random(1);
     for (std::size_t y = 0; y < frame.height(); ++y) {
@@ -230,7 +230,7 @@ void benchMovie(const Folder& folder) {
     std::printf("  ratio   %.2f\n", ours.millisecondsPerFrame / theirs.millisecondsPerFrame);
 }
 
-/// Counts what the renderer hands over, and what the writer took of it.
+/// Counts the frames that the renderer passes on, and those that the writer accepted.
 class CountingRecorder final : public KTAssetWriterManager {
 public:
     using KTAssetWriterManager::KTAssetWriterManager;
@@ -264,8 +264,7 @@ void recordCamera(const Folder& folder, int seconds) {
         const std::uint64_t goal = renderer.drawnFrames() + count;
         while (renderer.drawnFrames() < goal) {
             QApplication::processEvents();
-            std::this_thread::sleep_for(
-                std::chrono::milliseconds(2)); // leaves the processor to the recording
+            std::this_thread::sleep_for(std::chrono::milliseconds(2)); // leaves the CPU to the recording
         }
     };
     awaitFrames(5);

@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    // Goes with the context.
+    // Freed with the context.
     void makeFramebuffer() {
         QOpenGLExtraFunctions& gl = *context_->context().extraFunctions();
         GLuint colour = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The passes of both renderers, drawing into memory of the preview's size.
+// Both renderers' passes, which draw into memory of the preview's size.
 #pragma once
 
 #include <functional>
@@ -13,18 +13,18 @@ namespace tavelo::bench {
 /// The preview's size in the panel.
 inline constexpr ViewportSize previewSize{536, 301};
 
-/// A renderer on a thread of its own.  Made and destroyed on the main thread.
+/// A renderer on its own thread.  Created and destroyed on the main thread.
 class BenchRenderer {
 public:
     virtual ~BenchRenderer() = default;
 
-    /// Runs `work` where the passes may be used.
+    /// Runs `work` on the renderer's thread.
     virtual void run(const std::function<void(FramePasses&)>& work) = 0;
 };
 
 std::unique_ptr<BenchRenderer> makeCpuRenderer();
-/// Null where there is no OpenGL that will do.
-/// @param mapped whether frames live in mapped memory; null too where the driver cannot
+/// Null if there is no suitable OpenGL, or if the driver does not support `mapped`.
+/// @param mapped whether frames are in mapped memory
 std::unique_ptr<BenchRenderer> makeGlRenderer(bool mapped);
 
 } // namespace tavelo::bench

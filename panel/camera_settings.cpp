@@ -9,7 +9,7 @@ namespace {
 
 using C = KTUVCControl;
 
-// What a record holds of a control that could not be read.
+// Stored for a control that could not be read.
 constexpr std::int64_t unread = -1;
 
 bool canBe(std::int64_t value, C control, const KTUVCParameters& record) {
@@ -73,7 +73,7 @@ std::int64_t integer(const PreferencesDictionary& profile, std::string_view key)
     const auto& value = entry->second.value;
     if (const auto* number = std::get_if<std::int64_t>(&value)) return *number;
     if (const auto* flag = std::get_if<bool>(&value)) return *flag ? 1 : 0;
-    // Only numbers edited by hand are fractions; those outside the range of integers mean nothing.
+    // Only a file edited by hand contains fractions.  Those outside the range of integers are ignored.
     const auto* fraction = std::get_if<double>(&value);
     constexpr double limit = 9e18;
     return fraction != nullptr && *fraction > -limit && *fraction < limit
@@ -87,7 +87,7 @@ bool boolean(const PreferencesDictionary& profile, std::string_view key) {
 
 ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager) {
     ValuesToWrite values;
-    bool wasSilent = false; // the camera, when the profile was made
+    bool wasSilent = false; // whether the camera did not answer when the profile was created
     for (std::size_t i = 0; i < storedControls.size(); ++i) {
         const StoredControl& control = storedControls[i];
         const KTUVCParameters& record = *manager.record(control.control);

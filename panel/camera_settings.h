@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The stored settings of a camera: four profiles and which of them was selected last.
+// The stored settings of a camera: four profiles and the index of the one selected last.
 #pragma once
 
 #include <array>
@@ -17,27 +17,27 @@ inline constexpr std::string_view settingsKey = "kNSUserDefaultsKeyCameraSetting
 inline constexpr std::string_view mirrorKey = "kNSUserDefaultsKeyMirror";
 inline constexpr std::string_view selectedProfileKey = "kNSUserDefaultsKeyCameraSelectedProfileIndex";
 
-/// Where the selected profile's entry stands in a record, behind the four profiles.
+/// The position of the selected profile's entry in a record, after the four profiles.
 inline constexpr std::size_t selectedProfilePosition = 4;
 
-/// One camera control that a profile keeps.
+/// A camera control whose value profiles store.
 struct StoredControl {
     std::string_view key;
     KTUVCControl control;
-    /// Whether a value off its default makes a profile differ from the camera's defaults.
+    /// Whether areDefaults() considers it.
     bool decidesDefaults;
 };
 
-/// In the order in which they are written to the camera.
+/// In the order in which profiles write them to the camera.
 extern const std::array<StoredControl, 8> storedControls;
 
-/// The store's key of one camera's record.
+/// The preferences key of a camera's record.
 std::string keyForCamera(std::string_view uniqueID);
 
 /// The camera's own defaults, mirror off.
 PreferencesDictionary defaults(const KTUVCManager& manager);
 
-/// Overwrites the nine entries with what the camera is set to now; other entries stay, and so do those of
+/// Overwrites the nine entries with the camera's current values.  Keeps other entries, and the entries of
 /// controls that the camera does not have.
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror);
 
@@ -46,20 +46,20 @@ PreferencesArray newRecord(const PreferencesDictionary& profile, std::int64_t se
 
 PreferencesDictionary selectedProfileEntry(std::int64_t selectedProfile);
 
-/// 0 where the entry is missing or no number.
+/// 0 if the entry is missing or not a number.
 std::int64_t integer(const PreferencesDictionary& profile, std::string_view key);
 bool boolean(const PreferencesDictionary& profile, std::string_view key);
 
 using ValuesToWrite = std::array<std::optional<std::int64_t>, 8>;
 
-/// What of a profile goes to the bound camera, in the order of storedControls: what it supports.
+/// The values of a profile that the bound camera supports, in the order of storedControls.
 ///
-/// A profile made while a camera did not answer holds -1 for what could not be read.  If it holds a -1
-/// that its control cannot have, none of its -1 is written.
+/// A profile created while the camera did not answer holds -1 for values that could not be read.  If any -1
+/// in a profile is outside its control's range, none of its -1 values is written.
 ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager);
 
-/// Whether all controls that decide it stand at the bound camera's defaults.  Values that are not written
-/// decide nothing.
+/// Whether the profile's values are the bound camera's defaults.  Looks only at controls with
+/// decidesDefaults, and only at values that would be written.
 bool areDefaults(const PreferencesDictionary& profile, const KTUVCManager& manager);
 
 } // namespace tavelo::camera_settings

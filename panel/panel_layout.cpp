@@ -6,7 +6,7 @@
 namespace tavelo {
 namespace {
 
-// In a rectangle with y upward, QRectF's bottom() is the upper edge; these two say what is meant.
+// With y upward, QRectF's bottom() is the upper edge.  These two avoid the confusion.
 constexpr qreal lowerEdge(const QRectF& frame) {
     return frame.y();
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where every element of the panel stands.
+// Computes the position of every element of the panel.
 #pragma once
 
 #include <QRectF>
@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// The slider rows, the lowest first.
+/// The slider rows, from bottom to top.
 enum class PanelRow : std::size_t {
     panLeftRight,
     panUpDown,
@@ -23,7 +23,7 @@ enum class PanelRow : std::size_t {
 inline constexpr std::size_t panelRowCount = 8;
 inline constexpr std::size_t profileCount = 4;
 
-/// What the layout cannot know: the view's size and how large texts and artwork come out, in units.
+/// Sizes that the layout depends on, in units: the view, and the rendered texts and artwork.
 struct PanelMeasures {
     QSizeF view;
     QSizeF title;
@@ -31,7 +31,7 @@ struct PanelMeasures {
     QSizeF logo;
 };
 
-/// Frames in units, the origin at the lower left of the view, y upward: `y()` is an element's lower edge.
+/// Frames in units, with the origin at the lower left of the view and y upward: `y()` is the lower edge.
 struct PanelLayout {
     struct Row {
         QRectF slider;
@@ -65,16 +65,16 @@ struct PanelLayout {
     QRectF closeButton;
 };
 
-/// The panel's own size, for which its frames are made, in units.
+/// The size that the panel is designed for, in units.
 inline constexpr QSizeF panelSize(1111, 660);
 
-/// Points a unit, so that the whole panel fits into that many points: 1, or less on a small screen.
+/// The scale, in points per unit, at which the whole panel fits into `available` points.  At most 1.
 double scaleToFit(const QSizeF& available);
 
 /// Reentrant.
 PanelLayout layoutPanel(const PanelMeasures& measures);
 
-/// A frame of the layout in Qt's coordinates, y downward from the upper edge of the view.
+/// Converts a frame to Qt's coordinates, with y downward from the upper edge of the view.
 constexpr QRectF flipped(const QRectF& frame, qreal viewHeight) {
     return {frame.x(), viewHeight - frame.y() - frame.height(), frame.width(), frame.height()};
 }

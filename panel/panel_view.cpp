@@ -28,7 +28,7 @@ namespace {
 constexpr qreal viewRadius = 16;
 constexpr qreal settingRadius = 10;
 
-// Sizes in units; a unit is a pixel at a scale factor of 1 on a screen that is large enough.
+// Sizes in units.  A unit is a pixel if neither the desktop nor the panel is scaled.
 QFont arial(int size) {
     QFont font(QStringLiteral("Arial"));
     font.setPixelSize(size);
@@ -91,7 +91,7 @@ KTProfileButton* makeWindowButton(QWidget* parent, const QString& imageName) {
     return button;
 }
 
-// The layout has halves: half a unit goes up, towards the texts of the row, which stand a little high.
+// The layout contains half units.  They are rounded upward, because the row's texts are drawn a little high.
 QRectF wholeFrame(const QRectF& frame, qreal viewHeight) {
     return flipped(frame.toRect(), viewHeight);
 }
@@ -182,10 +182,10 @@ void PanelView::retranslate(const Bundle& bundle) {
     if (displayView_ != nullptr) displayView_->setAccessibleName(text(bundle, "Preview"));
     minButton_->setAccessibleName(text(bundle, "Minimise"));
     closeButton_->setAccessibleName(text(bundle, "Close"));
-    viewDidLayout(); // the mirror row follows its title's width
+    viewDidLayout(); // the mirror row depends on its title's width
 }
 
-// From top to bottom, the settings before the preview's column.
+// From top to bottom, first the settings, then the preview's column.
 void PanelView::orderTabs() {
     QWidget* last = camera1Button_;
     const auto next = [&last](QWidget* widget) {

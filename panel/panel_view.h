@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The panel's view: every widget of the window, its look and its place.
+// The panel's view: creates, styles and places every widget of the window.
 #pragma once
 
 #include <QWidget>
@@ -28,26 +28,27 @@ struct SliderRow {
 };
 
 /// The main view.  Draws its rounded background and the settings panel itself; everything else is a child
-/// widget. It knows no camera: the controller reads and writes its widgets.  Thread-bound to the main thread.
+/// widget.  It does not access cameras: the controller reads and sets the widgets.  Thread-bound to the main
+/// thread.
 class PanelView final : public QWidget {
     Q_OBJECT
 
 public:
-    /// @param bundle gives the texts
-    /// @param displayView becomes a child; may be null, then the preview's place stays black
+    /// @param bundle provides the texts
+    /// @param displayView becomes a child; if null, the preview's area stays black
     PanelView(const Bundle& bundle, std::unique_ptr<KTDisplayView> displayView);
     ~PanelView() override;
 
-    /// Points a unit: 1, or less if the panel is scaled down as a whole.
+    /// Points per unit: 1, or less if the panel is scaled down.
     double scale() const { return scale_; }
     void setScale(double scale);
 
-    /// The settings panel, and the patch that makes its corner under the camera tabs square: drawn by the
-    /// view, in units with y downward.
+    /// The settings panel, and the patch that makes its corner under the camera tabs square.  In units, with
+    /// y downward.
     const QRectF& settingBackgroundView() const { return settingBackgroundView_; }
     const QRectF& settingBackgroundView_leftTop() const { return settingBackgroundView_leftTop_; }
 
-    /// Shows every text in the bundle's language, as when it was made.
+    /// Sets every text again, in the bundle's current language.
     void retranslate(const Bundle& bundle);
 
     const SliderRow& row(PanelRow row) const { return rows_[static_cast<std::size_t>(row)]; }
@@ -99,7 +100,7 @@ public:
     KTProfileButton* saveProfileButton() const { return saveProfileButton_; }
     KTProfileButton* restoreProfileButton() const { return restoreProfileButton_; }
 
-    /// Null where no preview could be made.
+    /// Null if no preview could be created.
     KTDisplayView* displayView() const { return displayView_; }
     ImageView* logoImageView() const { return logoImageView_; }
     KTProfileButton* minButton() const { return minButton_; }

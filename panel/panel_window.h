@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the panel asks of the window that it lives in.
+// What the panel needs from its window.
 #pragma once
 
 #include <QObject>

@@ -9,11 +9,11 @@
 namespace tavelo {
 namespace {
 
-/// One save that is not on the disk yet.
+/// A save that is not on the disk yet.
 struct Save {
     std::string key;
     std::size_t position;
-    PreferencesValue before; // counts once the save of the same profile before this one has ended
+    PreferencesValue before; // valid once earlier saves of the same profile have ended
     PreferencesValue after;
 };
 
@@ -44,7 +44,7 @@ struct ProfileSaves::State {
     }
 
     PreferencesStore& store;
-    std::list<Save> saves; // in their order
+    std::list<Save> saves; // oldest first
 };
 
 ProfileSaves::ProfileSaves(PreferencesStore& store) : state_(std::make_shared<State>(store)) {}

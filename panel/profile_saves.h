@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Saves profiles into the cameras' settings records.
+// Saves profiles in the cameras' settings records.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@
 
 namespace tavelo {
 
-/// Puts profiles into the preferences, and takes them out again if they could not be written, so that a
-/// profile is what the disk has of it.  Thread-bound to the main thread.
+/// Stores profiles in the preferences, and restores the previous profile if the file cannot be written, so
+/// that memory and disk agree.  Thread-bound to the main thread.
 class ProfileSaves {
 public:
-    /// @param store outlives this
+    /// @param store must outlive this object
     explicit ProfileSaves(PreferencesStore& store);
     ~ProfileSaves();
 
@@ -23,8 +23,8 @@ public:
     ProfileSaves& operator=(const ProfileSaves&) = delete;
 
     /// @param key of a record that has a profile at `position`
-    /// @param ended gets true once the profile is on the disk, false if it could not be written; later, on
-    /// the main thread, and never once this is gone
+    /// @param ended called later on the main thread: true once the profile is on the disk, false if it could
+    /// not be written.  Not called after this object is destroyed.
     void save(const std::string& key, std::size_t position, const PreferencesDictionary& profile,
               std::function<void(bool saved)> ended);
 

@@ -28,7 +28,7 @@ void showSavedAlert(QWidget* parent, const Bundle& bundle) {
     alert.setText(text(bundle, "Saved_successfully"));
     alert.setIconPixmap(
         Image::fromFile(QStringLiteral(":/images/saved.svg")).pixmap(alert.devicePixelRatioF()));
-    // The only button answers to Enter and to Esc.
+    // Enter and Esc both activate the only button.
     alert.setDefaultButton(alert.addButton(text(bundle, "OK"), QMessageBox::AcceptRole));
     wearPanelLook(alert);
     if (auto* layout = qobject_cast<QGridLayout*>(alert.layout())) {

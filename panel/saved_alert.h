@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// Modal; returns once the user dismissed it.  Main thread.
+/// Modal: returns once the user has dismissed it.  Main thread.
 void showSavedAlert(QWidget* parent, const Bundle& bundle);
 
 } // namespace tavelo

@@ -15,12 +15,12 @@ namespace {
 
 using camera_settings::storedControls;
 
-// Relative exposure time, written before values of the user's own; some cameras settle only then.
+// Relative exposure time, written before the user's own values, because some cameras settle only then.
 constexpr std::array<std::uint8_t, 2> exposureStep{100, 0};
 constexpr std::int32_t cameraTerminal = 1;
 constexpr std::int32_t relativeExposureSelector = 5;
 
-// Time for a camera that did not answer to recover.
+// Gives a camera that did not answer time to recover.
 constexpr std::chrono::seconds pauseAfterSilence{1};
 
 class SettingsPush : public std::enable_shared_from_this<SettingsPush> {
@@ -74,7 +74,7 @@ private:
         return camera_.openInterfaceAgain();
     }
 
-    // Its outcome does not matter: a camera without this control is none the worse.
+    // The result is ignored, because the camera may not have this control.
     void prepare() {
         prepared_ = true;
         if (shouldGetBright_)
@@ -99,7 +99,7 @@ private:
 
     WalkPatience patience_;
     bool prepared_ = false;
-    bool hasPaused_ = false; // for the failure that closed the interface
+    bool hasPaused_ = false; // after the failure that closed the interface
     std::size_t next_ = 0;
 };
 

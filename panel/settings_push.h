@@ -12,10 +12,10 @@
 
 namespace tavelo {
 
-/// What a push asks of whoever shows the camera.  Each may be called from any thread, does its work on the
-/// main thread later, and does nothing once the panel is gone or another camera is bound.
+/// Callbacks of a push.  They are called from any thread, do their work later on the main thread, and do
+/// nothing once the panel is gone or another camera is bound.
 struct SettingsPushEvents {
-    /// The camera took the value of storedControls[control].
+    /// The camera accepted the value of storedControls[control].
     std::function<void(std::size_t control)> accepted;
     /// Call `proceed` after the pause.
     std::function<void(std::chrono::milliseconds pause, std::function<void()> proceed)> proceedLater;
@@ -23,12 +23,12 @@ struct SettingsPushEvents {
 
 /// Queues the push on the global thread pool and returns at once.
 ///
-/// One write after another, each on its own merits: a refused one does not stop those behind it, for the push
-/// opens the camera's interface anew.  A camera that did not answer is left alone for a moment first; one
-/// that is gone, or silent for a second time, ends the push.  Two pushes may interleave; the last write of a
-/// control wins.  A push is for the camera that is bound now, with what it supports now, and for no other.
-/// @param manager outlives the push
-/// @param shouldGetBright skip the preparation of the camera for values of the user's own
+/// Writes one control after another.  If a write fails, the push reopens the camera's interface and goes on
+/// with the next control: at once if the camera refused, after a pause if it did not answer.  It ends if the
+/// camera is gone or fails to answer a second time.  Two pushes may interleave; the last write of a control
+/// wins.  A push writes only to the camera that is bound now, and only what it supports now.
+/// @param manager must outlive the push
+/// @param shouldGetBright skip the preparation that the camera needs for values of the user's own
 void pushSettings(KTUVCManager& manager, const PreferencesDictionary& settings, bool shouldGetBright,
                   SettingsPushEvents events);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Start-up, the connections between widgets and actions, and what concerns the panel as a whole.
+// Start-up, the connections between widgets and actions, and everything that concerns the whole panel.
 #include "panel/view_controller.h"
 
 #include <QVBoxLayout>
@@ -16,7 +16,7 @@
 namespace tavelo {
 namespace {
 
-// Video devices; the only part of the bus that the panel looks at.
+// Only video devices are of interest.
 constexpr int videoScope = 2;
 
 } // namespace
@@ -37,7 +37,7 @@ ViewController::ViewController(const PanelEnvironment& environment)
 
 ViewController::~ViewController() {
     if (observing_) capture_.removeObserver(this);
-    // The manager outlives the panel, its prober must not tell a dead one.
+    // The manager outlives the panel, so its prober must not call it any more.
     uvcManager_.setProber(nullptr);
 }
 
@@ -120,7 +120,7 @@ void ViewController::setCameraControlViewEnable(bool enable) {
 
 void ViewController::hiddenMtkViewAndShowAfterDelay(std::chrono::milliseconds delay) {
     hiddenMtkView();
-    showTimer_.start(delay); // one that runs already starts anew
+    showTimer_.start(delay); // restarts it if it is running
 }
 
 void ViewController::hiddenMtkView() {

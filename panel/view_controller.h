@@ -27,7 +27,7 @@ namespace tavelo {
 
 struct SettingsPushEvents;
 
-/// What the panel works with; everything outlives it.
+/// What the panel works with.  Everything must outlive it.
 struct PanelEnvironment {
     KTUVCManager& uvcManager;
     CapturePlatform& capture;
@@ -35,18 +35,18 @@ struct PanelEnvironment {
     const Bundle& bundle;
     PanelWindow& window;
     RendererChoice renderer = RendererChoice::automatic;
-    /// Lets a time pass; may return sooner in a test.
+    /// Sleeps; tests may replace it.
     std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
         std::this_thread::sleep_for(time);
     };
 };
 
-/// The single owner of the program's main flow.
+/// Connects cameras, controls and profiles to the widgets.
 ///
 ///     no camera --arrival--> camera shown, not controllable --bound--> camera shown and bound
 ///
-/// Selection moves through switchCameraWithIndex() alone.  Thread-bound to the main thread; the only callback
-/// from elsewhere, the bus prober's, does nothing.
+/// Only switchCameraWithIndex() changes which camera is shown.  Thread-bound to the main thread, except the
+/// bus prober's callback, which does nothing.
 class ViewController final : public QObject, public BusProberDelegate, public CaptureDeviceObserver {
     Q_OBJECT
 
@@ -54,25 +54,25 @@ public:
     explicit ViewController(const PanelEnvironment& environment);
     ~ViewController() override;
 
-    /// Starts everything up: prober, widgets, cameras.  Once, before the view is shown.
+    /// Sets up prober, widgets and cameras.  Call once, before the view is shown.
     void viewDidLoad();
 
-    /// Null before viewDidLoad(); the controller's until putInto().
+    /// Null before viewDidLoad().  Owned by the controller until putInto().
     PanelView* view() const { return view_; }
 
-    /// Makes the view the whole content of a window, which owns it from then on.  After viewDidLoad().
+    /// Makes the view the whole content of a window, which takes ownership.  Call after viewDidLoad().
     void putInto(QWidget& window);
 
-    /// Shows the texts in the bundle's language of now.
+    /// Shows the texts in the bundle's current language.
     void languageDidChange() { view_->retranslate(bundle_); }
 
     KTUVCManager& uvcManager() const { return uvcManager_; }
     PreferencesStore& userDefaults() const { return userDefaults_; }
     KTDisplayView* displayView() const { return view_->displayView(); }
     const std::vector<std::shared_ptr<CaptureDevice>>& devicesArray() const { return devicesArray_; }
-    /// 0 to 3, or -1 where no profile is selected.
+    /// 0 to 3, or -1 if no profile is selected.
     std::int64_t profileIndex() const { return profileIndex_; }
-    /// Nothing while no camera is bound.
+    /// Empty while no camera is bound.
     const std::optional<std::string>& cameraSettingKey() const { return cameraSettingKey_; }
 
     // Cameras
@@ -85,8 +85,8 @@ public:
     void captureDeviceWasDisconnectedNotification(const std::shared_ptr<CaptureDevice>& device);
     void busProberInformationDidChange() override;
     void setCameraControlViewEnable(bool enable);
-    /// Starts the shown camera and its controls afresh, as a switch to it does; without a camera, looks for
-    /// one again.
+    /// Restarts the shown camera and its controls, like a switch to it.  If there is none, looks for cameras
+    /// again.
     void reconnectCamera();
     void hiddenMtkViewAndShowAfterDelay(std::chrono::milliseconds delay);
     void hiddenMtkView();
@@ -127,32 +127,31 @@ private:
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;
-    /// As many buttons as there are cameras; that of the camera shown is lit.
+    /// Shows one button per camera, and selects that of the camera shown.
     void showCameraButtons(std::optional<std::size_t> shown);
     void showProfileStates();
     void createSettingsRecordIfMissing();
 
-    /// Binds to the camera behind the picture and shows its values.  A camera that has no control interface
-    /// or answers for no control is shown and not controllable.
+    /// Binds the controls to the camera shown and displays its values.  A camera without a control interface,
+    /// or one that answers for no control, is shown with its controls disabled.
     void bindControls(const CaptureDevice& device);
-    /// A camera that failed while it was read is read once more after a second of quiet.
+    /// After a read failure, reads the camera once more when there was no user action for a second.
     void readAgainAfterQuiet();
     void readAgain();
 
-    /// A failed request closes the camera's interface for good.  Before the panel acts, it opens the
-    /// interface anew if the policy allows it.  If the records could not be read before, they are read now,
-    /// and the widgets change.
-    /// @return whether the widgets showed the camera's own values, so that the user's choice may be sent
+    /// Reopens the camera's interface if a failed request closed it and the policy allows it.  If the
+    /// camera's values could not be read before, reads them now and updates the widgets.
+    /// @return whether the widgets already showed the camera's values, so that the user's choice may be sent
     bool prepareAction();
-    /// Runs an action of a slider or button that sends a value, unless prepareAction() says no.
-    /// @param held whether it is part of a drag that goes on
+    /// Runs a slider's or button's action that sends a value, unless prepareAction() returns false.
+    /// @param held whether it is part of a drag that continues
     void cameraAction(bool held, const std::function<void()>& action);
     bool isBoundAs(BindingIdentity binding) const { return uvcManager_.bindingIdentity() == binding; }
 
     void sliderAction(PanelRow row, const KTSlider* sender);
     void powerLineAction(std::int64_t value);
 
-    /// Show what the records hold: the label alone, or label and slider.
+    /// Show the values last read: the first only in the label, the second in label and slider.
     void showValueText(PanelRow row);
     void showValue(PanelRow row);
     void showPowerLine();
@@ -172,7 +171,7 @@ private:
     const RendererChoice renderer_;
     const std::function<void(std::chrono::milliseconds)> pause_;
 
-    std::unique_ptr<PanelView> ownedView_; // until a window takes it
+    std::unique_ptr<PanelView> ownedView_; // until a window owns it
     PanelView* view_ = nullptr;
     QTimer showTimer_{this}; // shows the preview again
     QTimer readAgainTimer_{this};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The camera's controls behind the picture: binding, and what a camera that fails or falls silent means.
+// Binds the controls to the camera shown, and handles cameras that fail or do not answer.
 #include "panel/camera_settings.h"
 #include "panel/view_controller.h"
 #include "widgets/kt_slider.h"
@@ -9,7 +9,7 @@ namespace tavelo {
 void ViewController::bindControls(const CaptureDevice& device) {
     readAgainTimer_.stop();
     cameraSettingKey_.reset();
-    // A drag that began on another camera, or on values that are about to change, moves nothing more.
+    // Ends a drag that began with another camera, or with values that are about to change.
     for (const SliderRow& row : view_->rows())
         row.slider->letGo();
     reopening_.dragEnded();
@@ -19,7 +19,7 @@ void ViewController::bindControls(const CaptureDevice& device) {
     if (bound) {
         refreshCameraSettingData();
         cameraSettingKey_ = camera_settings::keyForCamera(device.uniqueID());
-        // What could not be read would be stored as -1, for good.
+        // Values that could not be read would be stored permanently as -1.
         if (uvcManager_.recordsAreRead()) createSettingsRecordIfMissing();
     }
     setCameraControlViewEnable(bound);
@@ -37,7 +37,7 @@ bool ViewController::prepareAction() {
     if (!uvcManager_.isControllable()) return false;
     const bool isRead = uvcManager_.recordsAreRead();
     if (isRead && !uvcManager_.interfaceIsClosed()) return true;
-    if (readAgainTimer_.isActive()) readAgainTimer_.start(); // this was not quiet
+    if (readAgainTimer_.isActive()) readAgainTimer_.start(); // a user action restarts the quiet time
 
     const auto index = shownIndex();
     if (!index || !reopening_.mayOpen(uvcManager_.failure(), uvcManager_.failedAt(), uvcManager_.now()))

@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Cameras need a moment after their stream starts before they answer on the control interface.
+// After their stream starts, cameras need some time before they answer on the control interface.
 constexpr auto settleTime = 100ms;
 
 } // namespace
@@ -106,11 +106,11 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
     } else if (wasShown) {
         switchCameraWithIndex(0);
     } else {
-        showCameraButtons(shownIndex()); // the camera shown may have another number now
+        showCameraButtons(shownIndex()); // the camera shown may have a new index
     }
 }
 
-// The capture devices' own arrival and removal drive the panel.
+// The panel reacts to capture devices instead.
 void ViewController::busProberInformationDidChange() {}
 
 std::optional<std::size_t> ViewController::indexOf(const std::shared_ptr<CaptureDevice>& device) const {

@@ -18,14 +18,14 @@ namespace {
 constexpr std::int64_t powerLine50Hz = 1;
 constexpr std::int64_t powerLine60Hz = 2;
 
-/// Which number of a record a row shows.
+/// Which part of a control's value a row shows.
 enum class Share : std::uint8_t {
-    whole,       ///< the camera's own number
-    panDegrees,  ///< the low half, arc-seconds in the camera
-    tiltDegrees, ///< the high half
+    whole,       ///< the value as it is
+    panDegrees,  ///< the low half, which is in arc-seconds
+    tiltDegrees, ///< the high half, which is in arc-seconds
 };
 
-/// How a row speaks with the camera.
+/// The camera control behind a row.
 struct RowControl {
     PanelRow row;
     KTUVCControl control;
@@ -36,7 +36,7 @@ struct RowControl {
 using C = KTUVCControl;
 using M = KTUVCManager;
 
-// In the order in which a newly bound camera's values are shown.
+// In the order in which the values of a newly bound camera are shown.
 constexpr std::array<RowControl, panelRowCount> rowControls{{
     {PanelRow::brightness, C::bright, &M::setBrightWithComplitionHandle},
     {PanelRow::contrast, C::contrast, &M::setContrastWithComplitionHandle},
@@ -54,7 +54,7 @@ const RowControl& controlOf(PanelRow row) {
     return *std::ranges::find(rowControls, row, &RowControl::row);
 }
 
-/// What a row shows of a number in the camera's units; degrees are truncated toward zero.
+/// Converts a value in the camera's units to the number shown; degrees are truncated toward zero.
 std::int64_t shownValue(const RowControl& control, std::int64_t value) {
     switch (control.share) {
         case Share::whole:
@@ -67,10 +67,10 @@ std::int64_t shownValue(const RowControl& control, std::int64_t value) {
     return value;
 }
 
-/// The number in the camera's units that a slider's position stands for.
+/// Converts a slider's position to the camera's units.
 std::int64_t commandedValue(const RowControl& control, std::int32_t position) {
     if (control.share == Share::whole) return position;
-    // 32-bit arithmetic that wraps: a range that large comes from a camera that lies about itself.
+    // Wraps in 32 bits if the camera reports a nonsensically large range.
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(position) *
                                      std::uint32_t(arcSecondsPerDegree));
 }
@@ -85,7 +85,7 @@ void ViewController::contrastSliderAction(KTSlider* sender) {
     sliderAction(PanelRow::contrast, sender);
 }
 
-// The one row that keeps quiet where nothing changed, as on the release that ends a drag.
+// The only row that sends nothing if the value did not change, such as on the release that ends a drag.
 void ViewController::saturationSliderAction(KTSlider* sender) {
     if (sender->intValue() != uvcManager_.saturation()->val())
         sliderAction(PanelRow::saturation, sender);
@@ -125,7 +125,7 @@ void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
     });
 }
 
-// Switch and renderer each turn over from their own state.
+// Switch and renderer each invert their own state.
 void ViewController::mirrorSwitchAction(KTSwitch* sender) {
     sender->setOn(!sender->on());
     if (displayView() == nullptr) return;
@@ -174,7 +174,7 @@ void ViewController::showValue(PanelRow row) {
     showValueText(row);
 }
 
-// Everything but 50 Hz shows as 60 Hz, "off" included: the panel has no third button.
+// Everything but 50 Hz is shown as 60 Hz, even "off", because there is no third button.
 void ViewController::showPowerLine() {
     view_->hz50Button()->setCheck(uvcManager_.powerLine()->val() == powerLine50Hz);
     view_->hz60Button()->setCheck(!view_->hz50Button()->check());

@@ -18,16 +18,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The picture is hidden while the camera settles to a profile's values.
+// How long the picture is hidden while the camera applies a profile.
 constexpr auto profileSettleTime = 300ms;
 
-// In the order of camera_settings::storedControls: what shows an accepted value.
+// The row that shows an accepted value, in the order of camera_settings::storedControls.
 constexpr std::array<std::optional<PanelRow>, 8> rowOfStoredControl{
     PanelRow::brightness, PanelRow::contrast, PanelRow::saturation, PanelRow::whiteBalance,
     PanelRow::sharpness,  PanelRow::zoom,     std::nullopt,         std::nullopt};
 constexpr std::size_t panTiltPosition = 6;
 
-/// Runs `function(panel)` on the main thread later, unless the panel is gone by then.  From any thread.
+/// Runs `function(panel)` later on the main thread, unless the panel is gone by then.  Thread-safe.
 template <typename F>
 void onMainThread(const QPointer<ViewController>& panel, F function) {
     QMetaObject::invokeMethod(
@@ -117,7 +117,7 @@ void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
     if (stored == nullptr) return;
     PreferencesDictionary profile = *stored;
     camera_settings::storeCurrent(profile, uvcManager_, view_->mirrorSwitch()->on());
-    // The store has said why, if it is not saved.  A window closed meanwhile stays closed.
+    // If saving fails, the store reports why.  The alert must not reopen a window closed meanwhile.
     profileSaves_.save(*cameraSettingKey_, static_cast<std::size_t>(profileIndex_), profile,
                        [this](bool saved) {
                            if (saved && view_->isVisible()) showSavedAlert(view_, bundle_);
@@ -126,14 +126,14 @@ void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
 
 void ViewController::restoreProfileButtonAction(QObject* /*sender*/) {
     view_->restoreProfileButton()->setState(0);
-    prepareAction(); // the defaults may have to be read first
+    prepareAction(); // may have to read the defaults first
     setCameraWithCameraSettingsDictionaryShouldGetBright(camera_settings::defaults(uvcManager_), true);
 }
 
 void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
     const PreferencesDictionary& settings, bool shouldGetBright) {
     prepareAction();
-    // Unlike a slider's position, stored values do not come from what the widgets showed before.
+    // The result of prepareAction() does not matter here: stored values do not depend on what was shown.
     if (uvcManager_.recordsAreRead()) pushSettings(uvcManager_, settings, shouldGetBright, pushEvents());
     reopening_.actionEnded(uvcManager_.now(), false);
 

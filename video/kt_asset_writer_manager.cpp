@@ -42,7 +42,7 @@ KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> 
 
 KTAssetWriterManager::~KTAssetWriterManager() {
     stopRecord();
-    // Dies after the lock is gone: it waits for its writer, whose thread takes the lock.
+    // Destroyed without the lock: it waits for its writer, whose thread takes the lock.
     std::unique_ptr<Movie> last;
     const std::lock_guard lock(mutex_);
     last = std::move(movie_);
@@ -161,7 +161,7 @@ void KTAssetWriterManager::stopRecord() {
     recording_ = false;
     movie_->finishing = true;
     movieVideoInput_->markAsFinished();
-    // Both outlive the call: a movie waits for its writer when it dies.
+    // Both outlive the call: a movie's destructor waits for its writer.
     AssetWriter& writer = *movie_->writer;
     writer.finishWritingWithCompletionHandler(
         [this, &writer, movie = movie_.get()] { movieDidFinish(*movie, writer); });

@@ -21,32 +21,32 @@ namespace tavelo {
 ///
 ///     idle --start--> prepared --first frame--> writing --stopRecord--> finishing --> idle
 ///
-/// A writer that will not start, or fails while it writes, goes to finishing by itself.  A recording that is
-/// still finishing does not stand in the way of the next; starting while one is under way stops that one
+/// If the writer does not start, or fails while it writes, the recording enters finishing by itself.  A new
+/// recording can start while the previous one is still finishing.  Starting during a recording stops that one
 /// first.
 ///
-/// Thread-bound to the render queue, but for the flags and the completion handler, which are thread-safe: the
-/// writer's own thread ends a recording.  Some calls are virtual so that a test can watch the renderer.
+/// Thread-bound to the render queue, except the flags and the completion handler, which are thread-safe
+/// because the writer's own thread ends a recording.  Some calls are virtual for tests.
 class KTAssetWriterManager {
 public:
     using Clock = std::chrono::system_clock;
 
-    /// Runs once for each start: on the caller's thread where nothing was begun, otherwise on the writer's
-    /// own.  It must neither throw nor wait for the render queue.
+    /// Called once for each start: on the caller's thread if the recording could not begin, otherwise on the
+    /// writer's thread.  It must neither throw nor wait for the render queue.
     using CompletionHandler = std::function<void(bool success, const Error& error)>;
 
-    /// What a recorder asks about the world; a test answers otherwise.
+    /// Replaced by tests.
     struct Surroundings {
         std::function<Clock::time_point()> now = [] { return Clock::now(); };
-        /// The user's documents; nowhere by default means the desktop's own folder.
+        /// The user's documents folder; empty (the default) means the desktop's.
         std::filesystem::path documents;
     };
 
-    /// Without a platform no movie can be made.
+    /// Without a platform every start fails.
     KTAssetWriterManager();
     explicit KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform);
     KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform, Surroundings surroundings);
-    /// Stops a recording under way, and waits for every movie that is finishing.
+    /// Stops the recording, and waits for all movies that are finishing.
     virtual ~KTAssetWriterManager();
 
     KTAssetWriterManager(const KTAssetWriterManager&) = delete;
@@ -54,33 +54,35 @@ public:
 
     // Recording
 
-    /// Prepares a movie of the buffer's size; it begins with the next frame.
-    /// @param audioOutputSettings without them the movie has no audio track
+    /// Prepares a movie of the buffer's size, which begins with the next frame.
+    /// @param audioOutputSettings if absent, the movie has no audio track
     /// @param completionHandler may be empty
     void startRecordWithPixelBufferFilePathAudioOutputSettingsCompletionHandler(
         const std::shared_ptr<PixelBuffer>& pixelBuffer, const std::string& filePath,
         const std::optional<AudioSettings>& audioOutputSettings, CompletionHandler completionHandler);
 
-    /// The same under a name of its own (getNewURL), as a QuickTime movie and without a report.
+    /// Likewise, but writes a QuickTime movie to getNewURL(), and reports nothing.
     /// @param audioSettings not used
     void startRecordWithVideoSettingsAudioSettings(const VideoSettings& videoSettings,
                                                    const std::optional<AudioSettings>& audioSettings);
 
-    /// Appends a frame; the time line begins with the first.  Ignored while idle, and where the time's value
-    /// is 0.  A frame that finds the writer busy is dropped.  The pixels may be overwritten after the call.
+    /// Appends a frame; the movie's time starts with the first one.  Ignored while idle, and if the time's
+    /// value is 0.  Dropped if the writer is busy.  The pixels may be overwritten after the call.
     virtual void recordPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& pixelBuffer,
                                                        const MediaTime& presentationTime);
 
-    /// Appends a frame timed by the wall clock, in 1/600 s since the start; no two frames share a time.
+    /// Appends a frame with a timestamp from the wall clock, in 1/600 s since the start.  Timestamps are
+    /// unique.
     void recordPixelBuffer(const std::shared_ptr<PixelBuffer>& pixelBuffer);
 
-    /// Appends a captured sample: pictures as above, sound once the first picture has come.
+    /// Appends a captured sample: pictures as above, sound only after the first picture.
     void recordSampleBuffer(const SampleBuffer& sampleBuffer);
 
-    /// Finishes the movie in the background.  Ignored where there is none, or it is finishing already.
+    /// Finishes the movie in the background.  Ignored if there is none, or if it is already finishing.
     void stopRecord();
 
-    /// documents/yyyyMMdd/HHmmss.mp4 of this moment.  Makes the folder, deletes a file that bears the name.
+    /// documents/yyyyMMdd/HHmmss.mp4 for the current time.  Creates the folder and deletes an existing file
+    /// of that name.
     std::filesystem::path getNewURL();
 
     // State
@@ -107,19 +109,19 @@ public:
     void setMovieAudioInput(std::shared_ptr<AssetWriterInput> input) { movieAudioInput_ = std::move(input); }
     CompletionHandler completionHandler() const;
     void setCompletionHandler(CompletionHandler handler);
-    /// The last frame that recordPixelBuffer() timed, in 1/600 s.
+    /// The timestamp of recordPixelBuffer()'s last frame, in 1/600 s.
     std::int64_t currentFrame() const { return currentFrame_; }
     void setCurrentFrame(std::int64_t frame) { currentFrame_ = frame; }
     std::optional<Clock::time_point> startDate() const { return startDate_; }
     void setStartDate(std::optional<Clock::time_point> date) { startDate_ = date; }
 
 private:
-    /// One movie, from its start until its handler has run.
+    /// A movie, from its start until its handler has returned.
     struct Movie {
         CompletionHandler completionHandler;
         bool finishing = false;
         std::atomic<bool> finished = false;
-        std::unique_ptr<AssetWriter> writer; // last: it uses the others while it dies
+        std::unique_ptr<AssetWriter> writer; // last: its destructor uses the others
     };
 
     bool makeMovie(const std::filesystem::path& url, MovieFileType type, Error& error);
@@ -141,9 +143,9 @@ private:
     std::int64_t currentFrame_ = 0;
     std::optional<Clock::time_point> startDate_;
 
-    mutable std::mutex mutex_; // guards what movie_ points to for the writers' threads, and every handler
+    mutable std::mutex mutex_; // guards what movie_ points to from the writers' threads, and all handlers
     std::unique_ptr<Movie> movie_;
-    std::vector<std::unique_ptr<Movie>> earlierMovies_; // not yet finished when the next began
+    std::vector<std::unique_ptr<Movie>> earlierMovies_; // were still finishing when the next one began
 };
 
 } // namespace tavelo

@@ -69,7 +69,7 @@ void KTDisplayView::detach() {
         detached_.wait(lock, [this] { return !detaching_; });
         if (!videoCaptureDeviceInput_) return;
     }
-    // The input stays in its field until no frame can come any more, so that a stop on the queue knows of it.
+    // Keep the input until no more frames can arrive, so that a stop on the queue still finds it.
     captureSession_->stopRunning();
     std::shared_ptr<CaptureDeviceInput> input;
     {
@@ -82,7 +82,7 @@ void KTDisplayView::detach() {
 }
 
 void KTDisplayView::attach(const std::shared_ptr<CaptureDevice>& device) {
-    Error error; // the panel keeps quiet about it
+    Error error; // not reported
     const std::shared_ptr<CaptureDeviceInput> input = device->makeInput(error);
     {
         const std::lock_guard lock(fieldsMutex_);
@@ -110,7 +110,7 @@ void KTDisplayView::stopOnQueue(const std::shared_ptr<CaptureDeviceInput>& attac
     std::shared_ptr<CaptureDeviceInput> input;
     {
         const std::lock_guard lock(fieldsMutex_);
-        if (videoCaptureDeviceInput_ != attached && videoCaptureDeviceInput_) return; // another one since
+        if (videoCaptureDeviceInput_ != attached && videoCaptureDeviceInput_) return; // replaced meanwhile
         input = std::exchange(videoCaptureDeviceInput_, nullptr);
         captureDevice_.reset();
         detaching_ = input != nullptr;
@@ -120,7 +120,7 @@ void KTDisplayView::stopOnQueue(const std::shared_ptr<CaptureDeviceInput>& attac
     if (!input) return;
     captureSession_->removeInput(*input);
     input.reset();
-    // Notified under the lock: the waiting main thread may be about to destroy the view.
+    // Notify under the lock, because the waiting main thread may destroy the view next.
     const std::lock_guard lock(fieldsMutex_);
     detaching_ = false;
     detached_.notify_all();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The preview area: one camera's capture session and the renderer that shows it.
+// The preview: a camera's capture session and the renderer that shows it.
 #pragma once
 
 #include <QWidget>
@@ -14,36 +14,36 @@
 
 namespace tavelo {
 
-/// Runs the session of the camera it is given and hands every frame to its renderer.
+/// Runs the session of a camera and passes every frame to its renderer.
 ///
 ///     idle --showDevice(device)--> running --showDevice(null), stopRunning--> idle
 ///
-/// A widget of the main thread; the session starts on the capture queue, and frames come there.  A device
-/// that cannot be opened, or that the session rejects, leaves the view idle with captureDevice() set and
-/// deviceUniqueID() as it was.  The accessors are thread-safe.
+/// A widget of the main thread.  The session starts on the capture queue, which also delivers the frames.  If
+/// a device cannot be opened or the session rejects it, the view stays idle, with captureDevice() set and
+/// deviceUniqueID() unchanged.  The accessors are thread-safe.
 class KTDisplayView : public QWidget, public SampleBufferDelegate {
     Q_OBJECT
 
 public:
-    /// Null where the session does not take the view's output.
+    /// Null if the session rejects the view's output.
     /// @param platform must outlive the view
     static std::unique_ptr<KTDisplayView> create(const QRect& frame, CapturePlatform& platform,
                                                  RendererChoice renderer, QWidget* parent = nullptr);
     /// Stops the session.
     ~KTDisplayView() override;
 
-    /// Switches to a device and starts it: stops the one shown before at once, starts in the background. Null
-    /// leaves the last picture standing.
+    /// Switches to a device: stops the current one at once, and starts the new one in the background.  Null
+    /// keeps the last picture.
     void showDevice(const std::shared_ptr<CaptureDevice>& device);
 
     /// Starts the session in the background.
     void startRunning();
 
-    /// Stops the session in the background, makes the picture black and lets go of the camera shown when it
-    /// was called.  A camera shown since then stays.
+    /// Stops the session in the background, makes the picture black and releases the camera that is shown
+    /// now. A camera shown by a later call is kept.
     void stopRunning();
 
-    /// Makes the renderer as large as the view.
+    /// Resizes the renderer to the view.
     void layout();
 
     std::string deviceUniqueID() const;
@@ -73,17 +73,18 @@ private:
     void detach();
     void stopOnQueue(const std::shared_ptr<CaptureDeviceInput>& attached);
 
-    // Destroyed from the last to the first: the queue runs empty while session, output and renderer still
-    // live.
+    // The queue is the last member so that it is destroyed first: its remaining tasks use session, output and
+    // renderer.
     std::unique_ptr<CaptureVideoDataOutput> captureVideoDataOutput_;
     std::unique_ptr<CaptureSession> captureSession_;
     KTMTKView* mtkView_ = nullptr; // owned by the container
     QWidget* container_ = nullptr; // a child widget
 
-    // Guards the four below.  Never held while the session is asked for anything: stopping may take long.
+    // Guards the members below up to the queue.  Never held while calling the session, because stopping may
+    // take long.
     mutable std::mutex fieldsMutex_;
     std::condition_variable detached_;
-    bool detaching_ = false; // the capture queue is taking an input out of the session
+    bool detaching_ = false; // the capture queue is removing an input from the session
     std::string deviceUniqueID_;
     std::shared_ptr<CaptureDevice> captureDevice_;
     std::shared_ptr<CaptureDeviceInput> videoCaptureDeviceInput_;

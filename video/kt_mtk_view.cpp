@@ -28,7 +28,7 @@ KTMTKView::KTMTKView(const QRect& frame, const BackendFactory& makeBackend, Back
     : renderQueue_(std::make_unique<SerialQueue>("KT.Metal.RenderQueue")),
       remakeBackend_(std::move(remakeBackend)),
       assetWriteManager_(std::make_shared<KTAssetWriterManager>()) {
-    // What is pressed over the picture is the panel's business: its window moves, its menu opens.
+    // The panel handles mouse events over the picture: they move its window or open its menu.
     setFlags(Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus);
     initMetal(makeBackend);
     setGeometry(frame);
@@ -42,7 +42,7 @@ KTMTKView::~KTMTKView() {
         releasePictures();
         backend_.passes.reset();
     });
-    destroy(); // the native window, before the surface that drew into it
+    destroy(); // destroys the native window, before the surface that drew into it
     backend_.surface.reset();
 }
 
@@ -176,7 +176,7 @@ void KTMTKView::setDrawable(bool drawable) {
     const auto tell = [this, drawable] {
         if (backend_.surface) backend_.surface->setDrawable(drawable);
     };
-    // On the way out the window may be gone the next moment, so the render queue has to have let go of it.
+    // If not drawable, the window may be destroyed next, so wait until the render queue has released it.
     if (drawable)
         renderQueue_->async(tell);
     else

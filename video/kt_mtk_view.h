@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The preview's renderer: a window that shows the camera's picture.
+// The preview's renderer, a window that shows the camera's picture.
 #pragma once
 
 #include <QImage>
@@ -29,63 +29,64 @@
 namespace tavelo {
 
 /// Copies each camera frame into memory shared with the GPU, runs the correction pass (which mirrors) and
-/// draws the corrected frame, scaled as videoGravity says.  It draws when a frame comes or when it is told
-/// to, never by a timer.
+/// draws the corrected frame, scaled according to videoGravity.  It draws when a frame arrives or on request,
+/// never by a timer.
 ///
-/// A window of the main thread with a thread of its own for drawing, the render queue.  The main thread may
-/// wait for the render queue, and so may the capture queue; the render queue waits for neither.  Where the
-/// comments name no thread a call is thread-safe.  A window that is embedded belongs to its container.
+/// A window of the main thread that draws on a thread of its own, the render queue.  The main thread and the
+/// capture queue may wait for the render queue; the render queue waits for neither.  Calls are thread-safe
+/// unless their comments name a thread.  An embedded window is owned by its container.
 class KTMTKView : public QWindow {
     Q_OBJECT
 
 public:
-    /// Makes what draws on the render queue of the view.
+    /// Creates the view's renderer.
     using BackendFactory = std::function<RenderBackend(QWindow& window, SerialQueue& renderQueue)>;
-    /// Makes it again, as remakeRenderBackend() does.
+    /// Creates it again; see remakeRenderBackend().
     using BackendRemaker =
         std::function<RenderBackend(Renderer renderer, QWindow& window, SerialQueue& renderQueue)>;
 
     explicit KTMTKView(const QRect& frame = {}, RendererChoice choice = RendererChoice::automatic);
     KTMTKView(const QRect& frame, const BackendFactory& makeBackend,
               BackendRemaker remakeBackend = remakeRenderBackend);
-    /// No call of another thread may be under way, and no pixel buffer of the view may be used after.
+    /// No other thread may be in a call, and the view's pixel buffers must not be used afterwards.
     ~KTMTKView() override;
 
-    /// The renderer in use.  OpenGL that fails is made again; after three failures the processor takes over.
+    /// The renderer in use.  If OpenGL fails it is created again; after three failures the CPU takes over.
     Renderer renderer() const { return renderer_; }
 
-    /// Told in one line when the processor takes over.  On the main thread; must outlive the view.
+    /// Gets one message when the CPU takes over.  Main thread.
+    /// @param diagnostics must outlive the view
     void setDiagnostics(Diagnostics& diagnostics) { diagnostics_ = &diagnostics; }
 
     // Frames
 
-    /// Copies the frame on the caller's thread (the capture queue: one caller at a time) and asks for a draw.
-    /// At most one draw waits: a frame that finds one waiting takes its place, or, while a movie is recorded,
-    /// waits for its turn.  A null frame is ignored.
+    /// Copies the frame on the caller's thread (the capture queue: one caller at a time) and requests a draw.
+    /// If a frame is still waiting to be drawn, the new one replaces it; during a recording it waits for the
+    /// other to be drawn instead.  A null frame is ignored.
     void drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                              const MediaTime& time);
 
-    /// Makes the picture black, after every draw that waits already.  The camera is gone, so a movie under
-    /// way is finished with its last frame.
+    /// Makes the picture black after all draws requested so far.  Called when the camera is gone, so it also
+    /// finishes a recording.
     void drawBlack();
 
-    /// Replaces both pixel buffers by ones of the frame's size.  Waits for the render queue; called where
-    /// frames are copied, or while none comes.  A frame that is null or has no area changes nothing.
+    /// Replaces both pixel buffers by ones of the frame's size.  Waits for the render queue.  Must not run
+    /// while another thread copies a frame.  A frame that is null or has no area changes nothing.
     void createTextureWithPixelBuffer(const std::shared_ptr<PixelBuffer>& frame);
 
-    /// Copies rows, each as long as the shorter one of both.  Planar sources advance by each side's own row
-    /// length; otherwise the destination advances by what was copied, so its rows must be as long as the
-    /// source's.
+    /// Copies row by row, with the shorter of both row lengths.  For planar sources each side advances by its
+    /// own row length.  Otherwise the destination advances by the bytes copied, so its rows must be as long
+    /// as the source's.
     static void copyDataFromPixelBufferToPixelBuffer(const PixelBuffer& source, PixelBuffer& destination);
 
-    /// Drops both pixel buffers, after every draw that waits already.
+    /// Drops both pixel buffers after all draws requested so far.
     void freePictureData();
 
-    /// Camera frames whose draw is done.  One that could not be drawn does not count.
+    /// The number of camera frames drawn, without those whose draw failed.
     std::uint64_t drawnFrames() const { return drawnFrames_; }
 
-    /// The view's picture as it stands, with the viewport's size; null before the first frame.  Waits for the
-    /// render queue.
+    /// The view's current picture in the viewport's size; null before the first frame.  Waits for the render
+    /// queue.
     QImage grabPicture();
 
     // Settings
@@ -97,22 +98,21 @@ public:
     VideoGravity videoGravity() const { return videoGravity_; }
     void setVideoGravity(VideoGravity gravity) { videoGravity_ = gravity; }
 
-    // Stills and movies: each call returns at once, what it asks for happens on the render queue between
-    // draws
+    // Stills and movies: calls return at once and take effect on the render queue between draws
 
-    /// Writes the corrected frame as a PNG file, which appears whole or not at all.  The handler, which may
-    /// be empty, runs on the render queue; it is not called where there is no frame yet.
+    /// Writes the corrected frame to a PNG file, atomically.  The handler, which may be empty, is called on
+    /// the render queue, but not at all if there is no frame yet.
     void screenShotWithFilePathCompletionHandler(const std::string& filePath, SnapshotHandler handler);
 
     /// Records into a new file, from the next frame on.  Before the first frame there is nothing to record.
-    /// @param audioOutputSettings without them the movie has no audio track
-    /// @param completionHandler runs once, when the movie is finished or has failed; must not be empty
+    /// @param audioOutputSettings if absent, the movie has no audio track
+    /// @param completionHandler called once, when the movie is finished or has failed; must not be empty
     void startRecordWithFilePathAudioOutputSettingsCompletionHandler(
         const std::string& filePath, const std::optional<AudioSettings>& audioOutputSettings,
         KTAssetWriterManager::CompletionHandler completionHandler);
     void stopRecord();
 
-    /// Takes effect on the render queue, after what waits there.
+    /// Takes effect on the render queue, after the tasks that already wait there.
     void setAssetWriteManager(std::shared_ptr<KTAssetWriterManager> manager);
     /// Waits for the render queue.
     std::shared_ptr<KTAssetWriterManager> assetWriteManager();
@@ -120,7 +120,8 @@ public:
     // Geometry
 
     ViewportSize viewportSize() const;
-    /// The drawable's size became width x height pixels; fractions are cut off, negative sizes count as 0.
+    /// Call when the drawable's size becomes width x height pixels.  Fractions are truncated, negative sizes
+    /// count as 0.
     void mtkViewDrawableSizeWillChange(double width, double height);
     FloatMatrix getRenderModelViewMatrixBuffer() const;
     static FloatMatrix getMetalMatrixFromCAMatrix(const Transform& transform);
@@ -133,16 +134,16 @@ public:
     std::shared_ptr<PixelBuffer> correctPixelBuffer() const;
     std::shared_ptr<FrameTexture> texture() const;
     std::shared_ptr<FrameTexture> correctTexture() const;
-    /// Of the frame drawn last.
+    /// Of the last frame drawn.
     MediaTime presentationTime() const;
     SerialQueue& renderQueue() { return *renderQueue_; }
 
     // Embedding, on the main thread
 
-    /// The widget that embeds this window; it carries the hidden state from now on.
+    /// Sets the widget that embeds this window, and that setHidden() hides from now on.
     void setContainer(QWidget* container);
     bool isHidden() const { return hidden_; }
-    /// While hidden the frames are still corrected, and recorded where a recording is under way.
+    /// While hidden, frames are still corrected and recorded.
     void setHidden(bool hidden);
 
 protected:
@@ -151,7 +152,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    /// What one draw works on, taken at once.
+    /// What one draw uses, copied under the lock.
     struct Pictures {
         std::shared_ptr<PixelBuffer> pixelBuffer;
         std::shared_ptr<FrameTexture> texture;
@@ -192,17 +193,17 @@ private:
 
     const std::unique_ptr<SerialQueue> renderQueue_;
     const BackendRemaker remakeBackend_;
-    RenderBackend backend_; // passes: render queue; empty for moments while it is made again
+    RenderBackend backend_; // passes: render queue only; empty while it is created again
     std::atomic<Renderer> renderer_ = Renderer::cpu;
 
     std::atomic<bool> shouldFlipHorizontal_ = false;
     std::atomic<bool> shouldFlipVertical_ = false;
     std::atomic<VideoGravity> videoGravity_ = VideoGravity::resizeAspect;
     std::atomic<std::uint64_t> drawnFrames_ = 0;
-    std::atomic<int> failures_ = 0;             // of OpenGL, since it last drew for a while
-    std::atomic<bool> keepsEveryFrame_ = false; // a movie is recorded
+    std::atomic<int> failures_ = 0;             // of OpenGL, without enough good draws in between
+    std::atomic<bool> keepsEveryFrame_ = false; // during a recording
 
-    mutable std::mutex stateMutex_; // guards the members up to the blank line; held for moments only
+    mutable std::mutex stateMutex_; // guards the members up to the blank line; held briefly
     Pictures pictures_;
     GroupExtent correctGroupSize_;
     GroupExtent correctGroupCount_;
@@ -210,15 +211,15 @@ private:
     MediaTime presentationTime_;
     MediaTime waitingTime_;
     bool drawWaits_ = false;
-    bool frameWaits_ = false;   // in pixelBuffer, not corrected yet
-    bool captureWaits_ = false; // with a frame, until that one is
+    bool frameWaits_ = false;   // pixelBuffer holds a frame that is not corrected yet
+    bool captureWaits_ = false; // the capture queue waits with the next frame
     bool redisplayWaits_ = false;
 
     std::condition_variable frameTaken_;
 
     // On the render queue
     std::shared_ptr<KTAssetWriterManager> assetWriteManager_;
-    int picturesLeftOut_ = 0; // of the preview, in a row
+    int picturesLeftOut_ = 0; // skipped in the preview, in a row
     int goodDraws_ = 0;       // since the last failure
     bool recovering_ = false;
 

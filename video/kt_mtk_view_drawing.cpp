@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Frames on their way through KTMTKView.
+// How KTMTKView copies, corrects and shows frames.
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -13,7 +13,7 @@ constexpr std::size_t bytesPerPixel = 4;
 constexpr std::size_t rowAlignment = 64;
 constexpr int mostPicturesLeftOut = 4; // in a row
 
-// The copy wants rows as long as the frame's; a frame whose rows the passes could not take gets padded ones.
+// The frame's own row length, as the copy requires, or a padded one if the passes could not use that.
 std::size_t rowLengthFor(const PixelBuffer& frame) {
     const std::size_t needed = frame.width() * bytesPerPixel;
     const std::size_t given = frame.bytesPerRow();
@@ -34,7 +34,7 @@ void copyRows(const PixelBuffer::Plane& source, const PixelBuffer::Plane& destin
                     source.baseAddress + row * source.bytesPerRow, bytes);
 }
 
-// Both are locked.
+// Both must be locked.
 void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
     if (source.planeCount() == 0) {
         const std::size_t advance = std::min(source.bytesPerRow(), destination.bytesPerRow());
@@ -54,7 +54,7 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
     if (!frame) return;
     awaitTurn();
     if (!fits(*frame)) {
-        // In one task: no draw and no snapshot comes between the old pictures and the new ones.
+        // In one task, so that no draw or snapshot runs between the release and the new pictures.
         renderQueue_->sync([&] {
             releasePictures();
             createTextureWithPixelBuffer(frame);
@@ -70,7 +70,8 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
     renderQueue_->async([this] { drawWaitingFrame(); });
 }
 
-// A slow screen costs the preview pictures, never the movie: the frame before is corrected first.
+// During a recording, waits until the previous frame is corrected, so that a slow screen costs no movie
+// frames.
 void KTMTKView::awaitTurn() {
     if (!keepsEveryFrame_) return;
     std::unique_lock lock(stateMutex_);
@@ -84,7 +85,8 @@ void KTMTKView::copyIntoPicture(const PixelBuffer& frame) {
     if (!destination) return;
     const auto sourceLock = frame.lock();
     const auto destinationLock = destination->lock();
-    // Its memory goes with the renderer that made it; that one waits for the lock once it has let go of it.
+    // Checked again under the lock: a renderer that is destroyed frees this memory, but first releases the
+    // buffer and then waits for its lock.
     if (pixelBuffer() == destination) copyPlanes(frame, *destination);
 }
 
@@ -95,7 +97,7 @@ bool KTMTKView::fits(const PixelBuffer& frame) const {
 }
 
 void KTMTKView::releasePictures() {
-    Pictures released; // what it holds dies outside the lock
+    Pictures released; // destroyed after the lock is released
     const std::lock_guard lock(stateMutex_);
     std::swap(released, pictures_);
 }
@@ -182,7 +184,7 @@ void KTMTKView::drawWaitingFrame() {
     if (drawInMTKView()) ++drawnFrames_;
 }
 
-/// @return whether a camera's frame was drawn; without one, only the screen is
+/// @return whether a camera frame was drawn; without one, only the screen is updated
 bool KTMTKView::drawInMTKView() {
     if (!makeCurrent()) {
         letNextFrameCome();
@@ -208,7 +210,7 @@ void KTMTKView::letNextFrameCome() {
     frameTaken_.notify_one();
 }
 
-// A screen that holds the preview up must not hold up the movie; the preview goes on all the same.
+// During a recording, skips pictures of the preview if frames are waiting, but only a few in a row.
 bool KTMTKView::mayPresent() {
     {
         const std::lock_guard lock(stateMutex_);
@@ -232,7 +234,7 @@ bool KTMTKView::correctionPass(const Pictures& pictures) {
     parameters.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;
     bool done = false;
     {
-        const auto frameLock = pictures.pixelBuffer->lock(); // a frame comes whole or waits
+        const auto frameLock = pictures.pixelBuffer->lock(); // not while a frame is copied into it
         const auto correctLock = pictures.correctPixelBuffer->lock();
         done = backend_.passes->correct(
             *pictures.texture, *pictures.correctTexture, parameters,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What KTMTKView keeps of its frames: stills and movies.
+// Stills and movies of KTMTKView.
 #include <utility>
 
 #include "video/kt_mtk_view.h"

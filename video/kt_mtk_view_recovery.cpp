@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// KTMTKView when its renderer fails: a lost context is made again, and in the end the processor draws.
+// How KTMTKView recovers if OpenGL fails: it creates the renderer again, and finally switches to the CPU.
 #include <utility>
 
 #include "video/kt_mtk_view.h"
@@ -8,7 +8,7 @@ namespace tavelo {
 namespace {
 
 constexpr int mostFailures = 3;
-// A second or so: what fails later is another failure, not the same one.
+// About a second; after that many draws earlier failures no longer count.
 constexpr int drawsThatHeal = 30;
 
 } // namespace
@@ -24,7 +24,7 @@ void KTMTKView::didDraw() {
 void KTMTKView::didFailToDraw() {
     goodDraws_ = 0;
     if (renderer_ != Renderer::gl || std::exchange(recovering_, true)) return;
-    // Windows and contexts are the main thread's to make.
+    // Only the main thread may create windows and contexts.
     QMetaObject::invokeMethod(
         this, [this] { recover(); }, Qt::QueuedConnection);
 }
@@ -46,11 +46,11 @@ void KTMTKView::letGoOfBackend() {
             const std::lock_guard lock(stateMutex_);
             std::swap(released, pictures_);
         }
-        // Their memory goes with the passes: a copy under way is awaited, and none begins after.
+        // Their memory is freed with the passes, so wait for a copy in progress.  No other can begin.
         if (released.pixelBuffer) static_cast<void>(released.pixelBuffer->lock());
         released = {};
         old = std::move(backend_);
-        if (old.surface) old.surface->makeCurrent(); // if that still works, what is there is freed
+        if (old.surface) old.surface->makeCurrent(); // frees OpenGL's objects if the context still works
         old.passes.reset();
     });
 }
@@ -65,7 +65,7 @@ void KTMTKView::takeBackend(RenderBackend backend) {
 }
 
 void KTMTKView::handOverToProcessor() {
-    // The native half was made for OpenGL.
+    // The native window was created for OpenGL.
     const bool visible = isVisible();
     destroy();
     RenderBackend made = remakeBackend_(Renderer::cpu, *this, *renderQueue_);

@@ -13,7 +13,7 @@
 namespace tavelo {
 namespace {
 
-// No passes where OpenGL will not do.
+// Has no passes if OpenGL cannot be used.
 RenderBackend makeGlBackend(RendererChoice choice, QWindow& window, SerialQueue& renderQueue) {
     auto context = GlContext::create(renderQueue);
     if (!context || (choice == RendererChoice::automatic && context->isSoftware())) return {};
@@ -28,7 +28,7 @@ RenderBackend makeGlBackend(RendererChoice choice, QWindow& window, SerialQueue&
 
 RenderBackend makeCpuBackend(QWindow& window) {
     QSurfaceFormat format;
-    format.setAlphaBufferSize(0); // black is black where the panel is translucent
+    format.setAlphaBufferSize(0); // black stays opaque, although the panel is translucent
     auto passes = std::make_unique<CpuFramePasses>();
     auto surface = std::make_unique<RasterSurface>(window, *passes);
     return {Renderer::cpu, QSurface::RasterSurface, format, std::move(surface), std::move(passes)};

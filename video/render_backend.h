@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one place where the preview's way of drawing is chosen.
+// Chooses and creates the preview's renderer.
 #pragma once
 
 #include <QSurface>
@@ -15,22 +15,22 @@ class QWindow;
 
 namespace tavelo {
 
-/// Passes and the surface that they draw into.  The passes die first, on the render queue; the surface on the
-/// main thread.
+/// Passes and the surface that they draw into.  Destroy the passes first, on the render queue, then the
+/// surface on the main thread.
 struct RenderBackend {
     Renderer renderer = Renderer::cpu;
     QSurface::SurfaceType surfaceType = QSurface::RasterSurface;
-    QSurfaceFormat format; ///< what the window must be made with
+    QSurfaceFormat format; ///< the window must be created with it
     std::unique_ptr<FrameSurface> surface;
     std::unique_ptr<FramePasses> passes;
 };
 
-/// Called on the main thread, before the window has its native half; waits for the queue.  Window and queue
-/// must outlive the result.
+/// Call on the main thread, before the native window is created.  Waits for the queue.  Window and queue must
+/// outlive the result.
 RenderBackend makeRenderBackend(RendererChoice choice, QWindow& window, SerialQueue& renderQueue);
 
-/// Makes that very renderer, in the place of one that was lost; without passes if it cannot be made.
-/// Threads and lifetimes as above.  The processor's wants a window without a native half.
+/// Creates exactly this renderer, to replace one that was lost; has no passes if that fails.  Threads and
+/// lifetimes as above, but only the CPU's renderer needs a window without a native window.
 RenderBackend remakeRenderBackend(Renderer renderer, QWindow& window, SerialQueue& renderQueue);
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Who draws the preview: the graphics card or the processor.
+// Whether the GPU or the CPU draws the preview.
 #pragma once
 
 #include <cstdint>
@@ -8,17 +8,17 @@
 
 namespace tavelo {
 
-/// What a person may ask for.
+/// What the user may choose.
 enum class RendererChoice : std::uint8_t {
-    automatic, ///< OpenGL where a graphics card with compute shaders does the work, else the processor
-    gl, ///< OpenGL even where software plays the graphics card; the processor where there is none at all
+    automatic, ///< OpenGL if a GPU with compute shaders does the work, else the CPU
+    gl,        ///< OpenGL even if it is emulated; the CPU if there is no OpenGL
     cpu
 };
 
 /// What is in use.
 enum class Renderer : std::uint8_t { gl, cpu };
 
-/// "auto", "gl" or "cpu"; nothing for any other text.
+/// Parses "auto", "gl" or "cpu"; empty for any other text.
 std::optional<RendererChoice> rendererChoiceFromText(std::string_view text);
 std::string_view rendererText(Renderer renderer);
 

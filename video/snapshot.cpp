@@ -12,7 +12,7 @@ namespace tavelo {
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
-// zlib's fastest level; the strongest takes a second for a large frame and saves a fifth.
+// zlib's fastest level.  The strongest one takes a second for a large frame, for a file smaller by a fifth.
 constexpr int compressionOfFastestLevel = 11;
 
 bool fitsAnImage(const PixelBuffer& frame) {
@@ -31,7 +31,7 @@ ErrorCode codeOf(QFileDevice::FileError error) {
     }
 }
 
-// Nothing may be left in a buffer: the commit does not tell whether that could be written.
+// The file must be unbuffered, because commit() does not report whether a buffer could be written.
 bool writeWhole(QSaveFile& file, const QByteArray& bytes) {
     for (qsizetype done = 0; done < bytes.size();) {
         const qint64 count = file.write(bytes.constData() + done, bytes.size() - done);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A frame as a PNG file.
+// Writes a frame as a PNG file.
 #pragma once
 
 #include <QByteArray>
@@ -13,33 +13,32 @@
 
 namespace tavelo {
 
-/// Told how a snapshot ended.
+/// Called when a snapshot has ended.
 using SnapshotHandler = std::function<void(bool success, const Error& error)>;
 
-/// The way from a frame to the bytes of a PNG file.  A step that cannot be done gives an empty result.
-/// Reentrant.  Virtual so that a test can make each step fail.
+/// The steps from a frame to the bytes of a PNG file.  A step that fails returns an empty result.  Reentrant.
+/// Virtual so that tests can make each step fail.
 class SnapshotSteps {
 public:
     virtual ~SnapshotSteps() = default;
 
-    /// The frame's own pixels, not copied: the frame must stay locked while the picture is used.  Takes BGRA;
-    /// alpha is no part of it.
+    /// The frame's own pixels, not copied: the frame must stay locked while the image is used.  Expects BGRA;
+    /// alpha is ignored.
     virtual QImage image(const PixelBuffer& frame) const;
-    /// A copy that needs the frame no more.
+    /// A copy that does not need the frame.
     virtual QImage representation(const QImage& image) const;
     /// Opaque, red, green and blue, 8 bits each.
     virtual QImage picture(const QImage& representation) const;
     /// The picture's rows, uncompressed.
     virtual QByteArray pixels(const QImage& picture) const;
-    /// A picture over those rows.
+    /// An image that uses those rows.
     virtual QImage bitmap(const QByteArray& pixels, const QImage& picture) const;
-    /// At a level that costs the preview a few frames, not a second.
+    /// Uses a compression level that delays the preview by a few frames, not a second.
     virtual QByteArray png(const QImage& bitmap) const;
 };
 
-/// Writes the frame to a file, which appears whole or not at all; one that is there already is replaced.
-/// Blocks for as long as it takes.
-/// @return why it failed; nothing where it did not
+/// Writes the frame to a file atomically; replaces an existing file.  Blocks until the file is written.
+/// @return the error; empty on success
 std::optional<Error> writeSnapshot(const PixelBuffer& frame, const std::string& filePath,
                                    const SnapshotSteps& steps = SnapshotSteps());
 

@@ -17,7 +17,7 @@ namespace {
 
 using Relation = std::pair<QAccessibleInterface*, QAccessible::Relation>;
 
-// The labels that name a control stand beside it.
+// The labels that name a control are its siblings.
 QList<Relation> labelsOf(const QAbstractButton* button) {
     QList<Relation> labels;
     if (button->parentWidget() == nullptr) return labels;
@@ -36,7 +36,7 @@ public:
 
     QString text(QAccessible::Text kind) const override {
         const QString given = QAccessibleWidget::text(kind);
-        // A title may be broken into lines.
+        // A title may contain line breaks.
         return kind == QAccessible::Name && given.isEmpty() ? button_->text().simplified() : given;
     }
 
@@ -65,7 +65,7 @@ public:
 
     void doAction(const QString& name) override {
         if (name == pressAction() || name == toggleAction()) {
-            button_->click(); // does nothing while disabled
+            button_->click(); // does nothing if disabled
         } else {
             QAccessibleWidget::doAction(name);
         }
@@ -149,7 +149,7 @@ private:
     KTText* const label_;
 };
 
-// Qt knows main windows and dialogs; any other widget that is a window would be one more container to it.
+// Qt reports main windows and dialogs as windows, but any other top-level widget as a mere container.
 class AccessibleWindow : public QAccessibleWidget {
 public:
     explicit AccessibleWindow(QWidget* window) : QAccessibleWidget(window, QAccessible::Window) {}
@@ -161,7 +161,7 @@ public:
     }
 };
 
-// Qt takes over what it gets.
+// Qt takes ownership of the result.
 QAccessibleInterface* makeInterface(const QString&, QObject* object) {
     if (auto* button = qobject_cast<PanelButton*>(object)) return new AccessibleButton(button);
     if (auto* slider = qobject_cast<KTSlider*>(object)) return new AccessibleSlider(slider);
@@ -177,7 +177,7 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object) {
 } // namespace
 
 void installWidgetAccessibility() {
-    // Qt ignores a factory that it knows already.
+    // Qt ignores a factory that is already installed.
     QAccessible::installFactory(makeInterface);
 }
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Screen readers' view of the controls.
+// Makes the controls accessible to screen readers.
 #pragma once
 
 namespace tavelo {
 
-/// Makes the controls known to Qt's accessibility.  Every control calls it when it is made; may be called any
-/// number of times.  Thread-bound to the main thread.
+/// Registers the controls with Qt's accessibility.  Every control's constructor calls it; repeated calls do
+/// nothing.  Thread-bound to the main thread.
 void installWidgetAccessibility();
 
 } // namespace tavelo

@@ -13,7 +13,7 @@
 namespace tavelo::drawing {
 namespace {
 
-// The half of a one-point line that lies within the path it follows.
+// The inner half of a one-point line along the edge.
 constexpr double visibleOutline = 0.5;
 
 bool keepsRectangles(const QTransform& transform) {
@@ -52,7 +52,7 @@ void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QCo
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillPath(shape, fill);
-    // The outer and the inner edge in one path with the odd-even rule: only what lies between them.
+    // The path holds the outer and the inner edge; the odd-even rule fills only the area between them.
     painter.fillPath(outline, stroke);
     painter.restore();
 }
@@ -67,7 +67,7 @@ void drawCentredText(QPainter& painter, const QRectF& rect, const QString& text,
                      double raise) {
     if (text.isEmpty()) return;
     const QSizeF size = sizeWithFont(text, look.font, rect.width());
-    // Whole device pixels: text placed between two of them would blur.
+    // Aligned to whole device pixels, because text between two pixels would be blurred.
     const QPointF origin =
         snapped(painter, QPointF(rect.left() + (rect.width() - size.width()) / 2,
                                  rect.top() + (rect.height() - size.height()) / 2 - raise));

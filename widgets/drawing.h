@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the controls' drawing has in common.
+// Drawing functions shared by the controls.
 #pragma once
 
 #include <optional>
@@ -15,22 +15,22 @@ class QPainter;
 
 namespace tavelo::drawing {
 
-/// `rect` with its edges moved to the nearest whole device pixels, so that straight edges stay sharp at any
-/// device pixel ratio.  Unchanged where the painter rotates or shears.
+/// Moves the edges of `rect` to the nearest whole device pixels, so that straight edges are sharp at any
+/// device pixel ratio.  Returns it unchanged if the painter rotates or shears.
 QRectF snapped(const QPainter& painter, const QRectF& rect);
 
 QPainterPath roundedRect(const QRectF& rect, double radius);
 
-/// Fills a rounded rectangle and outlines it within its bounds: of a line one point wide along the edge, the
-/// inner half shows.  A radius of half the height makes a pill, or a circle.
+/// Fills a rounded rectangle and outlines it within its bounds: the outline is the inner half of a line one
+/// point wide along the edge.  A radius of half the height makes a pill or a circle.
 void drawRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& stroke,
                  const QColor& fill);
 
-/// How much of a disabled slider, switch or check button shows.
+/// Of a disabled slider, switch or check button.
 inline constexpr double disabledOpacity = 0.4;
 
-/// The knob of a slider or switch: a disc as high as `track` with its left end at `x` (in points from the
-/// track's left end).
+/// Draws the knob of a slider or switch: a disc as high as `track`, with its left end `x` points from the
+/// track's left end.
 void drawKnob(QPainter& painter, const QRectF& track, double x);
 
 struct TextLook {
@@ -40,7 +40,7 @@ struct TextLook {
 };
 
 /// Draws a text in the middle of `rect`, wrapped into lines no wider than it.
-/// @param raise points by which it stands above the exact centre
+/// @param raise distance above the exact centre, in points
 void drawCentredText(QPainter& painter, const QRectF& rect, const QString& text, const TextLook& look,
                      double raise = 0);
 

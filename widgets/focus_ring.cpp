@@ -16,7 +16,7 @@ namespace {
 constexpr double distance = 3;
 constexpr double thickness = 2;
 
-// A focus frame for its place in the widget tree: screen readers and layouts pass over it.
+// Derived from QFocusFrame because screen readers and layouts skip focus frames.
 class Overlay : public QFocusFrame {
 public:
     Overlay(QWidget* parent, const FocusRing::Shape& shape) : QFocusFrame(parent), shape_(shape) {}
@@ -38,8 +38,8 @@ bool isModifier(int key) {
            key == Qt::Key_AltGr || key == Qt::Key_CapsLock || key == Qt::Key_NumLock;
 }
 
-/// Whether the keyboard leads in a window; its child.  The focus alone does not tell: Qt calls it a Tab, too,
-/// when a control that is disabled hands the focus on.
+/// Tracks whether the user of a window works with the keyboard; a child of the window.  The focus reason is
+/// not enough: Qt also reports a Tab if a disabled control passes the focus on.
 class KeyboardLead : public QObject {
 public:
     static KeyboardLead& in(QWidget* window) {
@@ -52,7 +52,7 @@ public:
     bool leads() const { return leads_; }
     void setLeads(bool leads) { leads_ = leads; }
 
-    // Keys arrive at the window itself while no control has the focus.
+    // While no control has the focus, the window itself gets the keys.
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->type() == QEvent::KeyPress && !isModifier(static_cast<QKeyEvent*>(event)->key()))
             leads_ = true;
@@ -113,10 +113,10 @@ void FocusRing::focusArrived(Qt::FocusReason reason) {
         case Qt::ShortcutFocusReason:
             KeyboardLead::in(control_->window()).setLeads(true);
             break;
-        // A key came before, or the focus moves by itself.
+        // Either a key was pressed or Qt moved the focus.
         case Qt::TabFocusReason:
         case Qt::BacktabFocusReason:
-        // The focus comes back to where it was: so does the ring.
+        // The focus returns to this control, and the ring with it.
         case Qt::ActiveWindowFocusReason:
         case Qt::PopupFocusReason:
         case Qt::MenuBarFocusReason:

@@ -11,22 +11,22 @@
 
 namespace tavelo {
 
-/// Draws a ring around the control that has the focus while the keyboard leads, and only then: a click, or
-/// the window's start, gives a control the focus without a ring, the first key pressed brings the ring. Where
-/// the focus moves on by itself, because its control was disabled, the ring goes with it if it showed.
+/// Draws a ring around the control with the focus, but only while the user works with the keyboard: a click
+/// or the window's start sets the focus without a ring, and the first key press shows it.  If Qt moves the
+/// focus because its control was disabled, a visible ring moves along.
 ///
-/// The ring lies outside the control, above its siblings; it needs `outset` points of room on each side
-/// within the control's parent.  A control without a parent gets none.  Thread-bound to the main thread.
+/// The ring is drawn outside the control, above its siblings, and needs `outset` points of room on each side
+/// within the control's parent.  A control without a parent gets no ring.  Thread-bound to the main thread.
 class FocusRing : public QObject {
     Q_OBJECT
 
 public:
     static constexpr int outset = 4;
 
-    /// The ring's middle line in the control's coordinates, `distance` points outside of its shape.
+    /// The ring's centre line in the control's coordinates, `distance` points outside the control's shape.
     using Shape = std::function<QPainterPath(double distance)>;
 
-    /// @param control watched, and the parent of this object
+    /// @param control becomes the parent of this object
     FocusRing(QWidget* control, Shape shape);
     ~FocusRing() override;
 
@@ -41,7 +41,7 @@ private:
 
     QWidget* const control_;
     const Shape shape_;
-    QPointer<QWidget> overlay_; // a sibling of the control, there while the ring shows
+    QPointer<QWidget> overlay_; // a sibling of the control; exists while the ring is visible
 };
 
 } // namespace tavelo

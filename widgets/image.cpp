@@ -14,7 +14,7 @@ Image::Image(QImage pixels) : pixels_(std::move(pixels)) {}
 Image Image::fromFile(const QString& path) {
     if (!path.endsWith(QStringLiteral(".svg"))) return Image(QImage(path));
     Image image;
-    if (!QFile::exists(path)) return image; // Qt's reader would print a warning
+    if (!QFile::exists(path)) return image; // QSvgRenderer would print a warning
     auto vectors = std::make_shared<QSvgRenderer>(path);
     if (vectors->isValid()) image.vectors_ = std::move(vectors);
     return image;
@@ -49,7 +49,7 @@ void Image::draw(QPainter& painter, const QRectF& rect, double opacity) const {
 }
 
 void Image::drawDimmed(QPainter& painter, const QRectF& rect, double opacity) const {
-    const double ratio = painter.deviceTransform().m11(); // device pixels a unit
+    const double ratio = painter.deviceTransform().m11(); // device pixels per unit
     QImage whole((rect.size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
     whole.setDevicePixelRatio(ratio);
     whole.fill(Qt::transparent);

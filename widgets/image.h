@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A picture of the panel's artwork: vectors or pixels.
+// An image of the panel's artwork, as vectors or pixels.
 #pragma once
 
 #include <memory>
@@ -14,15 +14,14 @@ class QSvgRenderer;
 
 namespace tavelo {
 
-/// An image that is drawn at the resolution of where it is drawn to, cheap to copy.
-/// Thread-bound to the main thread.
+/// An image that is drawn at the target's resolution.  Cheap to copy.  Thread-bound to the main thread.
 class Image {
 public:
-    /// The absent image: no size, draws nothing.
+    /// The null image: it has no size and draws nothing.
     Image() = default;
     explicit Image(QImage pixels);
 
-    /// An SVG or any format that Qt reads; the absent image where the file cannot be read.
+    /// Reads SVG and any format that Qt reads.  The null image if the file cannot be read.
     static Image fromFile(const QString& path);
 
     bool isNull() const { return vectors_ == nullptr && pixels_.isNull(); }
@@ -30,11 +29,12 @@ public:
     /// The natural size in points.
     QSizeF size() const;
 
-    /// The image at its natural size, in the pixels of a screen with that many to a point.
+    /// Renders the image at its natural size.
+    /// @param devicePixelRatio pixels per point
     QPixmap pixmap(double devicePixelRatio) const;
 
     /// Stretches the image to `rect`.
-    /// @param opacity 0 to 1, of the image as a whole: its lower layers do not show through the upper ones
+    /// @param opacity 0 to 1, applied to the image as a whole: lower layers do not show through upper ones
     void draw(QPainter& painter, const QRectF& rect, double opacity = 1) const;
 
 private:

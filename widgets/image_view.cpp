@@ -14,7 +14,7 @@ ImageView::ImageView(Image image, QWidget* parent)
       PanelElement(*static_cast<QWidget*>(this)),
       image_(std::move(image)) {
     installWidgetAccessibility();
-    // The window is moved by dragging its background, artwork included.
+    // Lets the user drag the window by the image too.
     setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A picture in the panel that does nothing.
+// Shows an image.
 #pragma once
 
 #include <QWidget>

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double cornerRadius = 10;
 
-// The quarter whose corner stays square.
+// The quarter with the square corner.
 QRectF lowerLeftQuarter(const QRectF& rect) {
     return {rect.left(), rect.top() + rect.height() / 2, rect.width() / 2, rect.height() / 2};
 }

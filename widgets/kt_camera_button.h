@@ -10,8 +10,8 @@
 
 namespace tavelo {
 
-/// A tab on top of the settings panel.  Three corners are round; the lower left one, which continues the
-/// panel's left edge, is square.
+/// A tab on top of the settings panel.  Its lower left corner is square, because it continues the panel's
+/// left edge; the others are round.
 class KTCameraButton : public PanelButton {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ public:
     bool selected() const { return selected_; }
     void setSelected(bool selected);
 
-    /// The outline's colour; absent, the outline has the face's colour.
+    /// The outline's colour; if absent, that of the face.
     const std::optional<QColor>& borderColor() const { return borderColor_; }
     void setBorderColor(const std::optional<QColor>& color) { borderColor_ = color; }
 

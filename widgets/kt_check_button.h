@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// A round button of a pair.
+// A round check button.
 #pragma once
 
 #include "widgets/panel_button.h"
 
 namespace tavelo {
 
-/// A disc, red when checked.  A click does not change `check`: the owner sets it, here once the camera took
-/// the value.  Draws no title.
+/// A disc, red when checked.  A click does not change `check`: the owner sets it, once the camera has
+/// accepted the value.  Draws no title.
 class KTCheckButton : public PanelButton {
     Q_OBJECT
 

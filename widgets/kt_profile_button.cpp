@@ -40,7 +40,7 @@ void KTProfileButton::drawRect(QPainter& painter, const QRectF& rect) {
 }
 
 QPainterPath KTProfileButton::focusPath(double distance) const {
-    // A centred image is a symbol without corners to follow.
+    // A centred image is a symbol smaller than the button.
     if (imageContentMode_ == 0) return PanelButton::focusPath(distance);
     const QRectF around = bounds().adjusted(-distance, -distance, distance, distance);
     return drawing::roundedRect(around, around.height() / 2);

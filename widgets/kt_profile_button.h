@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A button with a picture for its face.
+// A button that shows an image.
 #pragma once
 
 #include <QColor>
@@ -9,15 +9,14 @@
 
 namespace tavelo {
 
-/// A button made of an image and a title over it, without background or border of its own.  The image of a
-/// disabled button is dimmed, as the other controls are.
+/// An image with a title over it, without background or border.  If disabled, the image is dimmed.
 class KTProfileButton : public PanelButton {
     Q_OBJECT
 
 public:
     explicit KTProfileButton(QWidget* parent = nullptr);
 
-    /// 0 or 1 (on).  In state 1 the alternate image shows, where there is one.  A click does not change it.
+    /// 0, or 1 (on), which shows the alternate image if there is one.  A click does not change it.
     int state() const { return state_; }
     void setState(int state);
 
@@ -30,12 +29,12 @@ public:
     int imageContentMode() const { return imageContentMode_; }
     void setImageContentMode(int mode) { imageContentMode_ = mode; }
 
-    /// Of the title while enabled; an invalid colour (the initial one) stands for black.
+    /// Of the title while enabled; an invalid colour (the initial value) means black.
     const QColor& textColor() const { return textColor_; }
     void setTextColor(const QColor& color) { textColor_ = color; }
 
-    /// Whether `state` says something to a user (a chosen profile) or is a mere look; screen readers hear of
-    /// it only in the first case.  False at first.
+    /// Whether `state` has a meaning for the user (a selected profile) and is reported to screen readers, or
+    /// only changes the look.  Initially false.
     bool stateIsChoice() const { return stateIsChoice_; }
     void setStateIsChoice(bool choice) { stateIsChoice_ = choice; }
 

@@ -19,14 +19,14 @@
 namespace tavelo {
 namespace {
 
-constexpr double pageShare = 0.1;   // of the range, Page Up and Page Down
-constexpr double wheelShare = 0.02; // of the range, one notch of the wheel
+constexpr double pageShare = 0.1;   // of the range, for Page Up and Page Down
+constexpr double wheelShare = 0.02; // of the range, for one notch of the wheel
 
 } // namespace
 
 KTSlider::KTSlider(QWidget* parent) : QWidget(parent), PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
-    setFocusPolicy(Qt::StrongFocus); // without the wheel: scrolling past must not change the picture
+    setFocusPolicy(Qt::StrongFocus); // not WheelFocus: scrolling past must not change the value
     new FocusRing(this, [this](double distance) {
         const double outside = distance / scale();
         const QRectF around = bounds().adjusted(-outside, -outside, outside, outside);
@@ -184,7 +184,7 @@ void KTSlider::wheelEvent(QWheelEvent* event) {
 }
 
 void KTSlider::changeEvent(QEvent* event) {
-    // A camera may vanish under the user's hand.
+    // The camera may be unplugged during a drag.
     if (event->type() == QEvent::EnabledChange) {
         if (!isEnabled()) grip_.reset();
         update();

@@ -13,11 +13,10 @@ class QPainter;
 
 namespace tavelo {
 
-/// A pill-shaped track with a round knob of its height.
+/// A pill-shaped track with a round knob of the same height.
 ///
-/// The value is a real number within [minValue, maxValue], 0 within [0, 1] at first; keys, wheel and screen
-/// readers step by whole numbers.  Setting a value by program sends no action().  Thread-bound to the main
-/// thread.
+/// The value is a real number within [minValue, maxValue], initially 0 within [0, 1].  Keys, wheel and screen
+/// readers step by whole numbers.  The setters send no action().  Thread-bound to the main thread.
 class KTSlider : public QWidget, public PanelElement {
     Q_OBJECT
 
@@ -27,39 +26,39 @@ public:
 
     double minValue() const { return minValue_; }
     double maxValue() const { return maxValue_; }
-    /// A new end of the range pulls the value with it.  While the range is upside down (between setting its
-    /// two ends) the value stays.
+    /// Both clamp the value to the new range, unless the range is inverted, as it may be between the two
+    /// calls.
     void setMinValue(double value);
     void setMaxValue(double value);
 
     double floatValue() const { return value_; }
-    /// Kept within the range.
+    /// Clamped to the range.
     void setFloatValue(double value);
 
     /// The nearest whole number.
     int intValue() const;
-    /// Above the range it stores the maximum, below it the minimum, both without their fractions.
+    /// Clamped to the range, whose ends are truncated to whole numbers.
     void setIntValue(int value);
 
-    /// Where an owner follows the pointer; kept for the owner, the slider has no hover behaviour of its own.
+    /// Stored for the owner; the slider itself has no hover behaviour.
     const std::optional<QRectF>& trackingArea() const { return trackingArea_; }
     void setTrackingArea(const std::optional<QRectF>& area) { trackingArea_ = area; }
 
     /// Draws the slider into `rect`, in units.
     void drawRect(QPainter& painter, const QRectF& rect);
 
-    /// Takes a value as if the user had chosen it: sends action().
+    /// Sets a value as if the user had chosen it: sends action().
     void choose(double value);
 
-    /// Whether the user drags the knob: from press to release, not during the release's action.
+    /// Whether the user is dragging the knob.  Already false during the action() of the release.
     bool isHeld() const { return grip_.has_value(); }
-    /// Ends a drag without an action; the pointer has to press again.
+    /// Ends a drag without an action; the user has to press again.
     void letGo() { grip_.reset(); }
 
     QSize sizeHint() const override { return {160, 16}; }
 
 Q_SIGNALS:
-    /// The user acted: on press, on every move while dragging and on release, on each key and wheel step.
+    /// Sent on press, on every move while dragging, on release, and on each key and wheel step.
     void action();
 
 protected:
@@ -84,9 +83,9 @@ private:
     double value_ = 0;
     std::optional<QRectF> trackingArea_;
 
-    // From the knob's left end to the pointer, while the knob is held.
+    // Distance from the knob's left end to the pointer, while the knob is held.
     std::optional<double> grip_;
-    int wheelRemainder_ = 0; // eighths of a degree that did not make a step yet
+    int wheelRemainder_ = 0; // eighths of a degree that do not make a step yet
 };
 
 } // namespace tavelo

@@ -17,10 +17,10 @@ namespace tavelo {
 
 KTText::KTText(QWidget* parent) : QWidget(parent), PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
-    // A label takes part in dragging the window by its background.
+    // Lets the user drag the window by the label too.
     setAttribute(Qt::WA_TransparentForMouseEvents);
     QFont system = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-    // Points of the layout, which are Qt's device-independent pixels, not a printer's points.
+    // The layout's points are Qt's device-independent pixels, not typographic points.
     system.setPixelSize(16);
     setFont(system);
 }
@@ -58,7 +58,7 @@ void KTText::mousePressEvent(QMouseEvent* event) {
     buddy_->setFocus(Qt::MouseFocusReason);
 }
 
-// As for buttons: a release elsewhere cancels the click.
+// As with buttons, a release elsewhere cancels the click.
 void KTText::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton || !std::exchange(pressed_, false)) {
         event->ignore();

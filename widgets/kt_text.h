@@ -18,10 +18,10 @@ class QPainter;
 
 namespace tavelo {
 
-/// One text, centred, one point above the exact middle; optionally on a pill with an outline.
+/// A centred text, drawn one point above the exact middle, optionally on a pill with an outline.
 ///
-/// The font is the widget's own, of 16 points at first.  `enable` is the label's own dimming and independent
-/// of QWidget's enabled state.  Thread-bound to the main thread.
+/// Uses the widget's font, initially of 16 points.  `enable` dims the label and is independent of QWidget's
+/// enabled state.  Thread-bound to the main thread.
 class KTText : public QWidget, public PanelElement {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ public:
     const std::optional<QColor>& borderColor() const { return borderColor_; }
     void setBorderColor(const std::optional<QColor>& color) { borderColor_ = color; }
 
-    /// Fills the pill; without a border there is no pill, and this colour does not show.
+    /// Fills the pill.  Not used without a border colour, because then no pill is drawn.
     const std::optional<QColor>& backgroundColor() const { return backgroundColor_; }
     void setBackgroundColor(const std::optional<QColor>& color) { backgroundColor_ = color; }
 
@@ -52,8 +52,8 @@ public:
     bool enable() const { return enable_; }
     void setEnable(bool enable);
 
-    /// The button that the label names: a click on the label is a click on the button, and does nothing while
-    /// the button is disabled.  Null at first; a label without one lets the pointer through.
+    /// The button that the label names.  A click on the label clicks the button, and does nothing while the
+    /// button is disabled.  Initially null: the label then ignores the mouse.
     QAbstractButton* buddy() const { return buddy_; }
     void setBuddy(QAbstractButton* button);
 
@@ -76,7 +76,7 @@ private:
     std::optional<TextShadow> textShadow_;
     bool enable_ = true;
     QPointer<QAbstractButton> buddy_;
-    bool pressed_ = false; // the left button went down here
+    bool pressed_ = false; // the left mouse button was pressed on the label
 };
 
 } // namespace tavelo

@@ -9,7 +9,7 @@ namespace tavelo {
 void PanelElement::place(const QRectF& frame, double scale) {
     frame_ = frame;
     scale_ = scale;
-    // Outward: nothing that is drawn gets cut off.
+    // Rounded outward, so that nothing is cut off.
     self_.setGeometry(QTransform::fromScale(scale, scale).mapRect(frame).toAlignedRect());
     self_.update();
 }

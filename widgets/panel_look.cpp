@@ -11,7 +11,7 @@
 namespace tavelo {
 namespace {
 
-// "@name" stands for a colour of the palette.
+// "@name" is replaced by a colour of the palette.
 constexpr const char* styleSheet = R"(
 QDialog, QMessageBox { background: @panel; color: white; border: 1px solid @disabled; }
 QLabel { color: white; background: transparent; font-family: Arial; font-size: 14px; }
@@ -70,7 +70,7 @@ QString panelStyleSheet() {
     return sheet.replace(QStringLiteral("@focus"), QColor(palette::focusRing.rgb()).name());
 }
 
-// For what style sheets leave to the desktop's style.
+// For everything that the style sheet does not set.
 QPalette panelPalette() {
     QPalette colors;
     colors.setColor(QPalette::Window, palette::panelGrey);

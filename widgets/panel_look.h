@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The panel's colours for what the toolkit draws: messages, menus, tool tips, dialogs.
+// The panel's colours for widgets drawn by Qt: message boxes, menus, tool tips, dialogs.
 #pragma once
 
 #include <QWidget>
 
 namespace tavelo {
 
-/// Dresses a message box, a menu or a dialog, with its children, in the panel's colours, whatever the
-/// desktop's theme is.  Push buttons that are the default get the accent colour.  Main thread.
+/// Gives a message box, menu or dialog and its children the panel's colours, regardless of the desktop's
+/// theme.  Default push buttons get the accent colour.  Main thread.
 void wearPanelLook(QWidget& window);
 
-/// The same for every tool tip of the program.  Main thread.
+/// Does the same for all tool tips of the program.  Main thread.
 void dressToolTips();
 
 } // namespace tavelo

@@ -7,7 +7,7 @@
 
 namespace tavelo {
 
-/// A sharp shadow: the text once more, displaced and in another colour.
+/// A sharp shadow: the text drawn once more, displaced and in another colour.
 struct TextShadow {
     /// In points, x to the right and y *upward*: (2, -2) falls to the lower right.
     QPointF offset;

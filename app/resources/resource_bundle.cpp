@@ -13,7 +13,7 @@
 namespace tavelo {
 namespace {
 
-// English first: where nothing else fits, it does.
+// English is first because it is the fallback.
 constexpr std::array localizationNames{"en", "zh-Hans", "ja", "de", "fr", "es"};
 
 std::vector<std::string> desktopLanguages() {
@@ -21,7 +21,7 @@ std::vector<std::string> desktopLanguages() {
     const QStringList languages = QLocale::system().uiLanguages();
     for (const QString& language : languages) {
         std::string name = languageName(language.toStdString());
-        // Qt lists a language once for each way to write its name.
+        // Qt lists a language once for each spelling of its name.
         if (std::ranges::find(names, name) == names.end()) names.push_back(std::move(name));
     }
     return names;
@@ -86,7 +86,7 @@ std::string ResourceBundle::localizedString(std::string_view key, std::string_vi
     return std::string(defaultValue.empty() ? key : defaultValue);
 }
 
-// The table of the most wanted language that has one.
+// The table of the most preferred language that has one.
 const ResourceBundle::Table& ResourceBundle::systemTable() const {
     for (const std::string& language : preferredLanguages()) {
         for (const char* localization : localizationNames) {

@@ -14,17 +14,16 @@
 
 namespace tavelo {
 
-/// String tables in Qt's resources, languages as the desktop gives them, with the one that the user chose for
-/// this program before them.  Reads everything when made.  Artwork lies beside the tables, as
-/// ":/images/NAME.svg".
+/// Reads all string tables from Qt's resources when it is created.  Prefers the language that the user chose
+/// for this program, then the desktop's languages.
 class ResourceBundle : public Bundle {
 public:
-    /// With the languages of the user's desktop.
+    /// Uses the languages of the user's desktop.
     ResourceBundle();
-    /// @param preferredLanguages the most wanted first
+    /// @param preferredLanguages the most preferred first
     explicit ResourceBundle(std::vector<std::string> preferredLanguages);
 
-    /// Puts a language before the desktop's; an empty one takes that back.
+    /// Prefers a language over the desktop's; an empty string undoes that.
     void preferLanguage(std::string language) { chosenLanguage_ = std::move(language); }
 
     std::vector<std::string> localizations() const override;
@@ -42,9 +41,9 @@ private:
     const std::map<std::string, Table, std::less<>> tables_;
 };
 
-/// A locale's name as localisations are matched with: language and territory, and between them the script of
-/// Chinese, whose scripts are localisations of their own.  "de-DE" for "de_DE.UTF-8", "de-Latn-DE" and "de",
-/// "zh-Hans-CN" for "zh_CN"; "en-US" for "C" and whatever names no language.
+/// The name that localisations are compared with: language and territory; Chinese also has its script,
+/// because each script has its own localisation.  "de-DE" for "de_DE.UTF-8", "de-Latn-DE" and "de";
+/// "zh-Hans-CN" for "zh_CN"; "en-US" for "C" and for anything that names no language.
 std::string languageName(std::string_view locale);
 
 } // namespace tavelo

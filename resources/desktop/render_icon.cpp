@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Draws the program's icon into a PNG file of a given size, for the installation.
+// Renders the program's icon to a PNG file of a given size, for the installation.
 #include <QImage>
 #include <QPainter>
 #include <QSvgRenderer>

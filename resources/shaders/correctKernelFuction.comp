@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Writes the camera's frame, mirrored as asked, twice: into the memory that the recorder and the snapshot read, and
-// into the texture that the display pass samples.  One thread a pixel.  A pixel in memory is one word, its bytes
-// blue, green, red, alpha from the lowest up.
+// Writes the camera's frame, mirrored if requested, twice: into the memory that recorder and snapshot read, and into
+// the texture that the display pass samples.  One thread per pixel.  A pixel in memory is one word: blue, green, red,
+// alpha from the lowest byte up.
 
 precision highp float;
 precision highp int;
@@ -16,7 +16,7 @@ layout(std430, binding = 1) writeonly buffer Corrected {
 };
 layout(rgba8, binding = 0) writeonly uniform highp image2D correctTexture;
 
-// Twelve bytes: a flag and three of padding, a factor, two flags and two of padding.
+// Twelve bytes: a flag, three bytes of padding, a factor, two flags, two bytes of padding.
 layout(std140, binding = 2) uniform Parameters {
     uint unusedFlag;
     float unusedFactor;

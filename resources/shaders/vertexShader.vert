@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Places the quad in clip space and passes its texture coordinate on.
+// Places the quad in clip space and passes on its texture coordinates.
 
 layout(location = 0) in vec4 position;
 layout(location = 1) in vec2 textureCoordinate;

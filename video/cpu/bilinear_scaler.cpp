@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t opaqueBlack = 0xFF000000;
 constexpr std::uint32_t evenBytes = 0x00FF00FF;
 
-// Two bytes at once: each has sixteen bits to grow into, and 255 * 256 + 128 fits.
+// Mixes two bytes at once.  Each has sixteen bits of space, enough for 255 * 256 + 128.
 constexpr std::uint32_t mixPairs(std::uint32_t a, std::uint32_t b, std::uint32_t fraction) {
     return ((a * (256 - fraction) + b * fraction + 0x00800080) >> 8) & evenBytes;
 }
@@ -44,8 +44,8 @@ void BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newT
 
     const double extent = double(targetLength) * scale;
     const double origin = (double(targetLength) - extent) / 2;
-    // A pixel is covered where its centre is, an edge that meets a centre included at the near end.  Edges
-    // lie on the grid of 256ths that GPUs round them to, so that a rounding error decides nothing.
+    // A pixel is covered if its centre is, or if the near edge goes through its centre.  Like GPUs, round the
+    // edges to 256ths, so that rounding errors do not matter.
     const double nearEdge = snapped(origin);
     const double farEdge = snapped(origin + extent);
     const auto last = std::int64_t(sourceLength) - 1;
@@ -81,7 +81,7 @@ const std::uint32_t* BilinearScaler::blendRows(const ConstPixels& source, Sample
     const std::uint8_t* second = row.fraction == 0 ? first : first + source.bytesPerRow;
     libyuv::InterpolatePlane(first, 0, second, 0, reinterpret_cast<std::uint8_t*>(row_.data()), 0,
                              int(source.width * 4), 1, int(row.fraction));
-    row_[source.width] = row_[source.width - 1]; // the last pixel's neighbour, weighed with 0
+    row_[source.width] = row_[source.width - 1]; // the last pixel's neighbour, which has weight 0
     return row_.data();
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Draws a picture scaled into another, pixel for pixel as a GPU samples it.
+// Scales pictures with the same pixels as a GPU's bilinear sampling.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// Four bytes a pixel, rows of `bytesPerRow` bytes.
+/// Four bytes per pixel, rows of `bytesPerRow` bytes.
 struct ConstPixels {
     const std::uint8_t* bytes = nullptr;
     std::size_t width = 0;
@@ -17,29 +17,30 @@ struct ConstPixels {
 };
 
 struct Pixels {
-    std::uint8_t* bytes = nullptr; ///< aligned to 4, as every row is
+    std::uint8_t* bytes = nullptr; ///< every row is aligned to 4
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;
 };
 
-/// Bilinear sampling at pixel centres, clamped to the edge, in eight bits of fraction.
+/// Bilinear sampling at pixel centres, clamped to the edge, with eight bits of fraction.
 ///
-/// Not reentrant: it keeps its tables and its row from picture to picture, so that equal sizes cost no
-/// allocation.
+/// Not reentrant: tables and a row buffer are kept between pictures, so that pictures of the same size need
+/// no allocation.
 class BilinearScaler {
 public:
-    /// Draws `source` centred on `target`, as large as the target times the scales, opaque, black around.
+    /// Draws `source` opaque and centred on `target`, as large as the target times the scales.  The rest of
+    /// the target becomes black.
     void draw(const ConstPixels& source, const Pixels& target, double scaleX, double scaleY);
 
 private:
-    /// Where a pixel of the target lies between two of the source: `first` and the one after it.
+    /// The position of a target pixel between two source pixels: `first` and the one after it.
     struct Sample {
         std::uint32_t first = 0;
-        std::uint32_t fraction = 0; ///< of 256, of the second
+        std::uint32_t fraction = 0; ///< weight of the second, of 256
     };
 
-    /// The stretch of the target that the source covers along one axis, one sample a pixel of it.
+    /// The part of the target that the source covers along one axis, with one sample per target pixel.
     struct Axis {
         std::size_t sourceLength = 0;
         std::size_t targetLength = 0;
@@ -57,7 +58,7 @@ private:
 
     Axis columns_;
     Axis rows_;
-    std::vector<std::uint32_t> row_; // one pixel longer than the source's rows
+    std::vector<std::uint32_t> row_; // one pixel longer than a source row
 };
 
 } // namespace tavelo

@@ -44,7 +44,7 @@ private:
 
 FramePicture CpuFramePasses::makePicture(PictureUse, std::size_t width, std::size_t height,
                                          std::size_t bytesPerRow) {
-    // libyuv counts in int.
+    // libyuv's sizes are of type int.
     if (height == 0 || bytesPerRow > std::size_t(std::numeric_limits<int>::max()) / height) return {};
     auto memory = zeroedMemory(bytesPerRow * height);
     if (!memory) return {};
@@ -59,7 +59,7 @@ bool CpuFramePasses::correct(FrameTexture& frame, FrameTexture& corrected,
                              const CorrectionParameters& parameters, const GroupExtent&) {
     const PixelBuffer& from = static_cast<const Texture&>(frame).pixelBuffer();
     const PixelBuffer& to = static_cast<const Texture&>(corrected).pixelBuffer();
-    // libyuv turns a picture of negative height upside down.
+    // libyuv flips a picture vertically if its height is negative.
     const int height = parameters.shouldFlipVertical != 0 ? -int(from.height()) : int(from.height());
     const auto pass = parameters.shouldFlipHorizontal != 0 ? libyuv::ARGBMirror : libyuv::ARGBCopy;
     return pass(from.baseAddress(), int(from.bytesPerRow()), to.baseAddress(), int(to.bytesPerRow()),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two passes on the processor.
+// The correction and display passes on the CPU.
 #pragma once
 
 #include "video/cpu/bilinear_scaler.h"
@@ -10,7 +10,7 @@ namespace tavelo {
 /// A picture's texture is its pixel buffer.
 class CpuFramePasses final : public FramePasses {
 public:
-    /// Where the display pass draws, in BGRA; must be as large as the viewport given there.
+    /// Sets the BGRA memory that display() draws into; must be as large as the viewport given there.
     void setTarget(const Pixels& target) { target_ = target; }
 
     FramePicture makePicture(PictureUse use, std::size_t width, std::size_t height,

@@ -27,14 +27,14 @@ MainThreadBell::~MainThreadBell() {
 void MainThreadBell::ring() noexcept {
     if (writeEnd_ < 0 || rung_.exchange(true)) return;
     const char byte = 0;
-    // The pipe holds one byte at most, so it always takes this one.
+    // Cannot block or fail: the pipe never holds more than this byte.
     [[maybe_unused]] const auto written = write(writeEnd_, &byte, 1);
 }
 
 void MainThreadBell::answerRing() {
     char byte = 0;
     if (read(readEnd_, &byte, 1) != 1) return;
-    rung_ = false; // before the answer: a ring during it is answered again
+    rung_ = false; // before the call, so that a ring() meanwhile causes another one
     answer_();
 }
 

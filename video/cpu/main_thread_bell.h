@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Wakes the main thread without touching the heap.
+// Wakes the main thread without heap allocations.
 #pragma once
 
 #include <QSocketNotifier>
@@ -9,18 +9,18 @@
 
 namespace tavelo {
 
-/// A pipe that the event loop listens to.  A posted event would do, at the price of two allocations each
-/// time. Thread-bound to the main thread but for ring().
+/// A pipe that the event loop reads.  A posted event would cost two allocations each time.  Thread-bound to
+/// the main thread, except ring().
 class MainThreadBell {
 public:
-    /// @param answer called on the main thread, once for all rings since the last answer
+    /// @param answer called on the main thread, once for all calls of ring() since its last call
     explicit MainThreadBell(std::function<void()> answer);
     ~MainThreadBell();
 
     MainThreadBell(const MainThreadBell&) = delete;
     MainThreadBell& operator=(const MainThreadBell&) = delete;
 
-    /// Thread-safe.  Silent where the process ran out of file descriptors when the bell was made.
+    /// Thread-safe.  Does nothing if the constructor could not open the pipe.
     void ring() noexcept;
 
 private:

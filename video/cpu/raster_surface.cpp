@@ -16,7 +16,7 @@ bool RasterSurface::beginDisplay(ViewportSize viewport) {
     if (!drawable_ || viewport.width == 0 || viewport.height == 0) return false;
     const QSize size(int(viewport.width), int(viewport.height));
     if (drawn_.size() != size) drawn_ = QImage(size, QImage::Format_RGB32);
-    if (drawn_.isNull()) return false; // no memory for a window of that size
+    if (drawn_.isNull()) return false; // out of memory
     passes_.setTarget({drawn_.bits(), viewport.width, viewport.height, std::size_t(drawn_.bytesPerLine())});
     return true;
 }
@@ -47,8 +47,8 @@ void RasterSurface::flush() {
         QPainter painter(backingStore_.paintDevice());
         painter.setCompositionMode(QPainter::CompositionMode_Source);
         const double scale = window_.devicePixelRatio();
-        // While the window grows the picture is smaller for a moment; where the scale is no whole number it
-        // always is, by a fraction of a pixel.
+        // The picture is smaller for a moment while the window grows, and always by a fraction of a pixel if
+        // the scale is not a whole number.
         if (!picture || QSizeF(shown_.size()) != QSizeF(window_.size()) * scale)
             painter.fillRect(all, Qt::black);
         if (picture) {

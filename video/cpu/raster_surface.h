@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A window drawn by the processor.
+// Shows pictures drawn by the CPU in a window.
 #pragma once
 
 #include <QBackingStore>
@@ -14,10 +14,11 @@ class QWindow;
 
 namespace tavelo {
 
-/// Hands finished pictures from the render queue to the main thread, which alone may touch a raster window.
+/// Passes finished pictures from the render queue to the main thread, because only the main thread may draw
+/// into a raster window.
 ///
-/// Three pictures go round: one is drawn, one is ready, one is shown; so neither thread waits for the other.
-/// A picture that becomes ready while one waits replaces it.
+/// Three buffers rotate (being drawn, ready, being shown), so that neither thread waits for the other.  A new
+/// ready picture replaces one that was not shown yet.
 class RasterSurface final : public FrameSurface {
 public:
     /// Both must outlive the surface.
@@ -39,7 +40,7 @@ private:
     QImage drawn_;
     bool drawable_ = false;
 
-    // Between both
+    // On both
     std::mutex mutex_; // guards the two below
     QImage ready_;
     bool fresh_ = false;
@@ -47,7 +48,7 @@ private:
     // On the main thread
     QImage shown_;
     QBackingStore backingStore_;
-    MainThreadBell bell_; // rung by the render queue
+    MainThreadBell bell_; // the render queue wakes the main thread
 };
 
 } // namespace tavelo

@@ -14,11 +14,11 @@ QSurfaceFormat baseFormat() {
     format.setRedBufferSize(8);
     format.setGreenBufferSize(8);
     format.setBlueBufferSize(8);
-    // A window with alpha would let the desktop shine through a black picture where the panel is translucent.
+    // With an alpha channel the desktop would show through a black picture, because the panel is translucent.
     format.setAlphaBufferSize(0);
     format.setDepthBufferSize(0);
     format.setStencilBufferSize(0);
-    // The camera sets the pace: a frame must not wait for the screen.
+    // Frames are drawn at the camera's rate and must not wait for the screen.
     format.setSwapInterval(0);
     return format;
 }
@@ -38,7 +38,7 @@ QSurfaceFormat embeddedFormat() {
     return format;
 }
 
-// A reset of the graphics card loses the context; without this some drivers end the program instead.
+// A GPU reset loses the context.  Without reset notification some drivers kill the program instead.
 QSurfaceFormat toldOfResets(QSurfaceFormat format) {
     format.setOption(QSurfaceFormat::ResetNotification);
     return format;
@@ -72,7 +72,7 @@ std::unique_ptr<GlContext> GlContext::create(SerialQueue& queue) {
 
 GlContext::GlContext(SerialQueue& queue, const QSurfaceFormat& format) : queue_(queue), format_(format) {
     offscreen_.setFormat(format);
-    offscreen_.create(); // may open a hidden window, which is the main thread's to do
+    offscreen_.create(); // may create a hidden window, which only the main thread may do
 }
 
 GlContext::~GlContext() {

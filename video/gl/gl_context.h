@@ -13,23 +13,23 @@ namespace tavelo {
 
 /// A context with compute shaders: OpenGL 4.3 core, else OpenGL ES 3.1.
 ///
-/// Made and destroyed on the main thread, both times waiting for the queue; used on the queue only.
+/// Created and destroyed on the main thread, which waits for the queue; otherwise used on the queue only.
 class GlContext {
 public:
-    /// Null where this machine has no such OpenGL.  The queue must outlive the context.
+    /// Null if the machine has no such OpenGL.  The queue must outlive the context.
     static std::unique_ptr<GlContext> create(SerialQueue& queue);
     ~GlContext();
 
     GlContext(const GlContext&) = delete;
     GlContext& operator=(const GlContext&) = delete;
 
-    /// What a window must be made with to be drawn into; no alpha channel.
+    /// The format that a window needs to be drawn into.  Without alpha channel.
     const QSurfaceFormat& format() const { return format_; }
 
-    /// Whether the processor plays the GPU, which makes compute shaders slow.
+    /// Whether OpenGL is emulated by the CPU, which makes compute shaders slow.
     bool isSoftware() const { return software_; }
 
-    /// @param surface a window, or null to draw into no window
+    /// @param surface a window, or null to draw off screen
     bool makeCurrent(QSurface* surface);
     void swapBuffers(QSurface& surface) { context_->swapBuffers(&surface); }
     QOpenGLContext& context() { return *context_; }

@@ -9,7 +9,7 @@
 namespace tavelo {
 namespace {
 
-// As the shaders bind them.
+// The shaders use the same numbers.
 constexpr GLuint frameBinding = 0;
 constexpr GLuint correctedBinding = 1;
 constexpr GLuint modelViewBinding = 1;
@@ -20,12 +20,12 @@ constexpr GLint rowPitchesLocation = 1;
 constexpr GLuint positionLocation = 0;
 constexpr GLuint textureCoordinateLocation = 1;
 
-constexpr std::size_t parametersBlockSize = 16; // the block's 12 bytes, rounded up as std140 wants
+constexpr std::size_t parametersBlockSize = 16; // the block's 12 bytes, rounded up as std140 requires
 constexpr GLbitfield clientMappedBufferBarrierBit = 0x4000;
 
 } // namespace
 
-/// A picture's storage buffer and, where it is displayed, its texture.
+/// A picture's storage buffer and, if it is displayed, its texture.
 class GlFramePasses::Texture final : public FrameTexture {
 public:
     Texture(std::shared_ptr<GlSharedBuffer> buffer, GlObject texture, std::shared_ptr<GlDisposal> disposal,
@@ -46,7 +46,7 @@ public:
     GLuint height() const { return height_; }
     GLuint pitch() const { return pitch_; }
 
-    /// Until a frame was corrected into it the texture holds whatever the driver left there.
+    /// Whether a frame was corrected into the texture, whose content is undefined before that.
     bool isDrawn() const { return drawn_; }
     void setDrawn() { drawn_ = true; }
 

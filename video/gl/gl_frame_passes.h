@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The two passes on the GPU.
+// The correction and display passes on the GPU.
 #pragma once
 
 #include <QOpenGLExtraFunctions>
@@ -18,7 +18,8 @@ class GlFramePasses final : public FramePasses {
 public:
     using Sharing = GlSharedBuffer::Sharing;
 
-    /// The context is current and outlives the passes; null where a shader does not build.
+    /// @param context is current and must outlive the passes
+    /// @return null if a shader does not build
     static std::unique_ptr<GlFramePasses> create(QOpenGLContext& context, Sharing sharing);
     ~GlFramePasses() override;
 

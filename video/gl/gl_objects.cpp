@@ -54,7 +54,7 @@ GlObject makeGlProgram(QOpenGLExtraFunctions& gl, const QByteArray& version,
     for (const GlShaderSource& source : sources) {
         const GlObject shader = makeGlShader(gl, version, source);
         if (shader.name() == 0) return {};
-        gl.glAttachShader(program.name(), shader.name()); // which keeps it alive
+        gl.glAttachShader(program.name(), shader.name()); // the program keeps the shader alive
     }
     gl.glLinkProgram(program.name());
     GLint linked = GL_FALSE;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// OpenGL objects as values that delete themselves.
+// RAII wrappers of OpenGL objects.
 #pragma once
 
 #include <QByteArray>
@@ -12,7 +12,7 @@
 
 namespace tavelo {
 
-/// One OpenGL name.  Destroyed where the context that made it is current.
+/// Owns an OpenGL name.  The context that created it must be current on destruction.
 class GlObject {
 public:
     using Deleter = void (*)(QOpenGLExtraFunctions& gl, GLuint name);
@@ -57,17 +57,17 @@ struct GlShaderSource {
     QString resource; ///< name of a file under ":/shaders"
 };
 
-/// Compiles and links; an empty object where one of both fails.
-/// @param version the line that opens every shader
+/// Compiles and links.  Returns an empty object on failure.
+/// @param version the first line of every shader
 GlObject makeGlProgram(QOpenGLExtraFunctions& gl, const QByteArray& version,
                        std::initializer_list<GlShaderSource> sources);
 
-/// Returns when the GPU has done all work sent so far, or after two seconds from a GPU that hangs.
-/// @return false if it hangs, or the context is lost
+/// Waits until the GPU has finished all work submitted so far, for two seconds at most.
+/// @return false if the GPU hangs or the context is lost
 bool waitForGpu(QOpenGLExtraFunctions& gl);
 
-/// Names whose owners died where no context is current, waiting to be deleted.  Thread-safe except
-/// collect(), which wants the context.
+/// Collects names to delete whose owners were destroyed while no context was current.  Thread-safe, except
+/// collect(), which deletes the names and needs the current context.
 class GlDisposal {
 public:
     void addBuffer(GLuint name);

@@ -7,7 +7,7 @@
 namespace tavelo {
 namespace {
 
-// Named by OpenGL 4.4 and by GL_EXT_buffer_storage; the headers of OpenGL ES lack them.
+// From OpenGL 4.4 and GL_EXT_buffer_storage; missing in the headers of OpenGL ES.
 constexpr GLbitfield mapPersistentBit = 0x0040;
 constexpr GLbitfield mapCoherentBit = 0x0080;
 constexpr GLbitfield clientStorageBit = 0x0200;
@@ -26,7 +26,7 @@ BufferStorage bufferStorage(QOpenGLContext& context) {
 }
 
 void forgetErrors(QOpenGLExtraFunctions& gl) {
-    // Bounded: a lost context reports an error for ever.
+    // Bounded, because a lost context reports errors forever.
     for (int i = 0; i < 8 && gl.glGetError() != GL_NO_ERROR; ++i) {
     }
 }
@@ -66,8 +66,8 @@ bool GlSharedBuffer::map(QOpenGLContext& context) {
     QOpenGLExtraFunctions& gl = *context.extraFunctions();
     const BufferStorage storage = bufferStorage(context);
     if (storage == nullptr) return false;
-    // In the processor's memory: it writes every byte of a frame and reads every byte of a recorded one, the
-    // GPU reads and writes them once.
+    // In system memory: the CPU writes every byte of a frame and reads every byte of a recorded one, while
+    // the GPU reads and writes each only once.
     storage(GL_SHADER_STORAGE_BUFFER, qopengl_GLsizeiptr(bytes_), nullptr, mapping | clientStorageBit);
     if (gl.glGetError() != GL_NO_ERROR) return false;
     memory_ = static_cast<std::uint8_t*>(

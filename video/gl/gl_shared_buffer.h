@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Memory that the processor and the GPU both see.
+// Memory shared by the CPU and the GPU.
 #pragma once
 
 #include <QOpenGLExtraFunctions>
@@ -14,19 +14,19 @@ class QOpenGLContext;
 
 namespace tavelo {
 
-/// A storage buffer of the GPU and its bytes as the processor sees them.
+/// A storage buffer of the GPU whose bytes the CPU can access.
 ///
-/// Where the driver has buffer storage the two are one memory, mapped for the buffer's whole life.  Elsewhere
-/// the bytes are the processor's own, and upload() and download() carry them over.  Thread-bound to the
-/// render queue except memory() and the release of the last reference.
+/// If the driver supports buffer storage, the buffer stays mapped for its whole life.  Otherwise the bytes
+/// are in separate memory, and upload() and download() copy them.  Thread-bound to the render queue, except
+/// memory() and the release of the last reference.
 class GlSharedBuffer {
 public:
     enum class Sharing : std::uint8_t { mapped, copied };
 
-    /// What the driver of the current context is able to.
+    /// `mapped` if the driver of the current context supports it.
     static Sharing bestSharing(QOpenGLContext& context);
 
-    /// Zeroed; null where memory is short.
+    /// The memory is zeroed.  Null if out of memory.
     static std::shared_ptr<GlSharedBuffer> create(QOpenGLContext& context, Sharing sharing, std::size_t bytes,
                                                   std::shared_ptr<GlDisposal> disposal);
     ~GlSharedBuffer();
@@ -37,10 +37,10 @@ public:
     GLuint name() const { return name_; }
     std::uint8_t* memory() const { return memory_; }
 
-    /// Makes the processor's bytes the GPU's.
+    /// Makes what the CPU wrote visible to the GPU.
     void upload(QOpenGLExtraFunctions& gl) const;
-    /// Makes the GPU's bytes the processor's; the GPU is done with them.
-    /// @return false if they cannot be had
+    /// Makes what the GPU wrote visible to the CPU.  The GPU must have finished writing.
+    /// @return false on failure
     bool download(QOpenGLExtraFunctions& gl) const;
 
 private:
@@ -52,7 +52,7 @@ private:
     GLuint name_;
     std::size_t bytes_;
     std::uint8_t* memory_ = nullptr;
-    std::vector<std::uint8_t> ownMemory_; // empty where the memory is mapped
+    std::vector<std::uint8_t> ownMemory_; // empty if the buffer is mapped
     std::shared_ptr<GlDisposal> disposal_;
 };
 

@@ -12,7 +12,7 @@ GlWindowSurface::GlWindowSurface(QWindow& window, std::unique_ptr<GlContext> con
 
 void GlWindowSurface::setDrawable(bool drawable) {
     drawable_ = drawable;
-    // The window may be gone as soon as this returns.
+    // Release the window now: it may be destroyed as soon as this returns.
     if (!drawable) {
         windowIsCurrent_ = false;
         context_->makeCurrent(nullptr);
@@ -20,7 +20,7 @@ void GlWindowSurface::setDrawable(bool drawable) {
 }
 
 bool GlWindowSurface::makeCurrent() {
-    // Each time anew: that is where some window systems take a new size in.
+    // Not skipped if already current, because some window systems apply a new size only here.
     windowIsCurrent_ = drawable_ && context_->makeCurrent(&window_);
     return windowIsCurrent_ || context_->makeCurrent(nullptr);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A window drawn by OpenGL.
+// Shows pictures drawn by OpenGL in a window.
 #pragma once
 
 #include <QWindow>
@@ -10,7 +10,7 @@
 
 namespace tavelo {
 
-/// Owns the context; without a drawable the passes still run, in a surface off the screen.
+/// Owns the context.  Without a drawable the passes still run, on an off-screen surface.
 class GlWindowSurface final : public FrameSurface {
 public:
     /// The window must outlive the surface.

@@ -21,8 +21,7 @@ GroupExtent correctionGroupCount(std::uint64_t width, std::uint64_t height) {
 Transform modelViewTransform(VideoGravity gravity, std::uint64_t width, std::uint64_t height,
                              ViewportSize viewport) {
     if (width == 0 || height == 0 || viewport.width == 0 || viewport.height == 0) return identityTransform;
-    // The aspects are single precision, the factors double: what the GPU gets is exact where both aspects
-    // agree.
+    // Aspects in single precision, factors in double: the factors are exactly 1 if both aspects are equal.
     const float imageAspect = float(width) / float(height);
     const float viewAspect = float(viewport.width) / float(viewport.height);
     const double imageToView = double(imageAspect) / double(viewAspect);

@@ -7,11 +7,11 @@
 
 namespace tavelo {
 
-/// How a frame meets a view of another shape.
+/// How a frame is fitted into a view of another aspect ratio.
 enum class VideoGravity : std::uint8_t {
     resize,          ///< stretched to fill
     resizeAspect,    ///< whole, with black bars
-    resizeAspectFill ///< fills the view, what stands over is cut off
+    resizeAspectFill ///< fills the view and is cropped
 };
 
 /// In pixels of the drawable.
@@ -33,10 +33,10 @@ struct GroupExtent {
 
 inline constexpr GroupExtent correctionGroupSize{16, 16, 1};
 
-/// Enough groups to cover a frame, rounded up.
+/// The number of groups that cover a frame, rounded up.
 GroupExtent correctionGroupCount(std::uint64_t width, std::uint64_t height);
 
-/// What the correction pass is told, byte for byte as the shader reads it.
+/// The correction pass's parameters, in the shader's memory layout.
 struct CorrectionParameters {
     std::uint8_t unusedFlag = 0;
     std::array<std::uint8_t, 3> padding1{};
@@ -53,7 +53,7 @@ struct QuadVertex {
     std::array<float, 2> padding{};
 };
 
-/// Two triangles over the whole view, the frame's first row at its top.
+/// Two triangles that cover the whole view, with the frame's first row at the top.
 inline constexpr std::array<QuadVertex, 6> quadVertices{{
     {{1, -1, 0, 1}, {1, 1}},
     {{-1, -1, 0, 1}, {0, 1}},
@@ -65,15 +65,15 @@ inline constexpr std::array<QuadVertex, 6> quadVertices{{
 static_assert(sizeof(quadVertices) == 192);
 inline constexpr std::uint64_t numVertices = quadVertices.size();
 
-/// A 4x4 transform, row after row.
+/// A 4x4 transform, row by row.
 using Transform = std::array<double, 16>;
-/// The same for the GPU: sixteen floats, column after column.
+/// The same for the GPU, column by column.
 using FloatMatrix = std::array<float, 16>;
 
 inline constexpr Transform identityTransform{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-/// Scales the quad so that a frame of `width` x `height` pixels sits in the viewport as `gravity` says;
-/// identity where one of the sides is 0.
+/// Scales the quad to fit a frame of `width` x `height` pixels into the viewport according to `gravity`.
+/// Identity if any side is 0.
 Transform modelViewTransform(VideoGravity gravity, std::uint64_t width, std::uint64_t height,
                              ViewportSize viewport);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The seam to what draws: the correction pass and the display pass.
+// The interface of the renderers: the correction pass and the display pass.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace tavelo {
 
-/// A picture as the passes that made it see it; holds what it shares with its pixel buffer.
-/// May be released on any thread, at the latest before its passes are destroyed.
+/// A picture in the form that the passes use.  Keeps alive what it shares with its pixel buffer.  May be
+/// released on any thread, but before its passes are destroyed.
 class FrameTexture {
 public:
     FrameTexture() = default;
@@ -21,7 +21,7 @@ public:
     FrameTexture& operator=(const FrameTexture&) = delete;
 };
 
-/// One picture, for the processor and for the passes.
+/// A picture, as the CPU and as the passes access it.
 struct FramePicture {
     std::shared_ptr<PixelBuffer> pixelBuffer; ///< BGRA
     std::shared_ptr<FrameTexture> texture;
@@ -29,14 +29,14 @@ struct FramePicture {
 
 /// What a picture is for.
 enum class PictureUse : std::uint8_t {
-    cameraFrame,   ///< the processor writes it, the correction pass reads it
-    correctedFrame ///< the correction pass writes it, the display pass and the processor read it
+    cameraFrame,   ///< the CPU writes it, the correction pass reads it
+    correctedFrame ///< the correction pass writes it, the display pass and the CPU read it
 };
 
 /// Draws frames.
 ///
-/// Thread-bound to the render queue, destruction included.  Every call returns when its work is done, on the
-/// GPU too.  The memory of the pixel buffers is the passes' own: it must not be touched once they are
+/// Thread-bound to the render queue, destruction included.  Every call waits until its work is done, on the
+/// GPU too.  The passes own the memory of the pixel buffers, which must not be accessed once the passes are
 /// destroyed.
 class FramePasses {
 public:
@@ -48,19 +48,19 @@ public:
 
     /// Makes a zeroed picture.
     /// @param bytesPerRow a multiple of 4, at least 4 * width
-    /// @return both halves, or neither where memory or the GPU refuses
+    /// @return both members set, or both null on failure
     virtual FramePicture makePicture(PictureUse use, std::size_t width, std::size_t height,
                                      std::size_t bytesPerRow) = 0;
 
-    /// Writes `frame`, mirrored as the parameters say, into `corrected`, which is of the same size.  The
+    /// Writes `frame`, mirrored according to the parameters, into `corrected`, which has the same size.  The
     /// caller holds the locks of both pixel buffers.
-    /// @return false if the GPU did not do it: it hangs, or the context is lost
+    /// @return false if the GPU hangs or the context is lost
     virtual bool correct(FrameTexture& frame, FrameTexture& corrected, const CorrectionParameters& parameters,
                          const GroupExtent& groupCount) = 0;
 
-    /// Fills the current target with opaque black, then draws the quad with `corrected` on it, sampled
-    /// bilinearly at pixel centres and clamped to its edge.
-    /// @param corrected null draws nothing on the black
+    /// Fills the current target with opaque black, then draws the quad with `corrected`, sampled bilinearly
+    /// at pixel centres and clamped to its edge.
+    /// @param corrected if null, the target stays black
     /// @param modelView a scale along x and y
     virtual void display(FrameTexture* corrected, ViewportSize viewport, const FloatMatrix& modelView) = 0;
 };

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The seam to where the picture is shown: a window's drawable and its thread.
+// The interface of the surfaces that show pictures in a window.
 #pragma once
 
 #include "video/passes/frame_geometry.h"
 
 namespace tavelo {
 
-/// The place of the display pass's picture.
+/// What the display pass draws into.
 ///
-/// Made and destroyed on the main thread, after the passes that draw into it.  Never waits for the main
-/// thread, so that the main thread may wait for the render queue.
+/// Created and destroyed on the main thread; destroyed after the passes that draw into it.  Never waits for
+/// the main thread, because the main thread may wait for the render queue.
 class FrameSurface {
 public:
     FrameSurface() = default;
@@ -20,13 +20,15 @@ public:
 
     // On the render queue
 
-    /// Whether the window is there to be drawn into.  No call touches the window while it is not.
+    /// Sets whether the window can be drawn into.  While it cannot, no call accesses the window.
     virtual void setDrawable(bool drawable) = 0;
 
-    /// Comes before any call of the passes; false if nothing can be drawn at all, as with a lost context.
+    /// Call before any call of the passes.
+    /// @return false if nothing can be drawn, for example because the context is lost
     virtual bool makeCurrent() = 0;
 
-    /// Makes the window the target of the display pass; false where there is no drawable.
+    /// Makes the window the target of the display pass.
+    /// @return false if there is no drawable
     virtual bool beginDisplay(ViewportSize viewport) = 0;
 
     /// Shows what was drawn since beginDisplay().
@@ -34,7 +36,7 @@ public:
 
     // On the main thread
 
-    /// Puts the last presented picture on the screen again where that is the main thread's work.
+    /// Shows the last presented picture again, if the main thread has to do that.
     virtual void flush() = 0;
 };
 
