@@ -6,7 +6,7 @@
 
 namespace tavelo {
 
-/// Receives one line for each camera failure that the panel does not show. Thread-safe; never throws; may
+/// Receives one line for each camera failure that the panel does not show.  Thread-safe; never throws; may
 /// block while one line is written.
 class Diagnostics {
 public:

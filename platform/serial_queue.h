@@ -35,7 +35,7 @@ public:
     /// Queues the task and returns at once.
     void async(Task task);
 
-    /// Queues the task and waits until it has run.  On the queue's own thread the task runs at once. Never
+    /// Queues the task and waits until it has run.  On the queue's own thread the task runs at once.  Never
     /// call it while holding a lock that a task of this queue takes.
     void sync(const std::function<void()>& task);
 

@@ -38,7 +38,7 @@ struct UsbControlRequest {
 
 /// An opened video-control interface.
 ///
-/// Thread-safe: the main thread and a background write of settings may use it at the same time. Calls block
+/// Thread-safe: the main thread and a background write of settings may use it at the same time.  Calls block
 /// until the device answers or fails, several seconds at worst.  The destructor closes it.
 class UsbInterface {
 public:

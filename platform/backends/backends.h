@@ -38,8 +38,8 @@ struct Backends {
     std::shared_ptr<AssetWriterPlatform> assetWriters;
 };
 
-/// Falls back to the kernel's transport if the cameras cannot be used over USB. Never fails: without cameras,
-/// USB or permissions the lists are empty. `mainQueue` and `diagnostics` must outlive the result.
+/// Falls back to the kernel's transport if the cameras cannot be used over USB.  Never fails: without
+/// cameras, USB or permissions the lists are empty.  `mainQueue` and `diagnostics` must outlive the result.
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
 
 } // namespace tavelo
