@@ -74,7 +74,7 @@ Bytes cameraTerminal(const VirtualCameraModel& model) {
             0,
             0,
             0,
-            0, // focal lengths: not told
+            0, // focal lengths: unknown
             3,
             low(map),
             high(map),
