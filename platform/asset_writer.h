@@ -36,7 +36,7 @@ struct VideoSettings {
     VideoCodec codec = VideoCodec::h264;
     VideoScalingMode scalingMode = VideoScalingMode::resizeAspectFill;
     std::optional<std::uint32_t> width;  ///< in pixels, at least 2; an odd size loses its last column or row
-    std::optional<std::uint32_t> height; ///< likewise
+    std::optional<std::uint32_t> height; ///< same
     VideoCompressionProperties compressionProperties;
 };
 
@@ -80,7 +80,7 @@ class PixelBufferAdaptor {
 public:
     /// The expected format of the pictures.  A hint: each picture carries its own.
     struct SourceAttributes {
-        std::uint32_t pixelFormatType = 0; ///< 32: four bytes a pixel, alpha and three colours
+        std::uint32_t pixelFormatType = 0; ///< 32: four bytes per pixel, alpha and three colours
         std::size_t width = 0;
         std::size_t height = 0;
     };
