@@ -109,7 +109,7 @@ enum class AssetWriterStatus : std::uint8_t { unknown, writing, completed, faile
 ///
 ///     unknown --startWriting--> writing --finishWriting...--> completed or failed
 ///
-/// A failure while writing sets the status to failed at once; the writer can be finished all the same.  Until
+/// A failure while writing sets the status to failed at once; the writer can still be finished.  Until
 /// it is finished, the file plays up to about the last second, even if the program is killed.
 ///
 /// Used by one thread; status() and error() are thread-safe.  The destructor waits for a writer that is
