@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A piece of sound in memory.
+// Sound in memory.
 #pragma once
 
 #include <cstddef>
@@ -8,9 +8,9 @@
 
 namespace tavelo {
 
-/// Interleaved PCM: one signed 16-bit sample a channel, channel after channel, frame after frame.
+/// Interleaved PCM, signed 16-bit samples.
 struct AudioBuffer {
-    std::uint32_t sampleRate = 0; ///< frames a second
+    std::uint32_t sampleRate = 0; ///< frames per second
     std::uint32_t channels = 0;
     std::vector<std::int16_t> samples; ///< frameCount() * channels
 

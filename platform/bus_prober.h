@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the USB bus knows of its cameras without asking them.
+// The cameras on the USB bus, as their descriptors describe them.
 #pragma once
 
 #include <cstdint>
@@ -10,13 +10,13 @@
 
 namespace tavelo {
 
-/// One camera on the bus, as its descriptors describe it.  A device with several video functions (a colour
-/// and an infrared camera, say) has a record for each.
+/// A camera on the bus.  A device with several video functions (such as a colour and an infrared camera) has
+/// one record for each.
 struct BusProberDevice {
     std::uint32_t locationID = 0;
-    /// The number of the function's video-control interface; nothing if the descriptors do not tell.
+    /// The number of the function's video-control interface; absent if the descriptors do not say.
     std::optional<std::uint8_t> controlInterface;
-    /// Entity identifiers; -1 where the descriptors do not tell.
+    /// Entity identifiers; -1 if the descriptors do not say.
     std::int32_t terminalID = -1;
     std::int32_t unitID = -1;
     std::uint16_t vendorID = 0;
@@ -50,7 +50,7 @@ struct BusProberDevice {
     friend bool operator==(const BusProberDevice&, const BusProberDevice&) = default;
 };
 
-/// Told when the bus changed.
+/// Notified when the bus changes.
 class BusProberDelegate {
 public:
     virtual ~BusProberDelegate() = default;
@@ -59,16 +59,16 @@ public:
     virtual void busProberInformationDidChange() = 0;
 };
 
-/// Lists the cameras of the USB bus.  Thread-bound to the main thread except the delegate's call.
+/// Lists the cameras on the USB bus.  Main thread only, except for the delegate's call.
 class BusProber {
 public:
     virtual ~BusProber() = default;
 
-    /// Rescans the bus; devicesArray() is new afterwards.  Records handed out before stay valid.
-    /// @param notify whether the delegate is told of a change that this scan finds
+    /// Rescans the bus and rebuilds devicesArray().  Records handed out before stay valid.
+    /// @param notify whether to notify the delegate if this scan finds a change
     virtual void refreshData(bool notify) = 0;
 
-    /// The functions of one device stand together, in the order of its descriptors.
+    /// Functions of one device are adjacent, in the order of its descriptors.
     virtual const std::vector<std::shared_ptr<const BusProberDevice>>& devicesArray() const = 0;
 };
 

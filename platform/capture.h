@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cameras as sources of frames: devices, inputs, outputs, the session that joins them.
+// Capture from cameras: devices, inputs, outputs and the session that connects them.
 #pragma once
 
 #include <cstdint>
@@ -21,13 +21,13 @@ namespace tavelo {
 
 enum class MediaType : std::uint8_t { video, audio };
 
-/// One captured picture or piece of sound, and when it was taken.  A camera's samples are pictures.
+/// A captured picture or sound and the time when it was taken.  Cameras deliver pictures only.
 struct SampleBuffer {
     std::shared_ptr<PixelBuffer> imageBuffer;
     MediaTime presentationTimeStamp;
     std::shared_ptr<const AudioBuffer> audioBuffer{};
 
-    /// Nothing for a sample that is neither.
+    /// Nothing if the sample is empty.
     std::optional<MediaType> mediaType() const {
         if (imageBuffer) return MediaType::video;
         if (audioBuffer) return MediaType::audio;
@@ -35,7 +35,7 @@ struct SampleBuffer {
     }
 };
 
-/// What a person may demand of the format that a camera streams in; what is absent is chosen.
+/// The stream format that the user asks for; absent values are chosen automatically.
 struct CaptureFormatRequest {
     struct Size {
         std::uint32_t width = 0;
@@ -46,39 +46,39 @@ struct CaptureFormatRequest {
     std::optional<std::string> fourcc; ///< "YUYV", "MJPG", ...
 };
 
-/// Takes the frames of a running input.  Called on the input's own thread.
+/// Receives the frames of a running input.  Called on the input's own thread.
 class FrameSink {
 public:
     virtual ~FrameSink() = default;
 
-    /// The picture is BGRA.  The input uses its memory again once every reference to it is dropped.
+    /// The picture is BGRA.  The input reuses its memory once all references to it are dropped.
     virtual void consume(const SampleBuffer& sample) = 0;
 };
 
 class CaptureDevice;
 
-/// A device opened for capture.  Thread-bound to whoever holds it; start and stop are ordered by the session.
+/// A device opened for capture.  Not thread-safe; the session serialises start() and stop().
 class CaptureDeviceInput {
 public:
     virtual ~CaptureDeviceInput() = default;
 
     virtual std::shared_ptr<CaptureDevice> device() const = 0;
 
-    /// Begins to stream into `sink`; returns before the first frame.  A device that cannot stream, or no
-    /// longer can, delivers nothing: its removal is told by the device list, and a stream that falls silent
-    /// restarts itself.
+    /// Starts streaming into `sink`; returns before the first frame.  A device that cannot stream, or no
+    /// longer can, delivers nothing: the device list reports its removal, and a stalled stream restarts by
+    /// itself.
     virtual void start(FrameSink& sink) = 0;
 
-    /// Ends the stream.  On return no call of the sink is under way and none follows.  May be called when
-    /// stopped.
+    /// Stops the stream.  When it returns, no call of the sink is in progress and none follows.  May be
+    /// called when stopped.
     virtual void stop() = 0;
 
-    /// Why a started input brings no picture, as far as it knows; no code while pictures come or nothing is
-    /// wrong.  `busy` comes with the programs that may hold the camera.  Any thread.
+    /// Why a started input delivers no pictures, if known; no code while pictures come or nothing is wrong.
+    /// For `busy` it names the programs that may hold the camera.  Any thread.
     virtual Error trouble() const { return {}; }
 };
 
-/// A camera as the operating system lists it.  Immutable, thread-safe; one object a device while it is
+/// A camera as the operating system lists it.  Immutable, thread-safe; one object per device while it is
 /// plugged in.
 class CaptureDevice {
 public:
@@ -90,19 +90,19 @@ public:
     virtual const std::string& localizedName() const = 0;
     virtual bool hasMediaType(MediaType type) const = 0;
 
-    /// Null with the reason where the device cannot be opened.
+    /// Null with `error` set if the device cannot be opened.
     virtual std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) = 0;
 };
 
 class CaptureVideoDataOutput;
 
-/// The way from an input to an output.
+/// Connects an input to an output.
 struct CaptureConnection {
     const CaptureDeviceInput* input = nullptr;
     const CaptureVideoDataOutput* output = nullptr;
 };
 
-/// Observes the samples of an output.  Called on the queue given with it.
+/// Receives the samples of an output, on the queue set together with it.
 class SampleBufferDelegate {
 public:
     virtual ~SampleBufferDelegate() = default;
@@ -111,14 +111,14 @@ public:
                                                                   const SampleBuffer& sample,
                                                                   const CaptureConnection& connection) = 0;
 
-    /// A sample came while the delegate was still busy with the one before, and was dropped.
+    /// A sample was dropped because the delegate was still busy with the one before.
     virtual void captureOutputDidDropSampleBufferFromConnection(CaptureVideoDataOutput& output,
                                                                 const SampleBuffer& sample,
                                                                 const CaptureConnection& connection) = 0;
 };
 
-/// An output of a session: pixel format and observer.  Set up before it is added to a session, constant
-/// after.
+/// An output of a session: pixel format and delegate.  Set it up before adding it to a session; do not change
+/// it afterwards.
 class CaptureVideoDataOutput {
 public:
     struct VideoSettings {
@@ -142,13 +142,13 @@ private:
     SerialQueue* queue_ = nullptr;
 };
 
-/// Joins one input with one output and runs them.
+/// Connects one input to one output and runs them.
 ///
 ///     idle --startRunning, with an input--> running --stopRunning, removeInput--> idle
 ///
 /// Thread-safe: calls are serialised; startRunning and stopRunning block until the change is made.  A frame
-/// that comes while the delegate is busy with another is dropped (late frames are discarded).  After
-/// stopRunning has returned no further delegate call begins.
+/// that arrives while the delegate is busy is dropped.  No delegate call begins after stopRunning has
+/// returned.
 class CaptureSession {
 public:
     virtual ~CaptureSession() = default;
@@ -159,7 +159,7 @@ public:
 
     virtual bool canAddInput(const CaptureDeviceInput& input) const = 0;
     virtual void addInput(CaptureDeviceInput& input) = 0;
-    /// Stops first where the session runs.
+    /// Stops the session first if it is running.
     virtual void removeInput(CaptureDeviceInput& input) = 0;
 
     virtual void startRunning() = 0;
@@ -167,7 +167,7 @@ public:
     virtual bool isRunning() const = 0;
 };
 
-/// Told of cameras that come and go, on the main thread.
+/// Notified on the main thread when cameras come and go.
 class CaptureDeviceObserver {
 public:
     virtual ~CaptureDeviceObserver() = default;
@@ -176,20 +176,21 @@ public:
     virtual void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) = 0;
 };
 
-/// The capture half of a backend.  Thread-bound to the main thread.
+/// The capture half of a backend.  Main thread only.
 class CapturePlatform {
 public:
     virtual ~CapturePlatform() = default;
 
-    /// In the platform's order, stable while devices stay.  The same device gives the same object each time.
+    /// In the platform's order, which is stable while devices stay.  The same device always gives the same
+    /// object.
     virtual std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) = 0;
 
     virtual std::unique_ptr<CaptureSession> makeSession() = 0;
 
-    /// For the threads that take pictures further; null if there is nobody to ask.
+    /// For threads that process pictures; null if there is no service to ask.
     virtual std::shared_ptr<ThreadPriority> threadPriority() { return nullptr; }
 
-    /// Each observer hears of every later change until it is removed.
+    /// Observers are notified of every later change until they are removed.
     virtual void addObserver(CaptureDeviceObserver* observer) = 0;
     virtual void removeObserver(CaptureDeviceObserver* observer) = 0;
 };

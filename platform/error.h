@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The closed set of reasons for which a platform operation fails.
+// Why a platform operation failed.
 #pragma once
 
 #include <chrono>
@@ -12,19 +12,19 @@ namespace tavelo {
 enum class ErrorCode : std::uint8_t {
     none,
     busy,    ///< another program holds it
-    denied,  ///< we lack the rights
+    denied,  ///< no permission
     gone,    ///< the device was unplugged
-    refused, ///< the device said no
+    refused, ///< the device refused the request
     timeout, ///< the device did not answer in time
-    invalid, ///< it makes no sense to the device, or the device makes no sense to us
+    invalid, ///< the request is invalid for the device, or its answer is invalid
 };
 
-/// A reason together with a sentence for people (English, no line break, no trailing full stop).
+/// An error code and a message for the user (English, no line break, no trailing full stop).
 struct Error {
     ErrorCode code = ErrorCode::none;
     std::string text;
-    std::string domain{}; ///< whose reason it is, as in "file system"; empty for our own
-    /// How much of a movie that failed is in its file all the same, and plays.  Absent if nothing is.
+    std::string domain{}; ///< where the error comes from, such as "file system"; empty for our own
+    /// How much of a failed movie is in its file and plays.  Absent if nothing is.
     std::optional<std::chrono::duration<double>> kept{};
 };
 

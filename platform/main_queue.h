@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The way back to the main thread.
+// A queue of tasks for the main thread.
 #pragma once
 
 #include "platform/task.h"
 
 namespace tavelo {
 
-/// Runs tasks on the main thread, one after another, in the order in which they were posted.
+/// Runs tasks on the main thread, one after another, in the order in which they are posted.
 class MainQueue {
 public:
     virtual ~MainQueue() = default;
 
-    /// Thread-safe; never runs the task before it returns.  Tasks still waiting when the program's event loop
+    /// Thread-safe; never runs the task before it returns.  Tasks still queued when the program's event loop
     /// ends are dropped.
     virtual void post(Task task) = 0;
 };

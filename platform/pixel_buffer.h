@@ -17,23 +17,23 @@ enum class PixelFormat : std::uint32_t {
     nv12 = 0x34323076,   ///< '420v': a luma plane and a plane of interleaved chroma pairs
 };
 
-/// One picture: pixels that either belong to the buffer or to whoever made it (mapped GPU memory).
+/// One picture.  The pixels belong to the buffer or to whoever made it (mapped GPU memory).
 ///
-/// Size, format and addresses never change.  The pixels are written and read under lock().
+/// Size, format and addresses never change.  Hold lock() to read or write the pixels.
 class PixelBuffer {
 public:
     struct Plane {
         std::uint8_t* baseAddress = nullptr;
         std::size_t width = 0;       ///< in pixels of this plane
         std::size_t height = 0;      ///< in rows
-        std::size_t bytesPerRow = 0; ///< at least what a row needs; rows may be padded
+        std::size_t bytesPerRow = 0; ///< rows may be padded
     };
 
-    /// Allocates zeroed memory of its own, rows aligned to 64 bytes.  Null where a side is 0.
+    /// Allocates zeroed memory, rows aligned to 64 bytes.  Null if a side is 0.
     static std::shared_ptr<PixelBuffer> create(PixelFormat format, std::size_t width, std::size_t height);
 
-    /// Wraps memory; `owner` is kept until the buffer dies.
-    /// @param planes one entry for a single-plane picture; more make it planar
+    /// Wraps existing memory and keeps `owner` alive as long as the buffer.
+    /// @param planes one for a single-plane picture, several for a planar one
     PixelBuffer(PixelFormat format, std::size_t width, std::size_t height, std::vector<Plane> planes,
                 std::shared_ptr<void> owner);
 
@@ -44,15 +44,15 @@ public:
     std::size_t width() const { return width_; }
     std::size_t height() const { return height_; }
 
-    /// 0 for a picture that is not planar.
+    /// 0 if the picture is not planar.
     std::size_t planeCount() const { return planes_.size() > 1 ? planes_.size() : 0; }
-    /// Every plane, the single one of a picture that is not planar included.
+    /// All planes; one if the picture is not planar.
     std::span<const Plane> planes() const { return planes_; }
 
     std::uint8_t* baseAddress() const { return planes_.front().baseAddress; }
     std::size_t bytesPerRow() const { return planes_.front().bytesPerRow; }
 
-    /// Held while the pixels are read or written.  Lock the source before the destination.
+    /// Hold it while reading or writing pixels.  Lock the source before the destination.
     [[nodiscard]] std::unique_lock<std::mutex> lock() const { return std::unique_lock(mutex_); }
 
 private:

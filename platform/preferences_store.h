@@ -14,7 +14,7 @@
 
 namespace tavelo {
 
-/// A value of the store.  Integers keep 64 bits, and a boolean stays one.
+/// A stored value.  Integers keep all 64 bits and are distinct from booleans.
 struct PreferencesValue;
 using PreferencesArray = std::vector<PreferencesValue>;
 using PreferencesDictionary = std::map<std::string, PreferencesValue>;
@@ -25,30 +25,30 @@ struct PreferencesValue {
     friend bool operator==(const PreferencesValue&, const PreferencesValue&) = default;
 };
 
-/// The user's preferences.  Thread-bound to the main thread, which never waits for the disk here.
+/// The user's preferences.  Main thread only; never blocks on the disk.
 class PreferencesStore {
 public:
-    /// Gets true once everything that was set before the call is on the disk, and false if it could not be
+    /// Called with true once everything set before the call is on disk, with false if it could not be
     /// written.
     using SynchronizeHandler = std::function<void(bool saved)>;
 
     virtual ~PreferencesStore() = default;
 
-    /// Answers from memory: what was set last, otherwise what is known of the disk.  Nothing if the key is
+    /// Answers from memory: the value set last, otherwise what is known to be on disk.  Nothing if the key is
     /// absent.
     virtual std::optional<PreferencesValue> objectForKey(std::string_view key) const = 0;
     virtual void setObject(const PreferencesValue& value, std::string_view key) = 0;
 
-    /// Sets a value for a key that seems to be absent.  If the key turns out to be on the disk when this is
-    /// written, that value stays.
+    /// Sets a value for a key that seems to be absent.  If the key turns out to be on disk when this is
+    /// written, the value on disk stays.
     virtual void setObjectIfMissing(const PreferencesValue& value, std::string_view key) = 0;
 
-    /// Starts to write what changed, and returns at once.  The handler, which may be empty, is called once,
-    /// on the main thread, after this call has returned; handlers are called in the order of their calls, and
-    /// what a handler sets when it gets false is part of the next write.  What could not be written stays set
-    /// and is written with the next call; the reason goes to the standard error stream.
+    /// Starts writing the changes and returns at once.  The handler, which may be empty, is called once, on
+    /// the main thread, after this call has returned.  Handlers are called in the order of their calls; what
+    /// a handler sets when it gets false is part of the next write.  Values that could not be written stay
+    /// set and are written with the next call; the reason goes to standard error.
     ///
-    /// The store's end finishes what was started; handlers that were not called by then never are.
+    /// The destructor finishes writes that were started; handlers not called by then are never called.
     virtual void synchronize(SynchronizeHandler handler) = 0;
 };
 

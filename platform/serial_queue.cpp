@@ -77,7 +77,7 @@ void SerialQueue::run() {
         --count_;
         lock.unlock();
         task();
-        task = Task(); // what the task captured dies outside the lock
+        task = Task(); // destroy what the task captured outside the lock
         lock.lock();
     }
 }

@@ -14,12 +14,11 @@
 
 namespace tavelo {
 
-/// A serial queue: a thread of its own, tasks in the order of their arrival, never two at once.
+/// Runs tasks on its own thread, in order of arrival, one at a time.
 ///
-/// Thread-safe.  The queue grows when it must and keeps its memory, so a queue in its steady state allocates
-/// nothing.  A task must not let an exception escape: there is nobody to catch it, and the program ends.
-/// Destruction runs what was queued before it, then joins the thread; never destroy a queue from its own
-/// task.
+/// Thread-safe.  The queue keeps its memory when it grows, so it allocates nothing in steady state.  An
+/// exception that escapes from a task terminates the program.  The destructor runs what was queued before it,
+/// then joins the thread; never destroy a queue from its own task.
 class SerialQueue {
 public:
     explicit SerialQueue(std::string label);
@@ -36,8 +35,8 @@ public:
     /// Queues the task and returns at once.
     void async(Task task);
 
-    /// Queues the task and waits until it ran.  On the queue's own thread it runs at once.
-    /// Never call it while holding a lock that a task of this queue takes.
+    /// Queues the task and waits until it has run.  On the queue's own thread the task runs at once.  Never
+    /// call it while holding a lock that a task of this queue takes.
     void sync(const std::function<void()>& task);
 
 private:

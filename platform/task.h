@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A piece of work to run once, kept without touching the heap where it is small.
+// A callable to run later, without heap allocation if it is small.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace tavelo {
 
-/// A move-only callable without arguments or result.  Callables of up to 64 bytes live inside it, which is
-/// what keeps the way of a frame free of allocations; larger ones go to the heap.
+/// A move-only callable without arguments or result.  Callables of up to 64 bytes are stored inline, so that
+/// delivering a frame does not allocate; larger ones go to the heap.
 class Task {
 public:
     Task() = default;
 
-    // NOLINTBEGIN(bugprone-forwarding-reference-overload): the requirement leaves moves alone
+    // NOLINTBEGIN(bugprone-forwarding-reference-overload): the constraint excludes moves
     template <typename F>
     requires(!std::is_same_v<std::remove_cvref_t<F>, Task> && std::is_invocable_v<std::decay_t<F>&>)
         Task(F&& function) {

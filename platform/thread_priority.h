@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// More of the processor for the threads that carry pictures.
+// Higher priority for the threads that process pictures.
 #pragma once
 
 namespace tavelo {
@@ -9,8 +9,8 @@ class ThreadPriority {
 public:
     virtual ~ThreadPriority() = default;
 
-    /// Asks for a higher priority of the calling thread, and returns at once.  It is granted a
-    /// moment later, or silently not at all.
+    /// Requests a higher priority for the calling thread and returns at once.  The request is granted a
+    /// moment later, or fails silently.
     virtual void raise() noexcept = 0;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A camera's video-control interface, and the way to it: device, location, interface.
+// A camera's video-control interface and how to reach it: device, location, interface.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ enum class UsbStatus : std::uint8_t {
     gone,    ///< the device was unplugged
     timeout, ///< the device did not answer in time
     refused, ///< the device refused a write (it stalled the request)
-    denied,  ///< we lack the rights
-    failed,  ///< any other fault of the link
+    denied,  ///< no permission
+    failed,  ///< any other transfer error
 };
 
-/// One request on the default control pipe, field by field as it goes over the wire.
+/// One request on the default control pipe, with its fields as on the wire.
 struct UsbControlRequest {
     std::uint8_t bmRequestType = 0;
     std::uint8_t bRequest = 0;
@@ -28,9 +28,9 @@ struct UsbControlRequest {
     std::uint16_t wIndex = 0;
     std::uint16_t wLength = 0;
     /// wLength bytes, owned by the caller; filled by a read.  After a successful write they hold the value
-    /// that the device took, if the transport knows it (a driver may round); otherwise they are left alone.
+    /// that the device took, if the transport knows it (a driver may round); otherwise they are unchanged.
     std::uint8_t* data = nullptr;
-    /// Bytes that really moved; 0 before the request.
+    /// Bytes actually transferred; 0 before the request.
     std::uint32_t bytesDone = 0;
 
     std::span<std::uint8_t> payload() const { return {data, wLength}; }
@@ -38,35 +38,35 @@ struct UsbControlRequest {
 
 /// An opened video-control interface.
 ///
-/// Thread-safe: the panel's main thread and a background push of settings may use one interface at once.
-/// Calls block until the device answered or failed, several seconds at the worst.  Destroying it closes it.
+/// Thread-safe: the main thread and a background write of settings may use it at the same time.  Calls block
+/// until the device answers or fails, several seconds at worst.  The destructor closes it.
 class UsbInterface {
 public:
     virtual ~UsbInterface() = default;
 
     /// Sends one request on pipe 0.
     ///
-    /// A device that stalls a *read* has answered: success with bytesDone 0.  So is a write to a control that
-    /// the device does not list: nothing was there to refuse it.  A refused write, a vanished device, a
-    /// timeout and a closed interface are failures.
+    /// A stalled *read* counts as answered: success with bytesDone 0.  So does a write to a control that the
+    /// device does not list.  A refused write, an unplugged device, a timeout and a closed interface are
+    /// failures.
     virtual UsbStatus ControlRequest(UsbControlRequest& request) = 0;
 
     /// Closes for good: every later request returns notOpen without reaching the device.  May be called
     /// twice.
     virtual void USBInterfaceClose() = 0;
 
-    /// The interface's number; answered also when closed.
+    /// The interface's number; also valid when closed.
     virtual std::uint8_t GetInterfaceNumber() const = 0;
 };
 
-/// An interface that a device's iterator found, not opened yet.
+/// An interface found in a device, not opened yet.
 class UsbInterfaceService {
 public:
     virtual ~UsbInterfaceService() = default;
 
     virtual std::uint8_t GetInterfaceNumber() const = 0;
 
-    /// Null where it cannot be opened (rights, gone, no driver to speak through).
+    /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
     virtual std::shared_ptr<UsbInterface> openInterface() = 0;
 };
 
@@ -80,25 +80,25 @@ struct UsbInterfaceMatch {
     std::uint16_t alternateSetting = any;
 };
 
-/// A USB device that answers questions.
+/// An opened USB device.
 class UsbDevice {
 public:
     virtual ~UsbDevice() = default;
 
-    /// 32 bits: the root hub's byte, then one hexadecimal digit a port, left-aligned.
+    /// The root hub's byte, then one hexadecimal digit per port, left-aligned.
     virtual std::uint32_t GetLocationID() const = 0;
 
-    /// The matching interfaces in the order of the device's descriptors; nothing where they cannot be read.
+    /// The matching interfaces in the order of the device's descriptors; nothing if these cannot be read.
     virtual std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
         const UsbInterfaceMatch& match) = 0;
 };
 
-/// The first of the two steps that lead from a listed device to one that answers questions.
+/// The first of two steps from a listed device to an opened one.
 class UsbDevicePlugIn {
 public:
     virtual ~UsbDevicePlugIn() = default;
 
-    /// Null where the device does not answer.
+    /// Null if the device does not answer.
     virtual std::unique_ptr<UsbDevice> QueryInterface() = 0;
 };
 
@@ -107,7 +107,7 @@ class UsbDeviceService {
 public:
     virtual ~UsbDeviceService() = default;
 
-    /// Null where the device may not be talked to at all.
+    /// Null if the device cannot be accessed at all.
     virtual std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() = 0;
 };
 

@@ -14,7 +14,7 @@ class UsbPlatform {
 public:
     virtual ~UsbPlatform() = default;
 
-    /// @param scope which part of the bus to list; 2, the only one in use, means video devices
+    /// @param scope which part of the bus to list; only 2, video devices, is used
     /// @param delegate may be null; must outlive the prober
     virtual std::unique_ptr<BusProber> initBusProber(int scope, BusProberDelegate* delegate) = 0;
 

@@ -19,7 +19,7 @@ std::string Localizer::localizedWith(std::string_view text, std::string_view key
     const std::optional<PreferencesValue> chosen = preferences_.objectForKey("KTLanguageTypeKey");
     if (!chosen) return systemText(text, key);
 
-    // Anything but a text names no localisation.
+    // A value that is not a text names no localisation.
     const auto* language = std::get_if<std::string>(&chosen->value);
     if (language == nullptr) return std::string(text);
     return bundle_.string(*language, key).value_or(std::string(text));

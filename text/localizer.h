@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Finds the text to show for an English text.
+// Translates the program's English texts.
 #pragma once
 
 #include <string>
@@ -10,16 +10,16 @@ namespace tavelo {
 class Bundle;
 class PreferencesStore;
 
-/// Texts in the language that the user chose in the program, or else in the system's.
+/// Texts in the language that the user chose in the program, otherwise in the system's.
 ///
-/// Thread-bound to the main thread, as the preferences are.  The language is read anew on every call, so a
-/// change holds for the texts asked for afterwards.
+/// Main thread only, like the preferences.  The language is read on every call, so a change applies to later
+/// calls.
 class Localizer {
 public:
     /// Both must outlive the localizer.
     Localizer(const Bundle& bundle, const PreferencesStore& preferences);
 
-    /// @param text the English text, shown where no table has an entry
+    /// @param text the English text, used if no table has an entry
     /// @param key the entry of the string tables
     std::string localizedWith(std::string_view text, std::string_view key) const;
 

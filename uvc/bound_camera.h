@@ -15,25 +15,25 @@ namespace tavelo {
 class KTUVCManager;
 class KTUVCParameters;
 
-/// The camera that a manager is bound to when this is made, and no other.
+/// The camera that a manager is bound to when this is made.
 ///
-/// Once the manager is bound anew nothing is sent and no record changes: every operation fails.  Thread-safe;
-/// the manager outlives it.
+/// Once the manager is bound again every operation fails: nothing is sent and no record changes.
+/// Thread-safe; the manager must outlive it.
 class BoundCamera {
 public:
     explicit BoundCamera(KTUVCManager& manager);
 
     BindingIdentity identity() const { return identity_; }
-    /// Whether the manager is still bound as it was.
+    /// Whether the manager still has this binding.
     bool isCurrent() const;
 
-    /// Why the interface was closed; success while it is open, gone once the manager is bound anew.
+    /// Why the interface was closed; success while it is open, gone once the manager is bound again.
     UsbStatus failure() const;
-    /// Opens the interface anew if a failed request closed it; sends nothing.
+    /// Reopens the interface if a failed request closed it; sends nothing.
     /// @return whether requests can be sent again
     bool openInterfaceAgain() const;
 
-    /// As the operations of the same names of KTUVCManager.
+    /// Same as the operations of KTUVCManager with these names.
     void setControlWithComplitionHandle(KTUVCControl control, std::int64_t value,
                                         const std::function<void(bool success)>& handle) const;
     bool setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,

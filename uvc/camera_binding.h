@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which camera the manager talks to, and over what.
+// The camera that the manager talks to, and its interface.
 #pragma once
 
 #include <chrono>
@@ -13,26 +13,26 @@
 
 namespace tavelo {
 
-/// Tells one binding from every other, even from an earlier one to the same camera.
+/// Identifies a binding; binding the same camera again gives a new identity.
 using BindingIdentity = std::uint64_t;
 
-/// The camera in use and the way to it; empty until a camera is bound.
+/// The bound camera and its interface; empty until a camera is bound.
 struct CameraBinding {
-    /// Grows with each binding; opening the camera's interface anew keeps it.
+    /// Increases with each binding; reopening the camera's interface keeps it.
     BindingIdentity identity = 0;
     std::shared_ptr<const BusProberDevice> device;
     std::shared_ptr<UsbInterface> interface;
     std::uint32_t deviceLocationID = 0;
     std::int32_t interfaceNumber = 0;
-    /// Entity identifiers; these are what a camera has if its descriptors do not tell.
+    /// Entity identifiers; the defaults are used if the descriptors have none.
     std::int32_t inputTerminalID = 1;
     std::int32_t processingUnitID = 2;
-    /// Why a request failed on `interface`, which is closed for good since; success while it is open.
+    /// Why the request that closed `interface` failed; success while it is open.
     UsbStatus failure = UsbStatus::success;
     std::chrono::steady_clock::time_point failedAt{};
-    /// The camera is being read: its records belong to the reader alone.
+    /// The camera is being read: only the reader may use its records.
     bool isBeingRead = false;
-    /// Every record tells of this camera; false if the interface was closed before all were read.
+    /// All records were read from this camera; false if the interface was closed before.
     bool recordsAreRead = false;
 
     bool interfaceIsClosed() const { return failure != UsbStatus::success; }
@@ -40,8 +40,8 @@ struct CameraBinding {
 
 /// A binding that one thread changes while others send requests.  Thread-safe.
 ///
-/// Its lock also orders the records against rebinding: whoever stores into a record for a binding does it in
-/// here, so that a late answer of one camera never lands in the record of the next.
+/// Its lock also orders the records against rebinding: a record is only written through this class, so that a
+/// late answer of one camera never lands in the record of the next.
 class SharedCameraBinding {
 public:
     /// A copy, so that a request is built and sent for one camera even if another is bound meanwhile.
@@ -52,7 +52,7 @@ public:
 
     /// A copy to send a write with; nothing while the camera is being read, or if `only` names another
     /// binding.
-    /// @param touch called before, under the lock: looks at the records, or stores into one
+    /// @param touch called first, under the lock; may read the records or store into one
     template <typename Touch>
     std::optional<CameraBinding> forWriting(std::optional<BindingIdentity> only, Touch&& touch) {
         const std::lock_guard lock(mutex_);
@@ -71,7 +71,8 @@ public:
     /// @param edit changes the binding that it is given; must be short and take no lock
     template <typename Edit>
     void change(Edit&& edit) {
-        // The last reference to an interface closes it, which may take a while: never under the lock.
+        // Releasing the last reference to an interface closes it, which may take a while: never under the
+        // lock.
         CameraBinding previous;
         {
             const std::lock_guard lock(mutex_);

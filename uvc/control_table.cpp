@@ -19,7 +19,7 @@ constexpr std::array scanningModes{
     ControlChoice{1, "Progressive", "progressive"},
 };
 
-// The class's bit map of one bit a mode.
+// The class's bit map, one bit per mode.
 constexpr std::array exposureModes{
     ControlChoice{1, "Manual Exposure, Manual Iris", "manual_exposure_manual_iris"},
     ControlChoice{2, "Auto Exposure, Auto Iris", "auto_exposure_auto_iris"},
@@ -38,8 +38,8 @@ constexpr AutomaticControl hueSwitchOff{autoHue, 0};
 constexpr AutomaticControl whiteBalanceSwitchOff{autoWhiteBalance, 0};
 
 // Sizes are what requests ask for.  Power line and hue auto (1 byte in the class) and white balance (2) ask
-// for more: a camera answers with what it has, and its answer's length is the size of later writes. The key
-// "power_line_frequencey" is spelt as the string tables spell it.
+// for more: a camera answers with what it has, and its answer's length is the size of later writes.  The key
+// "power_line_frequencey" is spelt as in the string tables.
 // clang-format off
 constexpr std::array<ControlRow, controlCount> table{{
     // control             unit sel size min max def signed type  argument bulk  text, key, flags of the descriptors, ...
@@ -68,7 +68,7 @@ constexpr std::array<ControlRow, controlCount> table{{
 }};
 // clang-format on
 
-// Resetting and sending walk the table once, so an automatic control must be written before what it rules.
+// Resetting and sending walk the table once, so an automatic control must come before those it governs.
 constexpr bool isInOrder() {
     for (std::size_t i = 0; i < controlCount; ++i) {
         if (indexOf(table[i].control) != i) return false;

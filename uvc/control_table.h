@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every UVC control that the program knows, as data.
+// The table of all UVC controls that the program knows.
 #pragma once
 
 #include <array>
@@ -46,11 +46,11 @@ constexpr std::size_t indexOf(KTUVCControl control) {
     return static_cast<std::size_t>(control);
 }
 
-/// What a control's setter makes of the number that it is given.
+/// How a control's setter converts the number that it is given.
 enum class ControlArgument : std::uint8_t {
     integer, ///< taken as it is
     truth,   ///< becomes 1 or 0
-    number,  ///< a flag taken as a 32-bit number, whatever it is
+    number,  ///< a flag that keeps the number's low 32 bits
     pair,    ///< pan and tilt in one 64-bit number
 };
 
@@ -58,11 +58,11 @@ enum class ControlArgument : std::uint8_t {
 struct ControlChoice {
     std::int64_t value;
     std::string_view text;
-    std::string_view key; ///< empty where the text is the same in every language
+    std::string_view key; ///< empty if the text is the same in every language
 };
 
-/// The automatic control that rules a manual one: the manual one may be changed while the automatic one holds
-/// `manualValue`, or where the camera has no automatic one.
+/// The automatic control that governs a manual one: the manual one may be changed while the automatic one
+/// holds `manualValue`, or if the camera has no automatic one.
 struct AutomaticControl {
     KTUVCControl control;
     std::int64_t manualValue;
@@ -86,11 +86,11 @@ struct ControlRow {
     /// Whether the control is written when all are reset or sent.
     bool inBulk;
 
-    /// Shown where no string table has an entry under `key`.
+    /// Shown if no string table has an entry under `key`.
     std::string_view text;
     std::string_view key;
 
-    /// Either of them says that the camera has the control.
+    /// The camera has the control if either of them is set.
     SupportFlag supportFlag;
     SupportFlag secondSupportFlag = nullptr;
 

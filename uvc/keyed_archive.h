@@ -12,7 +12,7 @@
 
 namespace tavelo {
 
-/// Takes an object's values.  Thread-bound.  A key written twice holds the later value.
+/// Stores an object's values by name.  Thread-bound.  A key written twice holds the later value.
 class KeyedArchiver {
 public:
     virtual ~KeyedArchiver() = default;
@@ -22,8 +22,8 @@ public:
     virtual void encodeInt64(std::int64_t value, std::string_view key) = 0;
 };
 
-/// Gives an object's values back.  Thread-bound.  A key that is absent or holds another type gives the empty
-/// text, false or 0.
+/// Reads an object's values by name.  Thread-bound.  A key that is absent or holds another type gives the
+/// empty text, false or 0.
 class KeyedUnarchiver {
 public:
     virtual ~KeyedUnarchiver() = default;

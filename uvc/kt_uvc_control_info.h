@@ -6,10 +6,10 @@
 
 namespace tavelo {
 
-/// Where a control lives in a camera, how long it is on the wire and which range queries it answers.
+/// Where a control is in a camera, its length on the wire and the range queries that it answers.
 ///
-/// Reentrant.  The records of a manager share theirs with every thread that sends requests: change one only
-/// while nothing is sent.
+/// Reentrant.  A manager's records share theirs with every thread that sends requests: change one only while
+/// nothing is sent.
 class KTUVCControlInfo {
 public:
     /// The unit code of controls that belong to the camera terminal; any other is the processing unit.

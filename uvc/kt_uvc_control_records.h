@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The live records of all controls, by name and by place.
+// The live records of all controls, by name and by index.
 #pragma once
 
 #include <array>
@@ -15,8 +15,8 @@ class Localizer;
 
 /// One record for each row of the control table.
 ///
-/// A record's name and its place in parametersArray() are two ways to one and the same record.  Reading is
-/// thread-safe; a record is replaced only while no other thread uses the manager.
+/// The accessor with a record's name and its entry in parametersArray() give the same record.  Reading is
+/// thread-safe; replace a record only while no other thread uses the manager.
 class KTUVCControlRecords {
 public:
     using Record = std::shared_ptr<KTUVCParameters>;
@@ -24,7 +24,7 @@ public:
     /// In the order of their tags.
     const std::array<Record, controlCount>& parametersArray() const { return records_; }
 
-    /// Null only where somebody set it so; such a control counts as one that the camera does not have.
+    /// Null only if set so; the control then counts as missing from the camera.
     const Record& record(KTUVCControl control) const { return records_[indexOf(control)]; }
     void setRecord(KTUVCControl control, Record record) { records_[indexOf(control)] = std::move(record); }
 
@@ -100,8 +100,8 @@ protected:
     KTUVCControlRecords() = default;
     ~KTUVCControlRecords() = default;
 
-    /// Makes every record anew.
-    /// @param text may be null: names and labels are English then
+    /// Recreates all records.
+    /// @param text may be null: names and labels are then English
     void initParameters(const Localizer* text);
 
 private:

@@ -18,7 +18,7 @@ void KTUVCManager::setEnvironment(const KTUVCEnvironment& environment) {
 }
 
 KTUVCManager& KTUVCManager::sharedManager() {
-    static KTUVCManager manager(sharedEnvironment()); // the language locks the first call
+    static KTUVCManager manager(sharedEnvironment()); // the first call is thread-safe by the language's rules
     return manager;
 }
 

@@ -23,39 +23,38 @@ namespace tavelo {
 
 class Localizer;
 
-/// Told whether the camera took a value: once, on the calling thread, before the setter returns.  May be
-/// empty.
+/// Called with whether the camera took a value: once, on the calling thread, before the setter returns.  May
+/// be empty.
 using ComplitionHandle = std::function<void(bool success)>;
 
-/// What a manager works on.  The first two may be null: no bus to look at, English names.
+/// What a manager depends on.  `usb` and `text` may be null: no bus, English names.
 struct KTUVCEnvironment {
-    UsbPlatform* usb = nullptr;      ///< outlives the manager, or releasePlatform() is called before
-    const Localizer* text = nullptr; ///< used while the manager is made
-    /// Tells when a request failed; called from any thread.
+    UsbPlatform* usb = nullptr;      ///< must outlive the manager unless releasePlatform() is called before
+    const Localizer* text = nullptr; ///< used only while the manager is made
+    /// The clock for the time of failures; called from any thread.
     std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
 };
 
-/// The controls of the camera that it is bound to: what the camera supports, its ranges and values, and a
-/// setter for each.
+/// Controls of the bound camera: what it supports, its ranges and values, and a setter for each.
 ///
 ///   unbound --refreshData...: true--> bound --refreshData...--> bound to another camera, or unbound
 ///                                       |
 ///                                 request fails
 ///                                       v
-///                               bound, interface closed: every request fails until bound or opened anew
+///                               bound, interface closed: every request fails until rebound or reopened
 ///
-/// Binding, the prober and the manager's making belong to the main thread.  Setters, pushes, support queries,
-/// reset and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and if
-/// two threads write one control the last one wins.  No operation throws; a refused value never stays in a
+/// Construction, binding and the prober belong to the main thread.  Setters, pushes, support queries, reset
+/// and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and if two
+/// threads write one control the last one wins.  No operation throws; a refused value never stays in a
 /// record.
 ///
-/// A setter belongs to the binding that it started with.  If another camera is bound before the answer is
-/// there, the answer changes no record; while a camera is being read, setters fail.
+/// A setter belongs to the binding that it started with.  If another camera is bound before the answer
+/// arrives, the answer changes no record; while a camera is being read, setters fail.
 class KTUVCManager : public KTUVCControlRecords {
 public:
-    /// What sharedManager() will be made with.  Call it once, before the first sharedManager().
+    /// The environment for sharedManager().  Call it once, before the first sharedManager().
     static void setEnvironment(const KTUVCEnvironment& environment);
-    /// The program's one manager, made on the first call.  Thread-safe.
+    /// The program's only manager, made on the first call.  Thread-safe.
     static KTUVCManager& sharedManager();
 
     explicit KTUVCManager(const KTUVCEnvironment& environment);
@@ -66,9 +65,9 @@ public:
 
     // The bus.
 
-    /// Starts looking at the bus.
+    /// Starts watching the bus.
     /// @param scope 2 for video devices
-    /// @param delegate may be null; outlives the prober
+    /// @param delegate may be null; must outlive the prober
     void initProberWithBusProberScopeProberDelegate(int scope, BusProberDelegate* delegate);
 
     /// Whether a capture device's identifier names a camera that the prober lists.
@@ -76,31 +75,31 @@ public:
 
     /// Binds to the camera with this identifier and reads all its controls; blocks meanwhile.
     bool refreshDataWithUniqueIDString(std::string_view uniqueID);
-    /// Binds to the first camera of the bus that is at one of these locations.
-    /// A camera without a control interface is bound all the same, with every control unsupported.
+    /// Binds to the first camera on the bus that is at one of these locations.  A camera without a control
+    /// interface is bound too, with every control unsupported.
     bool refreshDataWithLocationID(const LocationCandidates& locationIDs);
 
-    /// Opens the bound camera's interface anew if a failed request closed it.  The records stay as they are,
-    /// so no request is sent and nothing waits for the camera.  Only if it was their reading that failed is
-    /// the camera bound from the start.
+    /// Reopens the bound camera's interface if a failed request closed it.  Keeps the records, so no request
+    /// is sent and nothing waits for the camera.  Only if reading the records had failed is the camera bound
+    /// from the start.
     /// @return whether requests can be sent again
     bool openInterfaceAgain();
 
     /// Changes with each binding, and only then.
     BindingIdentity bindingIdentity() const { return binding_.get().identity; }
-    /// Whether every control of the bound camera could be asked: no request failed on the way.
+    /// Whether all controls of the bound camera could be queried without a failed request.
     bool recordsAreRead() const { return binding_.get().recordsAreRead; }
-    /// Whether there is an interface to send requests to and a control to send them for.
+    /// Whether there is an interface to send requests to and at least one supported control.
     bool isControllable() const;
 
-    /// The interface of the bound record's video function, or the first one if the record does not tell. Null
-    /// if the device has no such interface or it cannot be opened.
+    /// The interface of the bound record's video function, or the first one if the record does not name it.
+    /// Null if the device has no such interface or it cannot be opened.
     std::shared_ptr<UsbInterface> _getControlInferaceWithDeviceInterface(UsbDevice& deviceInterface) const;
 
     /// Takes the interface's number and reads every control.
     void generalInit();
 
-    /// Lets go of prober, camera and interface.  For the shared manager, which would outlive the platform.
+    /// Releases prober, camera and interface, for the shared manager, which outlives the platform.
     void releasePlatform();
 
     BusProber* prober() const { return prober_.get(); }
@@ -112,13 +111,13 @@ public:
     std::shared_ptr<UsbInterface> interface() const { return binding_.get().interface; }
     void setInterface(std::shared_ptr<UsbInterface> interface);
 
-    /// Closes the interface of a camera that was unplugged.  Linux's driver, bound to the camera anew, loses
-    /// its stream when the last file of its former self is closed, so none may be closed late.
+    /// Closes the interface of a camera that was unplugged.  Must not happen late: when the camera is back,
+    /// Linux's driver loses the new stream as soon as the last file of the old device is closed.
     void letGoOfInterface();
 
     /// Whether the interface was closed because a request failed.
     bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed(); }
-    /// Why it was; success while it is open.
+    /// Why it was closed; success while it is open.
     UsbStatus failure() const { return binding_.get().failure; }
     std::chrono::steady_clock::time_point failedAt() const { return binding_.get().failedAt; }
     /// The clock of failedAt().
@@ -138,8 +137,7 @@ public:
 
     // Setters.  A value is sent as it is: no setter clamps it to the record's range, the camera decides.
 
-    /// The setter of any control.  A flag that is only on or off becomes 1 or 0; the two flags that are
-    /// numbers keep their low 32 bits.
+    /// Sets any control.  On/off flags become 1 or 0; the two flags that are numbers keep their low 32 bits.
     void setControlWithComplitionHandle(KTUVCControl control, std::int64_t value,
                                         const ComplitionHandle& handle);
 
@@ -170,7 +168,7 @@ public:
     /// Does nothing and never calls the handler.
     void setRelativeZoomWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
     void setPanTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
-    /// Only the low 32 bits count; the other half stays.
+    /// Uses the low 32 bits only; the other half does not change.
     void setPanWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
     void setTiltWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle);
     void setRollWithComplitionHandle(std::int64_t value, const ComplitionHandle& handle) {
@@ -213,7 +211,7 @@ public:
         setControlWithComplitionHandle(KTUVCControl::whiteBalance, value, handle);
     }
 
-    // Whether a manual control may be changed now: the camera has it, and no automatic control rules it.
+    // Whether a manual control may be changed now: the camera has it, and no automatic control governs it.
 
     bool controlSupported(KTUVCControl control) const;
     bool exposureTimeSupported() const { return controlSupported(KTUVCControl::exposureTime); }
@@ -221,10 +219,10 @@ public:
     bool hueSupported() const { return controlSupported(KTUVCControl::hue); }
     bool whiteBalanceSupported() const { return controlSupported(KTUVCControl::whiteBalance); }
 
-    // All controls but roll, each automatic one before what it rules.  A refused value does not stop the
-    // walk; a camera that is gone or failed to answer twice does, and so does another binding.
+    // All controls except roll, each automatic one before those it governs.  A refused value does not stop
+    // the walk; a camera that is gone or failed to answer twice does, and so does another binding.
 
-    /// Writes the camera's own defaults; a control that has none is left alone.
+    /// Writes the camera's own defaults; a control without one does not change.
     void resetParamsToDefaults();
     /// Writes the values that the records hold.
     void sendParamsToDevice();
@@ -233,7 +231,7 @@ public:
 
     /// One SET_CUR request.
     /// @param bytes the value, least significant byte first; copied
-    /// @param size at most 8, anything longer ends the program
+    /// @param size at most 8; anything longer ends the program
     /// @param unit 1 for the camera terminal, any other for the processing unit
     bool setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,
                                      std::int32_t selector);
@@ -242,14 +240,14 @@ public:
 
     /// Sends the record's value in its actual size, 1 to 4 bytes.  A null record fails.
     bool _pushParamToDevice(const KTUVCParameters* record);
-    /// Sends a pan/tilt value for a record of 8 bytes, which it leaves alone.  A null record fails.
+    /// Sends a pan/tilt value for a record of 8 bytes without changing the record.  A null record fails.
     bool _push2x4ByteValueParamToDevice(std::int64_t value, const KTUVCParameters* record);
 
     /// False if nothing is bound or the request failed; a failure closes the interface for good.
     bool _sendControlRequest(UsbControlRequest& request);
     /// Reads one value of a control.
-    /// @param returnVal receives the bytes, or null if none came
-    /// @return how many bytes came, -1 if the request failed
+    /// @param returnVal receives the bytes, or null if there are none
+    /// @return the number of bytes, -1 if the request failed
     std::int32_t _requestValTypeForControlReturnVal(UvcRequest requestCode, const KTUVCControlInfo& control,
                                                     std::unique_ptr<std::uint8_t[]>& returnVal);
 
@@ -258,7 +256,7 @@ public:
     void _populateParamSupport(KTUVCParameters& record, bool support);
     /// The same for pan and tilt.
     void _populate2x4ByteParamSupport(KTUVCParameters& record, bool support);
-    /// Asks for the current value and changes nothing.
+    /// Requests the current value and changes nothing.
     void populateParam(const KTUVCParameters& record);
     void _populateAllParams();
 
@@ -266,12 +264,12 @@ private:
     friend class BoundCamera;
 
     using Decode = std::function<std::int64_t(std::int64_t previous, std::span<const std::uint8_t> reply)>;
-    using Only = std::optional<BindingIdentity>; // the one binding that is meant, or any
+    using Only = std::optional<BindingIdentity>; // the only binding allowed, or any
 
     bool send(const CameraBinding& binding, UsbControlRequest& request);
     std::int32_t requestValue(const CameraBinding& binding, UvcRequest requestCode,
                               const KTUVCControlInfo& control, std::unique_ptr<std::uint8_t[]>& returnVal);
-    /// @param bytes hold afterwards what the camera took, if the transport knows it
+    /// @param bytes afterwards what the camera took, if the transport knows it
     bool write(const CameraBinding& binding, std::span<std::uint8_t> bytes, std::int32_t unit,
                std::int32_t selector);
     bool writeBytes(const CameraBinding& binding, const std::uint8_t* bytes, std::size_t size,
@@ -291,7 +289,7 @@ private:
 
     bool setControl(const ControlRow& row, std::int64_t value, Only only);
     bool setScalar(const ControlRow& row, std::int64_t value, Only only);
-    /// @param next makes the value to send of the one that the record holds
+    /// @param next computes the value to send from the one that the record holds
     bool setPair(const std::function<std::int64_t(std::int64_t held)>& next, Only only);
     /// What the camera took, or nothing if the write failed.
     std::optional<std::int64_t> push(const CameraBinding& binding, const KTUVCControlInfo& control,
@@ -302,7 +300,7 @@ private:
     bool ignoresItsAutoFocusDefault() const;
 
     const std::function<std::chrono::steady_clock::time_point()> now_;
-    mutable std::mutex busMutex_; // guards usb_, and lets one thread at a time search it and open
+    mutable std::mutex busMutex_; // guards usb_; only one thread at a time searches the bus and opens
     UsbPlatform* usb_;
     std::unique_ptr<BusProber> prober_;
     SharedCameraBinding binding_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From a capture device's identifier to the camera's control interface.
+// Finds and opens a camera's control interface by the capture device's identifier.
 #include "uvc/kt_uvc_manager.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ bool contains(const LocationCandidates& locationIDs, std::uint32_t locationID) {
     return std::find(locationIDs.begin(), locationIDs.end(), locationID) != locationIDs.end();
 }
 
-/// Whether a record is of the video function that is meant; of a device's first one the location says enough.
+/// Whether a record is the requested video function; for a device's first one the location is enough.
 bool isMeant(const LocationCandidates& locationIDs, const BusProberDevice& camera) {
     return !locationIDs.controlInterface || camera.controlInterface == locationIDs.controlInterface;
 }
@@ -45,7 +45,7 @@ bool KTUVCManager::refreshDataWithUniqueIDString(std::string_view uniqueID) {
 }
 
 bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationIDs) {
-    // The interface is let go, not closed: a push that still runs on another thread ends undisturbed.
+    // Release the interface without closing it, so that a push on another thread can finish.
     binding_.change([](CameraBinding& binding) {
         binding.inputTerminalID = CameraBinding().inputTerminalID;
         binding.processingUnitID = CameraBinding().processingUnitID;
@@ -87,12 +87,12 @@ void KTUVCManager::letGoOfInterface() {
 }
 
 bool KTUVCManager::bindInterfaceOf(const LocationCandidates& locationIDs) {
-    letGoOfInterface(); // one that somebody else has set meanwhile
+    letGoOfInterface(); // in case another thread has set one meanwhile
     const auto found = openInterfaceAt(locationIDs);
     if (!found) return false;
 
     const std::shared_ptr<UsbInterface>& opened = *found;
-    // With its number at once: no request in between goes out with the last camera's.
+    // Set the number together with it, so that no request is sent with the previous camera's number.
     const std::int32_t number = opened ? opened->GetInterfaceNumber() : interfaceNumber();
     binding_.change([&](CameraBinding& binding) {
         binding.interface = opened;
@@ -142,7 +142,7 @@ bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
     bool isOpen = false;
     binding_.change([&](CameraBinding& current) {
         if (current.identity != identity) return;
-        if (current.interface == bound.interface) { // and not opened anew by another thread meanwhile
+        if (current.interface == bound.interface) { // and not reopened by another thread meanwhile
             if (opened) current.interface = opened;
             current.failure = opened ? UsbStatus::success : UsbStatus::gone;
             current.failedAt = failedAt;

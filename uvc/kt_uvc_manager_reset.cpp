@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// All controls in one walk: back to the camera's defaults, or what the records hold.
+// Writes all controls in one walk: the camera's defaults, or what the records hold.
 #include "uvc/kt_uvc_manager.h"
 
 #include <memory>
@@ -29,7 +29,8 @@ void KTUVCManager::walk(
     const BoundCamera camera(*this);
     WalkPatience patience;
     for (const ControlRow& row : controlTable()) {
-        // The gate of a manual control looks at what the walk has just written to its automatic one.
+        // Whether a manual control may be written depends on what the walk has just written to its automatic
+        // one.
         if (!row.inBulk || !controlSupported(row.control)) continue;
         const UsbStatus failure = camera.failure();
         if (failure != UsbStatus::success &&
@@ -52,7 +53,7 @@ void KTUVCManager::resetToDefault(const BoundCamera& camera, const ControlRow& r
     if (forcesOn) value = 1;
     camera.setControlWithComplitionHandle(row.control, value, [&](bool success) {
         if (!success || forcesOn || !isAutoFocus) return;
-        // The flag was sent as 0 or 1; if the camera took it so, the record keeps the whole default.
+        // The flag was sent as 0 or 1; if the camera took it, the record keeps the whole default.
         binding_.ifCurrent(camera.identity(), [&] {
             if (target->val() == (value != 0 ? 1 : 0)) target->setVal(target->def());
         });

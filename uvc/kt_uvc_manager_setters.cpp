@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One control at a time: setters, pushes and the rule of automatic controls.
+// Setters of single controls, pushes and the rule of automatic controls.
 #include "uvc/kt_uvc_manager.h"
 
 #include <array>
@@ -33,7 +33,7 @@ std::int64_t accepted(ControlArgument argument, std::int64_t value) {
     return value;
 }
 
-/// Flags remember one signed byte of the value that a failure brings back.
+/// The value to restore after a failure; for flags only its low byte, signed.
 std::int64_t remembered(ControlArgument argument, std::int64_t value) {
     const bool isFlag = argument == ControlArgument::truth || argument == ControlArgument::number;
     return isFlag ? static_cast<std::int8_t>(value) : value;
@@ -58,7 +58,7 @@ bool KTUVCManager::setScalar(const ControlRow& row, std::int64_t value, Only onl
     const std::int64_t wanted = accepted(row.argument, value);
     std::int64_t previous = 0;
     std::int32_t size = 0;
-    // The record holds the value already while it is sent.
+    // The record holds the new value while it is being sent.
     const auto binding = binding_.forWriting(only, [&] {
         previous = remembered(row.argument, target->val());
         size = target->actualSize();
@@ -70,7 +70,7 @@ bool KTUVCManager::setScalar(const ControlRow& row, std::int64_t value, Only onl
     const std::optional<std::int64_t> taken =
         isSendable ? push(*binding, *target->controlInfo(), static_cast<std::size_t>(size), wanted)
                    : std::nullopt;
-    // By now the record may be another camera's, or hold what another thread has set since.
+    // By now the record may belong to another camera or hold a newer value from another thread.
     binding_.ifCurrent(binding->identity, [&] {
         if (target->val() == wanted) target->setVal(taken.value_or(previous));
     });
@@ -122,7 +122,7 @@ std::optional<std::int64_t> KTUVCManager::push(const CameraBinding& binding, con
     putLittleEndian(value, bytes);
     const auto asked = buffer;
     if (!write(binding, bytes, control.unit(), control.selector())) return std::nullopt;
-    // A value that the camera took unchanged stays what the caller passed, even if it has more bits.
+    // If the camera took the value unchanged, keep what the caller passed, even if it has more bits.
     return buffer == asked ? value : integerOf(bytes, control.isSigned());
 }
 

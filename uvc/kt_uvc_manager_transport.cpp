@@ -40,11 +40,11 @@ bool KTUVCManager::send(const CameraBinding& binding, UsbControlRequest& request
     const UsbStatus status = binding.interface->ControlRequest(request);
     if (status == UsbStatus::success) return true;
 
-    // A camera in trouble is left alone: everything after the first failure fails without being sent.
+    // Leave a camera in trouble alone: after the first failure all requests fail without being sent.
     binding.interface->USBInterfaceClose();
     const auto failedAt = now_();
     binding_.change([&](CameraBinding& current) {
-        // The first reason counts: requests that were under way when another one failed find it closed.
+        // Keep the first reason: requests in progress when another one fails find the interface closed.
         if (current.interface != binding.interface || current.interfaceIsClosed()) return;
         current.failure = status;
         current.failedAt = failedAt;
@@ -146,7 +146,7 @@ void KTUVCManager::markUnsupported(KTUVCParameters& record) {
 
 bool KTUVCManager::mayHaveControl(bool support) const {
     if (support) return true;
-    // Where the descriptors told nothing at all, the camera itself is asked.
+    // If the descriptors say nothing at all, ask the camera itself.
     const std::shared_ptr<const BusProberDevice> camera = device();
     return camera && camera->terminalID == -1 && camera->unitID == -1;
 }

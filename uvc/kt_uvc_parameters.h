@@ -22,10 +22,10 @@ enum class KTUVCParameterType : std::uint64_t {
     flag = 2,   ///< off (0) or on
 };
 
-/// What the bound camera said of one control, and the value last written to it.
+/// What the bound camera reports about one control, and the value last written to it.
 ///
-/// The numbers that a camera gives (val, min, max, def, actualSize, supported) are thread-safe one by one:
-/// the last writer wins, and no two of them are read as a pair.  An unsupported control holds -1 in all of
+/// The numbers from the camera (val, min, max, def, actualSize, supported) are thread-safe one by one: the
+/// last writer wins, and reading several of them is not atomic.  An unsupported control holds -1 in all of
 /// them.  The rest is set while the manager is made and constant afterwards.
 ///
 /// A pan/tilt record packs two signed 32-bit numbers, in arc-seconds, into each of its 64-bit fields: pan in
@@ -34,7 +34,7 @@ class KTUVCParameters {
 public:
     using Choices = std::map<std::int64_t, std::string>;
 
-    /// The first eight make the record's own controlInfo.  Every number starts at 0, unsupported.
+    /// The first eight arguments make the record's controlInfo.  All numbers start at 0, unsupported.
     KTUVCParameters(std::int32_t unit, std::int32_t selector, std::int32_t intendedSize, bool hasMin,
                     bool hasMax, bool hasDef, bool isSigned, bool isRelative, KTUVCParameterType type,
                     std::string string);
@@ -42,7 +42,7 @@ public:
     /// Reads what encodeWithCoder() wrote; the record has no controlInfo.
     explicit KTUVCParameters(const KeyedUnarchiver& coder);
 
-    /// Writes name, support, values, type and tag; neither the static description nor the choices.
+    /// Writes name, support, values, type and tag, but not the static description and the choices.
     void encodeWithCoder(KeyedArchiver& coder) const;
 
     std::int64_t min() const { return min_.load(std::memory_order_relaxed); }
@@ -54,17 +54,17 @@ public:
     std::int64_t val() const { return val_.load(std::memory_order_relaxed); }
     void setVal(std::int64_t val) { val_.store(val, std::memory_order_relaxed); }
 
-    /// Comes from the camera alone.
+    /// Set by the camera only.
     std::int64_t def() const { return def_.load(std::memory_order_relaxed); }
 
     bool supported() const { return supported_.load(std::memory_order_relaxed); }
     void setSupported(bool supported) { supported_.store(supported, std::memory_order_relaxed); }
 
-    /// Bytes in which the camera delivered the current value, and in which it is written.
+    /// Length in bytes of the current value as the camera delivered it, also used for writing.
     std::int32_t actualSize() const { return actualSize_.load(std::memory_order_relaxed); }
     void setActualSize(std::int32_t size) { actualSize_.store(size, std::memory_order_relaxed); }
 
-    /// The record's place in the manager's parametersArray.
+    /// The record's index in the manager's parametersArray.
     std::int64_t tag() const { return tag_; }
     void setTag(std::int64_t tag) { tag_ = tag; }
 
@@ -83,14 +83,14 @@ public:
     const std::shared_ptr<const Choices>& enumeratorDictionary() const { return enumeratorDictionary_; }
     void setEnumeratorDictionary(std::shared_ptr<const Choices> choices);
 
-    /// Sign-extends, whether or not the control is signed: the halves of pan/tilt are what it is for.
+    /// Sign-extends even for unsigned controls; meant for the halves of pan/tilt.
     static std::int64_t valueFromInt32BitValue(std::int32_t value) { return value; }
     /// Pan.
     static std::int64_t first32BitValueFrom64BitValue(std::int64_t value);
     /// Tilt.
     static std::int64_t second32BitValueFrom64BitValue(std::int64_t value);
 
-    /// One line for a person who debugs.
+    /// One line for debugging.
     std::string description() const;
 
 private:

@@ -13,7 +13,7 @@ std::uint32_t hexNumber(std::string_view digits) {
     return number;
 }
 
-// "0x" is gone; location, vendor, product, interface.
+// The digits after "0x": location, vendor, product, interface.
 std::optional<std::uint8_t> controlInterface(std::string_view digits) {
     constexpr std::size_t before = 8 + 4 + 4;
     constexpr std::size_t length = before + 2;

@@ -10,10 +10,10 @@
 
 namespace tavelo {
 
-/// One identifier read three times, longest reading first; 0 where there is nothing to read.
+/// The possible locations in one identifier, longest first; 0 if there is none.
 struct LocationCandidates {
     std::array<std::uint32_t, 3> locationIDs{};
-    /// The video-control interface that is meant; nothing means the device's first one.
+    /// The requested video-control interface; absent means the device's first one.
     std::optional<std::uint8_t> controlInterface{};
 
     std::uint32_t operator[](std::size_t index) const { return locationIDs[index]; }
@@ -25,10 +25,10 @@ struct LocationCandidates {
 
 /// Reads the first eight, seven and six hexadecimal digits after "0x".
 ///
-/// The identifier goes on with vendor and product right behind the location, and a location may have lost its
-/// leading zeros, so that only the bus can tell which reading is the location.  For every video function of a
-/// device but the first, two more digits follow the product: its control interface.  These are only read from
-/// an identifier whose location has all its digits.  Reentrant.
+/// Vendor and product follow the location without a separator, and a location may lack its leading zeros, so
+/// only the bus can tell which reading is the location.  For every video function of a device except the
+/// first, two more digits follow the product: its control interface.  They are only read if the location has
+/// all its digits.  Reentrant.
 LocationCandidates locationCandidates(std::string_view uniqueID);
 
 } // namespace tavelo

@@ -12,25 +12,25 @@ namespace tavelo {
 /// The longest value of any control, in bytes.
 inline constexpr std::size_t maxValueSize = 8;
 
-/// Copies bytes, the least significant first, over the low bytes of `value`; its other bytes stay.
-/// Bytes beyond the eighth are ignored.  Reentrant.
+/// Copies bytes, least significant first, over the low bytes of `value`; the other bytes stay.  Bytes after
+/// the eighth are ignored.  Reentrant.
 std::int64_t overlaid(std::int64_t value, std::span<const std::uint8_t> bytes);
 
-/// Writes the low bytes of `value`, the least significant first, as many as fit into `bytes`; those beyond
-/// the eighth become 0.  Reentrant.
+/// Writes the low bytes of `value`, least significant first, as many as fit into `bytes`; those after the
+/// eighth become 0.  Reentrant.
 void putLittleEndian(std::int64_t value, std::span<std::uint8_t> bytes);
 
-/// The number that all of these bytes make, at most eight, the least significant first.  Reentrant.
+/// The number in all of these bytes, at most eight, least significant first.  Reentrant.
 std::int64_t integerOf(std::span<const std::uint8_t> bytes, bool isSigned);
 
-/// Which bits of a reply count, and which one is its sign.
+/// The bits of a reply that count, and its sign bit.
 class ValueFormat {
 public:
-    /// Nothing where a value of `size` bytes does not fit into 64 bits.  Sizes that no control of the class
-    /// has (0, 3, 5, 6, 7) keep no bit.
+    /// Nothing if a value of `size` bytes does not fit into 64 bits.  For sizes that no control of the class
+    /// has (0, 3, 5, 6, 7) no bit counts.
     static std::optional<ValueFormat> ofSize(std::int32_t size, bool isSigned);
 
-    /// Sign-extends a signed value; a reply shorter than the size counts as filled up with zeros.
+    /// Sign-extends a signed value; a reply shorter than the size is padded with zeros.
     std::int64_t decode(std::span<const std::uint8_t> reply) const;
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one place where the program chooses its backends.
+// Chooses the backends that the program uses.
 #pragma once
 
 #include <cstdint>
@@ -15,32 +15,31 @@
 
 namespace tavelo {
 
-/// Who speaks to the machine's cameras.
+/// How the program reaches the machine's cameras.
 enum class CameraTransport : std::uint8_t {
-    kernel, ///< the kernel's driver, which other programs may use meanwhile
-    usb,    ///< we ourselves; the driver lets go of the camera that is shown
+    kernel, ///< through the kernel's driver, which other programs may use at the same time
+    usb,    ///< directly over USB; the driver releases the camera that is shown
 };
 
 struct BackendOptions {
-    /// Above 0: that many cameras of our own in place of the machine's.
+    /// If above 0, this many virtual cameras replace the machine's.
     int virtualCameras = 0;
     CaptureFormatRequest format;
     CameraTransport transport = CameraTransport::kernel;
-    /// Hears, in one line, what the user must be told even where cameras' failures are kept quiet: that the
-    /// wanted transport cannot be had.  Called once at most, on any thread; may be empty.
+    /// Receives a warning that the user must see even without --verbose: the requested transport is not
+    /// available.  One line, called at most once, on any thread; may be empty.
     std::function<void(const std::string& line)> warn = {};
 };
 
-/// What a backend consists of.  Control and capture belong together and die together.
+/// The parts of a backend.  Control and capture belong together and are destroyed together.
 struct Backends {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
     std::shared_ptr<AssetWriterPlatform> assetWriters;
 };
 
-/// Where the cameras may not be taken over USB the kernel's transport serves in its place.
-/// Never fails: a machine without cameras, without USB or without rights gives empty lists.
-/// Both arguments by reference must outlive the result.
+/// Falls back to the kernel's transport if the cameras cannot be used over USB.  Never fails: without
+/// cameras, USB or permissions the lists are empty.  `mainQueue` and `diagnostics` must outlive the result.
 Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
 
 } // namespace tavelo

@@ -15,7 +15,7 @@ namespace {
 constexpr FrameSize defaultBox{1280, 720};
 constexpr double defaultRate = 30;
 constexpr double smoothRate = 24;
-// 24000/1001 and 30000/1001 count as 24 and 30, and intervals come rounded to 100 ns.
+// 24000/1001 and 30000/1001 count as 24 and 30, and intervals are rounded to 100 ns.
 constexpr double rateTolerance = 0.005;
 
 struct NamedFormat {
@@ -46,13 +46,13 @@ bool fits(FrameSize size, FrameSize box) {
     return size.width <= box.width && size.height <= box.height;
 }
 
-// Colour before grey: a camera with an infrared sensor beside the real one offers both.
+// Colour before grey: a camera with an additional infrared sensor offers both.
 int formatRank(Fourcc format) {
     if (format == fourcc::mjpeg) return 1;
     return format == fourcc::grey ? 2 : 0;
 }
 
-// A range gives its ends and, where it lies between them, the wanted rate itself.
+// The ends of the range and, if it lies between them, the wanted rate.
 std::vector<FrameInterval> ratesToConsider(const FrameIntervalRange& range, double wanted) {
     std::vector<FrameInterval> rates{range.shortest};
     if (range.longest == range.shortest) return rates;
@@ -62,7 +62,7 @@ std::vector<FrameInterval> ratesToConsider(const FrameIntervalRange& range, doub
     return rates;
 }
 
-// How far a rate lies from what is wanted; without a demand, one above is worse than any below.
+// Distance from the wanted rate; without a request, any rate above the default is worse than all below.
 std::pair<bool, double> rateDistance(double rate, const CaptureFormatRequest& request) {
     if (request.framesPerSecond) return {false, std::abs(rate - *request.framesPerSecond)};
     const bool above = rate > defaultRate * (1 + rateTolerance);
@@ -91,7 +91,7 @@ Badness badness(const FormatChoice& choice, const CaptureFormatRequest& request)
     const FrameSize box = request.size.value_or(defaultBox);
     const bool wrongSize = request.size && !same(choice.size, *request.size);
     const bool fitting = fits(choice.size, box);
-    // A camera that does not tell its rates has one good rate, as a rule.
+    // A camera that does not report its rates usually has one good rate.
     const double told = choice.interval.framesPerSecond();
     const double rate = told > 0 ? told : request.framesPerSecond.value_or(defaultRate);
     const bool smooth = rate >= request.framesPerSecond.value_or(smoothRate) * (1 - rateTolerance);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which of the formats that a camera offers it is to stream in.
+// Chooses the stream format from those that a camera offers.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace tavelo {
 
-/// Four characters as V4L2 and the USB Video Class write them, the first in the lowest byte.
+/// A four-character code as in V4L2 and the USB Video Class, the first character in the lowest byte.
 using Fourcc = std::uint32_t;
 
 constexpr Fourcc makeFourcc(char a, char b, char c, char d) {
@@ -21,7 +21,7 @@ constexpr Fourcc makeFourcc(char a, char b, char c, char d) {
            Fourcc(static_cast<unsigned char>(c)) << 16U | Fourcc(static_cast<unsigned char>(d)) << 24U;
 }
 
-/// The formats that we can turn into BGRA.
+/// The formats that we can convert to BGRA.
 namespace fourcc {
 inline constexpr Fourcc yuyv = makeFourcc('Y', 'U', 'Y', 'V');
 inline constexpr Fourcc uyvy = makeFourcc('U', 'Y', 'V', 'Y');
@@ -31,31 +31,31 @@ inline constexpr Fourcc grey = makeFourcc('G', 'R', 'E', 'Y');
 inline constexpr Fourcc mjpeg = makeFourcc('M', 'J', 'P', 'G');
 } // namespace fourcc
 
-/// Nothing unless the text names one of the formats above ("YUYV"; "YUY2", "MJPEG" and "I420" are understood
-/// too; case does not matter).
+/// Nothing unless the text names one of the formats above ("YUYV"; also "YUY2", "MJPEG" and "I420"; case does
+/// not matter).
 std::optional<Fourcc> fourccFromText(std::string_view text);
 std::string fourccText(Fourcc value);
 
 using FrameSize = CaptureFormatRequest::Size;
 
-/// Seconds from frame to frame as a fraction; 0/0 where the camera does not tell.
+/// Seconds between frames as a fraction; 0/0 if the camera does not report it.
 struct FrameInterval {
     std::uint32_t numerator = 0;
     std::uint32_t denominator = 0;
 
-    /// 0 where unknown or without sense.
+    /// 0 if unknown or invalid.
     double framesPerSecond() const { return numerator == 0 ? 0 : double(denominator) / numerator; }
 
     friend bool operator==(const FrameInterval&, const FrameInterval&) = default;
 };
 
-/// Equal ends for a single rate.
+/// Both ends are equal for a single rate.
 struct FrameIntervalRange {
     FrameInterval shortest;
     FrameInterval longest;
 };
 
-/// One size in one format, with the rates that the camera lists for it (none: it does not tell).
+/// One size in one format and the rates that the camera lists for it; none if it does not report them.
 struct OfferedMode {
     Fourcc format = 0;
     FrameSize size;
@@ -65,35 +65,35 @@ struct OfferedMode {
 struct FormatChoice {
     Fourcc format = 0;
     FrameSize size;
-    FrameInterval interval; ///< 0/0: leave it as the camera has it
+    FrameInterval interval; ///< 0/0: keep the camera's own
 
-    /// What it takes on the bus, roughly (a compressed frame is counted as a quarter of a byte a pixel).
+    /// Approximate bus bandwidth; a compressed frame counts as a quarter of a byte per pixel.
     double bytesPerSecond() const;
 };
 
-/// Every mode that we can show (frame_bounds.h says up to which size), the best first, each at the rate that
-/// suits best.  Pure and reentrant.
+/// All modes that can be shown (frame_bounds.h has the size limits), best first, each at its best rate.  Pure
+/// and reentrant.
 ///
-/// Where nothing is demanded: the largest size up to 1280x720 that comes at 24 frames a second or more; at
-/// that size, uncompressed before MJPEG before grey; the best rate up to 30.  Where no size qualifies, a
-/// larger picture that moves comes before a small one that stutters.  The camera's list is trusted: one on
-/// USB 2, which carries 24.6 MB/s, lists YUYV at full rate up to 640x480 only; where the bus turns out full,
-/// the caller goes on to a later entry with fewer bytesPerSecond().
+/// By default: the largest size up to 1280x720 at 24 frames per second or more; at that size, uncompressed
+/// before MJPEG before grey; the best rate up to 30.  If no size qualifies, larger sizes at such a rate come
+/// before small ones at a lower rate.  The camera's list is trusted: a camera on USB 2, which carries 24.6
+/// MB/s, lists YUYV at full rate up to 640x480 only.  If the bus turns out to be full, the caller tries a
+/// later entry with fewer bytesPerSecond().
 ///
-/// A demanded size, rate or format replaces the one above.  One that the camera does not offer bends: the
-/// size to the largest within it, the rate to the nearest, the format to any.
+/// A requested size, rate or format replaces the default.  If the camera does not offer it, the best match is
+/// the largest size within the requested one, the nearest rate, or any format.
 std::vector<FormatChoice> rankFormats(std::span<const OfferedMode> offered,
                                       const CaptureFormatRequest& request);
 
-/// Sizes in a grid, as cameras that scale by themselves offer them.  A step of 0 counts as 1.
+/// A grid of sizes, as offered by cameras that scale by themselves.  A step of 0 counts as 1.
 struct FrameSizeRange {
     FrameSize smallest;
     FrameSize largest;
     FrameSize step;
 };
 
-/// The few sizes of the grid that are worth asking the camera for: the demanded one, the default's, common
-/// ones and both ends.
+/// The sizes of the grid worth asking the camera for: the requested one, the default, common ones and both
+/// ends.
 std::vector<FrameSize> sizesToConsider(const FrameSizeRange& range, const CaptureFormatRequest& request);
 
 } // namespace tavelo

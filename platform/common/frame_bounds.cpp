@@ -10,7 +10,7 @@ constexpr std::size_t kilobyte = 1024;
 constexpr std::size_t megabyte = 1024 * kilobyte;
 
 constexpr std::size_t mostPadding = 16 * megabyte;
-// At the full speed of USB 3 that is six pictures a second.
+// Six pictures per second at the full speed of USB 3.
 constexpr std::size_t mostCompressed = 64 * megabyte;
 
 std::size_t pixels(FrameSize size) {

@@ -34,7 +34,7 @@ void FrameDelivery::consume(const SampleBuffer& sample) {
         return;
     }
     waiting_ = sample;
-    // A task left over from before a stop takes the sample of the new run with it.
+    // A task left over from before a stop delivers the new run's sample too.
     if (std::exchange(scheduled_, true)) return;
     target_->queue->async([self = shared_from_this()] { self->run(); });
 }
@@ -57,8 +57,7 @@ void FrameDelivery::run() {
 }
 
 void FrameDelivery::tellDrops(std::unique_lock<std::mutex>& lock) {
-    // Those that come while we tell are left for the next time: a slow delegate must not keep the queue for
-    // ever.
+    // Drops that happen meanwhile are reported next time: a slow delegate must not occupy the queue forever.
     for (std::size_t owed = dropCount_; owed > 0 && dropCount_ > 0 && target_; --owed) {
         const Target target = *target_;
         const SampleBuffer sample{nullptr, drops_[firstDrop_]};

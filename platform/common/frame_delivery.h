@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The last leg of a frame: from the input's thread to the delegate on the output's queue.
+// Passes frames from the input's thread to the delegate on the output's queue.
 #pragma once
 
 #include <array>
@@ -12,23 +12,23 @@
 
 namespace tavelo {
 
-/// Carries one sample at a time to the delegate and keeps account of those that came too early.
+/// Passes one sample at a time to the delegate and reports those that were dropped meanwhile.
 ///
 /// Thread-safe.  Owned by a shared pointer, since a task on the output's queue may outlive the session.
 class FrameDelivery final : public FrameSink, public std::enable_shared_from_this<FrameDelivery> {
 public:
-    /// From now on samples go along `connection`; its output and delegate may be null, which loses the
-    /// samples.
+    /// Delivers samples along `connection` from now on.  If the output or its delegate is null, samples are
+    /// lost.
     void open(const CaptureConnection& connection, CaptureVideoDataOutput* output);
 
-    /// No delegate call begins after this returned; the one under way is not waited for.
+    /// No delegate call begins after this returns; one in progress is not waited for.
     void close();
 
     /// Never blocks on the delegate.
     void consume(const SampleBuffer& sample) override;
 
 private:
-    // More than this many drops behind one delegate call are forgotten, the oldest first.
+    // Drops during one delegate call beyond this number are forgotten, oldest first.
     static constexpr std::size_t rememberedDrops = 64;
 
     struct Target {
@@ -44,8 +44,8 @@ private:
     std::mutex mutex_; // guards everything below
     std::optional<Target> target_;
     std::optional<SampleBuffer> waiting_;
-    bool scheduled_ = false; // a task of ours is on the queue or runs
-    bool handling_ = false;  // that task is past the delegate's door
+    bool scheduled_ = false; // our task is queued or running
+    bool handling_ = false;  // that task is calling the delegate
     std::array<MediaTime, rememberedDrops> drops_{};
     std::size_t firstDrop_ = 0;
     std::size_t dropCount_ = 0;

@@ -33,7 +33,7 @@ std::uint32_t stableHash(std::string_view text) {
 // "0000:00:14.0": domain, bus, device, function.
 bool isPciFunction(std::string_view component) {
     constexpr std::string_view shape = "hhhh:hh:hh.h";
-    // Domains of more than four digits exist (a volume controller makes its own).
+    // Domains can have more than four digits (a volume controller creates its own).
     if (component.size() < shape.size()) return false;
     const std::size_t domain = component.size() - shape.size();
     for (std::size_t i = 0; i < component.size(); ++i) {
@@ -103,7 +103,7 @@ std::vector<std::uint8_t> rootHubBytes(std::span<const std::string> places) {
 std::uint32_t locationIdentifier(std::uint8_t rootHub, std::span<const std::uint8_t> ports) {
     const std::uint32_t top = std::uint32_t{rootHub} << 24;
     const std::vector<std::uint8_t> digits = digitsOf(ports);
-    // Ports count from 1; with a 0 among them the digits would not tell where a way ends.
+    // Ports count from 1; with a 0 among them the end of the path would be ambiguous.
     const bool plain = digits.size() <= portDigits && std::ranges::find(ports, 0) == ports.end();
     if (!plain) return top | (stableHash(ports) % 0xFFFF + 1);
     std::uint32_t location = top;

@@ -13,11 +13,11 @@ std::shared_ptr<PixelBuffer> PixelBufferPool::take(PixelFormat format, std::size
                                                    std::size_t height) {
     if (!buffers_.empty()) {
         const PixelBuffer& first = *buffers_.front();
-        // Pictures of the old size live on with those who hold them.
+        // Pictures of the old size live on until their users release them.
         if (first.format() != format || first.width() != width || first.height() != height) buffers_.clear();
     }
-    // A count of one means ours alone, and only we could raise it again.  Whoever dropped the picture last
-    // touched its pixels under their lock, which orders that before our writing.
+    // A count of one means that only we hold it, and only we could share it again.  The last user accessed
+    // the pixels under their lock, which orders that access before our writes.
     const auto unused =
         std::ranges::find_if(buffers_, [](const auto& buffer) { return buffer.use_count() == 1; });
     if (unused != buffers_.end()) return *unused;

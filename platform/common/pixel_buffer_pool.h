@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pictures that are used again once nobody holds them.
+// A pool of reusable pictures.
 #pragma once
 
 #include <cstddef>
@@ -10,16 +10,15 @@
 
 namespace tavelo {
 
-/// Hands out pixel buffers of one size and allocates only while it grows, or when the size changes.
-/// Thread-bound to the thread that produces the pictures; the pictures themselves may be dropped on any
-/// thread.
+/// Hands out pixel buffers of one size; allocates only while it grows or when the size changes.  Used by the
+/// thread that produces the pictures; the pictures themselves may be released on any thread.
 class PixelBufferPool {
 public:
-    /// @param capacity how many pictures may be out at once
+    /// @param capacity how many pictures may be in use at once
     explicit PixelBufferPool(std::size_t capacity = 6);
 
-    /// A picture that nobody else holds, with whatever it last showed; write it under its lock().  Null where
-    /// all of them are still held (the caller drops its frame), or where a side is 0.
+    /// A picture that nobody else holds, with its previous content; write it under its lock().  Null if all
+    /// are in use (the caller drops its frame) or a side is 0.
     std::shared_ptr<PixelBuffer> take(PixelFormat format, std::size_t width, std::size_t height);
 
 private:

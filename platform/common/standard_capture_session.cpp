@@ -72,7 +72,7 @@ private:
         running_ = false;
     }
 
-    mutable std::mutex control_; // guards input_ and output_; held while a start or stop is under way
+    mutable std::mutex control_; // guards input_ and output_; held during a start or stop
     CaptureDeviceInput* input_ = nullptr;
     CaptureVideoDataOutput* output_ = nullptr;
     std::atomic<bool> running_ = false; // written under control_

@@ -8,18 +8,16 @@
 
 namespace tavelo {
 
-/// A session as platform/capture.h describes it.
+/// At most one sample is on its way to the delegate: waiting on the output's queue or being handled there.
+/// Samples that arrive meanwhile are reported to captureOutputDidDropSampleBufferFromConnection afterwards,
+/// on the same queue, with their time but without their picture (keeping the picture would starve the camera
+/// of buffers).
 ///
-/// One sample at most is on its way to the delegate: waiting on the output's queue, or being handled there.
-/// What comes meanwhile is told to captureOutputDidDropSampleBufferFromConnection afterwards, on the same
-/// queue, with its time and without its picture (a picture held back there would starve the camera of
-/// buffers).
+/// stopRunning waits for the input, never for the delegate: a delegate call that has begun may still be in
+/// progress when it returns.  It may be called from the delegate itself.
 ///
-/// stopRunning waits for the input, never for the delegate: a delegate call that had begun may still be under
-/// way when it returns.  It may be called from the delegate itself.
-///
-/// Takes outputs that want BGRA or name no format.  Adding what cannot be added, and removing what was never
-/// added, changes nothing.  Allocates nothing per frame.
+/// Accepts outputs that want BGRA or name no format.  Adding what cannot be added, or removing what was never
+/// added, has no effect.  Allocates nothing per frame.
 std::unique_ptr<CaptureSession> makeStandardCaptureSession();
 
 } // namespace tavelo

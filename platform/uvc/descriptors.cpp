@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads the video-control descriptors of a configuration, whatever bytes it is given.
+// Parses the video-control descriptors of a configuration.
 #include "platform/uvc/descriptors.h"
 
 #include <algorithm>
@@ -27,8 +27,8 @@ std::uint16_t word(Bytes bytes, std::size_t at) {
     return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8);
 }
 
-// The descriptor at the front of `rest`, which is moved behind it.  Nothing where none fits: the walk ends
-// there, since nothing says where the next one would begin.
+// Removes the descriptor at the front of `rest`.  Nothing if none fits: the walk ends there, since the start
+// of the next one is unknown.
 std::optional<Bytes> takeDescriptor(Bytes& rest) {
     if (rest.size() < 2 || rest[0] < 2 || rest[0] > rest.size()) return std::nullopt;
     const Bytes descriptor = rest.first(rest[0]);
@@ -41,8 +41,8 @@ std::optional<UsbInterfaceDescriptor> asInterface(Bytes descriptor) {
     return UsbInterfaceDescriptor{descriptor[2], descriptor[3], descriptor[5], descriptor[6], descriptor[7]};
 }
 
-// The class-specific descriptors of one video-control interface, the first unless told.  Their own header
-// announces a total length; the next interface descriptor is the limit that cannot lie.
+// The class-specific descriptors of one video-control interface, by default the first.  They end at the next
+// interface descriptor; the total length in their header may be wrong and is not used.
 std::vector<Bytes> videoControlDescriptors(Bytes configuration, std::optional<std::uint8_t> number) {
     std::vector<Bytes> found;
     bool inside = false;
@@ -59,15 +59,15 @@ std::vector<Bytes> videoControlDescriptors(Bytes configuration, std::optional<st
     return found;
 }
 
-// One entity of the camera, its descriptor whole.
+// An entity of the camera whose descriptor is complete.
 struct Entity {
     std::uint8_t id = 0;
     std::uint8_t subtype = 0;
     std::vector<std::uint8_t> sources; ///< entities that feed it
-    Bytes controls;                    ///< bmControls, where the system knows the entity's kind
+    Bytes controls;                    ///< bmControls; empty for kinds of entity that we do not use
 };
 
-// `at` is where bControlSize stands; the map follows it.
+// `at` is the offset of bControlSize; the map follows it.
 std::optional<Bytes> controlMap(Bytes descriptor, std::size_t at) {
     if (descriptor.size() <= at) return std::nullopt;
     const std::size_t size = descriptor[at];
@@ -118,7 +118,7 @@ bool isFedBy(const Entity& entity, const EntitySet& sources) {
     return std::ranges::any_of(entity.sources, [&](std::uint8_t id) { return sources[id]; });
 }
 
-// The entities that the picture of `source` reaches.  A hostile camera may wire units in circles, and have
+// The entities that receive the picture of `source`.  A hostile camera may wire units in circles and have
 // thousands: each identifier is followed once.
 EntitySet reachedFrom(const std::vector<Entity>& entities, std::uint8_t source) {
     std::array<EntitySet, 256> fedBySource;

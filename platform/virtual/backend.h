@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Both halves of a backend without hardware, and the bus behind them.
+// A backend without hardware, and the bus behind it.
 #pragma once
 
 #include <memory>
@@ -14,11 +14,11 @@ namespace tavelo {
 struct VirtualBackend {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
-    /// To plug and unplug, to order faults, to see what the cameras were told.
+    /// To plug and unplug cameras, inject faults and inspect what the cameras received.
     std::shared_ptr<VirtualBus> bus;
 };
 
-/// With the cameras 1 to `cameras` plugged in.
+/// Starts with cameras 1 to `cameras` plugged in.
 /// @param mainQueue must outlive the result
 VirtualBackend makeVirtualBackend(int cameras, const CaptureFormatRequest& format, MainQueue& mainQueue);
 

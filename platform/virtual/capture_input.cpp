@@ -55,7 +55,7 @@ void VirtualCaptureInput::run(FrameSink& sink) {
 
 void VirtualCaptureInput::deliver(FrameSink& sink, std::uint64_t frame, Clock::time_point time) {
     const auto buffer = pool_.take(PixelFormat::bgra32, stream_.width, stream_.height);
-    if (buffer == nullptr) return; // everybody still looks at the earlier ones
+    if (buffer == nullptr) return; // all pictures are still in use
     {
         const auto lock = buffer->lock();
         picture_.draw(frame, firmware_->pictureSettings(), buffer->baseAddress(), buffer->width(),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A stream of a virtual camera's pictures inside the program.
+// An input that streams a virtual camera's pictures inside the program.
 #pragma once
 
 #include <chrono>
@@ -16,15 +16,15 @@
 
 namespace tavelo {
 
-/// Size and pace of a stream.
+/// Size and frame rate of a stream.
 struct VirtualStream {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::chrono::nanoseconds interval{0};
 };
 
-/// Draws on a thread of its own, one frame each interval; a frame whose time has passed before it could be
-/// drawn is left out, so that the picture never lags behind.  Ends by itself once the camera has vanished.
+/// Draws one frame per interval on its own thread; skips frames that are late, so that the picture never
+/// lags.  Ends by itself once the camera has vanished.
 class VirtualCaptureInput final : public CaptureDeviceInput {
 public:
     VirtualCaptureInput(std::shared_ptr<CaptureDevice> device,
@@ -50,7 +50,7 @@ private:
     std::condition_variable wake_;
     bool stopping_ = false;
 
-    // Of the stream's thread.
+    // Used by the stream's thread only.
     PixelBufferPool pool_;
     VirtualPicture picture_;
 

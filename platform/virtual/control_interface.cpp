@@ -34,7 +34,7 @@ UsbStatus VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
     return UsbStatus::success;
 }
 
-// A stall is an answer, unless it refuses a write that the camera claims to take.
+// A stall counts as an answer, unless it refuses a write to a control that the camera lists.
 UsbStatus VirtualUsbInterface::failure(const UsbControlRequest& request, UsbReplyKind kind) const {
     if (kind == UsbReplyKind::silence) return firmware_->present() ? UsbStatus::timeout : UsbStatus::gone;
     if ((request.bmRequestType & uvc::directionIn) != 0) return UsbStatus::success;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A virtual camera's interface, as the program's USB seam wants it.
+// The video-control interface of a virtual camera.
 #pragma once
 
 #include <atomic>
@@ -11,8 +11,8 @@
 
 namespace tavelo {
 
-/// Hands requests to the firmware as they are.  A camera that keeps silent counts as timed out at once:
-/// nobody gains from a wait in a program that talks to itself.
+/// Passes requests to the firmware unchanged.  A silent camera times out at once, since waiting for it would
+/// gain nothing.
 class VirtualUsbInterface final : public UsbInterface {
 public:
     VirtualUsbInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);

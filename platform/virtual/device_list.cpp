@@ -16,7 +16,7 @@ VirtualCapturePlatform::VirtualCapturePlatform(std::shared_ptr<VirtualBus> bus, 
       format_(std::move(format)) {
     readBus();
     bus_->addListener(this);
-    virtualBusDidChange(); // for what came between the two
+    virtualBusDidChange(); // for changes between the two calls
 }
 
 VirtualCapturePlatform::~VirtualCapturePlatform() {
@@ -43,7 +43,7 @@ void VirtualCapturePlatform::removeObserver(CaptureDeviceObserver* observer) {
 }
 
 void VirtualCapturePlatform::virtualBusDidChange() {
-    // Both the task and the destructor run on the main thread, so what is alive stays so during the task.
+    // Both the task and the destructor run on the main thread, so alive_ cannot expire during the task.
     mainQueue_.post([this, alive = std::weak_ptr<const bool>(alive_)] {
         if (!alive.expired()) readBus();
     });
@@ -68,7 +68,7 @@ void VirtualCapturePlatform::readBus() {
     }
 }
 
-// An observer may remove itself or others meanwhile.
+// Observers may remove themselves or others while they are called.
 template <typename Tell>
 void VirtualCapturePlatform::tellObservers(Tell&& tell) {
     const auto observers = observers_;

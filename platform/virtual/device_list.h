@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// Lists the bus's cameras as of the last change that the observers were told of.
+/// Lists the cameras on the bus as of the last change reported to the observers.
 class VirtualCapturePlatform final : public CapturePlatform, private VirtualBusListener {
 public:
     /// @param mainQueue must outlive this
@@ -44,7 +44,7 @@ private:
     std::vector<Entry> entries_;
     std::vector<CaptureDeviceObserver*> observers_;
     const std::shared_ptr<const bool> alive_ =
-        std::make_shared<const bool>(true); // for tasks that come too late
+        std::make_shared<const bool>(true); // lets late tasks see that this is gone
 };
 
 } // namespace tavelo

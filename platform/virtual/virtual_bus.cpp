@@ -6,7 +6,7 @@
 
 namespace tavelo {
 
-// Holds a camera and hears when it vanishes.
+// Holds a camera and is notified when it vanishes.
 class VirtualBus::Socket final : public FirmwareObserver {
 public:
     Socket(VirtualBus& bus, std::shared_ptr<VirtualCameraFirmware> firmware)
@@ -33,7 +33,7 @@ VirtualBus::VirtualBus() = default;
 VirtualBus::~VirtualBus() = default;
 
 std::shared_ptr<VirtualCameraFirmware> VirtualBus::plug(VirtualCameraModel model) {
-    std::vector<std::unique_ptr<Socket>> empty; // die after the lock, for they wait for calls into us
+    std::vector<std::unique_ptr<Socket>> empty; // destroyed without the lock: they wait for calls into us
     std::shared_ptr<VirtualCameraFirmware> firmware;
     {
         const std::scoped_lock lock(mutex_);

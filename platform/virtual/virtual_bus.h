@@ -10,12 +10,12 @@
 
 namespace tavelo {
 
-/// Told when a camera came or went.
+/// Notified when a camera is plugged or unplugged.
 class VirtualBusListener {
 public:
     virtual ~VirtualBusListener() = default;
 
-    /// On the thread that plugged or unplugged.  Must not add or remove listeners.
+    /// Called on the thread that plugs or unplugs.  Must not add or remove listeners.
     virtual void virtualBusDidChange() = 0;
 };
 
@@ -28,19 +28,20 @@ public:
     VirtualBus(const VirtualBus&) = delete;
     VirtualBus& operator=(const VirtualBus&) = delete;
 
-    /// The camera, with factory settings; null where its location is taken.
+    /// Returns the camera, with factory settings; null if its location is taken.
     std::shared_ptr<VirtualCameraFirmware> plug(VirtualCameraModel model);
 
-    /// As VirtualCameraFirmware::vanish() on that camera; false where no camera of that number is plugged in.
+    /// Calls VirtualCameraFirmware::vanish() on the camera; false if no camera with this number is plugged
+    /// in.
     bool unplug(int number);
 
     /// In the order of plugging in.
     std::vector<std::shared_ptr<VirtualCameraFirmware>> cameras() const;
-    /// Null where there is none of that number.
+    /// Null if there is none with this number.
     std::shared_ptr<VirtualCameraFirmware> camera(int number) const;
 
     void addListener(VirtualBusListener* listener);
-    /// No call is under way once this has returned.
+    /// No call is in progress once this returns.
     void removeListener(VirtualBusListener* listener);
 
 private:

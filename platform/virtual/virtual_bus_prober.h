@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the virtual bus knows of its cameras, read from their descriptors.
+// Lists the cameras on the virtual bus from their descriptors.
 #pragma once
 
 #include <memory>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// The records come from the same parser that reads real cameras' descriptors.
+/// Uses the same descriptor parser as for real cameras.
 class VirtualBusProber final : public BusProber, private VirtualBusListener {
 public:
     /// @param delegate may be null

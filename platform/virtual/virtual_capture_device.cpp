@@ -12,7 +12,7 @@
 namespace tavelo {
 namespace {
 
-constexpr std::uint32_t unitsPerSecond = 10'000'000; // of frame intervals
+constexpr std::uint32_t unitsPerSecond = 10'000'000; // frame intervals are in 100 ns
 
 std::vector<OfferedMode> offeredModes(const VirtualCameraModel& model) {
     std::vector<OfferedMode> modes;

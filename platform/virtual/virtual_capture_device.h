@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// @param format what the streams of this device shall be like
+/// @param format the requested format of this device's streams
 std::shared_ptr<CaptureDevice> makeVirtualCaptureDevice(std::shared_ptr<VirtualCameraFirmware> firmware,
                                                         const CaptureFormatRequest& format);
 

@@ -10,11 +10,11 @@
 namespace tavelo {
 namespace {
 
-// More than any screen, and few enough for the layout's 26.6 fixed-point numbers.
+// Wider than any screen, and small enough for the layout's 26.6 fixed-point numbers.
 constexpr double widestLine = 1 << 24;
 
 double roundedUp(double points) {
-    // In single precision, so that the last bits of a sum do not cost a whole point.
+    // Single precision, so that rounding errors in a sum do not add a whole point.
     return std::ceil(static_cast<float>(points));
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Numbers in USB's byte order, the least significant byte first.
+// Little-endian numbers, as USB uses them.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ inline void appendLittleEndian(std::vector<std::uint8_t>& bytes, std::uint64_t v
         bytes.push_back(i < 8 ? static_cast<std::uint8_t>(value >> 8U * i) : std::uint8_t{0});
 }
 
-/// At most the first eight bytes count.
+/// Reads at most the first eight bytes.
 inline std::uint64_t littleEndian(std::span<const std::uint8_t> bytes) {
     std::uint64_t value = 0;
     for (std::size_t i = 0; i < bytes.size() && i < 8; ++i)

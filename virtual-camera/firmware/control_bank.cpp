@@ -17,7 +17,7 @@ constexpr std::int64_t automaticMode = 2;
 constexpr std::int64_t shutterPriorityMode = 4;
 constexpr std::int64_t aperturePriorityMode = 8;
 
-// For pan/tilt `number` holds for both halves.
+// For pan/tilt `number` is used for both halves.
 std::vector<std::uint8_t> encode(const FirmwareControl& control, std::int64_t number) {
     std::vector<std::uint8_t> bytes;
     appendLittleEndian(bytes, static_cast<std::uint64_t>(number), control.size);

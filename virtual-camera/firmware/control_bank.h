@@ -18,19 +18,19 @@ class ControlBank {
 public:
     explicit ControlBank(const VirtualCameraModel& model);
 
-    /// Whether the camera has it.
+    /// Whether the camera has the control.
     bool has(ControlAddress address) const;
 
-    /// A class request; `data` is its answer where it is a read.
+    /// The result of a class request; `data` is the answer to a read.
     struct Result {
-        std::uint8_t errorCode = 0; ///< 0 where it was done
+        std::uint8_t errorCode = 0; ///< 0 on success
         std::vector<std::uint8_t> data;
     };
     Result read(ControlAddress address, std::uint8_t request) const;
     Result write(ControlAddress address, std::span<const std::uint8_t> bytes);
 
     std::optional<std::int64_t> value(ControlAddress address) const;
-    /// Without regard to automatic functions; false where the camera does not have it or the value is out of
+    /// Ignores automatic functions.  False if the camera does not have the control or the value is out of
     /// range.
     bool setValue(ControlAddress address, std::int64_t value);
 

@@ -32,7 +32,7 @@ constexpr std::array<FirmwareControl, 23> table{{
     {"sharpness", control::sharpness, 4, 2, range, false, 0, 10, 1, 5},
     {"gamma", control::gamma, 5, 2, range, false, 72, 500, 1, 100},                    // hundredths
     {"whiteBalance", control::whiteBalance, 6, 2, range, false, 2800, 6500, 10, 4600}, // kelvin
-    // Off, unlike in most cameras: the manual control is the one that shows what it does.
+    // Off, unlike in most cameras, so that the manual control has an effect.
     {"autoWhiteBalance", control::autoWhiteBalance, 12, 1, toggle, false, 0, 1, 1, 0},
     {"autoHue", control::autoHue, 11, 1, toggle, false, 0, 1, 1, 0},
 }};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The controls that a virtual camera has: the static table behind its firmware.
+// The static table of controls behind a virtual camera's firmware.
 #pragma once
 
 #include <cstdint>
@@ -44,18 +44,18 @@ inline constexpr ControlAddress autoWhiteBalance{ControlEntity::processingUnit, 
 inline constexpr ControlAddress autoHue{ControlEntity::processingUnit, 16};
 } // namespace control
 
-/// What a control's value is, and so which requests it answers and which values it takes.
+/// The kind of a control's value: which requests it answers and which values it takes.
 enum class ControlKind : std::uint8_t {
     range,    ///< minimum to maximum; GET_MIN, GET_MAX, GET_RES, GET_DEF
     toggle,   ///< 0 or 1; GET_DEF
-    modes,    ///< one bit of the map that GET_RES tells; GET_DEF
-    relative, ///< a step; keeps nothing of its own
+    modes,    ///< one bit of the map that GET_RES returns; GET_DEF
+    relative, ///< a step; has no value of its own
     panTilt,  ///< two ranges in one: pan in the low 32 bits, tilt in the high ones
 };
 
-/// One row.  Values of panTilt hold for either half.
+/// One control.  For panTilt the values apply to each half.
 struct FirmwareControl {
-    std::string_view name; ///< as the constants above
+    std::string_view name; ///< same as the constants above
     ControlAddress address;
     std::uint8_t mapBit = 0; ///< its bit in the entity's bmControls
     std::uint8_t size = 0;   ///< bytes on the wire
@@ -63,18 +63,18 @@ struct FirmwareControl {
     bool isSigned = false;
     std::int32_t minimum = 0;
     std::int32_t maximum = 0;
-    std::int32_t resolution = 0; ///< the map of modes where the kind is modes
+    std::int32_t resolution = 0; ///< the map of modes if the kind is modes
     std::int32_t defaultValue = 0;
 };
 
 /// Every control, the camera terminal's first, each in the order of its selectors.
 std::span<const FirmwareControl> firmwareControls();
 
-/// Null where there is none.
+/// Null if there is none.
 const FirmwareControl* firmwareControl(ControlAddress address);
 const FirmwareControl* firmwareControlNamed(std::string_view name);
 
-/// The value of pan/tilt made of its halves, in arc-seconds.
+/// Packs pan and tilt, in arc-seconds, into one value.
 constexpr std::int64_t packPanTilt(std::int32_t pan, std::int32_t tilt) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(static_cast<std::uint32_t>(tilt)) << 32U |
                                      static_cast<std::uint32_t>(pan));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Faults that a virtual camera shows when told to.
+// Faults that can be injected into a virtual camera.
 #pragma once
 
 #include <chrono>
@@ -21,17 +21,17 @@ enum class FaultKind : std::uint8_t {
 
 enum class FaultDirection : std::uint8_t { both, reads, writes };
 
-/// One order, in force from when it is given until the faults are cleared.  It concerns class requests to the
-/// camera terminal and the processing unit; each of the first three narrows it further.
+/// One injected fault, active until the faults are cleared.  Applies to class requests to the camera terminal
+/// and the processing unit; `control`, `request` and `direction` narrow it further.
 struct FirmwareFault {
     FaultKind kind = FaultKind::stall;
     std::optional<ControlAddress> control{};
     std::optional<std::uint8_t> request{}; ///< bRequest
     FaultDirection direction = FaultDirection::both;
 
-    std::uint8_t errorCode = uvc::errorUnknown; ///< of a stall
-    std::chrono::milliseconds wait{0};          ///< of a delay
-    std::size_t length = 0;                     ///< of a short reply: bytes that still come
+    std::uint8_t errorCode = uvc::errorUnknown; ///< for a stall
+    std::chrono::milliseconds wait{0};          ///< for a delay
+    std::size_t length = 0;                     ///< for a short reply: bytes that are still sent
 };
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The firmware's answers to the requests that every USB device knows.
+// The firmware's answers to USB standard requests.
 #include <utility>
 
 #include "virtual-camera/firmware/uvc_protocol.h"

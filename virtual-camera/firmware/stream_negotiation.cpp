@@ -21,7 +21,7 @@ std::uint32_t largestFrame(const StreamOffer& offer) {
     return offer.encoding == StreamEncoding::yuyv ? 2 * pixels : pixels;
 }
 
-// JPEG stays far below the largest frame; asking bandwidth for that would leave no room for a second camera.
+// JPEG stays far below the largest frame; reserving bandwidth for that would leave none for a second camera.
 std::uint32_t expectedFrame(const StreamOffer& offer) {
     const std::uint32_t largest = largestFrame(offer);
     return offer.encoding == StreamEncoding::yuyv ? largest : largest / 4;
@@ -91,7 +91,7 @@ std::vector<std::uint8_t> StreamNegotiation::encode(const Choice& choice) const 
     appendLittleEndian(bytes, choice.stream.maxFrameSize, 4);
     appendLittleEndian(bytes, choice.stream.maxPayload, 4);
     appendLittleEndian(bytes, streamClockFrequency, 4);
-    appendLittleEndian(bytes, 3, 1); // bmFramingInfo: frame identifier and end of frame are there
+    appendLittleEndian(bytes, 3, 1); // bmFramingInfo: frame identifier and end of frame are used
     appendLittleEndian(bytes, 0, 3); // payload versions: none
     return bytes;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Probe and commit: how a host and a virtual camera agree on a format.
+// Format negotiation between a host and a virtual camera: probe and commit.
 #pragma once
 
 #include <cstdint>
@@ -20,12 +20,12 @@ public:
     explicit StreamNegotiation(const VirtualCameraModel& model);
 
     struct Result {
-        std::uint8_t errorCode = 0; ///< 0 where it was done
+        std::uint8_t errorCode = 0; ///< 0 on success
         std::vector<std::uint8_t> data;
     };
     Result read(std::uint8_t selector, std::uint8_t request) const;
-    /// A probe bends what it is given to the nearest that the camera offers; a commit takes exactly that or
-    /// stalls.
+    /// A probe is adjusted to the nearest format that the camera offers; a commit must match an offer exactly
+    /// or it stalls.
     Result write(std::uint8_t selector, std::span<const std::uint8_t> bytes);
 
     const std::optional<StreamFormat>& committed() const { return committed_; }
@@ -40,7 +40,7 @@ private:
     Choice choose(std::uint8_t format, std::uint8_t frame, std::uint32_t interval) const;
     std::vector<std::uint8_t> encode(const Choice& choice) const;
 
-    std::vector<std::vector<StreamOffer>> formats_; // as bFormatIndex and bFrameIndex count, from 0
+    std::vector<std::vector<StreamOffer>> formats_; // by bFormatIndex and bFrameIndex, both minus 1
     StreamTransport transport_;
     Choice probe_;
     std::optional<StreamFormat> committed_;

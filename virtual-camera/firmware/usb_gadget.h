@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A USB device in software, seen from the bus.
+// A software USB device, seen from the bus.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,7 @@ struct UsbSetup {
 };
 
 enum class UsbReplyKind : std::uint8_t {
-    done,    ///< acknowledged; `data` holds what a read delivers
+    done,    ///< acknowledged; `data` is the answer to a read
     stall,   ///< the device refuses
     silence, ///< the device does not answer at all; the host's timeout ends the transfer
 };
@@ -30,12 +30,12 @@ struct UsbReply {
     std::vector<std::uint8_t> data;
 };
 
-/// What a host controller asks of a device.  Thread-safe.
+/// The interface between a host controller and a device.  Thread-safe.
 class UsbGadget {
 public:
     virtual ~UsbGadget() = default;
 
-    /// Descriptors byte for byte, as GET_DESCRIPTOR delivers them.
+    /// Descriptors exactly as GET_DESCRIPTOR returns them.
     virtual std::span<const std::uint8_t> deviceDescriptor() const = 0;
     virtual std::span<const std::uint8_t> configurationDescriptor() const = 0;
 
@@ -45,7 +45,7 @@ public:
 
     /// Fills one packet of an IN endpoint other than 0.
     /// @param endpoint its address, direction bit included
-    /// @return bytes of the packet, which may be 0; nothing where the endpoint has no packet to send now
+    /// @return bytes of the packet, which may be 0; nothing if the endpoint has no packet to send now
     virtual std::optional<std::size_t> in(std::uint8_t endpoint, std::span<std::uint8_t> packet) = 0;
 };
 

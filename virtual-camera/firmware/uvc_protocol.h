@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The numbers of USB and of the USB Video Class that a camera speaks in.
+// Constants of USB and of the USB Video Class that a camera needs.
 #pragma once
 
 #include <cstdint>
@@ -44,7 +44,7 @@ inline constexpr std::uint8_t infoSet = 0x02;
 inline constexpr std::uint8_t infoDisabledByAutomatic = 0x04;
 inline constexpr std::uint8_t infoAutoUpdate = 0x08;
 
-// Request error code control: selector of the video-control interface itself, and what it answers
+// Request error code control: selector on the video-control interface itself, and its values
 inline constexpr std::uint8_t requestErrorCodeControl = 0x02;
 inline constexpr std::uint8_t errorNone = 0x00;
 inline constexpr std::uint8_t errorNotReady = 0x01;

@@ -74,7 +74,7 @@ Bytes cameraTerminal(const VirtualCameraModel& model) {
             0,
             0,
             0,
-            0, // focal lengths: not told
+            0, // focal lengths: unknown
             3,
             low(map),
             high(map),
@@ -112,7 +112,7 @@ Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) 
     constexpr std::array<std::uint8_t, 16> yuy2{'Y',  'U',  'Y',  '2',  0x00, 0x00, 0x10, 0x00,
                                                 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
     body.insert(body.end(), yuy2.begin(), yuy2.end());
-    constexpr std::array<std::uint8_t, 6> rest{16, 1, 0, 0, 0, 0}; // bits a pixel, default frame
+    constexpr std::array<std::uint8_t, 6> rest{16, 1, 0, 0, 0, 0}; // bits per pixel, default frame
     body.insert(body.end(), rest.begin(), rest.end());
     return body;
 }

@@ -10,7 +10,7 @@
 
 namespace tavelo {
 
-/// Of the time stamps in payload headers, in hertz.
+/// Clock of the time stamps in payload headers, in hertz.
 inline constexpr std::uint32_t streamClockFrequency = 48'000'000;
 
 /// String descriptors' indexes.
@@ -21,7 +21,7 @@ inline constexpr std::uint8_t serialString = 3;
 std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model);
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model);
 
-/// Empty where the model has no such string; index 0 tells the languages.  Texts are ASCII.
+/// Empty if the model has no such string; index 0 lists the languages.  Texts are ASCII.
 std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, std::uint8_t index);
 
 } // namespace tavelo

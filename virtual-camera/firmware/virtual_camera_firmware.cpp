@@ -124,7 +124,7 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(ControlEntity
     return delivered(std::move(result.data));
 }
 
-// The one that decides: silence before a stall before a short reply.  Delays are waited out here.
+// The fault that applies: silence before stall before short reply.  Waits for delays itself.
 std::optional<FirmwareFault> VirtualCameraFirmware::orderedFault(ControlAddress address,
                                                                  const UsbSetup& setup,
                                                                  std::unique_lock<std::mutex>& lock) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The firmware of a virtual USB camera: descriptors, controls, format negotiation, faults to order.
+// The firmware of a virtual USB camera: descriptors, controls, format negotiation, fault injection.
 #pragma once
 
 #include <condition_variable>
@@ -21,35 +21,34 @@
 
 namespace tavelo {
 
-/// One control transfer that the camera saw.
+/// A control transfer that the camera received.
 struct RequestRecord {
     UsbSetup setup;
     std::vector<std::uint8_t> data; ///< written by the host, or delivered to it
     UsbReplyKind outcome = UsbReplyKind::done;
-    std::uint8_t errorCode = 0; ///< of a stalled class request, else 0
+    std::uint8_t errorCode = 0; ///< for a stalled class request, else 0
 };
 
-/// Watches a camera from the outside.
+/// Observes a camera.
 class FirmwareObserver {
 public:
     virtual ~FirmwareObserver() = default;
 
-    /// After each control transfer, on the thread that asked.
+    /// Called after each control transfer, on the requesting thread.
     virtual void requestAnswered(const RequestRecord& record) = 0;
 
-    /// Once, on the thread that called vanish().
+    /// Called once, on the thread that calls vanish().
     virtual void vanished() = 0;
 };
 
-/// A USB Video Class 1.1 camera without its bus: answers control transfers and keeps the values of its
+/// A USB Video Class 1.1 camera without its bus: answers control transfers and stores the values of its
 /// controls.
 ///
-/// It is forgiving where real cameras are: a read that asks for more bytes than a control has gets the
-/// control's own size, and a write with more bytes than that uses the low ones.  It is strict where they are:
-/// a value out of range, a manual control while its automatic is on, an entity, control or request that it
-/// does not have are stalled, and the request error code control tells why.  Relative exposure takes any
-/// value: 1 and 0xFF step the exposure time in manual mode, 0 resets it there, everything else is
-/// acknowledged and changes nothing.
+/// Like real cameras, it accepts wrong lengths: a read of more bytes than a control has returns the control's
+/// own size, and a longer write uses the low bytes.  It stalls a value out of range, a manual control while
+/// its automatic is on, and unknown entities, controls and requests; the request error code control then
+/// returns the reason.  Relative exposure accepts any value: in manual mode 1 and 0xFF step the exposure time
+/// and 0 resets it; anything else is acknowledged without effect.
 ///
 /// Thread-safe.
 class VirtualCameraFirmware {
@@ -62,32 +61,33 @@ public:
 
     const VirtualCameraModel& model() const { return model_; }
 
-    // The bus's side.
+    // Used by the bus.
 
     std::span<const std::uint8_t> deviceDescriptor() const { return deviceDescriptor_; }
     std::span<const std::uint8_t> configurationDescriptor() const { return configurationDescriptor_; }
 
     /// Answers a control transfer on endpoint 0, standard requests included; silence once vanished.  Blocks
-    /// only for an ordered delay.
+    /// only for an injected delay.
     /// @param out the data stage of a write, empty for a read
     UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out);
 
-    /// What the host committed to last, or nothing.
+    /// The format that the host committed last, if any.
     std::optional<StreamFormat> committedFormat() const;
-    /// Whether pictures shall flow: an alternate setting with bandwidth, or a commit on a bulk endpoint.
+    /// Whether the host has started the stream: selected an alternate setting with bandwidth, or committed on
+    /// a bulk endpoint.
     bool streaming() const;
-    /// Of the streaming interface.
+    /// The streaming interface's alternate setting.
     std::uint8_t alternateSetting() const;
 
-    /// Whether the descriptors list that control of that entity.
+    /// Whether the descriptors list this control of this entity.
     bool listsControl(std::uint8_t entityID, std::uint8_t selector) const;
 
-    // The outside: what a person does to the camera.
+    // Direct access, past the host.
 
-    /// The control's value (pan/tilt packed, see packPanTilt); nothing where the camera does not have it.
+    /// The control's value (pan/tilt packed, see packPanTilt); nothing if the camera does not have it.
     std::optional<std::int64_t> controlValue(ControlAddress address) const;
-    /// Turns a knob behind the host's back, its automatic on or not; false where the camera does not have the
-    /// control or the value is out of range.
+    /// Sets a value even if its automatic is on.  False if the camera does not have the control or the value
+    /// is out of range.
     bool setControlValue(ControlAddress address, std::int64_t value);
     PictureSettings pictureSettings() const;
 
@@ -95,18 +95,18 @@ public:
 
     void order(const FirmwareFault& fault);
     void clearFaults();
-    /// The camera is gone for good: every request, those that wait in a delay included, gets silence.
+    /// Unplugs the camera for good: every request, including those waiting in a delay, gets silence.
     void vanish();
     bool present() const;
 
-    // Watching.
+    // Observation.
 
-    /// The latest transfers, at most rememberedRequests of them, the oldest first.
+    /// The latest transfers, at most rememberedRequests, oldest first.
     std::vector<RequestRecord> requestLog() const;
     void clearRequestLog();
     static constexpr std::size_t rememberedRequests = 4096;
 
-    /// The observer must not add or remove observers from within its calls.  No call is under way once
+    /// The observer must not add or remove observers within its calls.  No call is in progress once
     /// removeObserver has returned.
     void addObserver(FirmwareObserver* observer);
     void removeObserver(FirmwareObserver* observer);
@@ -121,7 +121,7 @@ private:
     static Answer refused(std::uint8_t errorCode);
     static Answer silent();
 
-    // Called under mutex_; those that take the lock let go of it while they wait out an ordered delay.
+    // Called under mutex_; functions that take the lock release it while they wait for an injected delay.
     Answer answer(const UsbSetup& setup, std::span<const std::uint8_t> out,
                   std::unique_lock<std::mutex>& lock);
     Answer answerStandard(const UsbSetup& setup);
@@ -144,7 +144,7 @@ private:
     const std::vector<std::uint8_t> configurationDescriptor_;
 
     mutable std::mutex mutex_;        // guards everything up to the blank line
-    std::condition_variable changed_; // vanished_ or faultsCleared_ did
+    std::condition_variable changed_; // signals changes of vanished_ and faultsCleared_
     ControlBank controls_;
     StreamNegotiation negotiation_;
     std::vector<FirmwareFault> faults_;

@@ -10,7 +10,7 @@ constexpr std::uint32_t fps30 = 333'333;
 constexpr std::uint32_t fps15 = 666'666;
 constexpr std::uint32_t fps10 = 1'000'000;
 
-// A root hub of our own with nested hubs of fifteen ports, so that any number of cameras finds a place.
+// A virtual root hub with nested 15-port hubs, so that there is a place for any number of cameras.
 std::uint32_t locationOf(int number) {
     const auto index = static_cast<std::uint32_t>(std::max(number, 1) - 1);
     return 0x7E000000U | (index % 15 + 1) << 20U | (index / 15 % 16) << 16U | (index / 240 % 16) << 12U;

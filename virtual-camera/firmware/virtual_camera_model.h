@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is fixed about a virtual camera: identity, entities, formats.
+// The fixed properties of a virtual camera: identity, entities, formats.
 #pragma once
 
 #include <array>
@@ -16,23 +16,22 @@ namespace tavelo {
 enum class StreamEncoding : std::uint8_t { yuyv, mjpeg };
 enum class StreamTransport : std::uint8_t { isochronous, bulk };
 
-/// One size in one encoding with the frame intervals that it comes in.
+/// One size in one encoding and its frame intervals.
 struct StreamOffer {
     StreamEncoding encoding = StreamEncoding::yuyv;
     std::uint16_t width = 0;
     std::uint16_t height = 0;
-    std::vector<std::uint32_t> frameIntervals; ///< in 100 ns, the shortest first; the first is the default
+    std::vector<std::uint32_t> frameIntervals; ///< in 100 ns, shortest first; the first is the default
 };
 
-/// The format that a host and the camera have agreed on.
+/// The format that host and camera have agreed on.
 struct StreamFormat {
     StreamEncoding encoding = StreamEncoding::yuyv;
     std::uint16_t width = 0;
     std::uint16_t height = 0;
     std::uint32_t frameInterval = 0; ///< in 100 ns
     std::uint32_t maxFrameSize = 0;  ///< in bytes
-    /// Bytes of one payload transfer, its header included; for an isochronous endpoint what goes into one
-    /// microframe.
+    /// Bytes of one payload transfer including its header; for an isochronous endpoint, bytes per microframe.
     std::uint32_t maxPayload = 0;
 
     friend bool operator==(const StreamFormat&, const StreamFormat&) = default;
@@ -50,36 +49,36 @@ struct VirtualCameraModel {
     std::uint8_t terminalID = 1;
     std::uint8_t unitID = 2;
     std::uint8_t outputTerminalID = 3;
-    /// bmControls: what the descriptors list, which is also what the firmware has.
+    /// bmControls: the controls that the descriptors list and the firmware has.
     std::uint32_t terminalControls = 0;
     std::uint32_t unitControls = 0;
-    std::uint8_t exposureModes = 0x0F; ///< what GET_RES of the exposure mode tells
+    std::uint8_t exposureModes = 0x0F; ///< what GET_RES of the exposure mode returns
     /// Factory settings that differ from the table's.
     std::vector<std::pair<ControlAddress, std::int64_t>> factorySettings;
 
-    /// Where the camera's two interfaces and its endpoint stand in its device: 0, or 2 for the second video
-    /// function of a device that has two.
+    /// The first of the camera's two interface numbers: 0, or 2 for the second video function of a device.
+    /// The endpoint number depends on it too.
     std::uint8_t firstInterface = 0;
     std::uint8_t controlInterface() const { return firstInterface; }
     std::uint8_t streamingInterface() const { return static_cast<std::uint8_t>(firstInterface + 1); }
     std::uint8_t streamingEndpoint() const { return static_cast<std::uint8_t>(0x81 + firstInterface / 2); }
 
     StreamTransport transport = StreamTransport::isochronous;
-    std::vector<StreamOffer> offers; ///< each encoding's offers together; its first is its default
+    std::vector<StreamOffer> offers; ///< grouped by encoding; the first of each is its default
 
-    /// Called on the finished configuration descriptor, for cameras whose descriptors are broken.
+    /// Modifies the finished configuration descriptor, for cameras with broken descriptors.
     std::function<void(std::vector<std::uint8_t>&)> alterConfiguration;
 };
 
-/// The camera of that number, from 1.  All share one vendor and product; no two share a location, a serial
+/// The camera with this number, from 1.  All share one vendor and product; no two share a location, a serial
 /// number or entity identifiers (these up to number 60).
 VirtualCameraModel virtualCameraModel(int number);
 
-/// wMaxPacketSize of the isochronous alternate settings from 1 on, as in the endpoint descriptor (bits 12..11
-/// count the further transactions of a microframe).
+/// wMaxPacketSize of the isochronous alternate settings from 1 on, as in the endpoint descriptor (bits
+/// 12..11: additional transactions per microframe).
 inline constexpr std::array<std::uint16_t, 5> isochronousPacketSizes{0x00C0, 0x0200, 0x0400, 0x0C00, 0x1400};
 
-/// Bytes that such a setting moves in a microframe.
+/// Bytes per microframe at such a setting.
 constexpr std::uint32_t bytesPerMicroframe(std::uint16_t maxPacketSize) {
     return (maxPacketSize & 0x07FFU) * (1U + (maxPacketSize >> 11U & 3U));
 }

@@ -15,7 +15,7 @@ constexpr float mouthHalfWidth = 0.24F;
 constexpr float basketTop = 1.48F;
 constexpr float basketBottom = 1.72F;
 constexpr float basketHalfWidth = 0.17F;
-constexpr float reach = 1.8F; // nothing of it lies farther from the centre
+constexpr float reach = 1.8F; // no part is farther from the centre
 
 constexpr Pixel crimson{52, 44, 190, 255};
 constexpr Pixel cream{214, 236, 250, 255};
@@ -73,7 +73,7 @@ Balloon::Spot Balloon::spotAt(float u, float v, float softness) {
     // Gores look narrower towards the rim.
     const float bent = across * (0.72F + 0.28F * across * across);
     const float gore = std::clamp((bent + 1) / 2 * static_cast<float>(stripes), 0.0F, stripes - 0.01F);
-    // The circle's edge is slanted; its distance along u overstates the cover near the top.
+    // The circle's edge is slanted: its distance along u would overstate the cover near the top.
     const float inside = v < 0 ? 1 - std::sqrt(u * u + v * v) : halfWidth - std::abs(u);
     return {static_cast<std::size_t>(gore), cover(inside)};
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The part of the virtual camera's scene that moves: a hot-air balloon.
+// The moving part of the virtual camera's scene: a hot-air balloon.
 #pragma once
 
 #include <array>
@@ -12,12 +12,12 @@
 
 namespace tavelo {
 
-/// A balloon in the colours that a set of controls gives it.  Immutable, thread-safe.
+/// A balloon, coloured according to the picture settings.  Immutable, thread-safe.
 class Balloon {
 public:
     explicit Balloon(const ColourPipeline& colours);
 
-    /// Where its envelope's centre is at that frame; it comes back after 600 frames.
+    /// The centre of its envelope in that frame; the path repeats after 600 frames.
     static ScenePoint position(std::uint64_t frame);
 
     /// @param softness width of its edges in pixels, at least 1

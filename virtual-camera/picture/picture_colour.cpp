@@ -10,7 +10,7 @@ namespace {
 constexpr double one = 4096;
 constexpr double pi = 3.14159265358979323846;
 
-// Shares of red, green and blue in the brightness that an eye sees.
+// Weights of red, green and blue in perceived brightness.
 constexpr std::array<double, 3> luma{0.299, 0.587, 0.114};
 
 using Matrix = std::array<std::array<double, 3>, 3>;
@@ -32,7 +32,7 @@ Matrix saturationMatrix(double saturation) {
     return result;
 }
 
-// A turn around the grey axis: greys stay.
+// Rotation around the grey axis; greys do not change.
 Matrix hueMatrix(double degrees) {
     const double c = std::cos(degrees * pi / 180);
     const double s = std::sin(degrees * pi / 180) / std::sqrt(3.0);
@@ -58,7 +58,7 @@ std::int32_t fixed(double value) {
 ColourPipeline::ColourPipeline(const PictureSettings& settings) {
     const Matrix colours = multiply(saturationMatrix(settings.saturation), hueMatrix(settings.hue));
     const Matrix whole = multiply(colours, lightMatrix(settings));
-    // Both matrices of `colours` leave greys alone, and the offset is one.
+    // The offset can be added last: it is grey, and both matrices of `colours` keep greys.
     const std::int32_t offset = fixed(255 * (0.5 - 0.5 * settings.contrast + settings.brightness) + 0.5);
     const auto row = [offset](const std::array<double, 3>& values) {
         return Row{fixed(values[0]), fixed(values[1]), fixed(values[2]), offset};

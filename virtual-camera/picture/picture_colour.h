@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the virtual camera's picture controls do to colours.
+// Applies the virtual camera's picture controls to colours.
 #pragma once
 
 #include <array>

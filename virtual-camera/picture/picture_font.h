@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The virtual camera's own letters: digits and the word CAM, five dots by seven.
+// The virtual camera's font: digits and the word CAM, five by seven dots.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ inline constexpr std::size_t glyphAdvance = 6;
 /// Whether the dot of a letter is set; letters without a glyph are blank.
 bool glyphDot(char letter, std::size_t column, std::size_t row);
 
-/// Width of a text in dots, without the gap behind the last letter.
+/// Width of a text in dots, without the gap after the last letter.
 constexpr std::size_t textWidth(std::size_t letters) {
     return letters == 0 ? 0 : letters * glyphAdvance - 1;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What lies over the virtual camera's scene: corner patches, colour bars, number plates.
+// Overlays on the virtual camera's scene: corner patches, colour bars, number plates.
 #pragma once
 
 #include <array>
@@ -12,22 +12,23 @@
 
 namespace tavelo {
 
-/// The corner patches before the controls act on them: top left, top right, bottom left, bottom right.
+/// Colours of the corner patches before the controls are applied: top left, top right, bottom left, bottom
+/// right.
 inline constexpr std::array<Pixel, 4> patchColours{
     {{48, 48, 200, 255}, {72, 176, 48, 255}, {200, 80, 48, 255}, {48, 184, 208, 255}}};
 
-/// Places and draws them for one size of picture.  Immutable, thread-safe.
+/// Places and draws the overlays for one size of picture.  Immutable, thread-safe.
 class Instruments {
 public:
     Instruments(int cameraNumber, std::size_t width, std::size_t height);
 
-    /// Everything that stands still; the frame's number is left out.
+    /// Draws everything except the frame number.
     void paint(Raster& raster) const;
 
-    /// Every area that paint() covers.
+    /// All areas that paint() covers.
     const std::vector<Rectangle>& areas() const { return areas_; }
 
-    /// Draws the frame's number, six digits, onto its plate.
+    /// Draws the frame number, six digits, onto its plate.
     void paintFrameNumber(std::uint64_t frame, Pixel ink, const Surface& surface) const;
 
     static std::size_t patchSide(std::size_t height);

@@ -46,7 +46,7 @@ float treeLine(float x) {
     return ground - 0.012F * triangle(61 * x) - 0.006F * triangle(143 * x + 0.4F);
 }
 
-// Rises to the right and carries a few pines, which makes the picture lopsided.
+// Rises to the right and carries a few pines, so that the picture is asymmetric.
 float foreground(float x) {
     float height = 0.47F - 0.19F * smoothStep(-0.25F, 0.95F, x) - 0.008F * std::sin(9 * x);
     struct Pine {
@@ -146,7 +146,7 @@ Colour Landscape::skyAt(float x, float y) const {
     return colour;
 }
 
-// Everything above the water but the foreground.
+// Everything above the water except the foreground.
 Colour Landscape::airAt(float x, float y, float pixel) const {
     Colour colour = skyAt(x, y);
     const float dx = x - sunX;

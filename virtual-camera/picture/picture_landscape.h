@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The part of the virtual camera's scene that stands still: a mountain lake in the morning.
+// The static part of the virtual camera's scene: a mountain lake in the morning.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// Knows the colour of every point of an endless scene, so that any zoom is sharp.  Immutable, thread-safe.
+/// Computes the colour of any point of an endless scene, so that any zoom is sharp.  Immutable, thread-safe.
 class Landscape {
 public:
     Landscape();
@@ -20,7 +20,7 @@ public:
     void paint(Raster& raster, const PictureView& view) const;
 
 private:
-    // The height of a skyline over x, tabled.
+    // A table of a skyline's height over x.
     class Skyline {
     public:
         explicit Skyline(float (*height)(float x));

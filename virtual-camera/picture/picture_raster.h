@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pixels and pictures of the virtual camera while they are drawn.
+// Pixels and drawing surfaces of the virtual camera.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// As it lies in memory.
+/// In memory order.
 struct Pixel {
     std::uint8_t blue = 0;
     std::uint8_t green = 0;
@@ -19,7 +19,7 @@ struct Pixel {
     friend bool operator==(const Pixel&, const Pixel&) = default;
 };
 
-/// Light, 0 to 1 each.
+/// Components from 0 to 1.
 struct Colour {
     float red = 0;
     float green = 0;
@@ -60,7 +60,7 @@ struct Rectangle {
     std::size_t height = 0;
 };
 
-/// A picture in memory of its own, rows without padding.
+/// A picture that owns its memory; rows have no padding.
 struct Raster {
     std::size_t width = 0;
     std::size_t height = 0;
@@ -78,7 +78,7 @@ struct Raster {
 /// The part of an area that lies within a picture.
 Rectangle clipped(const Rectangle& area, std::size_t width, std::size_t height);
 
-/// Somebody else's memory to draw into.
+/// Memory of someone else to draw into.
 struct Surface {
     std::uint8_t* base = nullptr;
     std::size_t width = 0;
@@ -88,10 +88,10 @@ struct Surface {
     Pixel* row(std::size_t y) const { return reinterpret_cast<Pixel*>(base + y * bytesPerRow); }
 };
 
-/// Copies one area of a raster to the same place of a surface of its size.
+/// Copies one area of a raster to the same place in a surface of the same size.
 void copy(const Raster& from, const Rectangle& area, const Surface& to);
 
-/// A rectangle in one colour, cut off at the raster's edges.
+/// Fills a rectangle, clipped to the raster.
 void fill(Raster& raster, const Rectangle& area, Pixel colour, int weight = 256);
 
 } // namespace tavelo

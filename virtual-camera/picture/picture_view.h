@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where the virtual camera looks: from pixels to the scene and back.
+// Maps pixels to scene coordinates and back.
 #pragma once
 
 #include <cmath>
@@ -14,8 +14,8 @@ struct ScenePoint {
     float y = 0;
 };
 
-/// The scene's unit is the height of the picture at zoom 1; x runs to the right, y down, the origin is where
-/// the camera looks at rest.
+/// One scene unit is the picture's height at zoom 1; x points right, y down; the origin is the centre of the
+/// picture at rest.
 class PictureView {
 public:
     static constexpr double verticalFieldOfView = 36; // degrees

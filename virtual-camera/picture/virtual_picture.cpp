@@ -34,7 +34,7 @@ float edgeSoftness(const PictureSettings& settings, std::size_t height) {
 
 } // namespace
 
-// Three layers, each made anew only when what is under it or its own settings change: the scene in its own
+// Three layers, each drawn again only if the layer below it or its own settings change: the scene in its own
 // colours, the finished still picture, and the moving parts, which are drawn straight into the caller's
 // memory.
 class VirtualPicture::Painter {

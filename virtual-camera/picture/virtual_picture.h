@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a virtual camera sees: a landscape with instruments, drawn into memory.
+// Draws a virtual camera's picture: a landscape with overlays.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 
 namespace tavelo {
 
-/// Draws frame after frame of one camera.
+/// Draws the frames of one camera.
 ///
 /// The scene is the same at every size: four patches in the corners (red top left, green top right, blue
-/// bottom left, yellow bottom right, see patchSide), the camera's number and the frame's number in large
-/// digits, and a sun that crosses the sky.  What stands still is kept from frame to frame, with the settings
-/// applied to it; a change of size or settings draws it anew.
+/// bottom left, yellow bottom right, see patchSide), the numbers of the camera and the frame in large digits,
+/// and a balloon that crosses the sky.  The static part is kept between frames with the settings applied and
+/// drawn again if size or settings change.
 ///
-/// Reentrant; one object a stream.
+/// Reentrant; one object per stream.
 class VirtualPicture {
 public:
     /// @param cameraNumber 0 to 99 are drawn
@@ -31,7 +31,7 @@ public:
               std::size_t height, std::size_t bytesPerRow);
 
     /// Side of the square corner patches in pixels; they ignore zoom, pan, tilt, roll and sharpness, so that
-    /// a picture can be judged by them.
+    /// a picture can be checked by them.
     static std::size_t patchSide(std::size_t height);
 
 private:

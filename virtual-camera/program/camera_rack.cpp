@@ -56,7 +56,7 @@ std::shared_ptr<VirtualCameraFirmware> CameraRack::makeFirmware(int number) {
     return free.firmware;
 }
 
-// The firmware first: it lets go of requests that wait, so the connection can end at once.
+// The firmware first: it ends waiting requests, so that the connection can close at once.
 bool CameraRack::vanish(int number) {
     const std::scoped_lock lock(mutex_);
     if (!isDevice(number) || !slot(number).firmware) return false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The virtual cameras of one server: plugged in, looked at, pulled out.
+// The virtual cameras of one server: plugging, lookup, unplugging.
 #pragma once
 
 #include <memory>
@@ -13,8 +13,8 @@
 
 namespace tavelo {
 
-/// Cameras 1 to N, offered by a server as "1-1" to "1-N".  A camera that was pulled out comes back as new.
-/// If the devices have a second video function, those are cameras N+1 to 2N, plugged and pulled with their
+/// Cameras 1 to N, exported by a server as "1-1" to "1-N".  A camera that was unplugged comes back as new.
+/// If the devices have a second video function, those are cameras N+1 to 2N, plugged and unplugged with their
 /// device.
 ///
 /// Thread-safe.
@@ -31,18 +31,18 @@ public:
     CameraRack(const CameraRack&) = delete;
     CameraRack& operator=(const CameraRack&) = delete;
 
-    /// Cameras, those of second functions too.
+    /// The number of cameras, second video functions included.
     int size() const { return static_cast<int>(slots_.size()); }
 
-    /// Null where the number does not exist or the camera is pulled out.
+    /// Null if the number does not exist or the camera is unplugged.
     std::shared_ptr<VirtualCameraFirmware> camera(int number) const;
 
-    /// Whether a host has the camera.
+    /// Whether a host has imported the camera.
     bool isImported(int number) const;
 
     /// False if it is plugged in, does not exist, or is the second function of a device.
     bool plug(int number);
-    /// Pulls a camera out at once, whatever it is doing; false where it is not plugged in.
+    /// Unplugs a camera at once, whatever it is doing; false if it is not plugged in.
     bool vanish(int number);
 
 private:
@@ -61,7 +61,7 @@ private:
     struct Slot {
         VirtualCameraModel model;
         std::unique_ptr<Watch> watch;
-        std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while pulled out
+        std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while unplugged
     };
 
     bool exists(int number) const { return number >= 1 && number <= size(); }
@@ -78,10 +78,10 @@ private:
     std::vector<Slot> slots_;
 };
 
-/// A camera of that number as the second video function of another one's device.
+/// Camera `number` as the second video function of another camera's device.
 VirtualCameraModel secondFunctionOf(const VirtualCameraModel& first, int number);
 
-/// The name under which the server offers a camera.
+/// The name under which the server exports a camera.
 std::string busIdOf(int cameraNumber);
 
 } // namespace tavelo

@@ -44,7 +44,7 @@ private:
 
     const StreamFormat format_;
     std::unique_ptr<std::remove_pointer_t<tjhandle>, DestroyTurbo> turbo_;
-    std::vector<std::uint8_t> buffer_; ///< as large as the worst picture could get
+    std::vector<std::uint8_t> buffer_; ///< large enough for the worst case
 };
 
 FrameEncoder::FrameEncoder(const StreamFormat& format)
@@ -62,7 +62,7 @@ bool FrameEncoder::encodeYuyv(std::span<const std::uint8_t> bgra, std::vector<st
     const int width = format_.width;
     const int height = format_.height;
     frame.resize(std::size_t{2} * format_.width * format_.height);
-    // libyuv names formats by their value in a register: its ARGB is blue, green, red, alpha in memory.
+    // libyuv names formats by register order: its ARGB is blue, green, red, alpha in memory.
     return libyuv::ARGBToYUY2(bgra.data(), width * 4, frame.data(), width * 2, width, height) == 0;
 }
 

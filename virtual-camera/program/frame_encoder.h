@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Turns drawn pictures into the frames that a camera sends.
+// Encodes drawn pictures into the frames that a camera sends.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// Encodes BGRA pictures of one size.  Reentrant; one object a stream.
+/// Encodes BGRA pictures of one size.  Reentrant; one object per stream.
 class FrameEncoder {
 public:
     explicit FrameEncoder(const StreamFormat& format);
@@ -21,9 +21,8 @@ public:
     FrameEncoder& operator=(const FrameEncoder&) = delete;
 
     /// @param bgra a picture of the format's size, rows without padding
-    /// @param frame replaced by the encoded picture, at most the format's maxFrameSize; its memory is used
-    /// again
-    /// @return false where the picture cannot be encoded into that
+    /// @param frame replaced by the encoded picture, at most the format's maxFrameSize; its memory is reused
+    /// @return false if the picture does not fit into that or cannot be encoded
     bool encode(std::span<const std::uint8_t> bgra, std::vector<std::uint8_t>& frame);
 
 private:

@@ -76,7 +76,7 @@ LineServer::~LineServer() {
 void LineServer::run() {
     while (true) {
         std::vector<pollfd> watched{{stop_.readEnd.get(), POLLIN, 0}};
-        // Beyond the bound the others wait until a client leaves.
+        // At the limit, new clients wait until one leaves.
         const bool open = clients_.size() < maxClients;
         watched.push_back({open ? listener_.get() : -1, POLLIN, 0});
         for (const Client& client : clients_)
@@ -94,7 +94,7 @@ void LineServer::run() {
     }
 }
 
-// False where the client is at its end.
+// False if the client has disconnected or must be dropped.
 bool LineServer::serve(Client& client) {
     std::array<char, 512> bytes{};
     const ssize_t count = ::recv(client.connection.get(), bytes.data(), bytes.size(), 0);

@@ -14,14 +14,14 @@
 
 namespace tavelo {
 
-/// Listens on a path for this user's programs.  Answers on a thread of its own, one line after another.
+/// Listens on a path for this user's programs.  Answers on its own thread, one line after another.
 class LineServer {
 public:
     /// Called on the server's thread; returns the answer without its line break.
     using Handler = std::function<std::string(std::string_view line)>;
 
-    /// A socket that an earlier run left behind is replaced.
-    /// @return null with the reason where the path cannot be had
+    /// Replaces a socket left behind by an earlier run.
+    /// @return null with `error` set if the path cannot be used
     static std::unique_ptr<LineServer> listen(const std::string& path, Handler handler, Error& error);
     /// Closes every connection and removes the path.
     ~LineServer();
@@ -32,7 +32,7 @@ public:
 private:
     struct Client {
         FileDescriptor connection;
-        std::string received; ///< the beginning of a line
+        std::string received; ///< an incomplete line
     };
 
     LineServer(FileDescriptor listener, std::string path, Handler handler);
@@ -44,7 +44,7 @@ private:
     const std::string path_;
     const Handler handler_;
     const WakePipe stop_ = WakePipe::make();
-    std::list<Client> clients_; // the thread's own
+    std::list<Client> clients_; // used by the thread only
     std::thread thread_;        // last: it uses everything above
 };
 

@@ -52,7 +52,7 @@ int main(int argumentCount, char** arguments) {
         (message->exitStatus == 0 ? std::cout : std::cerr) << message->text;
         return message->exitStatus;
     }
-    // Before there are threads, so that all of them leave these signals to the main thread.
+    // Block the signals before starting threads, so that all threads leave them to the main thread.
     sigset_t endSignals;
     sigemptyset(&endSignals);
     sigaddset(&endSignals, SIGTERM);

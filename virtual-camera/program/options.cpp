@@ -6,7 +6,7 @@
 namespace tavelo {
 namespace {
 
-constexpr int maxCameras = 8; // what one hub of the kernel's virtual host controller has ports for
+constexpr int maxCameras = 8; // the ports on one hub of the kernel's virtual host controller
 constexpr int usageStatus = 2;
 
 } // namespace

@@ -22,15 +22,15 @@ struct Options {
     std::string control;                    ///< empty: none
 };
 
-/// The program has nothing to do but to say this.
+/// A text to print before the program exits.
 struct Message {
     std::string text;
-    int exitStatus = 0; ///< 0: asked for; 2: a mistake on the command line
+    int exitStatus = 0; ///< 0 for help, 2 for a mistake on the command line
 };
 
 std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments);
 
-/// The cameras that the options ask for.
+/// The cameras that the options request.
 std::vector<VirtualCameraModel> modelsFor(const Options& options);
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cuts frames into the payloads of the USB Video Class and these into packets of the bus.
+// Splits frames into USB Video Class payloads and payloads into bus packets.
 #pragma once
 
 #include <array>
@@ -12,8 +12,8 @@
 namespace tavelo {
 
 /// Each payload is a header and a piece of the frame.  On an isochronous endpoint a packet is a payload; on a
-/// bulk endpoint a payload fills several packets and ends with a short one, an empty one if need be, unless
-/// it has the full size that was agreed on.
+/// bulk endpoint a payload fills several packets and ends with a short one (empty if necessary) unless it has
+/// the full agreed size.
 ///
 /// Reentrant.
 class PayloadPacketizer {
@@ -21,15 +21,15 @@ public:
     /// @param maxPayload bytes of a payload with its header, as agreed with the host
     PayloadPacketizer(StreamTransport transport, std::uint32_t maxPayload);
 
-    /// Takes a frame up; the one before is done, finished or not.
-    /// @param frame must stay until it is finished or another begins; not empty
+    /// Starts a frame; the previous one is abandoned if it is not finished.
+    /// @param frame must stay valid until it is finished or another begins; not empty
     /// @param time when it was taken, in ticks of the camera's clock
     void begin(std::span<const std::uint8_t> frame, std::uint32_t time);
 
-    /// Whether the whole frame is out.
+    /// Whether the whole frame has been handed out.
     bool finished() const;
 
-    /// Fills the next packet of a frame that is not finished.  Returns its bytes: 0 is an empty packet.
+    /// Fills the next packet of an unfinished frame.  Returns its size; 0 is an empty packet.
     std::size_t packet(std::span<std::uint8_t> room);
 
 private:
@@ -46,8 +46,8 @@ private:
     bool frameIdentifier_ = true; ///< toggles from frame to frame
 
     std::array<std::uint8_t, headerSize> header_{};
-    std::span<const std::uint8_t> piece_; ///< of the frame, in the payload under way
-    std::size_t at_ = headerSize;         ///< bytes of the payload under way that are out
+    std::span<const std::uint8_t> piece_; ///< the current payload's part of the frame
+    std::size_t at_ = headerSize;         ///< bytes of the current payload that are handed out
     bool emptyPacketDue_ = false;
 };
 

@@ -39,14 +39,14 @@ std::optional<std::int32_t> number32(const std::string& word) {
     return static_cast<std::int32_t>(*value);
 }
 
-/// What an order is about.
+/// The target of an order.
 struct Subject {
     CameraRack& rack;
     int camera = 0;
-    std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while pulled out
+    std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while unplugged
 };
 
-// Orders about a control; `words` are what follows its name.
+// Orders for a control; `words` follow its name.
 using ControlOrder = std::string (*)(VirtualCameraFirmware&, const FirmwareControl&, Words words);
 
 std::string get(VirtualCameraFirmware& camera, const FirmwareControl& control, Words words) {
@@ -122,7 +122,7 @@ std::string shortReply(VirtualCameraFirmware& camera, const FirmwareControl& con
     return "ok";
 }
 
-// Orders about a camera that is plugged in.
+// Orders for a camera that is plugged in.
 using CameraOrder = std::string (*)(VirtualCameraFirmware&, Words words);
 
 std::string delay(VirtualCameraFirmware& camera, Words words) {
@@ -146,7 +146,7 @@ std::string clear(VirtualCameraFirmware& camera, Words words) {
     return "ok";
 }
 
-// Orders about a place in the rack.
+// Orders for a slot of the rack.
 using RackOrder = std::string (*)(const Subject&);
 
 std::string vanish(const Subject& subject) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Orders to the virtual cameras, as lines of words.
+// Orders to the virtual cameras, as lines of text.
 #pragma once
 
 #include <string>
@@ -9,21 +9,21 @@
 
 namespace tavelo {
 
-/// Carries out one order and answers with one line: "ok", with values where the order asks for some, or
-/// "error" and the reason.  CAMERA counts from 1; CONTROL is a name as "brightness" or "panTilt" (whose value
-/// is two numbers, pan and tilt).  Second video functions count on after the last device, and are plugged and
-/// pulled with theirs.  Faults stay until they are cleared.
+/// Executes one order and answers with one line: "ok", followed by values if the order asks for some, or
+/// "error" and the reason.  CAMERA counts from 1; CONTROL is a name such as "brightness" or "panTilt" (whose
+/// value is two numbers, pan and tilt).  Second video functions count on after the last device and are
+/// plugged and unplugged with it.  Faults stay until they are cleared.
 ///
 ///     get CAMERA CONTROL                           the camera's own value
-///     set CAMERA CONTROL VALUE...                  turns a knob behind the host's back
+///     set CAMERA CONTROL VALUE...                  changes it without the host
 ///     limits CAMERA CONTROL                        minimum, maximum, step, default
 ///     stall CAMERA CONTROL [reads|writes] [CODE]   refuses, with a request error code
 ///     silence CAMERA CONTROL [reads|writes]        does not answer
-///     short CAMERA CONTROL BYTES                   reads deliver so few bytes
+///     short CAMERA CONTROL BYTES                   reads return only this many bytes
 ///     delay CAMERA MILLISECONDS [CONTROL]          answers late
 ///     clear CAMERA                                 ends all faults
-///     vanish CAMERA                                pulls it out
-///     plug CAMERA                                  puts it back, as new
+///     vanish CAMERA                                unplugs it
+///     plug CAMERA                                  plugs it in again, as new
 ///     status CAMERA                                "gone", "free" or "attached", and the stream that runs
 ///
 /// Thread-safe.

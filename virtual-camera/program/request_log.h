@@ -15,14 +15,14 @@ namespace tavelo {
 ///
 ///     TIME CAMERA bmRequestType bRequest wValue wIndex wLength DATA OUTCOME
 ///
-/// TIME in seconds of the monotonic clock; numbers in hexadecimal but for TIME, CAMERA and wLength; DATA in
-/// hexadecimal digits in the order of the wire, or "-"; OUTCOME "ok", "stall:" and the request error code, or
-/// "silence".  Each line is in the file when the camera's answer goes out.
+/// TIME is in seconds of the monotonic clock; numbers are hexadecimal except TIME, CAMERA and wLength; DATA
+/// is hexadecimal in wire order, or "-"; OUTCOME is "ok", "stall:" and the request error code, or "silence".
+/// Each line is in the file when the camera's answer goes out.
 ///
 /// Thread-safe.
 class RequestLog {
 public:
-    /// Appends to the file; isOpen() tells whether that can be done.
+    /// Appends to the file; isOpen() is false if that is not possible.
     explicit RequestLog(const std::string& path) : file_(path, std::ios::app) {}
 
     bool isOpen() const { return file_.is_open(); }

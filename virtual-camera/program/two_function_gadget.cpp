@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t headerLength = 9;
 constexpr std::uint16_t configurationType = 2U << 8U; // in wValue of GET_DESCRIPTOR
 
-// The first one's configuration, and behind it the interfaces of the second.
+// The configuration of the first, followed by the interfaces of the second.
 std::vector<std::uint8_t> joined(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) {
     std::vector<std::uint8_t> bytes(first.begin(), first.end());
     const auto further = second.subspan(std::min(headerLength, second.size()));
@@ -37,7 +37,7 @@ UsbReply TwoFunctionGadget::control(const UsbSetup& setup, std::span<const std::
     const bool device = (setup.bmRequestType & uvc::recipientMask) == uvc::recipientDevice;
     if (standard && device && setup.bRequest == uvc::getDescriptor && setup.wValue == configurationType) {
         const std::size_t length = std::min<std::size_t>(configuration_.size(), setup.wLength);
-        UsbReply reply = first_.control(setup, out); // which knows whether the device is still there
+        UsbReply reply = first_.control(setup, out); // it knows whether the device is still there
         if (reply.kind == UsbReplyKind::done)
             reply.data.assign(configuration_.begin(),
                               configuration_.begin() + static_cast<std::ptrdiff_t>(length));

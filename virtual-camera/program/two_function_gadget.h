@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Two virtual cameras in one USB device, as a notebook's colour and infrared cameras are.
+// Two virtual cameras in one USB device, such as a notebook's colour and infrared cameras.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@
 
 namespace tavelo {
 
-/// A device with two video functions, each with a firmware of its own: controls, values, faults and stream of
-/// one are not the other's.  The device itself, and its strings, are the first one's.  Thread-safe.
+/// A device with two video functions, each with its own firmware: controls, values, faults and streams are
+/// separate.  The device itself and its strings are those of the first.  Thread-safe.
 class TwoFunctionGadget : public UsbGadget {
 public:
-    /// @param second stands at interface 2 of its model
+    /// @param second its model starts at interface 2
     TwoFunctionGadget(const std::shared_ptr<VirtualCameraFirmware>& first,
                       const std::shared_ptr<VirtualCameraFirmware>& second);
 

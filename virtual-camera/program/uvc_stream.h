@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A running stream: frames made at the agreed rate, handed out packet by packet.
+// A running stream: makes frames at the agreed rate and hands them out packet by packet.
 #pragma once
 
 #include <chrono>
@@ -17,25 +17,25 @@
 
 namespace tavelo {
 
-/// Makes frames on a thread of its own, one ahead of the bus.
+/// Makes frames on its own thread, one ahead of the bus.
 ///
-/// Frames are numbered by the time since the stream began.  Where making or fetching them takes longer than
-/// the frame interval, numbers are left out: the stream gets slower, never late.
+/// Frames are numbered by the time since the stream began.  If making or fetching them takes longer than the
+/// frame interval, numbers are skipped: the stream gets slower, never late.
 ///
 /// Thread-safe.
 class UvcStream {
 public:
-    /// Makes one frame; called on the stream's thread.  An empty frame is left out.
+    /// Makes one frame; called on the stream's thread.  An empty frame is skipped.
     using FrameSource = std::function<void(std::uint64_t number, std::vector<std::uint8_t>& frame)>;
 
     UvcStream(const StreamFormat& format, StreamTransport transport, FrameSource source);
-    /// Waits for the frame under way.
+    /// Waits for the frame in progress.
     ~UvcStream();
 
     UvcStream(const UvcStream&) = delete;
     UvcStream& operator=(const UvcStream&) = delete;
 
-    /// Fills the next packet; returns its bytes, or nothing where no frame is ready.
+    /// Fills the next packet; returns its size, or nothing if no frame is ready.
     std::optional<std::size_t> packet(std::span<std::uint8_t> room);
 
 private:
@@ -60,7 +60,7 @@ private:
     bool hasReady_ = false;
     bool stopping_ = false;
 
-    Frame making_;       // the thread's own
+    Frame making_;       // used by the thread only
     std::thread thread_; // last: it uses everything above
 };
 

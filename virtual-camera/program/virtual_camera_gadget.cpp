@@ -63,7 +63,7 @@ std::optional<std::size_t> VirtualCameraGadget::in(std::uint8_t endpoint, std::s
     return stream_ ? stream_->packet(packet) : std::nullopt;
 }
 
-// The old stream may have a frame to finish; packets are not held up meanwhile.
+// The old stream may have to finish a frame; packets are not blocked meanwhile.
 void VirtualCameraGadget::followFirmware() {
     const std::scoped_lock switching(switchMutex_);
     const std::optional<StreamFormat> wanted =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A virtual camera as a device on a USB bus: its firmware and the stream that the firmware switches.
+// A virtual camera as a device on a USB bus: its firmware and the stream that the host starts and stops.
 #pragma once
 
 #include <cstdint>

@@ -27,7 +27,7 @@ DeviceConnection::DeviceConnection(StreamSocket& socket, std::shared_ptr<UsbGadg
     deconfigure();
 }
 
-// Control transfers that still wait find the ledger closed and do not reach the device.
+// Waiting control transfers find the ledger closed and do not reach the device.
 DeviceConnection::~DeviceConnection() {
     ledger_.close();
     control_.sync([this] { deconfigure(); });
@@ -66,7 +66,7 @@ std::optional<std::vector<IsoPacket>> DeviceConnection::readPackets(std::uint32_
     return packets;
 }
 
-// The ledger first: a transfer that the scheduler has in hand must not be queued again.
+// The ledger first, so that a transfer in the scheduler's hands is not queued again.
 void DeviceConnection::unlink(const UnlinkCommand& command) {
     ledger_.unlink(command);
     scheduler_.forget(command.target);
@@ -75,7 +75,7 @@ void DeviceConnection::unlink(const UnlinkCommand& command) {
 void DeviceConnection::answerControl(const SubmitCommand& command, const std::vector<std::uint8_t>& out) {
     if (!ledger_.isOpen(command.sequence)) return;
     const UsbReply reply = gadget_->control(decodeSetup(command.setup), out);
-    if (reply.kind == UsbReplyKind::silence) return; // the client's patience ends and takes it back
+    if (reply.kind == UsbReplyKind::silence) return; // the client times out and unlinks it
     if (reply.kind == UsbReplyKind::stall) {
         ledger_.answer({.sequence = command.sequence, .status = UrbStatus::stalled});
         return;
@@ -86,8 +86,8 @@ void DeviceConnection::answerControl(const SubmitCommand& command, const std::ve
     ledger_.answer({.sequence = command.sequence, .actualLength = static_cast<std::uint32_t>(moved)}, data);
 }
 
-// A device that leaves its bus loses its configuration; the message stands for the reset that a client makes
-// on its own side only.
+// A device that leaves its bus loses its configuration; this request replaces the bus reset, which happens on
+// the client's side only.
 void DeviceConnection::deconfigure() {
     constexpr std::uint8_t setConfiguration = 9;
     gadget_->control({.bRequest = setConfiguration}, {});

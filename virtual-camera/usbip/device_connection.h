@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An imported device: reads the client's commands and has them carried out.
+// Serves an imported device: reads the client's commands and executes them.
 #pragma once
 
 #include <array>
@@ -18,13 +18,13 @@
 
 namespace tavelo::usbip {
 
-/// Joins a client with a device as long as the connection stands.
+/// Connects a client with a device as long as the connection lasts.
 ///
-/// Three threads: the caller's reads commands, one answers control transfers one after another (a device may
-/// take its time), one carries out the others.
+/// Three threads: the caller's reads commands, one executes control transfers in order (a device may be
+/// slow), one executes the others.
 class DeviceConnection {
 public:
-    /// Takes the device out of whatever state the client before left it in.
+    /// Resets the device from the state that the previous client left.
     /// @param socket must outlive this object
     DeviceConnection(StreamSocket& socket, std::shared_ptr<UsbGadget> gadget);
     ~DeviceConnection();
@@ -32,7 +32,7 @@ public:
     DeviceConnection(const DeviceConnection&) = delete;
     DeviceConnection& operator=(const DeviceConnection&) = delete;
 
-    /// Reads and carries out one command; false where the connection is at its end.
+    /// Reads and executes one command; false if the connection has ended.
     bool serveCommand();
 
 private:

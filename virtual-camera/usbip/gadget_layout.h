@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a host controller has to know of a device's descriptors.
+// What a host controller needs to know from a device's descriptors.
 #pragma once
 
 #include <cstdint>
@@ -18,10 +18,10 @@ struct Endpoint {
     std::uint8_t address = 0; ///< with the direction bit
     EndpointType type = EndpointType::control;
     std::uint16_t packetSize = 0; ///< bytes of one transaction
-    std::uint32_t interval = 1;   ///< of isochronous and interrupt endpoints, in microframes of 125 us
+    std::uint32_t interval = 1;   ///< for isochronous and interrupt endpoints, in microframes of 125 us
 };
 
-/// Interfaces in their first setting, and every endpoint of any setting once.
+/// Interfaces in their first setting, and the endpoints of all settings, each once.
 struct GadgetLayout {
     std::uint8_t configurationValue = 0;
     std::vector<InterfaceClass> interfaces;
@@ -30,11 +30,11 @@ struct GadgetLayout {
     std::optional<Endpoint> find(std::uint8_t address) const;
 };
 
-/// Reads what can be read; broken descriptors give a layout with less in it.
+/// Malformed descriptors give an incomplete layout.
 GadgetLayout layoutOf(std::span<const std::uint8_t> configurationDescriptor);
 
-/// The device as the list of exported devices shows it.
-/// @param busId "1-1": the number of the bus, then that of the port
+/// The device's entry in the list of exported devices.
+/// @param busId bus number and port number, such as "1-1"
 ExportedDevice describe(const UsbGadget& gadget, const std::string& busId);
 
 } // namespace tavelo::usbip

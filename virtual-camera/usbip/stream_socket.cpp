@@ -58,7 +58,7 @@ bool StreamSocket::write(std::initializer_list<std::span<const std::uint8_t>> pa
     std::size_t count = 0;
     for (const std::span<const std::uint8_t> part : parts) {
         if (part.empty()) continue;
-        // sendmsg only reads; its interface serves reading calls as well.
+        // sendmsg() only reads; iovec is not const because reading calls use it too.
         pieces[count++] = {const_cast<std::uint8_t*>(part.data()), part.size()};
     }
     std::span<iovec> left = std::span(pieces).first(count);
@@ -120,7 +120,7 @@ FileDescriptor listenOnLoopback(std::uint16_t port, Error& error) {
     };
     if (!listener) return fail(errno);
     closeOnExec(listener.get());
-    // accept() must not block where the connection is gone again after poll() told of it.
+    // accept() must not block if the connection is gone again after poll() reported it.
     ::fcntl(listener.get(), F_SETFL, O_NONBLOCK);
     const int yes = 1;
     ::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
@@ -145,7 +145,7 @@ FileDescriptor acceptConnection(const FileDescriptor& listener) {
     FileDescriptor connection(::accept(listener.get(), nullptr, nullptr));
     if (!connection) return connection;
     closeOnExec(connection.get());
-    ::fcntl(connection.get(), F_SETFL, 0); // some systems pass the listener's O_NONBLOCK on
+    ::fcntl(connection.get(), F_SETFL, 0); // on some systems it inherits O_NONBLOCK from the listener
     const int yes = 1;
     ::setsockopt(connection.get(), IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
     return connection;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A connected stream socket that closes itself, and the way to get one.
+// A connected stream socket that closes itself, and functions that open one.
 #pragma once
 
 #include <chrono>
@@ -41,11 +41,10 @@ public:
 
     /// Blocks until all bytes are there; false when the connection ended or the time limit passed.
     bool read(std::span<std::uint8_t> bytes);
-    /// Blocks until all are sent, one part behind the other; false when the connection ended or the time
-    /// limit passed.
+    /// Blocks until all parts are sent, in order; false when the connection ended or the time limit passed.
     bool write(std::initializer_list<std::span<const std::uint8_t>> parts);
 
-    /// Longest wait of a single step of read or write; zero waits without limit.
+    /// Time limit for a single step of read or write; zero means no limit.
     void limitReads(std::chrono::milliseconds limit);
     void limitWrites(std::chrono::milliseconds limit);
 
@@ -65,13 +64,13 @@ struct WakePipe {
     void wake() const;
 };
 
-/// A TCP socket that listens on this machine's own address, 127.0.0.1, only.
+/// Opens a TCP socket that listens on 127.0.0.1 only.
 /// @param port 0 lets the system choose
-/// @return no descriptor with the reason where that fails
+/// @return no descriptor, with `error` set, on failure
 FileDescriptor listenOnLoopback(std::uint16_t port, Error& error);
-/// The port that a listening socket has.
+/// The port of a listening socket.
 std::uint16_t localPort(const FileDescriptor& listener);
-/// A connection that waits, or none.
+/// A pending connection, or none.
 FileDescriptor acceptConnection(const FileDescriptor& listener);
 
 } // namespace tavelo

@@ -14,9 +14,9 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 constexpr microseconds microframe{125};
-/// Behind by more than this, the time is lost: making it up would only flood a client that is slow already.
+/// If we are late by more than this, do not catch up: it would only flood a client that is slow already.
 constexpr milliseconds maxLag{50};
-/// How soon a device that had no bulk data is asked again, at first and at the longest.
+/// The shortest and the longest pause before a device without bulk data is asked again.
 constexpr milliseconds shortestPause{1};
 constexpr milliseconds longestPause{4};
 
@@ -106,8 +106,8 @@ TransferScheduler::Pipe* TransferScheduler::nextPipe() {
     return next;
 }
 
-// The lock is open while the device is asked and the client is answered, so that the connection can go on
-// submitting and taking back.
+// Releases the lock while it asks the device and answers the client, so that the connection can go on
+// submitting and unlinking.
 void TransferScheduler::serve(Pipe& pipe, std::unique_lock<std::mutex>& lock) {
     Transfer transfer = std::move(pipe.queue.front());
     pipe.queue.pop_front();
@@ -136,7 +136,7 @@ void TransferScheduler::finishIsochronous(Pipe& pipe, Transfer& transfer, Clock:
     std::size_t filled = 0;
     std::size_t at = 0;
     for (IsoPacket& packet : transfer.packets) {
-        // Data goes without gaps; the client puts each packet back to its offset.
+        // Data is sent without gaps; the client moves each packet back to its offset.
         const auto room = std::span(pipe.buffer).subspan(filled, packet.length);
         const std::size_t count = gadget_.in(pipe.endpoint.address, room).value_or(0);
         packet.actualLength = static_cast<std::uint32_t>(std::min(count, room.size()));
@@ -181,7 +181,7 @@ void TransferScheduler::pauseOrGoOn(Pipe& pipe, bool finished) const {
     pipe.clock = now + pipe.pause;
 }
 
-// Frames of a millisecond, in the eleven bits that the bus counts with.
+// The number of the 1 ms frame, in 11 bits as on the bus.
 std::uint32_t TransferScheduler::frameNumber(Clock::time_point time) const {
     const auto frames = std::chrono::duration_cast<milliseconds>(time - start_).count();
     return static_cast<std::uint32_t>(std::max<std::int64_t>(frames, 0)) & 0x7FFU;

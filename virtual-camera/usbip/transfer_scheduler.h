@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Carries out IN transfers as a high-speed host controller would, at its pace.
+// Executes IN transfers at the pace of a high-speed host controller.
 #pragma once
 
 #include <chrono>
@@ -17,27 +17,27 @@
 
 namespace tavelo::usbip {
 
-/// Queues transfers endpoint by endpoint and carries them out on a thread of its own.
+/// Queues transfers per endpoint and executes them on its own thread.
 ///
-/// Isochronous transfers take the time that their packets take on the bus; transfers of one endpoint follow
-/// each other without a gap while the client keeps the queue filled.  A bulk transfer ends when it is full or
-/// the device sends a short packet, an interrupt transfer with its first packet; while the device has nothing
-/// to send they wait.
+/// Isochronous transfers take as long as their packets take on the bus; transfers of one endpoint follow each
+/// other without a gap while the client keeps the queue filled.  A bulk transfer ends when it is full or the
+/// device sends a short packet, an interrupt transfer with its first packet; both wait while the device has
+/// nothing to send.
 ///
 /// Thread-safe.
 class TransferScheduler {
 public:
-    /// The three must outlive the scheduler.
+    /// All three must outlive the scheduler.
     TransferScheduler(UsbGadget& gadget, const GadgetLayout& layout, UrbLedger& ledger);
     ~TransferScheduler();
 
     TransferScheduler(const TransferScheduler&) = delete;
     TransferScheduler& operator=(const TransferScheduler&) = delete;
 
-    /// Takes a transfer that is open in the ledger; one that makes no sense is answered at once.
+    /// Queues a transfer that is open in the ledger; an invalid one is answered at once.
     void submit(const SubmitCommand& command, std::vector<IsoPacket> packets);
 
-    /// Drops what the ledger no longer waits for.
+    /// Drops a transfer that the ledger no longer waits for.
     void forget(std::uint32_t sequence);
 
 private:
@@ -53,9 +53,9 @@ private:
     struct Pipe {
         Endpoint endpoint;
         std::deque<Transfer> queue;
-        /// Isochronous: the end of the transfer before.  Else: when to ask the device again.
+        /// Isochronous: the end of the previous transfer.  Otherwise: when to ask the device again.
         Clock::time_point clock;
-        Clock::duration pause{0};         ///< bulk: how long the device was left in peace last
+        Clock::duration pause{0};         ///< bulk: the last pause before the device was asked again
         std::vector<std::uint8_t> buffer; ///< data of the first transfer
     };
 
@@ -75,10 +75,10 @@ private:
     const GadgetLayout& layout_;
     UrbLedger& ledger_;
     const Clock::time_point start_ = Clock::now();
-    std::vector<std::uint8_t> packetBytes_; // encoded descriptors; the thread's own
+    std::vector<std::uint8_t> packetBytes_; // encoded descriptors; used by the thread only
 
-    std::mutex
-        mutex_; // guards the members up to the blank line, but the buffers of pipes are the thread's own
+    // Guards the members up to the blank line, except the pipes' buffers, which only the thread uses.
+    std::mutex mutex_;
     std::condition_variable wake_;
     std::map<std::uint8_t, Pipe> pipes_; // by endpoint address
     bool stopping_ = false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The messages of USB/IP 1.1.1 and their bytes on the wire.
+// The messages of USB/IP 1.1.1 and their encoding.
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@ namespace tavelo::usbip {
 
 inline constexpr std::uint16_t protocolVersion = 0x0111;
 
-/// Numbers of the two operations that open a connection; a reply carries the low byte alone.
+/// Numbers of the two operations that open a connection; a reply has the low byte only.
 inline constexpr std::uint16_t requestImport = 0x8003;
 inline constexpr std::uint16_t replyImport = 0x0003;
 inline constexpr std::uint16_t requestDeviceList = 0x8005;
@@ -23,12 +23,12 @@ inline constexpr std::uint16_t replyDeviceList = 0x0005;
 
 enum class OperationStatus : std::uint32_t { ok = 0, busy = 2, noDevice = 4, error = 5 };
 
-/// Outcomes of a transfer.  The wire carries Linux error numbers whatever the system.
+/// Results of a transfer.  The wire carries Linux error numbers on every system.
 enum class UrbStatus : std::int32_t {
     ok = 0,
-    invalid = -22,   ///< the request makes no sense
+    invalid = -22,   ///< the request is invalid
     stalled = -32,   ///< the device refused
-    unlinked = -104, ///< taken back before it was done
+    unlinked = -104, ///< unlinked before it was done
 };
 
 inline constexpr std::size_t operationHeaderSize = 8;
@@ -36,7 +36,7 @@ inline constexpr std::size_t busIdSize = 32;
 inline constexpr std::size_t urbHeaderSize = 48;
 inline constexpr std::size_t isoPacketSize = 16;
 
-/// Bounds on what a client may ask, so that it cannot make the server hold unbounded memory.
+/// Limits on client requests, so that a client cannot make the server use unbounded memory.
 inline constexpr std::uint32_t maxTransferLength = 4U << 20U;
 inline constexpr std::uint32_t maxIsoPackets = 1024;
 
@@ -49,7 +49,7 @@ struct OperationHeader {
 };
 OperationHeader decodeOperation(std::span<const std::uint8_t, operationHeaderSize> bytes);
 
-/// The text of a fixed field that zeros fill up.
+/// The text of a zero-padded field.
 std::string decodeBusId(std::span<const std::uint8_t, busIdSize> bytes);
 
 struct InterfaceClass {
@@ -58,7 +58,7 @@ struct InterfaceClass {
     std::uint8_t protocol = 0;
 };
 
-/// A device as the list shows it.
+/// A device in the list of exported devices.
 struct ExportedDevice {
     std::string path;
     std::string busId;
@@ -77,25 +77,24 @@ std::vector<std::uint8_t> encodeDeviceList(std::span<const ExportedDevice> devic
 /// @param device null unless the status is ok
 std::vector<std::uint8_t> encodeImportReply(OperationStatus status, const ExportedDevice* device);
 
-/// A transfer that the client asks for.  An OUT transfer's data and the packet descriptors follow it.
+/// A transfer requested by the client.  An OUT transfer's data and the packet descriptors follow it.
 struct SubmitCommand {
     std::uint32_t sequence = 0;
     std::uint8_t endpoint = 0; ///< number without direction, 0 to 15
     bool in = false;
     std::uint32_t bufferLength = 0;
-    std::uint32_t packetCount = 0; ///< of an isochronous transfer, else 0
+    std::uint32_t packetCount = 0; ///< for an isochronous transfer, else 0
     std::array<std::uint8_t, 8> setup{};
 };
 
 struct UnlinkCommand {
     std::uint32_t sequence = 0;
-    std::uint32_t target = 0; ///< sequence number of the transfer to take back
+    std::uint32_t target = 0; ///< sequence number of the transfer to unlink
 };
 
 using Command = std::variant<SubmitCommand, UnlinkCommand>;
 
-/// Nothing where the bytes are no command, or one beyond the bounds above: what follows it cannot be told
-/// apart then.
+/// Nothing if the bytes are not a command or exceed the limits above: what follows cannot be parsed then.
 std::optional<Command> decodeCommand(std::span<const std::uint8_t, urbHeaderSize> bytes);
 
 /// One packet of an isochronous transfer.
@@ -108,7 +107,7 @@ struct IsoPacket {
 IsoPacket decodeIsoPacket(std::span<const std::uint8_t, isoPacketSize> bytes);
 void encodeIsoPacket(const IsoPacket& packet, std::span<std::uint8_t, isoPacketSize> bytes);
 
-/// The head of an answered transfer; data of an IN transfer and packet descriptors follow it.
+/// The header of an answer; data of an IN transfer and packet descriptors follow it.
 struct SubmitReply {
     std::uint32_t sequence = 0;
     UrbStatus status = UrbStatus::ok;

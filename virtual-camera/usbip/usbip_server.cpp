@@ -13,7 +13,7 @@ namespace tavelo::usbip {
 namespace {
 
 constexpr std::size_t maxConnections = 64;
-/// Where accept() fails (no descriptors left) poll() would tell of the same connection again and again.
+/// If accept() fails (no descriptors left), poll() reports the same connection over and over.
 constexpr int pauseAfterFailure = 100; // ms
 
 } // namespace

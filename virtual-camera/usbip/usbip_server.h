@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Offers USB devices made of software to USB/IP clients, the Linux kernel's vhci-hcd for one.
+// Exports software USB devices to USB/IP clients such as the Linux kernel's vhci-hcd.
 #pragma once
 
 #include <atomic>
@@ -21,12 +21,12 @@ namespace tavelo::usbip {
 
 /// A server on 127.0.0.1.  Each device can be imported by one client at a time.
 ///
-/// Thread-safe.  Destruction ends every connection, so clients see their devices unplugged, and waits until
-/// no device is called any more; a device that is busy with a request delays it.
+/// Thread-safe.  The destructor ends every connection, so that clients see their devices unplugged, and waits
+/// until no device is called any more; a device that is busy with a request delays it.
 class UsbipServer : private DeviceDirectory {
 public:
     /// @param port 0 lets the system choose
-    /// @return null with the reason where the port cannot be had
+    /// @return null with `error` set if the port is not available
     static std::unique_ptr<UsbipServer> listen(std::uint16_t port, Error& error);
     ~UsbipServer() override;
 
@@ -35,11 +35,11 @@ public:
 
     std::uint16_t port() const;
 
-    /// Offers a device under a name as "1-1".  Takes the place of one that was offered under it.
+    /// Exports a device under a name such as "1-1", replacing any device with that name.
     void plug(const std::string& busId, std::shared_ptr<UsbGadget> gadget);
 
-    /// Takes a device away; its client's connection ends.  The device may still be called until that has come
-    /// about.
+    /// Removes a device and ends its client's connection.  The device may still be called until the
+    /// connection has ended.
     void unplug(const std::string& busId);
 
     /// Whether a client has imported the device.
@@ -48,7 +48,7 @@ public:
 private:
     struct Slot {
         std::shared_ptr<UsbGadget> gadget;
-        UsbipSession* importer = nullptr; ///< null while nobody has it
+        UsbipSession* importer = nullptr; ///< null while not imported
     };
     struct Connection {
         explicit Connection(UsbipServer& server, FileDescriptor descriptor)
@@ -76,7 +76,7 @@ private:
     std::map<std::string, Slot> slots_;
 
     std::atomic<bool> stopping_{false};
-    std::list<Connection> connections_; // the accepting thread's own
+    std::list<Connection> connections_; // used by the accepting thread only
     std::thread thread_;                // last: it uses everything above
 };
 

@@ -10,9 +10,9 @@
 namespace tavelo::usbip {
 namespace {
 
-/// A client that connects and says nothing must not hold a connection for ever.
+/// A client that connects and sends nothing must not hold a connection forever.
 constexpr std::chrono::seconds operationLimit{10};
-/// Nor one that stops reading in the middle of an answer.
+/// The same for a client that stops reading in the middle of an answer.
 constexpr std::chrono::seconds writeLimit{30};
 
 } // namespace
@@ -60,7 +60,7 @@ void UsbipSession::serveTransfers(const std::shared_ptr<UsbGadget>& gadget) {
     DeviceConnection connection(socket_, gadget);
     while (connection.serveCommand()) {
     }
-    // The client hears at once, even where the device still is busy with its last request.
+    // Tell the client at once, even if the device is still busy with its last request.
     socket_.shutdown();
 }
 

@@ -14,7 +14,7 @@ namespace tavelo::usbip {
 
 class UsbipSession;
 
-/// The devices that sessions choose from.  Thread-safe.
+/// The devices that sessions can import.  Thread-safe.
 class DeviceDirectory {
 public:
     virtual ~DeviceDirectory() = default;
@@ -30,18 +30,18 @@ public:
     virtual void release(const std::string& busId, UsbipSession& session) = 0;
 };
 
-/// Answers one connection from its first byte to its last.
+/// Serves one client connection.
 ///
 ///     operation --device list--> end
 ///     operation --import, granted--> transfers --connection closed, protocol broken, shutdown()--> end
 ///
-/// Bytes that make no sense end the connection; nothing else could follow them safely.
+/// Invalid bytes end the connection, since what follows cannot be parsed.
 class UsbipSession {
 public:
     /// @param directory must outlive the session
     UsbipSession(FileDescriptor connection, DeviceDirectory& directory);
 
-    /// Serves the connection; returns when it has ended.  To be called once, on a thread for it alone.
+    /// Serves the connection; returns when it has ended.  Call it once, on a thread of its own.
     void run();
 
     /// Ends the connection; thread-safe.  A client sees its device unplugged.
