@@ -32,7 +32,7 @@ Woken waitForFrame(int node, int stop, Clock::time_point deadline) {
     if (::poll(waiting, 2, int(left.count())) < 0) return errno == EINTR ? Woken::frame : Woken::trouble;
     if (waiting[0].revents != 0) return Woken::stop;
     if ((waiting[1].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) return Woken::trouble;
-    return Woken::frame; // or nothing yet; the attempt to take it tells
+    return Woken::frame; // or nothing yet, which take() reports
 }
 
 } // namespace

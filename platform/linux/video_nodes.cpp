@@ -69,7 +69,7 @@ std::string printable(std::string text) {
 
 std::string localizedName(const std::optional<UsbIdentity>& identity, const std::string& driversName,
                           const std::string& node) {
-    // The driver's name is the product string cut to 31 characters, but it tells the functions of one
+    // The driver's name is the product string cut to 31 characters, but it distinguishes the functions of one
     // product apart.
     if (identity && identity->isFirstVideoFunction && !identity->productName.empty())
         return printable(identity->productName);
