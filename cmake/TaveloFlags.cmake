@@ -8,7 +8,7 @@ target_compile_features(tavelo_flags INTERFACE cxx_std_20)
 target_compile_options(tavelo_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Wconversion
     -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
-    # GCC 12 suspects the members of its own std::variant and std::optional once it optimises.
+    # With optimisation GCC 12 wrongly warns about members of its own std::variant and std::optional.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
     $<$<BOOL:${TAVELO_WERROR}>:-Werror>)
 
@@ -19,7 +19,7 @@ if(TAVELO_SANITIZE)
     target_link_options(tavelo_flags INTERFACE -fsanitize=${TAVELO_SANITIZE} -Wl,--as-needed)
 endif()
 
-# Qt's foot-guns, off for everything that uses Qt.
+# Disables Qt's error-prone features in everything that uses Qt.
 add_library(tavelo_qt_flags INTERFACE)
 target_compile_definitions(tavelo_qt_flags INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING

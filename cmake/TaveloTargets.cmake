@@ -1,12 +1,12 @@
-# One library a folder.  A folder's headers are seen by another folder only where it links that folder's
-# library: each library publishes an include directory of its own, which holds nothing but links to that one
-# folder's headers.  An include that is not in the link graph does not compile.
+# One library per folder.  A folder sees another folder's headers only if it links that folder's library: each
+# library publishes its own include directory, which contains only links to the headers of its folder.  An include
+# that is not in the link graph does not compile.
 
 # tavelo_library(NAME FOLDER path SOURCES file... [PUBLIC lib...] [PRIVATE lib...] [QT])
 #   NAME     target; the folder's headers are included as "path/header.h"
 #   PUBLIC   libraries that the folder's headers include
 #   PRIVATE  libraries that only its sources include
-#   QT       uses Qt: runs moc and switches Qt's foot-guns off
+#   QT       uses Qt: runs moc and sets the flags of tavelo_qt_flags
 function(tavelo_library NAME)
     cmake_parse_arguments(ARG "QT" "FOLDER" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(${NAME} STATIC ${ARG_SOURCES})
@@ -41,9 +41,9 @@ function(tavelo_program NAME)
 endfunction()
 
 # tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT] [BUS]): a GoogleTest program, one ctest entry.
-#   Labels: "unit" (default), "integration"; "threads" marks what also runs under ThreadSanitizer.
-#   QT   makes the QApplication, without a display
-#   BUS  runs on a D-Bus session of its own
+#   Labels: "unit" (default), "integration"; "threads" also runs the test under ThreadSanitizer.
+#   QT   creates a QApplication, without a display
+#   BUS  runs in its own D-Bus session
 function(tavelo_test NAME)
     cmake_parse_arguments(ARG "QT;BUS" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${NAME} ${ARG_SOURCES})

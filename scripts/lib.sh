@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Sourced by the scripts beside it.  Expects bash with -euo pipefail; goes to the project's top folder.
+# Sourced by the other scripts.  Expects bash with -euo pipefail; changes to the project's top folder.
 
 launched_from=$PWD
 project=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
@@ -8,7 +8,7 @@ cd "$project"
 say() { printf '== %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# quietly LOG COMMAND...: keeps the output in build/logs/LOG and shows it only where the command fails.
+# quietly LOG COMMAND...: keeps the output in build/logs/LOG.log and shows it only if the command fails.
 quietly() {
     local log=build/logs/$1.log
     shift
@@ -21,7 +21,7 @@ configure() {
     quietly "configure-$1" cmake --preset "$@"
 }
 
-# build PRESET [ARGUMENT...]: with the build tool's own progress line where somebody watches.
+# build PRESET [ARGUMENT...]: shows the build tool's progress on a terminal.
 build() {
     local preset=$1
     shift
@@ -32,7 +32,7 @@ build() {
     fi
 }
 
-# start_display: a virtual X server of our own; sets DISPLAY.  It ends with the script, however that ends.
+# start_display: starts a virtual X server and sets DISPLAY.  The server ends with the script, even if that is killed.
 display_server=''
 start_display() {
     local answer
@@ -40,7 +40,7 @@ start_display() {
         Xvfb -displayfd 1 -screen 0 1280x800x24 -nolisten tcp 2>/dev/null)
     display_server=$!
     trap stop_display EXIT
-    # The number comes once the server answers; nothing comes where it could not start.
+    # The server writes its number once it is ready, and nothing if it cannot start.
     read -r -u "$answer" DISPLAY || die "Xvfb does not start"
     export DISPLAY=:$DISPLAY
     unset WAYLAND_DISPLAY
@@ -50,8 +50,8 @@ stop_display() {
     display_server=''
 }
 
-# run_tests PRESET: runs the preset's tests and leaves what came out in build/test-results/PRESET.
-# Fails only where the tests could not be run; scripts/test-summary judges.
+# run_tests PRESET: runs the preset's tests and leaves the results in build/test-results/PRESET.
+# Fails only if the tests could not run; scripts/test-summary evaluates the results.
 run_tests() {
     local results=$project/build/test-results/$1
     rm -rf "$results"

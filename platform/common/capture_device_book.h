@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The capture devices that are known, and who is told when they change.
+// The known capture devices, and notification of their observers.
 #pragma once
 
 #include <algorithm>
@@ -11,11 +11,12 @@
 
 namespace tavelo {
 
-/// Compares what a scan finds with what is known, and tells the difference.  Thread-bound to the main thread.
+/// Compares a scan with the known devices and notifies observers of the difference.  Thread-bound to the
+/// main thread.
 template <typename Device>
 class CaptureDeviceBook {
 public:
-    /// Those that are gone leave first; those that are new are made and stand last.
+    /// Removes the devices that are gone, then appends the new ones.
     /// @param isSame whether a device is the one that was found
     template <typename Found>
     void apply(const std::vector<Found>& found,
@@ -45,7 +46,7 @@ public:
     void remove(CaptureDeviceObserver* observer) { std::erase(observers_, observer); }
 
 private:
-    // An observer may add and remove observers while it is told, itself included.
+    // An observer may add and remove observers, itself included, while it is notified.
     void tell(void (CaptureDeviceObserver::*what)(const std::shared_ptr<CaptureDevice>&),
               const std::shared_ptr<CaptureDevice>& device) {
         for (CaptureDeviceObserver* observer : std::vector(observers_)) {

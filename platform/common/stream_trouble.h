@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Why a stream brings no picture, from its own thread to whoever asks.
+// Why a stream delivers no pictures, passed from its thread to other threads.
 #pragma once
 
 #include <mutex>

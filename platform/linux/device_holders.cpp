@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t longestName = 64;
 constexpr std::size_t mostNamed = 4;
-// The kernel cuts a program's name to this.
+// The kernel truncates program names to this length.
 constexpr std::size_t kernelsNameLength = 15;
 
 std::optional<std::int64_t> processNumber(const fs::path& folder) {
@@ -35,7 +35,7 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// The link is read before the file is looked at: asking for a file of a dead network drive would wait for it.
+// Reads the link before examining the file: stat() on a dead network drive would block.
 bool leadsTo(const fs::path& link, const fs::path& node, const struct stat& wanted) {
     std::error_code error;
     if (fs::read_symlink(link, error).filename() != node.filename()) return false;
@@ -54,7 +54,7 @@ Look lookInto(const fs::path& process, const fs::path& node, const struct stat& 
     return Look::holdsNot;
 }
 
-// Programs name themselves; none of it may steer a terminal.
+// Programs choose their own names; these must not control a terminal.
 std::string printable(std::string_view text) {
     std::string result(text.substr(0, longestName));
     std::ranges::replace_if(
@@ -62,7 +62,7 @@ std::string printable(std::string_view text) {
     return result;
 }
 
-// The program's file has the whole of a name that the kernel cut.
+// If the kernel truncated the name, the program's file has all of it.
 std::string programOf(const fs::path& process) {
     std::string name;
     std::ifstream stream(process / "comm");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A file descriptor that is closed by its owner's end.
+// A file descriptor that is closed with its owner.
 #pragma once
 
 #include <unistd.h>

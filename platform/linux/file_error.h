@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What system calls on files say.
+// Errors of system calls on files.
 #pragma once
 
 #include <cerrno>
@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// What errno says of a file, as an error.
+/// Turns the errno of a file operation into an error.
 Error fileError(int errorNumber);
 
 /// Repeats a system call that a signal interrupted.

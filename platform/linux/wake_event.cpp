@@ -12,12 +12,12 @@
 namespace tavelo {
 
 WakeEvent::WakeEvent() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    // The program is out of file descriptors, and nothing of what it does would work from here on.
+    // The program is out of file descriptors; nothing it does would work from here on.
     if (!event_.isOpen()) throw std::system_error(errno, std::generic_category(), "eventfd");
 }
 
 void WakeEvent::set() {
-    // Fails only where the counter is full, and it is set then.
+    // Fails only if the counter is full, and then it is set.
     [[maybe_unused]] const int result = ::eventfd_write(event_.get(), 1);
 }
 

@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// Set once, seen by every wait until it is cleared.  Thread-safe.
+/// Once set, it ends every wait until it is cleared.  Thread-safe.
 class WakeEvent {
 public:
     WakeEvent();
@@ -17,7 +17,7 @@ public:
     void clear();
     bool isSet() const;
 
-    /// @return whether it was set before the time was over
+    /// @return whether it was set in time
     bool waitFor(std::chrono::milliseconds time) const;
 
     /// Readable while set.

@@ -44,8 +44,8 @@ std::vector<BusProberDevice> LinuxBusProber::scan() {
     const UsbDescriptorSnapshot cached = descriptors_ ? descriptors_->snapshot() : UsbDescriptorSnapshot();
     std::vector<BusProberDevice> found;
     for (const SysfsUsbDevice& device : usbDevices(sysfs_)) {
-        // libusb learns of a new device a moment after udev told of it, and gives up on descriptors that it
-        // finds malformed; the kernel's own copy is read then.
+        // libusb learns of a new device a moment after udev announces it, and rejects descriptors that it
+        // finds malformed.  The kernel's own copy is read then.
         const auto known = cached.find({device.busNumber, device.deviceNumber});
         std::optional<UsbDescriptors> descriptors;
         if (known != cached.end() && hasVideoControl(known->second)) descriptors = known->second;

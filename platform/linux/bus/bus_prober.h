@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The cameras of the USB bus, from descriptors that libusb and the kernel keep.
+// The cameras on the USB bus, from descriptors cached by libusb and the kernel.
 #pragma once
 
 #include <filesystem>
@@ -12,13 +12,13 @@
 
 namespace tavelo {
 
-/// Lists the video functions of all devices.  No device is opened, none is asked: any user may list any
-/// camera, whoever uses it meanwhile.
+/// Lists the video functions of all devices.  Opens no device and sends no request, so any user may list
+/// any camera, even one in use.
 class LinuxBusProber final : public BusProber {
 public:
     /// @param delegate    may be null; must outlive the prober
-    /// @param sysfs       the tree's root
-    /// @param descriptors may be null: sysfs is read instead, as it is for a device that this source lacks
+    /// @param sysfs       root of the tree
+    /// @param descriptors may be null; sysfs is read then, and for devices that this source lacks
     /// @param events      changes of USB devices; may be null
     LinuxBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
                    std::unique_ptr<UsbDescriptorSource> descriptors, std::unique_ptr<UdevEventSource> events);

@@ -18,7 +18,7 @@ struct LibusbRelease {
 using LibusbContext = std::unique_ptr<libusb_context, LibusbRelease>;
 using LibusbConfiguration = std::unique_ptr<libusb_config_descriptor, LibusbRelease>;
 
-/// The devices of the bus at one moment; empty where they cannot be listed.  Must not outlive the context.
+/// A snapshot of the devices on the bus; empty if they cannot be listed.  Must not outlive the context.
 class LibusbDeviceList {
 public:
     explicit LibusbDeviceList(libusb_context* context) {

@@ -52,7 +52,7 @@ public:
         const auto descriptors = usbDescriptors(device_);
         if (!descriptors) return std::nullopt;
         std::vector<std::unique_ptr<UsbInterfaceService>> services;
-        std::vector<std::uint8_t> numbers; // an interface with several settings is still one interface
+        std::vector<std::uint8_t> numbers; // an interface with several settings counts once
         for (const UsbInterfaceDescriptor& interface : interfacesOf(descriptors->configuration)) {
             if (!matches(interface, match) || std::ranges::find(numbers, interface.number) != numbers.end())
                 continue;
@@ -83,7 +83,7 @@ public:
         : opener_(std::move(opener)),
           device_(std::move(device)) {}
 
-    // A device that went away since it was listed ends here, where the caller goes on with the next one.
+    // Fails for a device that went away since it was listed; the caller goes on with the next one.
     std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() override {
         std::error_code error;
         if (!std::filesystem::exists(device_.path, error)) return nullptr;

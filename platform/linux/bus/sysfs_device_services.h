@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The way from the kernel's list of USB devices to an interface.  Only its end differs from transport to
-// transport.
+// From the kernel's list of USB devices to an interface.  Only opening the interface differs between
+// transports.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +14,14 @@
 
 namespace tavelo {
 
-/// Opens an interface of a device; null where it cannot.
+/// Opens an interface of a device; null if it cannot.
 using SysfsInterfaceOpener =
     std::function<std::shared_ptr<UsbInterface>(const SysfsUsbDevice& device, std::uint8_t interfaceNumber)>;
 
-/// Every USB device, by bus and port.  Nothing is opened on the way to an interface, so no rights are needed:
-/// a device that vanished gives no plug-in, one whose descriptors cannot be read no interfaces.
-/// The services, devices and interface services are thread-bound and may outlive everything but what the
-/// opener holds.
+/// Every USB device, by bus and port.  Nothing is opened before the interface itself, so no rights are
+/// needed: a device that vanished has no plug-in, one with unreadable descriptors has no interfaces.
+/// The services, devices and interface services are thread-bound.  They may outlive everything except what
+/// the opener holds.
 std::vector<std::unique_ptr<UsbDeviceService>> sysfsDeviceServices(const std::filesystem::path& sysfs,
                                                                    const SysfsInterfaceOpener& opener);
 

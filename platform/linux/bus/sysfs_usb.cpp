@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads USB devices and their video nodes out of sysfs.
+// Reads USB devices and their video nodes from sysfs.
 #include "platform/linux/bus/sysfs_usb.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t deviceDescriptorLength = 18;
-// Far above any camera's; a file of a fake or broken tree must not fill the memory.
+// Far larger than any camera's; a file in a fake or broken tree must not fill the memory.
 constexpr std::size_t longestFile = 0x40000;
 
 std::vector<std::uint8_t> readBytes(const fs::path& file) {
@@ -34,7 +34,7 @@ std::vector<std::uint8_t> readBytes(const fs::path& file) {
     return bytes;
 }
 
-// An attribute without the line break that ends it; empty where there is none.
+// An attribute without its line break; empty if there is none.
 std::string readText(const fs::path& file) {
     const std::vector<std::uint8_t> bytes = readBytes(file);
     std::string text(bytes.begin(), bytes.end());
@@ -98,7 +98,7 @@ std::optional<std::uint8_t> interfaceNumberOf(std::string_view folderName, std::
     return parseNumber<std::uint8_t>(folderName.substr(folderName.find('.') + 1));
 }
 
-// The location's top byte of each bus, by bus number.
+// The top byte of the location of each bus, by bus number.
 std::map<std::uint8_t, std::uint8_t> rootHubs(const fs::path& sysfs) {
     struct Bus {
         std::uint8_t number;
@@ -114,7 +114,7 @@ std::map<std::uint8_t, std::uint8_t> rootHubs(const fs::path& sysfs) {
         if (!number || path.empty()) continue;
         buses.push_back({*number, path.parent_path().lexically_relative(devices).string()});
     }
-    // A controller registers its USB 2 hub before its USB 3 hub, which so has the higher number.
+    // A controller registers its USB 2 hub before its USB 3 hub, so the latter has the higher number.
     std::ranges::sort(buses, {}, &Bus::number);
     std::map<std::string, std::size_t> hubsOfController;
     std::vector<std::string> places;

@@ -27,7 +27,7 @@ public:
     std::optional<UdevEvent> receive() override {
         errno = 0;
         const UdevDeviceHandle device(udev_monitor_receive_device(monitor_.get()));
-        // The kernel drops events that nobody read in time, and says so once.
+        // The kernel drops events that are not read in time, and reports it once.
         if (!device) return errno == ENOBUFS ? std::optional(UdevEvent()) : std::nullopt;
         return UdevEvent{
             textOf(udev_device_get_action(device.get())), textOf(udev_device_get_syspath(device.get())),
@@ -44,7 +44,7 @@ private:
 std::unique_ptr<UdevEventSource> openUdevEvents(const char* subsystem, const char* deviceType) {
     UdevContext context(udev_new());
     if (!context) return nullptr;
-    // Where no udev runs (in a container, say), the kernel's own events are better than none.
+    // If udev does not run (in a container, say), the kernel's own events are better than none.
     const bool udevRuns = ::access("/run/udev/control", F_OK) == 0;
     UdevMonitorHandle monitor(udev_monitor_new_from_netlink(context.get(), udevRuns ? "udev" : "kernel"));
     if (!monitor ||

@@ -35,14 +35,14 @@ void UdevMonitor::run() {
     while (true) {
         std::array<pollfd, 2> waiting{{{wake_.descriptor(), POLLIN, 0}, {-1, POLLIN, 0}}};
         if (source_) waiting[1].fd = source_->descriptor();
-        // A signal ends the wait early, and both descriptors then say that nothing is there.
+        // A signal ended the wait early.
         if (::poll(waiting.data(), waiting.size(), -1) < 0) continue;
         if (waiting[0].revents != 0 && !runTasks()) return;
         if (waiting[1].revents != 0) readEvents(waiting[1].revents);
     }
 }
 
-// Whether to go on.
+// False if the monitor is stopping.
 bool UdevMonitor::runTasks() {
     wake_.clear();
     std::vector<Task> tasks;
@@ -62,7 +62,7 @@ void UdevMonitor::readEvents(short readiness) {
         any = true;
         handler_(*event);
     }
-    // A source that is broken stays ready for ever; without it the thread sleeps.
+    // A broken source stays ready forever and would keep the thread spinning.
     const bool broken = (readiness & (POLLHUP | POLLNVAL)) != 0 || ((readiness & POLLERR) != 0 && !any);
     if (broken) source_.reset();
 }

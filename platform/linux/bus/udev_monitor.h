@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A thread that waits for udev.
+// A thread that waits for udev events.
 #pragma once
 
 #include <functional>
@@ -14,13 +14,13 @@
 
 namespace tavelo {
 
-/// Reads events on a thread of its own.
+/// Reads events on its own thread.
 ///
-/// Thread-safe.  Once the destructor has returned no call of the handler is under way and none follows; never
-/// destroy a monitor from its own thread.
+/// Thread-safe.  After the destructor has returned, no call of the handler is running and none follows.  A
+/// monitor must not be destroyed on its own thread.
 class UdevMonitor {
 public:
-    /// @param source  may be null: no events come then, but tasks run all the same
+    /// @param source  may be null: there are no events then, but tasks still run
     /// @param handler called on the monitor's thread, one event after another; must not throw
     UdevMonitor(std::unique_ptr<UdevEventSource> source, std::function<void(const UdevEvent&)> handler);
     ~UdevMonitor();
@@ -28,7 +28,7 @@ public:
     UdevMonitor(const UdevMonitor&) = delete;
     UdevMonitor& operator=(const UdevMonitor&) = delete;
 
-    /// Runs a task on the monitor's thread.  Tasks that still wait when the monitor ends are dropped.
+    /// Runs a task on the monitor's thread.  Tasks still waiting when the monitor ends are dropped.
     void async(Task task);
 
 private:

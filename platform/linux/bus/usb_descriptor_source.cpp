@@ -32,7 +32,7 @@ void append(Bytes& bytes, const unsigned char* extra, int length) {
     if (extra != nullptr && length > 0) bytes.insert(bytes.end(), extra, extra + length);
 }
 
-// libusb takes a configuration apart; this puts together again what the reader of descriptors looks at, the
+// libusb splits up the configuration; this restores the bytes that the descriptor parser reads, with the
 // class's own descriptors byte for byte.  Endpoints are left out.
 Bytes configurationBytes(const libusb_config_descriptor& from) {
     Bytes bytes{

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where the bus prober takes descriptors from.
+// Source of descriptors for the bus prober.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// Descriptors of a moment's devices, by bus number and device number.
+/// Descriptors of the devices present at one moment, by bus number and device number.
 using UsbDescriptorSnapshot = std::map<std::pair<std::uint8_t, std::uint8_t>, UsbDescriptors>;
 
 /// Thread-bound to whoever made it.
@@ -22,7 +22,7 @@ public:
     virtual UsbDescriptorSnapshot snapshot() = 0;
 };
 
-/// libusb's cached descriptors; opens no device.  Null where libusb finds no USB in this machine.
+/// libusb's cached descriptors; opens no device.  Null if libusb finds no USB on this machine.
 std::unique_ptr<UsbDescriptorSource> makeLibusbDescriptorSource();
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A V4L2 camera as the device list shows it.
+// A V4L2 camera in the device list.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 
 namespace tavelo {
 
-/// What every device of a list has in common.  The diagnostics must outlive the devices and their inputs.
+/// Shared by all devices of a list.  The diagnostics must outlive the devices and their inputs.
 struct V4l2DeviceSetup {
     std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
@@ -25,9 +25,8 @@ struct V4l2DeviceSetup {
 
 class V4l2Device final : public CaptureDevice, public std::enable_shared_from_this<V4l2Device> {
 public:
-    /// @param rightsMayComeUntil udev gives the rights to a new node a moment after it appears; until then an
-    /// input
-    ///     is made without them, and waits
+    /// @param rightsMayComeUntil udev gives access to a new node a moment after it appears; until this time
+    ///     an input is made without access, and waits for it
     V4l2Device(VideoNode node, V4l2DeviceSetup setup,
                std::chrono::steady_clock::time_point rightsMayComeUntil);
 
@@ -35,8 +34,8 @@ public:
     const std::string& localizedName() const override { return node_.localizedName; }
     bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
 
-    /// A node that another program holds makes an input too, which waits for it, and so does one that the
-    /// driver is about to open for all: it is announced a moment before.
+    /// Also makes an input, which waits, if another program holds the node, or if the node is listed but
+    /// not there yet: it is announced a moment before the driver opens it for all.
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override;
 
     const VideoNode& node() const { return node_; }

@@ -17,14 +17,14 @@
 namespace tavelo {
 namespace {
 
-using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as the driver's stamps
+using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, like the driver's timestamps
 
-// Ends the search for the newest frame even if frames come faster than they are looked through.
+// Bounds the search for the newest frame if frames come faster than they are looked through.
 constexpr int mostTakenAtOnce = 16;
 
 enum class Woken { frame, stop, silence, trouble };
 
-// Waits for a frame, for the stop, or until `deadline`.
+// Waits for a frame, the stop, or `deadline`.
 Woken waitForFrame(int node, int stop, Clock::time_point deadline) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return Woken::silence;
@@ -32,7 +32,7 @@ Woken waitForFrame(int node, int stop, Clock::time_point deadline) {
     if (::poll(waiting, 2, int(left.count())) < 0) return errno == EINTR ? Woken::frame : Woken::trouble;
     if (waiting[0].revents != 0) return Woken::stop;
     if ((waiting[1].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) return Woken::trouble;
-    return Woken::frame; // or nothing yet, which taking it tells
+    return Woken::frame; // or nothing yet, which take() reports
 }
 
 } // namespace
@@ -95,10 +95,10 @@ V4l2Input::Run V4l2Input::streamWithin(FrameSink& sink) {
     return pump(*node, *stream, sink);
 }
 
-// Goes down the list, past all that is no lighter than what the bus refused and past what asks for too much
-// memory.
+// Goes down the list, skipping formats that are no lighter than one the bus refused and those that need too
+// much memory.
 V4l2Input::Run V4l2Input::startLightEnough(V4l2Node& node, std::unique_ptr<V4l2Stream>& stream) {
-    int error = EPROTONOSUPPORT; // where the camera offers nothing that we can show
+    int error = EPROTONOSUPPORT; // if the camera offers nothing that we can show
     double tooHeavy = std::numeric_limits<double>::infinity();
     for (const FormatChoice& choice : rankFormats(offeredModes(node, setup_.request), setup_.request)) {
         if (choice.bytesPerSecond() >= tooHeavy) continue;
@@ -136,8 +136,8 @@ V4l2Input::Run V4l2Input::pump(const V4l2Node& node, V4l2Stream& stream, FrameSi
     }
 }
 
-// Frames that waited while the one before was converted are old: all but the newest go back at once, and so
-// do damaged ones.
+// Frames that waited during the last conversion are old: all but the newest go back at once, and so do
+// damaged ones.
 int V4l2Input::takeNewest(V4l2Stream& stream, std::optional<V4l2Stream::Frame>& newest) {
     for (int taken = 0; taken < mostTakenAtOnce; ++taken) {
         V4l2Stream::Frame frame;

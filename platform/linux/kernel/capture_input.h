@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A V4L2 camera as the input of a session.
+// A V4L2 camera as a session's input.
 #pragma once
 
 #include <chrono>
@@ -20,30 +20,30 @@
 
 namespace tavelo {
 
-/// What an input needs to know; the diagnostics must outlive it.
+/// What an input depends on; the diagnostics must outlive it.
 struct V4l2InputSetup {
     std::string path; ///< "/dev/video0"
     std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
     StreamPatience patience;
-    /// Whether the node is still the camera's that it was.  Any thread; empty: a node that fails is gone.
+    /// Whether the node still belongs to the same camera.  Any thread; if empty, a node that fails is gone.
     std::function<bool()> isListed = {};
-    /// Who holds a busy node, as busyText() says it; may take milliseconds.  Any thread; empty: nobody knows.
+    /// Who holds a busy node, as busyText() says it; may take milliseconds.  Any thread; may be empty.
     std::function<std::string()> whoHolds = {};
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming thread; may be null
 };
 
-/// Streams on a thread of its own, from start to stop, whatever the camera does meanwhile:
+/// Streams on its own thread from start to stop and recovers from failures of the camera:
 ///
 ///     open -> choose a format -> stream --(silent, busy, failed: wait)--> open ...
 ///                                       --(unplugged)--> rest until stop
 ///
-/// What counts as unplugged is the list's word: a driver that lets go of a camera's streaming interface, or
-/// has just been bound to it, says the same of a node that stays.
+/// The device list decides what counts as unplugged: a driver that releases a camera's streaming interface,
+/// or has just been bound to it, reports the same error for a node that stays.
 ///
-/// The node is open only while it streams, since an open node keeps many cameras awake.  stop() returns when
-/// the driver has let go; one that waits for a dead camera takes up to five seconds.
+/// The node is open only while it streams, since an open node keeps many cameras awake.  stop() returns
+/// when the driver has released the camera; if the camera is dead, that takes up to five seconds.
 class V4l2Input final : public CaptureDeviceInput {
 public:
     V4l2Input(std::shared_ptr<CaptureDevice> device, V4l2InputSetup setup);
@@ -78,7 +78,7 @@ private:
     StreamTrouble trouble_;
     std::thread thread_;
 
-    // Of the streaming thread.
+    // Used by the streaming thread.
     StreamRetryPolicy policy_;
     FrameConverter converter_;
     std::chrono::nanoseconds lastTime_{0};

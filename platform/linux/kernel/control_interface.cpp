@@ -38,7 +38,7 @@ std::string_view nameOf(std::uint8_t request) {
     return "unknown request";
 }
 
-// What the driver's errno means of a camera.
+// The driver's errno in words.
 std::string reasonOf(int error) {
     switch (error) {
         case EPIPE:
@@ -114,7 +114,7 @@ const KernelControl* KernelUsbInterface::findControl(const UsbControlRequest& re
 UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
                                    UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
-    // EINVAL is what most cameras' missing controls come to, and no failure of theirs.
+    // EINVAL usually means that the camera lacks the control, which is no failure.
     if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
     const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
     if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
@@ -126,7 +126,7 @@ UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelContro
 
 UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
                                     UsbControlRequest& request) {
-    // The class knows no other write.
+    // The class has no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
     const KernelReply reply = known ? writeKernelControl(device, control, request.payload(), heldOf(control))
                                     : KernelReply{EINVAL, {}, false};

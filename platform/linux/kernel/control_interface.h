@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A video-control interface that the kernel's driver holds, spoken to through its video node.
+// A video-control interface held by the kernel's driver, accessed through its video node.
 #pragma once
 
 #include <cstdint>
@@ -16,16 +16,16 @@
 
 namespace tavelo {
 
-/// Where requests to an interface's entities go.
+/// The interface and the entities that requests are addressed to.
 struct KernelInterfaceAddress {
     std::uint8_t interfaceNumber = 0;
-    /// -1 where the descriptors do not tell; callers then use 1 and 2.
+    /// -1 if the descriptors do not tell; callers then use 1 and 2.
     std::int32_t terminalID = -1;
     std::int32_t unitID = -1;
-    std::string name; ///< what Diagnostics calls the device: "/dev/video0"
+    std::string name; ///< of the device in Diagnostics: "/dev/video0"
 };
 
-/// Pan and tilt as the caller knows them: last read, or last written.  Thread-safe.
+/// Pan and tilt as the caller knows them: last read or last written.  Thread-safe.
 class HeldPair {
 public:
     std::vector<std::uint8_t> get() const {
@@ -42,13 +42,13 @@ private:
     std::vector<std::uint8_t> bytes_;
 };
 
-/// Thread-safe.  No lock is held while the camera is asked: a write that blocks holds up nobody else, and
+/// Thread-safe.  No lock is held while the camera is asked: a write that blocks delays nobody else, and
 /// closing does not wait for it.
 class KernelUsbInterface final : public UsbInterface {
 public:
     /// @param diagnostics must outlive the interface
-    /// @param pair        shared with the interfaces that were opened to the camera before: after a refusal
-    ///                    it is opened anew without being read
+    /// @param pair shared with earlier interfaces of the same camera: after a refusal the interface is
+    ///     opened again without being read
     KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
                        Diagnostics& diagnostics,
                        std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
@@ -70,7 +70,7 @@ private:
 
     const std::shared_ptr<HeldPair> heldPair_;
 
-    std::mutex mutex_; // guards device_, not what it points to
+    std::mutex mutex_; // guards device_, not the object it points to
     std::shared_ptr<V4l2ControlDevice> device_;
 };
 

@@ -22,9 +22,9 @@ class VideoDeviceList::Book : public CaptureDeviceBook<V4l2Device> {
 public:
     explicit Book(V4l2DeviceSetup setup) : setup_(std::move(setup)) {}
 
-    /// @param rightsMayComeUntil for the devices that are new
+    /// @param rightsMayComeUntil for new devices
     void update(const Scan& scan, Clock::time_point rightsMayComeUntil) {
-        if (scan.serial <= applied_) return; // overtaken by a later one
+        if (scan.serial <= applied_) return; // a later scan came first
         applied_ = scan.serial;
         apply<VideoNode>(scan.nodes, isNode, [&](const VideoNode& node) {
             return std::make_shared<V4l2Device>(node, setup_, rightsMayComeUntil);

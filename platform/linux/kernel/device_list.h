@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The cameras that are plugged in, and who is told when that changes.
+// The list of cameras that are plugged in.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,10 @@
 
 namespace tavelo {
 
-/// Compares what a scan finds with what is known, and tells the difference.
+/// Compares scans with the known devices and notifies observers of changes.
 ///
-/// The scans of changes run on whatever thread hears of them, since looking at a new node may take its time;
-/// the list itself belongs to the main thread.
+/// Scans for changes run on the thread that calls rescan(), since inspecting a new node may take time; the
+/// list itself belongs to the main thread.
 class VideoDeviceList {
 public:
     /// The queue must outlive the list.
@@ -27,19 +27,19 @@ public:
     VideoDeviceList(const VideoDeviceList&) = delete;
     VideoDeviceList& operator=(const VideoDeviceList&) = delete;
 
-    /// Main thread: fills the list before anybody can have seen it, so no observer is told.
+    /// Main thread: fills the list before anybody can have seen it, so no observer is notified.
     void fill();
 
-    /// Thread-safe: looks what has changed; the list and its observers learn of it on the main thread.
+    /// Thread-safe: scans for changes; the list and its observers are updated on the main thread.
     void rescan();
 
-    /// Main thread.  In the order of their arrival, those that were there first by number.
+    /// Main thread.  In order of arrival; those present at the start by number.
     std::vector<std::shared_ptr<CaptureDevice>> devices() const;
     void addObserver(CaptureDeviceObserver* observer);
     void removeObserver(CaptureDeviceObserver* observer);
 
 private:
-    /// Of the main thread; a task that comes after the list's end finds it gone.
+    /// Main thread only; a task that runs after the list has ended finds it gone.
     class Book;
 
     struct Scan {

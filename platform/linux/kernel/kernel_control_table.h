@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which V4L2 control answers for which control of the USB Video Class.
+// The V4L2 control for each control of the USB Video Class.
 #pragma once
 
 #include <cstddef>
@@ -11,18 +11,18 @@ namespace tavelo {
 
 enum class UvcEntity : std::uint8_t { cameraTerminal, processingUnit };
 
-/// How the number of the V4L2 control becomes the bytes of the camera's control.
+/// How the value of the V4L2 control maps to the bytes of the camera's control.
 enum class KernelEncoding : std::uint8_t {
     number,       ///< the same number, in the control's own length
     exposureMode, ///< V4L2 counts the modes, the camera has one bit for each
     pair,         ///< two V4L2 controls, four bytes each
 };
 
-/// Which range requests the camera's control answers beside GET_CUR, GET_INFO and GET_LEN.
+/// Which range requests the camera's control answers besides GET_CUR, GET_INFO and GET_LEN.
 enum class KernelRange : std::uint8_t {
     none,
     defaultOnly,          ///< GET_DEF
-    defaultAndResolution, ///< GET_DEF, and GET_RES for a map of the modes it knows
+    defaultAndResolution, ///< GET_DEF, and GET_RES for a bit map of the supported modes
     full,                 ///< GET_MIN, GET_MAX, GET_RES, GET_DEF
 };
 
@@ -41,8 +41,8 @@ struct KernelControl {
 /// Every control that the kernel maps, each once.
 std::span<const KernelControl> kernelControls();
 
-/// Null for a control that the kernel maps to nothing: scanning mode, roll, relative exposure time, and
-/// whatever this program does not know.
+/// Null for a control that the kernel does not map: scanning mode, roll, relative exposure time, and any
+/// that this program does not know.
 const KernelControl* findKernelControl(UvcEntity entity, std::uint8_t selector);
 
 } // namespace tavelo

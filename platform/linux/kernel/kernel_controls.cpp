@@ -34,7 +34,7 @@ void append(std::vector<std::uint8_t>& bytes, std::uint32_t value, std::size_t s
         bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
 }
 
-// Nothing where the number stands for nothing in the camera.
+// False if the camera has no equivalent of the value.
 bool appendValue(std::vector<std::uint8_t>& bytes, const KernelControl& control, std::int32_t value) {
     if (control.encoding == KernelEncoding::exposureMode) {
         if (value < 0 || std::size_t(value) >= exposureModes.size()) return false;
@@ -55,7 +55,7 @@ std::int32_t decode(std::span<const std::uint8_t> bytes, bool isSigned) {
     return static_cast<std::int32_t>(value);
 }
 
-// `data` holds the control's whole size.  Nothing where the camera has no such value.
+// `data` has the control's full size.  Nothing if the camera has no such value.
 std::optional<std::vector<V4l2ControlValue>> decodeAll(const KernelControl& control,
                                                        std::span<const std::uint8_t> data) {
     switch (control.encoding) {
@@ -74,7 +74,7 @@ std::optional<std::vector<V4l2ControlValue>> decodeAll(const KernelControl& cont
     return std::vector<V4l2ControlValue>{{control.id, decode(data.first(control.size), control.isSigned)}};
 }
 
-// Only these say that asking on is useless; a control that the camera stalls still may take a value.
+// Whether further requests are useless.  A control whose read the camera stalls may still take a value.
 bool endsEverything(int error) {
     return usbStatusOf(error, false) != UsbStatus::success;
 }
@@ -119,7 +119,7 @@ KernelReply readValue(V4l2ControlDevice& device, const KernelControl& control) {
     return reply;
 }
 
-// The map of exposure modes, from the entries that the menu has.
+// The bit map of exposure modes, from the menu's entries.
 KernelReply readModes(V4l2ControlDevice& device, const KernelControl& control) {
     std::uint8_t modes = 0;
     for (std::uint32_t index = 0; index < exposureModes.size(); ++index) {
@@ -174,13 +174,13 @@ KernelReply readLength(V4l2ControlDevice& device, const KernelControl& control) 
     return {0, {control.size, 0}, false};
 }
 
-// Whether the driver would pass on this very value, and not bend it into its range.
+// Whether the driver would pass on exactly this value, without clamping it.
 bool passes(const V4l2ControlInfo& info, std::int32_t value) {
     // A range beyond V4L2's 32 signed bits is left to the driver.
     return info.maximum < info.minimum || (value >= info.minimum && value <= info.maximum);
 }
 
-// What of a write goes to the driver: all, except the half of a pair that stays as it was.
+// The values to write: all, except a half of a pair that stays the same.
 std::vector<V4l2ControlValue> changedValues(const KernelControl& control,
                                             const std::vector<V4l2ControlValue>& values,
                                             std::span<const std::uint8_t> held) {
@@ -194,7 +194,7 @@ std::vector<V4l2ControlValue> changedValues(const KernelControl& control,
     return changed;
 }
 
-// The control's bytes after a write: what was written as the driver took it, and the rest as it was given.
+// The control's bytes after a write: what was written as the driver set it, the rest as given.
 std::vector<std::uint8_t> takenBytes(const KernelControl& control,
                                      const std::vector<V4l2ControlValue>& values,
                                      const std::vector<V4l2ControlValue>& taken) {
@@ -235,7 +235,7 @@ KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& c
         const int error = device.queryControl(id, info);
         if (error == EINVAL) return {};
         if (endsEverything(error)) return {error, {}, false};
-        // A camera that cannot tell its range may still take a value; an empty range checks nothing.
+        // A camera that does not report its range may still take a value; an empty range checks nothing.
         infos.push_back(error == 0 ? info : V4l2ControlInfo{0, -1, 0, 0, 0});
     }
     if (data.size() < control.size) return {ERANGE, {}, false};
@@ -262,8 +262,8 @@ UsbStatus usbStatusOf(int error, bool isWrite) {
             return UsbStatus::timeout;
         case EPERM:
             return UsbStatus::denied;
-        // The reasons that a camera gives for a stall (not ready, wrong state, power, range, unit, control,
-        // request, value), an unnamed stall, and the driver's own no for a control that its automatic one
+        // A camera's reasons for a stall (not ready, wrong state, power, range, unit, control, request,
+        // value), a stall without a reason, and the driver's refusal of a control that an automatic one
         // governs.
         case EPIPE:
         case EBUSY:

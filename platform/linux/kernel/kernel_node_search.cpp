@@ -13,12 +13,12 @@ namespace {
 constexpr std::chrono::milliseconds betweenTries(20);
 constexpr int mostTries = 5;
 
-// The rights, or the node itself, may come a moment later.
+// The rights or the node itself may appear a moment later.
 bool mayPass(int error) {
     return error == EACCES || error == EPERM || error == ENOENT;
 }
 
-// Goes on to the next node only where the camera has one that cannot capture.
+// Tries the next node only if this one opens but cannot capture.
 OpenedControlNode tryNodes(const KernelUsbSurroundings& surroundings, const std::vector<std::string>& nodes,
                            int& error) {
     OpenedControlNode opened;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Finds and opens the video node through which an interface's controls are reached.
+// Finds and opens the video node of a video-control interface.
 #pragma once
 
 #include <cstdint>
@@ -13,15 +13,14 @@
 namespace tavelo {
 
 struct OpenedControlNode {
-    std::shared_ptr<V4l2ControlDevice> device; ///< null where none could be opened
+    std::shared_ptr<V4l2ControlDevice> device; ///< null if none could be opened
     std::string path;                          ///< "/dev/video0"
 };
 
 /// Opens the first capturing node of a video-control interface.
 ///
-/// A camera just plugged in has its node a moment before the user has the rights to it (udev's rules run in
-/// between), so a refusal is tried again, for 80 ms in all: the main thread waits here.  A failure is
-/// reported in one line.
+/// The node of a camera just plugged in appears a moment before udev's rules give the user access to it, so
+/// a refusal is retried, for 80 ms in all; the main thread waits here.  A failure is reported in one line.
 OpenedControlNode openControlNode(const KernelUsbSurroundings& surroundings, const SysfsUsbDevice& device,
                                   std::uint8_t interfaceNumber, Diagnostics& diagnostics);
 

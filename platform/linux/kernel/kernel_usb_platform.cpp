@@ -17,8 +17,8 @@
 
 namespace tavelo {
 
-/// Those of all cameras, by port and interface.  Another camera at the same port is read before it is
-/// written, which replaces what was held.  Thread-safe.
+/// The pairs of all cameras, by port and interface.  A different camera at the same port is read before it
+/// is written, which replaces the held value.  Thread-safe.
 class HeldPairs {
 public:
     std::shared_ptr<HeldPair> of(const std::string& device, std::uint8_t interfaceNumber) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// USB as the kernel lets any user see it: devices in sysfs, controls through video nodes.
+// USB as the kernel shows it to any user: devices in sysfs, controls through video nodes.
 #pragma once
 
 #include <chrono>
@@ -16,20 +16,20 @@ namespace tavelo {
 
 class HeldPairs;
 
-/// What the platform stands on; tests put a tree and devices of their own below it.
+/// What the platform depends on; tests pass a tree and devices of their own.
 struct KernelUsbSurroundings {
     std::filesystem::path sysfs = "/sys";
     std::filesystem::path devices = "/dev";
     std::unique_ptr<V4l2ControlDeviceOpener> opener;
-    /// Waits; called between two tries to open a node.
+    /// Sleeps between two attempts to open a node.
     std::function<void(std::chrono::milliseconds)> pause;
 };
 
-/// The kernel's driver keeps the camera, so other programs may use it meanwhile; no rights beyond the video
-/// node's are needed.
+/// The kernel's driver keeps the camera, so other programs may use it meanwhile; no rights beyond those to
+/// the video node are needed.
 ///
-/// Thread-bound to the main thread, as are the services and devices it hands out; the interfaces are
-/// thread-safe.  What it hands out may outlive it, but not `diagnostics`.
+/// Thread-bound to the main thread, as are the services and devices it returns; the interfaces are
+/// thread-safe.  What it returns may outlive it, but not `diagnostics`.
 class KernelUsbPlatform final : public UsbPlatform {
 public:
     explicit KernelUsbPlatform(Diagnostics& diagnostics);

@@ -18,7 +18,7 @@ public:
           list_("/sys", mainQueue,
                 {std::make_shared<KernelNodeOpener>(), diagnostics, request, "/sys", priority}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
-        list_.fill(); // after the monitor listens, so that nothing comes in between unheard
+        list_.fill(); // after the monitor listens, so that no change is missed
     }
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {

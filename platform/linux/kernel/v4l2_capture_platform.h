@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The machine's own cameras.
+// The V4L2 cameras of this machine.
 #pragma once
 
 #include <memory>
@@ -10,9 +10,9 @@
 
 namespace tavelo {
 
-/// Lists the capturing video nodes and follows their coming and going.  Called on the main thread, on which
-/// observers are told later; never fails: where there is nothing to list, the list is empty.
-/// @param request  the format that every camera is asked for
+/// Lists the capturing video nodes and follows changes.  Called on the main thread, on which observers are
+/// notified later.  Never fails: if there is nothing to list, the list is empty.
+/// @param request  the format requested from every camera
 /// @param priority may be null
 std::unique_ptr<CapturePlatform> makeV4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics,
                                                          const CaptureFormatRequest& request,

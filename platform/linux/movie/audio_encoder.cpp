@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t defaultSampleRate = 48000;
 constexpr std::uint32_t defaultChannels = 2;
 constexpr std::int64_t defaultBitRatePerChannel = 64000;
-// Clocks of sound cards and of frames differ a little; less than this is no gap.
+// The clocks of sound cards and of frames differ a little; a gap shorter than this is ignored.
 constexpr std::int64_t toleranceInMilliseconds = 50;
 
 } // namespace
@@ -102,7 +102,7 @@ int AudioEncoder::placeAt(std::int64_t start, const PacketSink& sink) {
         return 0;
     }
     const std::int64_t tolerance = std::int64_t(context_->sample_rate) * toleranceInMilliseconds / 1000;
-    // Inside a frame there is no gap: the rest of a begun one becomes silence.
+    // There are no gaps inside a frame: the rest of a started frame becomes silence.
     if (start <= next_ + std::max<std::int64_t>(tolerance, context_->frame_size)) return 0;
     if (av_audio_fifo_size(fifo_.get()) > 0) {
         if (const int encoded = encodeFromFifo(sink); encoded < 0) return encoded;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sound to AAC.
+// Encodes sound as AAC.
 #pragma once
 
 #include <chrono>
@@ -11,11 +11,11 @@
 
 namespace tavelo {
 
-/// Takes sound of any rate and number of channels.  Its time line is the samples' own: a gap stays a gap, and
-/// what overlaps with earlier sound or lies before 0 is cut off.  Thread-bound to one thread at a time.
+/// Takes sound of any rate and number of channels.  Keeps the samples' timing: a gap stays a gap, and sound
+/// that overlaps earlier sound or lies before 0 is cut off.  Thread-bound to one thread at a time.
 class AudioEncoder {
 public:
-    /// Null with the reason, as for a rate that AAC does not have.
+    /// Null with the reason, for example a sample rate that AAC does not have.
     static std::unique_ptr<AudioEncoder> open(const AudioSettings& settings, Error& error);
 
     const AVCodecContext& context() const { return *context_; }

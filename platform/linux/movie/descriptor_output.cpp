@@ -17,7 +17,7 @@ constexpr std::int64_t syncedAtOnce = 1 << 24;
 } // namespace
 
 DescriptorOutput::DescriptorOutput(int descriptor) : descriptor_(descriptor) {
-    // The muxer's bytes come as the library's version declares them: const or not.
+    // The muxer's bytes are const or not, depending on the library's version.
     const auto writePacket = [](void* self, auto* bytes, int size) {
         return static_cast<DescriptorOutput*>(self)->write(bytes, size);
     };

@@ -11,7 +11,7 @@ namespace tavelo {
 /// Thread-bound to one thread at a time.
 class DescriptorOutput {
 public:
-    /// @param descriptor must outlive the output, which writes from the start of the file
+    /// @param descriptor must outlive the output; it writes from the start of the file
     explicit DescriptorOutput(int descriptor);
 
     DescriptorOutput(const DescriptorOutput&) = delete;
@@ -20,8 +20,8 @@ public:
     /// For a muxer; belongs to the output.
     AVIOContext* io() const { return io_.get(); }
 
-    /// Hands what waits to the file system, and now and then a larger piece to the disk, so that no long
-    /// wait is left for the end.
+    /// Hands buffered data to the file system, and now and then writes a larger piece to the disk, so that
+    /// the end needs no long wait.
     /// @return an errno; 0 while nothing has failed
     int flush();
 

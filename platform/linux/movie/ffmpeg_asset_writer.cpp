@@ -104,7 +104,7 @@ bool FfmpegAssetWriter::startWriting() {
         const std::lock_guard lock(stateMutex_);
         status_ = AssetWriterStatus::writing;
     }
-    // The thread that draws the preview does not wait for encoders.
+    // Opened here: the thread that draws the preview must not wait for encoders.
     queue_.async([this] {
         if (const auto failed = pipeline_->open()) fail(*failed);
     });
@@ -165,7 +165,7 @@ bool FfmpegAssetWriter::appendPicture(const PixelBuffer* picture, const MediaTim
         frames_.giveBack(frame);
         return fail(movieError(ErrorCode::invalid, "a frame has a format that cannot be recorded"));
     }
-    // Two times may be one on the movie's coarser scale.
+    // Two different times may be equal on the movie's coarser scale.
     lastTicks_ = std::max(ticks, lastTicks_ + 1);
     frame->pts = lastTicks_;
     queue_.async([this, frame] {
@@ -188,7 +188,7 @@ bool FfmpegAssetWriter::appendSound(const std::shared_ptr<const AudioBuffer>& so
 
 bool FfmpegAssetWriter::fail(const Error& error) {
     const std::lock_guard lock(stateMutex_);
-    if (status_ != AssetWriterStatus::failed) error_ = error; // the first one tells why
+    if (status_ != AssetWriterStatus::failed) error_ = error; // the first error is the cause
     status_ = AssetWriterStatus::failed;
     return false;
 }

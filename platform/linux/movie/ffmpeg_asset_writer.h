@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The movie writer on FFmpeg's libraries.
+// The movie writer, based on FFmpeg's libraries.
 #pragma once
 
 #include <atomic>
@@ -19,14 +19,14 @@
 
 namespace tavelo {
 
-/// Pictures are converted on the thread that appends them (that is the copy, and takes about as long as one),
-/// encoded and written on a thread of the writer's own, where the encoders are opened too.  Eight pictures
-/// may wait in between.
+/// Pictures are converted on the thread that appends them (the conversion is the copy, and takes about as
+/// long as one).  They are encoded and written on the writer's own thread, where the encoders are also
+/// opened.  Eight pictures may wait in between.
 class FfmpegAssetWriter final : public AssetWriter, private MovieSampleTaker {
 public:
     /// @param diagnostics must outlive the writer
     FfmpegAssetWriter(std::string path, MovieFileType type, MovieTools tools, Diagnostics& diagnostics);
-    /// A movie that is finishing stays in fragments, so that nobody waits for the copy.
+    /// Leaves a movie that is finishing in fragments, so that nobody waits for the copy.
     ~FfmpegAssetWriter() override;
 
     FfmpegAssetWriter(const FfmpegAssetWriter&) = delete;
@@ -73,7 +73,7 @@ private:
     std::unique_ptr<MoviePipeline> pipeline_;
 
     std::stop_source hurry_;
-    SerialQueue queue_{"kt.movieWriter"}; // last: it runs empty while the others still live
+    SerialQueue queue_{"kt.movieWriter"}; // last: it finishes its tasks while the others still exist
 };
 
 } // namespace tavelo

@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// What an input leaves to the writer that it was added to.
+/// The part of an input's work that its writer does.
 class MovieSampleTaker {
 public:
     virtual ~MovieSampleTaker() = default;
@@ -25,11 +25,11 @@ public:
 
     explicit FfmpegAssetWriterInput(Settings settings) : settings_(settings) {}
 
-    /// Null where there are none, or those of the other type.
+    /// Null if there are no settings, or those of the other type.
     const VideoSettings* videoSettings() const { return settingsOf<VideoSettings>(); }
     const AudioSettings* audioSettings() const { return settingsOf<AudioSettings>(); }
 
-    /// Null when the writer is gone.
+    /// Null once the writer is gone.
     void setTaker(MovieSampleTaker* taker) { taker_ = taker; }
 
     MediaType mediaType() const override {

@@ -16,7 +16,7 @@ extern "C" {
 namespace tavelo {
 namespace {
 
-/// An errno; 0 where a file can be made there.
+/// @return 0 if a file can be created there, else an errno
 int obstacleAt(const std::filesystem::path& path) {
     struct stat there {};
     if (::lstat(path.c_str(), &there) == 0) return EEXIST;

@@ -11,8 +11,8 @@ namespace tavelo {
 
 struct MovieTools;
 
-/// Silences FFmpeg's own messages for the whole program: what fails is told as errors.
-/// @param diagnostics must outlive the platform and its writers; told for each movie which encoder writes it
+/// Silences FFmpeg's own messages in the whole program: failures are reported as errors.
+/// @param diagnostics must outlive the platform and its writers; gets, for each movie, the encoder used
 std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics);
 /// The same with other tools.
 std::shared_ptr<AssetWriterPlatform> makeFfmpegAssetWriterPlatform(Diagnostics& diagnostics,

@@ -12,7 +12,7 @@ extern "C" {
 namespace tavelo {
 namespace {
 
-// FFmpeg's own codes are made of four letters, which no errno reaches.
+// FFmpeg's own codes consist of four letters and are larger than any errno.
 constexpr int largestErrno = 4095;
 
 ErrorCode codeOf(int number) {

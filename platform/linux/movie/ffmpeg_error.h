@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// FFmpeg's and the file system's reasons as errors of the seam.
+// Errors of FFmpeg and the file system as the platform's errors.
 #pragma once
 
 #include <string>
@@ -8,14 +8,14 @@
 
 namespace tavelo {
 
-/// @param code a negative result of an FFmpeg call; those made of an errno are the file system's
-/// @param what was tried, as in "the encoder does not open"
+/// @param code a negative result of an FFmpeg call; if it contains an errno, the error is the file system's
+/// @param what failed, as in "the encoder does not open"
 Error ffmpegError(int code, const std::string& what);
 
 /// @param number an errno
 Error fileError(int number, const std::string& what);
 
-/// A reason that the writer itself found.
+/// An error that the writer itself found.
 Error movieError(ErrorCode code, const std::string& text);
 
 } // namespace tavelo

@@ -35,7 +35,7 @@ using AvPacket = std::unique_ptr<AVPacket, FfmpegRelease>;
 using AvBuffer = std::unique_ptr<AVBufferRef, FfmpegRelease>;
 using AvResampler = std::unique_ptr<SwrContext, FfmpegRelease>;
 using AvAudioFifo = std::unique_ptr<AVAudioFifo, FfmpegRelease>;
-/// A context around memory and calls of our own.
+/// A context with our own memory and callbacks.
 using AvCustomIo = std::unique_ptr<AVIOContext, FfmpegRelease>;
 
 struct AvInputRelease {
@@ -45,14 +45,14 @@ using AvInput = std::unique_ptr<AVFormatContext, AvInputRelease>;
 
 struct AvOutputRelease {
     void operator()(AVFormatContext* context) const {
-        // What lies behind a custom context belongs to somebody else.
+        // A custom context is owned by somebody else.
         if ((context->flags & AVFMT_FLAG_CUSTOM_IO) == 0) avio_closep(&context->pb);
         avformat_free_context(context);
     }
 };
 using AvOutput = std::unique_ptr<AVFormatContext, AvOutputRelease>;
 
-/// Options for a call that takes out what it knows.
+/// Options for a call that removes those that it knows.
 class AvOptions {
 public:
     AvOptions() = default;

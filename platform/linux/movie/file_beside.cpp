@@ -29,7 +29,7 @@ std::filesystem::path hiddenNameIn(const std::filesystem::path& folder) {
     return folder / (std::string(hiddenPrefix) + std::to_string(std::random_device()()));
 }
 
-// Every process that writes such a file holds the lock; if the file system has none, nothing is removed.
+// Every process that writes such a file holds the lock; on a file system without locks nothing is removed.
 bool lock(int descriptor, int extra = 0) {
     int result = 0;
     do
@@ -60,14 +60,14 @@ FileBeside::FileBeside(const std::filesystem::path& target, Kind kind)
       folder_(folderOf(target)) {
     if (kind == Kind::unnamed) {
         descriptor_ = FileDescriptor(::open(folder_.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, ownersOnly));
-        // Without the lock it is safe all the same: nobody removes what cannot be locked.
+        // It is safe without the lock too: nobody removes what cannot be locked.
         if (descriptor_.isOpen()) lock(descriptor_.get());
     }
     if (!descriptor_.isOpen() && !openHidden()) failure_ = errno;
 }
 
 FileBeside::~FileBeside() {
-    if (!name_.empty()) ::unlink(name_.c_str()); // what stays is removed by the next recording
+    if (!name_.empty()) ::unlink(name_.c_str()); // if it stays, the next recording removes it
 }
 
 bool FileBeside::openHidden() {
@@ -77,7 +77,7 @@ bool FileBeside::openHidden() {
         if (!file.isOpen() && errno == EEXIST) continue;
         if (!file.isOpen()) return false;
         lock(file.get());
-        // Between both calls somebody may have taken it for a leftover.
+        // Between open() and flock() another process may have removed it as a leftover.
         if (!isAt(file.get(), name)) continue;
         descriptor_ = std::move(file);
         name_ = name;
@@ -106,7 +106,7 @@ int FileBeside::takePlace(int like) {
         ::fsync(descriptor()) != 0)
         return errno;
     if (name_.empty()) {
-        // A name cannot be given over one that is taken, so it takes two steps.
+        // linkat() cannot replace an existing name, so this takes two steps.
         if (const int failed = giveName(); failed != 0) return failed;
     }
     if (::rename(name_.c_str(), target_.c_str()) != 0) return errno;

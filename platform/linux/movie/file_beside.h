@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A file that is to take the place of another.
+// A file that is going to replace another.
 #pragma once
 
 #include <filesystem>
@@ -8,15 +8,15 @@
 
 namespace tavelo {
 
-/// Written in the same folder as the other, and gone with its owner unless it takes the other's place.
+/// Written in the same folder as the other, and deleted with its owner unless it takes the other's place.
 ///
-/// It has no name if the file system knows such files, so a killed program leaves nothing behind.
-/// Elsewhere, and for the moment in which it moves, it has a hidden name of ours and a lock that dies with
-/// the process; that is how removeLeftovers() knows what nobody will ever finish.
+/// On file systems that support it the file has no name, so a killed program leaves nothing behind.
+/// Otherwise, and during the replacement, it has a hidden name of ours and a lock that ends with the
+/// process; the lock shows removeLeftovers() which files nobody will finish.
 class FileBeside {
 public:
     enum class Kind : std::uint8_t {
-        unnamed, ///< if that can be had, else hidden
+        unnamed, ///< if the file system supports it, else hidden
         hidden
     };
 
@@ -30,9 +30,9 @@ public:
     int failure() const { return failure_; }
     int descriptor() const { return descriptor_.get(); }
 
-    /// Writes it to the disk and moves it over the target, whose rights it gets.
+    /// Writes the file to the disk, gives it the target's permissions and moves it over the target.
     /// @param like the target, open
-    /// @return an errno, the target being left as it was; 0 if it succeeded
+    /// @return 0, or an errno; the target is then left as it was
     int takePlace(int like);
 
     /// Removes what dead processes of this user left beside a target.

@@ -9,7 +9,7 @@
 namespace tavelo {
 namespace {
 
-// What a killed program loses, with the frames on their way to the file.
+// The most that a killed program loses, besides the frames on their way to the file.
 constexpr std::int64_t fragmentDuration = videoTimeBase.den / 2;
 constexpr std::int64_t durationOfASingleFrame = videoTimeBase.den / 30;
 
@@ -32,7 +32,7 @@ std::unique_ptr<FragmentMuxer> FragmentMuxer::open(MovieFile& file, MovieFileTyp
     }
     output->pb = file.io();
     output->flags |= AVFMT_FLAG_CUSTOM_IO;
-    // The time line begins at 0 as it is; nothing may be moved.
+    // The time line already begins at 0; nothing may be shifted.
     output->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
     muxer->content_.video.exists = video != nullptr;
     muxer->content_.audio.exists = audio != nullptr;
@@ -48,7 +48,7 @@ std::unique_ptr<FragmentMuxer> FragmentMuxer::open(MovieFile& file, MovieFileTyp
 bool FragmentMuxer::addTrack(const AVCodecContext& encoder, Track& track) {
     AVStream* stream = avformat_new_stream(output_.get(), nullptr);
     if (stream == nullptr || avcodec_parameters_from_context(stream->codecpar, &encoder) < 0) return false;
-    stream->codecpar->initial_padding = 0; // the encoder's lead-in is not written
+    stream->codecpar->initial_padding = 0; // the encoder's priming samples are not written
     stream->time_base = encoder.time_base;
     track = {stream, encoder.time_base};
     return true;
@@ -81,7 +81,7 @@ int FragmentMuxer::writeHeld(std::int64_t duration) {
     content_.video.lastDuration = duration;
     ++content_.video.packets;
     writtenEnd_ = std::max(writtenEnd_, end);
-    // The first frame goes at once: from then on there is something to see, whatever happens.
+    // The first frame is written at once, so that even a movie cut short shows something.
     return content_.video.packets == 1 ? endFragment(end) : endFragmentInTime(end);
 }
 

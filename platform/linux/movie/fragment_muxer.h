@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A movie as it is recorded: in fragments, each of which plays as soon as it is written.
+// A movie while it is recorded: in fragments that can be played as soon as they are written.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// The name by which FFmpeg knows a file type.
+/// FFmpeg's name of a file type.
 const char* formatName(MovieFileType type);
 
 struct MovieContent {
@@ -24,26 +24,26 @@ struct MovieContent {
     Track audio;
 };
 
-/// Cuts a fragment twice a second of movie.  Thread-bound to one thread at a time.
+/// Ends a fragment twice per second of movie.  Thread-bound to one thread at a time.
 class FragmentMuxer {
 public:
-    /// Writes the header, which names the tracks; either encoder may be null.
+    /// Writes the header with the tracks; either encoder may be null.
     /// @param file must outlive the muxer
     static std::unique_ptr<FragmentMuxer> open(MovieFile& file, MovieFileType type,
                                                const AVCodecContext* video, const AVCodecContext* audio,
                                                Error& error);
 
-    /// Takes over what the packet holds.  A frame is written when the next one tells how long it lasts.
+    /// Takes over the packet's data.  A frame is written when the next one determines its duration.
     int writeVideo(AVPacket& packet);
     int writeAudio(AVPacket& packet);
 
     /// The last frame lasts as long as the one before.
     int finish();
 
-    /// What is in the movie once it is finished.
+    /// What the finished movie contains.
     const MovieContent& content() const { return content_; }
 
-    /// The end of what is in the file and plays, in videoTimeBase.
+    /// The end of what is in the file and can be played, in videoTimeBase.
     std::int64_t end() const { return keptEnd_; }
 
 private:

@@ -34,7 +34,7 @@ AVFrame* FramePool::take() {
         frame = free_.back();
         free_.pop_back();
     }
-    // An encoder that keeps its input still holds the pixels; then this one gets new ones.
+    // An encoder that keeps its input still holds the pixels; the frame gets new ones then.
     if (av_frame_make_writable(frame) == 0) return frame;
     giveBack(frame);
     return nullptr;

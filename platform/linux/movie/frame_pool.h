@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The pictures on their way to the encoder, a fixed number of them.
+// A fixed number of frames for the way to the encoder.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 
 namespace tavelo {
 
-/// Pictures in NV12, lent and taken back.  Its bound is the bound of the writer's queue.  Thread-safe.
+/// NV12 frames that are taken and given back.  Their number also limits the writer's queue.  Thread-safe.
 class FramePool {
 public:
-    /// @return false where memory does not suffice
+    /// @return false if memory is short
     bool allocate(std::size_t count, int width, int height);
 
     bool hasFree() const;
-    /// Null where all are lent.  It may be written to.
+    /// Null if all are taken.  The frame is writable.
     AVFrame* take();
     void giveBack(AVFrame* frame);
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// How fast the frames of a movie come.
+// Measures the frame rate of a movie.
 #pragma once
 
 #include <cstdint>
 
 namespace tavelo {
 
-/// Measures over half a second at a time, so that a jitter of single frames does not count.
+/// Measures over half a second at a time, so that jitter of single frames does not count.
 class FrameRateMeter {
 public:
     /// @param time of a frame, in videoTimeBase, later than that of the one before
@@ -15,7 +15,7 @@ public:
     /// The fastest whole half second so far, in frames a second; 0 before the first is over.
     double fastest() const { return fastest_; }
 
-    /// The same of a movie that has ended, which may be shorter than that; 0 if it has no two frames.
+    /// The same for a movie that has ended, which may be shorter than that; 0 with fewer than two frames.
     double fastestAtTheEnd() const;
 
 private:
@@ -24,7 +24,7 @@ private:
     bool started_ = false;
     std::int64_t begin_ = 0;
     std::int64_t last_ = 0;
-    std::int64_t frames_ = 0; // since the begin, without the first
+    std::int64_t frames_ = 0; // since the start, without the first
     double fastest_ = 0;
 };
 

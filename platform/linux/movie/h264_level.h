@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// What a decoder must be able to do to play a movie.
+// The H.264 level that a movie needs.
 #pragma once
 
 #include <cstdint>
 
 namespace tavelo {
 
-/// The lowest level of H.264 whose decoders keep up with that many frames a second; ten times its number, as
-/// files have it.  A few per cent above a limit are still within it: no camera's clock is exact.
+/// The lowest H.264 level whose decoders keep up with that frame rate, times ten as in files.  A few per
+/// cent above a limit still count as within it: no camera's clock is exact.
 std::uint8_t h264LevelFor(int width, int height, double framesPerSecond);
 
 } // namespace tavelo

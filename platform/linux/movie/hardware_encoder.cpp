@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// H.264 by the graphics card: VA-API.
+// H.264 on the graphics card, through VA-API.
 extern "C" {
 #include <libavutil/hwcontext.h>
 }
@@ -87,7 +87,7 @@ std::unique_ptr<VideoEncoder> openHardwareEncoder(const VideoEncoderSettings& se
     AvOptions options;
     options.set("profile", "main");
     options.set("async_depth",
-                std::int64_t(1)); // each frame comes out before the next: one that fails is the only one
+                std::int64_t(1)); // no frame waits inside: if one fails, only that one is lost
     if (const int opened = avcodec_open2(context.get(), codec, options.get()); opened < 0) {
         error = ffmpegError(opened, "VA-API does not encode H.264");
         return nullptr;

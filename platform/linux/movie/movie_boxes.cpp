@@ -13,8 +13,8 @@ namespace {
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::size_t headerSize = 8;
-constexpr std::uint64_t largestHeader = 1U << 20; // of a movie in fragments; it lists tracks, not frames
-constexpr int mostBoxes = 8;                      // before the header; there are two
+constexpr std::uint64_t largestHeader = 1U << 20; // of a fragmented movie; it lists tracks, not frames
+constexpr int mostBoxes = 8;                      // before the header; usually two
 
 constexpr std::uint32_t boxName(const char (&text)[5]) {
     std::uint32_t name = 0;
@@ -42,7 +42,7 @@ std::vector<std::uint8_t> readBytes(int descriptor, std::uint64_t at, std::size_
     return bytes;
 }
 
-/// A box of the file itself.
+/// A top-level box of the file.
 struct FileBox {
     std::uint64_t at = 0;
     std::uint32_t size = 0;
@@ -53,7 +53,7 @@ std::optional<FileBox> boxAt(int descriptor, std::uint64_t at) {
     const auto header = readBytes(descriptor, at, headerSize);
     if (header.empty()) return std::nullopt;
     const FileBox box{at, number(header, 0), number(header, 4)};
-    if (box.size < headerSize) return std::nullopt; // a size of 64 bits: the frames, where no header follows
+    if (box.size < headerSize) return std::nullopt; // 64-bit size: the frames; no header follows
     return box;
 }
 
@@ -67,7 +67,7 @@ std::optional<FileBox> findHeader(int descriptor) {
     return std::nullopt;
 }
 
-/// The first box of that name inside another; `box` comes with its own header.
+/// The first box of that name inside another; `box` includes its own header.
 Bytes child(Bytes box, std::uint32_t name, std::size_t after = headerSize) {
     while (after + headerSize <= box.size()) {
         const std::uint32_t size = number(box, after);
@@ -79,7 +79,7 @@ Bytes child(Bytes box, std::uint32_t name, std::size_t after = headerSize) {
 }
 
 bool isSound(Bytes track) {
-    constexpr std::size_t handlerAt = headerSize + 8; // behind version, flags and a field of zeroes
+    constexpr std::size_t handlerAt = headerSize + 8; // after version, flags and a zero field
     const Bytes handler = child(child(track, boxName("mdia")), boxName("hdlr"));
     return handler.size() >= handlerAt + 4 && number(handler, handlerAt) == boxName("soun");
 }
@@ -87,13 +87,13 @@ bool isSound(Bytes track) {
 std::uint32_t trackNumber(Bytes track) {
     const Bytes header = child(track, boxName("tkhd"));
     if (header.size() <= headerSize) return 0;
-    const std::size_t at = headerSize + (header[headerSize] == 1 ? 20 : 12); // times of 64 or 32 bits
+    const std::size_t at = headerSize + (header[headerSize] == 1 ? 20 : 12); // 64-bit or 32-bit times
     return header.size() >= at + 4 ? number(header, at) : 0;
 }
 
-/// What a decoder of H.264 is told ahead, or nothing for another track.
+/// The H.264 decoder configuration of a track; empty for another track.
 Bytes decoderConfiguration(Bytes track) {
-    constexpr std::size_t firstSampleEntry = headerSize + 8; // behind version, flags and a count
+    constexpr std::size_t firstSampleEntry = headerSize + 8; // after version, flags and a count
     constexpr std::size_t endOfPictureEntry = headerSize + 78;
     const Bytes information = child(child(track, boxName("mdia")), boxName("minf"));
     const Bytes samples = child(child(information, boxName("stbl")), boxName("stsd"));
@@ -107,7 +107,7 @@ bool raise(int descriptor, std::uint64_t at, std::uint8_t present, std::uint8_t 
 } // namespace
 
 bool raiseH264Level(int descriptor, std::uint8_t level) {
-    // Behind the configuration's own three bytes of profile and level come those of its first parameter set.
+    // The configuration holds three bytes of profile and level, and its first parameter set repeats them.
     constexpr std::size_t levelAt = headerSize + 3;
     constexpr std::size_t levelOfSetAt = headerSize + 11;
     const auto header = findHeader(descriptor);
@@ -146,7 +146,7 @@ bool addTrack(int descriptor, const std::vector<std::uint8_t>& track) {
     const auto room = boxAt(descriptor, end);
     const auto added = std::uint32_t(track.size());
     if (!room || room->name != boxName("free") || room->size < added + headerSize) return false;
-    // The movie's own properties come first, and end with the number that the next track would get.
+    // The movie's own properties come first and end with the number for the next track.
     const auto properties = boxAt(descriptor, header->at + headerSize);
     if (!properties || properties->name != boxName("mvhd")) return false;
     return ::pwrite(descriptor, track.data(), track.size(), off_t(end)) == ssize_t(track.size()) &&

@@ -14,7 +14,7 @@
 namespace tavelo {
 namespace {
 
-constexpr int bufferSize = 1 << 18;                // most fragments leave in one piece
+constexpr int bufferSize = 1 << 18;                // most fragments are written in one piece
 constexpr std::size_t longestFirstPiece = 1 << 16; // headers have a kilobyte or two
 constexpr mode_t newFileMode = 0666;
 
@@ -33,7 +33,7 @@ MovieFile::MovieFile(std::string path, FileDescriptor descriptor)
     : path_(std::move(path)),
       descriptor_(std::move(descriptor)) {
     firstPiece_.reserve(longestFirstPiece);
-    // The muxer's bytes come as the library's version declares them: const or not.
+    // The muxer's bytes are const or not, depending on the library's version.
     const auto writePacket = [](void* self, auto* bytes, int size) {
         return static_cast<MovieFile*>(self)->write(bytes, size);
     };
@@ -50,7 +50,8 @@ int MovieFile::write(const std::uint8_t* bytes, int size) {
     if (failure_ != 0) return AVERROR(failure_);
     const auto length = std::size_t(size);
     if (!firstPieceIsOut_ && firstPiece_.size() + length <= firstPiece_.capacity()) {
-        firstPiece_.insert(firstPiece_.end(), bytes, bytes + length); // allocates nothing, so it cannot throw
+        // within the capacity, so it cannot throw
+        firstPiece_.insert(firstPiece_.end(), bytes, bytes + length);
         return size;
     }
     if (const int failed = writeOutFirstPiece(); failed < 0) return failed;
@@ -84,7 +85,7 @@ bool MovieFile::endPiece() {
         whole_ = written_;
         return true;
     }
-    // Cutting off frees space, so it works on a full disk too; where it does not, players skip the rest.
+    // Truncating frees space, so it works on a full disk too; if it fails, players skip the rest.
     if (written_ > whole_ && ::ftruncate(descriptor_.get(), whole_) == 0) written_ = whole_;
     return false;
 }

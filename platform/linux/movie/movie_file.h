@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file of a movie that is being recorded.
+// The file of a movie while it is recorded.
 #pragma once
 
 #include <cstddef>
@@ -14,10 +14,10 @@
 
 namespace tavelo {
 
-/// A new file that only grows, as FFmpeg's muxers write it.  Thread-bound to one thread at a time.
+/// A new file that FFmpeg's muxers append to.  Thread-bound to one thread at a time.
 class MovieFile {
 public:
-    /// Makes the file, where none may be yet.  Null with the reason.
+    /// Creates the file, which must not exist yet.  Null with the reason.
     static std::unique_ptr<MovieFile> create(const std::string& path, Error& error);
 
     MovieFile(const MovieFile&) = delete;
@@ -27,22 +27,22 @@ public:
     /// For a muxer; belongs to the file.
     AVIOContext* io() const { return io_.get(); }
 
-    /// What was written since the last call belongs together.  The first piece, without which nothing plays,
-    /// reaches the file as a whole: a program killed before it leaves an empty file.  After a failure of the
-    /// file system all that does not is cut off, so that no player stumbles over half a fragment.
-    /// @return false where the file system has failed
+    /// Ends a piece: everything written since the last call.  The first piece, without which nothing plays,
+    /// reaches the file as a whole: a program killed earlier leaves an empty file.  After a failure of the
+    /// file system an incomplete piece is cut off, so that players do not fail on half a fragment.
+    /// @return false if the file system has failed
     bool endPiece();
 
     /// An errno; 0 while the file system has not failed.
     int failure() const { return failure_; }
 
-    /// Whether the path still leads to this file.
+    /// Whether the path still refers to this file.
     bool isInPlace() const;
-    /// Deletes it, where the path still leads to it.
-    /// @return false if it is there and cannot be deleted
+    /// Deletes the file if the path still refers to it.
+    /// @return false if it exists and cannot be deleted
     bool remove();
-    /// Waits until what was written is on the disk.
-    /// @return an errno; 0 if it is
+    /// Waits until everything written is on the disk.
+    /// @return 0 or an errno
     int sync();
     int descriptor() const { return descriptor_.get(); }
 
@@ -55,9 +55,9 @@ private:
     std::string path_;
     FileDescriptor descriptor_;
     std::int64_t written_ = 0;
-    std::int64_t whole_ = 0; // up to the end of the last piece
+    std::int64_t whole_ = 0; // the end of the last piece
     int failure_ = 0;
-    std::vector<std::uint8_t> firstPiece_; // waits for its end
+    std::vector<std::uint8_t> firstPiece_; // buffered until it is complete
     bool firstPieceIsOut_ = false;
     AvCustomIo io_;
 };

@@ -14,7 +14,8 @@
 namespace tavelo {
 namespace {
 
-// More than the index ever takes: sizes, times, places and key frames of a sample, and what a track has once.
+// More than the index ever takes: sizes, times, offsets and key frames per sample, and a fixed part per
+// track.
 constexpr std::int64_t indexBytesPerSample = 40;
 constexpr std::int64_t indexBytesOnce = 16384;
 
@@ -37,7 +38,7 @@ public:
         for (unsigned i = 0; i < input->nb_streams; ++i) {
             if (const int added = addStream(*input->streams[i], content); added < 0) return added;
         }
-        // The index goes in front, into room left for it: no second pass over the file.
+        // The index goes to the front, into reserved room, so the file needs no second pass.
         const std::int64_t samples = content.video.packets + content.audio.packets;
         const std::int64_t room = std::min<std::int64_t>(samples * indexBytesPerSample + indexBytesOnce,
                                                          std::numeric_limits<int>::max());
@@ -73,7 +74,7 @@ private:
         const bool sound = from.codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
         streams_.push_back({-1, 0});
         const MovieContent::Track& track = sound ? content.audio : content.video;
-        if (track.packets == 0) return 0; // the muxer leaves such a track out
+        if (track.packets == 0) return 0; // the muxer omits such a track
         AVStream* to = avformat_new_stream(output_.get(), nullptr);
         if (to == nullptr) return AVERROR(ENOMEM);
         to->time_base = from.time_base;
@@ -87,7 +88,7 @@ private:
         const auto from = std::size_t(packet.stream_index);
         if (from >= streams_.size() || streams_[from].output < 0) return 0;
         packet.stream_index = streams_[from].output;
-        // The last packet of a fragment comes without one, and that of the movie needs it.
+        // The last packet of a fragment has no duration, and that of the movie needs one.
         if (packet.duration <= 0) packet.duration = streams_[from].lastDuration;
         packet.pos = -1;
         av_packet_rescale_ts(&packet, input_->streams[from]->time_base,
@@ -98,13 +99,13 @@ private:
     DescriptorOutput& file_;
     AvInput input_;
     AvOutput output_;
-    std::vector<Stream> streams_; // as the input numbers them
+    std::vector<Stream> streams_; // by the input's numbers
 };
 
 int copy(const MovieFile& movie, DescriptorOutput& file, MovieFileType type, const MovieContent& content,
          const std::stop_token& hurry) {
     Remuxer remuxer(file);
-    // The open file, not its path: another file may have that by now.
+    // Opens the file by its descriptor: its path may belong to another file by now.
     const std::string self = "file:/proc/self/fd/" + std::to_string(movie.descriptor());
     const int opened = remuxer.open(self, type, content);
     return opened < 0 ? opened : remuxer.copy(hurry);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From a movie in fragments to an ordinary one.
+// Turns a fragmented movie into an ordinary one.
 #pragma once
 
 #include <functional>
@@ -14,11 +14,11 @@
 
 namespace tavelo {
 
-/// Puts an ordinary movie in the place of one in fragments, with the same samples and its index in front, so
-/// that it streams and seeks everywhere.  It is made beside the old one and moved over it, so that there is a
-/// whole movie at the path at any moment.  Needs that much room on the disk once more; blocks as long as
-/// copying takes, or until `hurry` is requested.
-/// @return why it failed, the old movie being left as it was; nothing where it did not
+/// Replaces a fragmented movie by an ordinary one with the same samples and the index in front, so that it
+/// streams and seeks everywhere.  The new file is made beside the old one and moved over it, so there is a
+/// whole movie at the path at any moment.  Needs the same room on the disk again; blocks while it copies,
+/// or until `hurry` is requested.
+/// @return why it failed, with the old movie left as it was; nothing if it succeeded
 std::optional<Error> makeOrdinaryMovie(const MovieFile& movie, MovieFileType type,
                                        const MovieContent& content, const std::stop_token& hurry,
                                        FileBeside::Kind kind = FileBeside::Kind::unnamed);

@@ -60,7 +60,7 @@ bool MoviePipeline::openMuxer(Error& error) {
         if (written < 0) sinkFailure_ = written;
         return written;
     };
-    // The encoder's lead-in lies before the movie.
+    // The encoder's priming samples lie before the movie.
     audioSink_ = [this](AVPacket& packet) { return packet.pts < 0 ? 0 : muxer_->writeAudio(packet); };
     return muxer_ != nullptr;
 }
@@ -75,7 +75,7 @@ std::optional<Error> MoviePipeline::encodeVideo(const AVFrame& frame) {
 
 int MoviePipeline::encode(const AVFrame& frame) {
     const int result = videoEncoder_->encode(&frame, videoSink_);
-    // A file that cannot be written is no fault of the encoder's.
+    // If the file cannot be written, the encoder is not at fault.
     if (result >= 0 || sinkFailure_ < 0 || !hardware_) return result;
     return encodeInSoftware(frame, result);
 }
@@ -83,7 +83,8 @@ int MoviePipeline::encode(const AVFrame& frame) {
 int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     const std::string failed =
         ffmpegError(reason, "the graphics card's " + videoEncoder_->name() + " failed").text;
-    // What it still holds of the frames before.  It may have this one too, which comes from its successor.
+    // Fetches the earlier frames that the encoder still holds.  It may hold this one too; the software
+    // encoder encodes that again.
     videoEncoder_->encode(nullptr,
                           [&](AVPacket& packet) { return packet.pts < frame.pts ? videoSink_(packet) : 0; });
     if (sinkFailure_ < 0) return sinkFailure_;
@@ -102,7 +103,7 @@ int MoviePipeline::encodeInSoftware(const AVFrame& frame, int reason) {
     return videoEncoder_->encode(&frame, videoSink_);
 }
 
-// Whoever opens the file learns what the frames ask of a decoder, even if the program is killed.
+// Marked while recording, so that the file states its level even if the program is killed.
 void MoviePipeline::markLevel(double framesPerSecond) {
     const std::uint8_t level =
         h264LevelFor(description_.video->width, description_.video->height, framesPerSecond);
@@ -149,7 +150,7 @@ std::optional<Error> MoviePipeline::finish(const std::stop_token& hurry) {
 void MoviePipeline::makeOrdinary(const std::stop_token& hurry) {
     const auto reason = tools_.makeOrdinary(*file_, description_.type, muxer_->content(), hurry);
     if (!reason) return;
-    // A movie in fragments is a movie: it plays, and what was recorded is in it.
+    // A fragmented movie still plays and contains everything recorded.
     diagnostics_.report(description_.path, reason->text);
     if (hurry.stop_requested() || failure_) return;
     if (const int failed = file_->sync(); failed != 0)

@@ -20,7 +20,7 @@
 
 namespace tavelo {
 
-/// What a movie is made of; at least one track.
+/// The tracks of a movie (at least one) and its file.
 struct MovieDescription {
     std::string path;
     MovieFileType type = MovieFileType::mpeg4;
@@ -28,7 +28,7 @@ struct MovieDescription {
     std::optional<AudioSettings> audio;
 };
 
-/// What movies are made with; a test puts its own in.
+/// What movies are made with; tests use their own.
 struct MovieTools {
     VideoEncoders encoders;
     OrdinaryMovieMaker makeOrdinary = [](const MovieFile& movie, MovieFileType type,
@@ -37,26 +37,26 @@ struct MovieTools {
     };
 };
 
-/// Made on the thread that starts a movie, then bound to the writer's.  After a failure it writes nothing
-/// more, but can be finished.
+/// Created on the thread that starts a movie, then bound to the writer's.  After a failure it writes
+/// nothing more, but can be finished.
 class MoviePipeline {
 public:
-    /// Makes the file, and nothing else that takes time.  Null with the reason.
+    /// Creates the file, and does nothing else that takes time.  Null with the reason.
     /// @param tools, diagnostics must outlive the pipeline
     static std::unique_ptr<MoviePipeline> create(const MovieDescription& description, const MovieTools& tools,
                                                  Diagnostics& diagnostics, Error& error);
 
-    // On the writer's thread; each returns why the movie cannot go on, nothing while it can
+    // On the writer's thread; each returns the error that ends the movie, or nothing
 
-    /// Opens the encoders and writes the header.  Once, before anything else.
+    /// Opens the encoders and writes the header.  Called once, before the others.
     std::optional<Error> open();
     std::optional<Error> encodeVideo(const AVFrame& frame);
     std::optional<Error> encodeAudio(const AudioBuffer& sound, std::chrono::nanoseconds start);
 
-    /// Closes the movie, and makes an ordinary one of it if that can be done and nobody is in a hurry.
+    /// Ends the movie, and turns it into an ordinary one if that is possible and nobody is in a hurry.
     std::optional<Error> finish(const std::stop_token& hurry);
 
-    /// How much is in the file, and plays.  Absent if nothing is.
+    /// How much is in the file and can be played.  Nothing if the file is empty.
     std::optional<std::chrono::duration<double>> kept() const;
 
 private:
@@ -78,15 +78,15 @@ private:
     const MovieTools& tools_;
     Diagnostics& diagnostics_;
     std::unique_ptr<VideoEncoder> videoEncoder_;
-    bool hardware_ = false; // so the video encoder may still be replaced
+    bool hardware_ = false; // if so, the video encoder may still be replaced
     std::unique_ptr<AudioEncoder> audioEncoder_;
     std::unique_ptr<MovieFile> file_;
     std::unique_ptr<FragmentMuxer> muxer_; // writes into the file
     PacketSink videoSink_;
     PacketSink audioSink_;
-    int sinkFailure_ = 0; // FFmpeg's code; 0 while the muxer takes what comes
+    int sinkFailure_ = 0; // FFmpeg's code; 0 while the muxer works
     FrameRateMeter rate_;
-    std::uint8_t level_ = 0; // marked so far
+    std::uint8_t level_ = 0; // in the file so far
     std::optional<Error> failure_;
 };
 

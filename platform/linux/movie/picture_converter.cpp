@@ -19,7 +19,7 @@ struct Area {
     int height = 0;
 };
 
-/// The part in the middle that has the movie's shape.
+/// The middle part with the movie's aspect ratio.
 Area fillingArea(std::int64_t width, std::int64_t height, std::int64_t movieWidth, std::int64_t movieHeight) {
     Area area{0, 0, int(width), int(height)};
     if (width * movieHeight > height * movieWidth) {

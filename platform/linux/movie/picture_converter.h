@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the preview's pictures to what encoders take.
+// Converts the preview's pictures for the encoders.
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,16 @@
 
 namespace tavelo {
 
-/// BGRA to NV12 of one even size: BT.601, limited range.  A picture of another size fills the movie's, and
-/// what stands over on two sides is cut off; one column or row too many, as odd sizes have it, is cut off
-/// unscaled. Thread-bound; allocates for pictures of another size only, and then once.
+/// BGRA to NV12 of one even size: BT.601, limited range.  A picture of another size is scaled to fill the
+/// movie's, and what exceeds it on two sides is cut off; a single extra column or row of an odd size is cut
+/// off unscaled.  Thread-bound; allocates only for pictures of another size, and then once.
 class PictureConverter {
 public:
     PictureConverter(int width, int height) : width_(width), height_(height) {}
 
-    /// @param picture locked
+    /// @param picture must be locked
     /// @param frame of the converter's size
-    /// @return false for a picture that is not BGRA or has no area
+    /// @return false for a picture that is not BGRA or is empty
     bool convert(const PixelBuffer& picture, AVFrame& frame);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// H.264 by the processor: x264.
+// H.264 on the processor, with x264.
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -15,10 +15,10 @@ namespace {
 constexpr int mostThreads = 4;
 constexpr std::int64_t largestForBetterPreset = std::int64_t(1920) * 1088;
 constexpr const char* constantQuality = "23";
-// No look-ahead: a frame comes out as it goes in.  The threads share one frame, since those that share
-// several hold each of them back.
+// No look-ahead: each frame comes out as it goes in.  The threads share one frame, since sharing several
+// would delay each of them.
 constexpr const char* withoutDelay = "sliced-threads=1:rc-lookahead=0:sync-lookahead=0:mbtree=0";
-// The header's parameter sets, which the frames before need, have the number 0.
+// The header's parameter sets, which earlier frames need, have the number 0.
 constexpr const char* ownParameterSets = ":sps-id=1";
 
 class SoftwareEncoder final : public VideoEncoder {
@@ -50,7 +50,7 @@ std::unique_ptr<VideoEncoder> openSoftwareEncoder(const VideoEncoderSettings& se
         error = movieError(ErrorCode::invalid, "this build of FFmpeg has no encoder for H.264");
         return nullptr;
     }
-    // The best one that two processors without a graphics card keep up with beside the preview.
+    // The best preset that two cores without a graphics card sustain beside the preview.
     const bool large = std::int64_t(settings.width) * settings.height > largestForBetterPreset;
     const char* preset = large ? "superfast" : "veryfast";
     context->pix_fmt = AV_PIX_FMT_NV12;

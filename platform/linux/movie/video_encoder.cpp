@@ -4,7 +4,7 @@
 namespace tavelo {
 namespace {
 
-constexpr int finestFrameRate = 1000; // the largest denominator
+constexpr int finestFrameRate = 1000; // the largest denominator of a frame rate
 
 } // namespace
 
@@ -19,7 +19,7 @@ AvCodecContext makeVideoContext(const AVCodec& codec, const VideoEncoderSettings
     context->gop_size = settings.maxKeyFrameInterval;
     context->max_b_frames = 0;
     if (!settings.takesOver) context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    // What libyuv makes of BGRA.
+    // As libyuv converts BGRA.
     context->colorspace = AVCOL_SPC_SMPTE170M;
     context->color_range = AVCOL_RANGE_MPEG;
     context->color_primaries = AVCOL_PRI_BT709;

@@ -10,7 +10,7 @@
 namespace tavelo {
 namespace {
 
-// A JPEG picture of a size that was not agreed on is shown up to here; damaged headers claim more.
+// Pixels of a JPEG picture that are accepted whatever size was negotiated; damaged headers claim more.
 constexpr std::uint64_t plausibleJpeg = std::uint64_t(1920) * 1080;
 
 std::uint64_t pixels(FrameSize size) {
@@ -32,7 +32,7 @@ std::uint32_t bytesPerRow(Fourcc format, std::uint32_t width) {
     return width;
 }
 
-// A whole frame, the last row without its padding, which some drivers do not send.
+// Bytes of a whole frame, without the padding of the last row, which some drivers do not send.
 std::size_t wholeFrame(const FrameFormat& format) {
     const std::size_t stride = format.bytesPerLine;
     const std::size_t row = bytesPerRow(format.format, format.size.width);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Turns what a camera sends into the BGRA pictures that the session delivers.
+// Converts camera frames into the BGRA pictures that the session delivers.
 #pragma once
 
 #include <cstddef>
@@ -20,21 +20,22 @@ enum class YuvMatrix : std::uint8_t { bt601, bt709, bt2020 };
 struct FrameFormat {
     Fourcc format = 0;
     FrameSize size;
-    std::uint32_t bytesPerLine = 0; ///< of the first plane; what is too little for a row is replaced by a row
-    /// What the driver says of the colours; MJPEG, which is always BT.601 in full range, does not ask.
+    std::uint32_t bytesPerLine = 0; ///< of the first plane; raised to the length of a row if it is less
+    /// The colours as the driver reports them; ignored for MJPEG, which is always BT.601 in full range.
     YuvMatrix matrix = YuvMatrix::bt601;
     bool fullRange = false;
 };
 
-/// Converts frame after frame.  Thread-bound to the stream's thread; allocates when the format or the size
-/// changes, and until enough pictures are in circulation.
+/// Converts frame after frame.  Thread-bound to the stream's thread.  Allocates when the format or the size
+/// changes, and until the pool has enough pictures.
 class FrameConverter {
 public:
-    /// @return false for a format that we cannot convert, or a size without sense; convert() drops all then
+    /// @return false for a format that we cannot convert or an invalid size; convert() then drops every
+    ///     frame
     bool setFormat(const FrameFormat& format);
 
-    /// Null for a frame to be dropped: too short, damaged, or every picture is still held by others.
-    /// A JPEG picture comes in its own size, within reason, whatever was agreed on.
+    /// Null if the frame must be dropped: it is too short or damaged, or no picture of the pool is free.
+    /// A JPEG picture keeps its own size, within limits, even if another one was negotiated.
     std::shared_ptr<PixelBuffer> convert(std::span<const std::uint8_t> bytes);
 
 private:
@@ -43,8 +44,8 @@ private:
     int convertPacked(const std::uint8_t* bytes, const PixelBuffer& destination);
 
     FrameFormat format_;
-    std::size_t frameBytes_ = 0;       // what a whole frame has at least; 0: no format
-    std::vector<std::uint8_t> planes_; // packed frames pass through it where libyuv has no direct way
+    std::size_t frameBytes_ = 0;       // minimum size of a whole frame; 0: no format
+    std::vector<std::uint8_t> planes_; // for packed frames that libyuv cannot convert directly
     PixelBufferPool pool_;
     MjpegDecoder jpeg_;
 };

@@ -2,7 +2,7 @@
 #include "platform/linux/pictures/mjpeg_decoder.h"
 
 #include <csetjmp>
-#include <cstdio> // jpeglib.h wants FILE
+#include <cstdio> // jpeglib.h needs FILE
 
 #include <jerror.h>
 #include <jpeglib.h>
@@ -14,8 +14,8 @@ namespace {
 
 constexpr JDIMENSION rowsAtOnce = 16;
 
-// Whether a picture that causes this warning is still whole.  A missing end marker alone costs nothing: where
-// image data is missing too, JWRN_HIT_MARKER follows.
+// Whether a picture with this warning is still whole.  A missing end marker alone is harmless: if image
+// data is missing too, JWRN_HIT_MARKER follows.
 bool isHarmless(int warning) {
     switch (warning) {
         case JWRN_EXTRANEOUS_DATA:
@@ -31,8 +31,8 @@ bool isHarmless(int warning) {
 
 } // namespace
 
-// libjpeg reports by calling back and must not be returned to after an error, so each call into it is made in
-// a function that can be jumped out of: nothing in those may need a destructor.
+// libjpeg reports errors through a callback that must not return.  The functions that call libjpeg are left
+// by longjmp() then, so nothing in them may need a destructor.
 struct MjpegDecoder::State {
     jpeg_decompress_struct jpeg{};
     jpeg_error_mgr errors{};

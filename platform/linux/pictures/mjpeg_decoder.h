@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Decodes the pictures of a motion JPEG stream, damaged ones included, into BGRA.
+// Decodes the pictures of a motion JPEG stream, which may be damaged, into BGRA.
 #pragma once
 
 #include <cstdint>
@@ -12,11 +12,11 @@
 
 namespace tavelo {
 
-/// libjpeg-turbo behind a door that no damaged picture passes.  Thread-bound to whoever decodes.
+/// Decodes with libjpeg-turbo and refuses damaged pictures.  Thread-bound to whoever decodes.
 ///
-/// Cameras leave out the Huffman tables, the end marker or both, and put bytes of no use between segments:
-/// all of that is accepted.  A picture that ends early, that holds codes of no meaning, or that is not one
-/// baseline scan of YCbCr or grey is refused.
+/// Cameras leave out the Huffman tables, the end marker or both, and put stray bytes between segments: all
+/// of that is accepted.  A picture that ends early, contains invalid codes, or is not one baseline scan of
+/// YCbCr or grey is refused.
 class MjpegDecoder {
 public:
     MjpegDecoder();
@@ -24,12 +24,13 @@ public:
     MjpegDecoder(const MjpegDecoder&) = delete;
     MjpegDecoder& operator=(const MjpegDecoder&) = delete;
 
-    /// Reads the headers; the bytes are kept by reference until decode() returned.
+    /// Reads the headers.  The bytes are not copied and must stay valid until decode() returns.
     /// @return the picture's size; nothing if it cannot be decoded or is too large (frame_bounds.h)
     std::optional<FrameSize> begin(std::span<const std::uint8_t> bytes);
 
-    /// Decodes what begin() has accepted into a BGRA picture of that size, whose lock the caller holds.
-    /// @return false for a damaged picture; the destination's pixels are of no use then
+    /// Decodes the picture accepted by begin() into a BGRA picture of that size, whose lock the caller
+    /// holds.
+    /// @return false for a damaged picture; the destination's pixels are then undefined
     bool decode(const PixelBuffer& destination);
 
 private:

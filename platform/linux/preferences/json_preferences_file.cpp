@@ -13,7 +13,7 @@
 namespace tavelo {
 namespace {
 
-constexpr std::size_t mostBytes = std::size_t(16) << 20U; // a camera takes about three thousand
+constexpr std::size_t mostBytes = std::size_t(16) << 20U; // a camera needs about 3000 bytes
 
 std::string lockOf(const std::string& target) {
     return target + ".lock";
@@ -33,7 +33,7 @@ QJsonObject JsonPreferencesFile::readFirst() {
             report("cannot be read (" + failure_ + ")");
             break;
         case Reading::broken:
-            version_.reset(); // readIfChanged() deals with it
+            version_.reset(); // so that readIfChanged() deals with it
             break;
     }
     return content_;
@@ -46,11 +46,11 @@ std::optional<QJsonObject> JsonPreferencesFile::readIfChanged() {
             return content_;
         case Reading::failed:
             report("cannot be read (" + failure_ + ")");
-            return std::nullopt; // what is known stays
+            return std::nullopt; // keep what is known
         case Reading::broken:
             break;
     }
-    // If another program holds the lock, it may be setting it aside just now: the next look sees.
+    // If another program holds the lock, it may be renaming the file right now: the next call finds out.
     Error error;
     const auto target = followLinks(path_, error);
     const FileLock lock(lockOf(target.value_or(path_)), std::chrono::milliseconds(0), error);
@@ -80,7 +80,7 @@ std::optional<QJsonObject> JsonPreferencesFile::write(const JsonChanges& changes
     const std::string_view view(bytes.constData(), static_cast<std::size_t>(bytes.size()));
     if (view.size() > mostBytes) error.text = "too large";
     if (view.size() > mostBytes || !replaceWholeFile(*target, view, error)) {
-        version_.reset(); // what was just read is not known outside yet
+        version_.reset(); // the caller has not seen what was just read
         report("cannot be written (" + error.text + ")");
         return std::nullopt;
     }
@@ -95,7 +95,7 @@ std::optional<QJsonObject> JsonPreferencesFile::write(const JsonChanges& changes
 JsonPreferencesFile::Reading JsonPreferencesFile::read() {
     content_ = QJsonObject();
     exists_ = true;
-    version_ = versionOfFile(path_); // of a file that cannot be read; said once
+    version_ = versionOfFile(path_); // kept if the file cannot be read, so that it is reported once
     Error error;
     const auto content = readWholeFile(path_, mostBytes, error);
     if (!content) {
@@ -122,7 +122,7 @@ JsonPreferencesFile::Reading JsonPreferencesFile::read() {
     return Reading::done;
 }
 
-// To be called with the lock held.  False if the file must not be replaced.
+// Call with the lock held.  False if the file must not be replaced.
 bool JsonPreferencesFile::readLocked(const std::string& target) {
     switch (read()) {
         case Reading::done:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file of the preferences, which several programs may write.
+// The preferences file, which several programs may write.
 #pragma once
 
 #include <chrono>
@@ -14,27 +14,27 @@
 
 namespace tavelo {
 
-/// Reads and writes the file, waits for other programs, and prints what goes wrong: one line on the standard
-/// error stream, which is not repeated until something was written.
+/// Reads and writes the file, waits for other programs, and prints errors to standard error: one line each,
+/// which is not repeated until a write succeeds.
 ///
-/// A file that is no JSON object is renamed ("NAME.broken", "NAME.broken-2", ...).  A file that cannot be
-/// read, or that is far larger than any preferences, is left alone, and nothing is written.  If the path is a
-/// link, the file that it leads to is meant; the link stays, and the other files lie beside its target.
+/// A file that is not a JSON object is renamed ("NAME.broken", "NAME.broken-2", ...).  A file that cannot
+/// be read, or that is far larger than any preferences, is left alone, and nothing is written.  If the path
+/// is a link, its target is used; the link stays, and all other files are created beside the target.
 ///
 /// Reentrant: used by one thread at a time.  write() may block for `patience` while another program writes.
 class JsonPreferencesFile {
 public:
     JsonPreferencesFile(std::string path, std::chrono::milliseconds patience);
 
-    /// The content of now; empty if there is none.  Renames nothing.
+    /// The current content; empty if there is no file.  Renames nothing.
     QJsonObject readFirst();
 
-    /// The content, if it is not the one that was read or written last.  Renames a broken file, unless
-    /// another program holds the lock.
+    /// The content, if it is not what was last read or written.  Renames a broken file, unless another
+    /// program holds the lock.
     std::optional<QJsonObject> readIfChanged();
 
-    /// Takes the lock, reads what other programs wrote and replaces the file; gives its new content.  Nothing
-    /// if it could not be written.
+    /// Takes the lock, reads what other programs wrote and replaces the file.
+    /// @return the new content; nothing if it could not be written
     std::optional<QJsonObject> write(const JsonChanges& changes);
 
 private:
@@ -49,13 +49,13 @@ private:
     const std::string path_;
     const std::chrono::milliseconds patience_;
 
-    // Of the last reading.
+    // Results of the last read.
     QJsonObject content_;
-    std::optional<FileVersion> version_; // of what was read last, or was found to be unreadable
+    std::optional<FileVersion> version_; // of the file last read or found unreadable
     bool exists_ = false;
-    std::string failure_; // why it could not be read, or does not parse
+    std::string failure_; // why it could not be read or parsed
 
-    std::set<std::string> said_; // since the last successful write
+    std::set<std::string> said_; // messages printed since the last successful write
 };
 
 } // namespace tavelo

@@ -28,13 +28,13 @@ QJsonArray mergedArrays(const QJsonArray& base, const QJsonArray& ours, const QJ
         const QJsonValue value = merged(known, ours.at(i), other);
         result.append(value.isUndefined() ? ours.at(i) : value);
     }
-    // What only the file has behind our last element.
+    // Elements that only the file has, after our last one.
     for (qsizetype i = std::max(ours.size(), base.size()); i < theirs.size(); ++i)
         result.append(theirs.at(i));
     return result;
 }
 
-// Undefined stands for a value that is absent.
+// Undefined means that the value is absent.
 QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonValue& theirs) {
     if (theirs.isUndefined() || theirs == base) return ours;
     if (ours == base) return theirs;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Brings together what several programs changed in the preferences.
+// Merges the changes that several programs made to the preferences.
 #pragma once
 
 #include <map>
@@ -10,16 +10,16 @@
 
 namespace tavelo {
 
-/// What was set under one key, and what was known of it before.
+/// A value that was set, and the value known before.
 struct JsonChange {
     QJsonValue base; ///< undefined if the key was absent
     QJsonValue value;
 };
 using JsonChanges = std::map<QString, JsonChange>;
 
-/// The file's content with the changes in it.  Within a key only those entries of dictionaries and arrays
-/// change that differ from the base; others stay as the file has them.  If an entry was changed on both
-/// sides, ours wins.  Reentrant.
+/// The file's content with the changes applied.  Within a key, only entries of dictionaries and arrays that
+/// differ from the base change; the others stay as they are in the file.  If both sides changed an entry,
+/// ours wins.  Reentrant.
 QJsonObject withChanges(QJsonObject content, const JsonChanges& changes);
 
 } // namespace tavelo

@@ -21,7 +21,7 @@ QString text(std::string_view utf8) {
 
 } // namespace
 
-/// Where the store's thread and the handlers find the store, until it is gone.
+/// Gives the store's thread and the handlers access to the store until it is gone.
 class JsonPreferencesStore::WayBack : public std::enable_shared_from_this<WayBack> {
 public:
     WayBack(JsonPreferencesStore& store, MainQueue& mainQueue) : store_(&store), mainQueue_(mainQueue) {}
@@ -30,14 +30,14 @@ public:
     template <typename F>
     void post(F function) {
         const std::lock_guard lock(mutex_);
-        if (store_ == nullptr) return; // and maybe the main queue
+        if (store_ == nullptr) return; // the main queue may be gone too
         mainQueue_.post([self = shared_from_this(), function = std::move(function)]() mutable {
-            // Only the main thread cuts, so the store stays while this runs.
+            // Only the main thread calls cut(), so the store stays while this runs.
             if (self->store_ != nullptr) function(*self->store_);
         });
     }
 
-    /// On the main thread.
+    /// Main thread.
     bool isCut() const { return store_ == nullptr; }
     void cut() {
         const std::lock_guard lock(mutex_);
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    std::mutex mutex_; // guards store_; the main thread, which alone writes it, may read it without
+    std::mutex mutex_; // guards store_; only the main thread writes it, so it may read it without the lock
     JsonPreferencesStore* store_;
     MainQueue& mainQueue_;
 };
@@ -59,7 +59,7 @@ JsonPreferencesStore::JsonPreferencesStore(MainQueue& mainQueue, const QString& 
       file_(std::make_shared<JsonPreferencesFile>(QFile::encodeName(path).toStdString(), patience.lock)) {
     stored_ = file_->readFirst();
     queue_ = std::make_unique<SerialQueue>("kt.preferences");
-    look(); // sets a broken file aside
+    look(); // renames a broken file
 }
 
 JsonPreferencesStore::~JsonPreferencesStore() {
@@ -87,14 +87,14 @@ void JsonPreferencesStore::setObject(const PreferencesValue& value, std::string_
     const auto change =
         changed_.try_emplace(name, JsonChange{.base = stored_.value(name), .value = {}}).first;
     change->second.value = toJson(value);
-    // Back to what the disk has: nothing to write, and other programs' changes show again.
+    // Same value as on the disk: nothing to write, and other programs' changes show again.
     if (!onItsWay_ && change->second.value == stored_.value(name)) changed_.erase(change);
 }
 
 void JsonPreferencesStore::setObjectIfMissing(const PreferencesValue& value, std::string_view key) {
     const QString name = text(key);
     if (!known(name).isUndefined()) return;
-    // Its own base: that is no change of whatever the file turns out to hold.
+    // Base and value are the same, so the write changes nothing that the file turns out to hold.
     const QJsonValue json = toJson(value);
     changed_.insert_or_assign(name, JsonChange{.base = json, .value = json});
 }
@@ -140,7 +140,7 @@ void JsonPreferencesStore::wrote(const JsonChanges& changes, const std::optional
                 changed->second.base = change.value; // set again meanwhile
         }
     }
-    // Each in a turn of its own: a handler may show an alert and wait for the user.
+    // One task each: a handler may show an alert and wait for the user.
     for (SynchronizeHandler& handler : underWay_) {
         if (!handler) continue;
         mainQueue_.post([wayBack = wayBack_, handler = std::move(handler), saved = content.has_value()] {
@@ -148,7 +148,7 @@ void JsonPreferencesStore::wrote(const JsonChanges& changes, const std::optional
         });
     }
     underWay_.clear();
-    // After them, so that what they set is written too.
+    // After the handlers, so that what they set is written too.
     wayBack_->post([](JsonPreferencesStore& self) { self.writeWaiting(); });
 }
 
@@ -165,7 +165,7 @@ void JsonPreferencesStore::finish() {
         std::fprintf(stderr,
                      "preferences: %s may not hold what was set last: writing it takes longer than %.1f s\n",
                      qPrintable(path_), std::chrono::duration<double>(patience_.end).count());
-    // Its thread cannot be joined; the program's end takes it along.
+    // The thread cannot be joined; it ends with the program.
     static_cast<void>(queue_.release());
 }
 

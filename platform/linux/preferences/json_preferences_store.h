@@ -22,26 +22,26 @@ class JsonPreferencesFile;
 
 /// How long a store waits.
 struct PreferencesPatience {
-    /// A write, for other programs that write.
+    /// Before a write, for other programs that write.
     std::chrono::milliseconds lock = std::chrono::seconds(3);
-    /// The store's end, for what is being written.
+    /// In the destructor, for a write that is under way.
     std::chrono::milliseconds end = std::chrono::seconds(5);
 };
 
 /// Keeps the preferences in a file that people may read and several programs may write.
 ///
-/// The file is read once when the store is made, and from then on by the store's own thread "kt.preferences",
-/// which also writes: it takes a lock, reads the file anew and replaces it in one step.  What other programs
-/// wrote meanwhile stays, and a program killed at any moment leaves either the old file or the new one.
-/// Reading answers from memory and has that thread look whether the file is another one by now; if it is,
-/// later answers come from that one.
+/// The constructor reads the file.  From then on only the store's own thread "kt.preferences" reads and
+/// writes it: it takes a lock, reads the file again and replaces it in one step.  Changes by other programs
+/// are kept, and a program killed at any moment leaves either the old file or the new one.  Getters answer
+/// from memory and let that thread check whether the file has changed; if it has, later getters see the new
+/// content.
 ///
 /// See JsonPreferencesFile for files that are broken, unreadable or links.
 ///
 /// Thread-bound to the main thread.
 class JsonPreferencesStore : public PreferencesStore {
 public:
-    /// @param mainQueue calls the handlers; outlives the store
+    /// @param mainQueue calls the handlers; must outlive the store
     /// @param path of the file; it and its folder may be missing
     explicit JsonPreferencesStore(MainQueue& mainQueue, const QString& path = userFile(),
                                   PreferencesPatience patience = {});
@@ -71,17 +71,17 @@ private:
     const QString path_;
     const PreferencesPatience patience_;
 
-    JsonChanges changed_;        // not on the disk yet
+    JsonChanges changed_;        // not yet on the disk
     mutable QJsonObject stored_; // what the file held when it was last read
     mutable bool looking_ = false;
 
-    bool onItsWay_ = false;                    // changed_, or a part of it, is with the thread
-    bool writing_ = false;                     // until its handlers were called
-    std::vector<SynchronizeHandler> underWay_; // of the write that runs
-    std::vector<SynchronizeHandler> waiting_;  // of the next one
+    bool onItsWay_ = false;                    // the thread is writing changed_ or a part of it
+    bool writing_ = false;                     // until the handlers have been called
+    std::vector<SynchronizeHandler> underWay_; // of the write under way
+    std::vector<SynchronizeHandler> waiting_;  // of the next write
 
     const std::shared_ptr<WayBack> wayBack_;
-    const std::shared_ptr<JsonPreferencesFile> file_; // the queue's, once that exists
+    const std::shared_ptr<JsonPreferencesFile> file_; // used by the queue's thread only, once that exists
     std::unique_ptr<SerialQueue> queue_;
 };
 

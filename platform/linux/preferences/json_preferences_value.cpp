@@ -63,7 +63,7 @@ std::optional<PreferencesValue> fromJson(const QJsonValue& json) {
         case QJsonValue::Bool:
             return PreferencesValue{json.toBool()};
         case QJsonValue::Double:
-            // Qt keeps apart what was written as an integer, but says so only through QVariant.
+            // Qt remembers what was written as an integer, but tells only through QVariant.
             if (json.toVariant().typeId() == QMetaType::LongLong) {
                 return PreferencesValue{std::int64_t{json.toInteger()}};
             }

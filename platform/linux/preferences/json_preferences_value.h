@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Values of the preferences as JSON.
+// Converts preference values to and from JSON.
 #pragma once
 
 #include <optional>
@@ -10,12 +10,12 @@
 
 namespace tavelo {
 
-/// Integers keep their 64 bits and booleans stay booleans.  JSON knows one kind of number: a double without a
-/// fraction reads back as an integer.  A number that is not finite becomes null.  Reentrant.
+/// Integers keep their 64 bits and booleans stay booleans.  JSON has one kind of number, so a double
+/// without a fraction reads back as an integer.  A number that is not finite becomes null.  Reentrant.
 QJsonValue toJson(const PreferencesValue& value);
 
-/// Nothing for null.  Within a dictionary null is an absent key, within an array an empty text, so that what
-/// follows keeps its position.  Reentrant.
+/// Nothing for null.  In a dictionary null removes its key; in an array it becomes an empty text, so that
+/// later elements keep their positions.  Reentrant.
 std::optional<PreferencesValue> fromJson(const QJsonValue& json);
 
 } // namespace tavelo

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading, links and the lock; whole_file_replacement.cpp holds the rest.
+// Reading, links and the lock; the rest is in whole_file_replacement.cpp.
 #include "platform/linux/preferences/whole_file.h"
 
 #include <fcntl.h>
@@ -18,7 +18,7 @@ namespace tavelo {
 namespace {
 
 constexpr std::chrono::milliseconds retryEvery(5);
-constexpr mode_t newFileMode = 0666; // less the user's mask
+constexpr mode_t newFileMode = 0666; // minus the user's umask
 
 FileVersion versionOf(const struct stat& status) {
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
@@ -44,7 +44,7 @@ bool readAll(int descriptor, std::size_t mostBytes, std::string& bytes, Error& e
     }
 }
 
-/// Whether the name still belongs to the open file, which somebody may have removed meanwhile.
+/// Whether the name still belongs to the open file; somebody may have removed it meanwhile.
 bool isNamed(int descriptor, const std::string& path) {
     struct stat open {};
     struct stat named {};
@@ -72,7 +72,7 @@ std::optional<std::string> followLinks(std::string path, Error& error) {
     for (int link = 0; link < mostLinks; ++link) {
         std::error_code failure;
         const fs::path target = fs::read_symlink(path, failure);
-        // Not a link, or nothing at all: here it ends.
+        // Not a link, or nothing at all: the end of the chain.
         if (failure == std::errc::invalid_argument || failure == std::errc::no_such_file_or_directory ||
             failure == std::errc::not_a_directory) {
             return path;
@@ -88,7 +88,7 @@ std::optional<std::string> followLinks(std::string path, Error& error) {
 }
 
 std::optional<FileContent> readWholeFile(const std::string& path, std::size_t mostBytes, Error& error) {
-    // Without O_NONBLOCK a pipe in the file's place would wait for a writer.
+    // Without O_NONBLOCK, opening a pipe would wait for a writer.
     const FileDescriptor file(
         uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
     FileContent content;

@@ -12,13 +12,13 @@
 namespace tavelo {
 namespace {
 
-constexpr mode_t newFileMode = 0666; // less the user's mask
+constexpr mode_t newFileMode = 0666; // minus the user's umask
 constexpr mode_t permissionBits = 07777;
 
-/// Names of open files; they give a name to a file that has none.
+/// Links to open files; through them a file without a name gets one.
 constexpr const char* openFiles = "/proc/self/fd";
 
-/// One replacement.  Its steps follow one another; each is false if it failed, with error() set.
+/// One replacement.  The steps run in order; each returns false, with error() set, if it fails.
 class Replacement {
 public:
     explicit Replacement(const std::filesystem::path& path)
@@ -50,18 +50,18 @@ private:
     }
 
     void removeNewName() {
-        // If this fails the file stays until the next replacement, and does no harm.
+        // If this fails, the file stays until the next replacement; it does no harm.
         static_cast<void>(::unlinkat(folder_.get(), newName_.c_str(), 0));
         hasNewName_ = false;
     }
 
-    // Without a name: a program that is killed meanwhile leaves nothing.
+    // Without a name, so that a killed program leaves nothing behind.
     bool make() {
         if (::access(openFiles, X_OK) == 0) {
             file_ = FileDescriptor(uninterrupted(
                 [&] { return ::openat(folder_.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, newFileMode); }));
             if (file_.isOpen()) return true;
-            // These say that the file system cannot do it.
+            // These mean that the file system does not support it.
             if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return failed();
         }
         return makeNamed();
@@ -76,7 +76,7 @@ private:
         };
         file_ = FileDescriptor(open());
         if (!file_.isOpen() && errno == EEXIST) {
-            removeNewName(); // of a program that was killed
+            removeNewName(); // left by a program that was killed
             file_ = FileDescriptor(open());
         }
         if (!file_.isOpen()) return failed();
@@ -91,7 +91,7 @@ private:
         if (::fstat(file_.get(), &fresh) != 0) return failed();
         const mode_t permissions = old.st_mode & permissionBits;
         if (permissions == (fresh.st_mode & permissionBits))
-            return true; // some file systems have one mode only
+            return true; // some file systems have only one mode
         return ::fchmod(file_.get(), permissions) == 0 || failed();
     }
 
@@ -117,7 +117,7 @@ private:
         };
         int result = link();
         if (result != 0 && errno == EEXIST) {
-            removeNewName(); // of a program that was killed
+            removeNewName(); // left by a program that was killed
             result = link();
         }
         if (result != 0) return failed();
@@ -127,14 +127,14 @@ private:
 
     bool close() { return file_.close() || failed(); }
 
-    // Old and new change places, so that the old one can come back.
+    // Exchanges old and new, so that the old one can be restored.
     bool putInPlace() {
         if (exchange()) {
             place_ = Place::exchanged;
             return true;
         }
         place_ = errno == ENOENT ? Place::wasEmpty : Place::overwritten;
-        // Some file systems cannot exchange, or there is nothing yet to exchange with.
+        // Some file systems cannot exchange, or there is no old file yet.
         if (errno != ENOENT && errno != EINVAL && errno != ENOSYS) return failed();
         if (::renameat(folder_.get(), newName_.c_str(), folder_.get(), name_.c_str()) != 0) return failed();
         hasNewName_ = false;
@@ -148,13 +148,13 @@ private:
 
     bool flushFolder() {
         if (uninterrupted([&] { return ::fsync(folder_.get()); }) == 0) return true;
-        if (errno == EINVAL || errno == EOPNOTSUPP) return true; // the file system flushes no folders
+        if (errno == EINVAL || errno == EOPNOTSUPP) return true; // the file system cannot flush folders
         failed();
         bool undone = false;
         switch (place_) {
             case Place::exchanged:
                 undone = exchange();
-                hasNewName_ = undone; // else it is the old content, which must not be removed
+                hasNewName_ = undone; // else it names the old content, which must not be removed
                 break;
             case Place::wasEmpty:
                 undone = ::unlinkat(folder_.get(), name_.c_str(), 0) == 0;
@@ -193,7 +193,7 @@ bool replaceWholeFile(const std::string& path, std::string_view content, Error& 
 bool renameToFreeName(const std::string& path, const std::string& freePath, Error& error) {
     if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, freePath.c_str(), RENAME_NOREPLACE) == 0) return true;
     int reason = errno;
-    if (reason == EINVAL || reason == ENOSYS) { // the file system cannot look and rename in one step
+    if (reason == EINVAL || reason == ENOSYS) { // the file system cannot check and rename in one step
         if (::access(freePath.c_str(), F_OK) == 0)
             reason = EEXIST;
         else if (::rename(path.c_str(), freePath.c_str()) == 0)

@@ -17,8 +17,8 @@ namespace {
 
 constexpr int patience = 2000; // ms; the bus may have to start the service first
 
-// Threads and programs that the thread starts, such as those of an encoder, are not raised with it.  The
-// service sees to that itself.
+// Threads and programs that the thread starts, such as those of an encoder, do not inherit the priority.
+// RealtimeKit takes care of that itself.
 void raiseAlone(pid_t thread) {
     const sched_param ordinary{};
     if (::sched_getscheduler(thread) == SCHED_OTHER)
@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    // Of the queue's thread.
+    // Called on the queue's thread.
 
     void ask(pid_t thread) {
         if (!isGrantedByService(thread)) raiseAlone(thread);
@@ -50,7 +50,7 @@ private:
             QStringLiteral("org.freedesktop.RealtimeKit1"), QStringLiteral("MakeThreadHighPriority"));
         request << qulonglong(thread) << pictureThreadNiceness;
         const QDBusMessage answer = bus_->call(request, QDBus::Block, patience);
-        // Others are not to wait behind it, nor is the end of the program.
+        // Neither other requests nor the end of the program must wait behind it.
         hangs_ = QDBusError(answer).type() == QDBusError::NoReply;
         return answer.type() == QDBusMessage::ReplyMessage;
     }

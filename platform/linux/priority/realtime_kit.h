@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Thread priorities as desktops grant them.
+// Thread priorities through the desktop's RealtimeKit.
 #pragma once
 
 #include <QDBusConnection>
@@ -10,13 +10,13 @@
 
 namespace tavelo {
 
-/// Asks RealtimeKit on the system bus, which grants ordinary users a nice value below zero; if it does
-/// not, the kernel is asked, which does so for whoever has the right.  Waits for answers on a thread of its
-/// own; its destructor may wait two seconds for one.  Needs a QCoreApplication.
-/// @param connect called once, on that thread; the system bus but in tests
+/// Asks RealtimeKit on the system bus, which grants ordinary users a negative nice value; if it does not,
+/// asks the kernel, which grants one to privileged users.  Waits for answers on its own thread; the
+/// destructor may wait two seconds for one.  Needs a QCoreApplication.
+/// @param connect called once, on that thread; the system bus except in tests
 std::shared_ptr<ThreadPriority> makeRealtimeKitPriority(std::function<QDBusConnection()> connect = {});
 
-/// What is asked for.  No realtime scheduling: a thread that spins must not take the machine with it.
+/// The requested nice value.  No realtime scheduling: a thread that spins must not hang the machine.
 inline constexpr int pictureThreadNiceness = -10;
 
 } // namespace tavelo

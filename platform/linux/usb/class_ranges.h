@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the USB Video Class itself says of controls whose range a camera need not tell.
+// Ranges that the USB Video Class itself fixes, for controls whose range a camera need not report.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,9 @@
 
 namespace tavelo {
 
-/// The answer to GET_MIN or GET_MAX of a control of one byte for which the class does not demand that
-/// request: power line frequency, exposure mode, and what is only on or off.  Nothing for every other
-/// request: the class demands GET_DEF of these controls wherever it knows a default.  Pure.
+/// The answer to GET_MIN or GET_MAX of a one-byte control for which the class does not require that
+/// request: power line frequency, exposure mode, and switches.  Nothing for any other request: the class
+/// requires GET_DEF of these controls wherever a default is known.  Pure.
 /// @param classVersion bcdUVC of the camera; 1.5 added a power line frequency
 std::optional<std::uint8_t> classRange(UvcEntity entity, std::uint8_t selector, UvcRequest request,
                                        std::uint16_t classVersion);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A video-control interface that is ours: requests go to the camera as they were built.
+// A claimed video-control interface: requests go to the camera as they are.
 #pragma once
 
 #include <memory>
@@ -14,15 +14,16 @@
 
 namespace tavelo {
 
-/// Sends each request on the default pipe, one second at most.  A camera may stall the range of a control
-/// for which the class does not demand it; the class's own range answers then.
+/// Sends each request on the default pipe, one second at most.  If the camera stalls a range request that
+/// the class does not require, the class's own range answers.
 ///
-/// Thread-safe; no lock is held while the camera is asked, and closing does not wait for an answer.  A closed
-/// interface keeps its part of the claim until it is destroyed: it is closed because the camera refused
-/// something and will be opened anew, and the kernel's driver need not meet the camera in between.
+/// Thread-safe; no lock is held while the camera is asked, and closing does not wait for an answer.  A
+/// closed interface keeps its share of the claim until it is destroyed: it is closed after the camera
+/// refused a request and will be opened again, and the kernel's driver need not probe the camera in
+/// between.
 class UsbControlInterface final : public UsbInterface {
 public:
-    /// @param name        what diagnostics call the camera
+    /// @param name        of the camera in diagnostics
     /// @param diagnostics must outlive the interface
     UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function, std::string name,
                         Diagnostics& diagnostics);

@@ -15,14 +15,14 @@
 namespace tavelo {
 namespace {
 
-// The camera chose the text; none of it may steer a terminal.
+// The camera chooses the text; it must not control a terminal.
 std::string printable(std::string text) {
     std::ranges::replace_if(
         text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
     return text;
 }
 
-// As the kernel's driver names a camera without a product string.
+// Without a product string, the same name as the kernel's driver gives.
 std::string nameOf(const SysfsUsbDevice& device) {
     if (!device.product.empty()) return printable(device.product);
     std::array<char, 32> text{};

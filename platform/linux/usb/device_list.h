@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The cameras on the USB bus as sources of pictures, whether a driver holds them or not.
+// The cameras on the USB bus as video sources, whether a driver holds them or not.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ namespace tavelo {
 /// A video function of a plugged-in device.
 struct UsbCamera {
     UsbCameraAddress address;
-    std::string uniqueID;      ///< the same as the camera has through the kernel's driver
+    std::string uniqueID;      ///< the same as through the kernel's driver
     std::string localizedName; ///< printable, never empty
     /// The active configuration with all that follows it.
     std::vector<std::uint8_t> configurationDescriptor;
@@ -30,20 +30,20 @@ struct UsbCamera {
 
 struct UsbCameraScan {
     std::vector<UsbCamera> cameras; ///< by bus and port
-    /// A device is so new that the kernel has not chosen its configuration: look again.
+    /// A device is so new that the kernel has not chosen its configuration: scan again.
     bool unsettled = false;
 };
 
-/// Reads sysfs alone, so that a camera is listed without rights to it and without waking it.  Reentrant.
+/// Reads only sysfs, so a camera is listed without rights to it and without waking it.  Reentrant.
 UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs);
 
-/// Makes the input of a camera; null with the reason where it cannot.  Called on the main thread.
+/// Makes the input of a camera; null with the reason if it cannot.  Called on the main thread.
 using UsbInputMaker = std::function<std::unique_ptr<CaptureDeviceInput>(
     std::shared_ptr<CaptureDevice> device, const UsbCamera& camera, Error& error)>;
 
-/// Compares what a scan finds with what is known, and tells the difference.
+/// Compares scans with the known devices and notifies observers of changes.
 ///
-/// Scans run on whatever thread hears of changes; the list itself belongs to the main thread.
+/// Scans run on the thread that calls rescan(); the list itself belongs to the main thread.
 class UsbCameraList {
 public:
     /// The queue must outlive the list.
@@ -52,20 +52,20 @@ public:
     UsbCameraList(const UsbCameraList&) = delete;
     UsbCameraList& operator=(const UsbCameraList&) = delete;
 
-    /// Main thread: fills the list before anybody can have seen it, so no observer is told.
+    /// Main thread: fills the list before anybody can have seen it, so no observer is notified.
     void fill();
 
-    /// Thread-safe: looks what has changed; the list and its observers learn of it on the main thread.
-    /// @return whether all devices were settled; if not, somebody has to ask again
+    /// Thread-safe: scans for changes; the list and its observers are updated on the main thread.
+    /// @return whether all devices were settled; if not, the caller has to scan again
     bool rescan();
 
-    /// Main thread.  In the order of their arrival, those that were there first by bus and port.
+    /// Main thread.  In order of arrival; those present at the start by bus and port.
     std::vector<std::shared_ptr<CaptureDevice>> devices() const;
     void addObserver(CaptureDeviceObserver* observer);
     void removeObserver(CaptureDeviceObserver* observer);
 
 private:
-    /// Of the main thread; a task that comes after the list's end finds it gone.
+    /// Main thread only; a task that runs after the list has ended finds it gone.
     class Book;
 
     const std::filesystem::path sysfs_;

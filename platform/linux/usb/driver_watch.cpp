@@ -47,14 +47,14 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-// The other end becomes the process's standard input; of our output streams it must hold none.
+// The other end becomes the process's standard input; it must not hold our output streams open.
 pid_t spawn(const fs::path& program, const std::string& node, const std::string& interface, int input) {
     SpawnActions actions;
     ::posix_spawn_file_actions_adddup2(actions.get(), input, STDIN_FILENO);
     ::posix_spawn_file_actions_addopen(actions.get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     ::posix_spawn_file_actions_addopen(actions.get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     SpawnAttributes attributes;
-    // Whatever asks us or the whole session to end must not end the watch before us.
+    // A signal that ends us or the whole session must not end the watch before us.
     ::posix_spawnattr_setflags(attributes.get(), POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
     sigset_t all;
     ::sigfillset(&all);
@@ -73,7 +73,7 @@ pid_t spawn(const fs::path& program, const std::string& node, const std::string&
 
 std::unique_ptr<DriverWatch> DriverWatch::start(const fs::path& program, const UsbAddress& device,
                                                 std::uint8_t controlInterface) {
-    // Sockets rather than a pipe: a word to a process that is gone already raises no signal.
+    // A socket pair, not a pipe: writing to a process that is already gone raises no signal.
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return nullptr;
     const FileDescriptor theirs(ends[0]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A small process beside ours that gives a camera back to the kernel's driver should we die.
+// A small helper process that gives a camera back to the kernel's driver if we die.
 #pragma once
 
 #include <sys/types.h>
@@ -14,12 +14,12 @@
 namespace tavelo {
 
 /// The kernel releases what a dying process had claimed, but asks no driver to take it.  So another process
-/// waits at the end of a pipe: when the pipe breaks without a word, it asks the driver.
+/// waits at the end of a socket: if that closes without a byte, it asks the driver.
 ///
-/// Destroying it says the word and waits for the process's end, a matter of milliseconds.  Reentrant.
+/// The destructor sends the byte and waits for the process to end, a matter of milliseconds.  Reentrant.
 class DriverWatch {
 public:
-    /// Null where the program cannot be started.
+    /// Null if the program cannot be started.
     static std::unique_ptr<DriverWatch> start(const std::filesystem::path& program, const UsbAddress& device,
                                               std::uint8_t controlInterface);
 
@@ -36,8 +36,8 @@ private:
     FileDescriptor word_;
 };
 
-/// Where the watching program lies: beside this one, or where an installation puts it.  Empty where it is
-/// nowhere.
+/// The path of the watching program: beside this one, or where an installation puts it.  Empty if there is
+/// none.
 std::filesystem::path driverWatchProgram();
 
 } // namespace tavelo

@@ -46,7 +46,7 @@ public:
     libusb_device_handle* native() override { return handle_.get(); }
 
 private:
-    const FileDescriptor node_; // first: the handle uses it to its end
+    const FileDescriptor node_; // first: the handle uses it until it is closed
     const std::unique_ptr<libusb_device_handle, CloseHandle> handle_;
 };
 
@@ -111,15 +111,15 @@ LibusbBus::~LibusbBus() {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
     }
-    // Where the thread is between two waits, the next one ends at once.
+    // If the thread is between two waits, the next one ends at once.
     libusb_interrupt_event_handler(context_.get());
     thread_.join();
     if (hearsOfDevices_) libusb_hotplug_deregister_callback(context_.get(), hotplug_);
 }
 
-// The node is opened here and not by libusb, which so never counts the device as gone.  libusb 1.0.26 unlocks
-// a lock that it has not taken where an alternate setting is chosen of a device that it knows to be gone, and
-// ends the program when the handle is closed.  The kernel tells of a missing device all the same.
+// Opens the node itself, so that libusb never marks the device as gone.  If an alternate setting is chosen
+// of a device marked as gone, libusb 1.0.26 unlocks a lock that it has not taken, and aborts the program
+// when the handle is closed.  The kernel reports a missing device all the same.
 std::unique_ptr<UsbHandle> LibusbBus::open(const UsbAddress& address, int& error) {
     FileDescriptor node(::open(address.path().c_str(), O_RDWR | O_CLOEXEC));
     if (!node.isOpen()) {
@@ -139,7 +139,7 @@ std::unique_ptr<UdevEventSource> LibusbBus::hotplugEvents() {
     return std::make_unique<HotplugEvents>(std::move(news));
 }
 
-// On the event thread, where nothing may wait and no device may be asked.
+// On the event thread: must neither block nor send a request to a device.
 int LibusbBus::deviceCameOrWent(libusb_context* /*context*/, libusb_device* /*device*/,
                                 libusb_hotplug_event /*event*/, void* self) {
     static_cast<LibusbBus*>(self)->wakeListeners();
@@ -160,7 +160,7 @@ void LibusbBus::run() {
             const std::lock_guard lock(mutex_);
             if (stopping_) return;
         }
-        // Woken by every event; the time only bounds a wait that nothing ends.
+        // Every event wakes the wait; the time is only a bound.
         timeval longest{60, 0};
         libusb_handle_events_timeout_completed(context_.get(), &longest, nullptr);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// libusb as the program uses it: one context, one thread for its events, its news of devices.
+// libusb as the program uses it: one context, one event thread, hotplug events.
 #pragma once
 
 #include <memory>
@@ -14,11 +14,11 @@
 
 namespace tavelo {
 
-/// Runs libusb's events on a thread of its own for as long as it lives, so that transfers of any thread end
-/// when they end.  Thread-safe.  Outlives its handles; whoever has one of those keeps the bus too.
+/// Runs libusb's events on its own thread for as long as it lives, so that transfers started on any thread
+/// complete.  Thread-safe.  Must outlive its handles; whoever has one of those keeps the bus too.
 class LibusbBus final : public UsbHandleOpener {
 public:
-    /// Null where libusb finds no USB in this machine.
+    /// Null if libusb finds no USB on this machine.
     static std::shared_ptr<LibusbBus> open();
 
     ~LibusbBus() override;
@@ -28,7 +28,7 @@ public:
     std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override;
     libusb_context* context() override { return context_.get(); }
 
-    /// An event without content each time that devices came or went; several changes may make one event.
+    /// An empty event each time devices came or went; several changes may make one event.
     std::unique_ptr<UdevEventSource> hotplugEvents();
 
 private:

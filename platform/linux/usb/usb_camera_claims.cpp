@@ -38,7 +38,7 @@ std::vector<std::uint8_t> UsbCameraAddress::interfaces() const {
     return all;
 }
 
-// An opened device whose interfaces are ours.  What was taken when a later step fails goes back as well.
+// An opened device whose interfaces are ours.  If a later step fails, what was already taken goes back too.
 class UsbCameraClaims::TakenCamera {
 public:
     TakenCamera(std::unique_ptr<UsbHandle> handle, UsbCameraAddress camera, Diagnostics& diagnostics)
@@ -48,7 +48,7 @@ public:
 
     ~TakenCamera() {
         giveBack();
-        watch_.reset(); // only now is there nothing left to watch
+        watch_.reset(); // last: until here there was something to watch
     }
     TakenCamera(const TakenCamera&) = delete;
     TakenCamera& operator=(const TakenCamera&) = delete;
@@ -57,7 +57,7 @@ public:
         if (watch) watch_ = watch(camera_.device, camera_.controlInterface);
         if (watch && !watch_)
             report("no watch over it: after a crash of this program the kernel's driver will not have it");
-        // The driver lets go of its pictures before it lets go of the camera.
+        // The driver releases the streaming interfaces before the control interface.
         std::vector<std::uint8_t> interfaces = camera_.interfaces();
         std::ranges::reverse(interfaces);
         for (const std::uint8_t interface : interfaces) {
@@ -78,13 +78,13 @@ public:
     UsbHandle& handle() { return *handle_; }
 
 private:
-    // The driver that meets the control interface takes the others itself, and finds them free.
+    // The driver that probes the control interface takes the others itself, and needs them free.
     void giveBack() {
         for (const std::uint8_t interface : claimed_)
             handle_->releaseInterface(interface);
         if (claimed_.empty() && !detached_) return;
         const int result = handle_->attachKernelDriver(camera_.controlInterface);
-        // Busy: a driver has it already, which was quicker.  Not found: no driver in this kernel wants it.
+        // Busy: a driver was quicker.  Not found: no driver in this kernel wants it.
         const bool fine = result == LIBUSB_SUCCESS || result == LIBUSB_ERROR_BUSY ||
                           result == LIBUSB_ERROR_NOT_FOUND || result == LIBUSB_ERROR_NO_DEVICE;
         if (!fine) report(std::string("giving it back to the kernel's driver: ") + libusb_strerror(result));
@@ -102,7 +102,7 @@ private:
 
 class UsbCameraClaims::Claim final : public UsbCameraClaim {
 public:
-    /// Counted already.
+    /// The slot already counts this holder.
     Claim(std::shared_ptr<SerialQueue> returns, std::shared_ptr<UsbHandleOpener> opener,
           std::shared_ptr<Slot> slot, UsbHandle& handle)
         : returns_(std::move(returns)),
@@ -138,7 +138,7 @@ UsbCameraClaims::~UsbCameraClaims() = default;
 
 void UsbCameraClaims::giveBackUnlessHeld(Slot& slot) {
     const std::lock_guard lock(slot.mutex);
-    if (slot.holders > 0) return; // somebody wanted it again meanwhile
+    if (slot.holders > 0) return; // claimed again meanwhile
     slot.taken.reset();
     slot.mustGoBack = false;
     slot.wentBack.notify_all();
@@ -146,7 +146,7 @@ void UsbCameraClaims::giveBackUnlessHeld(Slot& slot) {
 
 std::shared_ptr<UsbCameraClaims::Slot> UsbCameraClaims::slotOf(const UsbCameraAddress& camera) {
     const std::lock_guard lock(mutex_);
-    // Those that nobody refers to are free: whoever wants one has to come here first.
+    // A slot that nobody refers to is free: whoever wants one has to come here first.
     std::erase_if(slots_, [](const auto& entry) { return entry.second.use_count() == 1; });
     std::shared_ptr<Slot>& slot = slots_[{camera.device, camera.controlInterface}];
     if (!slot) slot = std::make_shared<Slot>();

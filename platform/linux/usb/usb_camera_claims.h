@@ -18,7 +18,7 @@
 
 namespace tavelo {
 
-/// A video function that somebody wants alone.
+/// A video function that somebody wants to claim.
 struct UsbCameraAddress {
     UsbAddress device;
     std::uint8_t controlInterface = 0;
@@ -28,9 +28,9 @@ struct UsbCameraAddress {
     std::vector<std::uint8_t> interfaces() const;
 };
 
-/// One holder's part of a taken camera.  Once the last part is gone the interfaces are released and the
-/// kernel's driver gets the camera again, on a thread of the claims: that takes as long as the driver needs
-/// to meet the camera, and only the destructor that ends that thread waits for it.  Thread-safe.
+/// One holder's share of a taken camera.  After the last share is gone, the interfaces are released and the
+/// kernel's driver gets the camera back.  That happens on a thread of the claims and takes as long as the
+/// driver's probe; only the destructor that ends that thread waits for it.  Thread-safe.
 class UsbCameraClaim {
 public:
     virtual ~UsbCameraClaim() = default;
@@ -38,18 +38,18 @@ public:
     virtual UsbHandle& handle() = 0;
 };
 
-/// Who holds which camera.
+/// Which cameras are taken, and by how many holders.
 ///
-/// The first to ask takes the camera from its driver, further ones share it.  A camera that waits to be given
-/// back is simply kept if somebody asks for it again.  Thread-safe; taking and giving back of one camera wait
-/// for each other, taking one does not wait for another.
+/// The first to ask takes the camera from its driver, later ones share it.  A camera waiting to be given
+/// back is kept if somebody asks for it again.  Thread-safe; taking and giving back the same camera wait
+/// for each other, different cameras do not.
 ///
-/// The thread ends with the claims and the last part of a camera; whoever drops the last of these waits until
-/// every camera is back.
+/// The thread ends with the claims and the last share of a camera; whoever drops the last of these waits
+/// until every camera is back.
 class UsbCameraClaims {
 public:
     /// Starts to watch over a camera that is about to be taken.  The watch ends with the last reference to
-    /// what it returns; null where it cannot be watched.
+    /// the result; null if the camera cannot be watched.
     using WatchStarter =
         std::function<std::shared_ptr<void>(const UsbAddress&, std::uint8_t controlInterface)>;
 
@@ -59,8 +59,8 @@ public:
     UsbCameraClaims(const UsbCameraClaims&) = delete;
     UsbCameraClaims& operator=(const UsbCameraClaims&) = delete;
 
-    /// Null with the reason where the camera cannot be had; what was taken of it goes back then.
-    /// May outlive this object.
+    /// Null with the reason if the camera cannot be taken; what was taken of it goes back then.  The claim
+    /// may outlive this object.
     std::shared_ptr<UsbCameraClaim> acquire(const UsbCameraAddress& camera, Error& error);
 
     libusb_context* context() const { return opener_->context(); }
@@ -68,12 +68,12 @@ public:
 private:
     class TakenCamera;
     class Claim;
-    /// A place for a camera, taken or not.
+    /// The state of a camera, taken or not.
     struct Slot {
-        std::mutex mutex; // guards the rest, and is held while the camera is taken and given back
+        std::mutex mutex; // guards the rest; held while the camera is taken and given back
         int holders = 0;
         std::unique_ptr<TakenCamera> taken;
-        bool mustGoBack = false; ///< taking it failed half way
+        bool mustGoBack = false; ///< taking it failed halfway
         std::condition_variable wentBack;
     };
     static void giveBackUnlessHeld(Slot& slot);
@@ -89,7 +89,7 @@ private:
     std::map<std::pair<UsbAddress, std::uint8_t>, std::shared_ptr<Slot>> slots_;
 };
 
-/// libusb's error in the words of the platform.
+/// libusb's error as one of the platform's.
 Error usbErrorOf(int libusbError, const std::string& what);
 
 } // namespace tavelo

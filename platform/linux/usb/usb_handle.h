@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The few calls of libusb that a camera's controls need, behind an interface that a test can stand in for.
+// The libusb calls that a camera's controls need, as an interface that tests can replace.
 #pragma once
 
 #include <libusb.h>
@@ -13,7 +13,7 @@
 
 namespace tavelo {
 
-/// Where a device hangs at the moment: another number for each time that it is plugged in.
+/// The address of a plugged-in device; it changes each time the device is plugged in.
 struct UsbAddress {
     std::uint8_t bus = 0;
     std::uint8_t device = 0;
@@ -27,7 +27,7 @@ struct UsbAddress {
     }
 };
 
-/// The setup packet of a control transfer without the length, which the data has.
+/// The setup packet of a control transfer without the length, which is that of the data.
 struct UsbSetupPacket {
     std::uint8_t requestType = 0;
     std::uint8_t request = 0;
@@ -35,25 +35,25 @@ struct UsbSetupPacket {
     std::uint16_t index = 0;
 };
 
-/// An opened device.  Results are libusb's: its error codes, LIBUSB_SUCCESS, or a number of bytes.
-/// Thread-safe as libusb's handles are; destroying it closes the device.
+/// An opened device.  Results are libusb's: an error code, LIBUSB_SUCCESS, or a number of bytes.  As
+/// thread-safe as libusb's handles; the destructor closes the device.
 class UsbHandle {
 public:
     virtual ~UsbHandle() = default;
 
-    /// Blocks until the device answered, is gone, or the time is over.
+    /// Blocks until the device answers, is gone, or the time is over.
     /// @return bytes moved, or an error
     virtual int controlTransfer(const UsbSetupPacket& setup, std::span<std::uint8_t> data,
                                 std::chrono::milliseconds patience) = 0;
 
     /// LIBUSB_ERROR_NOT_FOUND: no driver holds the interface.
     virtual int detachKernelDriver(std::uint8_t interface) = 0;
-    /// Lets the kernel look for a driver; blocks while that one meets the device.
+    /// Lets the kernel look for a driver; blocks while that driver probes the device.
     virtual int attachKernelDriver(std::uint8_t interface) = 0;
     virtual int claimInterface(std::uint8_t interface) = 0;
     virtual int releaseInterface(std::uint8_t interface) = 0;
 
-    /// For whoever streams; null behind a test's handle.
+    /// For streaming; null in tests.
     virtual libusb_device_handle* native() = 0;
 };
 
@@ -62,10 +62,10 @@ class UsbHandleOpener {
 public:
     virtual ~UsbHandleOpener() = default;
 
-    /// Null with libusb's error where it cannot be opened.
+    /// Null with libusb's error if it cannot be opened.
     virtual std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) = 0;
 
-    /// What the handles belong to; null where they are a test's.
+    /// The context of the handles; null in tests.
     virtual libusb_context* context() = 0;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whether we may open the cameras of the USB bus, and what to tell a user who may not.
+// Whether we may open the cameras on the USB bus, and what to tell a user who may not.
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace tavelo {
 using UsbNodeProbe = std::function<int(const std::string& path)>;
 UsbNodeProbe usbNodeProbe();
 
-/// The node of the first camera that we lack the rights to; nothing where we may open all there are.
+/// The node of the first camera that we may not open; nothing if we may open all of them.
 std::optional<std::string> deniedCamera(const std::filesystem::path& sysfs, const UsbNodeProbe& probe);
 
 /// One line, without a line break, that says what is missing and how to get it.

@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* keptByDriver = "; the cameras stay with the kernel's driver";
 
-// A camera that is plugged in later may lack the rule that those before had no need of.
+// Warns if a camera that is plugged in later cannot be opened: its model may need another udev rule.
 class RightsMindingOpener final : public UsbHandleOpener {
 public:
     RightsMindingOpener(std::shared_ptr<UsbHandleOpener> opener,
@@ -51,7 +51,7 @@ UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camer
             camera.configurationDescriptor};
 }
 
-// The camera is taken when the stream starts, on the stream's thread.
+// The camera is taken on the stream's thread when the stream starts.
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
                          const CaptureFormatRequest& request,
                          const std::shared_ptr<ThreadPriority>& priority) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The transport that takes cameras from the kernel's driver, put together from its parts.
+// Assembles the transport that takes cameras from the kernel's driver.
 #pragma once
 
 #include <functional>
@@ -13,16 +13,16 @@
 
 namespace tavelo {
 
-/// Both halves, or none.
+/// Both halves, or neither.
 struct UsbTransportHalves {
     std::unique_ptr<UsbPlatform> usb;
     std::unique_ptr<CapturePlatform> capture;
 };
 
-/// For this machine's cameras.  None where libusb finds no USB, or where a camera that is plugged in may not
-/// be opened.  Both arguments by reference must outlive the halves and what they hand out.
-/// @param warn hears the reason in one line, also later where a camera that comes may not be opened; once at
-///             most, on any thread; may be empty
+/// For this machine's cameras.  Neither half if libusb finds no USB, or if a plugged-in camera may not be
+/// opened.  Both arguments by reference must outlive the halves and what they return.
+/// @param warn gets the reason in one line, also if a camera plugged in later may not be opened; called at
+///     most once, on any thread; may be empty
 /// @param priority of the streams' threads; may be null
 UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnostics,
                                     const CaptureFormatRequest& request,

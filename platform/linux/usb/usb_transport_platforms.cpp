@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The kernel tells of a device before it has chosen its configuration, which takes it some milliseconds.
+// The kernel announces a device some milliseconds before it has chosen its configuration.
 constexpr auto betweenScans = 50ms;
 constexpr int mostScans = 100;
 
@@ -35,7 +35,7 @@ std::shared_ptr<UsbInterface> openInterface(UsbCameraClaims& claims, const Sysfs
     const std::string name = "USB device " + device.name;
     Error error;
     auto claim = claims.acquire(address, error);
-    // A device that has just come may not be ready for a moment.
+    // A device just plugged in may need a moment to get ready.
     for (int tries = 1; tries < mostTries && error.code == ErrorCode::invalid; ++tries) {
         std::this_thread::sleep_for(betweenTries);
         claim = claims.acquire(address, error);
@@ -77,7 +77,7 @@ public:
         : priority_(transport.priority),
           list_(transport.sysfs, mainQueue, std::move(makeInput)),
           monitor_(transport.hotplugEvents(), [this](const UdevEvent&) { rescan(); }) {
-        list_.fill(); // after the monitor listens, so that nothing comes in between unheard
+        list_.fill(); // after the monitor listens, so that no change is missed
     }
     ~TransportCapturePlatform() override { ending_.set(); }
     TransportCapturePlatform(const TransportCapturePlatform&) = delete;

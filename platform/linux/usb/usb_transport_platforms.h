@@ -16,24 +16,24 @@
 
 namespace tavelo {
 
-/// What both halves stand on.
+/// What both halves depend on.
 struct UsbTransport {
     std::shared_ptr<UsbCameraClaims> claims;
-    /// Tells of devices that come and go; may give null.  Called once for each listener.
+    /// Reports devices that come and go; may give null.  Called once for each listener.
     std::function<std::unique_ptr<UdevEventSource>()> hotplugEvents;
     std::filesystem::path sysfs = "/sys";
     std::shared_ptr<ThreadPriority> priority = {}; ///< may be null
 };
 
-/// Controls: an interface that is opened takes its camera, and every request goes to it as built.
+/// Controls: opening an interface takes its camera, and every request goes to the camera as it is.
 ///
-/// Thread-bound to the main thread, as are the services and devices it hands out; the interfaces are
-/// thread-safe.  What it hands out may outlive it, but not `diagnostics`.
+/// Thread-bound to the main thread, as are the services and devices it returns; the interfaces are
+/// thread-safe.  What it returns may outlive it, but not `diagnostics`.
 std::unique_ptr<UsbPlatform> makeUsbTransportUsbPlatform(const UsbTransport& transport,
                                                          Diagnostics& diagnostics);
 
 /// Pictures: an input takes its camera while it streams.  Called on the main thread, on which observers are
-/// told later.
+/// notified later.
 std::unique_ptr<CapturePlatform> makeUsbTransportCapturePlatform(const UsbTransport& transport,
                                                                  MainQueue& mainQueue,
                                                                  UsbInputMaker makeInput);

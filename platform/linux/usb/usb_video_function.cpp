@@ -22,7 +22,7 @@ constexpr std::uint8_t inputTerminalSubtype = 0x02;
 constexpr std::uint8_t processingUnitSubtype = 0x05;
 constexpr std::uint16_t cameraTerminal = 0x0201;
 
-// The selector that each bit of bmControls stands for, 0 for a bit that the class gives none.
+// The selector for each bit of bmControls; 0 if the class assigns none.
 constexpr std::array<std::uint8_t, 22> terminalSelectors{1,  2,  3,  4,  5, 6, 7, 9,  10, 11, 12,
                                                          13, 14, 15, 16, 0, 0, 8, 17, 18, 19, 20};
 constexpr std::array<std::uint8_t, 19> unitSelectors{2, 3,  6,  7,  8,  9,  10, 12, 1, 4,
@@ -38,7 +38,7 @@ Bytes takeDescriptor(Bytes& rest) {
     return descriptor;
 }
 
-// `countAt` is where the number of bytes stands that follow it.
+// `countAt` is the offset of a byte count; the bytes follow it.
 Bytes countedBytes(Bytes descriptor, std::size_t countAt) {
     if (descriptor.size() <= countAt) return {};
     const Bytes rest = descriptor.subspan(countAt + 1);
@@ -84,9 +84,9 @@ bool isControlInterface(Bytes descriptor, std::uint8_t number) {
            descriptor[6] == controlSubclass;
 }
 
-// A camera may name what it does not have, its own control interface, or one thing twice.
+// A camera may list interfaces that it lacks, its own control interface, or one interface twice.
 void keepStreamingInterfaces(std::vector<std::uint8_t>& numbers, Bytes configuration) {
-    std::bitset<256> named; // a hostile camera names the same ones thousands of times
+    std::bitset<256> named; // a hostile camera lists the same ones thousands of times
     for (const std::uint8_t number : numbers)
         named.set(number);
     numbers.clear();

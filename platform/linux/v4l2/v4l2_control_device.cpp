@@ -42,7 +42,7 @@ std::vector<v4l2_ext_control> entriesFor(std::span<const V4l2ControlValue> value
     return entries;
 }
 
-// The driver locks its controls itself, so the calls may come from any thread.
+// The driver locks its controls itself, so calls may come from any thread.
 class KernelControlDevice final : public V4l2ControlDevice {
 public:
     explicit KernelControlDevice(FileDescriptor file) : file_(std::move(file)) {}
@@ -96,7 +96,7 @@ public:
         v4l2_capability capability{};
         error = request(file, VIDIOC_QUERYCAP, &capability);
         if (error != 0) return nullptr;
-        // The metadata node of the same camera answers no control.
+        // The metadata node of the same camera has no working controls.
         const std::uint32_t able = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0
                                        ? capability.device_caps
                                        : capability.capabilities;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The controls of an opened video node, one V4L2 call each.
+// The controls of an open video node, one V4L2 call each.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// What the driver says of a control.
+/// A control as the driver describes it.
 struct V4l2ControlInfo {
     std::int32_t minimum = 0;
     std::int32_t maximum = 0;
@@ -25,8 +25,7 @@ struct V4l2ControlValue {
     friend bool operator==(const V4l2ControlValue&, const V4l2ControlValue&) = default;
 };
 
-/// Thread-safe.  Every call returns 0 or an errno, and may block for seconds where the camera does not
-/// answer.
+/// Thread-safe.  Every call returns 0 or an errno, and may block for seconds if the camera does not answer.
 class V4l2ControlDevice {
 public:
     virtual ~V4l2ControlDevice() = default;
@@ -40,21 +39,21 @@ public:
     /// Reads all values in one call.
     virtual int get(std::span<V4l2ControlValue> values) = 0;
 
-    /// Writes all values in one call, so that values of one camera control travel together.  On success they
-    /// hold what was written: the driver rounds to a control's step.
+    /// Writes all values in one call, so that the values of one camera control are sent together.  On
+    /// success `values` holds what was written: the driver rounds to a control's step.
     virtual int set(std::span<V4l2ControlValue> values) = 0;
 };
 
-/// Opens nodes.  Thread-safe.
+/// Thread-safe.
 class V4l2ControlDeviceOpener {
 public:
     virtual ~V4l2ControlDeviceOpener() = default;
 
-    /// Null with the errno where it fails; ENOTTY for a node that does not capture pictures.
+    /// Null with the errno if it fails; ENOTTY for a node that does not capture pictures.
     virtual std::shared_ptr<V4l2ControlDevice> open(const std::string& path, int& error) = 0;
 };
 
-/// Opens the nodes of the kernel.
+/// Opens real nodes.
 std::unique_ptr<V4l2ControlDeviceOpener> makeControlDeviceOpener();
 
 } // namespace tavelo

@@ -6,7 +6,7 @@
 namespace tavelo {
 namespace {
 
-// More than any device has; ends the enumeration of one that never says stop.
+// More than any device has; bounds the enumeration if a driver never ends it.
 constexpr std::uint32_t mostEntries = 256;
 
 FrameInterval ourInterval(const v4l2_fract& fraction) {
@@ -63,7 +63,7 @@ YuvMatrix matrixOf(const v4l2_pix_format& set) {
     switch (encoding) {
         case V4L2_YCBCR_ENC_709:
         case V4L2_YCBCR_ENC_XV709:
-        case V4L2_YCBCR_ENC_SMPTE240M: // differs from 709 by less than a step of most cameras' noise
+        case V4L2_YCBCR_ENC_SMPTE240M: // differs from BT.709 by less than the noise of most cameras
             return YuvMatrix::bt709;
         case V4L2_YCBCR_ENC_BT2020:
         case V4L2_YCBCR_ENC_BT2020_CONST_LUM:
@@ -94,7 +94,7 @@ std::vector<OfferedMode> offeredModes(V4l2Node& node, const CaptureFormatRequest
         format.index = index;
         format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
         if (node.control(VIDIOC_ENUM_FMT, &format) != 0) break;
-        // Formats made by a library out of others: none of ours is.
+        // Formats that a library emulates; none of ours is.
         if ((format.flags & V4L2_FMT_FLAG_EMULATED) != 0) continue;
         for (const FrameSize size : sizes(node, format.pixelformat, request))
             modes.push_back({format.pixelformat, size, intervals(node, format.pixelformat, size)});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a video node offers, and how its own terms translate into ours.
+// The formats that a video node offers, and their translation into ours.
 #pragma once
 
 #include <linux/videodev2.h>
@@ -14,20 +14,20 @@
 
 namespace tavelo {
 
-/// Whether frames can be read from a node with these device_caps.  Metadata nodes cannot be, nor those of
-/// mem-to-mem devices and of media pipelines that need setting up first.
+/// Whether frames can be read from a node with these device_caps.  Not from metadata nodes, mem-to-mem
+/// devices, and media pipelines that must be set up first.
 bool canCapture(std::uint32_t deviceCaps);
 
-/// Formats, sizes and rates as the driver enumerates them; a driver that enumerates no size gives what it is
-/// set to. Bounded, whatever the driver says.
+/// Formats, sizes and rates as the driver enumerates them; if it enumerates no size, the current one.
+/// Bounded, however much the driver enumerates.
 std::vector<OfferedMode> offeredModes(V4l2Node& node, const CaptureFormatRequest& request);
 
-/// The format that the driver set, with what its colour fields mean.
+/// The format that the driver set, with its colour fields decoded.
 FrameFormat frameFormat(const v4l2_pix_format& set);
 
-/// When a dequeued frame was taken, on the monotonic clock.  A stamp of another clock, or more than a second
-/// away from `now` (some cameras' own clocks jump), is replaced by `now`; time always advances past
-/// `previous`.
+/// When a dequeued frame was captured, on the monotonic clock.  A timestamp of another clock, or more than
+/// a second away from `now` (the clocks of some cameras jump), is replaced by `now`.  The result is always
+/// later than `previous`.
 std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now,
                                    std::chrono::nanoseconds previous);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A video node, opened: the little of the system that the capture code touches.
+// An open video node: the part of the system that the capture code uses.
 #pragma once
 
 #include <cstddef>
@@ -18,27 +18,27 @@ class V4l2Node {
 public:
     virtual ~V4l2Node() = default;
 
-    /// One V4L2 request (VIDIOC_...) with its argument structure; asked again where a signal interrupted it.
+    /// One V4L2 request (VIDIOC_...) with its argument structure; repeated if a signal interrupts it.
     /// @return 0, or the errno
     virtual int control(unsigned long request, void* argument) = 0;
 
-    /// Null where the driver refuses.
+    /// Null if the driver refuses.
     virtual V4l2Mapping map(std::size_t length, std::uint32_t offset) = 0;
 
-    /// What poll() waits on: readable when a frame is ready, POLLERR or POLLHUP when none will come.
+    /// For poll(): readable when a frame is ready, POLLERR or POLLHUP if none will come.
     virtual int descriptor() const = 0;
 };
 
-/// Opens nodes.  Thread-safe.
+/// Thread-safe.
 class V4l2NodeOpener {
 public:
     virtual ~V4l2NodeOpener() = default;
 
-    /// Null with the errno where it fails.
+    /// Null with the errno if it fails.
     virtual std::unique_ptr<V4l2Node> open(const std::string& path, int& error) = 0;
 };
 
-/// The kernel's nodes.
+/// Opens real nodes.
 class KernelNodeOpener final : public V4l2NodeOpener {
 public:
     std::unique_ptr<V4l2Node> open(const std::string& path, int& error) override;

@@ -10,13 +10,13 @@
 namespace tavelo {
 namespace {
 
-// One being filled, one ready, one being converted, and one for a late scheduler.
+// One being filled, one ready, one being converted, and a spare for scheduling delays.
 constexpr std::uint32_t wantedBuffers = 4;
 // Drivers may round the number up.
 constexpr std::uint32_t mostBuffers = 32;
 
-// The driver takes the size of its buffers from the camera.  Honest cameras name their largest format's for
-// each of their formats.
+// The driver takes the size of its buffers from the camera.  Even well-behaved cameras name the size of
+// their largest format for every format.
 constexpr std::size_t harmlessBuffer = std::size_t{64} << 20U;
 
 std::size_t mostBufferBytes(const FrameFormat& format) {
@@ -48,7 +48,7 @@ V4l2Stream::~V4l2Stream() {
         int type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
         node_.control(VIDIOC_STREAMOFF, &type);
     }
-    buffers_.clear(); // unmapped first: the driver frees no buffer that is still mapped
+    buffers_.clear(); // unmapped first: the driver does not free a mapped buffer
     std::uint32_t none = 0;
     if (allocated_) requestBuffers(node_, none);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One run of a video node's stream: from setting the format to giving the buffers back.
+// One run of a video node's stream: from setting the format to returning the buffers.
 #pragma once
 
 #include <linux/videodev2.h>
@@ -14,8 +14,8 @@
 
 namespace tavelo {
 
-/// The driver's buffers and their way to and fro.  Thread-bound.  Everything that fails gives the errno;
-/// after a failure the object is only good for being destroyed, which stops the stream and frees the buffers.
+/// Owns the driver's buffers.  Thread-bound.  Whatever fails returns the errno; after a failure the object
+/// can only be destroyed, which stops the stream and frees the buffers.
 class V4l2Stream {
 public:
     /// The node must outlive the stream.
@@ -24,21 +24,21 @@ public:
     V4l2Stream(const V4l2Stream&) = delete;
     V4l2Stream& operator=(const V4l2Stream&) = delete;
 
-    /// Called once.  ENOSPC: the bus cannot carry this choice besides what it already carries.  EOVERFLOW:
-    /// the driver wants more memory for it than any picture needs.
+    /// Called once.  ENOSPC: the bus has not enough bandwidth left for this choice.  EOVERFLOW: the driver
+    /// wants more memory for it than any picture needs.
     [[nodiscard]] int start(const FormatChoice& choice);
 
-    /// What the driver made of the choice; constant after start().
+    /// The format as the driver set it; constant after start().
     const FrameFormat& format() const { return format_; }
 
-    /// A filled buffer, ours until it is given back.
+    /// A filled buffer, ours until giveBack().
     struct Frame {
         v4l2_buffer buffer{};
         std::span<const std::uint8_t> bytes;
-        bool damaged = false; ///< the driver says so, or it holds nothing
+        bool damaged = false; ///< the driver says so, or it is empty
     };
 
-    /// EAGAIN where none is ready.
+    /// EAGAIN if none is ready.
     [[nodiscard]] int take(Frame& frame);
     [[nodiscard]] int giveBack(const Frame& frame);
 

@@ -45,8 +45,8 @@ std::vector<std::string> nodeNames(const fs::path& folder) {
     return names;
 }
 
-// sysfs gives each folder that it makes a number of its own, so a camera that was pulled out and put back
-// under the same name is told from one that stayed.
+// sysfs gives each folder it creates a new inode number, so a camera that was unplugged and plugged in
+// again under the same name is told from one that stayed.
 std::optional<std::uint64_t> instanceOf(const fs::path& node) {
     struct stat status {};
     if (::stat(node.c_str(), &status) != 0) return std::nullopt;
@@ -60,7 +60,7 @@ std::string firstLine(const fs::path& file) {
     return line;
 }
 
-// The camera chose the text; none of it may steer a terminal.
+// The camera chooses the text; it must not control a terminal.
 std::string printable(std::string text) {
     std::ranges::replace_if(
         text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
@@ -69,8 +69,8 @@ std::string printable(std::string text) {
 
 std::string localizedName(const std::optional<UsbIdentity>& identity, const std::string& driversName,
                           const std::string& node) {
-    // The driver's name is the product's cut to 31 characters; but it tells the functions of one product
-    // apart.
+    // The driver's name is the product string cut to 31 characters, but it distinguishes the functions of one
+    // product apart.
     if (identity && identity->isFirstVideoFunction && !identity->productName.empty())
         return printable(identity->productName);
     return driversName.empty() ? node : printable(driversName);
@@ -113,7 +113,7 @@ VideoNodeScanner::Seen VideoNodeScanner::look(const std::string& name, std::uint
     if (identity) {
         seen.node.uniqueID = identity->captureIdentifier();
     } else {
-        // Where the node hangs in the tree of devices, which it does from boot to boot.
+        // The node's place in the device tree, which is the same after every boot.
         std::error_code error;
         const fs::path place = fs::canonical(folder, error).lexically_relative(sysfs_);
         seen.node.uniqueID = "node:" + (error ? name : place.string());
@@ -130,7 +130,7 @@ bool VideoNodeScanner::captures(const std::string& name) const {
         const bool perNode = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;
         return canCapture(perNode ? capability.device_caps : capability.capabilities);
     }
-    // No rights (yet): a driver makes the capturing node before the one for metadata.
+    // No rights (yet): a driver creates the capturing node before the one for metadata.
     return firstLine(sysfs_ / "class/video4linux" / name / "index") == "0";
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which of the machine's video nodes are cameras.
+// Finds the video nodes that are cameras.
 #pragma once
 
 #include <cstdint>
@@ -12,28 +12,28 @@
 
 namespace tavelo {
 
-/// A node that captures, as it was when it appeared.
+/// A capturing node, as it was when it appeared.
 struct VideoNode {
     std::string name;           ///< the kernel's: "video0"
-    std::uint64_t instance = 0; ///< another one for each time that a node appears, under the same name too
-    std::string uniqueID;       ///< see CaptureDevice; for a node off the USB bus "node:" and a stable text
+    std::uint64_t instance = 0; ///< differs each time a node appears, even under the same name
+    std::string uniqueID;       ///< see CaptureDevice; "node:" and a stable text for a node off the USB bus
     std::string localizedName;  ///< printable, never empty
 
     std::string path() const { return "/dev/" + name; }
 };
 
-/// Whether the node is there, and the same one as ever.  Reentrant.
+/// Whether the node still exists and is the same one.  Reentrant.
 bool isListed(const std::filesystem::path& sysfs, const VideoNode& node);
 
-/// Looks at each node once.  Thread-bound; opens new nodes for a moment, which may take a sleeping camera's
-/// time to wake.
+/// Inspects each node once.  Thread-bound; opens new nodes for a moment, which may take as long as a
+/// sleeping camera takes to wake.
 class VideoNodeScanner {
 public:
-    /// @param sysfs "/sys" but in tests
+    /// @param sysfs "/sys" except in tests
     VideoNodeScanner(std::filesystem::path sysfs, std::shared_ptr<V4l2NodeOpener> opener);
 
-    /// The capturing nodes that are there now, by number.  One for each video function: of several nodes with
-    /// one identifier the first.
+    /// The capturing nodes that exist now, by number.  One per video function: of several nodes with the
+    /// same identifier, the first.
     std::vector<VideoNode> scan();
 
 private:

@@ -7,7 +7,7 @@
 namespace tavelo {
 namespace {
 
-// A camera rounds to what its clock can do; anything beyond that is another rate.
+// A camera rounds to what its clock can do; a larger difference is another rate.
 constexpr double sameRate = 0.9;
 
 std::uint32_t unitsOf(FrameInterval interval) {
@@ -46,7 +46,7 @@ void FormatSearch::refused(const Proposal& proposal) {
     std::erase_if(entries_, [&](const Entry& entry) { return entry.offer == proposal.offer; });
 }
 
-// Others are judged by the rate that they would be proposed at.
+// Other offers are compared by the rate at which they would be proposed.
 void FormatSearch::tooHeavy(const Proposal& proposal) {
     refused(proposal);
     std::erase_if(entries_, [&](const Entry& entry) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Finds a format that the camera and the bus agree to.
+// Finds a format that both the camera and the bus accept.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@
 
 namespace tavelo {
 
-/// Proposes one format after another, the best first, and learns from what became of each.  Ends: each answer
-/// takes something away from what is left to propose.  Reentrant.
+/// Proposes one format after another, the best first, and learns from each result.  Terminates: each answer
+/// removes something from what is left to propose.  Reentrant.
 class FormatSearch {
 public:
     /// @param offers must outlive the search
@@ -24,23 +24,24 @@ public:
         double bytesPerSecond = 0;
     };
 
-    /// Nothing where all were refused.
+    /// Nothing if all were refused.
     std::optional<Proposal> best() const;
 
-    /// The camera does not stream that.
+    /// The camera does not stream this format.
     void refused(const Proposal& proposal);
 
-    /// The bus does not carry that, nor then anything as heavy.
+    /// The bus cannot carry this format; excludes everything at least as heavy.
     void tooHeavy(const Proposal& proposal);
 
-    /// The camera would stream it at that interval; whether that is still the best there is.
+    /// The camera would stream it at that interval.
+    /// @return whether it is still the best there is
     bool accepts(const Proposal& proposal, std::uint32_t interval);
 
 private:
     struct Entry {
         const UvcFrameOffer* offer;
         OfferedMode mode;
-        bool answered = false; // its rate is the camera's own word
+        bool answered = false; // the camera has told its rate
     };
 
     const CaptureFormatRequest request_;

@@ -39,7 +39,7 @@ void FrameAssembler::endPayload() {
     skipping_ = true;
 }
 
-// Cameras fill the time between frames with empty payloads; a frame of these alone is none.
+// Cameras fill the time between frames with empty payloads; these alone are no frame.
 void FrameAssembler::finish() {
     const bool damaged = std::exchange(damaged_, false);
     open_ = false;

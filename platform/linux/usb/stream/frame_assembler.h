@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Makes frames of payloads.
+// Assembles frames from payloads.
 #pragma once
 
 #include <cstddef>
@@ -11,11 +11,11 @@
 
 namespace tavelo {
 
-/// Joins the pieces of each frame into the mailbox's buffer.  A frame ends with the payload that says so, or
-/// where the frame identifier toggles.  One that the camera calls damaged, that lost bytes on the bus, is
-/// longer than the buffer or shorter than its format demands is dropped; so is a JPEG picture that does not
-/// begin as one.  Data after an end begins a new frame whether the identifier toggled or not: some cameras
-/// never toggle it, and of the others nothing but scraps comes there.
+/// Joins the pieces of each frame in the mailbox's buffer.  A frame ends with the payload that says so, or
+/// when the frame identifier toggles.  A frame is dropped if the camera marks it as damaged, if it lost
+/// bytes on the bus, or if it is longer than the buffer or shorter than its format requires; so is a JPEG
+/// picture without the right start.  Data after the end begins a new frame even if the identifier does not
+/// toggle: some cameras never toggle it, and from the others only scraps come there.
 ///
 /// Allocates nothing.  Thread-bound to whoever writes the mailbox.
 class FrameAssembler {
@@ -27,12 +27,12 @@ public:
         : mailbox_(mailbox),
           wholeFrame_(wholeFrame) {}
 
-    /// The payload's first bytes, the header whole.
+    /// The payload's first bytes, which contain the whole header.
     void beginPayload(std::span<const std::uint8_t> bytes, Time now);
     void continuePayload(std::span<const std::uint8_t> bytes, Time now);
     void endPayload();
 
-    /// Bytes were lost on the bus, in the frame under way if there is one.
+    /// Bytes were lost on the bus; damages the frame under way, if any.
     void lose() { damaged_ = damaged_ || open_; }
 
 private:
@@ -44,12 +44,13 @@ private:
     bool open_ = false; // a frame is under way
     bool frameIdentifier_ = false;
     bool damaged_ = false;
-    bool skipping_ = true; // the payload under way is of no use
+    bool skipping_ = true; // the payload under way is ignored
     bool endOfFrame_ = false;
 };
 
-/// Finds the payloads in transfers: on an isochronous endpoint a packet is one; on a bulk endpoint it goes on
-/// from transfer to transfer until one comes short or it has the size agreed on.
+/// Finds the payloads in transfers.  On an isochronous endpoint each packet is a payload; on a bulk
+/// endpoint a payload continues from transfer to transfer until one is short or the negotiated size is
+/// reached.
 class PayloadJoiner {
 public:
     /// @param maxPayload bytes of a whole bulk payload; 0: only a short transfer ends it

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The place where whole frames pass from the bus to whoever converts them.
+// Passes whole frames from the bus to the thread that converts them.
 #pragma once
 
 #include <array>
@@ -14,31 +14,32 @@
 
 namespace tavelo {
 
-/// Three buffers: one is written, one waits, one is read.  A frame that finds one waiting replaces it, so a
-/// slow reader gets fewer frames, never older ones, and holds up no transfer.
+/// Three buffers: one is written, one waits, one is read.  A new frame replaces one that still waits, so a
+/// slow reader gets fewer frames, never older ones, and delays no transfer.
 ///
-/// One thread writes at a time and one reads; stop() may come from any.
+/// One thread writes at a time and one reads; stop() may be called on any.
 class FrameMailbox {
 public:
     using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC
 
     struct Frame {
-        std::vector<std::uint8_t> bytes; ///< as long as any frame may be
+        std::vector<std::uint8_t> bytes; ///< as long as the longest frame
         std::size_t size = 0;
         Clock::time_point time; ///< of the frame's first payload
     };
 
-    /// Empties it for a stream whose frames have at most `capacity` bytes.  No one writes or reads meanwhile.
+    /// Empties it for a stream whose frames have at most `capacity` bytes.  Nobody may write or read
+    /// meanwhile.
     void open(std::size_t capacity);
 
     // The writer's side.
 
     Frame& writing() { return frames_[writing_]; }
-    /// The frame written is whole; another one is to be written then, its size 0.
+    /// The written frame is whole.  writing() is then another one, of size 0.
     void publish();
-    /// The frame written was dropped, and its buffer is written anew.
+    /// The written frame is dropped and its buffer reused.
     void countDamaged();
-    /// No frame will come any more, for that reason.
+    /// No more frames will come, for this reason.
     void end(UsbPortStatus reason);
 
     // The reader's side.
@@ -46,18 +47,18 @@ public:
     enum class Event : std::uint8_t { frame, ended, silence, stopped };
     /// Waits for a frame, the end of the stream, the stop, or the deadline.
     Event wait(Clock::time_point deadline);
-    /// The frame that wait() told of; until the next wait().
+    /// The frame that wait() announced; valid until the next wait().
     const Frame& reading() const { return frames_[reading_]; }
     UsbPortStatus endReason() const;
     /// Frames dropped since open() or the last whole one.
     std::size_t damaged() const;
 
-    // The stop, which stays until it is taken back.
+    // Stopping, which lasts until clearStop().
 
     void stop();
     void clearStop();
     bool isStopped() const;
-    /// @return whether it was stopped before the time was over
+    /// @return whether it was stopped in time
     bool waitForStop(std::chrono::milliseconds time) const;
 
 private:

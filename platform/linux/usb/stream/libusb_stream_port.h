@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The port over libusb.
+// The port on libusb.
 #pragma once
 
 #include <memory>

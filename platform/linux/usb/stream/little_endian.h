@@ -8,7 +8,7 @@
 
 namespace tavelo {
 
-/// @param size bytes of the number, at most 4; what lies beyond the span counts as 0
+/// @param size bytes of the number, at most 4; those beyond the span count as 0
 constexpr std::uint32_t littleEndianAt(std::span<const std::uint8_t> bytes, std::size_t at,
                                        std::size_t size) {
     std::uint32_t value = 0;

@@ -16,12 +16,12 @@ struct UvcPayloadHeader {
     bool error = false;
     bool still = false;
     std::optional<std::uint32_t> presentationTime; ///< in ticks of the camera's clock
-    std::optional<std::uint32_t> sourceClock;      ///< likewise, when the header was made
+    std::optional<std::uint32_t> sourceClock;      ///< when the header was made, in the same ticks
     std::optional<std::uint16_t> busFrame;         ///< the bus's frame number at that moment, 11 bits
 };
 
-/// Nothing where the bytes do not begin with a header.  A header too short for the times that it announces
-/// has none.  Reentrant.
+/// Nothing if the bytes do not begin with a header.  If a header is too short for the times that it
+/// announces, they are absent.  Reentrant.
 std::optional<UvcPayloadHeader> parsePayloadHeader(std::span<const std::uint8_t> payload);
 
 } // namespace tavelo

@@ -57,13 +57,13 @@ void PortStreamInput::stop() {
     thread_.join();
 }
 
-// A camera that fell silent stays ours, since giving it back to the kernel's driver takes it seconds; after
-// other trouble it is opened anew.
+// A silent camera stays claimed, since giving it back to the kernel's driver takes seconds; after other
+// failures it is opened again.
 void PortStreamInput::run(FrameSink& sink) {
     UsbStreamConnection connection;
     for (;;) {
         const UsbStreamOver over = streamOnce(connection, sink);
-        if (over.end == StreamEnd::gone) return; // the bus itself says so
+        if (over.end == StreamEnd::gone) return; // the bus itself reports it
         if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) connection = {};
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The input of a session over any USB port, libusb's or a test's.
+// A session's input on any USB port, libusb's or a test's.
 #pragma once
 
 #include <chrono>
@@ -34,7 +34,7 @@ struct PortStreamSetup {
     Diagnostics& diagnostics;                           ///< must outlive the input
     CaptureFormatRequest request;
     StreamPatience patience;
-    /// Who holds a busy device, as busyText() says it.  Any thread; empty: nobody knows.
+    /// Who holds a busy device, as busyText() says it.  Any thread; may be empty.
     std::function<std::string()> whoHolds = {};
     std::shared_ptr<ThreadPriority> priority = {}; ///< of both threads; may be null
 };
@@ -42,8 +42,8 @@ struct PortStreamSetup {
 ///     connect -> negotiate -> stream --(silent, busy, failed: wait)--> connect ...
 ///                                    --(unplugged)--> rest until stop
 ///
-/// Two threads: one handles the bus's events and assembles frames, the other does everything else, so that a
-/// picture that takes long to decode loses no bytes of those after it.
+/// Two threads: one handles the bus's events and assembles frames, the other does everything else, so that
+/// a picture that is slow to decode causes no loss of data.
 class PortStreamInput final : public CaptureDeviceInput {
 public:
     PortStreamInput(std::shared_ptr<CaptureDevice> device, PortStreamSetup setup);
@@ -70,7 +70,7 @@ private:
     StreamTrouble trouble_;
     std::thread thread_;
 
-    // Of the streaming thread.
+    // Used by the streaming thread.
     StreamRetryPolicy policy_;
     FrameConverter converter_;
     std::chrono::nanoseconds lastTime_{0};

@@ -24,14 +24,14 @@ constexpr std::uint8_t videoClass = 0x0E;
 constexpr std::uint8_t controlSubClass = 0x01;
 constexpr std::uint8_t streamingSubClass = 0x02;
 
-// Subtypes of a streaming interface's class-specific descriptors; others are passed over.
+// Subtypes of a streaming interface's class-specific descriptors; others are ignored.
 constexpr std::uint8_t inputHeader = 0x01;
 constexpr std::uint8_t uncompressedFormat = 0x04;
 constexpr std::uint8_t uncompressedFrame = 0x05;
 constexpr std::uint8_t mjpegFormat = 0x06;
 constexpr std::uint8_t mjpegFrame = 0x07;
 constexpr std::uint8_t colourMatching = 0x0D;
-// And of formats whose frames have no use for us.
+// Formats that we cannot use.
 constexpr std::array<std::uint8_t, 7> otherFormats{0x0A, 0x0C, 0x10, 0x12, 0x13, 0x15, 0x16};
 
 constexpr std::uint8_t directionIn = 0x80;
@@ -43,10 +43,10 @@ std::uint32_t doubleWord(Bytes bytes, std::size_t at) {
     return littleEndianAt(bytes, at, 4);
 }
 
-// A four-character code and the tail that most of the class's format identifiers share.
+// Most of the class's format identifiers are a four-character code and this tail.
 constexpr std::array<std::uint8_t, 12> commonTail{0x00, 0x00, 0x10, 0x00, 0x80, 0x00,
                                                   0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
-// The infrared cameras of one large system have a tail of their own.
+// Infrared cameras made for one desktop system have a different tail.
 constexpr std::array<std::uint8_t, 12> infraredTail{0x02, 0x00, 0x10, 0x00, 0x80, 0x00,
                                                     0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
 constexpr Fourcc numberedGrey = 50; // 8 bits of luminance, in both
@@ -74,7 +74,8 @@ Fourcc formatOf(Bytes guid) {
     }
 }
 
-// bMatrixCoefficients: 1 is BT.709, 5 SMPTE 240M, which differs from it by less than most cameras' noise.
+// bMatrixCoefficients: 1 is BT.709; 5 is SMPTE 240M, which differs from it by less than most cameras'
+// noise.
 YuvMatrix matrixOf(std::uint8_t coefficients) {
     return coefficients == 1 || coefficients == 5 ? YuvMatrix::bt709 : YuvMatrix::bt601;
 }
@@ -108,7 +109,7 @@ public:
     }
 
     UvcStreamingInterface result() {
-        // Still pictures may have an endpoint of their own beside the one that the header names.
+        // Still pictures may have their own endpoint besides the one that the header names.
         const auto isNamed = [this](const UvcStreamSetting& s) { return s.endpoint == namedEndpoint_; };
         if (std::ranges::any_of(found_.settings, isNamed))
             std::erase_if(found_.settings, [&](const auto& setting) { return !isNamed(setting); });
@@ -179,7 +180,7 @@ private:
         if (isShowable(offer.size)) found_.offers.push_back(std::move(offer));
     }
 
-    // @param count how many follow; 0: the shortest, the longest and the step between
+    // @param count how many follow; 0: the shortest, the longest and the step
     static std::vector<FrameIntervalRange> intervalsOf(Bytes bytes, std::size_t count) {
         std::vector<FrameIntervalRange> intervals;
         const auto at = [&](std::size_t index) {
@@ -213,9 +214,9 @@ private:
         if (isochronous) lastIsochronous_ = &found_.settings.back();
     }
 
-    // From USB 3 on, a companion behind the endpoint tells what an interval carries.
+    // From USB 3 on, a companion descriptor after the endpoint says what an interval carries.
     void widenEndpoint(std::uint32_t bytesPerInterval) {
-        constexpr std::uint32_t most = 16U * 6 * 1024; // sixteen bursts, as fast as any generation has them
+        constexpr std::uint32_t most = 16U * 6 * 1024; // sixteen bursts, the maximum in any generation
         if (lastIsochronous_ != nullptr)
             lastIsochronous_->packetSize = std::clamp(bytesPerInterval, lastIsochronous_->packetSize, most);
     }
@@ -229,7 +230,7 @@ private:
     std::uint8_t namedEndpoint_ = 0;
     UvcStreamSetting* lastIsochronous_ = nullptr; // until the next endpoint or interface
 
-    Fourcc format_ = 0; // 0: its frames are passed over
+    Fourcc format_ = 0; // 0: its frames are ignored
     std::uint8_t formatIndex_ = 0;
     std::uint8_t frameSubtype_ = 0;
     std::size_t firstOfFormat_ = 0;
@@ -240,7 +241,8 @@ private:
 UvcStreamingInterface streamingInterfaceOf(Bytes configurationDescriptor, std::uint8_t interfaceNumber) {
     Walk walk(interfaceNumber);
     Bytes rest = configurationDescriptor;
-    // A length that is none, or more than is left, ends it: nothing says where the next one would begin.
+    // An invalid length, or one beyond the end, stops the walk: the start of the next descriptor is
+    // unknown.
     while (rest.size() >= 2 && rest[0] >= 2 && rest[0] <= rest.size()) {
         walk.read(rest.first(rest[0]));
         rest = rest.subspan(rest[0]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the descriptors of a video-streaming interface offer: formats, sizes, rates, endpoints.
+// The formats, sizes, rates and endpoints that a video-streaming interface offers.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// One size in one format, as a frame descriptor tells it.
+/// One size in one format, from a frame descriptor.
 struct UvcFrameOffer {
     std::uint8_t formatIndex = 0;
     std::uint8_t frameIndex = 0;
@@ -23,17 +23,18 @@ struct UvcFrameOffer {
     YuvMatrix matrix = YuvMatrix::bt601;
 };
 
-/// Units of the class's frame intervals in a second.
+/// Units of a frame interval per second.
 inline constexpr std::uint32_t intervalUnits = 10'000'000;
 
 enum class UvcEndpointKind : std::uint8_t { isochronous, bulk };
 
-/// An alternate setting that pictures can come through.
+/// An alternate setting that can carry video.
 struct UvcStreamSetting {
     std::uint8_t alternate = 0;
     std::uint8_t endpoint = 0; ///< its address, direction bit included
     UvcEndpointKind kind = UvcEndpointKind::isochronous;
-    /// Bytes.  Isochronous: all that one service interval carries, over its transactions; bulk: one packet.
+    /// Bytes.  Isochronous: everything in one service interval, over all its transactions; bulk: one
+    /// packet.
     std::uint32_t packetSize = 0;
 };
 
@@ -43,14 +44,14 @@ struct UvcStreamingInterface {
     std::vector<UvcStreamSetting> settings;
 };
 
-/// What can be read of one streaming interface.  The bytes come from the device and are hostile: none outside
-/// the span is read, and what makes no sense is left out.  So are formats that we cannot convert and sizes
-/// beyond frame_bounds.h.  Reentrant.
+/// Parses the descriptors of one streaming interface.  The bytes come from the device and are hostile:
+/// nothing outside the span is read, and what makes no sense is left out.  So are formats that we cannot
+/// convert and sizes beyond frame_bounds.h.  Reentrant.
 UvcStreamingInterface streamingInterfaceOf(std::span<const std::uint8_t> configurationDescriptor,
                                            std::uint8_t interfaceNumber);
 
-/// The setting to stream payloads of that size through: the smallest isochronous one that carries them (the
-/// smallest of all where the camera names no size), else a bulk endpoint.  Null where none suffices.
+/// The setting for payloads of that size: the smallest isochronous one that carries them (the smallest of
+/// all if the camera names no size), else a bulk endpoint.  Null if there is none.
 const UvcStreamSetting* settingFor(const UvcStreamingInterface& interface, std::uint32_t payloadSize);
 
 } // namespace tavelo

@@ -10,7 +10,7 @@ namespace tavelo {
 namespace {
 
 constexpr std::size_t fewestTransfers = 2;
-// Another thread that handles events may take the last end away from ours, which then looks up after this.
+// Another thread that handles events may take the last completion from ours; ours notices after this time.
 constexpr std::chrono::milliseconds longestWait{100};
 constexpr std::chrono::milliseconds pauseAfterFault{10};
 
@@ -57,7 +57,7 @@ void TransferRing::stop() {
     thread_.join();
 }
 
-// The ring may be destroyed as soon as the lock is let go with nothing under way.
+// The ring may be destroyed as soon as the lock is released with nothing under way.
 void TransferRing::transferEnded(UsbTransfer& transfer, UsbPortStatus status,
                                  std::span<const UsbPacket> packets) noexcept {
     UsbPortStatus verdict = judge(status);
@@ -71,7 +71,7 @@ void TransferRing::transferEnded(UsbTransfer& transfer, UsbPortStatus status,
     --underWay_;
 }
 
-// What a transfer's end means for the ring.
+// What the result of a transfer means for the ring.
 UsbPortStatus TransferRing::judge(UsbPortStatus status) {
     if (status == UsbPortStatus::gone || status == UsbPortStatus::stalled) return status;
     faultsInARow_ = status == UsbPortStatus::ok ? 0 : faultsInARow_ + 1;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Keeps transfers of one endpoint under way, one behind the other.
+// Keeps several transfers of one endpoint under way.
 #pragma once
 
 #include <cstddef>
@@ -15,17 +15,17 @@
 
 namespace tavelo {
 
-/// Each transfer is submitted again as soon as its packets were taken.  A thread of its own handles events as
-/// long as transfers are under way.
+/// Each transfer is submitted again as soon as its packets are consumed.  A thread of its own handles
+/// events as long as transfers are under way.
 ///
-/// Goes on after damage, and ends by itself where the device is gone, the endpoint has halted, or nothing but
-/// damage comes.  Started once; thread-bound except the two calls back, which come on whatever thread
-/// handles events, never two at once, and never after stop() has returned.
+/// Continues after damage, and ends by itself if the device is gone, the endpoint has halted, or only
+/// damaged data comes.  Started once; thread-bound except for the two callbacks, which run on whatever
+/// thread handles events, never two at once, and never after stop() has returned.
 class TransferRing final : private UsbTransferListener {
 public:
     /// Takes the packets of a transfer, valid during the call.
     using Consumer = std::function<void(std::span<const UsbPacket>)>;
-    /// Told once, with the reason, where it ends by itself.
+    /// Called once, with the reason, if it ends by itself.
     using EndObserver = std::function<void(UsbPortStatus)>;
 
     /// The port must outlive the ring.
@@ -36,11 +36,10 @@ public:
     TransferRing(const TransferRing&) = delete;
     TransferRing& operator=(const TransferRing&) = delete;
 
-    /// With fewer transfers than wanted where memory does not allow for more.  After a failure nothing is
-    /// under way.
+    /// Uses fewer transfers than wanted if memory is short.  After a failure nothing is under way.
     UsbPortStatus start(const UsbTransferShape& shape, std::size_t count);
 
-    /// Cancels all and waits for the end of each.
+    /// Cancels all transfers and waits for each to end.
     void stop();
 
     static constexpr int mostFaultsInARow = 100;
@@ -56,7 +55,7 @@ private:
     const Consumer consume_;
     const EndObserver ended_;
     const std::shared_ptr<ThreadPriority> priority_;
-    int faultsInARow_ = 0; // of the threads that call back
+    int faultsInARow_ = 0; // used by the threads that call back
 
     mutable std::mutex mutex_; // guards what follows
     std::vector<std::unique_ptr<UsbTransfer>> transfers_;

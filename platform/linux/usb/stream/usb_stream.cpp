@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::uint32_t kilobyte = 1024;
 
-// Isochronous transfers come back every 4 ms on a high-speed bus; the ring lasts 64 ms, which is what the
-// threads that handle events may be late by before the bus loses bytes.
+// Isochronous transfers complete every 4 ms on a high-speed bus; the ring lasts 64 ms, which is how late
+// the threads that handle events may be before data is lost.
 constexpr std::uint32_t isochronousPackets = 32;
 constexpr std::uint32_t fewestIsochronousPackets = 8;
 constexpr std::uint32_t mostIsochronousBytes = 256 * kilobyte;
@@ -22,7 +22,7 @@ constexpr std::size_t bulkRing = std::size_t{512} * kilobyte;
 constexpr std::size_t fewestBulkTransfers = 4;
 constexpr std::size_t mostBulkTransfers = 32;
 
-// What the camera says of it is bounded by what makes sense.
+// What the camera reports is limited to what makes sense.
 std::size_t bufferSize(const UvcFrameOffer& offer, std::uint32_t told) {
     const std::size_t whole = wholeFrameBytes(offer.format, offer.size);
     const std::size_t pixels = std::size_t{offer.size.width} * offer.size.height;
@@ -69,7 +69,7 @@ UsbStream::~UsbStream() {
 
 std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& interface,
                                               const CaptureFormatRequest& request) {
-    // A program that crashed may have left it on.  Some cameras without any other setting refuse this one.
+    // A program that crashed may have left it on.  Some cameras that have no other setting refuse this one.
     if (port_.setAlternate(0) == UsbPortStatus::gone) return UsbStreamOver{StreamEnd::gone, {}};
     FormatSearch search(interface.offers, request);
     for (auto proposal = search.best(); proposal; proposal = search.best()) {
@@ -123,8 +123,8 @@ UsbStream::Outcome UsbStream::attempt(const UvcStreamingInterface& interface, Fo
     return status_ == UsbPortStatus::ok ? switchOn(*setting, *offer, probe) : Outcome::failed;
 }
 
-// Some cameras bend what they are asked for to another format of theirs, and some answer with numbers that
-// they do not have; those mean what was asked.
+// Some cameras answer with another of their formats than the one asked for, some with numbers that they do
+// not have; those mean the format asked for.
 UsbPortStatus UsbStream::agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
                                UvcProbe& probe, const UvcFrameOffer*& offer) {
     probe.setFrame(proposal.offer->formatIndex, proposal.offer->frameIndex);
@@ -143,8 +143,8 @@ UsbPortStatus UsbStream::agree(const UvcStreamingInterface& interface, const For
     return status;
 }
 
-// The bus is asked for its bandwidth by the setting, or with the first transfer; the system's answer does not
-// tell a lack of it from other trouble.
+// The bus allocates its bandwidth when the setting is chosen, or with the first transfer; the system's
+// error does not tell a lack of it from other trouble.
 UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const UvcFrameOffer& offer,
                                        const UvcProbe& probe) {
     format_ = {offer.format, offer.size, 0, offer.matrix, offer.format == fourcc::grey};
@@ -167,7 +167,7 @@ UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const Uv
     return Outcome::tooHeavy;
 }
 
-// A bulk endpoint has no setting that ends its stream; clearing its halt does.
+// A bulk endpoint has no setting that stops its stream; clearing its halt does.
 void UsbStream::switchOff() {
     if (!setting_) return;
     ring_.reset();

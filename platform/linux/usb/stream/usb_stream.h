@@ -22,7 +22,7 @@
 
 namespace tavelo {
 
-/// Why a run of a stream is over, with a sentence for people where there is something to say.
+/// Why a run of a stream ended, with a sentence for people if there is something to say.
 struct UsbStreamOver {
     StreamEnd end = StreamEnd::stopped;
     std::string reason;
@@ -30,8 +30,8 @@ struct UsbStreamOver {
 
 StreamEnd streamEndOf(UsbPortStatus status);
 
-/// Negotiates, switches the camera on, and fills a mailbox until it is destroyed, which switches the camera
-/// off.  Thread-bound; the mailbox's writer is whoever handles the port's events.
+/// Negotiates, switches the camera on and fills a mailbox.  The destructor switches the camera off.
+/// Thread-bound; whoever handles the port's events writes the mailbox.
 class UsbStream {
 public:
     /// Port and mailbox must outlive the stream.
@@ -44,13 +44,13 @@ public:
     UsbStream(const UsbStream&) = delete;
     UsbStream& operator=(const UsbStream&) = delete;
 
-    /// Called once.  Goes through the camera's formats, the best first, until one streams; looks between two
-    /// of them whether the mailbox was stopped.
-    /// @return nothing where pictures flow
+    /// Called once.  Tries the camera's formats, the best first, until one streams; checks before each
+    /// whether the mailbox was stopped.
+    /// @return nothing if video flows
     std::optional<UsbStreamOver> start(const UvcStreamingInterface& interface,
                                        const CaptureFormatRequest& request);
 
-    /// Of what streams; constant after start().
+    /// The format that streams; constant after start().
     const FrameFormat& format() const { return format_; }
 
 private:
@@ -68,8 +68,8 @@ private:
     FrameMailbox& mailbox_;
     const std::shared_ptr<ThreadPriority> priority_;
     FrameFormat format_;
-    UsbPortStatus status_ = UsbPortStatus::ok; // of what failed last
-    bool noRoom_ = false;                      // the bus refused one at least
+    UsbPortStatus status_ = UsbPortStatus::ok; // of the last failure
+    bool noRoom_ = false;                      // the bus refused at least one format
     std::optional<UvcStreamSetting> setting_;  // while the camera is switched on
 
     std::unique_ptr<FrameAssembler> assembler_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A USB camera as the input of a session, without the kernel's video driver.
+// A USB camera as a session's input, without the kernel's video driver.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ struct libusb_device_handle;
 
 namespace tavelo {
 
-/// A camera opened for streaming.  Handle and context are valid as long as the claim is held; no driver of
-/// the kernel's holds the streaming interface meanwhile.
+/// A camera opened for streaming.  Handle and context are valid as long as the claim is held; meanwhile no
+/// kernel driver holds the streaming interface.
 struct UsbStreamAccess {
     std::shared_ptr<void> claim;
     libusb_context* context = nullptr;
@@ -28,9 +28,9 @@ struct UsbStreamAccess {
 };
 
 struct UsbStreamSetup {
-    /// Called on the stream's thread each time that streaming starts, also after trouble; what it gives is
-    /// dropped on that thread when the stream stops.  A null handle comes with the reason; a device that is
-    /// gone ends the input's efforts until its next start.
+    /// Called on the stream's thread each time streaming starts, also after a failure; the result is
+    /// dropped on that thread when the stream stops.  A null handle comes with the reason; if the device is
+    /// gone, the input does nothing until its next start.
     std::function<UsbStreamAccess(Error&)> acquire;
     Diagnostics& diagnostics; ///< must outlive the input
     CaptureFormatRequest request;
@@ -38,9 +38,9 @@ struct UsbStreamSetup {
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the stream's threads; may be null
 };
 
-/// An input that streams on threads of its own, from start to stop, whatever the camera does meanwhile; it
-/// behaves as the V4L2 input does.  stop() returns when the camera is off and the claim dropped; one that
-/// waits for a dead camera takes up to five seconds a request.
+/// An input that streams on threads of its own from start to stop and recovers from failures as the V4L2
+/// input does.  stop() returns when the camera is off and the claim dropped; if the camera is dead, that
+/// takes up to five seconds a request.
 std::unique_ptr<CaptureDeviceInput> makeUsbStreamInput(std::shared_ptr<CaptureDevice> device,
                                                        UsbStreamSetup setup);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What streaming needs of a USB device: requests, alternate settings, transfers.
+// What streaming needs from a USB device: requests, alternate settings, transfers.
 #pragma once
 
 #include <chrono>
@@ -27,13 +27,13 @@ struct UsbStreamRequest {
     std::span<std::uint8_t> data; ///< written, or filled
 };
 
-/// One packet of a transfer that is over; of a bulk transfer, all of it.
+/// One packet of a finished transfer; for a bulk transfer, all of it.
 struct UsbPacket {
     std::span<const std::uint8_t> bytes;
     bool damaged = false; ///< bytes are missing or wrong
 };
 
-/// Fixed for a transfer's life.
+/// Fixed for the lifetime of a transfer.
 struct UsbTransferShape {
     std::uint8_t endpoint = 0;
     bool isochronous = false;
@@ -43,15 +43,15 @@ struct UsbTransferShape {
     std::size_t length() const { return std::size_t{packetSize} * packets; }
 };
 
-/// A transfer with its buffer.  Not destroyed while it is under way.
+/// A transfer with its buffer.  Must not be destroyed while it is under way.
 class UsbTransfer {
 public:
     virtual ~UsbTransfer() = default;
 
-    /// Hands it to the system; from then on it ends exactly once.  May be called from within its end.
+    /// Submits the transfer; from then on it ends exactly once.  May be called while its end is reported.
     virtual UsbPortStatus submit() = 0;
 
-    /// Makes it end soon, if it is under way; its end is still told.
+    /// Ends the transfer soon if it is under way; its end is still reported.
     virtual void cancel() = 0;
 };
 
@@ -59,28 +59,28 @@ class UsbTransferListener {
 public:
     virtual ~UsbTransferListener() = default;
 
-    /// A transfer is over, its packets valid during the call.  Comes on a thread that handles events, ours or
-    /// another one that uses the same context; never two at once.
+    /// A transfer has ended; its packets are valid during the call.  Called on a thread that handles
+    /// events, ours or another one that uses the same context; never two at once.
     virtual void transferEnded(UsbTransfer& transfer, UsbPortStatus status,
                                std::span<const UsbPacket> packets) noexcept = 0;
 };
 
-/// One opened device, for one streaming interface of it.  Requests and settings are thread-bound to the
-/// stream's thread; transfers may be submitted, cancelled and waited for on any.
+/// An opened device, for one of its streaming interfaces.  Requests and settings are thread-bound to the
+/// stream's thread; transfers may be submitted, cancelled and waited for on any thread.
 class UsbStreamPort {
 public:
     virtual ~UsbStreamPort() = default;
 
-    /// @param done bytes of a read
+    /// @param done number of bytes read
     virtual UsbPortStatus request(const UsbStreamRequest& request, std::size_t& done) = 0;
     virtual UsbPortStatus setAlternate(std::uint8_t alternate) = 0;
     virtual UsbPortStatus clearHalt(std::uint8_t endpoint) = 0;
 
-    /// Null where there is no memory.  The listener must outlive the transfer, the transfer not the port.
+    /// Null if memory is short.  The listener must outlive the transfer, and the port too.
     virtual std::unique_ptr<UsbTransfer> makeTransfer(const UsbTransferShape& shape,
                                                       UsbTransferListener& listener) = 0;
 
-    /// Tells ends of transfers to their listeners; returns after the first ones, or when the time is over.
+    /// Reports ended transfers to their listeners; returns after the first ones, or when the time is over.
     virtual UsbPortStatus handleEvents(std::chrono::milliseconds atMost) = 0;
 };
 

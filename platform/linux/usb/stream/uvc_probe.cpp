@@ -31,7 +31,7 @@ std::uint32_t UvcProbe::maxFrameSize() const {
     return littleEndianAt(bytes_, maxFrameSizeAt, 4);
 }
 
-// Some firmware keeps 16 bits and extends them by their sign.
+// Some firmware keeps 16 bits and sign-extends them.
 std::uint32_t UvcProbe::maxPayload() const {
     const std::uint32_t told = littleEndianAt(bytes_, maxPayloadAt, 4);
     return told >= 0xFFFF'0000U ? told & 0xFFFFU : told;
@@ -60,7 +60,7 @@ UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe) {
 }
 
 UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe) {
-    UvcProbe copy = probe; // a request's bytes are either written or filled
+    UvcProbe copy = probe; // a request's bytes may be overwritten
     std::size_t done = 0;
     return port.request({setCur, commitControl, copy.bytes()}, done);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Probe and commit, the host's side: how a camera is told what to stream.
+// Probe and commit, the host's side: agreeing with the camera on what to stream.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// The bytes of the probe and commit controls; what we do not know of stays as the camera wrote it.
+/// The bytes of the probe and commit controls; fields that we do not know stay as the camera wrote them.
 class UvcProbe {
 public:
     static constexpr std::size_t smallest = 26;
@@ -20,7 +20,7 @@ public:
         return version >= 0x0150 ? largest : version >= 0x0110 ? 34 : smallest;
     }
 
-    /// All zeros but the hint to keep the frame interval.
+    /// All zeros except the hint to keep the frame interval.
     explicit UvcProbe(std::uint16_t version);
 
     std::uint8_t formatIndex() const { return bytes_[2]; }
@@ -34,7 +34,7 @@ public:
 
     std::span<std::uint8_t> bytes() { return std::span(bytes_).first(size_); }
     std::span<const std::uint8_t> bytes() const { return std::span(bytes_).first(size_); }
-    /// After the camera answered with so many.
+    /// Call this if the camera's answer is shorter.
     void shrink(std::size_t size) { size_ = size; }
 
 private:
@@ -42,8 +42,8 @@ private:
     std::size_t size_;
 };
 
-/// Asks for what `probe` holds, which is replaced by what the camera makes of it.  An answer that is too
-/// short is `stalled` too.
+/// Asks for what `probe` holds and replaces it with the camera's answer.  An answer that is too short is
+/// `stalled` too.
 UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe);
 
 UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe);

@@ -31,7 +31,7 @@ bool connect(int device, std::uint8_t interface) {
     usbdevfs_ioctl order{};
     order.ifno = interface;
     order.ioctl_code = USBDEVFS_CONNECT;
-    return ::ioctl(device, USBDEVFS_IOCTL, &order) > 0; // how many drivers took it
+    return ::ioctl(device, USBDEVFS_IOCTL, &order) > 0; // the number of drivers that took it
 }
 
 } // namespace
@@ -41,7 +41,7 @@ bool giveToDriver(int device, std::uint8_t interface) {
         switch (holderOf(device, interface)) {
             case Holder::driver:
                 return true;
-            case Holder::unknown: // the device is gone, or was none
+            case Holder::unknown: // the device is gone or invalid
                 return false;
             case Holder::nobody:
                 if (connect(device, interface)) return true;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// tavelo-driver-watch: waits for the end of the process that took a camera, and where that one could not give
-// the camera back, asks the kernel's driver to take it.
+// tavelo-driver-watch: waits for the end of the process that took a camera and, if that process could not
+// give the camera back, asks the kernel's driver to take it.
 //
 // Usage: tavelo-driver-watch /dev/bus/usb/BUS/DEVICE INTERFACE
-// Standard input: a byte says that the camera was given back; an end without one that it was not.
+// Standard input: a byte means that the camera was given back; an end without one, that it was not.
 
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -30,8 +30,8 @@ bool toldThatAllIsWell() {
 
 int watch(const char* node, std::uint8_t interface) {
     ::syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, 0);
-    [[maybe_unused]] const int moved = ::chdir("/"); // no folder is kept from being unmounted
-    // Now, while the device is the one that was taken, and while we have the rights.
+    [[maybe_unused]] const int moved = ::chdir("/"); // keeps no file system from being unmounted
+    // Now, while this is still the same device and we have the rights.
     const int device = ::open(node, O_RDWR | O_CLOEXEC);
     if (toldThatAllIsWell()) return 0;
     return device >= 0 && giveToDriver(device, interface) ? 0 : 1;
