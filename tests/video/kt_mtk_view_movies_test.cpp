@@ -102,7 +102,7 @@ TEST_F(KTMTKViewMoviesTest, FrameThatCouldNotBeDrawnIsNotWritten) {
 TEST_F(KTMTKViewMoviesTest, FrameThatFindsOneWaitingWhileAMovieIsRecordedWaitsForItsTurn) {
     draw(64, 48, 1ms);
     start();
-    std::promise<void> busy; // a screen that holds the preview up
+    std::promise<void> busy; // a screen that blocks the preview
     view_.renderQueue().async([wait = busy.get_future().share()] { wait.wait(); });
     std::promise<void> offered;
     std::thread camera([&] {
