@@ -49,7 +49,7 @@ protected:
     std::filesystem::path path_;
 };
 
-TEST_F(RequestLogFileTest, LogsClassRequestsBeforeTheAnswerButNoStandardRequests) {
+TEST_F(RequestLogFileTest, LogsAnsweredClassRequestsButNoStandardRequests) {
     Error error;
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;

@@ -52,7 +52,7 @@ struct Sizes {
     std::size_t size;
 };
 
-// The class's own lengths.
+// The lengths defined by the USB Video Class.
 constexpr std::array sizes{
     Sizes{terminal, 2, 1}, Sizes{terminal, 3, 1}, Sizes{terminal, 4, 4},  Sizes{terminal, 6, 2},
     Sizes{terminal, 8, 1}, Sizes{terminal, 9, 2}, Sizes{terminal, 11, 2}, Sizes{terminal, 13, 8},
@@ -285,7 +285,7 @@ TEST_F(KernelControls, OneControlWithoutARangeLosesNoOther) {
     EXPECT_THAT(read(unit, 3, UvcRequest::getMin).bytes, IsEmpty());
     EXPECT_THAT(bytes(unit, 3, UvcRequest::getCur), ElementsAre(32, 0));
     EXPECT_THAT(bytes(unit, 2, UvcRequest::getMin), ElementsAre(0xC0, 0xFF));
-    // What the driver says to the write is what counts.
+    // The driver's result of the write decides.
     EXPECT_TRUE(write(unit, 3, {50, 0}).written);
 }
 

@@ -25,7 +25,7 @@ using testing::IsEmpty;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// Answers each path with the errors queued for it, then with a device.
+// Returns the errors queued for a path, then a device.
 class FakeOpener final : public V4l2ControlDeviceOpener {
 public:
     std::shared_ptr<V4l2ControlDevice> open(const std::string& path, int& error) override {
@@ -38,7 +38,7 @@ public:
     }
 
     std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
-    /// The last one of a queue stays.
+    /// The last error of a queue is repeated.
     std::map<std::string, std::deque<int>> errors;
     std::vector<std::string> opened;
     std::function<void()> atOpening;
