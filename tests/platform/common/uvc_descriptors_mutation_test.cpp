@@ -65,7 +65,8 @@ TEST(UvcDescriptorMutations, EveryByteReplacedByEveryLoadedValue) {
 
 TEST(UvcDescriptorMutations, ChangedInSeveralPlacesCutAndGrown) {
     const std::vector<Bytes> all = seeds();
-    std::mt19937 random(20240229); // NOLINT(bugprone-random-generator-seed): the same mutants in every run
+    std::mt19937 random(
+        20240229); // NOLINT(bugprone-random-generator-seed): fixed seed: the same mutants in every run
     const auto below = [&](std::size_t limit) { return std::size_t(random()) % limit; };
     for (int round = 0; round < 20000; ++round) {
         Bytes bytes = all[below(all.size())];

@@ -97,7 +97,7 @@ TEST_F(KernelInterface, ARefusedWriteLeavesTheDataAlone) {
 
 TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
     auto value = read(interface, 3, 13, getCur, 8).bytes;
-    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // somebody else
+    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // set by another program
     std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
     const auto panned = write(interface, 3, 13, value);
     EXPECT_EQ(panned.status, UsbStatus::success);

@@ -259,7 +259,7 @@ public:
         changed_.notify_all();
     }
 
-    /// False where they did not come in time.
+    /// False on timeout.
     bool waitFor(int calls) {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return calls_ >= calls; });

@@ -164,7 +164,7 @@ TEST_F(MovieWriterTest, FrameThatIsNotLaterEndsTheMovieAndWhatWasRecordedPlays) 
     appendPictures(20, 160, 90);
     EXPECT_FALSE(append(makeMovingPicture(160, 90), 19 * frameInterval));
     EXPECT_EQ(writer_->status(), AssetWriterStatus::failed);
-    EXPECT_TRUE(video_->isReadyForMoreMediaData()); // so that the next one learns of it
+    EXPECT_TRUE(video_->isReadyForMoreMediaData()); // so that the next call reports it
     EXPECT_FALSE(append(makeMovingPicture(160, 90), 25 * frameInterval));
     EXPECT_EQ(finish(), AssetWriterStatus::failed);
     EXPECT_EQ(writer_->error().text, "a frame is not later than the one before it");

@@ -25,7 +25,7 @@ bool isThere(pid_t process) {
     return ::kill(process, 0) == 0;
 }
 
-// Of the process's status in /proc, as a number.
+// SigBlk of the process from /proc/PID/status.
 std::uint64_t blockedSignals(pid_t process) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {

@@ -34,7 +34,7 @@ protected:
         return {nullptr, [camera = camera](void*) { camera->note("watch ends"); }};
     }
 
-    /// Ends the claims, which wait until everything went back.
+    /// Destroys the claims, which waits until every camera is returned to its driver.
     void waitForReturns() { claims.reset(); }
 
     RecordedDiagnostics diagnostics;
@@ -146,7 +146,7 @@ TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
 
 constexpr std::chrono::seconds longEnough(60);
 
-// A driver that takes its time to meet the camera.
+// A driver that is slow to attach to the camera.
 class SlowDriver : public CameraClaims {
 protected:
     SlowDriver() {
@@ -167,7 +167,7 @@ protected:
 };
 
 TEST_F(SlowDriver, NobodyWhoLetsGoWaitsForIt) {
-    acquire().reset(); // returns while the driver is at it
+    acquire().reset(); // returns while the driver is still attaching
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
     EXPECT_EQ(camera->holder(0), Holder::nobody);

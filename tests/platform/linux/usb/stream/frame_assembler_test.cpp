@@ -39,7 +39,7 @@ protected:
         collect();
     }
 
-    // Notes the frame that waits, if there is one.
+    // Collects the waiting frame, if any.
     void collect() {
         if (mailbox.wait(Time{}) != FrameMailbox::Event::frame) return;
         const FrameMailbox::Frame& frame = mailbox.reading();
