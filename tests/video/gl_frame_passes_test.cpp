@@ -81,7 +81,7 @@ protected:
     bool able_ = true;
 };
 
-TEST_P(GlFramePassesTest, FramesDoNotWaitForTheScreenAndAResetIsTold) {
+TEST_P(GlFramePassesTest, DoesNotWaitForVerticalSyncAndReportsResets) {
     EXPECT_EQ(context_->format().swapInterval(), 0);
     EXPECT_TRUE(context_->format().testOption(QSurfaceFormat::ResetNotification));
 }

@@ -83,7 +83,7 @@ TEST_F(KTDisplayViewTest, AsksForBgraOnItsCaptureQueueAndDoesNotStart) {
     EXPECT_EQ(view_->geometry(), frame);
 }
 
-TEST_F(KTDisplayViewTest, RendererFillsTheViewWhateverItsSize) {
+TEST_F(KTDisplayViewTest, RendererFillsTheViewAtAnySize) {
     view_->show();
     EXPECT_EQ(view_->mtkView()->geometry(), QRect(0, 0, 536, 301));
     view_->resize(320, 200);
@@ -100,7 +100,7 @@ TEST_F(KTDisplayViewTest, ShownDeviceIsAttachedAndStarted) {
     EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514");
 }
 
-TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueAndHoldsNobodyUp) {
+TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueWithoutBlocking) {
     std::promise<void> busy;
     view_->captureQueue().async([wait = busy.get_future().share()] { wait.wait(); });
     view_->showDevice(first_);

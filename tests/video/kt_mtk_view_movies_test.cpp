@@ -47,7 +47,7 @@ protected:
     KTMTKView view_{QRect(), fakeBackend(log_)};
 };
 
-TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameIsToldNotRendingAndNothingElseHappens) {
+TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameReportsNotRendering) {
     start();
     ASSERT_EQ(ended_.size(), 1U);
     EXPECT_FALSE(ended_[0].first);
@@ -58,7 +58,7 @@ TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameIsToldNotRendingAndNothingEl
     EXPECT_THAT(script_.take(), IsEmpty());
 }
 
-TEST_F(KTMTKViewMoviesTest, WriterThatCannotBeMadeIsToldOnTheRenderQueue) {
+TEST_F(KTMTKViewMoviesTest, ReportsAWriterThatCannotBeMadeOnTheRenderQueue) {
     draw(64, 48, 1ms);
     script_.refuseWriter = true;
     start();
@@ -67,7 +67,7 @@ TEST_F(KTMTKViewMoviesTest, WriterThatCannotBeMadeIsToldOnTheRenderQueue) {
     EXPECT_TRUE(endedOnRenderQueue_);
 }
 
-TEST_F(KTMTKViewMoviesTest, BlackPictureOfACameraThatIsGoneIsNotInTheMovieWhichIsASuccess) {
+TEST_F(KTMTKViewMoviesTest, BlackPictureAfterUnpluggingIsNotRecordedAndTheMovieSucceeds) {
     draw(64, 48, 1ms);
     start();
     draw(64, 48, 2ms);

@@ -97,7 +97,7 @@ TEST_F(KTMTKViewRecoveryTest, ContextThatCannotBeMadeAgainIsAFailureToo) {
     EXPECT_EQ(diagnostics_.lines().size(), 1U);
 }
 
-TEST_F(KTMTKViewRecoveryTest, CardThatHangsTakesTheSameWay) {
+TEST_F(KTMTKViewRecoveryTest, HangingCardCountsAsFailure) {
     log_.hangs = true;
     for (int i = 0; i < 4; ++i)
         draw();
@@ -105,7 +105,7 @@ TEST_F(KTMTKViewRecoveryTest, CardThatHangsTakesTheSameWay) {
     EXPECT_EQ(view_.drawnFrames(), 1U);
 }
 
-TEST_F(KTMTKViewRecoveryTest, FailuresThatLieApartAreNoThree) {
+TEST_F(KTMTKViewRecoveryTest, FailuresFarApartDoNotSwitchTheRenderer) {
     for (int i = 0; i < 5; ++i) {
         lose();
         for (int frame = 0; frame < 30; ++frame)

@@ -141,7 +141,7 @@ TEST_F(HandFedRecordingTest, CameraThatChangesItsSizeLeavesAMovieOfTheFirstSize)
 }
 
 // The preview turns black with the time of the last frame.
-TEST_F(HandFedRecordingTest, UnpluggedCameraEndsTheMovieWhichIsWhole) {
+TEST_F(HandFedRecordingTest, UnpluggingTheCameraLeavesACompleteMovie) {
     draw(0);
     start(view_);
     for (int frame = 1; frame <= 10; ++frame)
@@ -198,7 +198,7 @@ TEST_F(HandFedRecordingTest, SecondRecordingWithinOneSecondTakesThePathAndLeaves
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(first.parent_path()), {}), 1);
 }
 
-TEST_F(HandFedRecordingTest, PathThatCannotBeWrittenIsToldWithTheWritersError) {
+TEST_F(HandFedRecordingTest, ReportsTheWritersErrorForAnUnwritablePath) {
     draw(0);
     path_ = folder_.path() / "missing" / "movie.mp4";
     start(view_);
@@ -208,7 +208,7 @@ TEST_F(HandFedRecordingTest, PathThatCannotBeWrittenIsToldWithTheWritersError) {
     EXPECT_FALSE(recorder_->isRecording());
 }
 
-TEST_F(HandFedRecordingTest, StopBeforeTheFirstFrameIsToldAndLeavesNoFile) {
+TEST_F(HandFedRecordingTest, ReportsAStopBeforeTheFirstFrameAndLeavesNoFile) {
     draw(0);
     start(view_);
     view_.stopRecord();

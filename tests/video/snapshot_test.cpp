@@ -98,7 +98,7 @@ TEST_F(SnapshotTest, SavesEveryPixelAsEightBitOpaqueRgb) {
         }
 }
 
-TEST_F(SnapshotTest, EachStepThatYieldsNothingIsToldWithItsMessage) {
+TEST_F(SnapshotTest, ReportsEachFailingStep) {
     const auto frame = makeTestPicture(16, 9);
     const std::vector<std::pair<int, std::string>> steps{
         {2, "CIImage create error"},          {3, "NSCIImageRep create error"},
@@ -134,7 +134,7 @@ TEST_F(SnapshotTest, FailedWriteLeavesNoPartialFile) {
     EXPECT_THAT(files(), ::testing::IsEmpty());
 }
 
-TEST_F(SnapshotTest, FullDiskIsToldAndLeavesTheFileThatWasThere) {
+TEST_F(SnapshotTest, ReportsAFullDiskAndKeepsTheExistingFile) {
     for (const std::size_t room : {std::size_t(0), std::size_t(100)}) {
         ASSERT_EQ(writeSnapshot(*makeTestPicture(32, 32), path()), std::nullopt);
         const QImage before = load(path());

@@ -251,7 +251,7 @@ std::string rendererName(const ::testing::TestParamInfo<RendererChoice>& choice)
 INSTANTIATE_TEST_SUITE_P(Renderers, VisiblePreviewTest,
                          ::testing::Values(RendererChoice::gl, RendererChoice::cpu), rendererName);
 
-TEST(AutomaticRenderer, TakesTheProcessorWhereSoftwarePlaysTheGraphicsCard) {
+TEST(AutomaticRenderer, UsesTheCpuRendererIfOpenGLIsSoftware) {
     SerialQueue queue("probe");
     const auto context = GlContext::create(queue);
     const bool software = !context || context->isSoftware();

@@ -204,7 +204,7 @@ TEST(FormatChoice, SurvivesAGridWithoutSense) {
     EXPECT_EQ(sizes.front().width, 64U);
 }
 
-TEST(FormatChoice, SizesThatNobodyCanShowAreNotOffered) {
+TEST(FormatChoice, OmitsSizesThatCannotBeShown) {
     const std::vector<OfferedMode> offered{{fourcc::yuyv, {65535, 65535}, {}},
                                            {fourcc::yuyv, {16384, 16384}, {}},
                                            {fourcc::mjpeg, {16385, 16}, {}},

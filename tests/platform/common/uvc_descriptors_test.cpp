@@ -176,7 +176,7 @@ TEST(UvcDescriptors, TakesTheUnitThatTheTerminalFeeds) {
     EXPECT_FALSE(device.supportContrast);
 }
 
-TEST(UvcDescriptors, TakesTheFirstUnitWhereNoneIsFedByTheTerminal) {
+TEST(UvcDescriptors, TakesTheFirstUnitIfNoneIsFedByTheTerminal) {
     const auto device =
         probe(configuration({videoControl(), cameraTerminal(4, {0, 0, 0}), processingUnit(8, 77, {0x02, 0}),
                              processingUnit(9, 78, {0x01, 0})}));

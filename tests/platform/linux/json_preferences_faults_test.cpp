@@ -132,7 +132,7 @@ bool isRepeatedAfterASignal(const Call& call) {
     return false;
 }
 
-TEST_P(Faults, NoneIsASaveThatLeavesNothingElse) {
+TEST_P(Faults, SavingWithoutAFaultLeavesNoOtherFiles) {
     const Outcome outcome = save();
     EXPECT_TRUE(outcome.saved);
     EXPECT_EQ(outcome.said, "");

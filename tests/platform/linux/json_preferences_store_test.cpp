@@ -375,7 +375,7 @@ TEST_F(Store, TwoProgramsThatChangeDifferentProfilesOfOneCameraLoseNeither) {
     EXPECT_EQ(JsonPreferencesStore(mainQueue_, path()).objectForKey("camera"), record(5, 7));
 }
 
-TEST(UserFile, LiesInTheConfigurationFolderOfTheUser) {
+TEST(UserFile, IsInTheUsersConfigurationFolder) {
     const QByteArray before = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", "/some/where");
     EXPECT_EQ(JsonPreferencesStore::userFile(), QStringLiteral("/some/where/tavelo/control-panel.json"));

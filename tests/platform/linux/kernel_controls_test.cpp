@@ -187,7 +187,7 @@ TEST_F(KernelControls, TheMapOfExposureModesComesFromAMenuWithHoles) {
     EXPECT_EQ(read(terminal, 2, UvcRequest::getRes).error, ENODEV);
 }
 
-TEST_F(KernelControls, WhatIsNoExposureModeIsRefused) {
+TEST_F(KernelControls, RefusesInvalidExposureModes) {
     for (const std::uint8_t mode : Bytes{0, 3, 16, 255})
         EXPECT_EQ(write(terminal, 2, {mode}).error, ERANGE) << int(mode);
     EXPECT_THAT(device.writes(), IsEmpty());
@@ -232,7 +232,7 @@ TEST_F(KernelControls, WritesTakeTheFirstBytesOfLongerData) {
                             ElementsAre(V4l2ControlValue{V4L2_CID_BRIGHTNESS, -2})));
 }
 
-TEST_F(KernelControls, SignsAreWidenedOnlyWhereTheControlIsSigned) {
+TEST_F(KernelControls, OnlySignedControlsAreSignExtended) {
     EXPECT_TRUE(write(unit, 8, {0x60, 0xEA}).written);
     EXPECT_EQ(device.controls[V4L2_CID_SHARPNESS].value, 60000);
     EXPECT_TRUE(write(unit, 6, {0x4C, 0xFF}).written);

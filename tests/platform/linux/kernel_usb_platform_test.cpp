@@ -216,7 +216,7 @@ TEST_F(KernelPlatform, RightsToALaterNodeAreWaitedForToo) {
     EXPECT_EQ(paused, std::chrono::milliseconds(20));
 }
 
-TEST_F(KernelPlatform, AWaitEndsWhereTheReasonIsAnotherOne) {
+TEST_F(KernelPlatform, AWaitEndsIfTheErrorChanges) {
     addCamera();
     opener->errors["video0"] = {EACCES, ENODEV};
     EXPECT_FALSE(openFirstInterface());
@@ -327,7 +327,7 @@ TEST_F(KernelPlatform, ACameraThatNoDriverHoldsIsReported) {
     EXPECT_EQ(paused.count(), 0);
 }
 
-TEST_F(KernelPlatform, WhatItHandsOutOutlivesIt) {
+TEST_F(KernelPlatform, ItsObjectsOutliveIt) {
     addCamera();
     const auto device = onlyDevice();
     platform.reset();

@@ -140,7 +140,7 @@ TEST_F(BusProberOfLinux, PrefersTheCachedDescriptorsOfTheLibrary) {
     EXPECT_EQ(bus->devicesArray().front()->terminalID, 11);
 }
 
-TEST_F(BusProberOfLinux, ReadsTheKernelsDescriptorsWhereTheLibraryHasNone) {
+TEST_F(BusProberOfLinux, ReadsTheKernelsDescriptorsIfTheLibraryHasNone) {
     add("1-2", ordinaryCamera(), 9);
     add("1-3", ordinaryCamera(), 10);
     const auto bus =
@@ -169,7 +169,7 @@ TEST_F(BusProberOfLinux, AScanThatFindsNothingNewKeepsItsRecords) {
     EXPECT_EQ(bus->devicesArray().front(), record);
 }
 
-TEST_F(BusProberOfLinux, TellsOfAChangeThatAScanFindsOnItsOwnThread) {
+TEST_F(BusProberOfLinux, ReportsAChangeFoundByAScanOnItsOwnThread) {
     const auto bus = prober();
     bus->refreshData(true);
     add("1-2", ordinaryCamera());
@@ -179,7 +179,7 @@ TEST_F(BusProberOfLinux, TellsOfAChangeThatAScanFindsOnItsOwnThread) {
     EXPECT_NE(delegate.thread(), std::this_thread::get_id());
 }
 
-TEST_F(BusProberOfLinux, KeepsQuietWhenToldTo) {
+TEST_F(BusProberOfLinux, ReportsNothingIfToldNotTo) {
     {
         const auto bus = prober();
         add("1-2", ordinaryCamera());
@@ -192,7 +192,7 @@ TEST_F(BusProberOfLinux, KeepsQuietWhenToldTo) {
     EXPECT_EQ(delegate.calls(), 1);
 }
 
-TEST_F(BusProberOfLinux, TellsOfWhatUdevTells) {
+TEST_F(BusProberOfLinux, ReportsUdevEvents) {
     const auto bus = prober();
     feed->push({"add", "/sys/devices/x", "1-2", ""});
     ASSERT_TRUE(delegate.called.waitFor(patience));

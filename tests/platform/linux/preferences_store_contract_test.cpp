@@ -153,7 +153,7 @@ TYPED_TEST(StoreContract, SetsAMissingKeyOnly) {
     EXPECT_EQ(this->store().objectForKey("key"), number(1));
 }
 
-TYPED_TEST(StoreContract, CallsNobodyOnceItIsGone) {
+TYPED_TEST(StoreContract, CallsNoHandlersAfterDestruction) {
     this->store().setObject(number(1), "key");
     this->store().synchronize([](bool) { ADD_FAILURE(); });
     this->kind_.reset();

@@ -117,7 +117,7 @@ TEST(RealtimeKitPriority, AsksTheServiceForTheCallingThread) {
         << "the kernel is not asked if the service granted it";
 }
 
-TEST(RealtimeKitPriority, AsksTheKernelWhereTheServiceRefuses) {
+TEST(RealtimeKitPriority, AsksTheKernelIfTheServiceRefuses) {
     FakeRealtimeKit service(FakeRealtimeKit::Mood::refuses);
     const auto priorities = prioritiesOfTheTestsBus();
     const int before = nicenessOf(::getpid());
@@ -152,7 +152,7 @@ TEST(RealtimeKitPriority, ThreadsThatARaisedThreadStartsAreNotRaised) {
     EXPECT_EQ(started, 0);
 }
 
-TEST(RealtimeKitPriority, AServiceThatDoesNotAnswerHoldsNobodyUp) {
+TEST(RealtimeKitPriority, ASilentServiceDoesNotBlock) {
     FakeRealtimeKit service(FakeRealtimeKit::Mood::keepsQuiet);
     QElapsedTimer clock;
     {

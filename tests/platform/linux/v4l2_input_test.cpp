@@ -460,7 +460,7 @@ TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
+TEST_F(V4l2InputTest, ReportsWhyThereIsNoPicture) {
     camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
     start();
     EXPECT_TRUE(diagnostics.waitForLines(1));
@@ -471,7 +471,7 @@ TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
     input->stop();
 }
 
-TEST_F(V4l2InputTest, HasNoTroubleToTellOfWhilePicturesCome) {
+TEST_F(V4l2InputTest, ReportsNoProblemWhilePicturesArrive) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));

@@ -268,7 +268,7 @@ TEST(VirtualPictureTest, paddingBehindTheRowsIsNotTouched) {
             ASSERT_EQ(memory[y * stride + x], 0xA5);
 }
 
-TEST(VirtualPictureTest, drawsAtAnySizeEvenWhereTheInstrumentsDoNotFit) {
+TEST(VirtualPictureTest, drawsAtAnySizeEvenIfTheInstrumentsDoNotFit) {
     VirtualPicture picture(88);
     for (const auto& [w, h] :
          {std::pair<std::size_t, std::size_t>{1, 1}, {7, 3}, {3, 70}, {160, 2}, {33, 17}, {0, 9}}) {

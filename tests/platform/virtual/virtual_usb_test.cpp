@@ -280,7 +280,7 @@ private:
     std::thread::id thread_;
 };
 
-TEST_F(VirtualUsbTest, theProbersDelegateHearsOfCamerasThatComeAndGoOnAThreadOfItsOwn) {
+TEST_F(VirtualUsbTest, theProberReportsArrivalAndRemovalOnItsOwnThread) {
     CountingDelegate delegate;
     auto prober = backend.usb->initBusProber(2, &delegate);
     prober->refreshData(false);
@@ -294,7 +294,7 @@ TEST_F(VirtualUsbTest, theProbersDelegateHearsOfCamerasThatComeAndGoOnAThreadOfI
     EXPECT_EQ(delegate.calls(), 2);
 }
 
-TEST_F(VirtualUsbTest, aScanTellsTheDelegateOfAChangeOnlyWhenAsked) {
+TEST_F(VirtualUsbTest, aScanReportsAChangeOnlyIfAsked) {
     CountingDelegate delegate;
     auto prober = backend.usb->initBusProber(2, &delegate);
     prober->refreshData(false);

@@ -66,7 +66,7 @@ protected:
     }
 };
 
-TEST_F(MovieEncoderTest, OpeningAnEncoderHoldsNobodyUp) {
+TEST_F(MovieEncoderTest, OpeningAnEncoderDoesNotBlock) {
     std::promise<void> mayOpen;
     std::promise<std::thread::id> opened;
     tools_.encoders.hardware = [&](const VideoEncoderSettings& settings, Error& error) {
@@ -170,7 +170,7 @@ TEST_F(MovieEncoderTest, ProcessorThatFailsTooEndsTheMovieWithWhatWasKept) {
 
 // The copy
 
-TEST_F(MovieEncoderTest, LettingGoOfAFinishingWriterGivesTheCopyUp) {
+TEST_F(MovieEncoderTest, DestroyingAFinishingWriterAbortsTheCopy) {
     std::atomic<bool> hurried = false;
     tools_.makeOrdinary = [&](const MovieFile& movie, MovieFileType type, const MovieContent& content,
                               const std::stop_token& hurry) {

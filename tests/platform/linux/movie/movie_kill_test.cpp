@@ -196,7 +196,7 @@ protected:
     std::string mount_ = "mount -t tmpfs -o size=4m tmpfs " + disk_.string();
 };
 
-TEST_F(FullDiskTest, FullDiskIsToldWithTheFileSystemsReasonAndWhatWasRecordedPlays) {
+TEST_F(FullDiskTest, ReportsAFullDiskAndLeavesAPlayableMovie) {
     const std::string said = record(manyFrames);
     EXPECT_THAT(said, StartsWith("the movie cannot be written: No space left on device; kept "));
     EXPECT_THAT(said, EndsWith("\nmovie.mp4\n"));

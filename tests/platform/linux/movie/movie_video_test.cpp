@@ -226,7 +226,7 @@ TEST_F(MovieTest, SmallestAndVeryLargePicturesAreRecorded) {
     }
 }
 
-TEST_F(MovieTest, BitRateIsTheCallersWhereThereIsOne) {
+TEST_F(MovieTest, BitRateIsTheCallersIfGiven) {
     const auto bytesAt = [&](std::int64_t bitRate) {
         std::filesystem::remove(path_);
         auto settings = videoSettings(640, 360);

@@ -60,7 +60,7 @@ TEST_F(MovieWriterTest, PathThatCannotBeWrittenIsRefusedWithTheFileSystemsReason
     EXPECT_TRUE(refused(""));
 }
 
-TEST_F(MovieWriterTest, FolderThatIsGoneByTheStartIsToldThen) {
+TEST_F(MovieWriterTest, ReportsAFolderRemovedBeforeTheStart) {
     make(videoSettings(160, 90));
     std::filesystem::remove(folder_.path());
     EXPECT_FALSE(writer_->startWriting());
@@ -222,7 +222,7 @@ TEST_F(MovieWriterTest, FrameThatComesWhileNotReadyEndsTheMovie) {
 
 // The end
 
-TEST_F(MovieWriterTest, HandlerRunsOnceOnTheWritersOwnThread) {
+TEST_F(MovieWriterTest, CallsTheHandlerOnceOnTheWritersThread) {
     start(videoSettings(160, 90));
     appendPictures(3, 160, 90);
     std::atomic<int> calls = 0;
@@ -259,7 +259,7 @@ TEST_F(MovieWriterTest, FinishedMovieHasTheRightsOfAnyNewFile) {
     EXPECT_EQ(std::filesystem::status(path_).permissions(), before);
 }
 
-TEST_F(MovieWriterTest, MovieDeletedWhileItIsRecordedComesNotBack) {
+TEST_F(MovieWriterTest, MovieDeletedWhileItIsRecordedStaysDeleted) {
     start(videoSettings(160, 90));
     appendPictures(10, 160, 90);
     std::filesystem::remove(path_);

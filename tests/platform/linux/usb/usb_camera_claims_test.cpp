@@ -166,21 +166,21 @@ protected:
     WakeEvent allowed;
 };
 
-TEST_F(SlowDriver, NobodyWhoLetsGoWaitsForIt) {
+TEST_F(SlowDriver, ReleasingDoesNotWaitForIt) {
     acquire().reset(); // returns while the driver is still attaching
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
     EXPECT_EQ(camera->holder(0), Holder::nobody);
 }
 
-TEST_F(SlowDriver, AFailedTryToTakeACameraDoesNotWaitForItEither) {
+TEST_F(SlowDriver, AFailedClaimDoesNotWaitForItEither) {
     camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
     EXPECT_FALSE(acquire());
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
 }
 
-TEST_F(SlowDriver, ACameraThatIsOnItsWayBackIsTakenOnceItIsThere) {
+TEST_F(SlowDriver, ClaimsACameraOnceItsReturnIsFinished) {
     for (const bool failed : {false, true}) {
         if (failed) camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
         EXPECT_NE(acquire() != nullptr, failed);
@@ -201,7 +201,7 @@ TEST_F(SlowDriver, ACameraThatIsOnItsWayBackIsTakenOnceItIsThere) {
     }
 }
 
-TEST_F(SlowDriver, ACameraThatWaitsToGoBackIsKeptForWhoeverWantsItAgain) {
+TEST_F(SlowDriver, AClaimKeepsACameraThatWaitsForItsReturn) {
     const UsbCameraAddress other{{1, 6}, 2, {3}};
     acquire().reset();
     ASSERT_TRUE(entered.waitFor(longEnough)); // the other one waits behind it

@@ -175,7 +175,7 @@ TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
                                                  HasSubstr("control 5 of entity 3")));
 }
 
-TEST_F(ControlInterface, AStalledWriteToAControlThatTheDescriptorsDoNotListFindsNobodyToRefuseIt) {
+TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) {
     open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
     answerWith(LIBUSB_ERROR_PIPE);

@@ -181,7 +181,7 @@ TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsTha
     EXPECT_FALSE(manager.parametersArray().back()->supported());
 }
 
-TEST_F(TransportPlatforms, TheCaptureHalfHearsOfACameraFromTheHotplugEvents) {
+TEST_F(TransportPlatforms, TheCaptureHalfListsACameraAfterAHotplugEvent) {
     class News final : public CaptureDeviceObserver {
     public:
         void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }

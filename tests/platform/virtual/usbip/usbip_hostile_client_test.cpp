@@ -135,7 +135,7 @@ TEST_F(UsbipHostileClientTest, ASequenceNumberThatStillWaitsEndsTheConnection) {
     EXPECT_TRUE(client->ends());
 }
 
-TEST_F(UsbipHostileClientTest, TransfersWithoutEndAreNotHoarded) {
+TEST_F(UsbipHostileClientTest, LimitsTheNumberOfPendingTransfers) {
     const auto client = attach();
     bool taken = true;
     for (int i = 0; taken && i < 100'000; ++i)
@@ -143,7 +143,7 @@ TEST_F(UsbipHostileClientTest, TransfersWithoutEndAreNotHoarded) {
     EXPECT_TRUE(client->ends());
 }
 
-TEST_F(UsbipHostileClientTest, TakingBackWhatNeverWasIsAnswered) {
+TEST_F(UsbipHostileClientTest, UnlinkingAnUnknownTransferIsAnswered) {
     const auto client = attach();
     client->unlink(12345);
     EXPECT_EQ(client->reply()->status, 0);

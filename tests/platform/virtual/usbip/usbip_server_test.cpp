@@ -42,7 +42,7 @@ protected:
     std::unique_ptr<UsbipServer> server_;
 };
 
-TEST_F(UsbipServerTest, ListsNothingWhereNothingIsPluggedIn) {
+TEST_F(UsbipServerTest, ListsNothingIfNothingIsPluggedIn) {
     EXPECT_THAT(UsbipClient(server_->port()).requestDeviceList(),
                 ElementsAre(0x01, 0x11, 0x00, 0x05, 0, 0, 0, 0, 0, 0, 0, 0));
 }

@@ -136,7 +136,7 @@ TEST(StreamingDescriptors, FramesWithoutASizeOrCutOffAreLeftOut) {
     EXPECT_THAT(read(join({jpegFormat(1), frame(7, 1, 0, 48, 1, {fps30})})).offers, IsEmpty());
 }
 
-TEST(StreamingDescriptors, SizesThatNobodyCanShowAreLeftOut) {
+TEST(StreamingDescriptors, OmitsSizesThatCannotBeShown) {
     const auto found = read(join({rawFormat(1, "YUY2"), frame(5, 1, 65535, 65535, 1, {333'333}),
                                   frame(5, 2, 16384, 16384, 1, {333'333}),
                                   frame(5, 3, 1, 16385, 1, {333'333}), frame(5, 4, 640, 480, 1, {333'333})}));

@@ -80,7 +80,7 @@ TEST(UvcProbe, ReadsWhatTheCameraMakesOfIt) {
     EXPECT_EQ(camera.asked[1].code, 0x81);
 }
 
-TEST(UvcProbe, CommitsTheCamerasOwnWords) {
+TEST(UvcProbe, CommitsTheCamerasAnswerUnchanged) {
     ProbedCamera camera;
     for (std::size_t i = 0; i < camera.answer.size(); ++i)
         camera.answer[i] = std::uint8_t(i);
