@@ -58,14 +58,14 @@ protected:
     QTemporaryFile sandboxMark_;
 };
 
-TEST_F(CameraAccessTest, InsideASandboxThePortalIsAskedAtTheStart) {
+TEST_F(CameraAccessTest, AsksThePortalAtStartInsideASandbox) {
     const Portal portal;
     ASSERT_TRUE(sandboxMark_.open());
     launch(CameraAccess(sandboxMark_.fileName()));
     EXPECT_TRUE(QTest::qWaitFor([&] { return portal.requests() == 1; }, 20'000));
 }
 
-TEST_F(CameraAccessTest, OutsideASandboxNobodyIsAsked) {
+TEST_F(CameraAccessTest, DoesNotAskThePortalOutsideASandbox) {
     const Portal portal;
     launch(CameraAccess(QStringLiteral("/no such mark")));
     QDBusConnection::sessionBus().interface()->isServiceRegistered(
@@ -74,7 +74,7 @@ TEST_F(CameraAccessTest, OutsideASandboxNobodyIsAsked) {
     EXPECT_EQ(portal.requests(), 0);
 }
 
-TEST_F(CameraAccessTest, MissingPortalAndMissingBusAreNoErrors) {
+TEST_F(CameraAccessTest, MissingPortalOrBusIsNotAnError) {
     ASSERT_TRUE(sandboxMark_.open());
     launch(CameraAccess(sandboxMark_.fileName()));
     CameraAccess(sandboxMark_.fileName()).request(QDBusConnection(QStringLiteral("never connected")));

@@ -19,7 +19,7 @@ std::variant<CommandLine, CommandLineExit> parse(std::vector<const char*> argume
     return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
 }
 
-TEST(CommandLine, NoArgumentsMeanTheMachinesCamerasAndNoOutput) {
+TEST(CommandLine, WithoutArgumentsUsesTheRealCamerasAndPrintsNothing) {
     const auto parsed = parse({});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
     const auto& line = std::get<CommandLine>(parsed);
@@ -48,7 +48,7 @@ TEST(CommandLine, ReadsEveryOption) {
     EXPECT_EQ(line.screenshot, "panel.png");
 }
 
-TEST(CommandLine, ReadsErrands) {
+TEST(CommandLine, ReadsSnapshotAndRecordOptions) {
     const auto still = std::get<CommandLine>(parse({"--snapshot", "a.png", "--camera", "2", "--mirror"}));
     ASSERT_TRUE(still.errand);
     EXPECT_EQ(still.errand->kind, ErrandRequest::Kind::snapshot);
@@ -77,7 +77,7 @@ TEST(CommandLine, ReadsTheTransport) {
     EXPECT_EQ(std::get<CommandLine>(kernel).backends.transport, CameraTransport::kernel);
 }
 
-TEST(CommandLine, NamesWhatTheUserGave) {
+TEST(CommandLine, NamesTheOptionsGivenByTheUser) {
     EXPECT_EQ(std::get<CommandLine>(parse({})).given, std::vector<std::string>());
     EXPECT_EQ(ignoredOptionsLine(std::get<CommandLine>(parse({}))), "");
     const auto line = std::get<CommandLine>(parse({"--size=640x480", "--verbose", "--renderer", "gl"}));
@@ -93,7 +93,7 @@ TEST(CommandLine, KnowsEachPixelFormatInEitherCase) {
     }
 }
 
-TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
+TEST(CommandLine, HelpGoesToStandardOutputAndExitsWithStatus0) {
     const auto parsed = parse({"--help"});
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
     const auto& exit = std::get<CommandLineExit>(parsed);
@@ -104,7 +104,7 @@ TEST(CommandLine, HelpGoesToTheStandardOutputAndEndsWithZero) {
 
 class WrongArguments : public testing::TestWithParam<std::vector<const char*>> {};
 
-TEST_P(WrongArguments, AreToldInOneLineOnTheStandardErrorStreamAndEndWithStatus2) {
+TEST_P(WrongArguments, PrintOneLineOnStandardErrorAndExitWithStatus2) {
     const auto parsed = parse(GetParam());
     ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed));
     const auto& exit = std::get<CommandLineExit>(parsed);

@@ -15,7 +15,7 @@
 namespace tavelo {
 namespace {
 
-TEST(KTApplication, TheCreditsAreTheLocalisedHeadingALineBreakAndTheSoftware) {
+TEST(KTApplication, CreditsAreTheLocalisedHeadingALineBreakAndTheSoftware) {
     const ResourceBundle english({"en-GB"});
     const ResourceBundle german({"de-DE"});
     const QString heading =
@@ -24,7 +24,7 @@ TEST(KTApplication, TheCreditsAreTheLocalisedHeadingALineBreakAndTheSoftware) {
     EXPECT_NE(KTApplication::credits(english), KTApplication::credits(german));
 }
 
-TEST(SoftwareList, NamesQtAndWhatElseTheProgramStandsOn) {
+TEST(SoftwareList, NamesQtAndTheOtherLibraries) {
     const std::vector<UsedSoftware> software = usedSoftware();
     EXPECT_GE(software.size(), 8U);
     for (const UsedSoftware& used : software) {
@@ -45,12 +45,12 @@ TEST(KTApplication, TheAboutPanelShowsTheCreditsWhateverOptionsItIsGiven) {
     QList<QLabel*> credits;
     for (QWidget* window : QApplication::topLevelWidgets())
         credits += window->findChildren<QLabel*>(QStringLiteral("credits"));
-    ASSERT_EQ(credits.size(), 1) << "a panel that is open comes to the front";
+    ASSERT_EQ(credits.size(), 1) << "an open panel is raised, not opened again";
     EXPECT_EQ(credits.front()->text(), KTApplication::credits(bundle));
     EXPECT_TRUE(credits.front()->window()->isVisible());
     const QImage picture = credits.front()->grab().toImage();
     EXPECT_GE(picture.pixelColor(picture.width() / 2, 4).lightness(), 220)
-        << "black text needs a light ground";
+        << "black text needs a light background";
     QFont font = credits.front()->font();
     EXPECT_EQ(font.pixelSize(), 12);
     EXPECT_EQ(credits.front()->palette().color(QPalette::WindowText), QColor(Qt::black));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The main window with its controller and the application's delegate.
+// The main window with its controller and the application delegate.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr QRect frame(30, 40, 300, 200);
 
-TEST(KTWindow, HasNoLookOfItsOwn) {
+TEST(KTWindow, TakesFrameAndTransparencyFromItsStyle) {
     const KTWindow window(frame, WindowStyle::borderless, true, true);
     EXPECT_EQ(window.size(), frame.size());
     EXPECT_EQ(window.pos(), frame.topLeft());
@@ -35,7 +35,7 @@ TEST(KTWindow, MakesItsNativeWindowAtOnceUnlessThatIsDeferred) {
     EXPECT_NE(made.windowHandle(), nullptr);
 }
 
-TEST(KTWindow, OutlivesItsClosing) {
+TEST(KTWindow, IsNotDeletedWhenClosed) {
     const QPointer<KTWindow> window = new KTWindow(frame, WindowStyle::borderless, true, true);
     KTWindowController controller(*window);
     controller.windowDidLoad();

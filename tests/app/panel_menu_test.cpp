@@ -22,7 +22,8 @@ protected:
         EXPECT_TRUE(QTest::qWaitForWindowActive(&window_));
     }
 
-    /// As a mouse does: through the window, which makes a context menu of a right press.
+    /// Sends the right press through the window, like a real mouse; the window turns it into a context menu
+    /// event.
     QMenu* openedMenu() {
         QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));
         return qobject_cast<QMenu*>(QApplication::activePopupWidget());
@@ -64,7 +65,7 @@ TEST_F(PanelMenuTest, ShiftF10OpensItToo) {
     EXPECT_EQ(menu->objectName(), QStringLiteral("contextMenu"));
 }
 
-TEST_F(PanelMenuTest, EachEntryTellsItsChoice) {
+TEST_F(PanelMenuTest, EachEntryEmitsItsSignal) {
     for (const auto& [text, signal] : {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
                                        std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen},
                                        std::pair{"Quit", &PanelMenu::quitChosen}}) {
@@ -87,7 +88,7 @@ TEST_F(PanelMenuTest, KeysWorkWithoutTheMenu) {
     EXPECT_EQ(quit.size(), 1);
 }
 
-TEST_F(PanelMenuTest, LanguagesAreThoseOfTheBundleInTheirOwnWords) {
+TEST_F(PanelMenuTest, ListsTheBundlesLanguagesByTheirNativeNames) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
     const QMenu* languages = action(*menu, QStringLiteral("Language"))->menu();

@@ -19,14 +19,14 @@ protected:
     MemoryPreferencesStore preferences_{mainQueue_};
 };
 
-TEST_F(ProgramLanguageTest, WithoutAChoiceTheDesktopDecides) {
+TEST_F(ProgramLanguageTest, FollowsTheDesktopWithoutAChoice) {
     const ProgramLanguage language(bundle_, preferences_);
     EXPECT_EQ(language.chosen(), "");
     EXPECT_EQ(brightness(), "Helligkeit");
     EXPECT_TRUE(preferences_.empty());
 }
 
-TEST_F(ProgramLanguageTest, ChoiceHoldsAtOnceAndInTheNextRun) {
+TEST_F(ProgramLanguageTest, ChoiceAppliesAtOnceAndInTheNextRun) {
     ProgramLanguage language(bundle_, preferences_);
     language.choose("es");
     EXPECT_EQ(brightness(), "Brillo");
@@ -38,7 +38,7 @@ TEST_F(ProgramLanguageTest, ChoiceHoldsAtOnceAndInTheNextRun) {
     EXPECT_EQ(next.localizedString("Brightness", {}), "Brillo");
 }
 
-TEST_F(ProgramLanguageTest, ChoosingTheSystemsLanguageEndsAnEarlierChoice) {
+TEST_F(ProgramLanguageTest, ChoosingTheSystemLanguageRemovesTheStoredChoice) {
     ProgramLanguage language(bundle_, preferences_);
     language.choose("ja");
     language.choose("");
@@ -47,7 +47,7 @@ TEST_F(ProgramLanguageTest, ChoosingTheSystemsLanguageEndsAnEarlierChoice) {
     EXPECT_EQ(again.chosen(), "");
 }
 
-TEST_F(ProgramLanguageTest, StoredValueThatNamesNoTableIsIgnored) {
+TEST_F(ProgramLanguageTest, IgnoresAStoredLanguageWithoutATable) {
     for (const PreferencesValue& stored :
          {PreferencesValue{std::string("tlh")}, PreferencesValue{std::int64_t{7}}, PreferencesValue{true}}) {
         preferences_.setObject(stored, "PreferredLanguage");
@@ -57,7 +57,7 @@ TEST_F(ProgramLanguageTest, StoredValueThatNamesNoTableIsIgnored) {
     }
 }
 
-TEST_F(ProgramLanguageTest, ControlsNamesFollowTheChoiceAndYieldToTheDeployedLanguage) {
+TEST_F(ProgramLanguageTest, ControlNamesFollowTheChoiceUnlessALanguageIsDeployed) {
     ProgramLanguage language(bundle_, preferences_);
     const Localizer localizer(bundle_, preferences_);
     language.choose("fr");

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""The program as its user starts and ends it: whole processes on a session bus of their own.
+"""Starts and ends the real program in several ways, on a private session bus.
 
 usage: program_lifecycle_test.py PROGRAM"""
 import fcntl
@@ -20,7 +20,7 @@ PATIENCE = 60  # seconds; sanitizers are slow
 
 
 def take_terminal(terminal):
-    """In a new process: as a shell's child has it."""
+    """Makes `terminal` the controlling terminal; runs in the child process."""
     os.setsid()
     fcntl.ioctl(terminal, termios.TIOCSCTTY, 0)
 
@@ -55,7 +55,7 @@ class Lifecycle(unittest.TestCase):
         return process
 
     def start_recording(self, movie, **how):
-        """A process that records, once the movie's file is there."""
+        """Starts recording; returns the process once the movie file exists."""
         process = self.run_program("--virtual-cameras", "1", "--renderer", "cpu", "--record", movie, **how)
         while not os.path.exists(movie) or os.path.getsize(movie) == 0:
             self.assertIsNone(process.poll())
@@ -63,7 +63,7 @@ class Lifecycle(unittest.TestCase):
         return process
 
     def assert_finished(self, movie):
-        """A movie that was not finished lies there in fragments."""
+        """An unfinished movie still has fragments."""
         boxes = []
         with open(movie, "rb") as file:
             while len(header := file.read(8)) == 8:
@@ -76,7 +76,7 @@ class Lifecycle(unittest.TestCase):
         self.assertNotIn("moof", boxes)
 
     def start_panel(self):
-        """The first process, once it answers on the bus."""
+        """Starts the first process and waits until it answers on the bus."""
         process = self.start("--virtual-cameras", "1")
         while process.poll() is None:
             call = subprocess.run(
@@ -127,7 +127,7 @@ class Lifecycle(unittest.TestCase):
         unwritable = os.path.join(self.home.name, "no such folder", "movie.mp4")
         process = self.run_program("--virtual-cameras", "1", "--record", unwritable, stderr=writer)
         os.close(writer)
-        self.assertEqual(process.wait(timeout=PATIENCE), 1, "with its own status, not by SIGPIPE")
+        self.assertEqual(process.wait(timeout=PATIENCE), 1, "its own exit status, not SIGPIPE")
 
     def test_nohup_keeps_a_recording_going(self):
         movie = os.path.join(self.home.name, "movie.mp4")
@@ -170,7 +170,7 @@ class Lifecycle(unittest.TestCase):
         homes = [os.path.join(self.home.name, name) for name in ("first", "second")]
         panels = [self.start("--virtual-cameras", "1", DBUS_SESSION_BUS_ADDRESS="unix:path=/no such bus",
                              DISPLAY=None, XDG_CONFIG_HOME=home) for home in homes]
-        # Both run once they have stored their camera's record.
+        # Once both have stored their camera's record, both are running.
         while not all(os.path.isdir(home) and os.listdir(home) for home in homes):
             for panel in panels:
                 self.assertIsNone(panel.poll())

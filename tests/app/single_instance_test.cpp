@@ -14,7 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 using Role = SingleInstance::Role;
 
-/// A connection of its own, as another process has one.
+/// A separate bus connection, as another process would have.
 class Process {
 public:
     explicit Process(const QString& name)
@@ -31,7 +31,7 @@ private:
     QDBusConnection bus_;
 };
 
-/// What a second start sees, on a thread of its own: the first one answers from the event loop here.
+/// A second start, on its own thread because the first instance answers from this thread's event loop.
 struct SecondStart {
     Role role = Role::alone;
     QString failure;
@@ -55,7 +55,7 @@ TEST(SingleInstance, FirstStartIsThePanel) {
     EXPECT_EQ(instance.role(), Role::first);
 }
 
-TEST(SingleInstance, SecondStartHasTheFirstOneShowItsWindow) {
+TEST(SingleInstance, SecondStartMakesTheFirstShowItsWindow) {
     const Process process(QStringLiteral("first"));
     const SingleInstance instance(process.bus());
     QSignalSpy reopened(&instance, &SingleInstance::reopened);
@@ -67,7 +67,7 @@ TEST(SingleInstance, SecondStartHasTheFirstOneShowItsWindow) {
     }
 }
 
-TEST(SingleInstance, StartAfterTheFirstOneEndedIsAFirstOne) {
+TEST(SingleInstance, StartAfterTheFirstEndedIsAFirstStart) {
     {
         const Process process(QStringLiteral("first"));
         const SingleInstance instance(process.bus());
@@ -76,7 +76,7 @@ TEST(SingleInstance, StartAfterTheFirstOneEndedIsAFirstOne) {
     EXPECT_EQ(startAgain().role, Role::first);
 }
 
-TEST(SingleInstance, TokenOfTheUsersClickReachesTheFirstOne) {
+TEST(SingleInstance, PassesTheActivationTokenToTheFirst) {
     const Process process(QStringLiteral("first"));
     const SingleInstance instance(process.bus());
     ApplicationAdaptor* adaptor = instance.findChild<ApplicationAdaptor*>();
@@ -88,7 +88,7 @@ TEST(SingleInstance, TokenOfTheUsersClickReachesTheFirstOne) {
     EXPECT_FALSE(qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
 }
 
-TEST(SingleInstance, WithoutABusEachStartIsAlone) {
+TEST(SingleInstance, WithoutABusEachStartIsAFirstStart) {
     const SingleInstance instance{QDBusConnection(QStringLiteral("never connected"))};
     EXPECT_EQ(instance.role(), Role::alone);
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Whether the list of the software that the program uses names all of it.
+"""Checks that the software list names everything that the program uses.
 
 usage: software_list_test.py SOURCE_FOLDER PROGRAM..."""
 import fnmatch
@@ -13,14 +13,14 @@ import unittest
 
 SOURCE = pathlib.Path(sys.argv[1])
 PROGRAMS = sys.argv[2:]
-# What builds or tests the program, and is no part of it.
+# Used to build or test the program, but not part of it.
 TOOLS = {"PkgConfig", "GTest"}
 NOT_THE_PROGRAM = {"tests", "bench"}
 SANITIZERS = {"libasan", "liblsan", "libtsan", "libubsan"}
 
 
 def linked_libraries():
-    """The libraries that the programs ask the loader for themselves, without their versions."""
+    """The libraries that the programs link directly, without their versions."""
     for program in PROGRAMS:
         dynamic = subprocess.run(["readelf", "--dynamic", "--wide", program], check=True, text=True, capture_output=True)
         for name in re.findall(r"\(NEEDED\).*\[(.+)\]", dynamic.stdout):
@@ -28,7 +28,7 @@ def linked_libraries():
 
 
 def found_packages():
-    """What the build looks for: libraries without code to load are seen here only."""
+    """The packages that the build looks for; header-only libraries appear only here."""
     for file in SOURCE.glob("**/CMakeLists.txt"):
         folder = file.relative_to(SOURCE).parts[0]
         if folder in NOT_THE_PROGRAM or (file.parent / "CMakeCache.txt").exists() or folder.startswith("build"):

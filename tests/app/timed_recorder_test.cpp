@@ -38,23 +38,23 @@ protected:
         PixelFormat::bgra32, 2, 2, std::vector<PixelBuffer::Plane>{{bytes_.data(), 2, 2, 8}}, nullptr);
 };
 
-TEST_F(TimedRecorderTest, RecordsAsManyFramesAsLieWithinItsTime) {
+TEST_F(TimedRecorderTest, RecordsTheFramesWithinItsDuration) {
     const auto recorder = this->recorder(2s);
     for (int frame = 0; frame < 100; ++frame)
-        feed(*recorder, 5s + frame * 33'333'333ns); // rounded down, as cameras give it
+        feed(*recorder, 5s + frame * 33'333'333ns); // rounded down, like cameras do
     EXPECT_FALSE(recorder->isRecording());
     EXPECT_EQ(appended(), 60);
 }
 
-TEST_F(TimedRecorderTest, FramesThatComeUnevenlyChangeTheNumberAndNotTheTime) {
+TEST_F(TimedRecorderTest, UnevenFramesChangeTheCountButNotTheDuration) {
     const auto recorder = this->recorder(1s);
     for (const auto time : {100ms, 110ms, 500ms, 600ms, 1040ms, 1200ms})
         feed(*recorder, time);
     EXPECT_FALSE(recorder->isRecording());
-    EXPECT_EQ(appended(), 4) << "the frame at 1040 ms is nearer to the end than to what came before";
+    EXPECT_EQ(appended(), 4) << "the frame at 1040 ms is closer to the end than to the frame before it";
 }
 
-TEST_F(TimedRecorderTest, WithoutATimeItRecordsUntilItIsStopped) {
+TEST_F(TimedRecorderTest, WithoutADurationRecordsUntilStopped) {
     const auto recorder = this->recorder({});
     for (int frame = 0; frame < 1000; ++frame)
         feed(*recorder, 1s + frame * 1s);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Packets of a stream, as a camera sends them, and the frames that come of them.
+// Stream packets as a camera sends them, and the frames assembled from them.
 //
-// The input's first four bytes choose the stream (kind of endpoint, format, longest frame, longest payload);
-// then come packets, each two bytes of length, of which the top bit calls it damaged, and its bytes.
+// Input: four bytes that choose the stream (kind of endpoint, format, longest frame, longest payload), then
+// packets, each with two bytes of length (the top bit marks it as damaged) and its bytes.
 #include "platform/linux/usb/stream/frame_assembler.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// What every fuzz target ends with where an answer makes no sense.
+// Stops a fuzz target if a result makes no sense.
 #pragma once
 
 #include <cstdlib>
 
 namespace tavelo::fuzz {
 
-/// The sanitizers end a run where a read goes astray; this ends it where what was read cannot be.
+/// The sanitizers detect invalid reads; this detects impossible results.
 inline void expect(bool sane) {
     if (!sane) std::abort();
 }

@@ -6,13 +6,13 @@
 
 #include "fuzz_expect.h"
 
-// As in the kernel's own file of a device's descriptors: 18 bytes of the device, then its configuration.
+// Input as in sysfs "descriptors": 18 bytes of device descriptor, then the configuration.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using tavelo::fuzz::expect;
     const auto configuration = std::span(data, size).subspan(std::min<std::size_t>(size, 18));
     for (const std::uint8_t number : {std::uint8_t{1}, std::uint8_t{3}, std::uint8_t{255}}) {
         const tavelo::UvcStreamingInterface found = tavelo::streamingInterfaceOf(configuration, number);
-        // A frame descriptor has 26 bytes at least, an endpoint 7.
+        // A frame descriptor has at least 26 bytes, an endpoint descriptor 7.
         expect(found.offers.size() <= size / 26 && found.settings.size() <= size / 7);
         for (const tavelo::UvcFrameOffer& offer : found.offers) {
             expect(offer.format != 0 && offer.size.width > 0 && offer.size.height > 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The functions of a configuration as the USB transport reads them, held against the other parser.
+// The video functions that the USB transport reads from a configuration, compared with the prober's parser.
 #include "platform/linux/usb/usb_video_function.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ void look(std::span<const std::uint8_t> configuration, std::uint8_t number) {
         expect(function.kindOf(id) == entity.kind);
         expect(!entity.selectors[0]);
     }
-    // Whom the prober calls the camera terminal or the processing unit is known here as well.
+    // The camera terminal and the processing unit that the prober found must be known here too.
     const auto record = tavelo::probeDescriptors({}, configuration, number);
     if (!record.controlInterface) return;
     for (const std::int32_t id : {record.terminalID, record.unitID})
@@ -35,7 +35,7 @@ void look(std::span<const std::uint8_t> configuration, std::uint8_t number) {
 
 } // namespace
 
-// As in the kernel's own file of a device's descriptors: 18 bytes of the device, then its configuration.
+// Input as in sysfs "descriptors": 18 bytes of device descriptor, then the configuration.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto configuration = std::span(data, size).subspan(std::min<std::size_t>(size, 18));
     const auto numbers = tavelo::videoControlInterfaces(configuration);

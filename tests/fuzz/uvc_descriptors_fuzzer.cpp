@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Entities and controls of a camera, as the prober reads them.
+// The entities and controls that the prober reads.
 #include "platform/uvc/descriptors.h"
 
 #include "fuzz_expect.h"
 
-// The first 18 bytes are the device descriptor, as in the kernel's own file of a device's descriptors.
+// Input as in sysfs "descriptors": 18 bytes of device descriptor, then the configuration.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using tavelo::fuzz::expect;
     const std::span<const std::uint8_t> bytes(data, size);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Writes what the fuzz targets begin with: the virtual cameras' descriptors, a few packets, a few pictures.
+// Writes the seed corpora: descriptors of the virtual cameras, a few packets and a few pictures.
 //
-// Usage: fuzz_write_seeds FOLDER      makes descriptors/, packets/ and pictures/ in it
+// Usage: fuzz_write_seeds FOLDER      creates descriptors/, packets/ and pictures/ in FOLDER
 #include <cstdio>
-// jpeglib.h needs size_t and FILE from above
+// jpeglib.h needs size_t and FILE from <cstdio>
 #include <jpeglib.h>
 
 #include <cstdint>
@@ -62,11 +62,11 @@ void appendPacket(Bytes& input, const Bytes& packet) {
     input.insert(input.end(), packet.begin(), packet.end());
 }
 
-// Two frames, each of a payload that begins it and one that ends it.
+// Two frames of two payloads each.
 void writePackets(const fs::path& folder) {
     for (const bool isochronous : {false, true}) {
         for (const bool jpeg : {false, true}) {
-            const std::uint8_t wholeFrame = jpeg ? 0 : 16; // times four bytes
+            const std::uint8_t wholeFrame = jpeg ? 0 : 16; // in units of four bytes
             Bytes input{static_cast<std::uint8_t>(isochronous ? 1 : 0), wholeFrame, 32, 8};
             for (std::uint8_t frame = 0; frame < 2; ++frame) {
                 Bytes begin{12, static_cast<std::uint8_t>(0x8C | frame), 1, 2, 3, 4, 5, 6, 7, 8, 9, 0};

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The panel as a screen reader finds it over AT-SPI: names, roles, states, values and actions of the real program.
+"""Reads the real program over AT-SPI like a screen reader: names, roles, states, values and actions.
 
 Usage: accessibility_tree_test.py PROGRAM
-Brings its own session bus, display and settings folder.  Exit status 77 where a tool that it needs is missing.
+Starts its own session bus and display, with an empty settings folder.  Exits with 77 if a tool is missing.
 """
 import os
 import shutil
@@ -46,7 +46,7 @@ def wait_until(what, condition):
 
 
 class Program:
-    """The panel on a display of its own, with accessibility on whether or not a screen reader runs."""
+    """The panel on a private display, with accessibility always on."""
 
     def __init__(self, path, *arguments):
         self._folder = tempfile.TemporaryDirectory()
@@ -58,7 +58,7 @@ class Program:
             pass_fds=[write_end], stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as answer:
-            os.environ["DISPLAY"] = f":{answer.readline().strip()}"  # comes once the server answers
+            os.environ["DISPLAY"] = f":{answer.readline().strip()}"  # printed once the server is ready
         self.process = subprocess.Popen([path, *arguments])
         try:
             self.window = wait_until("the panel's window on the bus", self._find_window)
@@ -83,7 +83,7 @@ class Program:
         return None
 
     def find(self, name, role):
-        """The one element of that name and role."""
+        """The only element with that name and role."""
         found = [element for element in descendants(self.window)
                  if (element.get_name(), element.get_role()) == (name, role)]
         if len(found) != 1:
@@ -95,7 +95,7 @@ class Program:
 
 
 def press_key(key):
-    """On the display's keyboard; the panel, as its only window, has it."""
+    """Presses a key on the display's keyboard.  The panel has the focus, as it is the only window."""
     subprocess.run(["xdotool", "key", key], check=True, timeout=PATIENCE)
 
 
@@ -138,7 +138,7 @@ class AccessibilityTree(unittest.TestCase):
     path = ""
 
     def start(self, cameras):
-        # Drawn by the processor: an OpenGL driver is another subject, and not every one is clean of leaks.
+        # Draw on the CPU: OpenGL drivers are not tested here, and some leak memory.
         program = Program(self.path, "--virtual-cameras", str(cameras), "--renderer", "cpu")
         self.addCleanup(program.close)
         return program
@@ -227,7 +227,7 @@ class AccessibilityTree(unittest.TestCase):
         program = self.start(1)
         act(self.button(program, "Close"), "Press")
         wait_until("the window gone", lambda: not has(program.window, Atspi.StateType.SHOWING))
-        self.assertIsNone(program.process.poll(), "starting it again shows the window")
+        self.assertIsNone(program.process.poll(), "the program keeps running")
         program.process.terminate()
         self.assertEqual(program.process.wait(timeout=PATIENCE), 0)
 
@@ -240,7 +240,7 @@ def main(path, *in_session):
     if not in_session:
         os.execvp("dbus-run-session", ["dbus-run-session", "--", sys.executable, *sys.argv, "in-session"])
     AccessibilityTree.path = path
-    unittest.main(argv=sys.argv[:1], verbosity=2, warnings="ignore")  # Atspi calls half of itself deprecated
+    unittest.main(argv=sys.argv[:1], verbosity=2, warnings="ignore")  # Atspi raises many deprecation warnings
 
 
 if __name__ == "__main__":

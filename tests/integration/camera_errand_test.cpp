@@ -40,7 +40,7 @@ protected:
         return folder_.filePath(QString::fromUtf8(name)).toStdString();
     }
 
-    /// Runs the errand to its end, on the test's event loop.
+    /// Runs the request to its end in the test's event loop.
     Outcome run(const ErrandRequest& request, const std::function<void(CameraErrand&)>& meanwhile = {},
                 CapturePlatform* platform = nullptr) {
         ::testing::internal::CaptureStderr();
@@ -56,7 +56,7 @@ protected:
         return outcome;
     }
 
-    /// Runs `action` on the main thread once the movie's file is there.
+    /// Runs `action` on the main thread once the movie file exists.
     void onceRecording(const std::string& path, std::function<void()> action) {
         auto* watch = new QTimer(&parent_);
         QObject::connect(watch, &QTimer::timeout, watch, [watch, path, action = std::move(action)] {
@@ -89,7 +89,7 @@ ErrandRequest movie(const std::string& path, std::optional<std::chrono::duration
     return request;
 }
 
-TEST_F(CameraErrandTest, StillHasTheCamerasSizeAndTheMirroredOneIsMirrored) {
+TEST_F(CameraErrandTest, StillHasTheCamerasSizeAndCanBeMirrored) {
     const Outcome outcome = run(still(file("still.png")));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(outcome.errors, "");
@@ -115,7 +115,7 @@ TEST_F(CameraErrandTest, CameraIsChosenByNumberOrIdentifier) {
     identified.camera = cameras[1]->uniqueID();
     EXPECT_EQ(run(identified).status, 0);
     EXPECT_EQ(run(still(file("first.png"))).status, 0);
-    // The number that a camera shows stands left in its picture.
+    // The camera's number is in the left part of its picture.
     const auto plate = [this](const char* name) {
         return QImage(QString::fromStdString(file(name))).copy(0, 0, 260, 50);
     };
@@ -123,7 +123,7 @@ TEST_F(CameraErrandTest, CameraIsChosenByNumberOrIdentifier) {
     EXPECT_NE(plate("second.png"), plate("first.png"));
 }
 
-TEST_F(CameraErrandTest, CameraThatIsNotThereIsNamed) {
+TEST_F(CameraErrandTest, ErrorNamesAMissingCamera) {
     for (const auto& [camera, message] :
          std::map<std::string, std::string>{{"3", "no camera 3: there are 2"},
                                             {"0", "no camera 0"},
@@ -141,20 +141,20 @@ TEST_F(CameraErrandTest, CameraThatIsNotThereIsNamed) {
     EXPECT_THAT(run(still(file("none.png"))).errors, HasSubstr("no camera is plugged in"));
 }
 
-TEST_F(CameraErrandTest, MovieLastsAsLongAsItShould) {
+TEST_F(CameraErrandTest, MovieHasTheRequestedDuration) {
     const Outcome outcome = run(movie(file("movie.mp4"), 1s));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(outcome.errors, "");
     auto facts = testing::factsOf(file("movie.mp4"));
     EXPECT_EQ(facts["streams.stream.0.codec_name"], "h264");
     EXPECT_EQ(facts["streams.stream.0.width"], "1280");
-    // On a busy machine the camera's frames come late, and which one is the last is theirs to say.
+    // On a busy machine the camera's frames are late, so the time of the last one varies.
     const double last = testing::packetsOf(file("movie.mp4")).back().time;
     EXPECT_LT(last, 1);
     EXPECT_GT(last, 0.3);
 }
 
-TEST_F(CameraErrandTest, MovieThatIsStoppedByHandIsWhole) {
+TEST_F(CameraErrandTest, StoppedMovieIsComplete) {
     const std::string path = file("stopped.mp4");
     const Outcome outcome = run(
         movie(path, {}), [&](CameraErrand& errand) { onceRecording(path, [&errand] { errand.stop(); }); });
@@ -162,7 +162,7 @@ TEST_F(CameraErrandTest, MovieThatIsStoppedByHandIsWhole) {
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
-TEST_F(CameraErrandTest, UnpluggedCameraEndsTheMovieWhichPlays) {
+TEST_F(CameraErrandTest, UnpluggingTheCameraLeavesAPlayableMovie) {
     const std::string path = file("unplugged.mp4");
     const Outcome outcome = run(
         movie(path, 60s), [&](CameraErrand&) { onceRecording(path, [this] { backend_.bus->unplug(1); }); });
@@ -171,7 +171,7 @@ TEST_F(CameraErrandTest, UnpluggedCameraEndsTheMovieWhichPlays) {
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
-TEST_F(CameraErrandTest, FileThatCannotBeWrittenIsNamedWithTheReason) {
+TEST_F(CameraErrandTest, ErrorNamesAFileThatCannotBeWrittenAndTheReason) {
     for (const ErrandRequest& request : {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
         const Outcome outcome = run(request);
         EXPECT_EQ(outcome.status, 1);
@@ -181,7 +181,7 @@ TEST_F(CameraErrandTest, FileThatCannotBeWrittenIsNamedWithTheReason) {
     }
 }
 
-// A camera that is there and cannot be had.
+// A camera that is listed but cannot be opened.
 class UnavailableInput final : public CaptureDeviceInput {
 public:
     UnavailableInput(std::shared_ptr<CaptureDevice> device, Error why)
@@ -228,13 +228,13 @@ private:
     const std::shared_ptr<CaptureDevice> camera_;
 };
 
-TEST_F(CameraErrandTest, BusyCameraIsSaidAtOnceWithItsHolder) {
+TEST_F(CameraErrandTest, ReportsABusyCameraAndItsHolderAtOnce) {
     UnavailablePlatform busy({ErrorCode::busy, "busy: in use by cheese, process 20"}, true);
     for (const ErrandRequest& request : {still(file("busy.png")), movie(file("busy.mp4"), 1s)}) {
         QElapsedTimer clock;
         clock.start();
         const Outcome outcome = run(request, {}, &busy);
-        EXPECT_LT(clock.elapsed(), 10'000) << "far from the 20 s that a silent camera is given";
+        EXPECT_LT(clock.elapsed(), 10'000) << "much less than the 20 s timeout for a silent camera";
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + request.file +
                                       ": not written: the camera is busy: in use by cheese, process 20\n");
@@ -242,7 +242,7 @@ TEST_F(CameraErrandTest, BusyCameraIsSaidAtOnceWithItsHolder) {
     }
 }
 
-TEST_F(CameraErrandTest, CameraWithoutRightsIsSaidAtOnceWithTheReason) {
+TEST_F(CameraErrandTest, ReportsMissingRightsAtOnce) {
     const Error denied{ErrorCode::denied, "cannot open /dev/video0: Permission denied"};
     for (const bool makesInput : {true, false}) {
         UnavailablePlatform platform(denied, makesInput);
@@ -252,7 +252,7 @@ TEST_F(CameraErrandTest, CameraWithoutRightsIsSaidAtOnceWithTheReason) {
     }
 }
 
-TEST_F(CameraErrandTest, WhatIsKeptOfAMovieThatFailedIsSaid) {
+TEST_F(CameraErrandTest, ReportsWhatIsKeptOfAFailedMovie) {
     testing::WriterScript script;
     script.refuseSamples = true;
     script.error = {ErrorCode::refused, "the disk is full", "file system",

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How long the main thread lets things wait, and which requests it sends to a camera itself.
+// Measures how long tasks wait for the main thread, and counts the camera requests that a thread sends.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,7 @@
 
 namespace tavelo {
 
-/// Sends the main thread one task after another, and measures from outside how long each waits to be run.
+/// Posts tasks to the main thread one after another and measures how long each one waits.
 class MainThreadWatch {
 public:
     MainThreadWatch() : thread_([this] { run(); }) {}
@@ -28,7 +28,7 @@ public:
     MainThreadWatch(const MainThreadWatch&) = delete;
     MainThreadWatch& operator=(const MainThreadWatch&) = delete;
 
-    /// Ends the measurement.  What still waits counts with the time that it has waited.
+    /// Ends the measurement.  A task that is still waiting counts with its waiting time so far.
     std::chrono::milliseconds longestWait() {
         end();
         return std::chrono::duration_cast<std::chrono::milliseconds>(longest_);
@@ -45,7 +45,7 @@ private:
     };
 
     void run() {
-        constexpr std::chrono::milliseconds pause(1); // leaves the main thread time of its own
+        constexpr std::chrono::milliseconds pause(1); // leaves the main thread time for other work
         std::unique_lock lock(shared_->mutex);
         while (!shared_->ended) {
             shared_->answered = false;
@@ -74,11 +74,11 @@ private:
     }
 
     std::shared_ptr<Shared> shared_ = std::make_shared<Shared>(); // a task may outlive the watch
-    Clock::duration longest_{};                                   // the thread's until it has ended
+    Clock::duration longest_{};                                   // owned by the thread until it ends
     std::thread thread_;
 };
 
-/// Counts the requests to a camera that the thread sends on which the counter was made.
+/// Counts the camera requests sent by the thread that created this object.
 class OwnRequests final : public FirmwareObserver {
 public:
     explicit OwnRequests(std::shared_ptr<VirtualCameraFirmware> camera) : camera_(std::move(camera)) {

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""The program's window on a display of its own, moved, closed and shown again with a real mouse.
+"""Moves, closes and reopens the program's window on a private display, with a real mouse.
 
-The display has no window manager: this test stands in for one, as far as programs speak with it.
+The display has no window manager; this test acts as one as far as the program needs it.
 
 usage: main_window_test.py PROGRAM"""
 import ctypes
@@ -45,7 +45,7 @@ class Resources(ctypes.Structure):
 
 
 class WindowManager:
-    """Says that it moves windows, and keeps what it is asked for; sets the screen's resolution."""
+    """Announces support for moving windows and records such requests; sets the screen's resolution."""
 
     def __init__(self, display):
         self._x = ctypes.CDLL(ctypes.util.find_library("X11"))
@@ -81,7 +81,7 @@ class WindowManager:
         self._x.XSync(self._display, 0)
 
     def asked_to_move(self):
-        """How often a program asked for a move since the last call."""
+        """The number of move requests since the last call."""
         asked = 0
         self._x.XSync(self._display, 0)
         while self._x.XPending(self._display):
@@ -123,7 +123,7 @@ class MainWindow(unittest.TestCase):
         self.addCleanup(server.wait)
         self.addCleanup(server.terminate)
         with os.fdopen(read_end) as answer:
-            self.display = f":{answer.readline().strip()}"  # comes once the server answers
+            self.display = f":{answer.readline().strip()}"  # printed once the server is ready
         os.environ["DISPLAY"] = self.display
         self.manager = WindowManager(self.display)
         self.addCleanup(self.manager.close)
@@ -137,7 +137,7 @@ class MainWindow(unittest.TestCase):
             os.environ, QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR="1", XDG_CONFIG_HOME=self.home.name), stderr=subprocess.DEVNULL)
 
     def windows(self):
-        """Place and size of each window of the panel that can be seen, by its identifier."""
+        """Position and size of each visible window of the panel, by window identifier."""
         self.assertIsNone(self.panel.poll(), "the panel ended")
         for window in xdotool("search", "--onlyvisible", "--pid", self.panel.pid).split():
             words = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", window).split())
@@ -164,7 +164,7 @@ class MainWindow(unittest.TestCase):
         for place in ((240, 174), (126, 600), (80, 600), (205, 600), (604, 124), (774, 604)):
             self.press(*place)
             self.release()
-        # Events come in their order: this press is the only one that asks for a move.
+        # Events arrive in order, so a count of one means that only this press requested a move.
         self.press(700, 15)
         self.assertEqual(wait_until("a move", self.manager.asked_to_move), 1)
         self.release()

@@ -29,7 +29,7 @@ protected:
             EXPECT_EQ(button->state(), 0);
     }
 
-    /// Which camera is shown, by its number; 0 for none.
+    /// The number of the camera shown, or 0.
     int shown() {
         const auto device = panel().displayView()->captureDevice();
         if (!device) return 0;
@@ -90,7 +90,7 @@ TEST_F(PanelCameras, PressingTheButtonOfTheCameraShownDoesNothing) {
     EXPECT_EQ(panel().profileIndex(), 1);
 }
 
-TEST_F(PanelCameras, PluggingInTheFirstCameraBringsThePanelToLife) {
+TEST_F(PanelCameras, PluggingInTheFirstCameraEnablesThePanel) {
     start(0);
     plug(1);
     ASSERT_TRUE(waitFor([this] { return panel().cameraSettingKey().has_value(); }));
@@ -221,7 +221,7 @@ TEST_F(PanelCameras, ACameraSeenBeforeKeepsItsRecordAndItsOwnValues) {
     EXPECT_EQ(view().contrastSlider()->intValue(), 50);
 }
 
-TEST_F(PanelCameras, ACameraWhoseControlsDoNotAnswerIsShownAndNotControllable) {
+TEST_F(PanelCameras, ACameraWhoseControlsDoNotAnswerIsShownWithControlsDisabled) {
     const auto firmware = plug(1);
     firmware->order({.kind = FaultKind::stall});
     start(0);
@@ -241,7 +241,7 @@ TEST_F(PanelCameras, HidingThePreviewAgainExtendsTheTimeUntilItShows) {
     panel().hiddenMtkViewAndShowAfterDelay(1h);
     QElapsedTimer elapsed;
     elapsed.start();
-    // Far more turns of the event loop than the first delay needs.
+    // Much longer than the first delay.
     while (elapsed.elapsed() < 50)
         QCoreApplication::processEvents();
     EXPECT_TRUE(renderer->isHidden());
@@ -257,7 +257,7 @@ TEST_F(PanelCameras, TheWindowButtonsCloseAndMinimise) {
     EXPECT_FALSE(window_.isMinimized());
     click(view().closeButton());
     EXPECT_FALSE(window_.isVisible());
-    EXPECT_EQ(shown(), 1) << "the camera's session goes on";
+    EXPECT_EQ(shown(), 1) << "the camera's session keeps running";
     windowController_.makeKeyAndOrderFront();
     EXPECT_TRUE(window_.isVisible());
 }

@@ -180,7 +180,7 @@ TEST_F(PanelControls, AfterARefusedWriteTheNextSliderMovesTheCamera) {
     release(contrast, 1);
     EXPECT_EQ(firmware->controlValue(control::contrast), 64);
     EXPECT_EQ(view().contrastValueText()->text(), u"64");
-    EXPECT_EQ(panel().profileIndex(), 1) << "binding again deselects no profile";
+    EXPECT_EQ(panel().profileIndex(), 1) << "rebinding does not deselect the profile";
 }
 
 TEST_F(PanelControls, TheMirrorSwitchFlipsThePreviewAndSendsNothing) {
@@ -195,7 +195,7 @@ TEST_F(PanelControls, TheMirrorSwitchFlipsThePreviewAndSendsNothing) {
     EXPECT_TRUE(writes(*camera(1)).empty());
 }
 
-TEST_F(PanelControls, MirrorSwitchAndRendererEachTurnOverFromTheirOwnState) {
+TEST_F(PanelControls, MirrorSwitchAndRendererToggleIndependently) {
     start(1);
     panel().displayView()->mtkView()->setShouldFlipHorizontal(true);
     click(view().mirrorSwitch());
@@ -219,7 +219,7 @@ TEST_F(PanelControls, TheLabelShowsTheCamerasValueWhereTheSliderEnds) {
     EXPECT_EQ(view().panUpDownValueText()->text(), u"-30");
 }
 
-/// Takes every value rounded down to an even number, and says so.
+/// Rounds every written value down to an even number and returns it.
 class EvenValues : public UsbInterface {
 public:
     UsbStatus ControlRequest(UsbControlRequest& request) override {
@@ -230,7 +230,7 @@ public:
     std::uint8_t GetInterfaceNumber() const override { return 0; }
 };
 
-TEST_F(PanelControls, TheLabelShowsWhatTheCameraTook) {
+TEST_F(PanelControls, TheLabelShowsTheValueThatTheCameraSet) {
     start(1);
     manager_.setInterface(std::make_shared<EvenValues>());
     KTSlider* slider = view().contrastSlider();
@@ -242,7 +242,7 @@ TEST_F(PanelControls, TheLabelShowsWhatTheCameraTook) {
     EXPECT_EQ(camera_settings::integer(profile, "kNSUserDefaultsKeyContrast"), 32);
 }
 
-TEST_F(PanelControls, TheSwitchedCameraIsTheOneThatASliderMoves) {
+TEST_F(PanelControls, AfterASwitchTheSlidersControlTheNewCamera) {
     start(2);
     click(view().camera2Button());
     KTSlider* slider = view().brightnessSlider();

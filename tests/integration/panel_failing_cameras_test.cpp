@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cameras that are silent, slow or gone, at their first meeting and later.
+// Cameras that are silent, slow or gone, while they are bound and later.
 #include <QElapsedTimer>
 
 #include "integration/main_thread_watch.h"
@@ -19,8 +19,8 @@ protected:
         return {.kind = FaultKind::silence, .control = control, .direction = direction};
     }
 
-    /// A camera that falls silent in the middle of its reading: brightness and contrast are read, saturation
-    /// and what follows is not.
+    /// Starts with a camera that stops answering while its controls are read: brightness and contrast are
+    /// read, saturation and the rest are not.
     void startWithHalfReadCamera() {
         plug(1)->order(silence(control::gain, FaultDirection::reads));
         start(0);
@@ -52,7 +52,7 @@ protected:
         });
     }
 
-    /// Runs the event loop for longer than the camera is left alone.
+    /// Runs the event loop for longer than the quiet time.
     void waitOutTheQuietTime() {
         bool over = false;
         QTimer::singleShot(ReopeningPolicy::quietTime * 3 / 2, &window_, [&over] { over = true; });
@@ -60,7 +60,7 @@ protected:
     }
 };
 
-TEST_F(PanelFailingCameras, ACameraThatAnswersNothingIsShownAndNotControllable) {
+TEST_F(PanelFailingCameras, ASilentCameraIsShownWithControlsDisabled) {
     plug(1)->order(silence({}, FaultDirection::both));
     start(0);
     expectControllable(false);
@@ -73,15 +73,15 @@ TEST_F(PanelFailingCameras, ACameraThatAnswersNothingIsShownAndNotControllable) 
     EXPECT_TRUE(camera(1)->requestLog().empty());
 }
 
-TEST_F(PanelFailingCameras, ACameraThatCannotBeBoundIsNotControllable) {
+TEST_F(PanelFailingCameras, ACameraThatCannotBeBoundHasItsControlsDisabled) {
     start(2);
     expectControllable(true);
-    backend_.bus->unplug(2); // of which the panel has not heard yet
+    backend_.bus->unplug(2); // the panel does not know yet
     panel().switchCameraWithIndex(1);
     expectControllable(false);
 }
 
-TEST_F(PanelFailingCameras, ASilentCameraThatAnswersASecondLaterComesToLife) {
+TEST_F(PanelFailingCameras, ASilentCameraThatAnswersASecondLaterIsEnabled) {
     plug(1)->order(silence({}, FaultDirection::both));
     start(0);
     expectControllable(false);
@@ -92,7 +92,7 @@ TEST_F(PanelFailingCameras, ASilentCameraThatAnswersASecondLaterComesToLife) {
     EXPECT_EQ(integer(storedProfile(3), "kNSUserDefaultsKeyContrast"), 32);
 }
 
-TEST_F(PanelFailingCameras, ACameraThatFellSilentWhileItWasReadGetsItsRecordFromTheSecondReading) {
+TEST_F(PanelFailingCameras, AHalfReadCameraGetsItsRecordFromTheSecondReading) {
     startWithHalfReadCamera();
     expectControllable(true);
     EXPECT_TRUE(store_.empty());
@@ -139,7 +139,7 @@ TEST_F(PanelFailingCameras, APressThatMakesTheCameraReadAgainIsDroppedAndTheWidg
     EXPECT_EQ(view().panLeftRightValueText()->text(), u"1");
     move(slider, 0.5);
     release(slider, 0.5);
-    EXPECT_TRUE(writes(*firmware).empty()) << "the rest of that drag too";
+    EXPECT_TRUE(writes(*firmware).empty()) << "the rest of that drag is dropped too";
     EXPECT_EQ(slider->intValue(), 40);
     EXPECT_FALSE(store_.empty());
 
@@ -158,7 +158,7 @@ TEST_F(PanelFailingCameras, APowerLineButtonThatMakesTheCameraReadAgainSendsNoth
     EXPECT_EQ(camera(1)->controlValue(control::powerLine), 2);
 }
 
-TEST_F(PanelFailingCameras, RestoringReadsFirstWhatCouldNotBeRead) {
+TEST_F(PanelFailingCameras, RestoringFirstReadsTheMissingControls) {
     startWithHalfReadCamera();
     camera(1)->clearFaults();
     camera(1)->setControlValue(control::sharpness, 9);
@@ -177,7 +177,7 @@ TEST_F(PanelFailingCameras, NothingIsSentToAHalfReadCameraThatIsNotQuiet) {
     EXPECT_TRUE(camera(1)->requestLog().empty());
 }
 
-TEST_F(PanelFailingCameras, RestoringDisturbsTheQuietToo) {
+TEST_F(PanelFailingCameras, RestoringRestartsTheQuietTimeToo) {
     startWithHalfReadCamera();
     passTime(ReopeningPolicy::quietTime - 1ms);
     click(view().restoreProfileButton());
@@ -186,7 +186,7 @@ TEST_F(PanelFailingCameras, RestoringDisturbsTheQuietToo) {
     EXPECT_EQ(readings(1), 1);
 }
 
-TEST_F(PanelFailingCameras, WhatTheUserDoesPutsTheSecondReadingOff) {
+TEST_F(PanelFailingCameras, UserActionsPostponeTheSecondReading) {
     startWithHalfReadCamera();
     const auto timers = panel().findChildren<QTimer*>();
     const auto timer = std::ranges::find_if(timers, [](const QTimer* t) { return t->isActive(); });
@@ -199,7 +199,7 @@ TEST_F(PanelFailingCameras, WhatTheUserDoesPutsTheSecondReadingOff) {
     EXPECT_EQ(readings(1), 1);
 }
 
-TEST_F(PanelFailingCameras, SavingAHalfReadCameraKeepsWhatWasNotRead) {
+TEST_F(PanelFailingCameras, SavingAHalfReadCameraKeepsStoredValuesOfUnreadControls) {
     startWithHalfReadCamera();
     PreferencesDictionary profile{{"kNSUserDefaultsKeySaturation", {std::int64_t(99)}},
                                   {"kNSUserDefaultsKeyContrast", {std::int64_t(98)}}};
@@ -232,12 +232,12 @@ TEST_F(PanelFailingCameras, ARecordMadeOfASilentCameraIsNotWrittenToIt) {
     QThreadPool::globalInstance()->waitForDone();
     EXPECT_TRUE(camera(1)->requestLog().empty());
     push(view().profile2Button());
-    EXPECT_EQ(writes(*camera(1)).size(), 2U) << "what prepares the camera, and the power line";
+    EXPECT_EQ(writes(*camera(1)).size(), 2U) << "the preparing write and the power line";
     EXPECT_EQ(camera(1)->controlValue(control::brightness), 0);
     EXPECT_EQ(camera(1)->controlValue(control::panTilt), 0);
 }
 
-TEST_F(PanelFailingCameras, ADragOnAHangingCameraAsksItOnceAndAgainAfterASecondOfQuiet) {
+TEST_F(PanelFailingCameras, ADragOnAHangingCameraSendsOneRequestAndAnotherAfterASecondOfQuiet) {
     start(1);
     camera(1)->order(silence(control::brightness, FaultDirection::writes));
     KTSlider* slider = view().brightnessSlider();
@@ -259,7 +259,7 @@ TEST_F(PanelFailingCameras, ADragOnAHangingCameraAsksItOnceAndAgainAfterASecondO
     EXPECT_EQ(view().brightnessValueText()->text(), u"64");
 }
 
-TEST_F(PanelFailingCameras, ADragThatRestsOpensTheCameraAnewNoMoreThanOnce) {
+TEST_F(PanelFailingCameras, ADragWithPausesReopensTheCameraOnlyOnce) {
     start(1);
     camera(1)->order(silence(control::brightness, FaultDirection::writes));
     KTSlider* slider = view().brightnessSlider();
@@ -276,8 +276,8 @@ TEST_F(PanelFailingCameras, ADragThatRestsOpensTheCameraAnewNoMoreThanOnce) {
     EXPECT_EQ(writes(*camera(1)).size(), 3U);
 }
 
-// Its release at the camera's own value sends nothing.
-TEST_F(PanelFailingCameras, ADragOfTheSaturationThatEndsWhereItBeganIsOverAllTheSame) {
+// Releasing the slider at the camera's current value sends nothing.
+TEST_F(PanelFailingCameras, ASaturationDragThatEndsWhereItBeganStillCountsAsEnded) {
     start(1);
     camera(1)->order(silence(control::saturation, FaultDirection::writes));
     KTSlider* slider = view().saturationSlider();
@@ -292,7 +292,7 @@ TEST_F(PanelFailingCameras, ADragOfTheSaturationThatEndsWhereItBeganIsOverAllThe
     EXPECT_EQ(writes(*camera(1)).size(), 3U);
 }
 
-TEST_F(PanelFailingCameras, AHeldKeyAsksAHangingCameraOnce) {
+TEST_F(PanelFailingCameras, AHeldKeySendsOneRequestToAHangingCamera) {
     start(1);
     camera(1)->order(silence(control::brightness, FaultDirection::writes));
     for (int i = 0; i < 40; ++i) {
@@ -302,7 +302,7 @@ TEST_F(PanelFailingCameras, AHeldKeyAsksAHangingCameraOnce) {
     EXPECT_EQ(writes(*camera(1)).size(), 1U);
 }
 
-TEST_F(PanelFailingCameras, ADragOverRefusedValuesReachesTheCameraWithEach) {
+TEST_F(PanelFailingCameras, ADragOverRefusedValuesSendsEachToTheCamera) {
     start(1);
     camera(1)->order(
         {.kind = FaultKind::stall, .control = control::brightness, .direction = FaultDirection::writes});
@@ -315,7 +315,7 @@ TEST_F(PanelFailingCameras, ADragOverRefusedValuesReachesTheCameraWithEach) {
     EXPECT_EQ(camera(1)->controlValue(control::brightness), 64);
 }
 
-TEST_F(PanelFailingCameras, APushToACameraThatFailedToAnswerOnceGoesOnAfterAMoment) {
+TEST_F(PanelFailingCameras, APushContinuesAfterOneMissingAnswer) {
     start(1);
     camera(1)->order(silence(control::sharpness, FaultDirection::writes));
     camera(1)->setControlValue(control::zoom, 200);
@@ -324,7 +324,7 @@ TEST_F(PanelFailingCameras, APushToACameraThatFailedToAnswerOnceGoesOnAfterAMome
     EXPECT_EQ(camera(1)->controlValue(control::zoom), 100);
 }
 
-TEST_F(PanelFailingCameras, APushEndsWhenTheCameraFailsToAnswerTwice) {
+TEST_F(PanelFailingCameras, APushEndsAfterTwoMissingAnswers) {
     start(1);
     camera(1)->order(silence(control::contrast, FaultDirection::writes));
     camera(1)->order(silence(control::sharpness, FaultDirection::writes));
@@ -338,7 +338,7 @@ TEST_F(PanelFailingCameras, APushEndsWhenTheCameraFailsToAnswerTwice) {
     EXPECT_EQ(writesOf(control::zoom), 0);
 }
 
-TEST_F(PanelFailingCameras, APushDoesNotFollowTheUserToTheNextCamera) {
+TEST_F(PanelFailingCameras, SwitchingCamerasEndsAPush) {
     start(2);
     PreferencesDictionary profile = storedProfile(0);
     profile["kNSUserDefaultsKeyPanTilt"] = {packPanTilt(18000, 0)};
@@ -346,14 +346,14 @@ TEST_F(PanelFailingCameras, APushDoesNotFollowTheUserToTheNextCamera) {
     storeProfile(0, profile);
     camera(1)->order({.kind = FaultKind::delay, .control = control::panTilt, .wait = 1h});
     click(view().profile1Button());
-    // The write before the one that waits.
+    // The write before the delayed one.
     ASSERT_TRUE(waitFor([this] { return writesOf(control::zoom) > 0; }));
     click(view().camera2Button());
-    camera(1)->clearFaults(); // and with them the wait
+    camera(1)->clearFaults(); // ends the delay too
     QThreadPool::globalInstance()->waitForDone();
     QCoreApplication::processEvents();
     EXPECT_EQ(camera(1)->controlValue(control::panTilt), packPanTilt(18000, 0));
-    EXPECT_EQ(camera(1)->controlValue(control::powerLine), 1) << "the rest is dropped";
+    EXPECT_EQ(camera(1)->controlValue(control::powerLine), 1) << "the rest of the push is dropped";
     EXPECT_TRUE(writes(*camera(2)).empty());
     EXPECT_EQ(manager_.panTilt()->val(), 0);
     EXPECT_EQ(view().panLeftRightValueText()->text(), u"0");
@@ -363,7 +363,7 @@ TEST_F(PanelFailingCameras, APushDoesNotFollowTheUserToTheNextCamera) {
     EXPECT_EQ(camera(2)->controlValue(control::panTilt), packPanTilt(0, 36000));
 }
 
-TEST_F(PanelFailingCameras, ADragDoesNotFollowTheUserToTheNextCamera) {
+TEST_F(PanelFailingCameras, SwitchingCamerasEndsADrag) {
     start(2);
     KTSlider* slider = view().brightnessSlider();
     press(slider, 1);

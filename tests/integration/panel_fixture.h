@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The whole panel in a window, on virtual cameras in process.
+// The whole panel in a window, with in-process virtual cameras.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -31,7 +31,7 @@
 
 namespace tavelo {
 
-/// Starts with no panel: a test plugs its cameras in and orders its faults, then calls start().
+/// The panel does not exist until a test calls start(), so cameras and faults can be set up first.
 class PanelTest : public testing::Test {
 protected:
     ~PanelTest() override {
@@ -56,26 +56,26 @@ protected:
         return backend_.bus->plug(virtualCameraModel(number));
     }
 
-    /// What the panel keeps its records in.
+    /// The panel's preferences.
     virtual PreferencesStore& preferences() { return store_; }
 
     virtual CapturePlatform& capture() { return *backend_.capture; }
 
-    /// The virtual cameras need no time to settle.
+    /// Does nothing: virtual cameras need no time to settle.
     virtual void pause(std::chrono::milliseconds /*time*/) {}
 
     ViewController& panel() { return *panel_; }
     PanelView& view() { return *panel_->view(); }
     std::shared_ptr<VirtualCameraFirmware> camera(int number) { return backend_.bus->camera(number); }
 
-    /// Waits, with the event loop running, until the condition holds.
+    /// Runs the event loop until the condition holds.
     template <typename Condition>
     [[nodiscard]] static bool waitFor(Condition condition) {
         constexpr int patience = 20'000; // ms; sanitizers are slow
         return QTest::qWaitFor(condition, patience);
     }
 
-    /// Presses the slider's track at a share of the knob's way, without releasing.
+    /// The point of the slider's track at `share` (0 to 1) of the knob's range.
     static QPoint pointOf(const KTSlider* slider, double share) {
         const double height = slider->height();
         const double x = height / 2 + share * (slider->width() - height);
@@ -90,7 +90,7 @@ protected:
         QTest::mouseRelease(slider, Qt::LeftButton, {}, pointOf(slider, share));
     }
 
-    /// The writes that reached a camera, in order.
+    /// The writes that the camera received, in order.
     static std::vector<RequestRecord> writes(const VirtualCameraFirmware& camera) {
         constexpr std::uint8_t setCur = 0x01;
         std::vector<RequestRecord> result = camera.requestLog();
@@ -104,12 +104,11 @@ protected:
 
     static void click(QWidget* widget) { QTest::mouseClick(widget, Qt::LeftButton); }
 
-    /// Presses a button that pushes settings to camera 1, and waits until the camera and the widgets have
-    /// them.
+    /// Clicks a button that pushes settings to camera 1 and waits until the camera and the widgets have them.
     void push(QWidget* button) {
         const std::ptrdiff_t before = powerLineWrites();
         click(button);
-        // The power line is what a push writes last.
+        // A push writes the power line frequency last.
         ASSERT_TRUE(waitFor([&] { return powerLineWrites() > before; }));
         QThreadPool::globalInstance()->waitForDone();
         QCoreApplication::processEvents();
@@ -130,7 +129,7 @@ protected:
         store_.setObject(object, *panel().cameraSettingKey());
     }
 
-    /// A profile of the camera's stored record, by position.
+    /// The profile at this position of the camera's stored record.
     PreferencesDictionary storedProfile(std::size_t position) {
         const auto object = store_.objectForKey(*panel_->cameraSettingKey());
         const auto& record = std::get<PreferencesArray>(object->value);
@@ -141,7 +140,7 @@ protected:
     VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
     MemoryPreferencesStore store_{mainQueue_};
     ResourceBundle bundle_;
-    /// Stands still unless a test moves it.
+    /// Advances only when a test changes it.
     std::atomic<std::chrono::steady_clock::time_point> now_ = std::chrono::steady_clock::now();
     KTUVCManager manager_{{backend_.usb.get(), nullptr, [this] { return now_.load(); }}};
     KTWindow window_{QRect(0, 0, 1111, 660), WindowStyle::borderless, true, true};

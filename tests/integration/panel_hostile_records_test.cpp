@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Settings records that somebody edited by hand, or that another program spoiled.
+// Settings records that were edited by hand or damaged by another program.
 #include <QApplication>
 #include <QTimer>
 #include <limits>
@@ -80,7 +80,7 @@ protected:
         return backend_.capture->devicesWithMediaType(MediaType::video);
     }
 
-    /// Presses save and dismisses an alert that may come.
+    /// Clicks save and dismisses the alert, if any.
     void save() {
         QTimer watch;
         QObject::connect(&watch, &QTimer::timeout, &watch, [] {
@@ -154,7 +154,7 @@ TEST_P(PanelHostileRecords, LoseNothingWhenAProfileIsSaved) {
         const auto& saved = std::get<PreferencesDictionary>(after[i].value);
         EXPECT_EQ(saved.count("of the user's own"), dictionary->count("of the user's own"));
         EXPECT_EQ(saved.at("kNSUserDefaultsKeyContrast").value.index(), number(0).value.index())
-            << "what is saved is a number again";
+            << "the saved value is a number again";
     }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Cameras that come and go: which one is shown, which tab is lit, and what the panel takes for a camera.
+// Plugging and unplugging: which camera is shown, which tab is selected, and which devices are listed.
 #include <algorithm>
 #include <array>
 #include <map>
@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 class PanelHotplug : public PanelTest {
 protected:
-    /// Which camera is shown, by its number; 0 for none.
+    /// The number of the camera shown, or 0.
     int shown() { return numberOf(panel().displayView()->captureDevice()); }
 
     std::vector<int> listed() {
@@ -33,7 +33,7 @@ protected:
         return -1;
     }
 
-    /// Plugs a camera in and notes by which identifier it is listed.
+    /// Plugs a camera in and stores its identifier.
     void plugAndWait(int number) {
         const auto known = devices();
         plug(number);
@@ -54,7 +54,7 @@ protected:
         ASSERT_EQ(shown(), cameras == 0 ? 0 : shownCamera);
     }
 
-    /// The buttons fit to the cameras, and do what they say.
+    /// Checks that the buttons match the cameras and work.
     void expectButtonsFit() {
         const std::vector<int> cameras = listed();
         const auto position = std::ranges::find(cameras, shown()) - cameras.begin();
@@ -103,7 +103,7 @@ TEST_P(PanelRemoval, LeavesTheRightCameraShownAndItsTabLit) {
     } else if (removal.removed == removal.shown) {
         EXPECT_EQ(shown(), left.front());
     } else {
-        EXPECT_EQ(panel().displayView()->videoCaptureDeviceInput(), input) << "the picture goes on";
+        EXPECT_EQ(panel().displayView()->videoCaptureDeviceInput(), input) << "the stream keeps running";
     }
     expectButtonsFit();
     expectButtonsReachTheirCameras();
@@ -128,7 +128,7 @@ TEST_P(PanelRemoval, AndTheCamerasComingBackListsItLastAndChangesNothingElse) {
 
 TEST_F(PanelHotplug, TheInterfaceOfAnUnpluggedCameraIsClosedAtOnce) {
     startWith(1, 1);
-    const auto held = manager_.interface(); // as a push of settings holds it
+    const auto held = manager_.interface(); // a push of settings holds it the same way
     ASSERT_NE(held, nullptr);
     backend_.bus->unplug(1);
     ASSERT_TRUE(waitFor([&] { return panel().devicesArray().empty(); }));
@@ -183,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(Cameras, PanelArrival,
                                            Arrival{3, 1}, Arrival{3, 2}),
                          nameOfArrival);
 
-/// Notes when the panel lets a time pass, and what it had done by then.
+/// Records each pause of the panel and what it had done by then.
 class PanelPauses : public PanelHotplug {
 protected:
     struct Pause {
@@ -198,7 +198,7 @@ protected:
         pauses_.push_back({time, shown(), camera(number_)->requestLog().size()});
     }
 
-    int number_ = 1; // of the camera whose requests count
+    int number_ = 1; // the camera whose requests are counted
     std::vector<Pause> pauses_;
 };
 
@@ -237,7 +237,7 @@ public:
 
     const std::vector<CaptureDeviceObserver*>& observers() const { return observers_; }
 
-    /// Plugs in what the bus knows nothing of.
+    /// Plugs in a device that is not on the bus.
     void plugForeign(const std::string& uniqueID) {
         foreign_.push_back(std::make_shared<testing::FakeDevice>(uniqueID));
         for (CaptureDeviceObserver* observer : observers_)
@@ -267,7 +267,7 @@ protected:
     MixedCapture mixed_{*backend_.capture};
 };
 
-TEST_F(PanelMixedCapture, DevicesThatTheBusDoesNotKnowAreNeverListed) {
+TEST_F(PanelMixedCapture, DevicesThatAreNotOnTheBusAreNeverListed) {
     const std::array<std::string, 3> identifiers{"0x99900000aaaabbbb", "", "no number at all"};
     for (const std::string& identifier : identifiers)
         mixed_.plugForeign(identifier);
@@ -285,7 +285,7 @@ TEST_F(PanelMixedCapture, DevicesThatTheBusDoesNotKnowAreNeverListed) {
     }
 }
 
-TEST_F(PanelMixedCapture, APanelThatIsGoneIsToldOfNothing) {
+TEST_F(PanelMixedCapture, ADestroyedPanelIsNotNotified) {
     plugAndWait(1);
     start(0);
     EXPECT_EQ(mixed_.observers().size(), 1U);

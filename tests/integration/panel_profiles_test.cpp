@@ -23,12 +23,12 @@ protected:
         return profile;
     }
 
-    /// Presses save and dismisses the alert; gives its text, or nothing if none came.
+    /// Clicks save and dismisses the alert.  Returns its text, or an empty string if there was none.
     QString save() {
         return alertAfter([this] { click(view().saveProfileButton()); });
     }
 
-    /// The text of the last alert that an action leads to.
+    /// The text of the last alert that the action causes.
     template <typename Action>
     QString alertAfter(Action action) {
         QString shownText;
@@ -45,7 +45,7 @@ protected:
         return shownText;
     }
 
-    /// Until what was asked of the store before has ended, and what it led to.
+    /// Waits until earlier requests to the store and their handlers have finished.
     void waitForTheStore() {
         bool ended = false;
         store_.synchronize([this, &ended](bool) { mainQueue_.post([&ended] { ended = true; }); });
@@ -152,22 +152,22 @@ TEST_F(PanelProfiles, SavingStoresTheManagersValuesNotTheSliderPositions) {
     EXPECT_EQ(integer(profile, "kNSUserDefaultsKeyBrightness"), 64);
     EXPECT_EQ(integer(profile, "kNSUserDefaultsKeyContrast"), 32);
     EXPECT_TRUE(store_.flushed());
-    EXPECT_EQ(storedProfile(0), storedProfile(2)) << "the other profiles stay";
+    EXPECT_EQ(storedProfile(0), storedProfile(2)) << "the other profiles do not change";
 }
 
-TEST_F(PanelProfiles, SavingSaysSoOnlyOnceTheProfileIsOnTheDisk) {
+TEST_F(PanelProfiles, SavedAlertAppearsOnlyOnceTheProfileIsOnTheDisk) {
     start(1);
     push(view().profile1Button());
     waitForTheStore();
     const auto before = store_.onDisk(*panel().cameraSettingKey());
     QTest::mouseClick(view().brightnessSlider(), Qt::LeftButton, {}, pointOf(view().brightnessSlider(), 1));
     click(view().saveProfileButton());
-    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "nothing waits for the disk";
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "no alert before the write has finished";
     EXPECT_EQ(save(), QString::fromStdString(bundle_.localizedString("Saved_successfully", {})));
     EXPECT_NE(store_.onDisk(*panel().cameraSettingKey()), before);
 }
 
-TEST_F(PanelProfiles, AProfileThatCannotBeSavedStaysWhatTheDiskHasAndNothingSaysSaved) {
+TEST_F(PanelProfiles, AFailedSaveRestoresTheProfileOnTheDiskAndShowsNoSavedAlert) {
     start(1);
     push(view().profile1Button());
     waitForTheStore();
@@ -183,7 +183,7 @@ TEST_F(PanelProfiles, AProfileThatCannotBeSavedStaysWhatTheDiskHasAndNothingSays
     EXPECT_EQ(integer(storedProfile(0), "kNSUserDefaultsKeyBrightness"), 64);
 }
 
-TEST_F(PanelProfiles, OfTwoSavesThatFailTheFirstPutsNothingInTheWayOfTheSecond) {
+TEST_F(PanelProfiles, TheFirstOfTwoFailedSavesDoesNotUndoTheSecond) {
     start(1);
     push(view().profile1Button());
     waitForTheStore();
@@ -199,7 +199,7 @@ TEST_F(PanelProfiles, OfTwoSavesThatFailTheFirstPutsNothingInTheWayOfTheSecond) 
     EXPECT_EQ(storedProfile(0), before);
 }
 
-TEST_F(PanelProfiles, AProfileSelectedWhileASaveFailsDoesNotWriteWhatWasNotSaved) {
+TEST_F(PanelProfiles, SelectingAProfileDuringAFailingSaveDoesNotStoreTheUnsavedValues) {
     start(1);
     push(view().profile1Button());
     waitForTheStore();
@@ -292,7 +292,7 @@ TEST_F(PanelProfiles, RestorePushesTheDefaultsAndMirrorOffAndLeavesTheStoredProf
     EXPECT_EQ(view().restoreProfileButton()->state(), 0);
 }
 
-TEST_F(PanelProfiles, ARefusedValueDoesNotStopTheOnesBehindIt) {
+TEST_F(PanelProfiles, ARefusedValueDoesNotStopTheFollowingOnes) {
     start(1);
     PreferencesDictionary profile = profileWith("kNSUserDefaultsKeySharpness", 9);
     profile["kNSUserDefaultsKeyWhiteBalance"] = {std::int64_t(5000)};
@@ -320,7 +320,7 @@ TEST_F(PanelProfiles, ACameraPulledOutWhileAProfileIsPushedEndsInThePanelWithout
 TEST_F(PanelProfiles, APushToASlowCameraDoesNotHoldTheWindowUp) {
     using namespace std::chrono_literals;
     start(1);
-    constexpr auto answerTime = 300ms; // a busy machine takes its time for a click, too
+    constexpr auto answerTime = 300ms; // long, because a click may be slow on a busy machine
     camera(1)->order({.kind = FaultKind::delay, .wait = answerTime});
     storeProfile(0, profileWith("kNSUserDefaultsKeyContrast", 40));
     QElapsedTimer blocked;
@@ -338,7 +338,7 @@ TEST_F(PanelProfiles, AProfileButtonWithNoBoundCameraOnlyChangesTheButtons) {
     EXPECT_TRUE(store_.empty());
 }
 
-TEST_F(PanelProfiles, ThePanelMayDieWhileItsSettingsArePushed) {
+TEST_F(PanelProfiles, ThePanelMayBeDestroyedDuringAPush) {
     start(1);
     camera(1)->order({.kind = FaultKind::delay, .wait = std::chrono::milliseconds(10)});
     click(view().profile1Button());

@@ -20,9 +20,9 @@
 namespace tavelo {
 namespace {
 
-// One language and one scale factor a process: Qt and fontconfig read them when they start.
+// One language and one scale factor per process: Qt and fontconfig read them at start.
 struct Desktop {
-    const char* language; // as pictures are named
+    const char* language; // as in the pictures' names
     const char* locale;
     const char* fontLanguage;
 };
@@ -43,14 +43,14 @@ QByteArray scale() {
 class PanelPicture : public PanelTest {
 protected:
     void SetUp() override {
-        // Families are named in the desktop's language: asked for by what they can write.
+        // Family names depend on the desktop's language, so look for a writing system instead.
         ASSERT_FALSE(QFontDatabase::families(QFontDatabase::SimplifiedChinese).isEmpty())
             << "the package fonts-wqy-microhei is missing";
         ASSERT_EQ(QFontInfo(QFont(QStringLiteral("Arial"))).family().toStdString(), "Liberation Sans")
             << "the package fonts-liberation is missing";
     }
 
-    /// Stops the camera and shows one picture of it, as its controls stand, that is the same each time.
+    /// Stops the camera and shows one fixed picture drawn with its current control values.
     void holdStill(int number) {
         KTDisplayView& display = *panel().displayView();
         KTMTKView& renderer = *display.mtkView();
@@ -64,13 +64,13 @@ protected:
             VirtualPicture(number).draw(moment, camera(number)->pictureSettings(), still->baseAddress(),
                                         still->width(), still->height(), still->bytesPerRow());
         }
-        renderer.renderQueue().sync([] {}); // what was on its way is drawn
+        renderer.renderQueue().sync([] {}); // waits for pending frames
         const std::uint64_t before = renderer.drawnFrames();
         renderer.drawPixelBufferWithPresentationTime(still, MediaTime::fromNanoseconds({}));
         ASSERT_TRUE(waitFor([&] { return renderer.drawnFrames() > before; }));
     }
 
-    /// The window's own content, and over it the picture that the renderer shows in a window of its own.
+    /// The window's content with the picture of the renderer's native window painted over it.
     QImage picture() {
         QImage image = window_.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
         KTDisplayView& display = *panel().displayView();
@@ -88,7 +88,7 @@ protected:
         ASSERT_TRUE(writer.write(image)) << path.toStdString() << ": " << writer.errorString().toStdString();
     }
 
-    /// Compares with the picture kept, or keeps this one where TAVELO_UPDATE_PICTURES=1 asks for it.
+    /// Compares with the reference picture, or replaces it if TAVELO_UPDATE_PICTURES=1.
     void expectPicture(const char* state) { expectPicture(state, picture()); }
 
     void expectPicture(const char* state, const QImage& drawn) {
@@ -107,12 +107,12 @@ protected:
         const QString differencePath = QStringLiteral(DRAWN_PICTURES "/%1-difference.png").arg(name);
         write(drawn, drawnPath);
         write(showDifference(kept, drawn), differencePath);
-        ADD_FAILURE() << "The panel does not look as in " << keptPath.toStdString() << "\nmost so around ("
+        ADD_FAILURE() << "The panel differs from " << keptPath.toStdString() << "\nmost around ("
                       << difference.where.x() << ", " << difference.where.y() << "), by " << difference.worst
                       << " of " << pictureTolerance
                       << " levels allowed.\nDrawn:      " << drawnPath.toStdString()
                       << "\nDifference: " << differencePath.toStdString()
-                      << "\nIf this is how it shall look: TAVELO_UPDATE_PICTURES=1 ctest -R panel_pictures";
+                      << "\nTo accept the new look: TAVELO_UPDATE_PICTURES=1 ctest -R panel_pictures";
     }
 };
 
@@ -192,7 +192,7 @@ TEST_F(PanelPicture, ProfileSelectedAndControlsMoved) {
     expectPicture("profile");
 }
 
-// Nothing of the machine's and the user's own settings shall show in the pictures.
+// Keeps the machine's and the user's settings out of the pictures.
 bool prepareDesktop(const QString& emptyFolder) {
     const auto* desktop = std::ranges::find(desktops, language(), &Desktop::language);
     if (desktop == desktops.end()) return false;

@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto answerTime = 50ms;
-// One request, and as much again for a machine that has other things to do.
+// One request, and the same again as margin for a busy machine.
 constexpr auto longestPause = 2 * answerTime;
 
 class PanelResponsiveness : public PanelTest {
@@ -29,10 +29,10 @@ protected:
         firmware.order({.kind = FaultKind::delay, .wait = answerTime});
     }
 
-    /// Most cameras: the manual value cannot be written while the automatic rules it.
+    /// Like most cameras: the manual value cannot be written while the automatic control is on.
     void makeCameraRefuseWhiteBalance() { camera(1)->setControlValue(control::autoWhiteBalance, 1); }
 
-    /// Runs the event loop, which sleeps between events as the program's does, until the condition holds.
+    /// Runs the event loop, sleeping between events like the program does, until the condition holds.
     template <typename Condition>
     static void runUntil(Condition condition) {
         while (!condition())
@@ -67,7 +67,8 @@ TEST_F(PanelResponsiveness, APushToASlowCameraThatRefusesAValueLeavesTheMainThre
     selectProfileAndWait(view().profile2Button());
     EXPECT_LT(watch.longestWait(), longestPause);
     EXPECT_EQ(own.count(), 0U);
-    EXPECT_EQ(camera(1)->controlValue(control::sharpness), 5) << "it is written after the refused value";
+    EXPECT_EQ(camera(1)->controlValue(control::sharpness), 5)
+        << "sharpness is written after the refused value";
 }
 
 TEST_F(PanelResponsiveness, APushThatFollowsARefusedValueLeavesTheMainThreadFree) {
@@ -125,7 +126,7 @@ TEST_F(PanelResponsiveness, ASecondCameraPluggedInWhileAProfileIsPushedIsNotAske
     EXPECT_TRUE(second->requestLog().empty());
 }
 
-/// The panel on a preferences file that another program has locked.
+/// The panel with a preferences file that another program has locked.
 class PanelOnLockedPreferences : public PanelResponsiveness {
 protected:
     PanelOnLockedPreferences() {

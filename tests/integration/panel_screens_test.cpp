@@ -11,7 +11,7 @@
 namespace tavelo {
 namespace {
 
-// A desktop with three screens side by side, the first of them a netbook's.
+// Three screens side by side; the first one has the size of a netbook's.
 constexpr const char* screens = R"({"screens": [
     {"name": "netbook", "x": 0, "y": 0, "width": 1024, "height": 600},
     {"name": "desk", "x": 1024, "y": 0, "width": 1920, "height": 1080},
@@ -40,7 +40,7 @@ protected:
 
     void moveTo(const char* screen) { window_.windowHandle()->setScreen(named(screen)); }
 
-    /// A widget's place, as the panel at its own size has it.
+    /// Checks a widget's position in the coordinates of the unscaled panel.
     void expectPlace(const QWidget* widget, const QRectF& frame) {
         const double scale = view().scale();
         const QRectF place = widget->geometry();
@@ -106,14 +106,14 @@ TEST_F(PanelScreens, AWindowThatComesToASmallerScreenShrinksAndGrowsBack) {
     expectPlace(view().brightnessSlider(), QRectF(60, 166 + view().height() - 660, 360, 16));
 }
 
-TEST_F(PanelScreens, PressesMeetTheScaledControls) {
+TEST_F(PanelScreens, ClicksReachTheScaledControls) {
     startOn("toy");
     KTSlider* slider = view().brightnessSlider();
     for (const double share : {0.0, 0.25, 0.8, 1.0}) {
         const QPoint place = slider->mapTo(&window_, pointOf(slider, share));
         QTest::mouseClick(window_.windowHandle(), Qt::LeftButton, {}, place);
         const double range = slider->maxValue() - slider->minValue();
-        const double point = range / (slider->width() - slider->height()); // of the screen
+        const double point = range / (slider->width() - slider->height()); // value range of one screen point
         EXPECT_NEAR(slider->floatValue(), slider->minValue() + share * range, point);
         EXPECT_EQ(manager_.bright()->val(), slider->intValue());
     }
@@ -134,7 +134,7 @@ TEST_F(PanelScreens, ADragFollowsThePointerOnTheScaledSlider) {
     QTest::mouseRelease(slider, Qt::LeftButton, {}, pointOf(slider, 0.5));
 }
 
-// A bitmap that is scaled has soft edges; shapes drawn at the target size end on a pixel.
+// A scaled bitmap has soft edges; shapes drawn at the target size end on a pixel.
 TEST_F(PanelScreens, EdgesOfTheScaledPanelAreSharp) {
     startOn("toy");
     const QImage picture = view().grab().toImage();

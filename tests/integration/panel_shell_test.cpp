@@ -11,7 +11,7 @@ class PanelShell : public PanelTest {
 protected:
     std::uint64_t drawnFrames() { return panel().displayView()->mtkView()->drawnFrames(); }
 
-    /// Frames come from now on.
+    /// True if another frame arrives.
     [[nodiscard]] bool framesGoOn() {
         return waitFor([this, before = drawnFrames()] { return drawnFrames() > before; });
     }
@@ -27,7 +27,7 @@ TEST_F(PanelShell, ClosingHidesTheWindowAndReopeningShowsItWithTheSessionUntouch
     const auto device = panel().displayView()->captureDevice();
     click(view().closeButton());
     EXPECT_FALSE(window_.isVisible());
-    EXPECT_TRUE(framesGoOn()) << "the camera's session goes on";
+    EXPECT_TRUE(framesGoOn()) << "the camera's session keeps running";
 
     const std::size_t before = requests(1);
     windowController_.makeKeyAndOrderFront();
@@ -35,7 +35,7 @@ TEST_F(PanelShell, ClosingHidesTheWindowAndReopeningShowsItWithTheSessionUntouch
     EXPECT_TRUE(framesGoOn());
     EXPECT_EQ(panel().displayView()->captureDevice(), device);
     EXPECT_EQ(panel().profileIndex(), 0);
-    EXPECT_EQ(requests(1), before) << "the camera hears nothing of it";
+    EXPECT_EQ(requests(1), before) << "nothing is sent to the camera";
 }
 
 TEST_F(PanelShell, MinimisingMinimisesAndReopeningRestores) {
@@ -47,7 +47,7 @@ TEST_F(PanelShell, MinimisingMinimisesAndReopeningRestores) {
     EXPECT_TRUE(window_.isVisible());
 }
 
-TEST_F(PanelShell, ReconnectStartsTheShownCameraAfreshAndLeavesTheOtherAlone) {
+TEST_F(PanelShell, ReconnectRestartsOnlyTheShownCamera) {
     start(2);
     click(view().camera2Button());
     ASSERT_TRUE(framesGoOn());
@@ -95,7 +95,7 @@ TEST_F(PanelShell, LanguageChangesTheWholePanelAtOnce) {
     EXPECT_EQ(view().brightnessSlider()->accessibleName(), QStringLiteral("Helligkeit"));
     EXPECT_EQ(view().profile4Button()->text(), QStringLiteral("PROFIL 4"));
     EXPECT_EQ(view().closeButton()->accessibleName(), QStringLiteral("Schließen"));
-    EXPECT_GT(view().mirrorSwitch()->x(), switchBefore) << "a longer title pushes the row to the right";
+    EXPECT_GT(view().mirrorSwitch()->x(), switchBefore) << "a longer title moves the row to the right";
     EXPECT_EQ(view().zoomValueText()->text(), valueBefore);
 }
 
@@ -114,10 +114,10 @@ TEST_F(PanelShell, MenuOpensOverEveryPartOfTheWindow) {
         EXPECT_EQ(opened->objectName(), QStringLiteral("contextMenu"));
         opened->close();
     }
-    EXPECT_EQ(panel().profileIndex(), -1) << "a right press operates nothing";
+    EXPECT_EQ(panel().profileIndex(), -1) << "a right press changes no setting";
 }
 
-TEST_F(PanelShell, TheWordsBesideSwitchAndButtonsAnswerToAClick) {
+TEST_F(PanelShell, ClickingALabelOperatesItsSwitchOrButton) {
     start(1);
     const auto clickOn = [this](const QWidget* part) {
         QTest::mouseClick(window_.windowHandle(), Qt::LeftButton, {},
@@ -137,7 +137,7 @@ TEST_F(PanelShell, TheWordsBesideSwitchAndButtonsAnswerToAClick) {
     ASSERT_TRUE(waitFor([this] { return !view().mirrorSwitch()->isEnabled(); }));
     clickOn(view().mirrorTitleText());
     clickOn(view().hz60Text());
-    EXPECT_TRUE(view().mirrorSwitch()->on()) << "disabled with its switch";
+    EXPECT_TRUE(view().mirrorSwitch()->on()) << "the label is disabled with its switch";
     EXPECT_TRUE(view().hz50Button()->check());
 }
 

@@ -10,7 +10,7 @@ namespace {
 constexpr int squareSide = 8;
 constexpr double largest = 255;
 
-// Premultiplied, so that the colour of what is transparent does not count.
+// Premultiplied, so that the colour of transparent pixels does not count.
 QImage comparable(const QImage& image) {
     QImage result = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
     result.setDevicePixelRatio(1);

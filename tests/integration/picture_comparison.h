@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whether two pictures of the panel look alike, and where they do not.
+// Compares two pictures of the panel and finds where they differ.
 #pragma once
 
 #include <QImage>
@@ -14,15 +14,15 @@ struct PictureDifference {
     QRect where;
 };
 
-/// Squares, because antialiasing differs by a little in many pixels from one version of a font library to the
-/// next, and a text that moved differs by much in a few.  A pixel's difference is that of the channel which
-/// differs most, transparency included; colours count as much as they show.
+/// Compares square by square: antialiasing that changes with the version of a font library gives small
+/// differences in many pixels, moved text large ones in a few.  A pixel's difference is that of its worst
+/// channel, alpha included; colours are weighted by alpha.
 PictureDifference comparePictures(const QImage& kept, const QImage& drawn);
 
-/// What a square may differ by.
+/// The largest difference that still counts as equal.
 inline constexpr double pictureTolerance = 4;
 
-/// The drawn picture, darkened, and in red what differs.
+/// The drawn picture, darkened, with the differences in red.
 QImage showDifference(const QImage& kept, const QImage& drawn);
 
 } // namespace tavelo

@@ -24,7 +24,7 @@ TEST(PictureComparison, FindsNothingBetweenEqualPictures) {
     EXPECT_EQ(comparePictures(pictureWithText({40, 40}), pictureWithText({40, 40})).worst, 0);
 }
 
-TEST(PictureComparison, BearsALittleNoiseInEveryPixel) {
+TEST(PictureComparison, ToleratesALittleNoiseInEveryPixel) {
     const QImage kept = pictureWithText({40, 40});
     QImage noisy = kept;
     for (int y = 0; y < noisy.height(); ++y) {
@@ -39,7 +39,7 @@ TEST(PictureComparison, BearsALittleNoiseInEveryPixel) {
     EXPECT_LE(comparePictures(kept, noisy).worst, pictureTolerance);
 }
 
-TEST(PictureComparison, FindsATextThatMovedByOnePixelAndSaysWhere) {
+TEST(PictureComparison, FindsATextThatMovedByOnePixel) {
     const PictureDifference difference =
         comparePictures(pictureWithText({40, 40}), pictureWithText({40, 41}));
     EXPECT_GT(difference.worst, pictureTolerance);
@@ -64,13 +64,13 @@ TEST(PictureComparison, FindsACornerThatIsNoLongerTransparent) {
     EXPECT_GT(comparePictures(kept, drawn).worst, pictureTolerance);
 }
 
-TEST(PictureComparison, TakesPicturesOfDifferentSizesForDifferent) {
+TEST(PictureComparison, PicturesOfDifferentSizesDiffer) {
     const QImage kept = pictureWithText({40, 40});
     EXPECT_EQ(comparePictures(kept, kept.copy(0, 0, 199, 100)).worst, 255);
     EXPECT_EQ(comparePictures({}, kept).worst, 255);
 }
 
-TEST(PictureComparison, ShowsInRedWhatDiffers) {
+TEST(PictureComparison, ShowsDifferencesInRed) {
     QImage kept(16, 16, QImage::Format_RGB32);
     kept.fill(Qt::black);
     QImage drawn = kept;

@@ -44,7 +44,7 @@ TEST_F(CameraSettingsTest, EachOfSixControlsDecidesWhetherAProfileIsTheDefaults)
 }
 
 TEST_F(CameraSettingsTest, EveryValueOfASupportedControlIsWritten) {
-    set("kNSUserDefaultsKeyContrast", 3000); // the camera decides
+    set("kNSUserDefaultsKeyContrast", 3000); // out of range; the camera decides
     for (const auto& value : valuesToWrite(profile, *manager))
         EXPECT_TRUE(value);
     EXPECT_EQ(toWrite(KTUVCControl::contrast), 3000);
@@ -56,7 +56,7 @@ TEST_F(CameraSettingsTest, AValueOfAControlThatTheCameraDoesNotHaveIsNeitherWrit
     set("kNSUserDefaultsKeyContrast", 7);
     EXPECT_FALSE(toWrite(KTUVCControl::contrast));
     EXPECT_TRUE(toWrite(KTUVCControl::bright));
-    EXPECT_TRUE(areDefaults(profile, *manager)) << "what is not written decides nothing";
+    EXPECT_TRUE(areDefaults(profile, *manager)) << "values that are not written do not count";
     storeCurrent(profile, *manager, false);
     EXPECT_EQ(integer(profile, "kNSUserDefaultsKeyContrast"), 7);
     EXPECT_EQ(integer(profile, "kNSUserDefaultsKeyBrightness"), 1);
@@ -69,14 +69,14 @@ TEST_F(CameraSettingsTest, AStoredProfileHasAllNineEntries) {
     EXPECT_EQ(fresh.size(), 9U);
 }
 
-TEST_F(CameraSettingsTest, MinusOneIsAValueLikeAnyOtherIfTheControlCanHaveIt) {
+TEST_F(CameraSettingsTest, MinusOneIsAnOrdinaryValueIfItIsInTheRange) {
     set("kNSUserDefaultsKeyBrightness", -1);
     set("kNSUserDefaultsKeyPanTilt", -1);
     EXPECT_EQ(toWrite(KTUVCControl::bright), -1);
     EXPECT_EQ(toWrite(KTUVCControl::panTilt), -1);
 }
 
-TEST_F(CameraSettingsTest, NoMinusOneIsBelievedOfAProfileThatHoldsAnImpossibleOne) {
+TEST_F(CameraSettingsTest, AnImpossibleMinusOneMakesEveryMinusOneOfTheProfileInvalid) {
     for (const std::string_view key :
          {"kNSUserDefaultsKeyBrightness", "kNSUserDefaultsKeyPanTilt", "kNSUserDefaultsKeySharpness"})
         set(key, -1);

@@ -104,7 +104,7 @@ TEST(PanelLayout, FlipsFramesToTheUpperLeftOrigin) {
     EXPECT_TRUE(frameIs(flipped(QRectF(60, 478, 360, 16), 660), 60, 166, 360, 16));
 }
 
-TEST(PanelScale, IsOneWhereThePanelFits) {
+TEST(PanelScale, IsOneIfThePanelFits) {
     EXPECT_EQ(scaleToFit({1111, 660}), 1);
     EXPECT_EQ(scaleToFit({3840, 2160}), 1);
     EXPECT_EQ(scaleToFit({}), 1) << "no screen";

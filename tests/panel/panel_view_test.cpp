@@ -26,7 +26,7 @@ protected:
         view_.grab();
     }
 
-    // Columns and rows of `area` that hold anything but the panel's background.
+    // The bounding rectangle of everything in `area` that is not the panel's background.
     QRect ink(const QRect& area) {
         const QImage image = view_.grab(area).toImage();
         QRect bounds;
@@ -44,7 +44,7 @@ protected:
 
 TEST_F(PanelLook, HalfPointsOfTheMirrorRowGoUpTowardsItsTexts) {
     const QRect title = view_.mirrorTitleText()->geometry();
-    ASSERT_EQ(title.height() % 2, 1) << "otherwise there are no halves";
+    ASSERT_EQ(title.height() % 2, 1) << "this test needs half points";
     const int top = title.top() + (title.height() - 18) / 2 + 1;
     EXPECT_EQ(view_.mirrorSwitch()->geometry(), QRect(title.width() + 64, top, 40, 18));
     EXPECT_EQ(view_.hz50Button()->y(), top);
@@ -57,7 +57,7 @@ TEST_F(PanelLook, LogoAndWindowButtonsReachTheRightEdgeOfThePreviewColumn) {
     EXPECT_EQ(ink(view_.closeButton()->geometry()).right(), right);
 }
 
-// 515 points, the panel's right edge, are no whole number of pixels.
+// The panel's right edge at 515 points is not a whole number of pixels here.
 TEST_F(PanelLook, TheSettingsPanelHasASharpEdgeAtAScaleFactorOfOneAndAHalf) {
     QImage image(1667, 990, QImage::Format_RGB32);
     image.setDevicePixelRatio(1.5);
@@ -74,7 +74,7 @@ TEST_F(PanelLook, TheSettingsPanelIsSquareUnderTheCameraTabs) {
     EXPECT_EQ(view_.settingBackgroundView_leftTop(), QRectF(30, 124, 242.5, 253));
     const QImage image = view_.grab().toImage();
     EXPECT_EQ(image.pixelColor(30, 126), QColor(49, 49, 49));
-    EXPECT_EQ(image.pixelColor(514, 126), QColor(38, 38, 38)) << "its other corners are round";
+    EXPECT_EQ(image.pixelColor(514, 126), QColor(38, 38, 38)) << "the other corners are round";
 }
 
 TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
@@ -87,7 +87,7 @@ TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
     for (const SliderRow& row : view_.rows())
         row.slider->setEnabled(false);
     ASSERT_NE(QApplication::focusWidget(), nullptr);
-    EXPECT_EQ(rings(), 0) << "a camera that goes must not bring a ring";
+    EXPECT_EQ(rings(), 0) << "unplugging a camera must not show a ring";
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(rings(), 1);
 }

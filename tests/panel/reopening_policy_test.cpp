@@ -19,14 +19,14 @@ protected:
     ReopeningPolicy::Time now = failedAt;
 };
 
-TEST_F(ReopeningPolicyTest, AfterARefusalItOpensAtOnceAndEachTime) {
+TEST_F(ReopeningPolicyTest, AfterARefusalOpensAtOnceAndEachTime) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(mayOpen(UsbStatus::refused));
         policy.actionEnded(now, true);
     }
 }
 
-TEST_F(ReopeningPolicyTest, AfterAnyOtherFailureItOpensOnceTheQuietTimeHasPassed) {
+TEST_F(ReopeningPolicyTest, AfterAnyOtherFailureOpensOnceTheQuietTimeHasPassed) {
     for (const UsbStatus failure :
          {UsbStatus::timeout, UsbStatus::gone, UsbStatus::denied, UsbStatus::failed, UsbStatus::notOpen}) {
         policy = {};
@@ -37,7 +37,7 @@ TEST_F(ReopeningPolicyTest, AfterAnyOtherFailureItOpensOnceTheQuietTimeHasPassed
     }
 }
 
-TEST_F(ReopeningPolicyTest, QuietBeginsWhenTheLastActionEnds) {
+TEST_F(ReopeningPolicyTest, QuietTimeStartsWhenTheLastActionEnds) {
     now = failedAt + quiet / 2;
     policy.actionEnded(now, false);
     now = failedAt + quiet;
@@ -47,7 +47,7 @@ TEST_F(ReopeningPolicyTest, QuietBeginsWhenTheLastActionEnds) {
     EXPECT_TRUE(mayOpen());
 }
 
-TEST_F(ReopeningPolicyTest, AFailureInTheBackgroundBeginsItToo) {
+TEST_F(ReopeningPolicyTest, QuietTimeAlsoStartsWithAFailureInTheBackground) {
     policy.actionEnded(now, false);
     failedAt = now + 5s;
     now = failedAt + quiet - 1ms;
@@ -64,7 +64,7 @@ TEST_F(ReopeningPolicyTest, RepeatedKeysNeverOpen) {
     }
 }
 
-TEST_F(ReopeningPolicyTest, ADragOpensOnceHoweverOftenItRests) {
+TEST_F(ReopeningPolicyTest, ADragWithPausesOpensOnlyOnce) {
     policy.actionEnded(now, true);
     now += quiet;
     EXPECT_TRUE(mayOpen());
@@ -79,7 +79,7 @@ TEST_F(ReopeningPolicyTest, ADragOpensOnceHoweverOftenItRests) {
     EXPECT_TRUE(mayOpen());
 }
 
-TEST_F(ReopeningPolicyTest, ADragThatEndsWithoutAReleaseCountsNoLonger) {
+TEST_F(ReopeningPolicyTest, ADragThatEndedWithoutAReleaseIsForgotten) {
     now += quiet;
     EXPECT_TRUE(mayOpen());
     policy.actionEnded(now, true);

@@ -22,7 +22,7 @@ protected:
         parent_.show();
     }
 
-    /// Shows the alert, lets `look` see it, and ends it with a key.
+    /// Shows the alert, passes it to `look`, and closes it with a key.
     template <typename Look>
     void show(Qt::Key key, Look look, const char* language = "en") {
         const ResourceBundle bundle({language});
@@ -47,7 +47,7 @@ protected:
     QWidget parent_;
 };
 
-TEST_F(SavedAlert, SaysSoInAWindowOfADecentSize) {
+TEST_F(SavedAlert, ShowsItsTextInAWindowOfReasonableSize) {
     show(Qt::Key_Return, [](QMessageBox& alert) {
         EXPECT_EQ(alert.text(), QStringLiteral("Saved successfully"));
         EXPECT_GE(alert.width(), 300);
@@ -67,7 +67,7 @@ TEST_F(SavedAlert, ItsOnlyButtonHasTheFocusAndAnswersToEnterAndEscape) {
     }
 }
 
-TEST_F(SavedAlert, SpeaksThePanelsLanguage) {
+TEST_F(SavedAlert, UsesThePanelsLanguage) {
     show(
         Qt::Key_Escape,
         [](QMessageBox& alert) {

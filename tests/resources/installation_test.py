@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Installs the build into an empty folder and looks at what came out.
+"""Installs the build into an empty folder and checks the result.
 
 Usage: installation_test.py CMAKE BUILD_FOLDER
 """
@@ -22,7 +22,7 @@ LANGUAGES = ["", "[de]", "[es]", "[fr]", "[ja]", "[zh_CN]"]
 
 
 def png_size(path):
-    """Width and height from the file's head."""
+    """Width and height from the PNG header."""
     head = path.read_bytes()[:24]
     if not head.startswith(b"\x89PNG\r\n\x1a\n"):
         raise ValueError(f"{path} is no PNG file")
@@ -51,8 +51,8 @@ class Installation(unittest.TestCase):
         home.mkdir(mode=0o700)
         picture = home / "panel.png"
         environment = dict(os.environ, HOME=str(home), XDG_CONFIG_HOME=str(home), XDG_RUNTIME_DIR=str(home))
-        environment.pop("DBUS_SESSION_BUS_ADDRESS", None)  # a panel that the user has open would answer
-        # The panel is as large as it wants to be only on a screen that is large enough.
+        environment.pop("DBUS_SESSION_BUS_ADDRESS", None)  # otherwise a panel that the user has open would answer
+        # The panel has its full size only if the screen is large enough.
         screen = home / "screen.json"
         screen.write_text('{"screens": [{"name": "desk", "x": 0, "y": 0, "width": 1920, "height": 1080}]}', encoding="utf-8")
         environment.update(QT_QPA_PLATFORM=f"offscreen:configfile={screen}", QT_SCALE_FACTOR="1")

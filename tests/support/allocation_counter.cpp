@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The process's own operators, in a file of their own: inlined into a caller, GCC would see malloc() paired
-// with a delete, and warn.
+// Replaces the global operators.  They need their own file: if they are inlined into a caller, GCC warns that
+// malloc() is paired with delete.
 #include "support/allocation_counter.h"
 
 #include <algorithm>
@@ -32,7 +32,7 @@ void* operator new(std::size_t size) {
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return countedOrThrown(size, static_cast<std::size_t>(alignment));
 }
-// The sanitizers would otherwise answer these themselves.
+// Without these the sanitizers use their own.
 void* operator new(std::size_t size, const std::nothrow_t& /*unused*/) noexcept {
     return counted(size, alignof(std::max_align_t));
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Counts what a test program takes from the heap.
+// Counts heap allocations of a test program.
 #pragma once
 
 namespace tavelo::testing {
 
-/// Uses of `operator new` by the whole process so far; malloc() by C libraries does not count.  Thread-safe.
-/// Only in programs that link tavelo_allocation_counter.
+/// Calls of `operator new` in the whole process so far; malloc() in C libraries does not count.  Thread-safe.
+/// Requires tavelo_allocation_counter.
 int allocations();
 
 } // namespace tavelo::testing

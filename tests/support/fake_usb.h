@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A scripted USB bus: cameras that answer as told and remember every request.
+// A fake USB bus.  Its cameras give scripted answers and record every request.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +27,7 @@ struct FakeUsbRequest {
     std::uint16_t wValue = 0;
     std::uint16_t wIndex = 0;
     std::uint16_t wLength = 0;
-    std::vector<std::uint8_t> data; ///< of a write what was sent, of a read the buffer before the answer
+    std::vector<std::uint8_t> data; ///< write: what was sent; read: the buffer before the answer
 
     std::uint8_t selector() const { return static_cast<std::uint8_t>(wValue >> 8); }
     std::uint8_t entity() const { return static_cast<std::uint8_t>(wIndex >> 8); }
@@ -42,7 +42,7 @@ struct FakeUsbRequest {
     }
 };
 
-/// What a camera answers for one control; an empty answer is a stall.
+/// A camera's answers for one control; an empty answer is a stall.
 struct FakeUvcControl {
     using Bytes = std::vector<std::uint8_t>;
 
@@ -53,7 +53,7 @@ struct FakeUvcControl {
     Bytes info{0x03};
 };
 
-/// The far end of a control pipe.  Thread-safe.  A read of what is not scripted stalls, a write is taken and
+/// The device side of a control pipe.  Thread-safe.  Reads that are not scripted stall; a write succeeds and
 /// becomes the current value.
 class FakeUvcCamera {
 public:
@@ -64,14 +64,14 @@ public:
         return interfaceNumber_;
     }
 
-    /// The number as the device's descriptors tell it.
+    /// The interface number in the device's descriptors.
     std::uint8_t listedNumber() const { return interfaceNumber_; }
 
     // Set these before any other thread uses the camera.
 
-    /// Called whenever somebody asks for the number.
+    /// Called each time the interface number is read.
     std::function<void()> interfaceNumberAsked;
-    /// Called for each request once it has arrived, before it is answered.
+    /// Called for each request before it is answered.
     std::function<void(const FakeUsbRequest& request)> requestArrived;
 
     void setControl(std::uint8_t entity, std::uint8_t selector, FakeUvcControl control) {
@@ -79,13 +79,13 @@ public:
         controls_[{entity, selector}] = std::move(control);
     }
 
-    /// Every request of this code to this control ends with `status`; success lifts it.
+    /// Every request with this code to this control ends with `status`; success clears this.
     void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, UsbStatus status) {
         const std::lock_guard lock(mutex_);
         failures_[{entity, selector, code}] = status;
     }
 
-    /// Whatever is written to this control, the camera takes these bytes and the transport says so.
+    /// Whatever is written to this control, the camera stores these bytes and the transport reports them.
     void setTaken(std::uint8_t entity, std::uint8_t selector, FakeUvcControl::Bytes bytes) {
         const std::lock_guard lock(mutex_);
         taken_[{entity, selector}] = std::move(bytes);
@@ -172,7 +172,7 @@ private:
     std::vector<FakeUsbRequest> requests_;
 };
 
-/// One opening of a camera's control interface.
+/// An open control interface of a camera.
 class FakeUsbInterface : public UsbInterface {
 public:
     explicit FakeUsbInterface(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
@@ -190,16 +190,16 @@ private:
     std::atomic<bool> closed_ = false;
 };
 
-/// Where the way from a listed device to its interface ends.
+/// The step that fails between a listed device and its interface.
 enum class FakeUsbFault : std::uint8_t { none, noPlugIn, noDevice, noIterator, noInterface, notOpened };
 
 /// One device of the bus.
 struct FakeUsbDevice {
     std::uint32_t locationID = 0;
-    /// One entry for each video-control interface.
+    /// One for each video-control interface.
     std::vector<std::shared_ptr<FakeUvcCamera>> cameras;
     FakeUsbFault fault = FakeUsbFault::none;
-    /// What the program last asked the device's iterator for.
+    /// The match of the most recent interface iterator.
     std::optional<UsbInterfaceMatch> asked;
     int plugInsMade = 0;
 };
@@ -232,7 +232,7 @@ public:
         if (device_->fault == FakeUsbFault::noIterator) return std::nullopt;
         std::vector<std::unique_ptr<UsbInterfaceService>> services;
         if (device_->fault == FakeUsbFault::noInterface) return services;
-        bool fails = device_->fault == FakeUsbFault::notOpened; // the first only
+        bool fails = device_->fault == FakeUsbFault::notOpened; // only the first interface fails
         for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras)
             services.push_back(
                 std::make_unique<FakeUsbInterfaceService>(camera, !std::exchange(fails, false)));
@@ -270,14 +270,14 @@ private:
     std::shared_ptr<FakeUsbDevice> device_;
 };
 
-/// What a prober was asked, kept longer than the prober.
+/// The calls to a prober; outlives the prober.
 struct FakeProberLog {
     int scope = -1;
     BusProberDelegate* delegate = nullptr;
     std::vector<bool> refreshes; ///< the argument of each refreshData()
 };
 
-/// The bus and what its prober finds there; both may be changed at any time.
+/// The bus and what its prober finds; both may change at any time.
 class FakeUsbPlatform : public UsbPlatform {
 public:
     using Records = std::vector<std::shared_ptr<const BusProberDevice>>;
@@ -297,7 +297,7 @@ public:
         return services;
     }
 
-    /// Plugs in a device with one control interface; the prober sees it at its next refresh.
+    /// Plugs in a device with one control interface.  The prober finds it at its next refresh.
     std::shared_ptr<FakeUsbDevice> plugIn(BusProberDevice record, std::shared_ptr<FakeUvcCamera> camera) {
         records.push_back(std::make_shared<BusProberDevice>(record));
         auto device = std::make_shared<FakeUsbDevice>();
@@ -311,7 +311,7 @@ public:
     FakeProberLog proberLog;
     int walks = 0;
 
-    /// Called whenever somebody asks for the list: the prober's, or the operating system's.
+    /// Called each time the list of devices is read, from the prober or from the operating system.
     std::function<void()> devicesAsked;
     std::function<void()> servicesAsked;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A main queue without an event loop: tasks run when the test says so.
+// A main queue without an event loop: the test decides when tasks run.
 #pragma once
 
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace tavelo {
 
-/// Thread-safe, but for the functions that run tasks: those are for the test's own thread.
+/// Thread-safe, except that only the test's own thread may run tasks.
 class HeldMainQueue final : public MainQueue {
 public:
     void post(Task task) override {
@@ -21,7 +21,7 @@ public:
         posted_.notify_all();
     }
 
-    /// Runs tasks, and waits for more, until the condition holds.  False if it never does.
+    /// Runs tasks and waits for more until the condition holds.  Returns false on timeout.
     template <typename Condition>
     [[nodiscard]] bool runUntil(Condition condition) {
         const auto deadline = std::chrono::steady_clock::now() + patience;

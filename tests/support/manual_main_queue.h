@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A main queue that a test empties itself.
+// A main queue whose tasks run when the test calls drain().
 #pragma once
 
 #include <condition_variable>
@@ -18,7 +18,7 @@ public:
         tasks_.push_back(std::move(task));
     }
 
-    /// Runs what waits, what is posted meanwhile included.
+    /// Runs all queued tasks, including those posted meanwhile.
     void drain() {
         std::unique_lock lock(mutex_);
         while (!tasks_.empty()) {

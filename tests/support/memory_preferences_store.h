@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A preferences store that forgets.
+// A preferences store without a file.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@
 
 namespace tavelo {
 
-/// Keeps the contract of a store, on a "disk" in memory that can be out of order.
+/// A full store whose "disk" is in memory and can be made to fail.
 class MemoryPreferencesStore final : public PreferencesStore {
 public:
     explicit MemoryPreferencesStore(MainQueue& mainQueue) : mainQueue_(mainQueue) {}
@@ -44,12 +44,12 @@ public:
         if (!writing_) writeWaiting();
     }
 
-    /// From now on nothing reaches the disk, or all does again.
+    /// Makes all writes fail, or work again.
     void setFails(bool fails) { fails_ = fails; }
 
     bool empty() const { return values_.empty(); }
     std::size_t size() const { return values_.size(); }
-    /// What the disk has, as opposed to what was set.
+    /// The value on the disk, which may differ from the value set.
     std::optional<PreferencesValue> onDisk(std::string_view key) const { return find(disk_, key); }
     /// Whether every write so far was followed by a flush.
     bool flushed() const { return flushed_; }
@@ -88,7 +88,7 @@ private:
     bool fails_ = false;
     bool flushed_ = true;
     int synchronizations_ = 0;
-    bool writing_ = false; // until the handlers were called
+    bool writing_ = false; // until the handlers have been called
     std::vector<SynchronizeHandler> waiting_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Keeps what was reported.
+// Records reported lines.
 #pragma once
 
 #include <mutex>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Remembers which threads asked for a higher priority.
+// Records which threads asked for a higher priority.
 #pragma once
 
 #include <pthread.h>
@@ -27,7 +27,7 @@ public:
         changed_.notify_all();
     }
 
-    /// Whether a thread of that name asked, ten seconds at most.
+    /// Waits up to ten seconds for a thread of that name to ask.
     bool waitFor(const std::string& name) {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, std::chrono::seconds(10),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes preferences and waits for the outcome.
+// Writes preferences to the disk and waits for the result.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-/// Whether what changed is on the disk now.
+/// True if all changes are on the disk.
 [[nodiscard]] inline bool synchronized(PreferencesStore& store, HeldMainQueue& mainQueue) {
     std::optional<bool> saved;
     store.synchronize([&saved](bool result) { saved = result; });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A folder of a test's own, gone when the test is over.
+// A private folder, removed at the end of the test.
 #pragma once
 
 #include <cstdlib>

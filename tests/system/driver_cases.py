@@ -18,7 +18,7 @@ class Stage:
         self.nodes = {}
 
     def record(self, encoding):
-        """What the driver delivers of a few frames, one after another."""
+        """The data of a few consecutive frames from the driver."""
         path = pathlib.Path("/run/frames")
         subprocess.run(
             ["v4l2-ctl", "-d", self.nodes[1],
@@ -60,7 +60,7 @@ def uncompressed_frames_arrive_whole(stage):
     assert len(data) == FRAMES * size, f"{len(data)} bytes"
     frames = [data[at:at + size] for at in range(0, len(data), size)]
     assert len(set(frames)) > 1, "the picture stands still"
-    # The colour differences of the patches in the corners: of blue and red above or below the middle.
+    # Checks whether blue and red differences of the corner patches are above or below the middle.
     for frame in frames:
         for x, y, blue, red in ((4, 4, -1, 1), (WIDTH - 6, 4, -1, -1), (4, HEIGHT - 6, 1, -1),
                                 (WIDTH - 6, HEIGHT - 6, -1, 1)):
@@ -77,7 +77,7 @@ def compressed_frames_arrive_whole(stage):
 
 
 def every_control_answers_through_the_driver(stage):
-    """The kernel transport against the firmware, control by control."""
+    """Compares the kernel transport with the firmware, control by control."""
     checker = stage.programs.parent / "tests" / "kernel_controls_check"
     result = subprocess.run([checker, stage.nodes[1]], capture_output=True, text=True, timeout=300)
     (stage.out / "controls.txt").write_text(result.stdout + result.stderr)

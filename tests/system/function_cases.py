@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""One device with two video functions, as a notebook's colour and infrared cameras: each has its own controls."""
+"""One device with two video functions, like a notebook's colour and infrared cameras, with separate controls."""
 import contextlib
 import subprocess
 
@@ -8,8 +8,8 @@ from rig.virtual_cameras import capture_nodes, usb_device_of
 from rig.waiting import wait_until
 from usb_cases import Check
 
-COLOUR, INFRARED = 1, 3  # of the first of two devices, as the cameras count
-BRIGHT = 11  # in the table of controls
+COLOUR, INFRARED = 1, 3  # camera numbers of the first of two devices
+BRIGHT = 11  # index in the table of controls
 
 
 @contextlib.contextmanager

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Asks a virtual camera through the kernel's driver and, beside it, the same firmware in this process, and
-// compares their answers byte for byte: one line a control, exit status 1 where any differs.
+// Compares the answers of a virtual camera behind the kernel's driver with those of the same firmware in this
+// process, byte for byte.  Prints one line per control; exit status 1 if any differs.
 //
 // Usage: kernel_controls_check /dev/videoN [BRIGHTNESS]
-// With a brightness it only binds to the node's camera as the panel does, sets that, and prints what it is
-// then.
+// With BRIGHTNESS it only binds the node's camera like the panel does, sets that value and prints the value
+// read back.
 
 #include <linux/v4l2-controls.h>
 
@@ -40,12 +40,12 @@ constexpr std::uint8_t getMax = 0x83;
 constexpr std::uint8_t getRes = 0x84;
 constexpr std::uint8_t getInfo = 0x86;
 constexpr std::uint8_t getDef = 0x87;
-// Longer than any control: an answer comes in the control's own length.
+// At least as long as any control; answers have the control's own length.
 constexpr std::uint16_t askedLength = 8;
 
 struct Reply {
     bool succeeded = false;
-    Bytes bytes; ///< of a read
+    Bytes bytes; ///< read only
 
     friend bool operator==(const Reply&, const Reply&) = default;
 };
@@ -69,7 +69,7 @@ public:
     }
 };
 
-// The camera behind the kernel's driver and its twin in this process.
+// The camera behind the kernel's driver and the same firmware in this process ("twin").
 class Comparison {
 public:
     Comparison(UsbInterface& kernel, VirtualCameraFirmware& twin) : kernel_(kernel), twin_(twin) {}
@@ -84,7 +84,7 @@ public:
         return {true, data};
     }
 
-    /// What the data of the last write through the kernel held afterwards.
+    /// The data buffer after the last write through the kernel.
     const Bytes& lastWritten() const { return lastWritten_; }
 
     Reply askTwin(const FirmwareControl& control, std::uint8_t request, const Bytes& data) {
@@ -100,7 +100,7 @@ public:
                      const Bytes& data) {
         Reply kernel = askKernel(control, request, data);
         Reply twin = askTwin(control, request, data);
-        // Whether a camera changes a value by itself is the driver's knowledge alone.
+        // Ignores the autoupdate flag, which only the driver knows.
         if (request == getInfo && !twin.bytes.empty()) twin.bytes[0] &= 0xF7;
         if (request == getInfo && !kernel.bytes.empty()) kernel.bytes[0] &= 0xF7;
         expect(kernel == twin, what, textOf(kernel), textOf(twin));
@@ -114,7 +114,7 @@ public:
                     kernel.c_str(), camera.c_str());
     }
 
-    /// Prints a subject's line; what was compared before belongs to it.
+    /// Prints the line for the comparisons since the last call.
     void finish(std::string_view subject) {
         std::printf("%s %-24.*s %d answers\n", differences_ == 0 ? "ok  " : "FAIL", int(subject.size()),
                     subject.data(), answers_);
@@ -143,15 +143,15 @@ private:
     bool failed_ = false;
 };
 
-// What the kernel has no control for.
+// True if the kernel has no control for this.
 bool isUnmapped(const FirmwareControl& control) {
     return control.address == control::scanningMode || control.address == control::roll ||
            control.address == control::exposureTimeRelative;
 }
 
 Bytes bytesOf(const FirmwareControl& control, std::int64_t value) {
-    // Both halves have the row's range; different values in them show which is which.  Whole steps both: the
-    // driver rounds to them.
+    // Both halves have the row's range.  Different values show if they are swapped; whole steps avoid the
+    // driver's rounding.
     const std::int64_t packed =
         control.kind == ControlKind::panTilt ? packPanTilt(std::int32_t(value), std::int32_t(-value)) : value;
     Bytes bytes;
@@ -160,7 +160,7 @@ Bytes bytesOf(const FirmwareControl& control, std::int64_t value) {
     return bytes;
 }
 
-// Manual everywhere, so that every control may be written; then the defaults.
+// Turns all automatic controls off, so that every control is writable, then sets the defaults.
 void settle(Comparison& both) {
     for (const auto kind :
          {ControlKind::modes, ControlKind::toggle, ControlKind::range, ControlKind::panTilt}) {
@@ -197,7 +197,7 @@ void compareControl(Comparison& both, const FirmwareControl& control) {
     both.expectAlike(control, "GET_MIN", getMin, asked);
     both.expectAlike(control, "GET_MAX", getMax, asked);
     both.expectAlike(control, "GET_RES", getRes, asked);
-    // The driver keeps no default of the one switch that the class gives none, and nor do we.
+    // The USB Video Class defines no default for this switch, so neither the driver nor we keep one.
     if (!(control.address == control::autoExposurePriority))
         both.expectAlike(control, "GET_DEF", getDef, asked);
     both.expectAlike(control, "GET_CUR", getCur, asked);
@@ -221,7 +221,7 @@ void compareUnmapped(Comparison& both, const FirmwareControl& control) {
     both.finish(std::string(control.name) + " (not mapped)");
 }
 
-// A manual control while its automatic one is on, and after.
+// A manual control while its automatic control is on, and afterwards.
 void compareGate(Comparison& both, ControlAddress automatic, std::int64_t on, ControlAddress manual) {
     const FirmwareControl& gate = *firmwareControl(automatic);
     const FirmwareControl& gated = *firmwareControl(manual);
@@ -237,7 +237,7 @@ void compareGate(Comparison& both, ControlAddress automatic, std::int64_t on, Co
     both.finish(std::string(gated.name) + " under " + std::string(gate.name) + " " + std::to_string(on));
 }
 
-// The driver rounds to the step, and tells it.
+// The driver rounds to the step and returns the rounded value.
 void compareRounding(Comparison& both) {
     const FirmwareControl& control = *firmwareControl(control::whiteBalance);
     const std::int64_t asked = control.minimum + 3LL * control.resolution - 1;
@@ -266,7 +266,7 @@ void compareOtherProgram(Comparison& both, const std::string& node) {
     }
     const Bytes held = both.askKernel(control, getCur, Bytes(askedLength, 0)).bytes;
     const Bytes expected =
-        bytesOf(*firmwareControl(control::panTilt), control.maximum); // and its tilt is the minimum's
+        bytesOf(*firmwareControl(control::panTilt), control.maximum); // with the minimum's tilt
     both.expect(tilted && control.minimum == -control.maximum && held == expected,
                 "a pan beside another program's tilt", textOf({tilted, held}), textOf({true, expected}));
     both.expectAlike(control, "back to the default", setCur, bytesOf(control, control.defaultValue));
@@ -282,7 +282,7 @@ void restoreFactory(Comparison& both) {
     both.finish("defaults restored");
 }
 
-// The virtual camera with the entities that the bus tells of.
+// The virtual camera model with the entities found on the bus.
 std::unique_ptr<VirtualCameraFirmware> twinOf(const BusProberDevice& camera, std::uint8_t interface) {
     for (int number = 1; number <= 60; ++number) {
         VirtualCameraModel model = virtualCameraModel(number);

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-"""Stills and movies without a window, of cameras that the kernel's driver attached.
+"""Takes stills and movies without a window, from cameras behind the kernel's driver.
 
-What is in the files is looked at once the guest has ended, by movie_picture_cases.py: decoding is slow in it.
+movie_picture_cases.py checks the files after the guest has ended, because decoding is slow in it.
 """
 import contextlib
 import os
@@ -13,7 +13,7 @@ from rig.virtual_cameras import VirtualCameras
 from rig.waiting import wait_until
 
 WIDTH, HEIGHT = 320, 240
-RATE = 15  # frames a second, which the emulated processor keeps up with
+RATE = 15  # frames per second; the emulated processor can handle this
 SECONDS = 10
 PAUSE = 0.8  # seconds
 
@@ -28,7 +28,7 @@ class Stage:
         self.folder.mkdir()
 
     def start(self, errand, name, *arguments):
-        """The program where there is no display; returns it and the file that it writes."""
+        """Starts the program without a display; returns it and the file that it writes."""
         file = self.folder / name
         environment = {name: value for name, value in os.environ.items()
                        if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
@@ -39,7 +39,7 @@ class Stage:
         return program, file
 
     def end(self, program, file):
-        """Its status and what it said, once it has ended; the file is kept."""
+        """Waits for its end; returns its status and output, and keeps the file."""
         said, _ = program.communicate(timeout=120)
         if file.exists():
             shutil.copy(file, self.kept)
@@ -95,7 +95,7 @@ def a_camera_that_pauses_and_is_unplugged_ends_the_movie_with_one_line(stage):
 
 
 def wait_for_pieces(file, count):
-    """A movie under way lies in the file piece by piece."""
+    """Waits until the unfinished movie has this many pieces in the file."""
     wait_until(f"{count} pieces of the movie",
                lambda: file.exists() and file.read_bytes().count(b"moof") >= count, pause=0.2)
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Compares decoded pictures of a virtual camera with what its firmware draws for the numbers that they show.
-// Reads them from the standard input, one after another, red, green, blue; says a line for each:
+// Compares decoded pictures of a virtual camera with what its firmware draws for the frame numbers that they
+// show.  Reads raw RGB pictures from standard input and prints a line for each:
 //     NUMBER MEAN WORST
-// the number on its plate, -1 where none can be read; the mean difference of a pixel's channel; the largest
-// difference between the means of a channel in 8 by 8 pixels, where encodings that are coarse in colour
-// agree.
+// NUMBER is the number on its plate, or -1 if unreadable; MEAN the mean difference of a pixel's channel;
+// WORST the largest difference of a channel's mean over 8 by 8 pixels, which chroma subsampling does not
+// affect.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -38,10 +38,10 @@ struct Task {
     std::size_t width = 0;
     std::size_t height = 0;
     bool mirrored = false;
-    int shift = 0; ///< compares with the picture of so many numbers later
+    int shift = 0; ///< compares with the picture this many numbers later
 };
 
-/// A picture without its alpha: three channels a pixel, red first.
+/// RGB, three bytes per pixel.
 struct Picture {
     std::size_t width;
     std::size_t height;
@@ -67,7 +67,7 @@ void mirror(Picture& picture) {
 
 // ---------------------------------------------------------------- the number on the plate
 
-/// The digits as the instruments place them, read by the light in each dot.
+/// Reads the digits from the brightness of each dot, at the positions where the firmware draws them.
 class NumberPlate {
 public:
     NumberPlate(std::size_t width, std::size_t height) : dot_(std::max<std::size_t>(height / 120, 1)) {
@@ -76,7 +76,7 @@ public:
         top_ = plate.top + (plate.height - std::min(plate.height, glyphHeight * dot_)) / 2;
     }
 
-    /// -1 where a dot belongs to no digit.
+    /// -1 if the dots do not form a digit.
     long read(const Picture& picture) const {
         long number = 0;
         for (std::size_t place = 0; place < frameDigits; ++place) {
@@ -124,7 +124,7 @@ private:
 
 // ---------------------------------------------------------------- the picture
 
-/// What the firmware of a camera, as it leaves the factory, draws.
+/// Draws the pictures of a camera's firmware with default settings.
 class Model {
 public:
     explicit Model(const Task& task)
@@ -151,7 +151,7 @@ private:
 /// Means over the pixels of a block.
 struct BlockDifference {
     double light = 0;
-    double colour = 0; ///< of the channel that differs most
+    double colour = 0; ///< in the channel that differs most
 };
 
 BlockDifference blockDifference(const Picture& a, const Picture& b, std::size_t left, std::size_t top) {
@@ -206,7 +206,7 @@ std::optional<Task> taskOf(std::span<char*> words) {
     return task;
 }
 
-// False where the input ends within a picture.
+// False if the input ends within a picture.
 bool compareAll(const Task& task) {
     const NumberPlate plate(task.width, task.height);
     Model model(task);

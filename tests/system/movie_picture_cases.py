@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The stills and movies that movie_cases.py left, picture by picture against what the firmware draws.
+"""Compares the stills and movies of movie_cases.py, picture by picture, with what the firmware draws.
 
-Runs on this machine, after the guest: other people's programs decode, movie_check draws and compares.
+Runs on the host after the guest has ended: ffmpeg decodes, movie_check draws and compares.
 Usage: movie_picture_cases.py OUTPUT-FOLDER
 """
 import functools
@@ -22,22 +22,22 @@ LONGEST_KEY_FRAME_DISTANCE = 60
 
 
 class Tolerance(typing.NamedTuple):
-    """What a picture may differ from the one that was drawn, of 255: the mean of all channels of all pixels, and
-    the worst of 8 by 8 pixels in light and in one channel.  With the next number's picture the light differs by 6
-    to 58, mostly by 27, with another camera's by 11 and more."""
+    """The difference allowed from the picture drawn, out of 255: the mean of all channels of all pixels, and the
+    worst of 8 by 8 pixels in brightness and in one channel.  The next number's picture differs by 6 to 58 in
+    brightness, mostly by 27; another camera's by 11 and more."""
     mean: float
     light: float
     colour: float
 
 
-# YUYV keeps half of the colour's columns: measured 1.2, 1.4 and 5.9.
+# YUYV halves the chroma columns: measured 1.2, 1.4 and 5.9.
 STILL_TOLERANCE = Tolerance(2, 3, 9)
-# H.264 keeps half of the rows too, and loses what its quantiser takes: measured 2.8, 4.8 and 18.3.
+# H.264 also halves the chroma rows and quantises: measured 2.8, 4.8 and 18.3.
 MOVIE_TOLERANCE = Tolerance(4, 8, 27)
 
 
 class Seen(typing.NamedTuple):
-    """A picture as movie_check sees it."""
+    """movie_check's line for a picture."""
     number: int
     mean: float
     light: float
@@ -53,7 +53,7 @@ class Stage:
 
     @functools.cache
     def pictures(self, name):
-        """Decoded as players would show them, red, green, blue; a fault in the file is an error."""
+        """Decodes the pictures like a player, as RGB; any fault in the file is an error."""
         return output_of("ffmpeg", "-v", "error", "-xerror", "-i", self.folder / name, "-map", "v:0",
                          "-fps_mode", "passthrough", "-enc_time_base", "1:90000",
                          "-sws_flags", "accurate_rnd+full_chroma_int+bilinear", "-f", "rawvideo", "-pix_fmt", "rgb24",
@@ -67,7 +67,7 @@ class Stage:
             self.folder / name))
 
     def look(self, name, camera, *options):
-        """Each picture compared with the camera's; what came out is kept beside the file."""
+        """Compares each picture with the camera's; also stores the result next to the file."""
         text = output_of(CHECKER, str(camera), str(WIDTH), str(HEIGHT), *options, data=self.pictures(name))
         (self.folder / f"{name}.camera-{camera}{''.join(options)}.txt").write_bytes(text)
         lines = [line.split() for line in text.decode().splitlines()]
@@ -99,7 +99,7 @@ def expect_still(stage, name, camera, *options):
 
 
 def expect_movie(seen, facts, held_back=0):
-    """A movie of the virtual camera; returns by how many seconds a frame was off its time at most."""
+    """Checks a movie of the virtual camera; returns the largest error of a frame's time in seconds."""
     stream, = facts["streams"]
     assert (stream["codec_name"], stream["profile"]) == ("h264", "Main"), stream
     assert (stream["width"], stream["height"]) == (WIDTH, HEIGHT), stream
@@ -127,9 +127,8 @@ def expect_key_frames(packets):
 
 
 def lateness(times, numbers, held_back):
-    """The camera draws number N at N intervals; from there to the driver's stamp a frame goes its way through the
-    emulated machine, which takes as long as it takes where other programs run here.  Returns by how much one was
-    off its time at most, but for those that the camera held back."""
+    """The camera draws number N after N intervals.  The delay from there to the driver's time stamp depends on the
+    load of the emulated machine.  Returns the largest deviation, without the frames that the camera held back."""
     expect_rising(times)
     ways = [time - number * INTERVAL for time, number in zip(times, numbers)]
     usual = statistics.median(ways)
@@ -154,7 +153,7 @@ def each_frame_of_a_movie_is_what_the_camera_drew_at_its_time(stage):
     facts = stage.facts("movie.mp4")
     off = expect_movie(stage.look("movie.mp4", 1), facts)
     duration = float(facts["format"]["duration"])
-    # The last frame is chosen by times that are off themselves.
+    # The times that decide which frame is last have the same error.
     assert abs(duration - SECONDS) <= INTERVAL + off, duration
     print(f"{duration} s")
 
@@ -169,7 +168,7 @@ def frames_of_other_numbers_and_of_another_camera_are_told_from_them(stage):
 
 def a_movie_with_a_pause_that_ends_with_the_camera_plays_and_keeps_the_time(stage):
     seen = stage.look("unplugged.mp4", 1)
-    # The two that the camera held when it paused are drawn before and sent after.
+    # The camera held two frames when it paused: drawn before the pause, sent after it.
     expect_movie(seen, stage.facts("unplugged.mp4"), held_back=2)
     longest = max(after.number - before.number for before, after in zip(seen, seen[1:]))
     assert longest > PAUSE * RATE / 2, f"no pause: {seen}"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The panel on a real kernel: a camera's picture, a slider that moves the camera, plugs pulled and put back."""
+"""The panel on a real kernel: a camera's picture, a slider that controls the camera, unplugging and replugging."""
 import contextlib
 import subprocess
 
@@ -7,9 +7,9 @@ from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel, slider_point
 from rig.screen import Screen
 from rig.virtual_cameras import VirtualCameras, bind_driver, capture_nodes, entities, unbind_driver, usb_device_of
 
-SIZE = (320, 240)  # small, since the guest's processor is an emulated one
+SIZE = (320, 240)  # small, because the guest's processor is emulated
 
-# The four patches in the corners of the virtual camera's picture, by the channels that are full.
+# The corner patches of the virtual camera's picture, with 1 for each full channel.
 CORNERS = {"top left": (1, 0, 0), "top right": (0, 1, 0), "bottom left": (0, 0, 1), "bottom right": (1, 1, 0)}
 
 
@@ -44,7 +44,7 @@ class Stage:
         return {name: self.panel.mean((*place, patch, patch)) for name, place in places.items()}
 
     def picture_is_right(self):
-        """Whether each corner shows its own colour: neither mirrored nor upside down, and no bars over it."""
+        """True if each corner has its own colour, so the picture is neither mirrored, upside down nor covered."""
         corners = self.corners()
         for name, channels in CORNERS.items():
             full = [value for value, wanted in zip(corners[name], channels) if wanted]
@@ -54,7 +54,7 @@ class Stage:
         return True
 
     def drag_brightness(self, start, end):
-        """Drags the slider between two parts of its way, 0 to 1."""
+        """Drags the slider between two fractions (0 to 1) of its range."""
         self.panel.drag(slider_point(BRIGHTNESS_SLIDER, start), slider_point(BRIGHTNESS_SLIDER, end))
 
 
@@ -68,7 +68,7 @@ def stage(programs, out):
 
 
 def picture_in_preview():
-    """The picture keeps its shape inside the preview; bars fill the rest."""
+    """The picture's rectangle in the preview; it keeps its aspect ratio, and bars fill the rest."""
     x, y, width, height = PREVIEW
     scale = min(width / SIZE[0], height / SIZE[1])
     shown = round(SIZE[0] * scale), round(SIZE[1] * scale)
@@ -168,7 +168,7 @@ def a_camera_plugged_in_again_comes_back(stage):
 
 
 def a_driver_unbound_and_bound_again_shows_the_picture_each_time(stage):
-    """The driver's next instance loses its stream when the last file of the one before is closed late."""
+    """The driver loses its stream if the last open file of its previous instance is closed late."""
     device = usb_device_of(next(iter(capture_nodes())))
     for _ in range(5):
         unbind_driver(device)
@@ -194,7 +194,7 @@ def a_camera_that_vanishes_while_it_streams_ends_quietly(stage):
 
 
 def another_camera_takes_its_place(stage):
-    """The second camera has entity identifiers of its own, so requests must go where its descriptors say."""
+    """The second camera has other entity identifiers, so requests must use those of its descriptors."""
     terminal, unit = entities(stage.cameras.plug(2))
     stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled, seconds=120)
     assert unit != stage.unit

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-"""Two cameras and their profiles, in the panel that panel_cases left open with camera 2 as its only one.
+"""Two cameras and their profiles, in the panel that panel_cases left open with only camera 2.
 
-Cameras are told apart by the number in their picture: the panel's buttons count them in the order they came.
+Cameras are identified by the number in their picture, because the panel's buttons number them by arrival.
 """
 import json
 import os
@@ -10,22 +10,22 @@ import pathlib
 from panel_cases import SIZE, picture_in_preview
 from rig.panel import CAMERA_BUTTONS, POWER_LINE_BUTTONS, PROFILE_BUTTONS, SAVE_BUTTON
 
-# What a profile keeps, in the order in which it is written to the camera, by class request selector.
+# The controls of a profile with their selectors, in the order in which they are written to the camera.
 PROFILE_CONTROLS = {"brightness": 0x02, "contrast": 0x03, "saturation": 0x07, "whiteBalance": 0x0A,
                     "sharpness": 0x08, "zoom": 0x0B, "panTilt": 0x0D, "powerLine": 0x05}
 SET_CUR = 0x01
-SLOW = 1000  # ms to each answer, so that a profile takes far longer than a plug to be pulled
+SLOW = 1000  # ms per answer, so that pushing a profile takes much longer than unplugging
 
 # The digits of the number plate, five dots by seven.
 DIGITS = {1: "00100 01100 00100 00100 00100 00100 01110", 2: "01110 10001 00001 00110 01000 10000 11111"}
-FIRST_DOT = (71, 1)  # of the digit, in the camera's picture
+FIRST_DOT = (71, 1)  # first dot of the digit, in pixels of the camera's picture
 DOT = 2
 
 
 # -------------------------------------------------------------------- looking
 
 def shown_camera(stage):
-    """The number in the camera's picture, or None where there is none to be read."""
+    """The number in the camera's picture, or None if it is unreadable."""
     left, top, width, _ = picture_in_preview()
     scale = width / SIZE[0]
     dots = [[sum(stage.panel.pixel(left + scale * (FIRST_DOT[0] + DOT * (column + 0.5)),
@@ -54,12 +54,12 @@ def wait_for_values(stage, camera, expected):
 
 
 def writes(stage, camera):
-    """What was written to the camera's controls; the driver chooses picture sizes with writes of its own."""
+    """The writes to the camera's controls, without the driver's own writes that choose picture sizes."""
     return stage.cameras.requests(camera, request_type=0x21, request=SET_CUR, interface=0)
 
 
 def stored_selections():
-    """The profile selected last of each camera, as the preferences keep it."""
+    """Each camera's last selected profile, from the stored preferences."""
     folder = os.environ.get("XDG_CONFIG_HOME") or f"{os.environ['HOME']}/.config"
     preferences = json.loads(pathlib.Path(folder, "tavelo", "control-panel.json").read_text(encoding="utf-8"))
     return [record[4]["kNSUserDefaultsKeyCameraSelectedProfileIndex"]
@@ -99,7 +99,7 @@ def the_sliders_move_the_camera_that_is_shown(stage):
 
 
 def a_refused_value_stops_neither_the_next_slider_nor_the_rest_of_a_profile(stage):
-    """As with most cameras: white balance cannot be written while its automatic is on."""
+    """Like with most cameras, white balance cannot be written while automatic white balance is on."""
     stage.cameras.ask("set", 1, "autoWhiteBalance", 1)
     white_balance = stage.cameras.value(1, "whiteBalance")
     low, _ = stage.cameras.limits(1, "contrast")
@@ -145,14 +145,14 @@ def wait_until_all_differ(stage, others):
 
 
 def wait_for_last_write(stage, camera):
-    """Until the power line, which a profile writes last, was the last to be written."""
+    """Waits until the power line frequency, which a profile writes last, was written."""
     stage.panel.wait_for("the end of the profile", lambda: [
         request.selector for request in writes(stage, camera)[-1:]] == [PROFILE_CONTROLS["powerLine"]])
 
 
 def save(stage):
     stage.panel.click(SAVE_BUTTON)
-    stage.panel.wait_for("the word that it is saved", stage.panel.alert)
+    stage.panel.wait_for("the saved alert", stage.panel.alert)
     stage.panel.dismiss_alert()
 
 

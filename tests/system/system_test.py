@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The system test's guest side: runs groups of cases in order; in a group each case stands on the ones before.
+"""The guest's side of the system test: runs groups of cases in order.  Cases of a group depend on earlier ones.
 
 Usage: system_test.py OUTPUT-FOLDER [GROUP...]
 """

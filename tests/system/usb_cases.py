@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Cameras taken from the kernel's driver: every request byte for byte, the picture, and the driver's return."""
+"""Cameras taken from the kernel's driver: requests byte for byte, the picture, and returning it to the driver."""
 import contextlib
 import os
 import pathlib
@@ -16,17 +16,17 @@ from rig.waiting import wait_until
 
 SET_CUR, GET_CUR, GET_MIN, GET_MAX, GET_INFO, GET_DEF = 0x01, 0x81, 0x82, 0x83, 0x86, 0x87
 READ, WRITE = 0xA1, 0x21
-SUCCESS, GONE, TIMEOUT, REFUSED = 0, 2, 3, 4  # what the check program prints for a request's end
+SUCCESS, GONE, TIMEOUT, REFUSED = 0, 2, 3, 4  # status numbers printed by the check program
 RULE = "70-tavelo-control-panel.rules"
 
 
 class Control(typing.NamedTuple):
-    """How a control is asked for, and a value to write: what goes over the wire, worked out by hand."""
-    name: str  # the firmware's
+    """How a control is read, and a value to write with its bytes on the wire, computed by hand."""
+    name: str  # in the firmware
     terminal: bool
     selector: int
-    asked: int  # bytes of a read
-    size: int  # bytes that the camera has, and so those of a write
+    asked: int  # wLength of a read
+    size: int  # the camera's size, used for writes
     ranged: bool
     has_default: bool
     value: int
@@ -57,12 +57,12 @@ CONTROLS = [
     Control("autoWhiteBalance", False, 11, 1, 1, False, True, 0, "00"),
     Control("whiteBalance", False, 10, 4, 2, True, True, 6000, "7017"),
 ]
-# In bulk an automatic control goes before what it rules.
+# When all are written, automatic controls come before the manual controls that they lock.
 WRITING_ORDER = sorted(range(len(CONTROLS)), key=lambda number: not CONTROLS[number].name.startswith("auto"))
 
 
 class Check:
-    """`usb_transport_check` on one camera."""
+    """A running `usb_transport_check` for one camera."""
 
     def __init__(self, programs, out, device, *interface):
         self._errors = open(f"{out}/usb-transport-check.log", "ab")
@@ -85,7 +85,7 @@ class Check:
         return self._line()
 
     def send(self, kind, request, selector, entity, data):
-        """(status, bytes that moved, data)"""
+        """(status, bytes transferred, data)"""
         answer = self.order("send", f"{kind:x}", f"{request:x}", f"{selector << 8:x}", f"{entity << 8:x}", data)
         status, count, data, _ = answer.split()
         return int(status), int(count), data
@@ -121,7 +121,7 @@ class Stage(PanelStage):
         self.entities[camera] = entities(node)
 
     def plug_for_the_panel(self, camera):
-        """Without a wait for a video node, which the panel may take away before anybody sees it."""
+        """Does not wait for a video node, because the panel may remove it first."""
         subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True, capture_output=True,
                        timeout=120)
         self.devices[camera] = wait_until("the device", lambda: device_with_serial(f"TVC-{1000 + camera}"))
@@ -165,7 +165,7 @@ def device_with_serial(serial):
 
 
 def watchers():
-    """The processes that watch over taken cameras."""
+    """The watcher processes of taken cameras."""
     found = []
     for folder in pathlib.Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(OSError):
@@ -312,7 +312,7 @@ def the_rule_marks_the_camera_for_the_user_at_the_seat(stage):
 def without_rights_the_panel_says_how_to_get_them_and_shows_the_picture_all_the_same(stage):
     node = "/dev/bus/usb/{:03}/{:03}".format(*(int((stage.devices[1] / name).read_text())
                                                for name in ("busnum", "devnum")))
-    os.chown(node, 65534, 65534)  # somebody else's, and we without the power to read it all the same
+    os.chown(node, 65534, 65534)  # owned by another user, and we lack the capability to override that
     os.chmod(node, 0o600)
     picture = f"{stage.out}/panel-without-rights.png"
     result = subprocess.run(
@@ -331,7 +331,7 @@ def without_rights_the_panel_says_how_to_get_them_and_shows_the_picture_all_the_
 # -------------------------------------------------------------------- the panel
 
 def restore_factory_values(stage, camera):
-    """So that the picture has its own colours again, and is sharp."""
+    """Restores the picture's colours and sharpness."""
     for control in CONTROLS:
         default = stage.cameras.ask("limits", camera, control.name)[3]
         stage.cameras.ask("set", camera, control.name, *[default] * (2 if control.name == "panTilt" else 1))

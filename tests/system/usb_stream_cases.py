@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Pictures over libusb, past the kernel's driver, which holds the camera before and after."""
+"""Pictures over libusb without the kernel's driver, which has the camera before and afterwards."""
 import contextlib
 import pathlib
 import subprocess

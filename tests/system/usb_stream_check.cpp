@@ -2,9 +2,9 @@
 // Takes a virtual camera from the kernel's driver and streams it over libusb.
 //
 // Usage: usb_stream_check SERIAL pictures|unplug
-//   pictures  looks at pictures in each format, and stops and starts ten times; one line a subject
-//   unplug    says "streaming", waits until the camera is pulled out, and ends
-// Exit status 1 where anything is not as it should be.
+//   pictures  checks pictures in each format, then stops and starts ten times; one line per check
+//   unplug    prints "streaming", waits until the camera is unplugged, and ends
+// Exit status 1 if any check fails.
 
 #include <fcntl.h>
 #include <libusb.h>
@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 
 constexpr std::uint16_t vendor = 0x1209;
 constexpr std::uint16_t product = 0x0001;
-// The guest's processor is an emulated one.
+// The guest's processor is emulated.
 constexpr auto longestWait = 60s;
 constexpr std::size_t pictures = 4;
 constexpr int restarts = 10;
@@ -45,7 +45,7 @@ struct CloseHandle {
     void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
 };
 
-// A camera with both of its interfaces taken from the kernel's driver, which gets them back.
+// A camera whose interfaces are taken from the kernel's driver and given back on destruction.
 class OpenedCamera {
 public:
     OpenedCamera(libusb_context* context, FileDescriptor node, libusb_device_handle* handle)
@@ -78,7 +78,7 @@ public:
 
 private:
     libusb_context* const context_;
-    const FileDescriptor node_; // first: the handle uses it to its end
+    const FileDescriptor node_; // before the handle, which uses it until its end
     const std::unique_ptr<libusb_device_handle, CloseHandle> handle_;
     bool isClaimed_ = false;
 };
@@ -89,7 +89,7 @@ std::shared_ptr<OpenedCamera> open(libusb_context* context, std::string_view ser
         libusb_device_descriptor descriptor{};
         libusb_get_device_descriptor(device, &descriptor);
         if (descriptor.idVendor != vendor || descriptor.idProduct != product) continue;
-        // As the USB transport does, and for the same reason: see LibusbBus::open.
+        // Same as in the USB transport; see LibusbBus::open for the reason.
         const UsbAddress address{libusb_get_bus_number(device), libusb_get_device_address(device)};
         FileDescriptor node(::open(address.path().c_str(), O_RDWR | O_CLOEXEC));
         libusb_device_handle* opened = nullptr;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Takes a camera over USB and does to it what the standard input says, so that a test can look from outside.
+// Takes a camera over USB and executes commands from standard input, so that a test can check the effects.
 //
 // Usage: usb_transport_check DEVICE [INTERFACE]
 // DEVICE is the kernel's name (1-4), INTERFACE the control interface of one of its video functions.
 //
-// Prints "bound" once all controls were read, then for each of them "control NUMBER SUPPORTED VALUE MINIMUM
-// MAXIMUM DEFAULT", then "ready".  Orders, one a line, each answered with one line:
+// Prints "bound" once all controls are read, then for each "control NUMBER SUPPORTED VALUE MINIMUM MAXIMUM
+// DEFAULT", then "ready".  Commands, one per line, each answered with one line:
 //   set NUMBER VALUE                   "taken" or "refused"
 //   send TYPE REQUEST VALUE INDEX DATA numbers in hexadecimal, data as digits; for a read, zeros:
-//                                      the status as a number, the bytes that moved, the data, milliseconds
-// Ends in good order at the end of its input.
+//                                      the status as a number, bytes transferred, the data, milliseconds
+// Exits cleanly at the end of its input.
 
 #include <algorithm>
 #include <chrono>
@@ -30,7 +30,7 @@
 namespace tavelo {
 namespace {
 
-// Nobody waits for news of devices here.
+// Drops all tasks: device changes are not needed here.
 class NoMainQueue final : public MainQueue {
 public:
     void post(Task /*task*/) override {}

@@ -12,7 +12,7 @@
 namespace tavelo {
 namespace {
 
-/// A bundle whose system-wide selection is set by hand, as the operating system would.
+/// A bundle whose system-wide selection is set by the test.
 class FakeBundle : public Bundle {
 public:
     std::vector<std::string> localizations() const override { return names; }
@@ -85,7 +85,7 @@ TEST_F(LocalizerTest, ChosenLanguageWithoutLocalisationKeepsEveryTextInEnglish) 
     EXPECT_EQ(localizer.localizedWith("Iris", "iris"), "Iris");
 }
 
-TEST_F(LocalizerTest, ChosenLanguageThatIsNoTextKeepsTheEnglishText) {
+TEST_F(LocalizerTest, ChosenLanguageThatIsNotAStringKeepsTheEnglishText) {
     bundle.languages = {"en-GB"};
     preferences.setObject(PreferencesValue{std::int64_t{7}}, "KTLanguageTypeKey");
     EXPECT_EQ(localizer.localizedWith("Zoom", "zoom"), "Zoom");
@@ -123,13 +123,13 @@ TEST_F(LocalizerTest, KeyMissingInTheSystemsLookupGivesTheEnglishTextAndNotTheKe
 
 TEST_F(LocalizerTest, LocalisationMatchesAsPrefixOfTheSystemLanguage) {
     bundle.languages = {"en-GB"};
-    bundle.systemSelection = "zh-Hans"; // tells the system's lookup from the "en" table
+    bundle.systemSelection = "zh-Hans"; // differs from the "en" table
     EXPECT_EQ(localizer.localizedWith("Zoom", "zoom"), "缩放");
     bundle.languages = {"zh"}; // shorter than the localisation's name: no match, so "en"
     EXPECT_EQ(localizer.localizedWith("Zoom", "zoom"), "Zoom factor");
 }
 
-TEST_F(LocalizerTest, LanguageIsReadAnewOnEveryCall) {
+TEST_F(LocalizerTest, ReadsTheLanguageOnEveryCall) {
     bundle.languages = {"en-GB"};
     EXPECT_EQ(localizer.localizedWith("Zoom", "zoom"), "Zoom factor");
     chooseLanguage("zh-Hans");

@@ -68,7 +68,7 @@ TEST_F(SizeWithFontTest, EmptyTextIsOneLineHighAndHasNoWidth) {
     EXPECT_EQ(size(QString()), QSizeF(0, lineHeight()));
 }
 
-TEST_F(SizeWithFontTest, LimitsOutOfAnyRangeAreHarmless) {
+TEST_F(SizeWithFontTest, AcceptsAbsurdLimits) {
     const QString text = QStringLiteral("Zoom");
     for (const double huge : {std::numeric_limits<double>::max(), std::numeric_limits<double>::infinity(),
                               std::numeric_limits<double>::quiet_NaN()})

@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(BoundCameraTest, ItDoesWhatTheManagerDoesWhileTheBindingIsTheSame) {
+TEST_F(BoundCameraTest, ActsLikeTheManagerWhileTheBindingIsTheSame) {
     const BoundCamera bound(*manager);
     Completion done;
     bound.setControlWithComplitionHandle(KTUVCControl::bright, 42, done.handle());
@@ -36,7 +36,7 @@ TEST_F(BoundCameraTest, ItDoesWhatTheManagerDoesWhileTheBindingIsTheSame) {
     EXPECT_EQ(bound.failure(), UsbStatus::success);
 }
 
-TEST_F(BoundCameraTest, NothingReachesACameraThatIsBoundLater) {
+TEST_F(BoundCameraTest, SendsNothingToACameraThatIsBoundLater) {
     const BoundCamera bound(*manager);
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(otherID));
     camera->forgetRequests();
@@ -57,7 +57,7 @@ TEST_F(BoundCameraTest, NothingReachesACameraThatIsBoundLater) {
     EXPECT_EQ(manager->panTilt()->val(), 2);
 }
 
-TEST_F(BoundCameraTest, TheSameCameraBoundAnewIsAnotherBinding) {
+TEST_F(BoundCameraTest, BindingTheSameCameraAgainIsAnotherBinding) {
     const BoundCamera bound(*manager);
     bind();
     EXPECT_FALSE(bound.isCurrent());
@@ -65,7 +65,7 @@ TEST_F(BoundCameraTest, TheSameCameraBoundAnewIsAnotherBinding) {
     EXPECT_FALSE(BoundCamera(*manager).isCurrent() && bound.isCurrent());
 }
 
-TEST_F(BoundCameraTest, AnInterfaceOpenedAnewIsTheSameBinding) {
+TEST_F(BoundCameraTest, ReopeningTheInterfaceKeepsTheBinding) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
@@ -78,13 +78,13 @@ TEST_F(BoundCameraTest, AnInterfaceOpenedAnewIsTheSameBinding) {
     EXPECT_THAT(camera->requests(), ElementsAre(writeOf(KTUVCControl::bright, {7, 0})));
 }
 
-TEST_F(BoundCameraTest, AnInterfaceOpenedWhileAnotherCameraIsBoundIsLetGo) {
+TEST_F(BoundCameraTest, DropsAnInterfaceOpenedWhileAnotherCameraIsBound) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
     platform.servicesAsked = [this] {
         platform.servicesAsked = {};
-        manager->setInterface(nullptr); // as the main thread does while it binds
+        manager->setInterface(nullptr); // like the main thread does while it binds
     };
     EXPECT_FALSE(bound.openInterfaceAgain());
     EXPECT_EQ(manager->interface(), nullptr);

@@ -16,7 +16,7 @@
 namespace tavelo {
 namespace {
 
-/// Answers every key with a mark of its own, so that a lookup shows.
+/// Returns a different marker for every key, so that lookups can be recognised.
 class MarkingBundle : public Bundle {
 public:
     std::vector<std::string> localizations() const override { return {"xx"}; }
@@ -46,13 +46,13 @@ protected:
     KTUVCManager localized{KTUVCEnvironment{nullptr, &text}};
 };
 
-/// One control as the class and the cameras know it.
+/// One control as the USB Video Class defines it.
 struct Expected {
     const KTUVCControlRecords::Record& record;
     int unit;
     int selector;
     int size;
-    std::string range; ///< which of GET_MIN, GET_MAX, GET_DEF are asked
+    std::string range; ///< which of GET_MIN, GET_MAX and GET_DEF are sent
     bool isSigned;
     int type;
     std::string text;
@@ -132,7 +132,7 @@ TEST_F(ControlTableTest, ChoicesHaveTheirLabels) {
     EXPECT_EQ(*manager.powerLine()->enumeratorDictionary(), (Choices{{1, "50 Hz"}, {2, "60 Hz"}}));
 }
 
-TEST_F(ControlTableTest, LabelsAreLookedUpButForTheFrequencies) {
+TEST_F(ControlTableTest, AllLabelsExceptFrequenciesAreLookedUp) {
     using Choices = KTUVCParameters::Choices;
     EXPECT_EQ(*localized.scanningMode()->enumeratorDictionary(),
               (Choices{{0, "<interlaced>"}, {1, "<progressive>"}}));
@@ -144,7 +144,7 @@ TEST_F(ControlTableTest, LabelsAreLookedUpButForTheFrequencies) {
     EXPECT_EQ(*localized.powerLine()->enumeratorDictionary(), (Choices{{1, "50 Hz"}, {2, "60 Hz"}}));
 }
 
-TEST_F(ControlTableTest, OnlyChoicesHaveChoices) {
+TEST_F(ControlTableTest, OnlyMenuControlsHaveChoices) {
     for (const auto& record : manager.parametersArray())
         EXPECT_EQ(record->enumeratorDictionary() != nullptr, record->type() == KTUVCParameterType::choice)
             << record->string();

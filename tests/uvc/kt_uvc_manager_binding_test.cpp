@@ -19,7 +19,7 @@ public:
 
 class BindingTest : public ManagerTest {
 protected:
-    /// A camera at a place of the bus, listed after those that are there.
+    /// Plugs in a camera at this location, listed after the existing ones.
     std::shared_ptr<FakeUvcCamera> plugInAt(std::uint32_t locationID, std::uint8_t number = 0) {
         BusProberDevice record = everyControl();
         record.locationID = locationID;
@@ -54,7 +54,7 @@ TEST_F(BindingTest, EightDigitLocationIsFound) {
 
 TEST_F(BindingTest, SevenDigitLocationIsFoundInTheSecondReading) {
     const auto other = plugInAt(0x1420000);
-    const char* sevenDigits = "0x14200001bcf2b90"; // eight digits read 0x14200001
+    const char* sevenDigits = "0x14200001bcf2b90"; // its first eight digits would be 0x14200001
     EXPECT_TRUE(manager->uniqueIDIsCorrect(sevenDigits));
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(sevenDigits));
     EXPECT_EQ(manager->deviceLocationID(), 0x1420000U);
@@ -80,7 +80,7 @@ TEST_F(BindingTest, SixDigitLocationIsFoundInTheThirdReading) {
 }
 
 TEST_F(BindingTest, UniqueIDWithoutLocationIsRefused) {
-    platform.records.push_back(std::make_shared<BusProberDevice>()); // one at location 0
+    platform.records.push_back(std::make_shared<BusProberDevice>()); // its location is 0
     manager->prober()->refreshData(false);
     for (const char* text : {"", "0x", "14200000", "0xcamera", "camera", "0x00000000"}) {
         EXPECT_FALSE(manager->uniqueIDIsCorrect(text)) << text;
@@ -118,7 +118,7 @@ TEST_F(BindingTest, BindingTakesIdentifiersInterfaceAndNumber) {
         EXPECT_TRUE(record->supported()) << record->string();
 }
 
-TEST_F(BindingTest, InterfaceIsNeverSeenWithTheLastCamerasNumber) {
+TEST_F(BindingTest, InterfaceNeverComesWithThePreviousCamerasNumber) {
     bind();
     const auto other = plugInAt(0x14300000, 9);
     std::vector<std::int32_t> seen;
@@ -130,7 +130,7 @@ TEST_F(BindingTest, InterfaceIsNeverSeenWithTheLastCamerasNumber) {
 }
 
 TEST_F(BindingTest, UnknownIdentifiersFallBackToOneAndTwo) {
-    bind(); // to a camera with others first
+    bind(); // to a camera with other identifiers first
     BusProberDevice record = everyControl();
     record.terminalID = -1;
     record.unitID = -1;
@@ -154,13 +154,13 @@ TEST_F(BindingTest, OnlyTheFirstInterfaceIsTaken) {
     device->cameras.push_back(second);
     bind();
     EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
-    device->fault = FakeUsbFault::notOpened; // the first one; the second would open
+    device->fault = FakeUsbFault::notOpened; // only the first one; the second would open
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
     EXPECT_EQ(manager->interface(), nullptr);
     EXPECT_THAT(second->requests(), IsEmpty());
 }
 
-/// One device with a colour camera at interface 2 and an infrared one at interface 6.
+/// One device with a colour camera at interface 2 and an infrared camera at interface 6.
 class TwoFunctionsTest : public BindingTest {
 protected:
     static constexpr std::uint8_t infraredUnit = 9;
@@ -186,7 +186,7 @@ protected:
     std::shared_ptr<FakeUvcCamera> second = std::make_shared<FakeUvcCamera>(std::uint8_t{6});
 };
 
-TEST_F(TwoFunctionsTest, ThePlainIdentifierBindsTheFirstOne) {
+TEST_F(TwoFunctionsTest, TheIdentifierWithoutAnInterfaceBindsTheFirstFunction) {
     EXPECT_TRUE(manager->uniqueIDIsCorrect(uniqueID));
     bind();
     EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
@@ -194,7 +194,7 @@ TEST_F(TwoFunctionsTest, ThePlainIdentifierBindsTheFirstOne) {
     EXPECT_THAT(second->requests(), IsEmpty());
 }
 
-TEST_F(TwoFunctionsTest, AnIdentifierWithAnInterfaceBindsThatOneAlone) {
+TEST_F(TwoFunctionsTest, AnIdentifierWithAnInterfaceBindsOnlyThatFunction) {
     EXPECT_TRUE(manager->uniqueIDIsCorrect(infraredID));
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
     EXPECT_EQ(manager->interfaceNumber(), 6);
@@ -206,17 +206,17 @@ TEST_F(TwoFunctionsTest, AnIdentifierWithAnInterfaceBindsThatOneAlone) {
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
-TEST_F(TwoFunctionsTest, AnInterfaceThatNoRecordHasIsNeverReplacedByAnother) {
+TEST_F(TwoFunctionsTest, AnUnknownInterfaceIsNeverReplacedByAnother) {
     const std::string unknownID = std::string(uniqueID) + "04";
     EXPECT_FALSE(manager->uniqueIDIsCorrect(unknownID));
     EXPECT_FALSE(manager->refreshDataWithUniqueIDString(unknownID));
-    device->cameras.pop_back(); // listed by the prober, and gone from the device
+    device->cameras.pop_back(); // still listed by the prober, but gone from the device
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
     EXPECT_EQ(manager->interface(), nullptr);
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
-TEST_F(TwoFunctionsTest, OpeningAnewStaysWithTheFunction) {
+TEST_F(TwoFunctionsTest, ReopeningKeepsTheFunction) {
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
     second->setFailure(infraredUnit, 2, FakeUvcCamera::setCur, UsbStatus::refused);
     manager->setBrightWithComplitionHandle(41, {});
@@ -225,7 +225,7 @@ TEST_F(TwoFunctionsTest, OpeningAnewStaysWithTheFunction) {
     EXPECT_EQ(manager->interface()->GetInterfaceNumber(), 6);
 }
 
-TEST_F(TwoFunctionsTest, ReadingAnewStaysWithTheFunction) {
+TEST_F(TwoFunctionsTest, RereadingKeepsTheFunction) {
     second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, UsbStatus::failed);
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
     ASSERT_TRUE(manager->interfaceIsClosed());
@@ -253,7 +253,7 @@ TEST_F(BindingTest, CameraWithoutControlInterfaceIsBoundWithEveryControlUnsuppor
     }
 }
 
-TEST_F(BindingTest, DeviceThatMayNotBeTalkedToIsPassedOver) {
+TEST_F(BindingTest, DeviceWithoutAccessIsSkipped) {
     platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
     platform.devices.front()->locationID = location;
     platform.devices.front()->fault = FakeUsbFault::noPlugIn;
@@ -262,7 +262,7 @@ TEST_F(BindingTest, DeviceThatMayNotBeTalkedToIsPassedOver) {
     EXPECT_NE(manager->interface(), nullptr);
 }
 
-TEST_F(BindingTest, DeviceThatDoesNotAnswerEndsTheWalk) {
+TEST_F(BindingTest, DeviceThatDoesNotAnswerEndsTheSearch) {
     platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
     platform.devices.front()->fault = FakeUsbFault::noDevice;
     EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
@@ -270,7 +270,7 @@ TEST_F(BindingTest, DeviceThatDoesNotAnswerEndsTheWalk) {
     EXPECT_EQ(manager->interface(), nullptr);
 }
 
-TEST_F(BindingTest, DevicesElsewhereOnTheBusArePassedOver) {
+TEST_F(BindingTest, DevicesAtOtherLocationsAreSkipped) {
     platform.devices.insert(platform.devices.begin(), std::make_shared<FakeUsbDevice>());
     platform.devices.front()->locationID = 0x14100000;
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
@@ -278,7 +278,7 @@ TEST_F(BindingTest, DevicesElsewhereOnTheBusArePassedOver) {
     EXPECT_EQ(manager->interfaceNumber(), interfaceNumber);
 }
 
-TEST_F(BindingTest, CameraThatLeftTheBusGivesFalse) {
+TEST_F(BindingTest, BindingAnUnpluggedCameraReturnsFalse) {
     platform.devices.clear();
     EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
     EXPECT_EQ(manager->interface(), nullptr);
@@ -337,7 +337,7 @@ TEST_F(BindingTest, ReleasedManagerHoldsNothingOfThePlatform) {
     EXPECT_FALSE(manager->refreshDataWithUniqueIDString(uniqueID));
 }
 
-TEST(BindingWithoutPlatform, NothingIsCorrectAndNothingBinds) {
+TEST(BindingWithoutPlatform, RefusesEveryIdentifier) {
     KTUVCManager manager{KTUVCEnvironment{}};
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     EXPECT_EQ(manager.prober(), nullptr);

@@ -104,13 +104,13 @@ TEST_F(PopulateTest, ControlWithoutDefaultQueryKeepsItsDefaultAndStaysSupported)
     EXPECT_EQ(manager->scanningMode()->val(), 1);
 
     manager->setInterface(nullptr);
-    manager->generalInit(); // everything is unsupported now
+    manager->generalInit(); // makes every control unsupported
     bind();
     EXPECT_TRUE(manager->scanningMode()->supported());
     EXPECT_EQ(manager->scanningMode()->def(), -1);
 }
 
-TEST_F(PopulateTest, EachMissingAnswerCostsThatOneControl) {
+TEST_F(PopulateTest, AMissingAnswerAffectsOnlyItsControl) {
     const FakeUvcControl whole = answers(1, 0, 100, 50, 2);
     for (FakeUvcControl::Bytes FakeUvcControl::*missing :
          {&FakeUvcControl::cur, &FakeUvcControl::min, &FakeUvcControl::max, &FakeUvcControl::def,
@@ -132,12 +132,12 @@ TEST_F(PopulateTest, ControlThatTheDescriptorsDoNotListIsNotAsked) {
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
-TEST_F(PopulateTest, EverythingIsAskedWhereTheDescriptorsToldNothing) {
+TEST_F(PopulateTest, EveryControlIsAskedIfTheDescriptorsWereUnreadable) {
     BusProberDevice unknown;
     unknown.locationID = location;
     setRecord(unknown);
     auto plain = std::make_shared<FakeUvcCamera>(interfaceNumber);
-    plain->setControl(1, 11, answers(1, 0, 100, 50, 2)); // identifiers fall back to 1 and 2
+    plain->setControl(1, 11, answers(1, 0, 100, 50, 2)); // the identifiers fall back to 1 and 2
     plain->setControl(2, 2, answers(1, 0, 100, 50, 2));
     device->cameras = {plain};
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
@@ -150,7 +150,7 @@ TEST_F(PopulateTest, EverythingIsAskedWhereTheDescriptorsToldNothing) {
     EXPECT_EQ(infos, controlCount);
 }
 
-TEST_F(PopulateTest, OneKnownIdentifierIsEnoughToBelieveTheDescriptors) {
+TEST_F(PopulateTest, OneKnownIdentifierIsEnoughToTrustTheDescriptors) {
     for (const bool knowsTerminal : {true, false}) {
         BusProberDevice half;
         half.locationID = location;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Answers that come when another camera is bound already.
+// Answers that arrive after another camera has been bound.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ protected:
         bind();
     }
 
-    /// Binds to the other camera while the next write to the first one waits for its answer.
+    /// Binds the other camera while the next write to the first one waits for its answer.
     void bindOtherDuringTheNextWrite() {
         camera->requestArrived = [this](const FakeUsbRequest& request) {
             if (request.bRequest != FakeUvcCamera::setCur) return;
@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(RebindingTest, APairThatTheLastCameraTookDoesNotBecomeTheNewOnes) {
+TEST_F(RebindingTest, APairWrittenToTheOldCameraIsNotStoredForTheNewOne) {
     bindOtherDuringTheNextWrite();
     manager->setPanWithComplitionHandle(18000, {});
     EXPECT_EQ(manager->panTilt()->val(), 2);
@@ -37,13 +37,13 @@ TEST_F(RebindingTest, APairThatTheLastCameraTookDoesNotBecomeTheNewOnes) {
     EXPECT_EQ(other->writes().front().data, littleEndian(3600LL << 32 | 2, 8));
 }
 
-TEST_F(RebindingTest, AValueThatTheLastCameraTookDoesNotBecomeTheNewOnes) {
+TEST_F(RebindingTest, AValueWrittenToTheOldCameraIsNotStoredForTheNewOne) {
     bindOtherDuringTheNextWrite();
     manager->setBrightWithComplitionHandle(42, {});
     EXPECT_EQ(manager->bright()->val(), 2);
 }
 
-TEST_F(RebindingTest, AFailureOfTheLastCameraBringsNoValueOfItsBack) {
+TEST_F(RebindingTest, AFailureOfTheOldCameraDoesNotRestoreItsValue) {
     for (const KTUVCControl control : {KTUVCControl::bright, KTUVCControl::panTilt}) {
         bind();
         fail(control, FakeUvcCamera::setCur, UsbStatus::timeout);
@@ -64,7 +64,7 @@ TEST_F(RebindingTest, AFailureDoesNotUndoWhatAnotherThreadHasSetSince) {
     EXPECT_EQ(manager->bright()->val(), 77);
 }
 
-TEST_F(RebindingTest, ASetterLeavesACameraAloneWhileItIsRead) {
+TEST_F(RebindingTest, ASetterSendsNothingWhileTheCameraIsRead) {
     Completion done;
     other->requestArrived = [&](const FakeUsbRequest& request) {
         if (request.bRequest != FakeUvcCamera::getMin || done.calls > 0) return;
@@ -79,7 +79,7 @@ TEST_F(RebindingTest, ASetterLeavesACameraAloneWhileItIsRead) {
     EXPECT_EQ(manager->panTilt()->val(), 2);
 }
 
-TEST_F(RebindingTest, AWalkOverOneCameraDoesNotGoOnWithTheNext) {
+TEST_F(RebindingTest, AWalkOverOneCameraDoesNotContinueOnTheNext) {
     for (void (KTUVCManager::*walk)() :
          {&KTUVCManager::resetParamsToDefaults, &KTUVCManager::sendParamsToDevice}) {
         bind();

@@ -12,7 +12,7 @@ using ::testing::Not;
 
 class ReopeningTest : public ManagerTest {
 protected:
-    /// Binds, and has a write refused, which closes the interface.
+    /// Binds and makes a refused write, which closes the interface.
     void bindAndClose() {
         bind();
         fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
@@ -40,13 +40,13 @@ TEST_F(ReopeningTest, WritesGoToTheSameEntitiesAndInterfaceAsBefore) {
     EXPECT_THAT(camera->requests(), testing::ElementsAre(writeOf(KTUVCControl::bright, {7, 0})));
 }
 
-TEST_F(ReopeningTest, TheRecordsStay) {
+TEST_F(ReopeningTest, KeepsTheRecords) {
     bindAndClose();
     script(KTUVCControl::bright, 33, 44);
     ASSERT_TRUE(manager->openInterfaceAgain());
     EXPECT_EQ(record(KTUVCControl::bright).val(), 1);
     EXPECT_EQ(record(KTUVCControl::bright).def(), 50);
-    EXPECT_EQ(record(KTUVCControl::contrast).val(), 1) << "the refused value did not stay";
+    EXPECT_EQ(record(KTUVCControl::contrast).val(), 1) << "the refused value was undone";
 }
 
 TEST_F(ReopeningTest, AnInterfaceThatIsOpenStaysTheSame) {
@@ -56,7 +56,7 @@ TEST_F(ReopeningTest, AnInterfaceThatIsOpenStaysTheSame) {
     EXPECT_EQ(manager->interface(), open);
 }
 
-TEST_F(ReopeningTest, WhereNothingIsBoundNothingOpens) {
+TEST_F(ReopeningTest, OpensNothingIfNoCameraIsBound) {
     EXPECT_FALSE(manager->openInterfaceAgain());
     EXPECT_EQ(manager->interface(), nullptr);
 }
@@ -71,12 +71,12 @@ TEST_F(ReopeningTest, ACameraThatLeftTheBusStaysClosed) {
     EXPECT_EQ(manager->failedAt(), now);
 }
 
-TEST_F(ReopeningTest, WhereTheRecordsCouldNotBeReadTheCameraIsBoundFromTheStart) {
+TEST_F(ReopeningTest, RebindsTheCameraIfItsRecordsCouldNotBeRead) {
     fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::timeout);
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
     ASSERT_TRUE(manager->interfaceIsClosed());
     expectUnsupported(record(KTUVCControl::contrast));
-    EXPECT_FALSE(manager->openInterfaceAgain()) << "the camera is silent still";
+    EXPECT_FALSE(manager->openInterfaceAgain()) << "the camera is still silent";
 
     fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::success);
     camera->forgetRequests();

@@ -13,7 +13,7 @@ using ::testing::IsEmpty;
 
 class ResetTest : public ManagerTest {
 protected:
-    /// Every automatic control ends manual, so that every gate is open.
+    /// Gives every automatic control the default "off", so that every manual control is writable.
     void SetUp() override {
         ManagerTest::SetUp();
         script(KTUVCControl::autoExposureMode, 2, 1);
@@ -51,7 +51,7 @@ protected:
     using Walk = void (KTUVCManager::*)();
     static constexpr Walk walks[] = {&KTUVCManager::resetParamsToDefaults, &KTUVCManager::sendParamsToDevice};
 
-    /// Turns every automatic control off in its record, and forgets the requests so far.
+    /// Turns every automatic control off in its record and clears the request log.
     void openGates() {
         manager->autoExposureMode()->setVal(1);
         for (const auto& automatic : {manager->autoFocus(), manager->autoHue(), manager->autoWhiteBalance()})
@@ -59,7 +59,7 @@ protected:
         camera->forgetRequests();
     }
 
-    /// What a write of each control's `value` looks like.
+    /// The writes that send each control's `value`.
     template <typename Value>
     std::vector<FakeUsbRequest> writesOf(const std::vector<KTUVCControl>& controls, Value value) {
         std::vector<FakeUsbRequest> writes;
@@ -78,7 +78,7 @@ protected:
     }
 };
 
-TEST_F(ResetTest, EveryControlWithADefaultButRollGetsItInOrder) {
+TEST_F(ResetTest, EveryControlExceptRollGetsItsDefaultInOrder) {
     manager->resetParamsToDefaults();
     std::vector<KTUVCControl> order = bulkOrder();
     std::erase_if(order, [](KTUVCControl control) { return !controlRow(control).hasDef; });
@@ -89,7 +89,7 @@ TEST_F(ResetTest, EveryControlWithADefaultButRollGetsItInOrder) {
         EXPECT_EQ(record(control).val(), record(control).def()) << controlRow(control).text;
 }
 
-TEST_F(ResetTest, EveryControlButRollIsSentWithItsValueInOrder) {
+TEST_F(ResetTest, EveryControlExceptRollIsSentInOrder) {
     openGates();
     manager->panTilt()->setVal(0x00001C20FFFFF1F0);
     const auto expected = writesOf(bulkOrder(), [](const KTUVCParameters& r) { return r.val(); });
@@ -108,7 +108,7 @@ TEST_F(ResetTest, RollKeepsItsValueThroughBoth) {
 TEST_F(ResetTest, AutomaticExposureByDefaultKeepsExposureTimeFromBeingWritten) {
     script(KTUVCControl::autoExposureMode, 1, 2);
     bind();
-    ASSERT_TRUE(manager->exposureTimeSupported()); // before the walk
+    ASSERT_TRUE(manager->exposureTimeSupported()); // checked before the walk
     manager->resetParamsToDefaults();
     EXPECT_TRUE(wasWritten(KTUVCControl::autoExposureMode));
     EXPECT_FALSE(wasWritten(KTUVCControl::exposureTime));
@@ -151,7 +151,7 @@ TEST_F(ResetTest, OtherProductsOfThatVendorGetTheirOwnFocusDefault) {
 }
 
 TEST_F(ResetTest, OnlyTheLowByteOfTheAutoFocusDefaultDecides) {
-    KeyedArchive archive; // no camera gives a byte such a default
+    KeyedArchive archive; // a camera's one-byte control cannot have such a default
     archive.encodeBool(true, "supported");
     archive.encodeInt64(256, "def");
     const auto record = std::make_shared<KTUVCParameters>(archive);
@@ -176,7 +176,7 @@ TEST_F(ResetTest, PanTiltOfAnotherSizeKeepsItsValue) {
     manager->resetParamsToDefaults();
     EXPECT_EQ(manager->panTilt()->val(), 77);
     EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
-    EXPECT_TRUE(wasWritten(KTUVCControl::whiteBalance)); // the walk went on
+    EXPECT_TRUE(wasWritten(KTUVCControl::whiteBalance)); // the walk continued
 }
 
 TEST_F(ResetTest, UnsupportedControlIsNeitherWrittenNorChanged) {
@@ -188,7 +188,7 @@ TEST_F(ResetTest, UnsupportedControlIsNeitherWrittenNorChanged) {
     EXPECT_EQ(manager->gain()->val(), 77);
 }
 
-TEST_F(ResetTest, ARefusedControlCostsTheWalkNothingElse) {
+TEST_F(ResetTest, ARefusedControlDoesNotAffectTheOthers) {
     for (const KTUVCControl refused : {KTUVCControl::autoExposureMode, KTUVCControl::bright}) {
         for (const Walk walk : walks) {
             bind();
@@ -224,7 +224,7 @@ TEST_F(ResetTest, ACameraThatIsGoneEndsTheWalk) {
     }
 }
 
-TEST_F(ResetTest, OneSilenceDoesNotEndTheWalkAndASecondDoes) {
+TEST_F(ResetTest, TheSecondMissingAnswerEndsTheWalk) {
     for (const Walk walk : walks) {
         bind();
         openGates();
@@ -237,18 +237,18 @@ TEST_F(ResetTest, OneSilenceDoesNotEndTheWalkAndASecondDoes) {
     }
 }
 
-TEST_F(ResetTest, ACameraThatCannotBeOpenedAnewEndsTheWalk) {
+TEST_F(ResetTest, ACameraThatCannotBeReopenedEndsTheWalk) {
     fail(KTUVCControl::zoom, FakeUvcCamera::setCur);
     platform.devices.clear();
     manager->resetParamsToDefaults();
     EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
-    EXPECT_EQ(platform.walks, 2) << "one to bind, one to open anew";
+    EXPECT_EQ(platform.walks, 2) << "one for binding, one for reopening";
 }
 
 TEST_F(ResetTest, AControlWithoutADefaultIsNotWritten) {
     bind();
     manager->setInterface(nullptr);
-    manager->generalInit(); // nothing is supported, every default is -1
+    manager->generalInit(); // makes every control unsupported, with a default of -1
     bind();
     ASSERT_TRUE(manager->scanningMode()->supported());
     ASSERT_EQ(manager->scanningMode()->def(), -1);
@@ -273,7 +273,7 @@ TEST_F(ResetTest, AValueIsSentOnlyIfItsAutomaticControlIsOff) {
         EXPECT_FALSE(wasWritten(manual)) << controlRow(manual).text;
 }
 
-TEST_F(ResetTest, TheRecordsHoldWhatTheCameraTookOfItsDefaults) {
+TEST_F(ResetTest, TheRecordsHoldTheValuesThatTheCameraSet) {
     take(KTUVCControl::bright, {49, 0});
     take(KTUVCControl::panTilt, littleEndian(48, 8));
     take(KTUVCControl::autoFocus, {1});

@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 
 using Setter = std::function<void(KTUVCManager&, std::int64_t, const ComplitionHandle&)>;
 
-/// Every setter by its own name, with the record that it writes.
+/// Every named setter with the record that it writes.
 std::vector<std::pair<KTUVCControl, Setter>> namedSetters() {
     using M = KTUVCManager;
     const auto flag32 = [](void (M::*setter)(std::int32_t, const ComplitionHandle&)) -> Setter {
@@ -152,7 +152,7 @@ TEST_F(SettersTest, FlagsByPlaceInTheTableFollowTheSameRules) {
     EXPECT_EQ(manager->autoHue()->val(), 5);
 }
 
-TEST_F(SettersTest, RefusedFlagComesBackAsOneSignedByte) {
+TEST_F(SettersTest, RefusedFlagIsRestoredAsOneSignedByte) {
     for (const KTUVCControl control : {KTUVCControl::autoExposurePriority, KTUVCControl::autoFocus,
                                        KTUVCControl::autoHue, KTUVCControl::autoWhiteBalance}) {
         bind();
@@ -163,7 +163,7 @@ TEST_F(SettersTest, RefusedFlagComesBackAsOneSignedByte) {
     }
 }
 
-TEST_F(SettersTest, RefusedNumberComesBackWhole) {
+TEST_F(SettersTest, RefusedNumberIsRestoredInFull) {
     manager->contrast()->setVal(200);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     manager->setContrastWithComplitionHandle(1, {});
@@ -227,7 +227,7 @@ TEST_F(SettersTest, PanTiltRecordIsWrittenAfterThePush) {
     manager->setInterface(watcher);
     manager->setPanTiltWithComplitionHandle(42, {});
     manager->setBrightWithComplitionHandle(42, {});
-    EXPECT_EQ(watcher->panTilt, 1); // still the old value while the request is on its way
+    EXPECT_EQ(watcher->panTilt, 1); // still the old value during the request
     EXPECT_EQ(watcher->bright, 42);
 }
 
@@ -261,7 +261,7 @@ TEST_F(SettersTest, PushSendsTheLowBytesOfTheValue) {
                                                 writeOf(KTUVCControl::bright, {4, 3, 2, 1})));
 }
 
-TEST_F(SettersTest, PushFailsForSizesThatNoNumberHas) {
+TEST_F(SettersTest, PushFailsForSizesThatNoIntegerHas) {
     for (const std::int32_t size : {-1, 0, 5, 8}) {
         manager->bright()->setActualSize(size);
         EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get()));
@@ -269,7 +269,7 @@ TEST_F(SettersTest, PushFailsForSizesThatNoNumberHas) {
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
-TEST_F(SettersTest, ARecordHoldsWhatTheCameraTookIfTheTransportSaysSo) {
+TEST_F(SettersTest, ARecordHoldsTheValueThatTheTransportReportsBack) {
     take(KTUVCControl::contrast, {40, 0});
     take(KTUVCControl::bright, {0xF6, 0xFF});
     take(KTUVCControl::panTilt, littleEndian(0x00000E10'FFFFF1F0, 8));
@@ -283,17 +283,17 @@ TEST_F(SettersTest, ARecordHoldsWhatTheCameraTookIfTheTransportSaysSo) {
     EXPECT_TRUE(done.success);
     EXPECT_EQ(done.calls, 3);
     EXPECT_EQ(camera->writes().front().data, littleEndian(39, 2))
-        << "the camera is asked for what was wanted";
+        << "the request carries the value that was asked for";
 }
 
-TEST_F(SettersTest, TheCompletionHandlerSeesWhatTheCameraTook) {
+TEST_F(SettersTest, TheCompletionHandlerSeesTheValueThatTheCameraSet) {
     take(KTUVCControl::contrast, {40, 0});
     std::int64_t seen = 0;
     manager->setContrastWithComplitionHandle(39, [&](bool) { seen = manager->contrast()->val(); });
     EXPECT_EQ(seen, 40);
 }
 
-TEST_F(SettersTest, WhatTheCameraTookIsReadInTheSizeAndSignOfTheRecord) {
+TEST_F(SettersTest, TheReportedValueIsReadWithTheRecordsSizeAndSign) {
     manager->hue()->setActualSize(1);
     take(KTUVCControl::hue, {0xFE});
     manager->setHueWithComplitionHandle(-1, {});
@@ -304,7 +304,7 @@ TEST_F(SettersTest, WhatTheCameraTookIsReadInTheSizeAndSignOfTheRecord) {
     EXPECT_EQ(manager->exposureTime()->val(), 0xFF0201);
 }
 
-TEST_F(SettersTest, AValueThatTheCameraTookUnchangedStaysWhatTheCallerPassed) {
+TEST_F(SettersTest, AnUnchangedValueStaysAsPassedByTheCaller) {
     manager->bright()->setActualSize(1);
     manager->setBrightWithComplitionHandle(300, {});
     EXPECT_EQ(manager->bright()->val(), 300);

@@ -42,7 +42,7 @@ TEST_F(ThreadsTest, PushesWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
     }
 }
 
-TEST_F(ThreadsTest, WalksThatOpenAnewWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
+TEST_F(ThreadsTest, WalksThatReopenWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
     camera->setFailure(unit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
     other->setFailure(otherUnit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
     bind();
@@ -68,11 +68,11 @@ TEST_F(ThreadsTest, WalksThatOpenAnewWhileAnotherCameraIsBoundNeverReachTheWrong
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(otherID));
     for (const auto& record : manager->parametersArray())
         EXPECT_TRUE(record->supported());
-    EXPECT_EQ(manager->contrast()->val(), 2) << "refused by both";
+    EXPECT_EQ(manager->contrast()->val(), 2) << "both cameras refused the write";
 }
 
-TEST_F(ThreadsTest, FailureOnADroppedInterfaceDoesNotCountAgainstTheNew) {
-    /// Fails only after the manager has been bound to something else.
+TEST_F(ThreadsTest, FailureOfADroppedInterfaceDoesNotCloseTheNewOne) {
+    /// Fails only after the manager has been bound to another camera.
     class Late : public UsbInterface {
     public:
         explicit Late(KTUVCManager& manager) : manager_(manager) {}

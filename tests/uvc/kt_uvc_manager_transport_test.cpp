@@ -75,7 +75,7 @@ TEST_F(TransportTest, EmptyReplyAndFailureLeaveNoBuffer) {
     EXPECT_EQ(bytes, nullptr);
 }
 
-TEST_F(TransportTest, BackendThatClaimsMoreBytesThanAskedIsNotBelieved) {
+TEST_F(TransportTest, ReplyLongerThanRequestedIsCut) {
     class Liar : public UsbInterface {
         UsbStatus ControlRequest(UsbControlRequest& request) override {
             request.bytesDone = 4000;
@@ -123,7 +123,7 @@ TEST_F(TransportTest, EveryKindOfFailureClosesTheInterfaceForGood) {
     EXPECT_TRUE(manager->_pushParamToDevice(manager->zoom().get()));
 }
 
-TEST_F(TransportTest, TheReasonOfAFailureIsKeptWithItsTimeUntilTheInterfaceIsOpenedAnew) {
+TEST_F(TransportTest, TheReasonAndTimeOfAFailureAreKeptUntilTheInterfaceIsReopened) {
     bind();
     EXPECT_EQ(manager->failure(), UsbStatus::success);
     fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::timeout);
@@ -138,13 +138,13 @@ TEST_F(TransportTest, TheReasonOfAFailureIsKeptWithItsTimeUntilTheInterfaceIsOpe
     EXPECT_EQ(manager->failure(), UsbStatus::success);
 }
 
-TEST_F(TransportTest, ARequestThatFindsTheInterfaceClosedDoesNotHideTheReason) {
+TEST_F(TransportTest, ARequestOnAClosedInterfaceDoesNotReplaceTheReason) {
     bind();
     fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::gone);
     fail(KTUVCControl::bright, FakeUvcCamera::setCur, UsbStatus::failed);
     camera->requestArrived = [this](const FakeUsbRequest&) {
         camera->requestArrived = {};
-        EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get())); // as another thread would
+        EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get())); // like another thread would
     };
     EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get()));
     EXPECT_EQ(manager->failure(), UsbStatus::gone);
@@ -177,7 +177,8 @@ TEST_F(TransportTest, ExplicitUnitAndSelectorAreWritten) {
     bind();
     const std::array<std::uint8_t, 8> bytes{1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_TRUE(manager->setBytesSizedToUnitSelector(bytes.data(), 8, 1, 13));
-    EXPECT_TRUE(manager->setBytesSizedToUnitSelector(bytes.data(), 1, 7, 0x21)); // any other: processing unit
+    EXPECT_TRUE(manager->setBytesSizedToUnitSelector(bytes.data(), 1, 7,
+                                                     0x21)); // any other unit means the processing unit
     EXPECT_THAT(camera->requests(),
                 ElementsAre(FakeUsbRequest{0x21, 0x01, 0x0D00, 0x0302, 8, {1, 2, 3, 4, 5, 6, 7, 8}},
                             FakeUsbRequest{0x21, 0x01, 0x2100, 0x0502, 1, {1}}));

@@ -108,7 +108,7 @@ TEST(KTUVCParameters, ArchiveKeepsNameAndValuesAndLosesDescriptionSizeAndChoices
 
     KeyedArchive archive;
     record.encodeWithCoder(archive);
-    archive.encodeInt64(33, "def"); // only a camera or an archive gives a record its default
+    archive.encodeInt64(33, "def"); // only a camera or an archive sets a record's default
     const KTUVCParameters copy{archive};
 
     EXPECT_EQ(copy.string(), "Saturation");

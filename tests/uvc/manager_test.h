@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A manager on a scripted bus with one camera that has every control.
+// A manager on a fake bus with one camera that has every control.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -89,13 +89,13 @@ protected:
         manager->initProberWithBusProberScopeProberDelegate(2, nullptr);
     }
 
-    /// Binds to the camera and forgets the requests that this took.
+    /// Binds to the camera and clears the request log.
     void bind() {
         ASSERT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
         camera->forgetRequests();
     }
 
-    /// Exchanges what the prober will say of the camera.
+    /// Replaces the prober's record of the camera.
     void setRecord(const BusProberDevice& record) {
         platform.records = {std::make_shared<BusProberDevice>(record)};
         manager->prober()->refreshData(false);
@@ -103,7 +103,7 @@ protected:
 
     KTUVCParameters& record(KTUVCControl control) { return *manager->record(control); }
 
-    /// The write that a value of a control makes.
+    /// The write request for a value of a control.
     static FakeUsbRequest writeOf(KTUVCControl control, std::vector<std::uint8_t> bytes) {
         const ControlRow& row = controlRow(control);
         return {0x21,
@@ -121,7 +121,7 @@ protected:
     std::unique_ptr<KTUVCManager> manager;
 };
 
-/// A completion handler that counts.
+/// A completion handler that counts its calls.
 struct Completion {
     int calls = 0;
     bool success = false;
@@ -134,7 +134,7 @@ struct Completion {
     }
 };
 
-/// Two cameras that share nothing: interface numbers and entity identifiers differ.
+/// Two cameras with different interface numbers and entity identifiers.
 class TwoCamerasTest : public ManagerTest {
 protected:
     static constexpr std::uint8_t otherTerminal = 30;

@@ -46,7 +46,7 @@ TEST(ValueFormat, ShortReplyIsFilledUpWithZeros) {
     EXPECT_EQ(decoded(2, true, {}), 0);
 }
 
-TEST(ValueFormat, SizesThatNoControlHasKeepNoBit) {
+TEST(ValueFormat, SizesThatNoControlHasReadAsZeroOrTheSign) {
     for (const std::int32_t size : {3, 5, 6, 7}) {
         const Bytes reply(static_cast<std::size_t>(size), 0x7F);
         EXPECT_EQ(decoded(size, false, reply), 0);

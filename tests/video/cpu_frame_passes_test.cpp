@@ -10,7 +10,7 @@
 namespace tavelo::testing {
 namespace {
 
-// Two steps of 255: bilinear weights in eight bits, and rounding twice.
+// Two steps of 255, for eight-bit bilinear weights and two roundings.
 constexpr int tolerance = 2;
 
 PassesResult runCpu(const ReferenceCase& one, std::size_t bytesPerRow) {
@@ -37,7 +37,7 @@ TEST(CpuFramePasses, DrawsLargePicturesLikeTheReference) {
                   tolerance);
 }
 
-// GPUs differ here: the standard leaves it to them which end is in.
+// Only tested here because the OpenGL standard lets GPUs choose which edge is included.
 TEST(CpuFramePasses, EdgeThroughPixelCentresIsInAtTheTopAndLeftOnly) {
     for (const ReferenceCase& one : {ReferenceCase{64, 48, 32, 35, VideoGravity::resizeAspect, false, false},
                                      ReferenceCase{48, 64, 35, 32, VideoGravity::resizeAspect, true, false}})
@@ -70,7 +70,7 @@ TEST(CpuFramePasses, DisplaysOpaqueBlackWithoutAFrame) {
 
 TEST(CpuFramePasses, DisplayedPixelsAreOpaqueWhateverTheFrameSays) {
     CpuFramePasses passes;
-    const FramePicture zeroed = passes.makePicture(PictureUse::correctedFrame, 4, 4, 16); // alpha 0 as well
+    const FramePicture zeroed = passes.makePicture(PictureUse::correctedFrame, 4, 4, 16); // alpha is 0 too
     QImage target(4, 4, QImage::Format_ARGB32);
     target.fill(Qt::transparent);
     passes.setTarget({target.bits(), 4, 4, 16});

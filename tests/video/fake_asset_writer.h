@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A movie writer that notes what it is asked for, and fails where a test wants it to.
+// A fake movie writer that records its calls and fails on request.
 #pragma once
 
 #include <atomic>
@@ -15,7 +15,7 @@
 
 namespace tavelo::testing {
 
-/// What a test shares with the fakes; outlives them.
+/// Shared by a test and its fakes; outlives them.
 struct WriterScript {
     void add(std::string call) {
         const std::lock_guard lock(mutex);
@@ -33,7 +33,7 @@ struct WriterScript {
     bool refuseSamples = false;
     bool ready = true;
     bool finishAtOnce = true;
-    Error error{ErrorCode::refused, "the writer's error", "fake"}; // of a writer that failed
+    Error error{ErrorCode::refused, "the writer's error", "fake"}; // error of a failed writer
     std::optional<VideoSettings> videoSettings;
     std::optional<AudioSettings> audioSettings;
     std::map<std::string, AssetWriter::FinishHandler> finishing; // by path

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Passes and a surface that note what they are asked for and do next to nothing.
+// Fake passes and a fake surface that record their calls.
 #pragma once
 
 #include <atomic>
@@ -13,7 +13,7 @@
 
 namespace tavelo::testing {
 
-/// What a test and the fakes share; outlives the view.
+/// Shared by a test and the fakes; outlives the view.
 class BackendLog {
 public:
     void add(std::string call) {
@@ -28,8 +28,8 @@ public:
     std::atomic<bool> refuseCameraFrame = false;
     std::atomic<bool> refuseCorrectedFrame = false;
     std::atomic<bool> drawable = true;
-    std::atomic<bool> lost = false;  ///< nothing can be made current
-    std::atomic<bool> hangs = false; ///< the correction is never done
+    std::atomic<bool> lost = false;  ///< making a context current fails
+    std::atomic<bool> hangs = false; ///< the correction never finishes
     std::atomic<std::uint8_t> lastFlipHorizontal = 0;
     std::atomic<std::uint8_t> lastFlipVertical = 0;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A capture platform whose cameras deliver what a test tells them to.
+// A fake capture platform; the test delivers the frames of its cameras.
 #pragma once
 
 #include <atomic>
@@ -49,8 +49,8 @@ private:
     std::string uniqueID_;
 };
 
-/// Keeps the contract of a session: frames while it runs, on the output's queue, none that begins after a
-/// stop.
+/// Like a real session: delivers frames on the output's queue while it runs, and no delivery starts after
+/// a stop.
 class FakeSession final : public CaptureSession {
 public:
     bool canAddOutput(const CaptureVideoDataOutput&) const override { return acceptsOutput; }
@@ -91,7 +91,7 @@ public:
         return running_;
     }
 
-    /// Thread-safe.  The frame is dropped where the session stopped before the delegate's turn.
+    /// Thread-safe.  Drops the frame if the session stops before the delegate is called.
     void deliver(std::shared_ptr<PixelBuffer> picture, MediaTime time) {
         output_->sampleBufferCallbackQueue()->async([this, picture = std::move(picture), time] {
             {
@@ -125,7 +125,7 @@ private:
     std::vector<std::string> log_;
 };
 
-/// Gives out one session, which stays visible to the test while the view lives.
+/// Creates one session, which the test can access while the view exists.
 class FakeCapturePlatform final : public CapturePlatform {
 public:
     std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType) override { return {}; }

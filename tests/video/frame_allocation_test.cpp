@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A preview that runs all day takes nothing from the heap for a frame.
+// A running preview makes no heap allocation per frame.
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -13,7 +13,7 @@
 namespace tavelo::testing {
 namespace {
 
-// Draws into a picture that is never shown: what shows one belongs to the window system.
+// Draws into a picture that is never shown, because showing it is up to the window system.
 class MemorySurface final : public FrameSurface {
 public:
     explicit MemorySurface(CpuFramePasses& passes) : passes_(passes) {}
@@ -59,7 +59,7 @@ TEST(FrameAllocation, FramesInTheSteadyStateTakeNothingFromTheHeap) {
     while (view.drawnFrames() == drawn)
         std::this_thread::yield();
     EXPECT_EQ(allocations() - before, 0);
-    EXPECT_GT(before, 0); // the counter counts
+    EXPECT_GT(before, 0); // the counter works
 }
 
 } // namespace

@@ -24,7 +24,7 @@ Scale scaleOf(const Transform& transform) {
 }
 
 TEST(FrameGeometry, WideFrameInASquareViewIsLetterBoxed) {
-    // 16:9 is no exact single; the factor comes from its nearest one.
+    // 16:9 is not exact in single precision; the factor is computed from the nearest float.
     const double expected = 1.0 / double(1280.0F / 720.0F);
     EXPECT_EQ(scaleOf(modelViewTransform(resizeAspect, 1280, 720, {1000, 1000})), (Scale{1, expected, 1}));
     EXPECT_NEAR(expected, 0.5625, 1e-7);

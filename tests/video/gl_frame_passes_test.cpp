@@ -15,12 +15,12 @@
 namespace tavelo::testing {
 namespace {
 
-// Two steps of 255: bilinear weights in eight bits, and rounding twice.
+// Two steps of 255, for eight-bit bilinear weights and two roundings.
 constexpr int tolerance = 2;
 
 using Sharing = GlSharedBuffer::Sharing;
 
-// An 8-bit colour buffer to draw into, read back upright.
+// An 8-bit colour buffer, read back upright.
 class Framebuffer {
 public:
     Framebuffer(QOpenGLExtraFunctions& gl, int width, int height) : gl_(gl), width_(width), height_(height) {
@@ -81,7 +81,7 @@ protected:
     bool able_ = true;
 };
 
-TEST_P(GlFramePassesTest, FramesDoNotWaitForTheScreenAndAResetIsTold) {
+TEST_P(GlFramePassesTest, DoesNotWaitForVerticalSyncAndReportsResets) {
     EXPECT_EQ(context_->format().swapInterval(), 0);
     EXPECT_TRUE(context_->format().testOption(QSurfaceFormat::ResetNotification));
 }
@@ -159,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Sharing, GlFramePassesTest, ::testing::Values(Sharing::
 } // namespace
 } // namespace tavelo::testing
 
-// Exits with 77 where this machine has no OpenGL that will do.
+// Exits with 77 if this machine has no suitable OpenGL.
 int main(int argc, char** argv) {
     if (!tavelo::testing::hasDisplay()) return 77;
     const QGuiApplication application(argc, argv);

@@ -125,7 +125,7 @@ TEST_F(KTAssetWriterManagerTest, InputsThatTheWriterDoesNotAcceptAreNotAdded) {
     EXPECT_TRUE(recorder_->isRecording());
 }
 
-TEST_F(KTAssetWriterManagerTest, WriterThatCannotBeMadeIsToldWithItsErrorAndNothingIsRecorded) {
+TEST_F(KTAssetWriterManagerTest, ReportsTheErrorOfAWriterThatCannotBeMade) {
     script_.refuseWriter = true;
     start();
     EXPECT_THAT(ended_, ElementsAre(Pair(false, "cannot be made")));
@@ -134,7 +134,7 @@ TEST_F(KTAssetWriterManagerTest, WriterThatCannotBeMadeIsToldWithItsErrorAndNoth
     EXPECT_THAT(script_.take(), ElementsAre("mpeg4 movie.mp4"));
 }
 
-TEST_F(KTAssetWriterManagerTest, WithoutAPlatformTheHandlerIsToldSo) {
+TEST_F(KTAssetWriterManagerTest, ReportsAMissingPlatformToTheHandler) {
     KTAssetWriterManager recorder;
     bool told = false;
     recorder.startRecordWithPixelBufferFilePathAudioOutputSettingsCompletionHandler(
@@ -206,7 +206,7 @@ TEST_F(KTAssetWriterManagerTest, FrameThatCannotBeAppendedStopsTheRecordingWithT
 
 // The end
 
-TEST_F(KTAssetWriterManagerTest, StopFinishesVideoAloneAndTellsTheHandlerOnce) {
+TEST_F(KTAssetWriterManagerTest, StopFinishesOnlyVideoAndCallsTheHandlerOnce) {
     startAndForget();
     record(5);
     script_.take();
@@ -276,7 +276,7 @@ TEST_F(KTAssetWriterManagerTest, StartWhileRecordingFinishesTheRecordingUnderWay
     EXPECT_TRUE(recorder_->isRecording());
 }
 
-TEST_F(KTAssetWriterManagerTest, DestroyedRecorderStopsTheRecordingAndTellsTheHandler) {
+TEST_F(KTAssetWriterManagerTest, DestructionStopsTheRecordingAndCallsTheHandler) {
     startAndForget();
     record(5);
     recorder_.reset();

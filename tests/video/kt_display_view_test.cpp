@@ -61,7 +61,7 @@ TEST(KTDisplayViewCreation, AsksForAHigherPriorityOfTheThreadsThatCarryPictures)
     platform.priority = priorities;
     const auto view = KTDisplayView::create(frame, platform, RendererChoice::cpu);
     EXPECT_TRUE(priorities->waitFor("kt.captureQueue"));
-    EXPECT_TRUE(priorities->waitFor("KT.Metal.Render")) << "the kernel keeps 15 characters";
+    EXPECT_TRUE(priorities->waitFor("KT.Metal.Render")) << "thread names are cut to 15 characters";
 }
 
 TEST(KTDisplayViewCreation, GivesNothingWhenTheOutputCannotBeAdded) {
@@ -83,7 +83,7 @@ TEST_F(KTDisplayViewTest, AsksForBgraOnItsCaptureQueueAndDoesNotStart) {
     EXPECT_EQ(view_->geometry(), frame);
 }
 
-TEST_F(KTDisplayViewTest, RendererFillsTheViewWhateverItsSize) {
+TEST_F(KTDisplayViewTest, RendererFillsTheViewAtAnySize) {
     view_->show();
     EXPECT_EQ(view_->mtkView()->geometry(), QRect(0, 0, 536, 301));
     view_->resize(320, 200);
@@ -100,12 +100,12 @@ TEST_F(KTDisplayViewTest, ShownDeviceIsAttachedAndStarted) {
     EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514");
 }
 
-TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueAndHoldsNobodyUp) {
+TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueWithoutBlocking) {
     std::promise<void> busy;
     view_->captureQueue().async([wait = busy.get_future().share()] { wait.wait(); });
     view_->showDevice(first_);
     EXPECT_EQ(session().starts, 0);
-    EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514"); // attached already
+    EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514"); // already attached
     busy.set_value();
     settle();
     EXPECT_EQ(session().starts, 1);
@@ -121,7 +121,7 @@ TEST_F(KTDisplayViewTest, EmptyDeviceWhileACameraRunsLeavesTheSessionStoppedWith
     EXPECT_EQ(view_->videoCaptureDeviceInput(), nullptr);
     EXPECT_EQ(view_->captureDevice(), nullptr);
     EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514");
-    EXPECT_EQ(corrected(), last); // the last picture stays
+    EXPECT_EQ(corrected(), last); // the last picture remains
 }
 
 TEST_F(KTDisplayViewTest, EmptyDeviceWhileNoneIsShownDoesNothing) {
@@ -197,7 +197,7 @@ TEST_F(KTDisplayViewTest, PreviewIsBlackAfterAStopUntilFramesArriveAgain) {
     deliver(makeTestPicture(64, 48));
     EXPECT_THAT(corrected(), ::testing::Contains(255));
     view_->stopRunning();
-    session().deliver(makeTestPicture(64, 48), {}); // behind the stop on the queue
+    session().deliver(makeTestPicture(64, 48), {}); // queued behind the stop
     settle();
     EXPECT_THAT(corrected(), Each(0));
     show(first_);

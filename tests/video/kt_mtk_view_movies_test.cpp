@@ -47,7 +47,7 @@ protected:
     KTMTKView view_{QRect(), fakeBackend(log_)};
 };
 
-TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameIsToldNotRendingAndNothingElseHappens) {
+TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameReportsNotRendering) {
     start();
     ASSERT_EQ(ended_.size(), 1U);
     EXPECT_FALSE(ended_[0].first);
@@ -58,7 +58,7 @@ TEST_F(KTMTKViewMoviesTest, StartBeforeTheFirstFrameIsToldNotRendingAndNothingEl
     EXPECT_THAT(script_.take(), IsEmpty());
 }
 
-TEST_F(KTMTKViewMoviesTest, WriterThatCannotBeMadeIsToldOnTheRenderQueue) {
+TEST_F(KTMTKViewMoviesTest, ReportsAWriterThatCannotBeMadeOnTheRenderQueue) {
     draw(64, 48, 1ms);
     script_.refuseWriter = true;
     start();
@@ -67,7 +67,7 @@ TEST_F(KTMTKViewMoviesTest, WriterThatCannotBeMadeIsToldOnTheRenderQueue) {
     EXPECT_TRUE(endedOnRenderQueue_);
 }
 
-TEST_F(KTMTKViewMoviesTest, BlackPictureOfACameraThatIsGoneIsNotInTheMovieWhichIsASuccess) {
+TEST_F(KTMTKViewMoviesTest, BlackPictureAfterUnpluggingIsNotRecordedAndTheMovieSucceeds) {
     draw(64, 48, 1ms);
     start();
     draw(64, 48, 2ms);
@@ -102,7 +102,7 @@ TEST_F(KTMTKViewMoviesTest, FrameThatCouldNotBeDrawnIsNotWritten) {
 TEST_F(KTMTKViewMoviesTest, FrameThatFindsOneWaitingWhileAMovieIsRecordedWaitsForItsTurn) {
     draw(64, 48, 1ms);
     start();
-    std::promise<void> busy; // a screen that holds the preview up
+    std::promise<void> busy; // a screen that blocks the preview
     view_.renderQueue().async([wait = busy.get_future().share()] { wait.wait(); });
     std::promise<void> offered;
     std::thread camera([&] {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A renderer that fails: what counts as drawn, and who draws afterwards.
+// Renderer failures: what counts as a drawn frame, and which renderer draws afterwards.
 #include <gmock/gmock.h>
 
 #include <QCoreApplication>
@@ -20,7 +20,7 @@ class KTMTKViewRecoveryTest : public ::testing::Test {
 protected:
     void SetUp() override { view_.setDiagnostics(diagnostics_); }
 
-    /// One frame of the camera's, and all that comes of it.
+    /// Delivers one camera frame and waits until it is processed.
     void draw() {
         view_.drawPixelBufferWithPresentationTime(PixelBuffer::create(PixelFormat::bgra32, 64, 48),
                                                   MediaTime::fromNanoseconds(++time_ * 1ms));
@@ -28,7 +28,7 @@ protected:
         QCoreApplication::processEvents();
         view_.renderQueue().sync([] {});
     }
-    /// A context is lost, found out by a draw, and made again; the new one works.
+    /// Loses the context, lets a draw detect it, and lets it be created again successfully.
     void lose() {
         log_.lost = true;
         draw();
@@ -37,7 +37,7 @@ protected:
     RenderBackend remake(Renderer renderer) {
         remade_.push_back(renderer);
         if (renderer == Renderer::gl && refusals_-- > 0) return {};
-        // The processor never fails.
+        // The CPU renderer never fails.
         return makeFakeBackend(renderer == Renderer::gl ? log_ : processorLog_, renderer);
     }
 
@@ -76,7 +76,7 @@ TEST_F(KTMTKViewRecoveryTest, LostContextIsMadeAgainAndDrawsTheNextFrame) {
 
 TEST_F(KTMTKViewRecoveryTest, AfterThreeFailuresTheProcessorTakesOverWithOneLine) {
     draw();
-    log_.lost = true; // and stays so, whatever is made
+    log_.lost = true; // new contexts are lost too
     for (int i = 0; i < 5; ++i)
         draw();
     EXPECT_THAT(remade_, ElementsAre(Renderer::gl, Renderer::gl, Renderer::cpu));
@@ -97,7 +97,7 @@ TEST_F(KTMTKViewRecoveryTest, ContextThatCannotBeMadeAgainIsAFailureToo) {
     EXPECT_EQ(diagnostics_.lines().size(), 1U);
 }
 
-TEST_F(KTMTKViewRecoveryTest, CardThatHangsTakesTheSameWay) {
+TEST_F(KTMTKViewRecoveryTest, HangingCardCountsAsFailure) {
     log_.hangs = true;
     for (int i = 0; i < 4; ++i)
         draw();
@@ -105,7 +105,7 @@ TEST_F(KTMTKViewRecoveryTest, CardThatHangsTakesTheSameWay) {
     EXPECT_EQ(view_.drawnFrames(), 1U);
 }
 
-TEST_F(KTMTKViewRecoveryTest, FailuresThatLieApartAreNoThree) {
+TEST_F(KTMTKViewRecoveryTest, FailuresFarApartDoNotSwitchTheRenderer) {
     for (int i = 0; i < 5; ++i) {
         lose();
         for (int frame = 0; frame < 30; ++frame)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes the pictures of tests/video/reference anew.  Look at them before committing a change.
+// Rewrites the pictures in tests/video/reference.  Inspect them before committing a change.
 #include <QDir>
 #include <QTextStream>
 

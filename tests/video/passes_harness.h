@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sends the test picture through both passes and hands back what they made.
+// Runs the test picture through both passes and returns the results.
 #pragma once
 
 #include <QImage>
@@ -13,7 +13,7 @@
 
 namespace tavelo::testing {
 
-/// The corrected frame for the processor, and what the display pass put on its target.
+/// The corrected frame in CPU memory, and the target of the display pass.
 struct PassesResult {
     QImage corrected;
     QImage displayed;
@@ -58,13 +58,13 @@ PassesResult runPasses(FramePasses& passes, const ReferenceCase& one, std::size_
     return {toImage(*corrected.pixelBuffer), readTarget()};
 }
 
-/// The test picture itself, mirrored as the case says.
+/// The test picture, mirrored according to the case.
 inline QImage expectedCorrected(const ReferenceCase& one) {
     return toImage(*makeTestPicture(std::size_t(one.width), std::size_t(one.height)))
         .mirrored(one.flipHorizontal, one.flipVertical);
 }
 
-/// A large picture, drawn at test time: the panel's own size, down and up.
+/// Large pictures, drawn at test time: the panel's own sizes, scaled down and up.
 inline std::vector<ReferenceCase> largeCases() {
     return {{1280, 720, 536, 301, VideoGravity::resizeAspect, true, false},
             {640, 480, 1072, 603, VideoGravity::resizeAspectFill, false, true}};

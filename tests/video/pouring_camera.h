@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A camera that delivers pictures as fast as they are taken, on a thread of its own, through a real session.
+// A camera that delivers pictures as fast as they are consumed, on its own thread, through a real session.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@
 
 namespace tavelo::testing {
 
-/// Changes its picture's size now and then.
+/// Changes the size of its pictures from time to time.
 class PouringInput final : public CaptureDeviceInput {
 public:
     explicit PouringInput(std::shared_ptr<CaptureDevice> device) : device_(std::move(device)) {}

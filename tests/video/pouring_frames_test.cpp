@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a person does to the preview while frames pour in: nothing may hang, race or outlive its owner.
+// User actions on the preview while frames arrive continuously: nothing may hang, race or outlive its owner.
 #include <gmock/gmock.h>
 
 #include <QApplication>
@@ -15,7 +15,7 @@ using ::testing::Each;
 
 constexpr QRect frame(0, 0, 160, 90);
 
-// The program runs twice: by itself, and on a virtual screen for OpenGL.
+// This program runs twice: without a screen, and on a virtual screen with OpenGL.
 RendererChoice renderer() {
     return qEnvironmentVariable("TAVELO_TEST_RENDERER") == QLatin1String("gl") ? RendererChoice::gl
                                                                                : RendererChoice::cpu;
@@ -26,11 +26,11 @@ protected:
     void SetUp() override {
         view_ = KTDisplayView::create(frame, platform_, renderer());
         if (renderer() == RendererChoice::gl && view_->mtkView()->renderer() != Renderer::gl)
-            GTEST_SKIP() << "no OpenGL that will do";
+            GTEST_SKIP() << "no suitable OpenGL";
         view_->show();
     }
 
-    /// Lives on until that many more frames are drawn.
+    /// Runs the event loop until this many more frames are drawn.
     void await(std::uint64_t frames) {
         const std::uint64_t goal = view_->mtkView()->drawnFrames() + frames;
         while (view_->mtkView()->drawnFrames() < goal)
@@ -103,7 +103,7 @@ TEST_F(PouringFramesTest, CamerasMayBeSwitchedAndStoppedInAnyOrder) {
         view_->showDevice(second_);
         await(2);
         EXPECT_EQ(view_->captureDevice(), second_);
-        view_->captureQueue().sync([] {}); // the frames awaited may be late ones of the first camera
+        view_->captureQueue().sync([] {}); // the awaited frames may be late frames of the first camera
         EXPECT_TRUE(view_->captureSession().isRunning());
         if (i % 2 == 0) view_->showDevice(nullptr);
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From the camera's frame to the movie file: the renderer, its recorder and the real writer.
+// From the camera frame to the movie file, with the real renderer, recorder and writer.
 #include <gmock/gmock.h>
 
 #include <QApplication>
@@ -32,7 +32,7 @@ struct Ending {
     Error error;
 };
 
-/// Notes what it is fed, and records it.
+/// Remembers its frames and records them.
 class NotingRecorder final : public KTAssetWriterManager {
 public:
     using KTAssetWriterManager::KTAssetWriterManager;
@@ -44,7 +44,7 @@ public:
         KTAssetWriterManager::recordPixelBufferWithPresentationTime(pixelBuffer, presentationTime);
     }
 
-    /// In seconds of the capture clock.  Read on the render queue, or when it feeds no more.
+    /// In seconds of the capture clock.  Read it on the render queue or after feeding has stopped.
     const std::vector<double>& fed() const { return fed_; }
     /// The first byte of each picture.
     const std::vector<std::uint8_t>& corners() const { return corners_; }
@@ -73,10 +73,10 @@ protected:
         std::make_shared<NotingRecorder>(makeFfmpegAssetWriterPlatform(diagnostics_));
 };
 
-/// Frames by hand, corrected by the real passes.
+/// Frames are delivered by the test and corrected by the real passes.
 class HandFedRecordingTest : public RecordingTest {
 protected:
-    /// Waits until it is drawn, and until the writer could take one more.
+    /// Waits until the frame is drawn and the writer is ready for another.
     void draw(int frame, std::size_t width = 320, std::size_t height = 180) {
         view_.drawPixelBufferWithPresentationTime(makeMovingPicture(width, height, frame),
                                                   MediaTime::fromNanoseconds(1h + frame * 33ms));
@@ -140,8 +140,8 @@ TEST_F(HandFedRecordingTest, CameraThatChangesItsSizeLeavesAMovieOfTheFirstSize)
     EXPECT_EQ(decoded.pictures.size(), 20U);
 }
 
-// The preview turns black, at the time of the last frame.
-TEST_F(HandFedRecordingTest, UnpluggedCameraEndsTheMovieWhichIsWhole) {
+// The preview turns black with the time of the last frame.
+TEST_F(HandFedRecordingTest, UnpluggingTheCameraLeavesACompleteMovie) {
     draw(0);
     start(view_);
     for (int frame = 1; frame <= 10; ++frame)
@@ -189,7 +189,7 @@ TEST_F(HandFedRecordingTest, SecondRecordingWithinOneSecondTakesThePathAndLeaves
         return recorder.movieURL();
     };
     const auto first = record(20);
-    // The first one is finishing while the second begins; whoever ends last must not spoil the other.
+    // The first recording is still finishing when the second starts; neither may damage the other's file.
     ASSERT_EQ(record(7), first);
     recorder.stopRecord();
     while (!recorder.isFirstSample())
@@ -198,7 +198,7 @@ TEST_F(HandFedRecordingTest, SecondRecordingWithinOneSecondTakesThePathAndLeaves
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(first.parent_path()), {}), 1);
 }
 
-TEST_F(HandFedRecordingTest, PathThatCannotBeWrittenIsToldWithTheWritersError) {
+TEST_F(HandFedRecordingTest, ReportsTheWritersErrorForAnUnwritablePath) {
     draw(0);
     path_ = folder_.path() / "missing" / "movie.mp4";
     start(view_);
@@ -208,7 +208,7 @@ TEST_F(HandFedRecordingTest, PathThatCannotBeWrittenIsToldWithTheWritersError) {
     EXPECT_FALSE(recorder_->isRecording());
 }
 
-TEST_F(HandFedRecordingTest, StopBeforeTheFirstFrameIsToldAndLeavesNoFile) {
+TEST_F(HandFedRecordingTest, ReportsAStopBeforeTheFirstFrameAndLeavesNoFile) {
     draw(0);
     start(view_);
     view_.stopRecord();
@@ -234,7 +234,7 @@ TEST_F(HandFedRecordingTest, ClosedViewFinishesItsMovie) {
     EXPECT_EQ(packetsOf(path_).size(), 4U);
 }
 
-// Somebody closes the panel while a long movie is recorded.
+// The panel is closed while a long movie is recorded.
 TEST_F(HandFedRecordingTest, ClosedViewWaitsForNoCopyAndTheMoviePlays) {
     std::atomic<bool> hurried = false;
     MovieTools tools;
@@ -262,14 +262,13 @@ TEST_F(HandFedRecordingTest, ClosedViewWaitsForNoCopyAndTheMoviePlays) {
     EXPECT_EQ(decode(path_).pictures.size(), 8U);
 }
 
-/// Seconds; a short one will do for every day.
+/// In seconds; short unless set otherwise.
 int recordedSeconds() {
     const char* wanted = std::getenv("TAVELO_RECORDED_SECONDS");
     return wanted != nullptr ? std::atoi(wanted) : 4;
 }
 
-/// A screen that waits for its monitor as long as a frame of the camera takes, after passes that take time
-/// too.
+/// A screen whose vertical sync takes as long as a camera frame, in addition to the time of the passes.
 class SlowScreen final : public FakeSurface {
 public:
     using FakeSurface::FakeSurface;
@@ -317,10 +316,10 @@ TEST_F(SlowScreenRecordingTest, LosesNoFrameOfThirtyASecond) {
     view_.stopRecord();
     EXPECT_TRUE(ending().success);
     EXPECT_EQ(packetsOf(path_).size(), std::size_t(frames));
-    EXPECT_GT(screen_->presented, frames / 2); // and the preview goes on
+    EXPECT_GT(screen_->presented, frames / 2); // the preview keeps running
 }
 
-/// A camera of our own in the preview, recorded in real time.
+/// A virtual camera in the preview, recorded in real time.
 class VirtualCameraRecordingTest : public RecordingTest {
 protected:
     static constexpr double interval = 1.0 / 30;
@@ -340,7 +339,7 @@ protected:
         while (view_->mtkView()->drawnFrames() < goal) {
             QApplication::processEvents();
             std::this_thread::sleep_for(
-                std::chrono::milliseconds(2)); // leaves the processor to the recording
+                std::chrono::milliseconds(2)); // leaves processor time to the recording
         }
     }
 
@@ -357,7 +356,7 @@ protected:
         view_->mtkView()->stopRecord();
         const Ending end = ending();
         EXPECT_TRUE(end.success) << end.error.text;
-        awaitFrames(3); // the preview goes on
+        awaitFrames(3); // the preview keeps running
         checkMovie();
         const std::vector<double>& fed = recorder_->fed();
         const long given = std::lround((fed.back() - fed.front()) / interval) + 1;
@@ -390,7 +389,7 @@ protected:
 };
 
 TEST_F(VirtualCameraRecordingTest, At720pAnd30FramesASecondLosesNoFrameAndThePreviewGoesOn) {
-    // A machine that is busy with something else gets another try; one that is too slow fails them all.
+    // Retries for machines that are busy for a moment; one that is too slow fails every time.
     Losses losses = record();
     const auto complete = [&] { return losses.onTheWay == 0 && losses.inside == 0; };
     for (int retries = RECORDING_RETRIES; retries > 0 && !complete(); --retries)

@@ -37,7 +37,7 @@ std::array<double, 3> mirroredPixel(const ReferenceCase& one, int x, int y) {
     return {double(colour.red), double(colour.green), double(colour.blue)};
 }
 
-// At (x, y) in pixels of the frame, the first pixel's centre at 0.5.
+// The colour at (x, y) in frame pixels; the first pixel's centre is at 0.5.
 QRgb sampled(const ReferenceCase& one, double x, double y) {
     const double left = std::floor(x - 0.5);
     const double top = std::floor(y - 0.5);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the reference pictures show, and how one is drawn in double precision.
+// The reference pictures and how they are drawn, in double precision.
 #pragma once
 
 #include <QImage>
@@ -11,7 +11,7 @@
 namespace tavelo::testing {
 
 struct ReferenceCase {
-    int width = 0; ///< of the camera's frame
+    int width = 0; ///< size of the camera's frame
     int height = 0;
     int viewWidth = 0;
     int viewHeight = 0;
@@ -23,16 +23,16 @@ struct ReferenceCase {
 /// "61x37-in-97x83-aspect-h.png"
 QString referenceName(const ReferenceCase& one);
 
-/// Every picture of tests/video/reference.
+/// All pictures of tests/video/reference.
 std::vector<ReferenceCase> referenceCases();
 
-/// Draws the test picture the slow and plain way; no code of the passes, of their geometry neither.
+/// Draws the test picture in a slow and simple way; shares no code with the passes or their geometry.
 QImage drawReference(const ReferenceCase& one);
 
 /// The picture from tests/video/reference.
 QImage loadReference(const ReferenceCase& one);
 
-/// The largest difference of a channel, alpha left out, and where; 256 for pictures of different sizes.
+/// The largest difference of a channel except alpha, and its position; 256 for pictures of different sizes.
 struct Difference {
     int largest = 0;
     QPoint where;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shows the preview with a moving test picture, to look at: show_preview auto|gl|cpu [SECONDS].
+// Shows the preview with a moving test picture, for manual checks: show_preview auto|gl|cpu [SECONDS].
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QMouseEvent>
@@ -14,7 +14,7 @@ namespace {
 
 using namespace tavelo;
 
-// Frameless and translucent, like the panel; says what is clicked through the picture.
+// Frameless and translucent like the panel; prints clicks that pass through the picture.
 class Window : public QWidget {
 public:
     Window() {

@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Yields nothing at one step.
+// Fails at one step.
 class FailingSteps final : public SnapshotSteps {
 public:
     explicit FailingSteps(int failing) : failing_(failing) {}
@@ -46,7 +46,7 @@ private:
     int failing_;
 };
 
-/// As good as a full disk: no file grows beyond that many bytes.
+/// Simulates a full disk by limiting the file size.
 class SmallFilesOnly {
 public:
     explicit SmallFilesOnly(std::size_t most) {
@@ -87,7 +87,7 @@ TEST_F(SnapshotTest, SavesEveryPixelAsEightBitOpaqueRgb) {
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray bytes = file.readAll();
     EXPECT_EQ(bytes.left(4), QByteArray("\x89PNG", 4));
-    EXPECT_EQ(bytes.at(24), 8); // bits a channel
+    EXPECT_EQ(bytes.at(24), 8); // bits per channel
     EXPECT_EQ(bytes.at(25), 2); // red, green and blue, no alpha
     const QImage saved = load(path());
     ASSERT_EQ(saved.size(), QSize(161, 90));
@@ -98,7 +98,7 @@ TEST_F(SnapshotTest, SavesEveryPixelAsEightBitOpaqueRgb) {
         }
 }
 
-TEST_F(SnapshotTest, EachStepThatYieldsNothingIsToldWithItsMessage) {
+TEST_F(SnapshotTest, ReportsEachFailingStep) {
     const auto frame = makeTestPicture(16, 9);
     const std::vector<std::pair<int, std::string>> steps{
         {2, "CIImage create error"},          {3, "NSCIImageRep create error"},
@@ -134,7 +134,7 @@ TEST_F(SnapshotTest, FailedWriteLeavesNoPartialFile) {
     EXPECT_THAT(files(), ::testing::IsEmpty());
 }
 
-TEST_F(SnapshotTest, FullDiskIsToldAndLeavesTheFileThatWasThere) {
+TEST_F(SnapshotTest, ReportsAFullDiskAndKeepsTheExistingFile) {
     for (const std::size_t room : {std::size_t(0), std::size_t(100)}) {
         ASSERT_EQ(writeSnapshot(*makeTestPicture(32, 32), path()), std::nullopt);
         const QImage before = load(path());
@@ -184,7 +184,7 @@ protected:
 
     std::vector<Outcome> outcomes_;
     BackendLog log_;
-    // Real passes: what is saved is what they made.
+    // Uses the real passes, whose result is saved.
     KTMTKView view_{QRect(), [this](QWindow&, SerialQueue&) {
                         RenderBackend backend;
                         log_.drawable = false;

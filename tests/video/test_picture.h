@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A picture that shows every mistake: gradients, a checkerboard, a corner mark, fine grain.
+// A picture that makes errors visible: gradients, a checkerboard, a corner mark, fine grain.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ struct Colour {
 };
 
 inline Colour testColour(std::size_t x, std::size_t y, std::size_t width, std::size_t height) {
-    // White mark in the upper left corner: mirrored pictures cannot be mistaken for upright ones.
+    // White mark in the upper left corner, to detect mirrored pictures.
     if (x * 4 < width && y * 4 < height && x * height + y * width < width * height / 4)
         return {255, 255, 255};
     const std::size_t grain = (x * 7919 + y * 104729) % 32;

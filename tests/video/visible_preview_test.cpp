@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The preview as it is on the screen, inside a frameless translucent window as the panel has it.
+// The preview as shown on the screen, inside a frameless translucent window like the panel's.
 #include <gmock/gmock.h>
 
 #include <QApplication>
@@ -21,7 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int tolerance = 2;
-constexpr std::chrono::milliseconds patience = 40s; // a busy machine draws OpenGL by itself
+constexpr std::chrono::milliseconds patience = 40s; // software OpenGL is slow on a busy machine
 
 bool eventually(const std::function<bool()>& condition) {
     QElapsedTimer clock;
@@ -142,7 +142,7 @@ TEST_P(VisiblePreviewTest, PictureIsThereAgainInAReparentedView) {
     view_->setParent(&window_);
 }
 
-/// OpenGL as it is, until it is told to be lost.
+/// Real OpenGL that a test can put into the "lost" state.
 class LosableSurface final : public FrameSurface {
 public:
     LosableSurface(std::unique_ptr<FrameSurface> surface, std::atomic<bool>& lost)
@@ -160,7 +160,7 @@ private:
     std::atomic<bool>& lost_;
 };
 
-/// The renderer in a container inside a window, with a real context behind it, and a camera that pours.
+/// The renderer in a container inside a window, with a real context and a camera that delivers continuously.
 class LostContextTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -204,7 +204,7 @@ protected:
 
     std::atomic<bool> lost_ = false;
     std::atomic<bool> pouring_ = true;
-    bool heals_ = false; // by being made again
+    bool heals_ = false; // when the context is created again
     int remade_ = 0;
     QWidget window_;
     QWidget* container_ = nullptr; // owns the view
@@ -251,7 +251,7 @@ std::string rendererName(const ::testing::TestParamInfo<RendererChoice>& choice)
 INSTANTIATE_TEST_SUITE_P(Renderers, VisiblePreviewTest,
                          ::testing::Values(RendererChoice::gl, RendererChoice::cpu), rendererName);
 
-TEST(AutomaticRenderer, TakesTheProcessorWhereSoftwarePlaysTheGraphicsCard) {
+TEST(AutomaticRenderer, UsesTheCpuRendererIfOpenGLIsSoftware) {
     SerialQueue queue("probe");
     const auto context = GlContext::create(queue);
     const bool software = !context || context->isSoftware();
@@ -262,7 +262,7 @@ TEST(AutomaticRenderer, TakesTheProcessorWhereSoftwarePlaysTheGraphicsCard) {
 } // namespace
 } // namespace tavelo::testing
 
-// Exits with 77 where this machine has no window system or no OpenGL that will do.
+// Exits with 77 if this machine has no window system or no suitable OpenGL.
 int main(int argc, char** argv) {
     if (!tavelo::testing::hasDisplay()) return 77;
     const QApplication application(argc, argv);

@@ -64,7 +64,7 @@ TEST(Accessibility, NamesAControlByItsAccessibleNameOrElseItsText) {
     EXPECT_EQ(nameOf(slider), "Brightness");
 }
 
-TEST(Accessibility, MakesAWindowOfTheWidgetThatIsOne) {
+TEST(Accessibility, GivesTopLevelWidgetsTheWindowRole) {
     QWidget window;
     QWidget part(&window);
     KTSlider slider(&part);
@@ -80,7 +80,7 @@ TEST(Accessibility, MakesAWindowOfTheWidgetThatIsOne) {
     EXPECT_EQ(spoken(dialog).role(), QAccessible::Dialog);
 }
 
-TEST(Accessibility, TellsTheStateOfWhatCanBeOn) {
+TEST(Accessibility, ReportsTheCheckedState) {
     KTSwitch mirror;
     EXPECT_TRUE(spoken(mirror).state().checkable);
     EXPECT_FALSE(spoken(mirror).state().checked);
@@ -96,7 +96,7 @@ TEST(Accessibility, TellsTheStateOfWhatCanBeOn) {
     EXPECT_TRUE(spoken(camera).state().checked);
 }
 
-TEST(Accessibility, TellsTheStateOfAProfileButtonOnlyWhereItIsAChoice) {
+TEST(Accessibility, ReportsTheStateOfAProfileButtonOnlyIfItIsAChoice) {
     KTProfileButton button;
     button.setState(1);
     EXPECT_FALSE(spoken(button).state().checkable);
@@ -106,14 +106,14 @@ TEST(Accessibility, TellsTheStateOfAProfileButtonOnlyWhereItIsAChoice) {
     EXPECT_TRUE(spoken(button).state().checked);
 }
 
-TEST(Accessibility, TellsALabelsOwnDimming) {
+TEST(Accessibility, ReportsADimmedLabelAsDisabled) {
     KTText label;
     EXPECT_FALSE(spoken(label).state().disabled);
     label.setEnable(false);
     EXPECT_TRUE(spoken(label).state().disabled);
 }
 
-TEST(Accessibility, PressesButtonsThatAreEnabled) {
+TEST(Accessibility, PressesOnlyEnabledButtons) {
     KTSwitch mirror;
     QSignalSpy clicks(&mirror, &KTSwitch::clicked);
     QAccessibleActionInterface* actions = spoken(mirror).actionInterface();
@@ -150,7 +150,7 @@ TEST(Accessibility, ReadsAndMovesASlider) {
     EXPECT_EQ(slider.floatValue(), 10);
     spoken(slider).actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
     EXPECT_EQ(slider.floatValue(), 9);
-    EXPECT_EQ(actions.count(), 2) << "it counts as the user's doing";
+    EXPECT_EQ(actions.count(), 2) << "it counts as a user action";
 
     value->setCurrentValue(QStringLiteral("loud"));
     slider.setEnabled(false);
@@ -173,7 +173,7 @@ TEST(Accessibility, ALabelNamesItsButton) {
     ASSERT_EQ(labels.size(), 1);
     EXPECT_EQ(labels.front().first, &spoken(label));
     EXPECT_TRUE(spoken(label).relations(QAccessible::Controlled).isEmpty());
-    EXPECT_EQ(spoken(label).role(), QAccessible::StaticText) << "no button of its own";
+    EXPECT_EQ(spoken(label).role(), QAccessible::StaticText) << "the label is not a button itself";
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// All controls in all their states on one page, as pictures for people to look at.
+// Draws all controls in all states on one page, for visual inspection.
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -32,7 +32,7 @@ Image artwork(const char* name) {
     return Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name)));
 }
 
-// A page in the panel's colours; children are placed by hand, as the panel places them.
+// A page in the panel's colours, with children at fixed positions like in the panel.
 class Page : public QWidget {
 public:
     Page() {
@@ -161,7 +161,7 @@ private:
         }
     }
 
-    std::vector<QWidget*> controls_; // one of each kind
+    std::vector<QWidget*> controls_; // one per kind
 };
 
 QImage photograph(Page& page, double ratio) {

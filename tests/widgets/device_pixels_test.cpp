@@ -13,7 +13,7 @@ namespace {
 
 class DevicePixels : public testing::TestWithParam<double> {};
 
-TEST_P(DevicePixels, AnEdgeNeverSmearsOverTwoOfThem) {
+TEST_P(DevicePixels, EdgesLieOnPixelBoundaries) {
     const double ratio = GetParam();
     KTCameraButton button;
     const QImage image = drawn(button, {101, 35}, ratio);
@@ -24,7 +24,7 @@ TEST_P(DevicePixels, AnEdgeNeverSmearsOverTwoOfThem) {
     EXPECT_EQ(image.pixelColor(image.width() - 1, image.height() / 2).alpha(), 255);
 }
 
-TEST_P(DevicePixels, TheOutlineTakesExactlyOne) {
+TEST_P(DevicePixels, TheOutlineIsOnePixelWide) {
     KTSlider slider;
     const QImage image = drawn(slider, {200, 16}, GetParam());
     const int middle = image.width() / 2;
@@ -34,7 +34,7 @@ TEST_P(DevicePixels, TheOutlineTakesExactlyOne) {
     EXPECT_EQ(image.pixelColor(middle, image.height() - 2), palette::trackGrey);
 }
 
-TEST_P(DevicePixels, AFractionalPlaceIsRounded) {
+TEST_P(DevicePixels, FractionalPositionsAreRounded) {
     QImage image(100, 100, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(GetParam());
     QPainter painter(&image);

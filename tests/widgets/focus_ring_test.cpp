@@ -28,7 +28,7 @@ protected:
         switch_.setGeometry(200, 70, 40, 18);
         window_.show();
         QApplication::setActiveWindow(&window_);
-        // A window that becomes active gives the focus to its first control.
+        // An activated window focuses its first control.
         if (QWidget* first = QApplication::focusWidget()) first->clearFocus();
     }
 
@@ -37,7 +37,7 @@ protected:
         return ring != nullptr && ring->isVisible();
     }
 
-    // Presses Tab until the focus is there.
+    // Presses Tab until the control has the focus.
     static void tabTo(QWidget& control) {
         for (int presses = 0; presses < 5 && !control.hasFocus(); ++presses)
             QTest::keyClick(control.window(), Qt::Key_Tab);
@@ -71,7 +71,7 @@ TEST_F(Focus, AClickShowsNoRing) {
 TEST_F(Focus, AKeyOnAClickedControlShowsTheRingAndAClickHidesIt) {
     QTest::mouseClick(&slider_, Qt::LeftButton);
     QTest::keyClick(&slider_, Qt::Key_Shift);
-    EXPECT_FALSE(ringOf(slider_)) << "a modifier alone is no use of the keyboard";
+    EXPECT_FALSE(ringOf(slider_)) << "a modifier key alone does not count";
     QTest::keyClick(&slider_, Qt::Key_Right);
     EXPECT_TRUE(ringOf(slider_));
     QTest::mouseClick(&slider_, Qt::LeftButton);
@@ -107,8 +107,8 @@ TEST_F(Focus, TheRingLiesAroundTheControlAndFollowsIt) {
     EXPECT_GT(image.pixelColor(160 + 2, 48).red(), 180) << "right";
     EXPECT_GT(image.pixelColor(110, 30 - 3).red(), 180) << "top";
     EXPECT_GT(image.pixelColor(110, 66 + 2).red(), 180) << "bottom";
-    EXPECT_EQ(image.pixelColor(60 - 1, 48), background) << "a gap between ring and control";
-    EXPECT_EQ(image.pixelColor(20 - 3, 48), background) << "nothing is left where it was";
+    EXPECT_EQ(image.pixelColor(60 - 1, 48), background) << "there is a gap between ring and control";
+    EXPECT_EQ(image.pixelColor(20 - 3, 48), background) << "the old ring is gone";
 }
 
 TEST_F(Focus, TheRingTakesNoClicks) {
@@ -117,14 +117,14 @@ TEST_F(Focus, TheRingTakesNoClicks) {
     EXPECT_EQ(window_.childAt(18, 38), nullptr);
 }
 
-TEST_F(Focus, ControlsCanGoWhileTheRingShows) {
+TEST_F(Focus, ControlsCanBeDestroyedWhileTheRingShows) {
     auto* passing = new KTSwitch(&window_);
     passing->show();
     tabTo(*passing);
     ASSERT_TRUE(ringOf(*passing));
     const auto siblings = window_.findChildren<QWidget*>().size();
     delete passing;
-    EXPECT_EQ(window_.findChildren<QWidget*>().size(), siblings - 2) << "control and ring";
+    EXPECT_EQ(window_.findChildren<QWidget*>().size(), siblings - 2) << "the control and its ring are gone";
 }
 
 TEST_F(Focus, AWindowThatBecomesActiveShowsNoRingBeforeAKeyIsPressed) {
@@ -140,14 +140,14 @@ TEST_F(Focus, AWindowThatBecomesActiveShowsNoRingBeforeAKeyIsPressed) {
     EXPECT_TRUE(ringOf(first));
 }
 
-TEST_F(Focus, ADisabledControlHandsTheFocusOnWithoutARing) {
+TEST_F(Focus, ADisabledControlPassesOnTheFocusWithoutARing) {
     QTest::mouseClick(&slider_, Qt::LeftButton);
     slider_.setEnabled(false);
     ASSERT_TRUE(switch_.hasFocus());
     EXPECT_FALSE(ringOf(switch_));
 }
 
-TEST_F(Focus, ADisabledControlHandsItsRingOnWithTheFocus) {
+TEST_F(Focus, ADisabledControlPassesOnItsRingWithTheFocus) {
     tabTo(slider_);
     slider_.setEnabled(false);
     ASSERT_TRUE(switch_.hasFocus());
@@ -163,7 +163,7 @@ TEST_F(Focus, MovingAControlToAnotherParentMovesItsRing) {
     other.show();
     switch_.show();
     QApplication::setActiveWindow(&other);
-    EXPECT_FALSE(ringOf(switch_)) << "no key was pressed in that window yet";
+    EXPECT_FALSE(ringOf(switch_)) << "no key has been pressed in that window yet";
     switch_.clearFocus();
     tabTo(switch_);
     EXPECT_TRUE(ringOf(switch_));

@@ -28,7 +28,7 @@ protected:
     KTCameraButton button_;
 };
 
-TEST_F(CameraButton, BeginsUnselectedAndWithoutABorder) {
+TEST_F(CameraButton, IsUnselectedWithoutABorderAtFirst) {
     const KTCameraButton button(QRect(1, 2, 30, 20));
     EXPECT_FALSE(button.selected());
     EXPECT_FALSE(button.borderColor().has_value());
@@ -62,7 +62,7 @@ TEST_F(CameraButton, RoundsThreeCornersAndKeepsTheLowerLeftOneSquare) {
 
 TEST_F(CameraButton, RoundsWithARadiusOfTenPoints) {
     const QImage image = drawn(button_, size, 2);
-    // On a circle of 20 pixels the corner's diagonal meets the edge 5.86 pixels from both sides.
+    // With a radius of 20 pixels the edge crosses the corner's diagonal 5.86 pixels from both sides.
     EXPECT_EQ(image.pixelColor(4, 4).alpha(), 0);
     EXPECT_EQ(image.pixelColor(7, 7).alpha(), 255);
     EXPECT_EQ(image.pixelColor(20, 0).alpha(), 255);
@@ -74,7 +74,7 @@ TEST_F(CameraButton, DrawsItsTitleWhiteWithAShadowToTheLowerRight) {
     button_.setText(QStringLiteral("Cam 1"));
     const QImage image = drawn(button_, size);
     EXPECT_TRUE(contains(image, Qt::white));
-    // Where the text itself ends, its shadow goes on for two more points.
+    // The shadow ends two points further to the right and bottom than the text.
     QRect text;
     QRect all;
     for (int y = 0; y < size.height(); ++y) {
@@ -90,7 +90,7 @@ TEST_F(CameraButton, DrawsItsTitleWhiteWithAShadowToTheLowerRight) {
     EXPECT_NEAR(text.center().y(), 18, 2);
 }
 
-TEST_F(CameraButton, OutlinesItselfInTheBorderColourIfThereIsOne) {
+TEST_F(CameraButton, DrawsAnOutlineIfItHasABorderColour) {
     button_.setBorderColor(QColor(Qt::yellow));
     const QImage image = drawn(button_, size, 2);
     EXPECT_EQ(image.pixelColor(100, 0), QColor(Qt::yellow));
@@ -98,7 +98,7 @@ TEST_F(CameraButton, OutlinesItselfInTheBorderColourIfThereIsOne) {
     EXPECT_EQ(image.pixelColor(100, 2), palette::cameraButtonGrey);
 }
 
-TEST_F(CameraButton, TellsOfAClickAndLeavesTheSelectionToTheOwner) {
+TEST_F(CameraButton, EmitsClicksAndLeavesTheSelectionToTheOwner) {
     button_.resize(size);
     QSignalSpy clicks(&button_, &KTCameraButton::clicked);
     QTest::mouseClick(&button_, Qt::LeftButton);

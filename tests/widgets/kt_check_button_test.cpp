@@ -43,7 +43,7 @@ TEST(KTCheckButton, DrawsNoTitle) {
     EXPECT_EQ(drawn(button, {60, 18}), bare);
 }
 
-TEST(KTCheckButton, TellsOfAClickAndLeavesItsStateToTheOwner) {
+TEST(KTCheckButton, EmitsClicksAndLeavesItsStateToTheOwner) {
     KTCheckButton button;
     button.resize(18, 18);
     QSignalSpy clicks(&button, &KTCheckButton::clicked);
@@ -53,7 +53,7 @@ TEST(KTCheckButton, TellsOfAClickAndLeavesItsStateToTheOwner) {
     EXPECT_FALSE(button.check());
     button.setCheck(true);
     QTest::mouseClick(&button, Qt::LeftButton);
-    EXPECT_EQ(clicks.count(), 3) << "also when it is checked already";
+    EXPECT_EQ(clicks.count(), 3) << "also if it is already checked";
     EXPECT_TRUE(button.check());
 }
 

@@ -34,7 +34,7 @@ protected:
     KTProfileButton button_;
 };
 
-TEST_F(ProfileButton, BeginsOffWithStretchedImageAndWithoutATextColour) {
+TEST_F(ProfileButton, IsOffWithStretchedImageAndNoTextColourAtFirst) {
     EXPECT_EQ(button_.state(), 0);
     EXPECT_EQ(button_.imageContentMode(), 0);
     EXPECT_FALSE(button_.textColor().isValid());
@@ -97,7 +97,7 @@ TEST_F(ProfileButton, DrawsItsTitleOverTheImageInItsTextColour) {
 
 TEST_F(ProfileButton, DrawsAGreyTitleWhenDisabled) {
     QFont large = button_.font();
-    large.setPixelSize(30); // wide enough for pixels that the letters fill
+    large.setPixelSize(30); // large enough for fully covered pixels
     button_.setFont(large);
     button_.setText(QStringLiteral("HHH"));
     button_.setTextColor(Qt::white);
@@ -113,7 +113,7 @@ TEST_F(ProfileButton, CentresItsTitleWithoutAShadow) {
     const QImage image = drawn(button_, size);
     const QRect ink = inkBounds(image);
     EXPECT_NEAR(ink.center().x(), 59, 1);
-    EXPECT_NEAR(ink.center().y(), 16, 2); // capitals stand above the middle of their line
+    EXPECT_NEAR(ink.center().y(), 16, 2); // capitals lie above the middle of their line
     for (int y = ink.top(); y <= ink.bottom(); ++y) {
         for (int x = ink.left(); x <= ink.right(); ++x) {
             const QColor pixel = image.pixelColor(x, y);
@@ -122,7 +122,7 @@ TEST_F(ProfileButton, CentresItsTitleWithoutAShadow) {
     }
 }
 
-TEST_F(ProfileButton, TellsOfAClickAndLeavesItsStateToTheOwner) {
+TEST_F(ProfileButton, EmitsClicksAndLeavesItsStateToTheOwner) {
     button_.resize(size);
     QSignalSpy clicks(&button_, &KTProfileButton::clicked);
     QTest::mouseClick(&button_, Qt::LeftButton);

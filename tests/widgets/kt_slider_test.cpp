@@ -37,7 +37,7 @@ protected:
         window_.resize(400, 60);
         slider_.setGeometry(20, 20, size.width(), size.height());
         slider_.setMinValue(0);
-        slider_.setMaxValue(344); // one unit a point: the knob's way is 360 - 16 points long
+        slider_.setMaxValue(344); // one unit per point: the knob moves over 360 - 16 points
         window_.show();
         QApplication::setActiveWindow(&window_);
         QObject::connect(&slider_, &KTSlider::action, &slider_,
@@ -61,10 +61,10 @@ protected:
 
     QWidget window_;
     KTSlider slider_{&window_};
-    std::vector<double> values_; // one for each action
+    std::vector<double> values_; // one per action
 };
 
-TEST(KTSlider, BeginsWithTheRangeFromZeroToOne) {
+TEST(KTSlider, RangesFromZeroToOneAtFirst) {
     const KTSlider slider(QRect(3, 4, 50, 16));
     EXPECT_EQ(slider.minValue(), 0);
     EXPECT_EQ(slider.maxValue(), 1);
@@ -120,7 +120,7 @@ TEST(KTSlider, IntValueIsTheNearestWholeNumber) {
 TEST(KTSlider, DrawsTheKnobAtTheLeftEndForTheMinimum) {
     KTSlider slider;
     const auto [left, right] = redExtent(slider);
-    EXPECT_EQ(left, 1); // within the outline
+    EXPECT_EQ(left, 1); // inside the outline
     EXPECT_EQ(right, 14);
 }
 
@@ -142,7 +142,7 @@ TEST(KTSlider, DrawsTheKnobInProportionInBetween) {
     EXPECT_EQ(right, 344 / 4 + 14);
 }
 
-TEST(KTSlider, DrawsTheKnobAtTheLeftEndWhereMinimumAndMaximumAreEqual) {
+TEST(KTSlider, DrawsTheKnobAtTheLeftEndIfMinimumAndMaximumAreEqual) {
     KTSlider slider;
     slider.setMinValue(7);
     slider.setMaxValue(7);
@@ -157,7 +157,7 @@ TEST(KTSlider, DrawsAPillInTrackGreyWithAnOutline) {
     EXPECT_EQ(image.pixelColor(400, 0), palette::outlineGrey);
     EXPECT_EQ(image.pixelColor(400, 31), palette::outlineGrey);
     EXPECT_EQ(image.pixelColor(400, 2), palette::trackGrey);
-    // Round ends: at the corner nothing, and the edge where a circle of radius h/2 has it.
+    // Round ends: the corner is empty, and the edge follows a circle of radius h/2.
     EXPECT_EQ(image.pixelColor(719, 0).alpha(), 0);
     EXPECT_EQ(image.pixelColor(719, 31).alpha(), 0);
     EXPECT_EQ(image.pixelColor(714, 2).alpha(), 0);
@@ -185,16 +185,16 @@ TEST_F(ShownSlider, AClickOnTheTrackBringsTheMiddleOfTheKnobThere) {
 TEST_F(ShownSlider, SendsItsActionOnPressOnEveryMoveAndOnRelease) {
     QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
     drag({118, 8});
-    drag({118, 9}); // up and down is a move, too
+    drag({118, 9}); // vertical moves count too
     drag({128.5, 8});
     QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(128, 8));
     EXPECT_EQ(values_, (std::vector<double>{100, 110, 110, 120.5, 120.5}));
 }
 
-TEST_F(ShownSlider, KeepsHoldOfTheKnobWhereItWasPressed) {
-    slider_.setIntValue(100); // the knob lies from 100 to 116
+TEST_F(ShownSlider, DragsTheKnobByThePointThatWasPressed) {
+    slider_.setIntValue(100); // the knob covers 100 to 116
     QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(103, 8));
-    EXPECT_EQ(values_, std::vector<double>{100}) << "pressing the knob must not move it";
+    EXPECT_EQ(values_, std::vector<double>{100}) << "a press on the knob must not move it";
     drag({113, 8});
     EXPECT_EQ(slider_.floatValue(), 110);
 }
@@ -214,7 +214,7 @@ TEST_F(ShownSlider, IgnoresOtherButtonsAndHovering) {
     EXPECT_TRUE(values_.empty());
 }
 
-TEST_F(ShownSlider, LetsGoWhenItIsDisabledDuringADrag) {
+TEST_F(ShownSlider, EndsADragWhenDisabled) {
     QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
     slider_.setEnabled(false);
     slider_.setEnabled(true);
@@ -286,10 +286,10 @@ TEST_F(ShownSlider, PassesOtherKeysOn) {
     EXPECT_TRUE(values_.empty());
 }
 
-TEST_F(ShownSlider, TheWheelTurnsItOnlyWhileFocused) {
+TEST_F(ShownSlider, TheWheelMovesItOnlyWhileFocused) {
     slider_.setIntValue(100);
     slider_.clearFocus();
-    EXPECT_FALSE(turnWheel(120)) << "the wheel belongs to whatever lies below";
+    EXPECT_FALSE(turnWheel(120)) << "the event goes to the parent";
     EXPECT_TRUE(values_.empty());
 
     slider_.setFocus();

@@ -27,7 +27,8 @@ TEST(KTSwitch, ShowsARoundKnobAtTheLeftWhenOff) {
     EXPECT_TRUE(similar(image.pixelColor(35, 18), palette::outlineGrey));
     EXPECT_TRUE(similar(image.pixelColor(18, 34), palette::accentRed));
     EXPECT_TRUE(similar(image.pixelColor(80 - 18, 18), palette::trackGrey));
-    EXPECT_TRUE(similar(image.pixelColor(33, 4), palette::trackGrey)) << "beside a disc, not within a square";
+    EXPECT_TRUE(similar(image.pixelColor(33, 4), palette::trackGrey))
+        << "this pixel is outside a disc but would be inside a square";
 }
 
 TEST(KTSwitch, ShowsTheKnobFlushRightWhenOn) {
@@ -50,7 +51,7 @@ TEST(KTSwitch, IsAPill) {
     EXPECT_TRUE(similar(image.pixelColor(40, 35), palette::outlineGrey));
 }
 
-TEST(KTSwitch, TellsOfAClickAndLeavesItsStateToTheOwner) {
+TEST(KTSwitch, EmitsClicksAndLeavesItsStateToTheOwner) {
     KTSwitch mirror;
     mirror.resize(size);
     QSignalSpy clicks(&mirror, &KTSwitch::clicked);

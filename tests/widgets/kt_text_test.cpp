@@ -27,7 +27,7 @@ protected:
     KTText label_;
 };
 
-TEST(KTText, BeginsWhiteEnabledAtSixteenPointsWithoutDecoration) {
+TEST(KTText, IsWhiteEnabledSixteenPointsAndUndecoratedAtFirst) {
     const KTText label(QRect(1, 2, 30, 40));
     EXPECT_EQ(label.geometry(), QRect(1, 2, 30, 40));
     EXPECT_EQ(label.font().pixelSize(), 16);
@@ -40,14 +40,14 @@ TEST(KTText, BeginsWhiteEnabledAtSixteenPointsWithoutDecoration) {
     EXPECT_FALSE(label.textShadow());
 }
 
-TEST_F(Label, DrawsOnlyItsTextWhereItHasABackgroundButNoBorder) {
+TEST_F(Label, DrawsOnlyItsTextIfItHasABackgroundButNoBorder) {
     label_.setText(QStringLiteral("Zoom"));
     const QImage plain = drawn(label_, size);
     label_.setBackgroundColor(QColor(Qt::blue));
     EXPECT_EQ(drawn(label_, size), plain);
 }
 
-TEST_F(Label, DrawsAPillWhereItHasABorder) {
+TEST_F(Label, DrawsAPillIfItHasABorder) {
     label_.setBorderColor(palette::outlineGrey);
     label_.setBackgroundColor(palette::trackGrey);
     const QImage image = drawn(label_, {46, 16}, 2);
@@ -56,11 +56,11 @@ TEST_F(Label, DrawsAPillWhereItHasABorder) {
     EXPECT_EQ(image.pixelColor(46, 31), palette::outlineGrey);
     EXPECT_TRUE(similar(image.pixelColor(0, 16), palette::outlineGrey));
     EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0);
-    EXPECT_EQ(image.pixelColor(5, 2).alpha(), 0) << "the radius is half the height";
+    EXPECT_EQ(image.pixelColor(5, 2).alpha(), 0) << "the corner radius is half the height";
     EXPECT_GE(image.pixelColor(5, 5).alpha(), 250);
 }
 
-TEST_F(Label, LeavesThePillEmptyWhereItHasABorderButNoBackground) {
+TEST_F(Label, DoesNotFillThePillWithoutABackground) {
     label_.setBorderColor(palette::outlineGrey);
     const QImage image = drawn(label_, {46, 16}, 2);
     EXPECT_EQ(image.pixelColor(46, 16).alpha(), 0);
@@ -79,10 +79,10 @@ TEST_F(Label, UsesItsTextColourWhileEnabledAndItsDisableColourOtherwise) {
     EXPECT_TRUE(label_.isEnabled()) << "only the look changes";
 }
 
-TEST_F(Label, StandsOnePointAboveTheExactCentre) {
+TEST_F(Label, DrawsItsTextOnePointAboveTheCentre) {
     label_.setText(QStringLiteral("HH"));
     const QSizeF text = sizeWithFont(label_.text(), label_.font(), size.width());
-    // Draw the same text at the same place by other means.
+    // Draws the same text at the same position without the label.
     QImage expected(size, QImage::Format_ARGB32_Premultiplied);
     expected.fill(Qt::transparent);
     QPainter painter(&expected);
@@ -101,7 +101,7 @@ TEST_F(Label, DrawsItsShadowToTheLowerRight) {
     label_.setTextShadow(titleShadow());
     const QImage image = drawn(label_, size);
     EXPECT_EQ(inkBounds(image), plain.united(plain.translated(2, 2)));
-    // Where only the shadow falls, at most a third of black.
+    // Pixels with only the shadow are at most one third black.
     for (int x = plain.left(); x <= plain.right() + 2; ++x) {
         const QColor pixel = image.pixelColor(x, plain.bottom() + 2);
         EXPECT_EQ(pixel.red(), 0);
@@ -119,11 +119,11 @@ TEST_F(Label, WrapsATextThatIsWiderThanTheLabel) {
     EXPECT_NEAR(ink.center().y(), 60, 4);
 }
 
-TEST_F(Label, DrawsNoTextWhereItHasNone) {
+TEST_F(Label, DrawsNothingWithoutText) {
     EXPECT_TRUE(inkBounds(drawn(label_, size)).isNull());
 }
 
-TEST_F(Label, AsksForTheRoomOfItsText) {
+TEST_F(Label, SizeHintFitsItsText) {
     label_.setText(QStringLiteral("Sharpness"));
     EXPECT_EQ(label_.sizeHint(), sizeWithFont(label_.text(), label_.font(), 1000).toSize());
 }
@@ -143,7 +143,7 @@ protected:
     QSignalSpy clicked_{&button_, &KTCheckButton::clicked};
 };
 
-TEST_F(LabelWithBuddy, AClickIsAClickOnTheButton) {
+TEST_F(LabelWithBuddy, ForwardsClicksToItsButton) {
     QTest::mouseClick(&label_, Qt::LeftButton);
     EXPECT_EQ(clicked_.size(), 1);
     QTest::mousePress(&label_, Qt::LeftButton);
@@ -154,13 +154,13 @@ TEST_F(LabelWithBuddy, AClickIsAClickOnTheButton) {
     EXPECT_EQ(clicked_.size(), 1);
 }
 
-TEST_F(LabelWithBuddy, ADisabledButtonHearsNothing) {
+TEST_F(LabelWithBuddy, DoesNotClickADisabledButton) {
     button_.setEnabled(false);
     QTest::mouseClick(&label_, Qt::LeftButton);
     EXPECT_EQ(clicked_.size(), 0);
 }
 
-TEST_F(LabelWithBuddy, WithoutTheButtonNothingHappens) {
+TEST_F(LabelWithBuddy, IgnoresClicksOnceTheButtonIsGone) {
     EXPECT_FALSE(label_.testAttribute(Qt::WA_TransparentForMouseEvents));
     label_.setBuddy(nullptr);
     EXPECT_TRUE(label_.testAttribute(Qt::WA_TransparentForMouseEvents));

@@ -14,7 +14,7 @@
 namespace tavelo {
 namespace {
 
-/// The program on a desktop whose theme is light or dark.
+/// Runs with a light and with a dark desktop theme.
 class PanelLookOn : public testing::TestWithParam<bool> {
 protected:
     PanelLookOn() {
@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_P(PanelLookOn, DialogsHaveThePanelsGround) {
+TEST_P(PanelLookOn, DialogsHaveThePanelsBackground) {
     QDialog dialog;
     auto* layout = new QVBoxLayout(&dialog);
     auto* text = new QLabel(QStringLiteral("text"));
@@ -48,7 +48,7 @@ TEST_P(PanelLookOn, DialogsHaveThePanelsGround) {
     EXPECT_GE(button->width(), 96);
 }
 
-TEST_P(PanelLookOn, MenusHaveTheSettingsGroundAndARedBar) {
+TEST_P(PanelLookOn, MenusHaveTheSettingsBackgroundAndARedBar) {
     QMenu menu;
     QAction* entry = menu.addAction(QStringLiteral("Quit"));
     wearPanelLook(menu);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Draws a control into an image and asks for its pixels.
+// Draws controls into images and examines the pixels.
 #pragma once
 
 #include <cstdlib>
@@ -11,7 +11,7 @@
 
 namespace tavelo {
 
-/// What a control draws on nothing (transparent), at a device pixel ratio.
+/// Draws a control on a transparent image with this device pixel ratio.
 template <typename Widget>
 QImage drawn(Widget& widget, const QSize& size, double ratio = 1) {
     QImage image((QSizeF(size) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
@@ -22,13 +22,13 @@ QImage drawn(Widget& widget, const QSize& size, double ratio = 1) {
     return image;
 }
 
-/// Whether two colours differ by no more than what is left of antialiasing on a curve.
+/// True if the colours are equal apart from antialiasing on curves.
 inline bool similar(const QColor& a, const QColor& b, int tolerance = 8) {
     return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance &&
            std::abs(a.blue() - b.blue()) <= tolerance && std::abs(a.alpha() - b.alpha()) <= tolerance;
 }
 
-/// Whether any pixel has this colour.
+/// True if any pixel has this colour.
 inline bool contains(const QImage& image, const QColor& color, int tolerance = 0) {
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
@@ -38,7 +38,7 @@ inline bool contains(const QImage& image, const QColor& color, int tolerance = 0
     return false;
 }
 
-/// The smallest rectangle that holds every pixel that is not transparent.
+/// The bounding rectangle of all pixels that are not transparent.
 inline QRect inkBounds(const QImage& image) {
     QRect bounds;
     for (int y = 0; y < image.height(); ++y) {

@@ -17,7 +17,7 @@ QImage drawn(const char* name, QSize size) {
     return picture;
 }
 
-TEST(Artwork, IsThereUnderItsNames) {
+TEST(Artwork, ContainsEveryImage) {
     for (const char* name : {"logo", "min", "close", "profile", "profile_selected", "tavelo-control-panel"}) {
         EXPECT_FALSE(Image::fromFile(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name))).isNull())
             << name;

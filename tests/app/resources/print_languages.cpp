@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Prints the languages of the desktop, one a line: Qt reads them once a process.
+// Prints the desktop's languages, one per line.  A separate program because Qt reads them once per process.
 #include <cstdio>
 
 #include <QCoreApplication>

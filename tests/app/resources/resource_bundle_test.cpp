@@ -12,7 +12,7 @@
 namespace tavelo {
 namespace {
 
-// The bundle's languages on a desktop with these variables.
+// The bundle's languages with these environment variables.
 std::string languagesOfDesktop(const QString& lang, const QString& language = {}) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANGUAGE"})
@@ -58,11 +58,11 @@ TEST(ResourceBundle, ListsEachOfSeveralDesktopLanguagesOnce) {
               "es-ES zh-Hans-CN");
 }
 
-TEST(ResourceBundle, SpeaksEnglishOnADesktopWithoutLanguage) {
+TEST(ResourceBundle, UsesEnglishOnADesktopWithoutLanguage) {
     EXPECT_EQ(languagesOfDesktop(QStringLiteral("C")), "en-US");
 }
 
-TEST(ResourceBundle, SpeaksTheLanguageOfTheUser) {
+TEST(ResourceBundle, UsesTheLanguageOfTheUser) {
     EXPECT_EQ(ResourceBundle({"de-AT"}).localizedString("Brightness", ""), "Helligkeit");
 }
 
@@ -71,7 +71,7 @@ TEST(ResourceBundle, TakesTheFirstPreferredLanguageThatItHas) {
     EXPECT_EQ(bundle.localizedString("Zoom", ""), "ズーム");
 }
 
-TEST(ResourceBundle, FallsBackToEnglishWhereItHasNoneOfTheLanguages) {
+TEST(ResourceBundle, FallsBackToEnglishIfItHasNoneOfTheLanguages) {
     EXPECT_EQ(ResourceBundle({"pt-PT"}).localizedString("Saturation", ""), "Saturation");
     EXPECT_EQ(ResourceBundle(std::vector<std::string>{}).localizedString("Saturation", ""), "Saturation");
 }
@@ -81,7 +81,7 @@ TEST(ResourceBundle, DoesNotShowSimplifiedChineseToReadersOfTraditionalChinese) 
     EXPECT_EQ(ResourceBundle({"zh-Hans-CN"}).localizedString("Contrast", ""), "对比度");
 }
 
-TEST(ResourceBundle, AnswersAMissingKeyWithTheDefaultOrElseTheKey) {
+TEST(ResourceBundle, ReturnsTheDefaultOrElseTheKeyForAMissingKey) {
     const ResourceBundle bundle({"de-DE"});
     EXPECT_EQ(bundle.localizedString("no_such_key", "Some text"), "Some text");
     EXPECT_EQ(bundle.localizedString("no_such_key", ""), "no_such_key");

@@ -18,12 +18,12 @@ namespace tavelo {
 namespace {
 
 constexpr std::array keys{
-    // Controls of the camera.
+    // Camera controls.
     "scanning_mode", "auto_exposure", "exposure_priority", "exposure_time", "iris", "auto_focus", "focus",
     "zoom", "pan_tilt", "roll", "backlight_compensation", "bright", "contrast", "gain",
     "power_line_frequencey", "auto_hue", "hue", "saturation", "sharpness", "gamma", "auto_white_balance",
     "white_balance",
-    // Choices of some of them.
+    // Choices of menu controls.
     "interlaced", "progressive", "manual_exposure_manual_iris", "auto_exposure_auto_iris",
     "manual_exposure_auto_iris", "auto_exposure_manual_iris",
     // The panel.
@@ -41,7 +41,8 @@ protected:
         return ResourceBundle({"en-US"}).string(GetParam(), key).value_or(std::string());
     }
 
-    // Width in points of a text in the panel's font; where that font is missing, its metric twin answers.
+    // Width in points of a text in the panel's font, or in a font with the same metrics if that one is
+    // missing.
     static double width(const std::string& text, int size) {
         QFont font(QStringLiteral("Arial"));
         font.setPixelSize(size);
@@ -52,12 +53,12 @@ protected:
     }
 };
 
-TEST_P(StringTable, LacksNoKey) {
+TEST_P(StringTable, HasEveryKey) {
     for (const char* key : keys)
         EXPECT_FALSE(text(key).empty()) << key;
 }
 
-TEST_P(StringTable, HoldsNoKeyThatNothingAsksFor) {
+TEST_P(StringTable, HasNoUnusedKey) {
     QFile file(QStringLiteral(":/strings/%1.json").arg(QLatin1String(GetParam())));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     QJsonParseError error;
@@ -67,13 +68,13 @@ TEST_P(StringTable, HoldsNoKeyThatNothingAsksFor) {
 }
 
 TEST_P(StringTable, FitsTheProfileButtons) {
-    constexpr double margin = 8; // on both sides together
+    constexpr double margin = 8; // left and right together
     EXPECT_LE(width(text("PROFILE") + " 4", 10), 119 - margin);
     EXPECT_LE(width(text("SAVE_TO_PROFILE"), 10), 119 - margin);
     EXPECT_LE(width(text("RESTORE_PROFILE_TO_DEFAULT"), 10), 180 - margin);
 }
 
-TEST_P(StringTable, TellsPanFromTilt) {
+TEST_P(StringTable, HasDifferentWordsForPanAndTilt) {
     const auto firstWord = [this](const char* key) {
         const std::string title = text(key);
         return title.substr(0, std::min(title.find(" ("), title.find("（")));
@@ -81,15 +82,15 @@ TEST_P(StringTable, TellsPanFromTilt) {
     const std::string pan = firstWord("Pan_left_right");
     const std::string tilt = firstWord("Pan_up_down");
     EXPECT_NE(pan, tilt);
-    // The camera's own control of both is called so, too.
+    // The camera's combined control uses the same two words.
     EXPECT_THAT(text("pan_tilt"), testing::StartsWith(pan));
     EXPECT_THAT(text("pan_tilt"), testing::EndsWith(tilt));
 }
 
-TEST_P(StringTable, SaysThatSavingConcernsTheProfile) {
+TEST_P(StringTable, OnlyTheSaveTextNamesTheProfile) {
     EXPECT_THAT(text("SAVE_TO_PROFILE"), testing::HasSubstr(text("PROFILE")));
     EXPECT_THAT(text("RESTORE_PROFILE_TO_DEFAULT"), testing::Not(testing::HasSubstr(text("PROFILE"))))
-        << "the camera is set to its defaults, the profile stays as it is";
+        << "restoring sets the camera to its defaults and does not change the profile";
 }
 
 TEST_P(StringTable, FitsTheTitlesOfTheSliders) {
@@ -100,8 +101,8 @@ TEST_P(StringTable, FitsTheTitlesOfTheSliders) {
 }
 
 TEST_P(StringTable, LeavesRoomForTheButtonsBesideTheMirrorTitle) {
-    // The switch stands 64 points after the title's width, the last button ends 236 further on; the panel
-    // ends at 515.
+    // The switch starts 64 points after the title's width, and the last button ends 236 points further
+    // right.  The panel ends at 515.
     EXPECT_LE(width(text("Mirror"), 16) + 64 + 236, 515 - 20);
 }
 

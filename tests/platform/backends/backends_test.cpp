@@ -13,7 +13,7 @@
 namespace tavelo {
 namespace {
 
-// The tests' main thread runs no event loop, so news of changes is not told.
+// Drops all tasks: the main thread runs no event loop, so changes are not reported.
 class NoMainQueue final : public MainQueue {
 public:
     void post(Task /*task*/) override {}
@@ -101,8 +101,8 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
     EXPECT_TRUE(sample.presentationTimeStamp.isValid());
 }
 
-// Whatever this machine has: every camera that the capture half lists on the USB bus is known to the other
-// half.
+// Runs on this machine's real devices: every USB camera listed by the capture half must be known to the
+// other half.
 class TheMachinesOwnHalves : public BackendsTest, public testing::WithParamInterface<CameraTransport> {};
 
 TEST_P(TheMachinesOwnHalves, Agree) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A program of its own, since it counts every allocation of the process.
+// A separate program, because it counts every allocation of the process.
 #include <gtest/gtest.h>
 
 #include "fake_input.h"
@@ -55,7 +55,7 @@ TEST(CaptureAllocation, AFrameOnItsWayToTheDelegateAllocatesNothing) {
     const int before = testing::allocations();
     for (int i = 0; i < 100; ++i)
         frame(i);
-    // The queue's sync wraps its closure; whatever it costs, it costs per sync and not per frame.
+    // sync() may allocate for its closure, but per sync and not per frame.
     const int withFrames = testing::allocations() - before;
     const int beforeSync = testing::allocations();
     for (int i = 0; i < 100; ++i)

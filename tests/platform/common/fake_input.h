@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An input that a test feeds by hand, and a delegate that remembers what it got.
+// An input fed by the test, and a delegate that records its calls.
 #pragma once
 
 #include <atomic>
@@ -29,7 +29,7 @@ public:
         ++stops;
     }
 
-    /// False where the input is stopped.
+    /// False if the input is stopped.
     bool feed(std::int64_t time, std::shared_ptr<PixelBuffer> picture = nullptr) {
         const std::lock_guard lock(mutex_);
         if (sink_ == nullptr) return false;
@@ -83,7 +83,7 @@ private:
     std::mutex mutex_; // guards the records above
 };
 
-/// A door that one thread waits at until another opens it.
+/// One thread waits until another one calls open().
 class Gate {
 public:
     void open() {

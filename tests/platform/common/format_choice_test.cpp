@@ -29,7 +29,7 @@ std::string best(const std::vector<OfferedMode>& offered, const CaptureFormatReq
     return ranked.empty() ? "nothing" : text(ranked.front());
 }
 
-// A camera as sold: full rate uncompressed up to 640x480, what USB 2 carries, and MJPEG for all.
+// A typical camera: uncompressed at full rate up to 640x480, the limit of USB 2, and MJPEG for all sizes.
 const std::vector<OfferedMode> usb2Camera{
     mode(fourcc::yuyv, 640, 480, {30, 15}),       mode(fourcc::yuyv, 320, 240, {30}),
     mode(fourcc::yuyv, 1280, 720, {10, 5}),       mode(fourcc::yuyv, 1920, 1080, {5}),
@@ -54,7 +54,7 @@ std::string caseName(const testing::TestParamInfo<Case>& info) {
     return info.param.name;
 }
 
-// What gtest shows of a case that fails.
+// gtest prints failing cases with this.
 void PrintTo(const Case& value, std::ostream* stream) {
     *stream << value.name;
 }
@@ -204,7 +204,7 @@ TEST(FormatChoice, SurvivesAGridWithoutSense) {
     EXPECT_EQ(sizes.front().width, 64U);
 }
 
-TEST(FormatChoice, SizesThatNobodyCanShowAreNotOffered) {
+TEST(FormatChoice, OmitsSizesThatCannotBeShown) {
     const std::vector<OfferedMode> offered{{fourcc::yuyv, {65535, 65535}, {}},
                                            {fourcc::yuyv, {16384, 16384}, {}},
                                            {fourcc::mjpeg, {16385, 16}, {}},

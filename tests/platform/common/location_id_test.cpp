@@ -23,7 +23,7 @@ std::vector<std::string> somePlaces(std::size_t count) {
     return places;
 }
 
-// Two places that want the same byte when each is alone.
+// Two places that have the same preferred byte.
 std::pair<std::string, std::string> collidingPlaces() {
     const auto places = somePlaces(400);
     for (std::size_t a = 0; a < places.size(); ++a) {
@@ -136,7 +136,7 @@ TEST(RootHubBytes, OfTwoThatCollideTheOneNearerToTheProcessorKeepsItsByte) {
     const std::vector<std::string> both{first, second};
     const auto bytes = rootHubBytes(both);
     EXPECT_NE(bytes[0], bytes[1]);
-    // Pushed behind a bridge, whichever it is, the newcomer gives way to a built-in controller.
+    // A new controller behind a bridge, whichever it is, yields to a built-in controller.
     std::string behindBridge;
     for (int i = 0; i < 100000 && behindBridge.empty(); ++i) {
         const std::string place = "pci0000:00/00.0/" + std::to_string(i);
@@ -148,7 +148,7 @@ TEST(RootHubBytes, OfTwoThatCollideTheOneNearerToTheProcessorKeepsItsByte) {
     EXPECT_NE(rootHubBytes(docked)[0], rootHubBytes(docked)[1]);
 }
 
-// Profiles are stored under these: a change of the hash would lose every user's settings.
+// Profiles are stored under these identifiers, so changing the hash would lose all users' settings.
 TEST(RootHubBytes, AreTheSameInEveryVersion) {
     const std::vector<std::string> places{"pci0000:00/14.0", "pci0000:00/14.0#1", "platform/vhci_hcd.0"};
     const auto bytes = rootHubBytes(places);

@@ -184,7 +184,7 @@ TEST_F(StandardCaptureSession, StopDoesNotWaitForTheDelegate) {
     run();
     input.feed(1);
     entered.wait();
-    session->stopRunning(); // would hang here if it waited for the delivery
+    session->stopRunning(); // would deadlock if it waited for the delivery
     stopped.open();
     queue.sync([] {});
     EXPECT_FALSE(session->isRunning());

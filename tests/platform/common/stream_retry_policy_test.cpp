@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(StreamRetryPolicy, EndsWhenStoppedWithoutAWord) {
+TEST(StreamRetryPolicy, EndsSilentlyWhenStopped) {
     StreamRetryPolicy policy({});
     EXPECT_FALSE(policy.after(StreamEnd::stopped).wait);
     EXPECT_FALSE(policy.after(StreamEnd::stopped).report);
@@ -43,7 +43,7 @@ TEST(StreamRetryPolicy, BacksOffFromAStreamThatKeepsFailing) {
         EXPECT_EQ(policy.after(StreamEnd::silent).wait, expected);
 }
 
-TEST(StreamRetryPolicy, AFrameForgivesAll) {
+TEST(StreamRetryPolicy, AFrameResetsAllCounters) {
     StreamRetryPolicy policy({});
     policy.after(StreamEnd::failed);
     policy.after(StreamEnd::failed);

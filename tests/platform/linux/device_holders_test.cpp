@@ -22,7 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-// A tree as in /proc, and a node beside it.
+// A fake /proc tree, and a node.
 class DeviceHoldersTest : public ::testing::Test {
 protected:
     DeviceHoldersTest() {
@@ -104,7 +104,7 @@ TEST_F(DeviceHoldersTest, AProcessThatMayNotBeLookedIntoIsCounted) {
     fs::permissions(process(21) / "fd", fs::perms::none);
     const auto us = ::geteuid();
     constexpr uid_t nobody = 65534;
-    ASSERT_TRUE(us != 0 || ::seteuid(nobody) == 0); // the administrator may look into everything
+    ASSERT_TRUE(us != 0 || ::seteuid(nobody) == 0); // root may read everything
     const DeviceHolders holders = found();
     ASSERT_TRUE(us != 0 || ::seteuid(us) == 0);
     fs::permissions(process(21) / "fd", fs::perms::owner_all);
@@ -118,7 +118,7 @@ TEST_F(DeviceHoldersTest, ANodeThatIsGoneHasNone) {
     EXPECT_THAT(found().seen, IsEmpty());
 }
 
-// A process of its own that holds a file until it is ended.
+// Starts a process that keeps a file open until it is killed.
 TEST_F(DeviceHoldersTest, AreFoundInTheRealTreeToo) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe(ends.data()), 0);

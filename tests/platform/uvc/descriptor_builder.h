@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Composes descriptors of cameras byte by byte, right ones and wrong ones.
+// Builds valid and invalid camera descriptors byte by byte.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ inline Bytes join(std::initializer_list<Bytes> parts) {
     return all;
 }
 
-// Puts the length in front.
+// Prepends the length.
 inline Bytes descriptor(Bytes rest) {
     rest.insert(rest.begin(), static_cast<std::uint8_t>(rest.size() + 1));
     return rest;
@@ -30,7 +30,7 @@ inline Bytes deviceDescriptor(std::uint16_t vendor = 0x046D, std::uint16_t produ
                        1, 1, 2, 0, 1});
 }
 
-/// A configuration descriptor in front of everything, its total length right.
+/// A configuration descriptor with the correct total length, followed by the parts.
 inline Bytes configuration(std::initializer_list<Bytes> parts, std::uint8_t value = 1) {
     const Bytes body = join(parts);
     const std::size_t total = body.size() + 9;
@@ -49,7 +49,7 @@ inline Bytes videoControl(std::uint8_t number = 0) {
     return interfaceDescriptor(number, 1);
 }
 
-/// The class's header.  Versions differ in bcdUVC alone.
+/// The video-control header.  Versions differ only in bcdUVC.
 inline Bytes header(std::uint16_t version, std::uint16_t totalLength = 100) {
     return descriptor({0x24, 0x01, std::uint8_t(version & 0xFF), std::uint8_t(version >> 8),
                        std::uint8_t(totalLength & 0xFF), std::uint8_t(totalLength >> 8), 0x80, 0x8D, 0x5B, 0,
@@ -61,12 +61,12 @@ inline Bytes cameraTerminal(std::uint8_t id, const Bytes& controls) {
         {{0x24, 0x02, id, 0x01, 0x02, 0, 0, 0, 0, 0, 0, 0, 0, std::uint8_t(controls.size())}, controls}));
 }
 
-/// An input terminal that is no camera (a composite jack).
+/// An input terminal that is not a camera (a composite jack).
 inline Bytes otherTerminal(std::uint8_t id) {
     return descriptor({0x24, 0x02, id, 0x01, 0x04, 0, 0});
 }
 
-/// @param tail what follows the map: iProcessing, from version 1.1 on bmVideoStandards too
+/// @param tail bytes after the map: iProcessing, and bmVideoStandards from version 1.1 on
 inline Bytes processingUnit(std::uint8_t id, std::uint8_t source, const Bytes& controls,
                             const Bytes& tail = {0}) {
     return descriptor(join({{0x24, 0x05, id, source, 0, 0, std::uint8_t(controls.size())}, controls, tail}));
@@ -84,7 +84,7 @@ inline Bytes endpoint() {
     return descriptor({0x05, 0x81, 0x03, 16, 0, 8});
 }
 
-/// An ordinary camera of version 1.1, terminal 3, unit 5, with every control that its maps can name.
+/// An ordinary version 1.1 camera with terminal 3, unit 5 and every control in its maps.
 inline Bytes ordinaryCamera() {
     return configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0xFF, 0xFF, 0x07}),
                           processingUnit(5, 3, {0xFF, 0x7F}, {0, 0}), endpoint(), interfaceDescriptor(1, 2)});

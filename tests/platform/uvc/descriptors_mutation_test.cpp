@@ -12,11 +12,11 @@
 namespace tavelo::test {
 namespace {
 
-// Interesting to a parser of lengths, identifiers and types.
+// Interesting values for lengths, identifiers and types.
 constexpr std::array<std::uint8_t, 12> loadedBytes{0x00, 0x01, 0x02, 0x04, 0x05, 0x06,
                                                    0x09, 0x0E, 0x24, 0x7F, 0x80, 0xFF};
 
-// Everything that holds of the answer, whatever the bytes were.
+// Checks what must hold for any input.
 void expectSane(const Bytes& bytes) {
     const auto device = probeDescriptors(bytes, bytes);
     ASSERT_GE(device.terminalID, -1);
@@ -65,7 +65,8 @@ TEST(UvcDescriptorMutations, EveryByteReplacedByEveryLoadedValue) {
 
 TEST(UvcDescriptorMutations, ChangedInSeveralPlacesCutAndGrown) {
     const std::vector<Bytes> all = seeds();
-    std::mt19937 random(20240229); // NOLINT(bugprone-random-generator-seed): the same mutants in every run
+    std::mt19937 random(
+        20240229); // NOLINT(bugprone-random-generator-seed): fixed seed: the same mutants in every run
     const auto below = [&](std::size_t limit) { return std::size_t(random()) % limit; };
     for (int round = 0; round < 20000; ++round) {
         Bytes bytes = all[below(all.size())];
@@ -91,9 +92,9 @@ TEST(UvcDescriptorMutations, ChangedInSeveralPlacesCutAndGrown) {
     }
 }
 
-// As many units as a configuration holds, in each of the ways that could make a careless walk slow.
+// As many units as fit into a configuration, in layouts that would make a naive walk slow.
 TEST(UvcDescriptorMutations, ThousandsOfUnitsAreReadInReasonableTime) {
-    Bytes chain; // backwards, so that a walk in the order of the bytes gains one unit a round
+    Bytes chain; // backwards, so that a walk in byte order finds one unit per pass
     for (std::uint8_t id = 240; id >= 2; --id) {
         const Bytes unit = selectorUnit(id, Bytes(240, static_cast<std::uint8_t>(id - 1)));
         chain.insert(chain.end(), unit.begin(), unit.end());

@@ -176,7 +176,7 @@ TEST(UvcDescriptors, TakesTheUnitThatTheTerminalFeeds) {
     EXPECT_FALSE(device.supportContrast);
 }
 
-TEST(UvcDescriptors, TakesTheFirstUnitWhereNoneIsFedByTheTerminal) {
+TEST(UvcDescriptors, TakesTheFirstUnitIfNoneIsFedByTheTerminal) {
     const auto device =
         probe(configuration({videoControl(), cameraTerminal(4, {0, 0, 0}), processingUnit(8, 77, {0x02, 0}),
                              processingUnit(9, 78, {0x01, 0})}));
@@ -205,7 +205,7 @@ TEST(UvcDescriptors, ReadsOnlyTheFirstVideoFunctionUnlessTold) {
 }
 
 TEST(UvcDescriptors, IgnoresClassDescriptorsOutsideTheControlInterface) {
-    // A format descriptor of the streaming interface, and an audio function, wear the same numbers.
+    // A streaming format descriptor and an audio function use the same subtype numbers.
     const auto device = probe(
         configuration({interfaceDescriptor(0, 1, 0x01), cameraTerminal(3, {0xFF, 0, 0}), videoControl(1),
                        header(0x0110), interfaceDescriptor(2, 2), processingUnit(5, 3, {0xFF, 0})}));
@@ -274,7 +274,7 @@ TEST(UvcDescriptors, IgnoresTheLengthsThatHeadersAnnounce) {
 TEST(UvcDescriptors, SurvivesEveryTruncation) {
     const Bytes whole = ordinaryCamera();
     for (std::size_t length = 0; length <= whole.size(); ++length) {
-        // A copy of its own, so that a read past the end is seen by the sanitizer.
+        // A separate copy, so that the sanitizer detects a read past the end.
         const Bytes part(whole.begin(), whole.begin() + std::ptrdiff_t(length));
         const auto device = probe(part);
         EXPECT_TRUE(device.terminalID == -1 || device.terminalID == 3) << length;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A bus with two cameras, a capture platform over it, and ears for both.
+// A virtual bus with two cameras, a capture platform on it, and recorders for frames and device changes.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@
 
 namespace tavelo {
 
-// Keeps what a frame tells, and the frame itself only where a test wants it.
+// Records facts about each frame, and the frames themselves if hold_ is set.
 class Collector : public FrameSink {
 public:
     void consume(const SampleBuffer& sample) override {

@@ -136,7 +136,7 @@ TEST_F(VirtualCaptureTest, anInputThatDiesWhileItStreamsStopsFirst) {
     EXPECT_TRUE(frame.expired()) << "a stream still holds on to its buffers";
 }
 
-// Which stream an input makes of a demand.
+// The stream that an input chooses for a format request.
 struct Demand {
     std::string name;
     CaptureFormatRequest format;
@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Demand{"uncompressed", {Size{1280, 720}, {}, "YUYV"}, 1280, 720, 100'000'000}),
     [](const auto& row) { return row.param.name; });
 
-// The whole way, through the session that the program uses.
+// The whole path, through the program's capture session.
 class CountingDelegate : public SampleBufferDelegate {
 public:
     void captureOutputDidOutputSampleBufferFromConnection(CaptureVideoDataOutput& /*output*/,

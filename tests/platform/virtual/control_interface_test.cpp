@@ -259,7 +259,7 @@ public:
         changed_.notify_all();
     }
 
-    /// False where they did not come in time.
+    /// False on timeout.
     bool waitFor(int calls) {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return calls_ >= calls; });
@@ -280,7 +280,7 @@ private:
     std::thread::id thread_;
 };
 
-TEST_F(VirtualUsbTest, theProbersDelegateHearsOfCamerasThatComeAndGoOnAThreadOfItsOwn) {
+TEST_F(VirtualUsbTest, theProberReportsArrivalAndRemovalOnItsOwnThread) {
     CountingDelegate delegate;
     auto prober = backend.usb->initBusProber(2, &delegate);
     prober->refreshData(false);
@@ -294,7 +294,7 @@ TEST_F(VirtualUsbTest, theProbersDelegateHearsOfCamerasThatComeAndGoOnAThreadOfI
     EXPECT_EQ(delegate.calls(), 2);
 }
 
-TEST_F(VirtualUsbTest, aScanTellsTheDelegateOfAChangeOnlyWhenAsked) {
+TEST_F(VirtualUsbTest, aScanReportsAChangeOnlyIfAsked) {
     CountingDelegate delegate;
     auto prober = backend.usb->initBusProber(2, &delegate);
     prober->refreshData(false);

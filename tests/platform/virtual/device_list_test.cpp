@@ -24,7 +24,7 @@ TEST_F(VirtualCaptureTest, theSameDeviceIsTheSameObject) {
               platform->devicesWithMediaType(MediaType::video));
 }
 
-TEST_F(VirtualCaptureTest, observersHearOfArrivalAndRemovalOnTheMainQueue) {
+TEST_F(VirtualCaptureTest, reportsArrivalAndRemovalOnTheMainQueue) {
     const auto platform = makePlatform();
     DeviceObserver observer;
     platform->addObserver(&observer);
@@ -47,7 +47,7 @@ TEST_F(VirtualCaptureTest, observersHearOfArrivalAndRemovalOnTheMainQueue) {
     EXPECT_EQ(observer.events.size(), 2U);
 }
 
-TEST_F(VirtualCaptureTest, aCameraOutAndInAgainIsANewDevice) {
+TEST_F(VirtualCaptureTest, aRepluggedCameraIsANewDevice) {
     const auto platform = makePlatform();
     DeviceObserver observer;
     platform->addObserver(&observer);
@@ -60,7 +60,7 @@ TEST_F(VirtualCaptureTest, aCameraOutAndInAgainIsANewDevice) {
     EXPECT_EQ(platform->devicesWithMediaType(MediaType::video)[1]->uniqueID(), before->uniqueID());
 }
 
-TEST_F(VirtualCaptureTest, changesThatArriveAfterThePlatformIsGoneAreNobodys) {
+TEST_F(VirtualCaptureTest, changesAfterThePlatformIsGoneAreDropped) {
     auto platform = makePlatform();
     DeviceObserver observer;
     platform->addObserver(&observer);

@@ -1,2 +1,2 @@
 # SPDX-License-Identifier: MIT
-"""What the cases of the system test stand on.  Runs inside the guest."""
+"""Shared helpers of the system test's cases.  Runs inside the guest."""

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The control panel as a person sees it: a window on the screen, and a mouse."""
+"""Operates the control panel through its window on the screen and the mouse."""
 import os
 import subprocess
 import time
@@ -8,7 +8,7 @@ from rig.screen import xdotool
 from rig.waiting import TimedOut, wait_until
 
 WIDTH, HEIGHT = 1111, 660
-# What the cases look at, as (x, y, width, height) in the window, y downwards.
+# Areas of the window as (x, y, width, height), with y pointing down.
 BRIGHTNESS_TITLE = (60, 138, 360, 28)
 SLIDERS = {name: (60, 166 + 54 * row, 360, 16) for row, name in enumerate(
     ("brightness", "contrast", "saturation", "whiteBalance", "sharpness", "zoom", "tilt", "pan"))}
@@ -37,7 +37,7 @@ class Panel:
         return next((place for place, size in self._windows() if size == (WIDTH, HEIGHT)), None)
 
     def _windows(self):
-        """(place, size) of each window of the panel that can be seen."""
+        """(position, size) of each visible window of the panel."""
         try:
             windows = xdotool("search", "--onlyvisible", "--pid", self._process.pid).split()
         except subprocess.CalledProcessError:
@@ -47,12 +47,12 @@ class Panel:
             yield (int(words["X"]), int(words["Y"])), (int(words["WIDTH"]), int(words["HEIGHT"]))
 
     def alert(self):
-        """Place and size of the window that a message is shown in, or None."""
-        # Between the preview, which is a window of its own, and the tiny ones that Qt has for itself.
+        """Position and size of the message window, or None."""
+        # By size: smaller than the preview, which is a native window, and larger than Qt's tiny helper windows.
         return next(((place, size) for place, size in self._windows() if 20 < size[1] < PREVIEW[3]), None)
 
     def dismiss_alert(self):
-        """Clicks the message's only button, at its lower right."""
+        """Clicks the message's only button, in the lower right."""
         (x, y), (width, height) = self.alert()
         xdotool("mousemove", x + width - 80, y + height - 40, "click", 1)
         self.wait_for("the message to go away", lambda: not self.alert())
@@ -64,7 +64,7 @@ class Panel:
         return self._process.pid
 
     def quit(self):
-        """Asks it to end as a session manager would; returns its exit status."""
+        """Sends SIGTERM like a session manager; returns the exit status."""
         self._process.terminate()
         return self._process.wait(timeout=60)
 
@@ -73,13 +73,13 @@ class Panel:
         self._process.wait()
 
     def open_nodes(self):
-        """The video nodes that the panel has open, those that are gone included."""
+        """The video nodes that the panel has open, including deleted ones."""
         links = []
         for descriptor in os.listdir(f"/proc/{self._process.pid}/fd"):
             try:
                 links.append(os.readlink(f"/proc/{self._process.pid}/fd/{descriptor}"))
             except OSError:
-                pass  # closed while we looked
+                pass  # closed meanwhile
         return [link for link in links if link.startswith("/dev/video")]
 
     def log(self):
@@ -102,7 +102,7 @@ class Panel:
         return self._screen.bytes(*self.on_screen(rectangle))
 
     def controls_enabled(self):
-        """A title is white while its control can be used, and dark grey otherwise."""
+        """A title is white while its control is enabled, and dark grey otherwise."""
         return self._screen.brightest(*self.on_screen(BRIGHTNESS_TITLE)) > 150
 
     def camera_button_enabled(self, number):
@@ -123,7 +123,7 @@ class Panel:
         return self._screen.brightest(*self.on_screen(PREVIEW)) == 0
 
     def wait_for(self, what, condition, seconds=60):
-        """As wait_until, but keeps a picture of the screen where the wait was in vain."""
+        """Like wait_until, but saves a screenshot on timeout."""
         try:
             return wait_until(what, lambda: self._checked(condition), seconds)
         except TimedOut:
@@ -141,11 +141,11 @@ class Panel:
     # ---------------------------------------------------------------- acting
 
     def click(self, *rectangles):
-        """Clicks into the middle of each, one after another."""
+        """Clicks the centre of each rectangle in turn."""
         self._click([(x + width // 2, y + height // 2) for x, y, width, height in rectangles])
 
     def put_sliders(self, **parts):
-        """Clicks each named slider at a part of its way, 0 to 1."""
+        """Clicks each named slider at a fraction (0 to 1) of its range."""
         self._click([slider_point(SLIDERS[name], part) for name, part in parts.items()])
 
     def _click(self, points):
@@ -153,7 +153,7 @@ class Panel:
                   for word in ("mousemove", self._x + x, self._y + y, "click", 1)))
 
     def drag(self, start, end, steps=8):
-        """Presses the left button at one point of the window, moves to another, releases."""
+        """Drags with the left button from one point of the window to another."""
         (x0, y0), (x1, y1) = start, end
         words = ["mousemove", self._x + x0, self._y + y0, "mousedown", 1]
         for step in range(1, steps + 1):
@@ -164,12 +164,12 @@ class Panel:
     # ---------------------------------------------------------------- the process
 
     def expect_quiet(self):
-        """That no thread of the panel spins; for a panel that shows no camera."""
+        """Checks that no thread of the panel spins; only for a panel without a camera."""
         share = self.processor_share()
         assert share < 0.25, f"{share:.0%} of a processor"
 
     def processor_share(self, seconds=1.5):
-        """The part of one processor that the panel uses, measured over so many seconds."""
+        """The share of one processor that the panel uses, measured over this many seconds."""
         before = self._processor_time()
         started = time.monotonic()
         time.sleep(seconds)
@@ -182,7 +182,7 @@ class Panel:
 
 
 def slider_point(rectangle, part):
-    """Where the middle of the knob stands at a part of a slider's way, 0 to 1."""
+    """The centre of the knob at a fraction (0 to 1) of the slider's range."""
     x, y, width, height = rectangle
     knob = height / 2
     return round(x + knob + part * (width - height)), round(y + knob)

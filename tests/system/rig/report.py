@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Runs cases one after another and writes what came out, line by line, so that nothing is lost if the guest dies."""
+"""Runs cases in turn and writes each result immediately, so that nothing is lost if the guest dies."""
 import contextlib
 import time
 import traceback
@@ -24,18 +24,18 @@ class Report:
         except Skipped as reason:
             outcome = "skipped"
             print(reason)
-        except Exception:  # a case may fail in any way, and the next one runs all the same
+        except Exception:  # a case may fail in any way; continue with the next one
             outcome = "failed"
             traceback.print_exc()
         self._write(outcome, name, time.monotonic() - started)
 
     @contextlib.contextmanager
     def group(self, name):
-        """Around cases that share a stage; a stage that does not stand is a failure of its own."""
+        """Context of cases that share a stage; an error in its setup counts as a failed case."""
         self._group = name
         try:
             yield
-        except Exception:  # the next group runs all the same
+        except Exception:  # continue with the next group
             traceback.print_exc()
             self._write("failed", "stage", 0)
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A virtual X server whose pixels are read straight from its memory, and its mouse."""
+"""A virtual X server with its mouse; pixels are read directly from its memory."""
 import mmap
 import os
 import struct
@@ -19,7 +19,7 @@ class Screen:
         )
         os.close(write_end)
         with os.fdopen(read_end) as answer:
-            number = answer.readline().strip()  # comes once the server answers
+            number = answer.readline().strip()  # printed once the server is ready
         if not number:
             raise RuntimeError("Xvfb does not start")
         self.display = f":{number}"
@@ -61,7 +61,7 @@ class Screen:
             yield self._memory[at:at + 4 * width]
 
     def save(self, path):
-        """Writes the screen as a PNG file, for people to look at."""
+        """Writes the screen to a PNG file, for debugging."""
         lines = []
         for row in self._rows(0, 0, self.width, self.height):
             line = bytearray(3 * self.width)
@@ -78,6 +78,6 @@ class Screen:
 
 
 def xdotool(*arguments):
-    """Real input events, and questions to the window system."""
+    """Sends real input events and queries the window system."""
     words = [str(argument) for argument in arguments]
     return subprocess.run(["xdotool", *words], check=True, capture_output=True, text=True, timeout=60).stdout

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The server of virtual cameras, and the cable between it and the guest's kernel."""
+"""The server of virtual cameras, and its connection to the guest's kernel."""
 import os
 import pathlib
 import re
@@ -16,7 +16,7 @@ DRIVER = pathlib.Path("/sys/bus/usb/drivers/uvcvideo")
 
 
 class Request(typing.NamedTuple):
-    """One class request as the camera saw it."""
+    """One class request that the camera received."""
     camera: int
     request_type: int
     request: int
@@ -46,7 +46,7 @@ class Request(typing.NamedTuple):
 
 
 class VirtualCameras:
-    """`tavelo-virtual-camera`: the firmware's side of everything."""
+    """A running `tavelo-virtual-camera` with control over its firmware."""
 
     def __init__(self, programs, out, cameras=2, options=()):
         self._log = f"{out}/requests.log"
@@ -66,7 +66,7 @@ class VirtualCameras:
         return self._server.wait(timeout=60)
 
     def pause(self, seconds):
-        """Stops the cameras' own clockwork for a while; the frames of that time are never drawn."""
+        """Stops the server for a while; the frames of that time are never drawn."""
         self._server.send_signal(signal.SIGSTOP)
         try:
             time.sleep(seconds)
@@ -85,7 +85,7 @@ class VirtualCameras:
     # ---------------------------------------------------------------- the firmware
 
     def ask(self, *words):
-        """One order; returns the words of its answer."""
+        """Sends a command; returns the words of its answer."""
         order = " ".join(str(word) for word in words)
         with socket.socket(socket.AF_UNIX) as connection:
             connection.settimeout(60)
@@ -106,11 +106,11 @@ class VirtualCameras:
         return int(minimum), int(maximum)
 
     def streams(self, camera):
-        """What the camera streams, as in "YUYV 320x240", or nothing."""
+        """The camera's stream, such as "YUYV 320x240", or an empty result."""
         return " ".join(self.ask("status", camera)[1:])
 
     def requests(self, camera, **wanted):
-        """The class requests that a camera saw, the oldest first; fields of Request pick some."""
+        """The camera's class requests, oldest first, filtered by fields of Request."""
         with open(self._log, encoding="ascii") as file:
             requests = [Request.parse(line) for line in file if line.endswith("\n")]
         return [request for request in requests
@@ -119,7 +119,7 @@ class VirtualCameras:
     # ---------------------------------------------------------------- the cable
 
     def plug(self, camera):
-        """Attaches camera 1, 2, ... and returns its capture node once the device manager has made it."""
+        """Attaches camera 1, 2, ... and returns its capture node once the device manager has created it."""
         before = capture_nodes()
         subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
                        capture_output=True, timeout=120)
@@ -143,7 +143,7 @@ class VirtualCameras:
 
 
 def imported():
-    """(hub port, camera) of what is attached."""
+    """(hub port, camera) of each attached camera."""
     text = subprocess.run(["usbip", "port"], check=True, capture_output=True, text=True, timeout=60).stdout
     return re.findall(r"^Port (\d+):.*?usbip://[^\n]*/1-(\d+)$", text, re.MULTILINE | re.DOTALL)
 
@@ -153,17 +153,17 @@ def hub_port_of(camera):
 
 
 def usb_device_of(node):
-    """The USB device's folder of a video node."""
+    """The sysfs folder of a video node's USB device."""
     return pathlib.Path(f"/sys/class/video4linux/{pathlib.Path(node).name}/device").resolve().parent
 
 
 def unbind_driver(device):
-    """Takes a USB device's interfaces from the driver, one by one, as an administrator would."""
+    """Unbinds a USB device's interfaces from the driver, one by one, like an administrator."""
     for interface in (0, 1):
         try:
             (DRIVER / "unbind").write_text(f"{device.name}:1.{interface}")
         except OSError:
-            pass  # the driver let go of its own accord
+            pass  # the driver already released this interface
 
 
 def bind_driver(device):
@@ -179,12 +179,12 @@ def capture_nodes():
             if (folder / "index").read_text().strip() == "0" and os.path.exists(node):
                 found.add(node)
         except OSError:
-            pass  # it went while we looked
+            pass  # removed meanwhile
     return found
 
 
 def entities(node):
-    """(camera terminal, processing unit) as the descriptors of a node's device number them."""
+    """(camera terminal, processing unit): entity identifiers from the descriptors of a node's device."""
     data = (usb_device_of(node) / "descriptors").read_bytes()
     terminal = unit = at = 0
     while at + 2 < len(data) and data[at]:

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Waiting for conditions.  The guest is ten times slower than a real machine, so limits are generous."""
+"""Waiting for conditions.  The guest is ten times slower than a real machine, so timeouts are long."""
 import time
 
 
@@ -8,7 +8,7 @@ class TimedOut(AssertionError):
 
 
 def wait_until(what, condition, seconds=60, pause=0.05):
-    """Returns the condition's first result that counts as true."""
+    """Waits for the condition; returns its first true result."""
     end = time.monotonic() + seconds
     while True:
         result = condition()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Talks to a virtual camera as a host does.
+// Sends requests to a virtual camera like a host.
 #pragma once
 
 #include <cstdint>
@@ -48,7 +48,7 @@ public:
         return set(address, value, firmwareControl(address)->size);
     }
 
-    /// The reply as a number; sign-extended where the control has a sign.
+    /// The reply as a number; sign-extended if the control is signed.
     std::int64_t number(std::uint8_t request, ControlAddress address) {
         const UsbReply reply = get(request, address);
         std::uint64_t raw = littleEndian(reply.data);
@@ -58,7 +58,7 @@ public:
         return static_cast<std::int64_t>(raw);
     }
 
-    /// What the request error code control tells.
+    /// Reads the request error code control.
     std::uint8_t errorCode() {
         const UsbReply reply = firmware_.control(
             {uvc::classInterfaceIn, uvc::getCur, uvc::requestErrorCodeControl << 8, uvc::controlInterface, 1},

@@ -114,7 +114,7 @@ TEST_P(EachControl, isListedInTheMapOfItsEntity) {
     EXPECT_TRUE(firmware.listsControl(terminal ? model.terminalID : model.unitID, address.selector));
 }
 
-TEST_P(EachControl, isGoneWhereTheModelDoesNotListIt) {
+TEST_P(EachControl, isMissingIfTheModelDoesNotListIt) {
     VirtualCameraModel model = virtualCameraModel(1);
     const std::uint32_t bit = ~(1U << GetParam().mapBit);
     if (address.entity == ControlEntity::cameraTerminal)
@@ -164,7 +164,7 @@ TEST_P(EachGate, refusesTheManualControlWhileTheAutomaticIsOn) {
     EXPECT_EQ(client.errorCode(), uvc::errorNone);
 }
 
-TEST_P(EachGate, aHandOnTheKnobIsNotStopped) {
+TEST_P(EachGate, acceptsAKnobTurnedWhileTheAutomaticIsOn) {
     ASSERT_EQ(client.set(GetParam().automatic, GetParam().on).kind, done);
     const std::int64_t value = firmwareControl(GetParam().manual)->maximum;
     EXPECT_TRUE(firmware.setControlValue(GetParam().manual, value));

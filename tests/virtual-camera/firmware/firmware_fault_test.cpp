@@ -100,7 +100,7 @@ TEST_F(FaultTest, aDelayedAnswerIsRightAndLate) {
     EXPECT_EQ(firmware.controlValue(control::brightness), 7);
 }
 
-// Lets one thread ask for a control that is delayed without end while the test does something about it.
+// One thread reads a control with an endless delay while the test acts.
 class DelayTest : public FaultTest {
 protected:
     DelayTest() {

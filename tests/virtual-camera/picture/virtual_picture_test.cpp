@@ -50,7 +50,7 @@ double brightness(const Raster& raster) {
     return sum / static_cast<double>(raster.pixels.size());
 }
 
-// How hard the edges of the scene are, instruments left out.
+// Sharpness of the scene's edges, without the instruments.
 double edges(const Raster& raster) {
     double sum = 0;
     for (std::size_t y = raster.height / 3; y < raster.height * 3 / 4; ++y)
@@ -72,8 +72,8 @@ bool near(Pixel a, Pixel b) {
     return std::abs(a.red - b.red) <= 6 && std::abs(a.green - b.green) <= 6 && std::abs(a.blue - b.blue) <= 6;
 }
 
-// The share of a middle part of the picture (no instruments there) where `place` leads to the same colour in
-// the other.
+// The share of pixels in the middle of the picture (without instruments) that have the same colour in the
+// other picture at the position given by `place`.
 template <typename Place>
 double agreement(const Raster& moved, const Raster& still, Place&& place) {
     std::size_t same = 0;
@@ -228,12 +228,13 @@ TEST(VirtualPictureTest, rollTurnsTheSceneAndNotTheInstruments) {
 }
 
 TEST(VirtualPictureTest, rollingClockwiseLowersTheSceneOnTheLeft) {
-    // The shore is level at rest; the camera's right side goes down, so the picture's left side does too.
+    // The shore is level without roll.  The camera's right side goes down, so the picture's left side does
+    // too.
     const Raster rolled = shot(with([](auto& s) { s.roll = 10; }), 300);
     const auto skyHeight = [](const Raster& raster, std::size_t x) {
         std::size_t y = height / 8;
         while (y < height - 1 && raster.row(y)[x].red > 60)
-            ++y; // the forest is the first dark thing from above
+            ++y; // the forest is the first dark part from the top
         return y;
     };
     EXPECT_GT(skyHeight(rolled, width / 8), skyHeight(rolled, width * 5 / 8) + 20);
@@ -267,7 +268,7 @@ TEST(VirtualPictureTest, paddingBehindTheRowsIsNotTouched) {
             ASSERT_EQ(memory[y * stride + x], 0xA5);
 }
 
-TEST(VirtualPictureTest, drawsAtAnySizeEvenWhereTheInstrumentsDoNotFit) {
+TEST(VirtualPictureTest, drawsAtAnySizeEvenIfTheInstrumentsDoNotFit) {
     VirtualPicture picture(88);
     for (const auto& [w, h] :
          {std::pair<std::size_t, std::size_t>{1, 1}, {7, 3}, {3, 70}, {160, 2}, {33, 17}, {0, 9}}) {

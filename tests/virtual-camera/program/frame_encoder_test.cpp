@@ -27,7 +27,7 @@ struct Destroy {
     void operator()(void* handle) const { tjDestroy(handle); }
 };
 
-// Blue, green, red, alpha of the first pixel of a JPEG of the size expected; empty where it is none.
+// Blue, green, red and alpha of a JPEG's first pixel; empty if this is not a JPEG of the expected size.
 Bytes firstPixel(const Bytes& jpeg, int width, int height) {
     const std::unique_ptr<void, Destroy> turbo(tjInitDecompress());
     int gotWidth = 0;
@@ -45,7 +45,7 @@ Bytes firstPixel(const Bytes& jpeg, int width, int height) {
     return {bgra.begin(), bgra.begin() + 4};
 }
 
-TEST(FrameEncoder, YuyvIsLumaAndChromaInTheOrderOfItsName) {
+TEST(FrameEncoder, YuyvHasItsBytesInTheOrderYUYV) {
     FrameEncoder encoder(formatOf(StreamEncoding::yuyv, 16, 8));
     Bytes frame;
     ASSERT_TRUE(encoder.encode(plain(128, 0, 0, 255), frame)); // red
@@ -56,7 +56,7 @@ TEST(FrameEncoder, YuyvIsLumaAndChromaInTheOrderOfItsName) {
     EXPECT_NEAR(frame[3], 240, 2);
 }
 
-TEST(FrameEncoder, MjpegFramesAreWholePictures) {
+TEST(FrameEncoder, MjpegFramesAreCompletePictures) {
     FrameEncoder encoder(formatOf(StreamEncoding::mjpeg, 64, 48));
     Bytes frame;
     ASSERT_TRUE(encoder.encode(plain(3072, 200, 100, 50), frame));

@@ -32,7 +32,7 @@ public:
         return ::send(socket_.get(), text.data(), text.size(), MSG_NOSIGNAL) ==
                static_cast<ssize_t>(text.size());
     }
-    // Up to a line break; what came where the connection ended before.
+    // Reads up to a line break, or up to the end of the connection.
     std::string line() const {
         std::string text;
         char letter = 0;
@@ -82,7 +82,7 @@ TEST_F(LineServerTest, AnswersEachLineWithALine) {
     EXPECT_EQ(client.line(), "[two]");
 }
 
-TEST_F(LineServerTest, PutsALineTogetherThatComesInPieces) {
+TEST_F(LineServerTest, JoinsALineThatArrivesInPieces) {
     const auto server = listen();
     const Client client(path_);
     client.send("on");
@@ -90,7 +90,7 @@ TEST_F(LineServerTest, PutsALineTogetherThatComesInPieces) {
     EXPECT_EQ(client.line(), "[one]");
 }
 
-TEST_F(LineServerTest, AClientThatSaysNothingDoesNotHoldUpTheOthers) {
+TEST_F(LineServerTest, ASilentClientDoesNotBlockTheOthers) {
     const auto server = listen();
     const Client silent(path_);
     silent.send("half a li");
@@ -99,7 +99,7 @@ TEST_F(LineServerTest, AClientThatSaysNothingDoesNotHoldUpTheOthers) {
     EXPECT_EQ(client.line(), "[one]");
 }
 
-TEST_F(LineServerTest, ALineWithoutEndIsNotHoarded) {
+TEST_F(LineServerTest, AnEndlessLineIsNotBuffered) {
     const auto server = listen();
     const Client client(path_);
     const std::string piece(1000, 'x');
@@ -111,7 +111,7 @@ TEST_F(LineServerTest, ALineWithoutEndIsNotHoarded) {
     EXPECT_EQ(other.line(), "[one]");
 }
 
-TEST_F(LineServerTest, AClientThatReadsNoAnswersIsDropped) {
+TEST_F(LineServerTest, DropsAClientThatReadsNoAnswers) {
     const auto server = listen([](std::string_view) { return std::string(1 << 20, 'x'); });
     const Client client(path_);
     client.send("one\n");
@@ -148,7 +148,7 @@ TEST_F(LineServerTest, TheSocketOfARunThatCrashedIsReplaced) {
     EXPECT_TRUE(Client(path_).connected());
 }
 
-TEST_F(LineServerTest, AFileInTheWayIsLeftAlone) {
+TEST_F(LineServerTest, DoesNotReplaceAFileAtTheSocketsPath) {
     std::ofstream(path_) << "mine";
     EXPECT_FALSE(listen());
     EXPECT_FALSE(error_.text.empty());

@@ -45,19 +45,19 @@ TEST(VirtualCameraOptions, TakesEveryOption) {
     EXPECT_NE(models[0].unitID, models[1].unitID);
 }
 
-TEST(VirtualCameraOptions, AFormatsCaseDoesNotMatter) {
+TEST(VirtualCameraOptions, FormatsAreCaseInsensitive) {
     EXPECT_EQ(parsed({"--format", "yuyv"}).encoding, StreamEncoding::yuyv);
     EXPECT_EQ(parsed({"--format", "MJPG"}).encoding, StreamEncoding::mjpeg);
 }
 
-TEST(VirtualCameraOptions, HelpIsNoError) {
+TEST(VirtualCameraOptions, HelpIsNotAnError) {
     const Message message = std::get<Message>(parse({"--help"}));
     EXPECT_EQ(message.exitStatus, 0);
     for (const char* option : {"--port", "--cameras", "--bulk", "--format", "--log", "--control"})
         EXPECT_THAT(message.text, HasSubstr(option));
 }
 
-TEST(VirtualCameraOptions, AMistakeIsNamedAndTheUsageShown) {
+TEST(VirtualCameraOptions, ErrorsNameTheMistakeAndShowTheUsage) {
     const std::vector<std::vector<const char*>> mistakes{
         {"--nothing"},   {"word"},           {"--port"},         {"--port", "70000"},
         {"--port", "x"}, {"--cameras", "0"}, {"--cameras", "9"}, {"--format", "H264"},

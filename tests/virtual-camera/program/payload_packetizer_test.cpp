@@ -28,7 +28,7 @@ Bytes next(PayloadPacketizer& packetizer, std::size_t room) {
     return packet;
 }
 
-// What is left of the frame, as packets.
+// The rest of the frame as packets.
 std::vector<Bytes> all(PayloadPacketizer& packetizer, std::size_t room) {
     std::vector<Bytes> packets;
     while (!packetizer.finished())
@@ -36,7 +36,7 @@ std::vector<Bytes> all(PayloadPacketizer& packetizer, std::size_t room) {
     return packets;
 }
 
-// As a host puts payloads together on an isochronous endpoint: each packet has a header.
+// Joins the payloads like a host on an isochronous endpoint, where each packet has a header.
 Bytes joined(const std::vector<Bytes>& payloads) {
     Bytes frame;
     for (const Bytes& payload : payloads)
@@ -58,7 +58,7 @@ TEST(PayloadPacketizer, IsochronousPacketsCarryTheWholeFrame) {
     EXPECT_EQ(joined(packets), frame);
 }
 
-TEST(PayloadPacketizer, NoPacketIsLongerThanWhatWasAgreedOn) {
+TEST(PayloadPacketizer, NoPacketIsLongerThanNegotiated) {
     const Bytes frame = numberedFrame(1000);
     PayloadPacketizer packetizer(StreamTransport::isochronous, 100);
     packetizer.begin(frame, 0);
@@ -66,7 +66,7 @@ TEST(PayloadPacketizer, NoPacketIsLongerThanWhatWasAgreedOn) {
         EXPECT_LE(packet.size(), 100U);
 }
 
-TEST(PayloadPacketizer, OnlyTheLastPayloadOfAFrameEndsIt) {
+TEST(PayloadPacketizer, OnlyTheLastPayloadHasTheEndOfFrameBit) {
     const Bytes frame = numberedFrame(500);
     PayloadPacketizer packetizer(StreamTransport::isochronous, 192);
     packetizer.begin(frame, 0);
@@ -93,13 +93,13 @@ TEST(PayloadPacketizer, TheFrameIdentifierTogglesFromFrameToFrame) {
     EXPECT_EQ(identifiers[1], identifiers[3]);
 }
 
-TEST(PayloadPacketizer, EveryPayloadOfAFrameTellsWhenItWasTaken) {
+TEST(PayloadPacketizer, EveryPayloadCarriesTheTimeOfItsFrame) {
     const Bytes frame = numberedFrame(500);
     PayloadPacketizer packetizer(StreamTransport::isochronous, 192);
     packetizer.begin(frame, 0x04030201);
     for (const Bytes& packet : all(packetizer, 192)) {
         EXPECT_EQ(packet[0], header);
-        EXPECT_EQ(packet[1] & 0x84, 0x84); // end of header, presentation time
+        EXPECT_EQ(packet[1] & 0x84, 0x84); // the end-of-header and presentation-time bits
         EXPECT_THAT(Bytes(packet.begin() + 2, packet.begin() + 6), testing::ElementsAre(1, 2, 3, 4));
     }
 }
@@ -120,7 +120,7 @@ TEST(PayloadPacketizer, ABulkPayloadFillsSeveralPacketsBehindOneHeader) {
     const auto packets = all(packetizer, 512);
     ASSERT_EQ(packets.size(), 2U);
     EXPECT_EQ(packets[0].size(), 512U);
-    EXPECT_EQ(packets[1].size(), 1000U + header - 512U); // short: the payload's end
+    EXPECT_EQ(packets[1].size(), 1000U + header - 512U); // a short packet ends the payload
     Bytes payload = packets[0];
     payload.insert(payload.end(), packets[1].begin(), packets[1].end());
     EXPECT_EQ(joined({payload}), frame);
@@ -160,7 +160,7 @@ TEST(PayloadPacketizer, ABulkHeaderMayBeSpreadOverTinyPackets) {
     EXPECT_EQ(joined({payload}), frame);
 }
 
-TEST(PayloadPacketizer, ANewFrameEndsTheOneBefore) {
+TEST(PayloadPacketizer, ANewFrameReplacesTheUnsentRestOfTheOldOne) {
     const Bytes first(500, 1);
     const Bytes second(100, 2);
     for (const StreamTransport transport : {StreamTransport::isochronous, StreamTransport::bulk}) {

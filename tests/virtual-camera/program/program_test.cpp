@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The program tavelo-virtual-camera as a whole.
+// Runs the whole program tavelo-virtual-camera.
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <spawn.h>
@@ -20,7 +20,7 @@ namespace {
 
 class Program {
 public:
-    // Its standard output and standard error come through one pipe.
+    // Reads its standard output and standard error through one pipe.
     explicit Program(std::vector<std::string> arguments) {
         std::array<int, 2> ends{-1, -1};
         EXPECT_EQ(::pipe(ends.data()), 0);
@@ -60,7 +60,7 @@ public:
 
     void terminate() const { ::kill(process_, SIGTERM); }
 
-    // Waits for its end; nothing where a signal ended it.
+    // Waits for it to exit; empty if a signal ended it.
     std::optional<int> status() {
         int status = 0;
         ::waitpid(process_, &status, 0);
@@ -93,7 +93,7 @@ TEST(VirtualCameraProgram, ServesUntilItIsTerminatedAndLeavesNothingBehind) {
     std::filesystem::remove_all(folder);
 }
 
-TEST(VirtualCameraProgram, EndsWithStatus1WhereThePortIsInUse) {
+TEST(VirtualCameraProgram, ExitsWithStatus1IfThePortIsInUse) {
     Error error;
     const FileDescriptor taken = listenOnLoopback(0, error);
     Program program({"--port", std::to_string(localPort(taken))});
@@ -101,19 +101,19 @@ TEST(VirtualCameraProgram, EndsWithStatus1WhereThePortIsInUse) {
     EXPECT_EQ(program.status(), 1);
 }
 
-TEST(VirtualCameraProgram, EndsWithStatus1WhereItsLogCannotBeWritten) {
+TEST(VirtualCameraProgram, ExitsWithStatus1IfItsLogCannotBeWritten) {
     Program program({"--port", "0", "--log", "/nowhere/at/all"});
     EXPECT_EQ(program.line(), "tavelo-virtual-camera: cannot write /nowhere/at/all");
     EXPECT_EQ(program.status(), 1);
 }
 
-TEST(VirtualCameraProgram, EndsWithStatus2ForAnUnknownOption) {
+TEST(VirtualCameraProgram, ExitsWithStatus2ForAnUnknownOption) {
     Program program({"--nothing"});
     EXPECT_THAT(program.line(), testing::HasSubstr("--nothing"));
     EXPECT_EQ(program.status(), 2);
 }
 
-TEST(VirtualCameraProgram, HelpEndsWithStatus0) {
+TEST(VirtualCameraProgram, HelpExitsWithStatus0) {
     Program program({"--help"});
     EXPECT_EQ(program.status(), 0);
 }

@@ -25,7 +25,7 @@ protected:
 
     std::string ask(std::string_view line) { return commands_->execute(line); }
 
-    // A class request to the camera's processing unit, as a host makes it.
+    // A host's class request to the camera's processing unit.
     UsbReply request(int camera, std::uint8_t bRequest, std::uint8_t selector, const Bytes& out = {}) {
         const auto firmware = rack_->camera(camera);
         UsbSetup setup;
@@ -47,14 +47,14 @@ constexpr std::uint8_t getCur = 0x81;
 constexpr std::uint8_t brightness = 2;
 constexpr std::uint8_t contrast = 3;
 
-TEST_F(RackCommandsTest, GetTellsWhatTheHostHasWritten) {
+TEST_F(RackCommandsTest, GetReturnsTheValueWrittenByTheHost) {
     EXPECT_EQ(ask("get 1 brightness"), "ok 0");
     request(1, setCur, brightness, {0xF6, 0xFF});
     EXPECT_EQ(ask("get 1 brightness"), "ok -10");
     EXPECT_EQ(ask("get 2 brightness"), "ok 0");
 }
 
-TEST_F(RackCommandsTest, SetTurnsAKnobThatTheHostThenReads) {
+TEST_F(RackCommandsTest, SetChangesTheValueThatTheHostReads) {
     EXPECT_EQ(ask("set 1 brightness 7"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).data, (Bytes{7, 0}));
 }
@@ -83,13 +83,13 @@ TEST_F(RackCommandsTest, StallRefusesWithItsErrorCode) {
     EXPECT_EQ(request(2, getCur, brightness).kind, UsbReplyKind::done);
 }
 
-TEST_F(RackCommandsTest, StallMayConcernWritesOnly) {
+TEST_F(RackCommandsTest, StallCanBeLimitedToWrites) {
     EXPECT_EQ(ask("stall 1 brightness writes"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::done);
     EXPECT_EQ(request(1, setCur, brightness, {1, 0}).kind, UsbReplyKind::stall);
 }
 
-TEST_F(RackCommandsTest, StallMayConcernReadsOnly) {
+TEST_F(RackCommandsTest, StallCanBeLimitedToReads) {
     EXPECT_EQ(ask("stall 1 brightness reads 4"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::stall);
     EXPECT_EQ(request(1, setCur, brightness, {1, 0}).kind, UsbReplyKind::done);
@@ -100,7 +100,7 @@ TEST_F(RackCommandsTest, SilenceLeavesARequestUnanswered) {
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::silence);
 }
 
-TEST_F(RackCommandsTest, ShortCutsWhatAReadDelivers) {
+TEST_F(RackCommandsTest, ShortTruncatesReads) {
     EXPECT_EQ(ask("short 1 brightness 1"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).data.size(), 1U);
 }
@@ -119,7 +119,7 @@ TEST_F(RackCommandsTest, ClearEndsAllFaults) {
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::done);
 }
 
-TEST_F(RackCommandsTest, ACameraVanishesOnceAndIsPluggedInOnce) {
+TEST_F(RackCommandsTest, VanishingOrPluggingInTwiceIsAnError) {
     EXPECT_EQ(ask("status 1"), "ok free");
     EXPECT_EQ(ask("vanish 1"), "ok");
     EXPECT_EQ(ask("status 1"), "ok gone");
@@ -130,7 +130,7 @@ TEST_F(RackCommandsTest, ACameraVanishesOnceAndIsPluggedInOnce) {
     EXPECT_EQ(ask("get 1 brightness"), "ok 0");
 }
 
-TEST_F(RackCommandsTest, StatusTellsOfTheHostAndTheStream) {
+TEST_F(RackCommandsTest, StatusReportsTheHostAndTheStream) {
     UsbipClient client(server_->port());
     ASSERT_EQ(client.import("1-2"), 0U);
     EXPECT_EQ(ask("status 2"), "ok attached");
@@ -140,7 +140,7 @@ TEST_F(RackCommandsTest, StatusTellsOfTheHostAndTheStream) {
     EXPECT_EQ(ask("status 2"), "ok attached YUYV 640x480");
 }
 
-TEST_F(RackCommandsTest, OrdersThatMakeNoSenseAreAnsweredWithTheReason) {
+TEST_F(RackCommandsTest, InvalidCommandsAreAnsweredWithTheReason) {
     for (const char* line : {"",
                              "  ",
                              "get",

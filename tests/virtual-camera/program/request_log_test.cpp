@@ -18,12 +18,12 @@ TEST(RequestLog, ALineHasTheRequestFieldByField) {
               "1 21 01 0200 0500 2 f6ff ok");
 }
 
-TEST(RequestLog, ARefusedRequestTellsItsErrorCode) {
+TEST(RequestLog, ARefusedRequestHasItsErrorCode) {
     EXPECT_EQ(describeRequest(2, {{0xA1, 0x81, 0x0200, 0x0500, 34}, {}, UsbReplyKind::stall, 6}),
               "2 a1 81 0200 0500 34 - stall:6");
 }
 
-TEST(RequestLog, ARequestWithoutAnswerIsSilence) {
+TEST(RequestLog, ARequestWithoutAnswerIsLoggedAsSilence) {
     EXPECT_EQ(describeRequest(1, {writeBrightness, {1, 0}, UsbReplyKind::silence, 0}),
               "1 21 01 0200 0500 2 0100 silence");
 }
@@ -49,7 +49,7 @@ protected:
     std::filesystem::path path_;
 };
 
-TEST_F(RequestLogFileTest, AClassRequestIsInTheFileWhenItIsAnsweredAndAStandardOneIsNot) {
+TEST_F(RequestLogFileTest, LogsAnsweredClassRequestsButNoStandardRequests) {
     Error error;
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;
@@ -75,7 +75,7 @@ TEST_F(RequestLogFileTest, LinesOfAnEarlierRunAreKept) {
     EXPECT_EQ(lines().size(), 2U);
 }
 
-TEST_F(RequestLogFileTest, AFileThatCannotBeWrittenIsTold) {
+TEST_F(RequestLogFileTest, ReportsAFileThatCannotBeWritten) {
     EXPECT_FALSE(RequestLog((folder_ / "missing" / "log").string()).isOpen());
 }
 

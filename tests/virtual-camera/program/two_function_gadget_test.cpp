@@ -32,7 +32,7 @@ protected:
     TwoFunctionGadget gadget{first, second};
 };
 
-TEST_F(TwoFunctions, StandOneBehindTheOtherInOneConfiguration) {
+TEST_F(TwoFunctions, FollowEachOtherInOneConfiguration) {
     const Bytes whole = gadget.control({0x80, uvc::getDescriptor, 0x0200, 0, 0xFFFF}, {}).data;
     EXPECT_EQ(whole, Bytes(gadget.configurationDescriptor().begin(), gadget.configurationDescriptor().end()));
     EXPECT_EQ(whole.size(), std::size_t(whole[2] | whole[3] << 8));
@@ -47,7 +47,7 @@ TEST_F(TwoFunctions, StandOneBehindTheOtherInOneConfiguration) {
     }
 }
 
-TEST_F(TwoFunctions, HaveEachTheirOwnValues) {
+TEST_F(TwoFunctions, HaveSeparateValues) {
     EXPECT_EQ(brightness(*first, uvc::setCur, {7, 0}).kind, UsbReplyKind::done);
     EXPECT_EQ(brightness(*second, uvc::setCur, {9, 0}).kind, UsbReplyKind::done);
     EXPECT_EQ(brightness(*first, uvc::getCur).data, (Bytes{7, 0}));
@@ -60,7 +60,7 @@ TEST_F(TwoFunctions, HaveEachTheirOwnValues) {
     EXPECT_EQ(brightness(*first, uvc::getCur).kind, UsbReplyKind::done);
 }
 
-TEST_F(TwoFunctions, HaveEachTheirOwnSetting) {
+TEST_F(TwoFunctions, HaveSeparateAlternateSettings) {
     EXPECT_EQ(setInterface(3, 2).kind, UsbReplyKind::done);
     EXPECT_EQ(first->alternateSetting(), 0);
     EXPECT_EQ(second->alternateSetting(), 2);
@@ -69,7 +69,7 @@ TEST_F(TwoFunctions, HaveEachTheirOwnSetting) {
     EXPECT_EQ(second->alternateSetting(), 0);
 }
 
-TEST(TwoFunctionRack, PlugsAndPullsBothAtOnce) {
+TEST(TwoFunctionRack, PlugsAndUnplugsBothTogether) {
     Error error;
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;

@@ -39,7 +39,7 @@ void numberInto(std::uint64_t number, Bytes& frame) {
     frame.assign(200, static_cast<std::uint8_t>(number));
 }
 
-TEST(UvcStream, DeliversWholeFramesInTheirOrder) {
+TEST(UvcStream, DeliversCompleteFramesInOrder) {
     UvcStream stream(formatWithInterval(2ms), StreamTransport::isochronous, numberInto);
     int previous = -1;
     for (int i = 0; i < 10; ++i) {
@@ -51,7 +51,7 @@ TEST(UvcStream, DeliversWholeFramesInTheirOrder) {
     }
 }
 
-TEST(UvcStream, FramesComeNoFasterThanTheirInterval) {
+TEST(UvcStream, FramesAreNoFasterThanTheirInterval) {
     const auto begin = std::chrono::steady_clock::now();
     UvcStream stream(formatWithInterval(20ms), StreamTransport::isochronous, numberInto);
     for (int i = 0; i < 5; ++i)
@@ -66,7 +66,7 @@ TEST(UvcStream, HasNothingToSendBetweenFrames) {
     EXPECT_FALSE(stream.packet(packet));
 }
 
-TEST(UvcStream, NumbersFramesByTheTimeWhereMakingThemIsSlow) {
+TEST(UvcStream, NumbersFramesByTimeIfDrawingIsSlow) {
     UvcStream stream(formatWithInterval(1ms), StreamTransport::isochronous,
                      [](std::uint64_t number, Bytes& frame) {
                          const auto end = std::chrono::steady_clock::now() + 10ms;
@@ -79,7 +79,7 @@ TEST(UvcStream, NumbersFramesByTheTimeWhereMakingThemIsSlow) {
     EXPECT_GE(second - first, 9);
 }
 
-TEST(UvcStream, MakesOneFrameAheadAndThenWaitsForTheBus) {
+TEST(UvcStream, DrawsOneFrameAheadAndThenWaitsForTheBus) {
     std::atomic<int> made{0};
     UvcStream stream(formatWithInterval(1ms), StreamTransport::isochronous,
                      [&](std::uint64_t number, Bytes& frame) {
@@ -88,11 +88,11 @@ TEST(UvcStream, MakesOneFrameAheadAndThenWaitsForTheBus) {
                      });
     nextFrame(stream);
     nextFrame(stream);
-    // Two are out and one is ready at the most.
+    // At most two have been sent and one is ready.
     EXPECT_LE(made, 3);
 }
 
-TEST(UvcStream, AFrameThatCouldNotBeMadeIsLeftOut) {
+TEST(UvcStream, SkipsAFrameThatCannotBeEncoded) {
     UvcStream stream(formatWithInterval(1ms), StreamTransport::isochronous,
                      [](std::uint64_t number, Bytes& frame) {
                          numberInto(number, frame);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A virtual camera as a host sees it on the bus: enumeration, negotiation, streams.
+// A virtual camera seen from the host: enumeration, negotiation, streams.
 #include <gmock/gmock.h>
 
 #include <memory>
@@ -19,7 +19,7 @@ using testing::ElementsAre;
 constexpr std::size_t width = 320;
 constexpr std::size_t height = 240;
 constexpr std::size_t frameSize = 2 * width * height;
-constexpr std::uint8_t alternateSetting = 4; // twice 1024 bytes a microframe
+constexpr std::uint8_t alternateSetting = 4; // 2 x 1024 bytes per microframe
 constexpr std::uint32_t microframeBytes = 1024;
 
 class VirtualCameraUsbTest : public testing::TestWithParam<StreamTransport> {
@@ -42,7 +42,7 @@ protected:
 
     bool bulk() const { return GetParam() == StreamTransport::bulk; }
 
-    // Agrees on format and frame by their index and starts the stream.
+    // Negotiates format and frame by index and starts the stream.
     void start(std::uint8_t format, std::uint8_t frame) {
         Bytes probe(34);
         probe[2] = format;
@@ -61,7 +61,7 @@ protected:
         ASSERT_EQ(reply->status, 0);
     }
 
-    // The payloads of the next transfer.
+    // Returns the payloads of the next transfer.
     std::vector<Bytes> nextPayloads() {
         if (bulk()) {
             client_->submitIn(1, 32768);
@@ -79,7 +79,7 @@ protected:
         return payloads;
     }
 
-    // The next whole frame: from the first payload after an end of frame to the next end.
+    // The next complete frame: from the first payload after an end of frame to the next end of frame.
     Bytes nextFrame() {
         Bytes frame;
         while (true)
@@ -145,7 +145,7 @@ TEST_P(VirtualCameraUsbTest, ThePictureFollowsAControl) {
     const std::size_t inside = VirtualPicture::patchSide(height) / 2;
     const int before = yuv(nextFrame(), inside, inside)[0];
     rack_->camera(1)->setControlValue(control::brightness, -64);
-    nextFrame(); // one may have been made before
+    nextFrame(); // this one may have been drawn before the change
     nextFrame();
     EXPECT_LT(yuv(nextFrame(), inside, inside)[0], before - 20);
 }
@@ -174,10 +174,10 @@ TEST_P(VirtualCameraUsbTest, AStreamStartedAgainBeginsWithTheFirstByteOfAFrame) 
         first = nextPayloads();
         std::erase_if(first, [](const Bytes& payload) { return payload.empty(); });
     }
-    EXPECT_GT(first[0].at(first[0][0] + 3U), 180) << "the red corner comes first";
+    EXPECT_GT(first[0].at(first[0][0] + 3U), 180) << "the frame starts with the red corner";
 }
 
-TEST_P(VirtualCameraUsbTest, AClientThatGoesEndsTheStream) {
+TEST_P(VirtualCameraUsbTest, AClientThatDisconnectsEndsTheStream) {
     start(1, 2);
     nextFrame();
     client_.reset();
@@ -206,7 +206,7 @@ TEST_P(VirtualCameraUsbTest, ACameraThatVanishesWhileItDelaysAnAnswerEndsTheConn
     EXPECT_TRUE(client_->ends());
 }
 
-TEST_P(VirtualCameraUsbTest, ACameraPutBackIsAsNew) {
+TEST_P(VirtualCameraUsbTest, APluggedInCameraHasItsDefaults) {
     rack_->camera(1)->setControlValue(control::brightness, 33);
     rack_->vanish(1);
     EXPECT_TRUE(rack_->plug(1));

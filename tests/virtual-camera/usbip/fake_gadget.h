@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A USB device that does what a test tells it.
+// A fake USB device controlled by the test.
 #pragma once
 
 #include <algorithm>
@@ -15,8 +15,8 @@
 
 namespace tavelo::test {
 
-/// One interface with an isochronous endpoint 0x81 (packets of 64 bytes, one a microframe), a bulk endpoint
-/// 0x82 (packets of 512) and an interrupt endpoint 0x83 (packets of 16, asked every 2 ms).
+/// One interface with an isochronous endpoint 0x81 (64-byte packets, one per microframe), a bulk endpoint
+/// 0x82 (512-byte packets) and an interrupt endpoint 0x83 (16-byte packets, polled every 2 ms).
 class FakeGadget : public UsbGadget {
 public:
     using Packet = std::vector<std::uint8_t>;
@@ -44,7 +44,7 @@ public:
         return next.size();
     }
 
-    /// What an endpoint sends next, after all that waits.
+    /// Appends a packet to an endpoint's queue.
     void queue(std::uint8_t endpoint, Packet packet) {
         const std::scoped_lock lock(mutex_);
         packets_[endpoint].push_back(std::move(packet));

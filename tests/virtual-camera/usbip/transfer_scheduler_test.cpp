@@ -26,7 +26,7 @@ constexpr std::int32_t stalled = -32;
 constexpr std::int32_t invalid = -22;
 constexpr std::int32_t unlinked = -104;
 
-// Transfers as a client sees them, through a server and a real connection.
+// Transfers seen by a client through a server and a real connection.
 class TransferSchedulerTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -42,7 +42,7 @@ protected:
         ASSERT_EQ(client_->import("1-1"), 0U);
     }
 
-    // An isochronous transfer of so many microframes, to let that time pass.
+    // Lets time pass with an isochronous transfer of this many microframes.
     void letTimePass(std::uint32_t microframes) {
         client_->submitIso(isochronous, std::vector<std::uint32_t>(microframes, 64));
         ASSERT_TRUE(client_->reply());
@@ -187,7 +187,7 @@ TEST_F(TransferSchedulerTest, EveryTransferIsAnsweredOnceHoweverItsUnlinkRaces) 
         std::vector<std::uint32_t> group(5);
         for (std::uint32_t& each : group)
             each = client_->submitIso(isochronous, {64, 64});
-        // The last first, so that some wait, some are under way and some are done.
+        // Last first, so that some are waiting, some running and some done.
         for (; !group.empty(); group.pop_back())
             targets[client_->unlink(group.back())] = group.back();
     }
@@ -201,7 +201,7 @@ TEST_F(TransferSchedulerTest, EveryTransferIsAnsweredOnceHoweverItsUnlinkRaces) 
         }
         ++unlinks;
         const std::uint32_t target = targets.at(reply->sequence);
-        // Completed: its answer came before.  Taken back: none came, and none may follow.
+        // Completed: its answer came before.  Unlinked: no answer came, and none may follow.
         EXPECT_EQ(completed.contains(target), reply->status == 0) << target;
         if (reply->status != 0) {
             EXPECT_EQ(reply->status, unlinked);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A USB/IP client for tests, written from the protocol's description alone: it shares no code with the
-// server.
+// A USB/IP client for tests.  Shares no code with the server, so that errors do not cancel out.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +35,7 @@ struct UrbReply {
     std::vector<PacketReply> packets;
 };
 
-/// Thread-bound.  No call waits longer than ten seconds.
+/// Not thread-safe.  Calls time out after ten seconds.
 class UsbipClient {
 public:
     explicit UsbipClient(std::uint16_t port);
@@ -45,18 +44,18 @@ public:
     UsbipClient(const UsbipClient&) = delete;
     UsbipClient& operator=(const UsbipClient&) = delete;
 
-    /// False where the server has closed the connection.
+    /// False if the server has closed the connection.
     bool send(const Bytes& bytes);
-    /// Fewer bytes where the connection ended.
+    /// Returns fewer bytes if the connection ended.
     Bytes receive(std::size_t count);
-    /// Whether the server ends the connection; bytes still to come are skipped.
+    /// Waits for the server to close the connection, and skips remaining bytes.
     bool ends();
-    /// Tells the server that nothing more will come.
+    /// Shuts down the sending side.
     void finishSending();
     void close();
 
     Bytes requestDeviceList();
-    /// The status; the description follows in `device` where it is 0.
+    /// The status; if it is 0, `device` gets the device's description.
     std::optional<std::uint32_t> import(const std::string& busId, Bytes* device = nullptr);
 
     /// Each returns the sequence number.
@@ -65,12 +64,12 @@ public:
     std::uint32_t submitIso(std::uint8_t endpoint, const std::vector<std::uint32_t>& packetLengths);
     std::uint32_t unlink(std::uint32_t target);
 
-    /// The next answer; nothing where the connection ended.
+    /// The next answer; empty if the connection ended.
     std::optional<UrbReply> reply();
-    /// A control transfer from end to end.
+    /// A complete control transfer.
     std::optional<UrbReply> control(const Bytes& setup, const Bytes& out = {});
 
-    /// The bytes of a submit command, for tests that bend them.
+    /// The bytes of a submit command, for tests that modify them.
     Bytes submitHeader(std::uint32_t sequence, bool in, std::uint32_t endpoint, std::uint32_t length,
                        std::uint32_t packets, const Bytes& setup) const;
 

@@ -25,7 +25,7 @@ protected:
         server_->plug("1-2", std::make_shared<FakeGadget>());
     }
 
-    // Whatever the client did, the server serves on and the device can be had again.
+    // Afterwards the server must still work and the device must be free again.
     void TearDown() override {
         UsbipClient other(server_->port());
         ASSERT_EQ(other.import("1-2"), 0U);
@@ -135,7 +135,7 @@ TEST_F(UsbipHostileClientTest, ASequenceNumberThatStillWaitsEndsTheConnection) {
     EXPECT_TRUE(client->ends());
 }
 
-TEST_F(UsbipHostileClientTest, TransfersWithoutEndAreNotHoarded) {
+TEST_F(UsbipHostileClientTest, LimitsTheNumberOfPendingTransfers) {
     const auto client = attach();
     bool taken = true;
     for (int i = 0; taken && i < 100'000; ++i)
@@ -143,7 +143,7 @@ TEST_F(UsbipHostileClientTest, TransfersWithoutEndAreNotHoarded) {
     EXPECT_TRUE(client->ends());
 }
 
-TEST_F(UsbipHostileClientTest, TakingBackWhatNeverWasIsAnswered) {
+TEST_F(UsbipHostileClientTest, UnlinkingAnUnknownTransferIsAnswered) {
     const auto client = attach();
     client->unlink(12345);
     EXPECT_EQ(client->reply()->status, 0);
@@ -159,7 +159,7 @@ TEST_F(UsbipHostileClientTest, RandomBytesNeverStopTheServer) {
         Bytes bytes(std::size_t{48} * 4);
         for (std::uint8_t& each : bytes)
             each = static_cast<std::uint8_t>(byte(random));
-        // Fields that make most garbage fail at the first look get likely values half the time.
+        // Half of the time, use plausible values for the fields that would otherwise be rejected first.
         for (std::size_t at = 0; round % 2 == 0 && at < bytes.size(); at += 48)
             for (const std::size_t field : {0U, 12U, 16U, 24U, 32U}) {
                 std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(at + field), 3, std::uint8_t{0});

@@ -42,7 +42,7 @@ protected:
     std::unique_ptr<UsbipServer> server_;
 };
 
-TEST_F(UsbipServerTest, ListsNothingWhereNothingIsPluggedIn) {
+TEST_F(UsbipServerTest, ListsNothingIfNothingIsPluggedIn) {
     EXPECT_THAT(UsbipClient(server_->port()).requestDeviceList(),
                 ElementsAre(0x01, 0x11, 0x00, 0x05, 0, 0, 0, 0, 0, 0, 0, 0));
 }
@@ -206,7 +206,7 @@ TEST_F(UsbipServerTest, ATransferTakenBackWhileTheDeviceIsBusyWithItIsAnsweredOn
     client->unlink(slow);
     EXPECT_EQ(client->reply()->status, unlinked);
     mayEnd.set_value();
-    // What comes next is the answer to the next transfer, not to the one taken back.
+    // The next answer belongs to the next transfer, not to the unlinked one.
     EXPECT_EQ(client->control({0xA1, 0x81, 2, 0, 0, 5, 2, 0})->command, 3U);
 }
 
@@ -266,7 +266,7 @@ TEST_F(UsbipServerTest, StoppingUnplugsEveryClient) {
     plug("1-2");
     const auto first = attach("1-1");
     const auto second = attach("1-2");
-    UsbipClient silent(server_->port()); // has asked nothing yet
+    UsbipClient silent(server_->port()); // has sent no request yet
     server_.reset();
     EXPECT_TRUE(first->ends());
     EXPECT_TRUE(second->ends());

@@ -43,7 +43,7 @@ private:
     std::thread::id thread_;
 };
 
-// Descriptors as a test sets them; libusb's part.
+// Descriptors set by the test, in place of libusb's.
 class FakeDescriptors final : public UsbDescriptorSource {
 public:
     explicit FakeDescriptors(UsbDescriptorSnapshot descriptors) : descriptors_(std::move(descriptors)) {}
@@ -140,7 +140,7 @@ TEST_F(BusProberOfLinux, PrefersTheCachedDescriptorsOfTheLibrary) {
     EXPECT_EQ(bus->devicesArray().front()->terminalID, 11);
 }
 
-TEST_F(BusProberOfLinux, ReadsTheKernelsDescriptorsWhereTheLibraryHasNone) {
+TEST_F(BusProberOfLinux, ReadsTheKernelsDescriptorsIfTheLibraryHasNone) {
     add("1-2", ordinaryCamera(), 9);
     add("1-3", ordinaryCamera(), 10);
     const auto bus =
@@ -169,29 +169,30 @@ TEST_F(BusProberOfLinux, AScanThatFindsNothingNewKeepsItsRecords) {
     EXPECT_EQ(bus->devicesArray().front(), record);
 }
 
-TEST_F(BusProberOfLinux, TellsOfAChangeThatAScanFindsOnItsOwnThread) {
+TEST_F(BusProberOfLinux, ReportsAChangeFoundByAScanOnItsOwnThread) {
     const auto bus = prober();
     bus->refreshData(true);
     add("1-2", ordinaryCamera());
     bus->refreshData(true);
     ASSERT_TRUE(delegate.called.waitFor(patience));
-    EXPECT_EQ(delegate.calls(), 1); // not for the first scan, which found nothing
+    EXPECT_EQ(delegate.calls(), 1); // none for the first scan, which found nothing
     EXPECT_NE(delegate.thread(), std::this_thread::get_id());
 }
 
-TEST_F(BusProberOfLinux, KeepsQuietWhenToldTo) {
+TEST_F(BusProberOfLinux, ReportsNothingIfToldNotTo) {
     {
         const auto bus = prober();
         add("1-2", ordinaryCamera());
         bus->refreshData(false);
-        // A call behind the scan's on the same thread: had the scan told, it would have been first.
+        // This notification runs on the same thread after the scan's, so a notification of the scan would be
+        // first.
         feed->push({"add", "", "1-3", ""});
         ASSERT_TRUE(delegate.called.waitFor(patience));
     }
     EXPECT_EQ(delegate.calls(), 1);
 }
 
-TEST_F(BusProberOfLinux, TellsOfWhatUdevTells) {
+TEST_F(BusProberOfLinux, ReportsUdevEvents) {
     const auto bus = prober();
     feed->push({"add", "/sys/devices/x", "1-2", ""});
     ASSERT_TRUE(delegate.called.waitFor(patience));
@@ -216,7 +217,7 @@ TEST_F(BusProberOfLinux, MayEndAtAnyMoment) {
     }
 }
 
-// Whatever this machine has, the library's own descriptors must agree with the kernel's.
+// On this machine's real devices, libusb's descriptors must match the kernel's.
 TEST(LibusbDescriptors, ReadAsTheKernelsDo) {
     const auto source = makeLibusbDescriptorSource();
     if (!source) GTEST_SKIP() << "no USB in this machine";

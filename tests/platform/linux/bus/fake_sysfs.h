@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A sysfs tree in a temporary folder, made of the links and files that the kernel makes.
+// A sysfs tree in a temporary folder, with the same links and files as the kernel's.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ public:
     void addRootHub(const std::string& controller, int bus);
 
     struct Device {
-        std::string name = "1-2"; ///< its root hub must be there
+        std::string name = "1-2"; ///< its root hub must exist
         std::uint16_t vendor = 0x046D;
         std::uint16_t product = 0x0825;
         std::string productName = "Test Camera";
@@ -36,12 +36,12 @@ public:
     /// @param index         the kernel's attribute of that name
     void addVideoNode(const std::string& interfaceName, const std::string& node, int index);
 
-    /// A node that hangs on something else than USB.
+    /// A node of a device that is not on USB.
     void addPlatformVideoNode(const std::string& node);
 
     void removeDevice(const std::string& name);
 
-    /// The folder of a device or interface; empty where it is not there.
+    /// The folder of a device or interface; empty if it does not exist.
     std::filesystem::path folderOf(const std::string& name) const;
 
     static void write(const std::filesystem::path& file, const std::string& content);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A source of udev's events that a test feeds.
+// A source of udev events fed by the test.
 #pragma once
 
 #include <deque>
@@ -12,7 +12,7 @@
 
 namespace tavelo::test {
 
-/// What the test holds; thread-safe.
+/// The test's side.  Thread-safe.
 class UdevEventFeed {
 public:
     void push(UdevEvent event) {
@@ -40,7 +40,7 @@ private:
     WakeEvent ready_;
 };
 
-/// What the code under test reads.
+/// The side that the code under test reads.
 class FakeUdevEvents final : public UdevEventSource {
 public:
     explicit FakeUdevEvents(std::shared_ptr<UdevEventFeed> feed) : feed_(std::move(feed)) {}

@@ -82,7 +82,7 @@ TEST_F(SysfsUsb, SkipsADeviceThatIsHalfGone) {
     addCamera("1-2");
     addCamera("1-3");
     std::filesystem::remove(tree.folderOf("1-1") / "idVendor");
-    std::filesystem::remove_all(tree.folderOf("1-3")); // its link on the bus stays, for the moment
+    std::filesystem::remove_all(tree.folderOf("1-3")); // its link on the bus still exists
     EXPECT_THAT(names(), ElementsAre("1-2"));
 }
 
@@ -163,7 +163,7 @@ TEST_F(SysfsUsb, ShortDescriptorsAreReadAsFarAsTheyGo) {
 
 TEST_F(SysfsUsb, FindsTheCameraBehindAVideoNode) {
     tree.addRootHub(xhci, 1);
-    addCamera("1-2", 0x0001); // a hub, as far as this test goes
+    addCamera("1-2", 0x0001); // serves as a hub here
     addCamera("1-2.4");
     tree.addVideoNode("1-2.4:1.0", "video3", 0);
     for (const char* node : {"video3", "/dev/video3", "/sys/devices/whatever/video4linux/video3"}) {

@@ -19,8 +19,8 @@ TEST(UdevMonitor, EndsAtOnceWhateverItListensTo) {
     EXPECT_EQ(calls, 0);
 }
 
-// Asks the kernel to announce the loopback interface once more, which needs rights.
-TEST(UdevMonitor, HearsOfAChange) {
+// Makes the kernel send a uevent for the loopback interface, which needs root.
+TEST(UdevMonitor, ReceivesAChangeEvent) {
     WakeEvent heard;
     auto events = openUdevEvents("net", nullptr);
     if (!events) GTEST_SKIP() << "no netlink socket here";

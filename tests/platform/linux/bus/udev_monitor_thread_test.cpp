@@ -62,11 +62,11 @@ TEST(UdevMonitorThread, NoCallFollowsItsEnd) {
                                       [count = alive.get()](const UdevEvent&) { ++*count; });
             feed->push({"add", "", "", ""});
         }
-        alive.reset(); // the sanitizers see a call that still comes
+        alive.reset(); // sanitizers detect a later call
     }
 }
 
-// A source whose other end is closed: ready for ever, with nothing to say.
+// A source whose other end is closed: always readable but without events.
 class BrokenEvents final : public UdevEventSource {
 public:
     explicit BrokenEvents(std::atomic<int>& asked) : asked_(asked) {

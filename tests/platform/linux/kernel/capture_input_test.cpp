@@ -59,7 +59,7 @@ public:
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, 10s, [&] { return times_.size() >= count; });
     }
-    /// While held, whoever brings a frame waits.
+    /// While held, consume() blocks.
     void hold(bool held) {
         const std::lock_guard lock(mutex_);
         held_ = held;
@@ -87,7 +87,7 @@ private:
     bool holding_ = false;
 };
 
-// Long where a test must not see it end, short where it waits for the end.
+// Long where a timeout must not happen in a test, short where a test waits for it.
 constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
 constexpr StreamPatience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
@@ -105,7 +105,7 @@ protected:
         return *input;
     }
 
-    // Everything that was taken was given back.
+    // All resources are released.
     void expectTidy() {
         const auto counts = camera.counts();
         EXPECT_EQ(counts.opened, counts.closed);
@@ -115,7 +115,7 @@ protected:
     }
 
     FakeCamera camera;
-    // How often the node is still listed after it failed as an unplugged camera's does.
+    // How often the node is still listed after it failed like that of an unplugged camera.
     std::atomic<int> listedTimes = 0;
     std::atomic<int> listedAsked = 0;
     const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
@@ -204,7 +204,7 @@ TEST_F(V4l2InputTest, ReplacesAStampOfAnotherTime) {
     EXPECT_LT(sink.times()[0], sink.times()[1]);
 }
 
-// Each picture tells its number by its brightness; two more come while one is looked at.
+// Each picture encodes its number in its brightness; two more arrive while one is processed.
 class SlowSink final : public FrameSink {
 public:
     static constexpr int framesPerPicture = 2;
@@ -328,7 +328,7 @@ TEST_F(V4l2InputTest, TakesNoMoreBuffersThanAreOfUse) {
     EXPECT_TRUE(sink.waitForFrames(1));
 }
 
-// Takes pictures until memory is gone.
+// Throws like a sink that runs out of memory.
 class ExhaustedSink final : public FrameSink {
 public:
     void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
@@ -357,7 +357,7 @@ TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
     camera.vanish();
     ASSERT_TRUE(camera.waitForClosed(1));
     input->stop();
-    EXPECT_EQ(camera.counts().opened, 1) << "nothing to come back to";
+    EXPECT_EQ(camera.counts().opened, 1) << "it is not reopened";
     EXPECT_LE(camera.counts().requests - before, 6) << "no busy loop";
     EXPECT_EQ(camera.counts().mapped, 0);
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
@@ -390,7 +390,7 @@ TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
     ASSERT_TRUE(camera.deliver(wholeFrame));
     ASSERT_TRUE(sink.waitForFrames(1));
     camera.failNext(VIDIOC_QBUF, ENODEV,
-                    4); // as the driver answers that was robbed of the streaming interface
+                    4); // the driver's answer if it has lost the streaming interface
     camera.deliver(wholeFrame);
     ASSERT_TRUE(diagnostics.waitForLines(1));
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("lost the camera")));
@@ -460,7 +460,7 @@ TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
+TEST_F(V4l2InputTest, ReportsWhyThereIsNoPicture) {
     camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
     start();
     EXPECT_TRUE(diagnostics.waitForLines(1));
@@ -471,7 +471,7 @@ TEST_F(V4l2InputTest, TellsWhyThereIsNoPicture) {
     input->stop();
 }
 
-TEST_F(V4l2InputTest, HasNoTroubleToTellOfWhilePicturesCome) {
+TEST_F(V4l2InputTest, ReportsNoProblemWhilePicturesArrive) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));

@@ -97,7 +97,7 @@ TEST_F(KernelInterface, ARefusedWriteLeavesTheDataAlone) {
 
 TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
     auto value = read(interface, 3, 13, getCur, 8).bytes;
-    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // somebody else
+    device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // set by another program
     std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
     const auto panned = write(interface, 3, 13, value);
     EXPECT_EQ(panned.status, UsbStatus::success);
@@ -105,7 +105,7 @@ TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
     EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
     EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
 
-    device->controls[V4L2_CID_PAN_ABSOLUTE].value = -36000; // somebody else again
+    device->controls[V4L2_CID_PAN_ABSOLUTE].value = -36000; // set by another program again
     std::ranges::copy(std::vector<std::uint8_t>{0, 0, 0, 0}, value.begin() + 4);
     write(interface, 3, 13, value);
     EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, -36000);
@@ -212,7 +212,7 @@ TEST_F(KernelInterface, ClosingLetsGoOfTheNode) {
     EXPECT_TRUE(node.expired());
 }
 
-// Blocks in a write until it is let go, as a camera that does not answer does for five seconds.
+// Blocks in a write until released, like a silent camera does for five seconds.
 class SilentDevice final : public V4l2ControlDevice {
 public:
     int queryControl(std::uint32_t, V4l2ControlInfo& info) override {

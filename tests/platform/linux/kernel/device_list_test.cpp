@@ -95,7 +95,7 @@ protected:
     RememberingObserver observer;
 };
 
-TEST_F(VideoDeviceListTest, HoldsWhatIsThereFromTheStartAndTellsNobody) {
+TEST_F(VideoDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     plug(1, "A");
     plug(2, "B");
     list->fill();
@@ -107,7 +107,7 @@ TEST_F(VideoDeviceListTest, HoldsWhatIsThereFromTheStartAndTellsNobody) {
     EXPECT_THAT(observer.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, TellsOfArrivalAndRemovalOnTheMainQueueOnly) {
+TEST_F(VideoDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     list->fill();
     list->addObserver(&observer);
     plug(1, "A");
@@ -162,7 +162,7 @@ TEST_F(VideoDeviceListTest, EventsWithoutAChangeTellNothing) {
     EXPECT_THAT(observer.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, ALookThatWasOvertakenIsForgotten) {
+TEST_F(VideoDeviceListTest, IgnoresTheResultOfAnOvertakenScan) {
     list->rescan(); // finds nothing, but is told only after fill() has found A
     plug(1, "A");
     list->fill();
@@ -172,7 +172,7 @@ TEST_F(VideoDeviceListTest, ALookThatWasOvertakenIsForgotten) {
     EXPECT_THAT(observer.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, AnObserverMayLeaveWhileItIsTold) {
+TEST_F(VideoDeviceListTest, AnObserverMayUnregisterInItsCallback) {
     list->fill();
     RememberingObserver second;
     list->addObserver(&observer);
@@ -188,7 +188,7 @@ TEST_F(VideoDeviceListTest, AnObserverMayLeaveWhileItIsTold) {
     EXPECT_THAT(second.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, MayDieBeforeItsNewsIsTold) {
+TEST_F(VideoDeviceListTest, MayBeDestroyedBeforeItsChangesAreReported) {
     list->fill();
     list->addObserver(&observer);
     plug(1, "A");

@@ -52,7 +52,7 @@ struct Sizes {
     std::size_t size;
 };
 
-// The class's own lengths.
+// The lengths defined by the USB Video Class.
 constexpr std::array sizes{
     Sizes{terminal, 2, 1}, Sizes{terminal, 3, 1}, Sizes{terminal, 4, 4},  Sizes{terminal, 6, 2},
     Sizes{terminal, 8, 1}, Sizes{terminal, 9, 2}, Sizes{terminal, 11, 2}, Sizes{terminal, 13, 8},
@@ -187,7 +187,7 @@ TEST_F(KernelControls, TheMapOfExposureModesComesFromAMenuWithHoles) {
     EXPECT_EQ(read(terminal, 2, UvcRequest::getRes).error, ENODEV);
 }
 
-TEST_F(KernelControls, WhatIsNoExposureModeIsRefused) {
+TEST_F(KernelControls, RefusesInvalidExposureModes) {
     for (const std::uint8_t mode : Bytes{0, 3, 16, 255})
         EXPECT_EQ(write(terminal, 2, {mode}).error, ERANGE) << int(mode);
     EXPECT_THAT(device.writes(), IsEmpty());
@@ -232,7 +232,7 @@ TEST_F(KernelControls, WritesTakeTheFirstBytesOfLongerData) {
                             ElementsAre(V4l2ControlValue{V4L2_CID_BRIGHTNESS, -2})));
 }
 
-TEST_F(KernelControls, SignsAreWidenedOnlyWhereTheControlIsSigned) {
+TEST_F(KernelControls, OnlySignedControlsAreSignExtended) {
     EXPECT_TRUE(write(unit, 8, {0x60, 0xEA}).written);
     EXPECT_EQ(device.controls[V4L2_CID_SHARPNESS].value, 60000);
     EXPECT_TRUE(write(unit, 6, {0x4C, 0xFF}).written);
@@ -285,7 +285,7 @@ TEST_F(KernelControls, OneControlWithoutARangeLosesNoOther) {
     EXPECT_THAT(read(unit, 3, UvcRequest::getMin).bytes, IsEmpty());
     EXPECT_THAT(bytes(unit, 3, UvcRequest::getCur), ElementsAre(32, 0));
     EXPECT_THAT(bytes(unit, 2, UvcRequest::getMin), ElementsAre(0xC0, 0xFF));
-    // What the driver says to the write is what counts.
+    // The driver's result of the write decides.
     EXPECT_TRUE(write(unit, 3, {50, 0}).written);
 }
 

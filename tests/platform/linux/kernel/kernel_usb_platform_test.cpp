@@ -25,7 +25,7 @@ using testing::IsEmpty;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// Answers each path with the errors queued for it, then with a device.
+// Returns the errors queued for a path, then a device.
 class FakeOpener final : public V4l2ControlDeviceOpener {
 public:
     std::shared_ptr<V4l2ControlDevice> open(const std::string& path, int& error) override {
@@ -38,7 +38,7 @@ public:
     }
 
     std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
-    /// The last one of a queue stays.
+    /// The last error of a queue is repeated.
     std::map<std::string, std::deque<int>> errors;
     std::vector<std::string> opened;
     std::function<void()> atOpening;
@@ -216,7 +216,7 @@ TEST_F(KernelPlatform, RightsToALaterNodeAreWaitedForToo) {
     EXPECT_EQ(paused, std::chrono::milliseconds(20));
 }
 
-TEST_F(KernelPlatform, AWaitEndsWhereTheReasonIsAnotherOne) {
+TEST_F(KernelPlatform, AWaitEndsIfTheErrorChanges) {
     addCamera();
     opener->errors["video0"] = {EACCES, ENODEV};
     EXPECT_FALSE(openFirstInterface());
@@ -327,7 +327,7 @@ TEST_F(KernelPlatform, ACameraThatNoDriverHoldsIsReported) {
     EXPECT_EQ(paused.count(), 0);
 }
 
-TEST_F(KernelPlatform, WhatItHandsOutOutlivesIt) {
+TEST_F(KernelPlatform, ItsObjectsOutliveIt) {
     addCamera();
     const auto device = onlyDevice();
     platform.reset();

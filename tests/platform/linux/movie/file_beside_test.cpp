@@ -71,11 +71,11 @@ TEST_P(FileBesideTest, TargetThatCannotBeReplacedStaysAndNothingIsLeft) {
     EXPECT_THAT(files(), ElementsAre("movie.mp4"));
 }
 
-TEST_P(FileBesideTest, FolderThatIsMissingIsToldWithTheReason) {
+TEST_P(FileBesideTest, ReportsAMissingFolder) {
     EXPECT_EQ(FileBeside(at("missing") / "movie.mp4", GetParam()).failure(), ENOENT);
 }
 
-TEST_F(FileBesideTest, UnnamedOneIsSeenByNobody) {
+TEST_F(FileBesideTest, UnnamedFileIsNotVisible) {
     const FileBeside file(target_, Kind::unnamed);
     EXPECT_THAT(files(), IsEmpty());
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A program of its own, since it counts every allocation of the process; FFmpeg's libraries have another way.
+// A separate program, because it counts every allocation of the process.  FFmpeg's own allocations use
+// malloc() and do not count.
 #include "movie_fixture.h"
 #include "support/allocation_counter.h"
 
@@ -19,7 +20,7 @@ TEST_F(MovieTest, FramesInTheSteadyStateTakeNothingFromOurHeap) {
     const int before = allocations();
     appendUpTo(100, 300);
     EXPECT_EQ(allocations() - before, 0);
-    EXPECT_GT(before, 0); // the counter counts
+    EXPECT_GT(before, 0); // the counter works
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
 }
 

@@ -9,7 +9,7 @@ using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::HasSubstr;
 
-/// x264 in the dress of a graphics card that gives up at a frame, but hands out what it holds.
+/// x264 posing as a graphics card that fails at a frame but returns the frames that it still holds.
 class FailingEncoder final : public VideoEncoder {
 public:
     FailingEncoder(std::unique_ptr<VideoEncoder> encoder, int good)
@@ -27,7 +27,7 @@ private:
     int good_;
 };
 
-/// Fails at a frame that it has taken in, and hands that one out at the end after all.
+/// Fails at a frame that it has accepted, but still returns that frame at the end.
 class LateEncoder final : public VideoEncoder {
 public:
     LateEncoder(std::unique_ptr<VideoEncoder> encoder, int good)
@@ -57,7 +57,7 @@ private:
 
 class MovieEncoderTest : public MovieTest {
 protected:
-    /// The card opens and encodes that many frames.
+    /// Uses a card that opens and encodes this many frames.
     void useCardThatFailsAt(int frame) {
         tools_.encoders.hardware = [frame](const VideoEncoderSettings& settings, Error& error) {
             return std::make_unique<FailingEncoder>(openSoftwareEncoder(settings, error), frame);
@@ -66,7 +66,7 @@ protected:
     }
 };
 
-TEST_F(MovieEncoderTest, OpeningAnEncoderHoldsNobodyUp) {
+TEST_F(MovieEncoderTest, OpeningAnEncoderDoesNotBlock) {
     std::promise<void> mayOpen;
     std::promise<std::thread::id> opened;
     tools_.encoders.hardware = [&](const VideoEncoderSettings& settings, Error& error) {
@@ -77,7 +77,7 @@ TEST_F(MovieEncoderTest, OpeningAnEncoderHoldsNobodyUp) {
     useTools();
     start(videoSettings(160, 90));
     appendPictures(8, 160, 90);
-    EXPECT_FALSE(video_->isReadyForMoreMediaData()); // eight wait
+    EXPECT_FALSE(video_->isReadyForMoreMediaData()); // eight frames are queued
     mayOpen.set_value();
     EXPECT_NE(opened.get_future().get(), std::this_thread::get_id());
     appendPictures(2, 160, 90, 8);
@@ -134,7 +134,7 @@ TEST_F(MovieEncoderTest, MovieOfTwoEncodersSeeksToBoth) {
     start(videoSettings(320, 180));
     appendPictures(150, 320, 180);
     ASSERT_EQ(finish(), AssetWriterStatus::completed);
-    // A player jumps: the part of the second encoder, then that of the first.
+    // Seeks to the second encoder's part, then to the first one's.
     for (const auto& [second, frames] : {std::pair(4, 30U), std::pair(1, 120U)}) {
         const std::string bytes =
             outputOf("ffmpeg -v error -xerror -ss " + std::to_string(second) + " -i " + path_.string() +
@@ -170,13 +170,13 @@ TEST_F(MovieEncoderTest, ProcessorThatFailsTooEndsTheMovieWithWhatWasKept) {
 
 // The copy
 
-TEST_F(MovieEncoderTest, LettingGoOfAFinishingWriterGivesTheCopyUp) {
+TEST_F(MovieEncoderTest, DestroyingAFinishingWriterAbortsTheCopy) {
     std::atomic<bool> hurried = false;
     tools_.makeOrdinary = [&](const MovieFile& movie, MovieFileType type, const MovieContent& content,
                               const std::stop_token& hurry) {
         std::promise<void> asked;
         const std::stop_callback ask(hurry, [&] { asked.set_value(); });
-        // As long as the copy of a large movie may take; nobody waits for that.
+        // As long as copying a large movie may take; destruction must not wait for that.
         hurried = asked.get_future().wait_for(10s) == std::future_status::ready;
         return makeOrdinaryMovie(movie, type, content, hurry);
     };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What other people's programs (ffprobe, ffmpeg) see in a movie file.
+// What ffprobe and ffmpeg find in a movie file.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace tavelo::testing {
 
-/// One access unit as the container has it.
+/// One access unit in the container.
 struct MoviePacket {
     double time = 0; ///< presentation, in seconds
     double decodeTime = 0;
@@ -18,14 +18,14 @@ struct MoviePacket {
     bool keyFrame = false;
 };
 
-/// As ffprobe names them: "streams.stream.0.codec_name", "format.duration", ...  Throws where the file does
-/// not open.
+/// Keys as in ffprobe: "streams.stream.0.codec_name", "format.duration", ...  Throws if the file cannot be
+/// opened.
 std::map<std::string, std::string> factsOf(const std::filesystem::path& movie);
 
-/// @param stream as ffprobe selects them: "v:0", "a:0"
+/// @param stream as in ffprobe: "v:0", "a:0"
 std::vector<MoviePacket> packetsOf(const std::filesystem::path& movie, const std::string& stream = "v:0");
 
-/// Every picture that a player would show, red, green, blue.  Throws where the decoder finds a fault.
+/// Every picture that a player would show, as RGB.  Throws if the decoder finds a fault.
 struct DecodedPictures {
     int width = 0;
     int height = 0;
@@ -40,16 +40,16 @@ struct DecodedPictures {
 };
 DecodedPictures decode(const std::filesystem::path& movie);
 
-/// How many pictures a player would show.  For movies too long to be kept decoded; throws likewise.
+/// The number of pictures that a player would show, for movies too long to keep decoded.  Throws like above.
 std::size_t decodedPictureCount(const std::filesystem::path& movie);
 
-/// The sound, mono, 48000 samples a second.  Throws where the decoder finds a fault.
+/// The sound as mono, 48000 samples per second.  Throws if the decoder finds a fault.
 std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie);
 
 /// Names of the outermost boxes, in order.
 std::vector<std::string> boxesOf(const std::filesystem::path& movie);
 
-/// What a command line prints.  Throws where it fails or says anything on the standard error stream.
+/// The output of a command line.  Throws if it fails or prints anything on standard error.
 std::string outputOf(const std::string& command);
 
 } // namespace tavelo::testing

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A movie on its way into a folder of its own.
+// A fixture that writes a movie into a temporary folder.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -23,7 +23,7 @@ class MovieTest : public ::testing::Test {
 protected:
     using nanoseconds = std::chrono::nanoseconds;
 
-    /// Where capture clocks stand after some days.
+    /// A typical capture clock after some days of uptime.
     static constexpr nanoseconds clockStart = std::chrono::hours(100) + nanoseconds(123'456'789);
     static constexpr nanoseconds frameInterval{33'333'333};
 
@@ -59,13 +59,13 @@ protected:
         while (!input.isReadyForMoreMediaData())
             std::this_thread::yield();
     }
-    /// From now on writers use tools_ as they are.
+    /// Later writers use the current tools_.
     void useTools() { platform_ = makeFfmpegAssetWriterPlatform(diagnostics_, tools_); }
     bool append(const std::shared_ptr<PixelBuffer>& picture, nanoseconds time) {
         awaitReady(*video_);
         return video_->appendSampleBuffer({picture, at(time)});
     }
-    /// Pictures at 30 a second, from the first frame number on.
+    /// Appends pictures at 30 per second, starting with frame number `first`.
     void appendPictures(int count, std::size_t width, std::size_t height, int first = 0,
                         nanoseconds interval = frameInterval) {
         for (int i = first; i < first + count; ++i)
@@ -83,7 +83,7 @@ protected:
     TemporaryFolder folder_;
     std::filesystem::path path_ = folder_.path() / "movie.mp4";
     test::RecordedDiagnostics diagnostics_;
-    MovieTools tools_; // for the writers of a platform made with it
+    MovieTools tools_; // used by the writers of platforms made by useTools()
     std::shared_ptr<AssetWriterPlatform> platform_ = makeFfmpegAssetWriterPlatform(diagnostics_);
     std::shared_ptr<AssetWriterInput> video_;
     std::shared_ptr<AssetWriterInput> audio_;

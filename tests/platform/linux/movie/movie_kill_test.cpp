@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is left of a movie when the program is killed, or the disk is full.
+// What is left of a movie if the program is killed or the disk is full.
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@ using ::testing::EndsWith;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
-/// The recorder as a program of its own, with its lines to read.
+/// Runs the recorder program and reads its output lines.
 class Recorder {
 public:
     explicit Recorder(const std::vector<std::string>& arguments) {
@@ -50,7 +50,7 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    /// Reads up to that line, which must come.
+    /// Reads up to this line; throws if it never comes.
     void await(const std::string& wanted) {
         std::array<char, 256> line{};
         while (std::fgets(line.data(), line.size(), lines_) != nullptr) {
@@ -59,7 +59,7 @@ public:
         throw std::runtime_error("the recorder never said " + wanted);
     }
 
-    /// Whether it has an unfinished copy of the movie open, under whatever name; false once it has ended.
+    /// Waits until it has an unfinished copy of the movie open, under any name; false if it ends first.
     bool awaitCopy(const std::filesystem::path& movie) const {
         const std::filesystem::path descriptors = "/proc/" + std::to_string(process_) + "/fd";
         for (;;) {
@@ -106,7 +106,7 @@ protected:
             std::this_thread::yield();
         recorder.kill();
     }
-    /// @param kind a word for the recorder
+    /// @param kind an extra argument for the recorder
     void killWhileItCopies(const std::string& kind) {
         for (int tries = 0; tries < 20; ++tries) {
             std::filesystem::remove(path_);
@@ -174,7 +174,7 @@ TEST_F(MovieKillTest, LeftoverOfAFileSystemWithoutUnnamedFilesGoesWithTheNextRec
     EXPECT_EQ(decode(path_).pictures.size(), 150U);
 }
 
-/// Records on a disk of four megabytes in a name space of the command's own, and copies the movie out.
+/// Records on a four-megabyte disk in a private mount namespace, and copies the movie out.
 class FullDiskTest : public MovieKillTest {
 protected:
     void SetUp() override {
@@ -196,13 +196,13 @@ protected:
     std::string mount_ = "mount -t tmpfs -o size=4m tmpfs " + disk_.string();
 };
 
-TEST_F(FullDiskTest, FullDiskIsToldWithTheFileSystemsReasonAndWhatWasRecordedPlays) {
+TEST_F(FullDiskTest, ReportsAFullDiskAndLeavesAPlayableMovie) {
     const std::string said = record(manyFrames);
     EXPECT_THAT(said, StartsWith("the movie cannot be written: No space left on device; kept "));
     EXPECT_THAT(said, EndsWith("\nmovie.mp4\n"));
     const auto packets = packetsOf(path_);
     EXPECT_GE(packets.size(), 45U);
-    // What is said to be kept is what a player shows.
+    // The reported duration matches what a player shows.
     EXPECT_NEAR(std::stod(said.substr(said.rfind("kept ") + 5)), packets.back().time + 1 / 30.0, 0.001);
     EXPECT_EQ(decode(path_).pictures.size(), packets.size());
 }

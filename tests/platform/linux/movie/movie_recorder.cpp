@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Records until it is killed, or fails, or has enough: movie_recorder PATH WIDTH HEIGHT GRAIN FRAMES
+// Records until it is killed, fails or is done: movie_recorder PATH WIDTH HEIGHT GRAIN FRAMES
 // [WORD...]. "sound" asks for a sound track, "hidden" is for a file system without unnamed files. Prints the
 // number of each frame as it is taken, "finishing" before the end, and how it ended.
 #include <algorithm>

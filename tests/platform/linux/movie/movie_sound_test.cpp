@@ -32,7 +32,7 @@ protected:
         return audio_->appendSampleBuffer({nullptr, at(time), sound});
     }
 
-    /// Root of the mean square between two moments of the decoded sound.
+    /// Root mean square between two times of the decoded sound.
     static double loudness(const std::vector<std::int16_t>& samples, nanoseconds from, nanoseconds to) {
         const auto place = [](nanoseconds time) {
             return std::size_t(48000 * std::chrono::duration<double>(time).count());
@@ -71,7 +71,7 @@ TEST_F(MovieSoundTest, TrackWithoutSamplesIsATrackOfTheFinishedMovie) {
     EXPECT_TRUE(packetsOf(path_, "a:0").empty());
     EXPECT_NEAR(std::stod(facts.at("format.duration")), 1.0, 0.002);
     EXPECT_EQ(decode(path_).pictures.size(), 30U);
-    // An ordinary movie: index in front, no fragments.
+    // An ordinary movie: index first, no fragments.
     EXPECT_THAT(boxesOf(path_), ElementsAre("ftyp", "moov", "free", "free", "mdat"));
 }
 
@@ -90,7 +90,7 @@ TEST_F(MovieSoundTest, SoundOfAnotherRateAndNumberOfChannelsIsConverted) {
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
     const auto sound = decodeSound(path_);
     EXPECT_NEAR(double(sound.size()), 48000, 2500);
-    EXPECT_NEAR(loudness(sound, 100ms, 400ms), loud / 2, loud / 20); // one loudspeaker's power on two
+    EXPECT_NEAR(loudness(sound, 100ms, 400ms), loud / 2, loud / 20); // mono sound spread over two channels
     EXPECT_NEAR(loudness(sound, 600ms, 900ms), loud / std::numbers::sqrt2, loud / 20);
 }
 
@@ -153,7 +153,7 @@ TEST_F(MovieSoundTest, IndexOfThousandsOfUnevenFramesAmongSoundFitsInFront) {
         ASSERT_TRUE(append(sound, i * frameInterval));
     }
     EXPECT_EQ(finish(), AssetWriterStatus::completed) << writer_->error().text;
-    EXPECT_EQ(diagnostics_.lines().size(), 1U); // the encoder; nothing went wrong at the end
+    EXPECT_EQ(diagnostics_.lines().size(), 1U); // only the encoder's line; finishing reported nothing
     EXPECT_THAT(boxesOf(path_), ElementsAre("ftyp", "moov", "free", "free", "mdat"));
     EXPECT_EQ(packetsOf(path_).size(), 3000U);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a finished movie is, as other programs see it.
+// Finished movies, examined with other programs.
 #include "movie_fixture.h"
 
 namespace tavelo::testing {
@@ -86,7 +86,7 @@ TEST_F(MovieTest, FramesKeepTheirCaptureTimesFromTheFirstOneOn) {
             EXPECT_GT(packets[i].time, packets[i - 1].time);
         }
     }
-    // The last frame lasts as long as the one before.
+    // The last frame has the duration of the one before.
     EXPECT_NEAR(std::stod(factsOf(path_).at("format.duration")), 3.0 + 1.967, 0.002);
 }
 
@@ -226,7 +226,7 @@ TEST_F(MovieTest, SmallestAndVeryLargePicturesAreRecorded) {
     }
 }
 
-TEST_F(MovieTest, BitRateIsTheCallersWhereThereIsOne) {
+TEST_F(MovieTest, BitRateIsTheCallersIfGiven) {
     const auto bytesAt = [&](std::int64_t bitRate) {
         std::filesystem::remove(path_);
         auto settings = videoSettings(640, 360);

@@ -60,7 +60,7 @@ TEST_F(MovieWriterTest, PathThatCannotBeWrittenIsRefusedWithTheFileSystemsReason
     EXPECT_TRUE(refused(""));
 }
 
-TEST_F(MovieWriterTest, FolderThatIsGoneByTheStartIsToldThen) {
+TEST_F(MovieWriterTest, ReportsAFolderRemovedBeforeTheStart) {
     make(videoSettings(160, 90));
     std::filesystem::remove(folder_.path());
     EXPECT_FALSE(writer_->startWriting());
@@ -164,7 +164,7 @@ TEST_F(MovieWriterTest, FrameThatIsNotLaterEndsTheMovieAndWhatWasRecordedPlays) 
     appendPictures(20, 160, 90);
     EXPECT_FALSE(append(makeMovingPicture(160, 90), 19 * frameInterval));
     EXPECT_EQ(writer_->status(), AssetWriterStatus::failed);
-    EXPECT_TRUE(video_->isReadyForMoreMediaData()); // so that the next one learns of it
+    EXPECT_TRUE(video_->isReadyForMoreMediaData()); // so that the next call reports it
     EXPECT_FALSE(append(makeMovingPicture(160, 90), 25 * frameInterval));
     EXPECT_EQ(finish(), AssetWriterStatus::failed);
     EXPECT_EQ(writer_->error().text, "a frame is not later than the one before it");
@@ -222,7 +222,7 @@ TEST_F(MovieWriterTest, FrameThatComesWhileNotReadyEndsTheMovie) {
 
 // The end
 
-TEST_F(MovieWriterTest, HandlerRunsOnceOnTheWritersOwnThread) {
+TEST_F(MovieWriterTest, CallsTheHandlerOnceOnTheWritersThread) {
     start(videoSettings(160, 90));
     appendPictures(3, 160, 90);
     std::atomic<int> calls = 0;
@@ -259,7 +259,7 @@ TEST_F(MovieWriterTest, FinishedMovieHasTheRightsOfAnyNewFile) {
     EXPECT_EQ(std::filesystem::status(path_).permissions(), before);
 }
 
-TEST_F(MovieWriterTest, MovieDeletedWhileItIsRecordedComesNotBack) {
+TEST_F(MovieWriterTest, MovieDeletedWhileItIsRecordedStaysDeleted) {
     start(videoSettings(160, 90));
     appendPictures(10, 160, 90);
     std::filesystem::remove(path_);

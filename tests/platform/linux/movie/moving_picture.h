@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pictures to record: four coloured quarters, a square that moves, and grain where a test wants large files.
+// Pictures to record: four coloured quarters, a moving square, and optional grain for large files.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct Paint {
 /// Upper left, upper right, lower left, lower right.
 inline constexpr Paint quarters[4] = {{200, 30, 30}, {30, 180, 40}, {40, 60, 200}, {230, 220, 60}};
 
-/// @param grain 0 to 255: how far pixels stray at random
+/// @param grain 0 to 255: amplitude of random noise
 inline void drawMovingPicture(PixelBuffer& buffer, int frame, unsigned grain = 0) {
     const auto lock = buffer.lock();
     std::uint32_t random = std::uint32_t(frame) * 2654435761U + 1;

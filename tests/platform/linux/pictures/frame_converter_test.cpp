@@ -22,7 +22,7 @@ constexpr Yuv red601Full{76, 85, 255};
 constexpr Yuv red709{63, 102, 240};
 constexpr Bgr red{0, 0, 255};
 
-// A frame of one colour as a camera sends it, rows `padding` bytes longer than needed.
+// A frame of one colour as a camera sends it, with `padding` extra bytes per row.
 Bytes frame(Fourcc format, std::uint32_t width, std::uint32_t height, Yuv colour, std::uint32_t padding = 0) {
     const std::uint32_t pairs = (width + 1) / 2;
     const std::uint32_t chromaRows = (height + 1) / 2;
@@ -89,7 +89,7 @@ TEST_P(FrameConverterRaw, DropsAFrameOneByteShort) {
     for (const std::uint32_t width : {32U, 31U}) {
         ASSERT_TRUE(converter.setFormat({GetParam(), {width, 18}, 0}));
         Bytes bytes = frame(GetParam(), width, 18, red601);
-        bytes.shrink_to_fit(); // so that a sanitizer sees a read behind the end
+        bytes.shrink_to_fit(); // so that a sanitizer detects a read past the end
         EXPECT_TRUE(converter.convert(bytes));
         EXPECT_FALSE(converter.convert(std::span(bytes).first(bytes.size() - 1)));
         EXPECT_FALSE(converter.convert({}));

@@ -110,7 +110,7 @@ TEST(MjpegDecoder, SurvivesRandomDamage) {
         for (int i = 0; i < 1 + round % 5; ++i)
             damaged[random() % damaged.size()] = static_cast<std::uint8_t>(random() >> 8U);
         const auto size = decoder.begin(damaged);
-        // A damaged size may ask for a picture of 200 MB; that it decodes is another test's matter.
+        // A damaged size may need a 200 MB picture, which is not the subject of this test.
         if (!size || size->width > 512 || size->height > 512) continue;
         if (decode(decoder, damaged)) ++accepted;
     }

@@ -72,7 +72,7 @@ Bytes progressiveJpeg(int width, int height) {
 Bytes withoutHuffmanTables(std::span<const std::uint8_t> jpeg) {
     Bytes result(jpeg.begin(), jpeg.begin() + 2);
     std::size_t at = 2;
-    // Segments up to the start of scan; what follows is the picture's data.
+    // Segments up to the start of scan; picture data follows.
     while (at + 4 <= jpeg.size() && jpeg[at + 1] != 0xDA) {
         const std::size_t length = 2 + (std::size_t(jpeg[at + 2]) << 8U | jpeg[at + 3]);
         const auto segment = jpeg.subspan(at, length);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// JPEG pictures to decode, and what cameras do to them.
+// JPEG test pictures, and the changes that cameras make to JPEG data.
 #pragma once
 
 #include <cstddef>
@@ -24,10 +24,10 @@ enum class Chroma { h422, h420, h444, grey };
 /// The left half of one colour, the right half of another.
 Bytes twoColourJpeg(int width, int height, Bgr left, Bgr right, Chroma chroma = Chroma::h422);
 
-/// A picture full of detail, so that every part of the file matters.
+/// A picture full of detail, so that every part of the file affects the result.
 Bytes noisyJpeg(int width, int height, Chroma chroma = Chroma::h422);
 
-/// The same picture as several scans that refine each other.
+/// The same picture as progressive JPEG.
 Bytes progressiveJpeg(int width, int height);
 
 Bytes withoutHuffmanTables(std::span<const std::uint8_t> jpeg);

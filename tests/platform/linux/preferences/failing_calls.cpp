@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// These definitions take the place of the C library's, which does the work in the end.
-#undef _FORTIFY_SOURCE // it would define some of them itself
+// These definitions replace those of the C library and forward to them.
+#undef _FORTIFY_SOURCE // otherwise some of them are already defined as inline functions
 
 #include "failing_calls.h"
 
@@ -25,7 +25,7 @@ namespace {
 
 struct State {
     std::mutex mutex;   // guards the rest
-    std::string folder; // empty: nothing is looked at
+    std::string folder; // empty: no calls are intercepted
     std::vector<FailingCalls::Call> calls;
     std::optional<std::pair<std::size_t, int>> once;
     std::map<std::string, int, std::less<>> always;
@@ -48,7 +48,7 @@ std::string pathOf(int folder, const char* name) {
     return name[0] == '/' || folder == AT_FDCWD ? std::string(name) : pathOf(folder) + '/' + name;
 }
 
-/// Records the call; true, with errno set, if it has to fail.
+/// Records the call.  Returns true, with errno set, if it must fail.
 bool fails(std::string_view call, const std::string& path) {
     State& shared = state();
     const std::lock_guard lock(shared.mutex);
@@ -164,7 +164,7 @@ int fsync(int descriptor) {
     return next(descriptor);
 }
 
-// As the kernel's own: the descriptor is gone even if closing fails.
+// Like the kernel's close(): the descriptor is gone even if closing fails.
 int close(int descriptor) {
     const bool failing = fails("close", pathOf(descriptor));
     const int error = errno;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// System calls that fail when a test wants them to.
+// File system calls that fail on request.
 #pragma once
 
 #include <string>
@@ -8,31 +8,30 @@
 
 namespace tavelo::testing {
 
-/// Stands between a test program and the system calls that handle files: they are recorded, and one of them
-/// fails.  Only calls on files in one folder count.  A program has one of these at a time; it works for all
-/// its threads, and the program's own code must link tavelo_failing_calls for it.
+/// Intercepts file system calls on one folder: records them and makes some fail.  One object at a time; it
+/// applies to all threads of the process.  The test program must link tavelo_failing_calls.
 class FailingCalls {
 public:
-    /// Does nothing but record until told otherwise.
+    /// Only records until a failure is set up.
     explicit FailingCalls(const std::string& folder);
     ~FailingCalls();
 
     FailingCalls(const FailingCalls&) = delete;
     FailingCalls& operator=(const FailingCalls&) = delete;
 
-    /// The call with this number, from 0 up, fails once.
+    /// The call with this number (starting at 0) fails once.
     void failOnce(std::size_t number, int error);
-    /// Every call of this name fails ("linkat", and apart from their plain forms "openat unnamed" and
-    /// "renameat2 exchange").
+    /// Every call with this name fails, for example "linkat".  "openat unnamed" and "renameat2 exchange" are
+    /// separate from the plain calls.
     void failAlways(std::string_view call, int error);
-    /// Each write takes less than it was given.
+    /// Makes every write a short write.
     void shortenWrites();
 
     struct Call {
         std::string name;
         std::string file; ///< within the folder; empty for the folder itself
     };
-    /// What was called so far, in this order.
+    /// All calls so far, in order.
     std::vector<Call> calls() const;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A save in which one system call fails: each in turn, on several kinds of file systems.
+// Saves with one failing system call: each call in turn, on several kinds of file systems.
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -25,7 +25,7 @@ using Call = FailingCalls::Call;
 const std::string key = "kNSUserDefaultsKeyCameraSettings_0x14200000";
 const QByteArray oldContent = "{\"kNSUserDefaultsKeyCameraSettings_0x14200000\": \"old\"}\n";
 
-/// What the file system cannot do.
+/// Limitations of a file system.
 struct FileSystem {
     const char* name;
     std::vector<std::string> lacks;
@@ -52,7 +52,7 @@ protected:
     }
     std::string expectedOldContent() const { return GetParam().hasFile ? oldContent.toStdString() : ""; }
 
-    /// What a whole file has under the key.
+    /// The value under the key in the complete file.
     std::string stored() const {
         const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(content()));
         return document.object().value(QString::fromStdString(key)).toString().toStdString();
@@ -65,7 +65,7 @@ protected:
         return files.join(u' ').toStdString();
     }
 
-    /// The state before a save.
+    /// Restores the state before a save.
     void reset() const {
         for (const QString& file : QDir(folder_.path()).entryList(QDir::Files | QDir::Hidden))
             QFile::remove(folder_.filePath(file));
@@ -73,7 +73,7 @@ protected:
         QFile file(path());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         ASSERT_EQ(file.write(oldContent), oldContent.size());
-        ASSERT_TRUE(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)); // to be kept
+        ASSERT_TRUE(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)); // a save must keep these
     }
 
     void prepare(FailingCalls& failing) const {
@@ -81,7 +81,7 @@ protected:
             failing.failAlways(call, GetParam().error);
     }
 
-    /// A program's whole life: it reads, saves a value and ends.
+    /// Reads, saves a value and destroys the store, like a program run.
     template <typename Prepare>
     Outcome save(const std::string& value, Prepare prepareCalls) {
         FailingCalls failing(folder());
@@ -103,7 +103,7 @@ protected:
         return save(value, [](FailingCalls&) {});
     }
 
-    /// Only where the old content cannot come back, and then the new one is whole.
+    /// Allowed only if the old content cannot be restored; the new content must then be complete.
     void expectOnlyTheFolderUnconfirmed(const Call& call) const {
         EXPECT_EQ(call.name, "fsync");
         EXPECT_EQ(call.file, "");
@@ -114,8 +114,8 @@ protected:
     const QTemporaryDir folder_;
 };
 
-/// Whether a save goes on although this call failed: it tidied up, is tried again, or came before the save,
-/// which reads the file anew once it holds the lock.
+/// True if a save succeeds although this call failed: a cleanup, a call that is retried, or a call before
+/// the save, which reads the file again once it holds the lock.
 bool isHarmless(const std::vector<Call>& calls, std::size_t number) {
     const auto& [name, file] = calls[number];
     if (name == "unlinkat") return true;
@@ -132,7 +132,7 @@ bool isRepeatedAfterASignal(const Call& call) {
     return false;
 }
 
-TEST_P(Faults, NoneIsASaveThatLeavesNothingElse) {
+TEST_P(Faults, SavingWithoutAFaultLeavesNoOtherFiles) {
     const Outcome outcome = save();
     EXPECT_TRUE(outcome.saved);
     EXPECT_EQ(outcome.said, "");
@@ -191,7 +191,7 @@ TEST_P(Faults, EachCallThatFailsOnceEitherCostsNothingOrIsReportedAndKeepsTheOld
             const Call call = outcome.calls[number];
             SCOPED_TRACE(std::to_string(number) + ": " + call.name + " " + call.file + ", errno " +
                          std::to_string(error));
-            const bool lacking = std::ranges::count(GetParam().lacks, call.name) > 0; // fails in any case
+            const bool lacking = std::ranges::count(GetParam().lacks, call.name) > 0; // always fails
             EXPECT_EQ(outcome.saved, lacking || isHarmless(outcome.calls, number));
             if (outcome.saved) {
                 EXPECT_EQ(stored(), "new");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files that no program of ours wrote.
+// Preferences files that were not written by this program.
 #include <algorithm>
 
 #include <sys/stat.h>
@@ -33,7 +33,7 @@ protected:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// What is printed while a value is saved.
+    /// The output on standard error while a value is saved.
     std::string save(bool works) {
         testing::internal::CaptureStderr();
         JsonPreferencesStore store(mainQueue_, path());
@@ -51,7 +51,7 @@ TEST_F(Hostile, AFileOfAHundredMegabytesIsLeftAlone) {
     {
         QFile file(path());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_TRUE(file.resize(size)); // takes no room on the disk
+        ASSERT_TRUE(file.resize(size)); // sparse: uses no disk space
     }
     const std::string said = save(false);
     EXPECT_THAT(said, HasSubstr("larger than 16 MiB"));
@@ -59,7 +59,7 @@ TEST_F(Hostile, AFileOfAHundredMegabytesIsLeftAlone) {
     EXPECT_EQ(QFileInfo(path()).size(), size);
 }
 
-TEST_F(Hostile, APipeIsLeftAloneAndNobodyWaitsForIt) {
+TEST_F(Hostile, APipeIsIgnoredWithoutBlocking) {
     ASSERT_EQ(mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
     EXPECT_THAT(save(false), HasSubstr("not a regular file"));
 }

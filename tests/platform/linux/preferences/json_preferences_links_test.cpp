@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Preferences whose file is a link, as programs that manage such files set it up.
+// The preferences file is a symbolic link, as set up by programs that manage configuration files.
 #include <algorithm>
 
 #include <gmock/gmock.h>
@@ -97,7 +97,7 @@ TEST_F(Links, ABrokenTargetIsKeptBesideIt) {
     expectStoredInTarget(1);
 }
 
-/// Reads and writes as often as a program does at its start.
+/// Reads and writes as often as the program does at start.
 std::string manyTimes(MainQueue& mainQueue, HeldMainQueue& turns, const QString& path) {
     testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue, path);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Several programs at one file.
+// Several processes use one file.
 #include <algorithm>
 
 #include <gmock/gmock.h>
@@ -42,7 +42,7 @@ TEST_F(Processes, WritingAtOnceLoseNothingOfEachOther) {
     start(first, QStringLiteral("first"), count);
     start(second, QStringLiteral("second"), count);
 
-    // While they run, no number ever goes back: each replaces its own keys only.
+    // While they run, no number decreases, because each process replaces only its own keys.
     std::int64_t seen = 0;
     while (first.state() != QProcess::NotRunning || second.state() != QProcess::NotRunning) {
         const std::int64_t now = stored("first-even") + stored("second-even");
@@ -63,7 +63,7 @@ TEST_F(Processes, KilledAtAnyMomentLoseNothingThatWasWritten) {
     for (int round = 0; round < 12; ++round) {
         QProcess writer;
         start(writer, QStringLiteral("key"), 0);
-        // Let it write a few, more each time, and kill it wherever it is then.
+        // Let it write a few values, more each time, then kill it at an arbitrary point.
         QByteArray output;
         while (output.count('\n') <= round) {
             ASSERT_TRUE(writer.waitForReadyRead(patience)) << writer.readAllStandardError().toStdString();
@@ -84,7 +84,7 @@ TEST_F(Processes, KilledAtAnyMomentLoseNothingThatWasWritten) {
         EXPECT_GE(last, confirmed);
         EXPECT_LE(last, confirmed + 1);
 
-        // Its lock went with it, and the file is as good as new.
+        // The lock is gone with the process, and the file is intact.
         HeldMainQueue mainQueue;
         JsonPreferencesStore store(mainQueue, path_);
         store.setObject({std::int64_t{0}}, "key-even");
@@ -96,7 +96,7 @@ TEST_F(Processes, KilledAtAnyMomentLoseNothingThatWasWritten) {
     }
 }
 
-/// A disk of 64 KiB in a name space of the command's own.
+/// A 64 KiB disk in a mount namespace of the command's own.
 class FullPreferencesDisk : public Processes {
 protected:
     void SetUp() override {

@@ -163,7 +163,7 @@ TEST_F(Store, ReportsAFolderThatCannotBeMadeAndKeepsTheValue) {
 }
 
 TEST_F(Store, DoesNotReplaceWhatItCannotRead) {
-    ASSERT_TRUE(QDir().mkpath(path())); // a folder in the file's place
+    ASSERT_TRUE(QDir().mkpath(path())); // a folder at the file's path
     testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path());
     EXPECT_EQ(store.objectForKey("key"), std::nullopt);
@@ -220,7 +220,7 @@ TEST_F(Store, ReadsAndSetsFromMemoryWhileAnotherProgramHoldsTheLock) {
     bool saved = false;
     store.setObject(number(2), "key");
     store.synchronize([&saved](bool result) { saved = result; });
-    // None of this could return before the lock is free if it waited for it.
+    // These calls would not return yet if they waited for the lock.
     EXPECT_EQ(store.objectForKey("key"), number(2));
     store.setObject(number(3), "key");
     EXPECT_EQ(store.objectForKey("key"), number(3));
@@ -287,7 +287,7 @@ TEST_F(Store, FinishesWhatItWritesAtItsEnd) {
         store.setObject(number(2), "second");
         store.synchronize([](bool) { ADD_FAILURE() << "called after the store's end"; });
         store.setObject(number(3), "never synchronized");
-        // No turn of the main queue: the program has ended.
+        // The main queue no longer runs, because the program has ended.
     }
     const JsonPreferencesStore reader(mainQueue_, path());
     EXPECT_EQ(reader.objectForKey("first"), number(1));
@@ -350,7 +350,7 @@ TEST_F(Store, AKeyThatSeemedToBeMissingKeepsWhatTheFileTurnsOutToHold) {
         return PreferencesValue{PreferencesArray{number(profile), number(selected)}};
     };
     store.setObjectIfMissing(record(0, -1), "camera");
-    store.setObject(record(0, 3), "camera"); // a change of the default's second entry
+    store.setObject(record(0, 3), "camera"); // changes the default's second entry
     JsonPreferencesStore other(mainQueue_, path());
     other.setObject(record(50, 1), "camera");
     ASSERT_TRUE(synchronized(other, mainQueue_));
@@ -375,7 +375,7 @@ TEST_F(Store, TwoProgramsThatChangeDifferentProfilesOfOneCameraLoseNeither) {
     EXPECT_EQ(JsonPreferencesStore(mainQueue_, path()).objectForKey("camera"), record(5, 7));
 }
 
-TEST(UserFile, LiesInTheConfigurationFolderOfTheUser) {
+TEST(UserFile, IsInTheUsersConfigurationFolder) {
     const QByteArray before = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", "/some/where");
     EXPECT_EQ(JsonPreferencesStore::userFile(), QStringLiteral("/some/where/tavelo/control-panel.json"));

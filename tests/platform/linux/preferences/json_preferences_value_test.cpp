@@ -15,7 +15,7 @@ namespace {
 
 using Limits = std::numeric_limits<std::int64_t>;
 
-// Through the text of a file and back.
+// Converts to the text of a file and back.
 std::optional<PreferencesValue> reread(const PreferencesValue& value) {
     const QByteArray file = QJsonDocument(QJsonObject{{QStringLiteral("key"), toJson(value)}}).toJson();
     return fromJson(QJsonDocument::fromJson(file).object().value(QStringLiteral("key")));
@@ -27,7 +27,7 @@ std::optional<PreferencesValue> fromText(const char* json) {
 }
 
 TEST(JsonPreferencesValue, IntegersKeepAllTheirBits) {
-    // The last but one is 2^53 + 1, which a double cannot hold; the last, pan and tilt in one number.
+    // The last but one is 2^53 + 1, which a double cannot represent; the last is pan and tilt in one number.
     for (const std::int64_t number :
          {std::int64_t{0}, std::int64_t{-1}, Limits::min(), Limits::max(), Limits::max() - 1,
           std::int64_t{9007199254740993}, std::int64_t{-36000} * 4294967296 + 18000}) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Writes numbers from 1 up under keys of its own, and prints each once it is stored.
 //   json_preferences_writer FILE PREFIX COUNT
-// Even numbers go to "PREFIX-even", odd ones to "PREFIX-odd".  COUNT 0 goes on until it is killed.
+// Even numbers go to "PREFIX-even", odd ones to "PREFIX-odd".  COUNT 0 runs until killed.
 #include <cstdio>
 #include <cstdlib>
 #include <optional>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What holds for every store: the one on the disk, and the one that other tests put in its place.
+// Requirements on every preferences store: the one on disk and the in-memory one used by other tests.
 #include <sys/file.h>
 
 #include <gmock/gmock.h>
@@ -18,7 +18,7 @@ PreferencesValue number(std::int64_t value) {
     return {value};
 }
 
-/// A store that can be kept from writing.
+/// A store whose writes can be made to fail.
 class StoreUnderTest {
 public:
     virtual ~StoreUnderTest() = default;
@@ -137,7 +137,7 @@ TYPED_TEST(StoreContract, AHandlerMayWaitInATurnOfTheMainQueueOfItsOwn) {
     bool nested = false;
     this->store().setObject(number(1), "key");
     this->store().synchronize([&](bool) {
-        // As a modal alert does.
+        // Like a modal alert does.
         this->store().setObject(number(2), "key");
         nested = synchronized(this->store(), this->mainQueue_);
     });
@@ -153,7 +153,7 @@ TYPED_TEST(StoreContract, SetsAMissingKeyOnly) {
     EXPECT_EQ(this->store().objectForKey("key"), number(1));
 }
 
-TYPED_TEST(StoreContract, CallsNobodyOnceItIsGone) {
+TYPED_TEST(StoreContract, CallsNoHandlersAfterDestruction) {
     this->store().setObject(number(1), "key");
     this->store().synchronize([](bool) { ADD_FAILURE(); });
     this->kind_.reset();

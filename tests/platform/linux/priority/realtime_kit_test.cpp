@@ -21,7 +21,7 @@ namespace {
 const auto serviceName = QStringLiteral("org.freedesktop.RealtimeKit1");
 const auto servicePath = QStringLiteral("/org/freedesktop/RealtimeKit1");
 
-// The service as far as we need it.
+// The parts of the RealtimeKit service that we use.
 class FakeRealtimeKit final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.RealtimeKit1")
@@ -68,7 +68,7 @@ int nicenessOf(pid_t thread) {
     return ::getpriority(PRIO_PROCESS, id_t(thread));
 }
 
-// A thread that asks for itself and stays until the end of the test.
+// A thread that asks for a higher priority for itself and runs until the end of the test.
 class AskingThread {
 public:
     explicit AskingThread(ThreadPriority& priorities)
@@ -97,10 +97,10 @@ private:
     std::promise<void> ended_;
     std::atomic<qint64> took_ = 0;
     std::atomic<pid_t> number_ = 0;
-    std::thread thread_; // last: it uses everything above
+    std::thread thread_; // last: it uses the members above
 };
 
-// Whether this process may raise a priority on its own.
+// True if this process may raise priorities without the service.
 bool mayRaise() {
     rlimit limit{};
     return ::geteuid() == 0 || (::getrlimit(RLIMIT_NICE, &limit) == 0 && limit.rlim_cur >= 30);
@@ -114,10 +114,10 @@ TEST(RealtimeKitPriority, AsksTheServiceForTheCallingThread) {
     EXPECT_EQ(service.last->thread, qulonglong(thread.number()));
     EXPECT_EQ(service.last->priority, pictureThreadNiceness);
     EXPECT_EQ(nicenessOf(thread.number()), nicenessOf(::getpid()))
-        << "what the service granted is not asked of the kernel again";
+        << "the kernel is not asked if the service granted it";
 }
 
-TEST(RealtimeKitPriority, AsksTheKernelWhereTheServiceRefuses) {
+TEST(RealtimeKitPriority, AsksTheKernelIfTheServiceRefuses) {
     FakeRealtimeKit service(FakeRealtimeKit::Mood::refuses);
     const auto priorities = prioritiesOfTheTestsBus();
     const int before = nicenessOf(::getpid());
@@ -152,7 +152,7 @@ TEST(RealtimeKitPriority, ThreadsThatARaisedThreadStartsAreNotRaised) {
     EXPECT_EQ(started, 0);
 }
 
-TEST(RealtimeKitPriority, AServiceThatDoesNotAnswerHoldsNobodyUp) {
+TEST(RealtimeKitPriority, ASilentServiceDoesNotBlock) {
     FakeRealtimeKit service(FakeRealtimeKit::Mood::keepsQuiet);
     QElapsedTimer clock;
     {
@@ -165,7 +165,7 @@ TEST(RealtimeKitPriority, AServiceThatDoesNotAnswerHoldsNobodyUp) {
         clock.start();
     }
     EXPECT_LT(clock.elapsed(), 10'000);
-    EXPECT_EQ(service.calls, 1) << "it is asked no more";
+    EXPECT_EQ(service.calls, 1) << "it is not asked again";
 }
 
 } // namespace

@@ -50,7 +50,7 @@ protected:
         last = {0xA1, 0x81, 0x0200, 0x0500, std::uint16_t(data.size()), data.data(), 7};
         return interface->ControlRequest(last);
     }
-    // The bytes that came.
+    // The bytes received.
     Bytes ask(int request, int entity, int selector) {
         Bytes data(2, 0xEE);
         last = {0xA1,
@@ -145,7 +145,7 @@ TEST_F(ControlInterface, TheClassAnswersNothingThatTheCameraMustAnswer) {
         EXPECT_THAT(ask(request, 5, 5), IsEmpty()) << request;
     for (const int request : {getMin, getMax}) {
         EXPECT_THAT(ask(request, 5, 2), IsEmpty()); // brightness
-        EXPECT_THAT(ask(request, 3, 5), IsEmpty()); // of the terminal it is the relative exposure time
+        EXPECT_THAT(ask(request, 3, 5), IsEmpty()); // on the terminal this is the relative exposure time
         EXPECT_THAT(ask(request, 9, 5), IsEmpty()); // no such entity
     }
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
@@ -157,7 +157,7 @@ TEST_F(ControlInterface, TheClassAnswersForNoControlThatTheDescriptorsDoNotList)
     answerWith(LIBUSB_ERROR_PIPE);
     EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
     open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
-    EXPECT_THAT(ask(getMax, 2, 5), ElementsAre(2)); // nothing can be read: the usual identifiers
+    EXPECT_THAT(ask(getMax, 2, 5), ElementsAre(2)); // unreadable descriptors: the usual identifiers
 }
 
 TEST_F(ControlInterface, TheClassAnswersForNoSilentCamera) {
@@ -175,7 +175,7 @@ TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
                                                  HasSubstr("control 5 of entity 3")));
 }
 
-TEST_F(ControlInterface, AStalledWriteToAControlThatTheDescriptorsDoNotListFindsNobodyToRefuseIt) {
+TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) {
     open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
     answerWith(LIBUSB_ERROR_PIPE);

@@ -106,7 +106,7 @@ TEST_F(CameraList, ANameThatWouldSteerATerminalIsMadeHarmless) {
     EXPECT_THAT(names(), ElementsAre("Cam [2J"));
 }
 
-TEST_F(CameraList, TellsOfArrivalAndRemovalOnTheMainQueue) {
+TEST_F(CameraList, ReportsArrivalAndRemovalOnTheMainQueue) {
     plug("1-2", "First");
     list.fill();
     list.addObserver(&news);
@@ -169,7 +169,7 @@ TEST_F(CameraList, AnInputIsMadeForTheCameraThatWasAsked) {
     EXPECT_THAT(inputsOf, ElementsAre(list.devices().front()->uniqueID() + " /dev/bus/usb/001/007"));
 }
 
-TEST_F(CameraList, NewsThatComesAfterItsEndIsDropped) {
+TEST_F(CameraList, DropsChangesAfterItsDestruction) {
     {
         UsbCameraList brief(tree.root(), mainQueue, nullptr);
         brief.addObserver(&news);

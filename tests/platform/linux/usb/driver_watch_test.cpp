@@ -25,7 +25,7 @@ bool isThere(pid_t process) {
     return ::kill(process, 0) == 0;
 }
 
-// Of the process's status in /proc, as a number.
+// SigBlk of the process from /proc/PID/status.
 std::uint64_t blockedSignals(pid_t process) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);) {
@@ -60,7 +60,7 @@ TEST(DriverWatch, CannotBeStartedWithoutItsProgram) {
     EXPECT_FALSE(DriverWatch::start("/nowhere/tavelo-driver-watch", {1, 250}, 0));
 }
 
-TEST(DriverWatch, ThatDiedItselfIsNoTroubleToItsOwner) {
+TEST(DriverWatch, MayDieBeforeItsOwner) {
     auto watch = DriverWatch::start(program, {1, 250}, 0);
     ASSERT_TRUE(watch);
     ASSERT_EQ(::kill(watch->process(), SIGKILL), 0);
@@ -71,7 +71,7 @@ TEST(DriverWatchProgram, EndsWellOnceItIsToldThatTheCameraWasGivenBack) {
     EXPECT_EQ(statusOf("printf x | " + program + " /dev/null 0"), 0);
 }
 
-TEST(DriverWatchProgram, FailsWhereItShouldGiveBackADeviceThatIsNotThere) {
+TEST(DriverWatchProgram, FailsIfThereIsNoSuchDevice) {
     EXPECT_EQ(statusOf(program + " /nowhere 0 </dev/null"), 1);
     EXPECT_EQ(statusOf(program + " /dev/null 0 </dev/null"), 1);
 }

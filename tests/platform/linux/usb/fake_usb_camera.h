@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A camera on the USB bus that does what a test tells it, and keeps what was done to it.
+// A fake camera on the USB bus, controlled by the test; records all calls.
 #pragma once
 
 #include <condition_variable>
@@ -17,15 +17,15 @@
 
 namespace tavelo::test {
 
-/// Opens one camera, whatever the address.  Thread-safe.
+/// Opens the same camera for every address.  Thread-safe.
 class FakeUsbCamera final : public UsbHandleOpener {
 public:
-    /// Who has an interface.
+    /// Who has claimed an interface.
     enum class Holder { nobody, driver, us, otherProgram };
 
     struct Transfer {
         UsbSetupPacket setup;
-        std::vector<std::uint8_t> data; ///< as the caller gave it
+        std::vector<std::uint8_t> data; ///< as passed by the caller
         std::chrono::milliseconds patience{};
     };
     /// Fills the data of a read; returns libusb's result.
@@ -36,9 +36,9 @@ public:
     std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override;
     libusb_context* context() override { return nullptr; }
 
-    /// Every later call of this name ("open", "claim 1", "attach 0") fails so; with LIBUSB_SUCCESS none does.
+    /// Later calls of this name ("open", "claim 1", "attach 0") fail with `error`; LIBUSB_SUCCESS ends this.
     void fail(const std::string& call, int error);
-    /// Only the next one does.
+    /// Only the next call fails.
     void failOnce(const std::string& call, int error);
     void answer(Answer answer);
     /// Called at the start of each later call of this name, on the caller's thread; may block.
@@ -46,15 +46,15 @@ public:
     void setHolder(std::uint8_t interface, Holder holder);
 
     Holder holder(std::uint8_t interface) const;
-    /// Waits a minute at most; whether it came to that.
+    /// Waits up to a minute; false on timeout.
     bool waitForHolder(std::uint8_t interface, Holder holder) const;
-    /// "open", "detach 1", "claim 1", ..., "close", in their order.
+    /// "open", "detach 1", "claim 1", ..., "close", in order.
     std::vector<std::string> calls() const;
     std::vector<Transfer> transfers() const;
     UsbAddress openedAddress() const;
     int mostOpenAtOnce() const;
 
-    /// Adds a line of a test's own to the calls.
+    /// Adds a test's own entry to the calls.
     void note(const std::string& call);
 
 private:

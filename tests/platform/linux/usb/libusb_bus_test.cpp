@@ -20,7 +20,7 @@ TEST_F(Libusb, ADeviceThatIsNotThereIsGone) {
     EXPECT_EQ(error, LIBUSB_ERROR_NO_DEVICE);
 }
 
-TEST_F(Libusb, ThereIsNoNewsWhereNothingHappens) {
+TEST_F(Libusb, ReportsNothingWithoutChanges) {
     const auto events = bus->hotplugEvents();
     EXPECT_GE(events->descriptor(), 0);
     EXPECT_FALSE(events->receive());

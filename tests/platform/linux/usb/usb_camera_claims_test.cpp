@@ -34,7 +34,7 @@ protected:
         return {nullptr, [camera = camera](void*) { camera->note("watch ends"); }};
     }
 
-    /// Ends the claims, which wait until everything went back.
+    /// Destroys the claims, which waits until every camera is returned to its driver.
     void waitForReturns() { claims.reset(); }
 
     RecordedDiagnostics diagnostics;
@@ -146,7 +146,7 @@ TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
 
 constexpr std::chrono::seconds longEnough(60);
 
-// A driver that takes its time to meet the camera.
+// A driver that is slow to attach to the camera.
 class SlowDriver : public CameraClaims {
 protected:
     SlowDriver() {
@@ -166,21 +166,21 @@ protected:
     WakeEvent allowed;
 };
 
-TEST_F(SlowDriver, NobodyWhoLetsGoWaitsForIt) {
-    acquire().reset(); // returns while the driver is at it
+TEST_F(SlowDriver, ReleasingDoesNotWaitForIt) {
+    acquire().reset(); // returns while the driver is still attaching
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
     EXPECT_EQ(camera->holder(0), Holder::nobody);
 }
 
-TEST_F(SlowDriver, AFailedTryToTakeACameraDoesNotWaitForItEither) {
+TEST_F(SlowDriver, AFailedClaimDoesNotWaitForItEither) {
     camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
     EXPECT_FALSE(acquire());
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
 }
 
-TEST_F(SlowDriver, ACameraThatIsOnItsWayBackIsTakenOnceItIsThere) {
+TEST_F(SlowDriver, ClaimsACameraOnceItsReturnIsFinished) {
     for (const bool failed : {false, true}) {
         if (failed) camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
         EXPECT_NE(acquire() != nullptr, failed);
@@ -201,7 +201,7 @@ TEST_F(SlowDriver, ACameraThatIsOnItsWayBackIsTakenOnceItIsThere) {
     }
 }
 
-TEST_F(SlowDriver, ACameraThatWaitsToGoBackIsKeptForWhoeverWantsItAgain) {
+TEST_F(SlowDriver, AClaimKeepsACameraThatWaitsForItsReturn) {
     const UsbCameraAddress other{{1, 6}, 2, {3}};
     acquire().reset();
     ASSERT_TRUE(entered.waitFor(longEnough)); // the other one waits behind it

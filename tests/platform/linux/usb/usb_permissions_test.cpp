@@ -40,11 +40,11 @@ protected:
     std::map<std::string, int> errors;
 };
 
-TEST_F(UsbRights, SufficeWhereEachCameraCanBeOpened) {
+TEST_F(UsbRights, SufficeIfEachCameraCanBeOpened) {
     EXPECT_EQ(denied(), std::nullopt);
 }
 
-TEST_F(UsbRights, LackWhereOneCameraIsDenied) {
+TEST_F(UsbRights, AreMissingIfOneCameraIsDenied) {
     errors["/dev/bus/usb/001/006"] = EACCES;
     EXPECT_EQ(denied(), "/dev/bus/usb/001/006");
     errors["/dev/bus/usb/001/005"] = EPERM;

@@ -26,7 +26,7 @@ using testing::SizeIs;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// A camera's firmware at the other end of the default pipe.
+// Answers control transfers with a camera's firmware.
 int answerOf(VirtualCameraFirmware& firmware, const UsbSetupPacket& packet, std::span<std::uint8_t> data) {
     const UsbSetup setup{packet.requestType, packet.request, packet.value, packet.index,
                          std::uint16_t(data.size())};
@@ -82,7 +82,7 @@ TEST_F(TransportPlatforms, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTake
     const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
     ASSERT_TRUE(interfaces);
     ASSERT_THAT(*interfaces, SizeIs(1));
-    EXPECT_THAT(camera->calls(), IsEmpty()); // nothing is taken by looking
+    EXPECT_THAT(camera->calls(), IsEmpty()); // listing takes nothing
     auto interface = interfaces->front()->openInterface();
     ASSERT_TRUE(interface);
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
@@ -181,7 +181,7 @@ TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsTha
     EXPECT_FALSE(manager.parametersArray().back()->supported());
 }
 
-TEST_F(TransportPlatforms, TheCaptureHalfHearsOfACameraFromTheHotplugEvents) {
+TEST_F(TransportPlatforms, TheCaptureHalfListsACameraAfterAHotplugEvent) {
     class News final : public CaptureDeviceObserver {
     public:
         void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }

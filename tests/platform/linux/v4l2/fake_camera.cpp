@@ -32,9 +32,9 @@ struct FakeCamera::State {
     v4l2_pix_format format{};
     v4l2_fract interval{};
 
-    // Of the node that holds the queue.
+    // State of the node that owns the queue.
     bool streaming = false;
-    FileDescriptor ready; // the write end of the node's pipe: a byte for each frame
+    FileDescriptor ready; // write end of the node's pipe: one byte per frame
     std::vector<std::shared_ptr<Bytes>> buffers;
     std::deque<std::uint32_t> queued;
     std::deque<v4l2_buffer> done;
@@ -313,11 +313,11 @@ std::unique_ptr<V4l2Node> FakeCamera::open(const std::string& /*path*/, int& err
     std::array<int, 2> ends{};
     if (error == 0 && ::pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC) != 0) error = errno;
     if (error != 0) {
-        ++state_->counts.closed; // nothing stays open
+        ++state_->counts.closed; // a failed open leaves nothing open
         state_->changed.notify_all();
         return nullptr;
     }
-    // What an earlier node left behind went with it.
+    // A new node starts without the state of an earlier one.
     state_->broken = false;
     state_->streaming = false;
     state_->buffers.clear();

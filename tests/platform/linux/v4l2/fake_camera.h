@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A V4L2 driver that does what a test tells it, with a real descriptor to poll.
+// A fake V4L2 driver controlled by the test, with a real descriptor to poll.
 #pragma once
 
 #include <linux/videodev2.h>
@@ -19,7 +19,7 @@
 
 namespace tavelo {
 
-/// One camera; every node opened from it shares its state.  Thread-safe.
+/// One camera; all nodes opened from it share its state.  Thread-safe.
 class FakeCamera final : public V4l2NodeOpener {
 public:
     struct Counts {
@@ -36,36 +36,36 @@ public:
     FakeCamera();
     ~FakeCamera() override;
 
-    /// What it enumerates; one YUYV mode unless set.
+    /// Sets the enumerated modes; the default is one YUYV mode.
     void offer(std::vector<OfferedMode> modes);
 
     /// The next `times` requests of this kind fail; 0 stands for opening.
     void failNext(unsigned long request, int error, int times = 1);
 
-    /// Fills the buffer that waits longest.  False where it does not stream or has no buffer left.
+    /// Fills the oldest queued buffer.  False if it is not streaming or no buffer is queued.
     bool deliver(const Bytes& bytes, std::uint32_t flags = 0);
 
-    /// The stamp of frames to come; the monotonic clock's time unless set.
+    /// Sets the time stamp of later frames; the default is the monotonic clock.
     void stamp(timeval time);
 
-    /// What the driver answers in place of what is right; 0: the truth.
+    /// Wrong values returned by the driver; 0 means the correct value.
     struct Lies {
         std::uint32_t imageBytes = 0; ///< VIDIOC_S_FMT: sizeimage
         std::uint32_t bytesPerLine = 0;
         std::uint32_t width = 0;
         std::uint32_t bufferCount = 0; ///< VIDIOC_REQBUFS
         std::uint32_t bufferBytes = 0; ///< VIDIOC_QUERYBUF
-        Fourcc onlyOf = 0;             ///< the format that is lied about; 0: each
+        Fourcc onlyOf = 0;             ///< the affected format; 0: all
     };
     void lie(const Lies& lies);
 
-    /// Unplugged: the descriptor hangs up, and all requests give ENODEV.
+    /// Unplugs the camera: the descriptor hangs up, and all requests return ENODEV.
     void vanish();
 
-    /// The descriptor hangs up as on a queue's error; requests give EIO until the node is opened again.
+    /// The descriptor hangs up like on a queue error; requests return EIO until the node is opened again.
     void breakQueue();
 
-    // Each waits until so many were reached, ten seconds at most; false then.
+    // Each waits up to ten seconds for the count; false on timeout.
     bool waitForStreamOn(int count);
     bool waitForClosed(int count);
     bool waitForOpened(int count);

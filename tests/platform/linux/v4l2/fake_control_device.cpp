@@ -10,7 +10,7 @@ namespace tavelo::test {
 
 namespace {
 
-// As the driver does it: to the nearer step, then into the range.
+// Like the driver: rounds to the nearest step, then clamps to the range.
 std::int32_t nearest(const V4l2ControlInfo& info, std::int32_t value) {
     if (info.maximum < info.minimum) return value;
     const std::int64_t step = std::max(info.step, 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// V4L2 controls in memory, with the driver's rules and with errors to order.
+// V4L2 controls in memory that follow the driver's rules and fail on request.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ public:
         V4l2ControlInfo info;
         std::int32_t value = 0;
         std::set<std::uint32_t> menu;
-        // Errors to order; 0 is none.
+        // Errors to return; 0 for none.
         int queryError = 0;
         int menuError = 0;
         int getError = 0;
@@ -28,7 +28,7 @@ public:
     /// Set up before use.
     std::map<std::uint32_t, Control> controls;
 
-    /// Every call of set(), in order, as it was asked.
+    /// The arguments of every call of set(), in order.
     std::vector<std::vector<V4l2ControlValue>> writes() const;
 
     int queryControl(std::uint32_t id, V4l2ControlInfo& info) override;
@@ -41,7 +41,7 @@ private:
     std::vector<std::vector<V4l2ControlValue>> writes_;
 };
 
-/// Every control that the kernel maps, in a camera's usual ranges.
+/// Every control mapped by the kernel, with typical ranges.
 std::map<std::uint32_t, FakeControlDevice::Control> everyControl();
 
 } // namespace tavelo::test

@@ -91,7 +91,7 @@ void FakeVideoTree::writeNode(const fs::path& parent, const std::string& name, c
 
 void FakeVideoTree::removeNode(const std::string& name) {
     const fs::path entry = root_ / "class/video4linux" / name;
-    // Put aside and not deleted: a file system may give the number of a deleted folder to the next.
+    // Renamed instead of deleted, because a file system may reuse the inode number of a deleted folder.
     fs::rename(fs::canonical(entry), root_ / ("removed" + std::to_string(removed_++)));
     fs::remove(entry);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A tree as in /sys with video nodes in it, and a driver that answers for each.
+// A fake sysfs tree with video nodes, and a fake driver for each.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ public:
     /// A node of the camera in this port.
     void addNode(const std::string& name, int port, const std::string& driversName, int index = 0,
                  int interfaceNumber = 0);
-    /// A node that no USB device has.
+    /// A node without a USB device.
     void addPlatformNode(const std::string& name, const std::string& driversName);
     void removeNode(const std::string& name);
 
@@ -45,11 +45,11 @@ private:
     int removed_ = 0;
 };
 
-/// Opens every node that it was told of; QUERYCAP is all that they answer.  Thread-safe.
+/// Opens every registered node; they only answer QUERYCAP.  Thread-safe.
 class FakeNodeOpener final : public V4l2NodeOpener {
 public:
     void capabilities(const std::string& name, std::uint32_t deviceCaps);
-    /// Opening fails from now on; 0: works again.
+    /// Makes opening fail; 0 makes it work again.
     void fail(const std::string& name, int error);
     int opened();
 

@@ -120,7 +120,7 @@ v4l2_pix_format pixFormat(std::uint32_t format, std::uint32_t colorspace) {
     return pix;
 }
 
-TEST(FrameFormatOf, TakesTheClassesDefaultsWhereTheDriverSaysNothing) {
+TEST(FrameFormatOf, TakesTheClassDefaultsIfTheDriverSaysNothing) {
     const FrameFormat format = frameFormat(pixFormat(fourcc::yuyv, V4L2_COLORSPACE_SRGB));
     EXPECT_EQ(format.matrix, YuvMatrix::bt601);
     EXPECT_FALSE(format.fullRange);
@@ -150,7 +150,7 @@ TEST(FrameTime, IsTheDriversMonotonicStamp) {
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 99'500'000us), 100s, 99s), 99'500ms);
 }
 
-TEST(FrameTime, IsNowWhereTheStampIsOfAnotherClockOrFarOff) {
+TEST(FrameTime, IsNowIfTheStampIsFromAnotherClockOrFarOff) {
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_UNKNOWN, 99'500'000us), 100s, 0s), 100s);
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 0us), 100s, 0s), 100s);
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 102'000'000us), 100s, 0s), 100s);

@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto longestWait = 10s;
-// What the bus takes for a transfer that carries nothing.
+// Duration of a transfer without data.
 constexpr auto busTime = 1ms;
 
 } // namespace
@@ -31,13 +31,13 @@ public:
     ~Transfer() override {
         const std::lock_guard lock(camera_.mutex_);
         --camera_.counts_.transfers;
-        if (underWay) std::abort(); // the system would write into memory that is gone
+        if (underWay) std::abort(); // the kernel would write into freed memory
     }
 
     UsbPortStatus submit() override { return camera_.submit(*this); }
     void cancel() override { camera_.cancel(*this); }
 
-    // Lays packets of these sizes over the buffer.
+    // Places a packet of this size in the buffer.
     void lay(std::size_t index, std::size_t size, bool damaged) {
         packets[index] = {std::span(bytes).subspan(index * shape.packetSize, size), damaged};
     }
@@ -51,7 +51,7 @@ private:
 public:
     std::vector<std::uint8_t> bytes;
     std::vector<UsbPacket> packets;
-    std::size_t filled = 0; // of a bulk transfer
+    std::size_t filled = 0; // bytes in a bulk transfer
     UsbPortStatus status = UsbPortStatus::ok;
     bool underWay = false;
     bool cancelled = false;
@@ -190,7 +190,7 @@ UsbPortStatus FakeUsbCamera::submit(Transfer& transfer) {
 
 void FakeUsbCamera::cancel(Transfer& transfer) {
     const std::lock_guard lock(mutex_);
-    transfer.cancelled = true; // where it is being filled
+    transfer.cancelled = true; // if it is being filled now
     const auto found = std::ranges::find(waiting_, &transfer);
     if (found == waiting_.end()) return;
     waiting_.erase(found);
@@ -237,7 +237,7 @@ void FakeUsbCamera::vanish() {
     changed_.notify_all();
 }
 
-// As a host controller does, one transfer's packets after another; a bulk transfer keeps what it has.
+// Fills one transfer's packets in turn, like a host controller.  A bulk transfer keeps its data so far.
 bool FakeUsbCamera::fillFromPicture(Transfer& transfer) {
     const std::span bytes(transfer.bytes);
     if (transfer.shape.isochronous) {
@@ -271,7 +271,7 @@ void FakeUsbCamera::handleEvents(std::chrono::milliseconds atMost) {
     if (ended_.empty()) {
         Transfer& transfer = *waiting_.front();
         waiting_.pop_front();
-        lock.unlock(); // what follows may take the camera's time
+        lock.unlock(); // the rest may be slow
         const bool filled = fillFromPicture(transfer);
         lock.lock();
         if (!filled) changed_.wait_for(lock, busTime, [this] { return !ended_.empty() || gone_; });
@@ -288,7 +288,7 @@ void FakeUsbCamera::handleEvents(std::chrono::milliseconds atMost) {
         lock.unlock();
         transfer.listener.transferEnded(transfer, transfer.status, transfer.packets);
         lock.lock();
-        --counts_.underWay; // now that its listener has heard of it
+        --counts_.underWay; // only now, after its listener was called
         changed_.notify_all();
     }
 }

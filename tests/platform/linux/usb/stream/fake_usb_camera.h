@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A USB camera that answers with the virtual camera's firmware, its transfers filled by hand or by its
-// picture.
+// A fake USB camera that answers requests with the virtual camera's firmware.  Transfers are filled by the
+// test or with the firmware's picture.
 #pragma once
 
 #include <chrono>
@@ -18,7 +18,7 @@
 
 namespace tavelo::test {
 
-/// Every port opened from it shares its state.  Thread-safe.
+/// All ports opened from it share its state.  Thread-safe.
 class FakeUsbCamera {
 public:
     using Bytes = std::vector<std::uint8_t>;
@@ -26,13 +26,13 @@ public:
     struct Counts {
         int connected = 0;
         int disconnected = 0;
-        int transfers = 0; ///< that exist now
-        int underWay = 0;  ///< now, or being told of
+        int transfers = 0; ///< allocated now
+        int underWay = 0;  ///< submitted, or in their completion call
         int submitted = 0;
         int events = 0; ///< calls of handleEvents
         int requests = 0;
         int clearedHalts = 0;
-        std::vector<int> alternates; ///< set one after another
+        std::vector<int> alternates; ///< all settings, in order
     };
 
     enum class Frames : std::uint8_t { byHand, ofItsPicture };
@@ -44,24 +44,24 @@ public:
 
     VirtualCameraFirmware& firmware() { return *firmware_; }
 
-    /// Ends the transfer that waits longest, with these packets in it (bulk: one).  False where none waits.
+    /// Completes the oldest submitted transfer with these packets (bulk: one).  False if there is none.
     bool deliver(const std::vector<Bytes>& packets, UsbPortStatus status = UsbPortStatus::ok);
-    /// The same, once one waits.
+    /// The same, but waits for a transfer.
     bool deliverSoon(const std::vector<Bytes>& packets, UsbPortStatus status = UsbPortStatus::ok);
 
-    /// Unplugged.
+    /// Unplugs the camera.
     void vanish();
 
-    // What the next calls of a kind come to, before they reach the camera.
+    // Makes the next calls fail before they reach the camera.
     void failConnect(ErrorCode code, int times = 1);
     void failRequest(std::uint8_t code, std::uint8_t selector, UsbPortStatus status, int times = 1);
     void failAlternate(int alternate, UsbPortStatus status, int times = 1);
     void failSubmit(UsbPortStatus status, int times = 1);
-    /// Rewrites what the camera reads out of requests.
+    /// Changes the camera's answers to read requests.
     void bend(std::function<void(std::uint8_t code, std::uint8_t selector, std::span<std::uint8_t>)> bend);
 
     Counts counts() const;
-    /// Ten seconds at most; false then.
+    /// Waits up to ten seconds; false on timeout.
     bool waitFor(const std::function<bool(const Counts&)>& condition) const;
 
 private:
@@ -85,9 +85,9 @@ private:
     static UsbPortStatus take(std::vector<Failure>& failures, int code, int selector);
 
     const std::shared_ptr<VirtualCameraFirmware> firmware_;
-    const std::unique_ptr<VirtualCameraGadget> gadget_; // null: by hand
+    const std::unique_ptr<VirtualCameraGadget> gadget_; // null: the test fills the transfers
 
-    std::mutex eventsMutex_; // held while listeners are told
+    std::mutex eventsMutex_; // held while listeners are called
 
     mutable std::mutex mutex_; // guards what follows
     mutable std::condition_variable changed_;

@@ -53,7 +53,7 @@ TEST_F(FormatSearchTest, AFullBusRulesOutAllThatIsNoLighter) {
     EXPECT_EQ(search.best()->offer, &offers[2]) << "UYVY is as heavy as YUYV";
 }
 
-TEST_F(FormatSearchTest, EndsWhereNothingIsLeft) {
+TEST_F(FormatSearchTest, IsEmptyOnceNothingIsLeft) {
     for (std::size_t i = 0; i < offers.size(); ++i)
         search.refused(*search.best());
     EXPECT_FALSE(search.best());

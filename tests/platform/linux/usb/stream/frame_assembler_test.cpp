@@ -39,7 +39,7 @@ protected:
         collect();
     }
 
-    // Notes the frame that waits, if there is one.
+    // Collects the waiting frame, if any.
     void collect() {
         if (mailbox.wait(Time{}) != FrameMailbox::Event::frame) return;
         const FrameMailbox::Frame& frame = mailbox.reading();
@@ -77,7 +77,7 @@ TEST_F(AssemblerTest, EndAndToggleMakeOneFrameNotTwo) {
     EXPECT_EQ(mailbox.damaged(), 0U);
 }
 
-TEST_F(AssemblerTest, AnIdentifierThatNeverTogglesDoesNotMatterWhereFramesEnd) {
+TEST_F(AssemblerTest, AnIdentifierThatNeverTogglesDoesNotMatterIfFramesAreEnded) {
     for (std::uint8_t i = 0; i < 3; ++i) {
         give(fid, Bytes(4, i));
         give(fid | eof, Bytes(4, i));

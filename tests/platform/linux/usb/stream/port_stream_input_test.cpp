@@ -23,7 +23,7 @@ using testing::IsEmpty;
 using Bytes = FakeUsbCamera::Bytes;
 using Counts = FakeUsbCamera::Counts;
 
-// Long where a test must not see it end, short where it waits for the end.
+// Long where a timeout must not happen in a test, short where a test waits for it.
 constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
 constexpr StreamPatience impatient{50ms, 50ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
@@ -48,7 +48,7 @@ VirtualCameraModel wideCamera() {
     return model;
 }
 
-// The packets of a frame in which every byte has that value, as many as its size needs.
+// The packets of a frame in which every byte has this value.
 class FrameMaker {
 public:
     std::vector<Bytes> next(std::size_t size = wholeFrame, std::uint8_t flags = 0) {
@@ -92,7 +92,7 @@ protected:
         return camera->waitFor([&](const Counts& counts) { return counts.alternates.size() >= count; });
     }
 
-    // Everything that was taken was given back, and the camera is off.
+    // All resources are released and the camera is switched off.
     void expectTidy() {
         const Counts counts = camera->counts();
         EXPECT_EQ(counts.connected, counts.disconnected);
@@ -213,7 +213,7 @@ TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
     ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
     const int requests = camera->counts().requests;
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "nothing to come back to";
+    EXPECT_EQ(camera->counts().connected, 1) << "it does not reconnect";
     EXPECT_EQ(camera->counts().requests, requests);
     EXPECT_EQ(frames.count(), 1U);
     EXPECT_THAT(lines.lines(), IsEmpty());
@@ -384,7 +384,7 @@ TEST_F(StreamTest, ACameraThatBendsARequestToAnImpossiblePictureStreamsWhatWasAs
     EXPECT_EQ(frames.last().imageBuffer->width(), 32U);
 }
 
-// Takes pictures until memory is gone.
+// Throws like a sink that runs out of memory.
 class ExhaustedSink final : public FrameSink {
 public:
     void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A program of its own, since it counts every allocation of the process.
+// A separate program, because it counts every allocation of the process.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -28,7 +28,7 @@ void* operator new(std::size_t size) {
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return counted(size, static_cast<std::size_t>(alignment));
 }
-// Kept whole: inlined, GCC sees free() where it expects a delete, and warns.
+// Not inlined: otherwise GCC warns that new is paired with free().
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What tests of a stream look at: its frames, and what it reports.
+// Records the frames and diagnostics of a stream.
 #pragma once
 
 #include <chrono>
@@ -15,7 +15,7 @@
 
 namespace tavelo::test {
 
-/// Keeps what was reported.  Thread-safe.
+/// Records reported lines.  Thread-safe.
 class RememberedLines final : public Diagnostics {
 public:
     void report(std::string_view device, std::string_view reason) noexcept override {
@@ -39,7 +39,7 @@ private:
     std::vector<std::string> lines_;
 };
 
-/// Keeps the times of all frames and the last picture.  Thread-safe.
+/// Records the times of all frames and the last picture.  Thread-safe.
 class RememberedFrames final : public FrameSink {
 public:
     void consume(const SampleBuffer& sample) override {
@@ -54,7 +54,7 @@ public:
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return times_.size() >= count; });
     }
-    /// While held, whoever brings a frame waits.
+    /// While held, consume() blocks.
     void hold(bool held) {
         const std::lock_guard lock(mutex_);
         held_ = held;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Composes the descriptors of streaming interfaces byte by byte, right ones and wrong ones.
+// Builds valid and invalid descriptors of streaming interfaces byte by byte.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +45,7 @@ inline Bytes jpegFormat(std::uint8_t index) {
 }
 
 /// @param subtype 5 of an uncompressed frame, 7 of a JPEG one
-/// @param count bFrameIntervalType, right or wrong
+/// @param count bFrameIntervalType, valid or not
 inline Bytes frame(std::uint8_t subtype, std::uint8_t index, std::uint32_t width, std::uint32_t height,
                    std::uint8_t count, const std::vector<std::uint32_t>& intervals) {
     Bytes rest = join({{0x24, subtype, index, 0},

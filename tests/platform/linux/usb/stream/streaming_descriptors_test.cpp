@@ -97,7 +97,7 @@ TEST(StreamingDescriptors, PassesOverWhatCannotBeConverted) {
     const auto frames = frame(5, 1, 64, 48, 1, {fps30});
     EXPECT_THAT(read(join({rawFormat(1, "Y16 "), frames})).offers, IsEmpty());
     EXPECT_THAT(read(join({rawFormat(1, "YUY2", Bytes(12, 7)), frames})).offers, IsEmpty());
-    // A frame-based format between: its frames, and wrong frames after it, belong to nothing of ours.
+    // A frame-based format in between: its frames and the invalid ones after it must be ignored.
     const Bytes frameBased = descriptor(join({{0x24, 0x10, 2, 1}, Bytes(24, 0)}));
     const auto interface = read(join(
         {rawFormat(1, "YUY2"), frames, frameBased, frames, jpegFormat(3), frame(7, 1, 32, 24, 1, {fps30})}));
@@ -136,7 +136,7 @@ TEST(StreamingDescriptors, FramesWithoutASizeOrCutOffAreLeftOut) {
     EXPECT_THAT(read(join({jpegFormat(1), frame(7, 1, 0, 48, 1, {fps30})})).offers, IsEmpty());
 }
 
-TEST(StreamingDescriptors, SizesThatNobodyCanShowAreLeftOut) {
+TEST(StreamingDescriptors, OmitsSizesThatCannotBeShown) {
     const auto found = read(join({rawFormat(1, "YUY2"), frame(5, 1, 65535, 65535, 1, {333'333}),
                                   frame(5, 2, 16384, 16384, 1, {333'333}),
                                   frame(5, 3, 1, 16385, 1, {333'333}), frame(5, 4, 640, 480, 1, {333'333})}));

@@ -133,7 +133,7 @@ TEST_F(RingTest, AStartThatFailsLeavesNothingUnderWay) {
     EXPECT_THAT(endsSoFar(), IsEmpty());
 }
 
-TEST_F(RingTest, RunsWithFewerTransfersWhereMemoryIsShort) {
+TEST_F(RingTest, RunsWithFewerTransfersIfMemoryIsShort) {
     camera.failSubmit(UsbPortStatus::ok, 3);
     camera.failSubmit(UsbPortStatus::failed);
     ASSERT_EQ(ring->start(shape, 8), UsbPortStatus::ok);

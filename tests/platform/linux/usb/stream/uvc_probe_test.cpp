@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
-// Answers what it is told; keeps what it was asked.
+// Returns scripted answers and records the requests.
 class ProbedCamera final : public UsbStreamPort {
 public:
     struct Asked {
@@ -63,8 +63,8 @@ TEST(UvcProbe, ReadsWhatTheCameraMakesOfIt) {
     camera.answer[2] = 1;
     camera.answer[3] = 3;
     camera.answer[4] = 0x40;
-    camera.answer[20] = 0x0A; // 655,360 bytes a frame
-    camera.answer[23] = 0x0C; // 3072 a payload
+    camera.answer[20] = 0x0A; // 655,360 bytes per frame
+    camera.answer[23] = 0x0C; // 3072 bytes per payload
     UvcProbe probe(0x0110);
     probe.setFrame(1, 2);
     ASSERT_EQ(probeStream(camera, probe), UsbPortStatus::ok);
@@ -80,7 +80,7 @@ TEST(UvcProbe, ReadsWhatTheCameraMakesOfIt) {
     EXPECT_EQ(camera.asked[1].code, 0x81);
 }
 
-TEST(UvcProbe, CommitsTheCamerasOwnWords) {
+TEST(UvcProbe, CommitsTheCamerasAnswerUnchanged) {
     ProbedCamera camera;
     for (std::size_t i = 0; i < camera.answer.size(); ++i)
         camera.answer[i] = std::uint8_t(i);
