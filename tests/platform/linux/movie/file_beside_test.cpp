@@ -46,6 +46,29 @@ TEST_P(FileBesideTest, IsGoneWithItsOwner) {
     EXPECT_THAT(files(), IsEmpty());
 }
 
+TEST_P(FileBesideTest, IsLockedSoThatNobodyTakesItForALeftover) {
+    const FileBeside file(target_, GetParam());
+    const std::string self = "/proc/self/fd/" + std::to_string(file.descriptor());
+    const FileDescriptor again(::open(self.c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_TRUE(again.isOpen());
+    EXPECT_EQ(::flock(again.get(), LOCK_EX | LOCK_NB), -1);
+    EXPECT_EQ(errno, EWOULDBLOCK);
+}
+
+TEST_F(FileBesideTest, RemovesNobodysFileOnceItTookTheTargetsPlace) {
+    write(target_, "old");
+    const FileDescriptor old(::open(target_.c_str(), O_RDWR | O_CLOEXEC));
+    std::string hiddenName;
+    {
+        FileBeside file(target_, Kind::hidden);
+        for (const auto& name : files())
+            if (name != "movie.mp4") hiddenName = name;
+        ASSERT_EQ(file.takePlace(old.get()), 0);
+        write(at(hiddenName), "somebody's");
+    }
+    EXPECT_THAT(files(), UnorderedElementsAre("movie.mp4", hiddenName));
+}
+
 TEST_P(FileBesideTest, TakesTheTargetsPlaceAndItsRights) {
     write(target_, "old");
     const FileDescriptor old(::open(target_.c_str(), O_RDWR | O_CLOEXEC));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <system_error>
 
 #include <gmock/gmock.h>
 
@@ -198,6 +199,9 @@ TEST_P(Faults, EachCallThatFailsOnceEitherCostsNothingOrIsReportedAndKeepsTheOld
             } else {
                 ++reported;
                 EXPECT_THAT(outcome.said, HasSubstr(path().toStdString()));
+                if (!lacking) {
+                    EXPECT_THAT(outcome.said, HasSubstr(std::generic_category().message(error)));
+                }
                 EXPECT_EQ(std::ranges::count(outcome.said, '\n'), 1) << outcome.said;
                 if (outcome.said.find("in place") == std::string::npos)
                     EXPECT_EQ(content(), expectedOldContent());
