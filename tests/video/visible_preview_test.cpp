@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QExposeEvent>
 #include <QScreen>
 #include <atomic>
 #include <functional>
@@ -101,6 +102,19 @@ TEST_P(VisiblePreviewTest, StopTurnsTheScreenBlack) {
     ASSERT_TRUE(screenBecomes(drawReference(fitted(640, 480, {536, 301}, false))));
     view_->stopRunning();
     EXPECT_TRUE(screenBecomes(black({536, 301})));
+}
+
+TEST_P(VisiblePreviewTest, RepaintingShowsTheNewestPictureAgain) {
+    deliver(64, 48);
+    ASSERT_TRUE(screenBecomes(drawReference(fitted(64, 48, {536, 301}, false))));
+    deliver(640, 480);
+    const QImage newest = drawReference(fitted(640, 480, {536, 301}, false));
+    ASSERT_TRUE(screenBecomes(newest));
+    for (int i = 0; i < 3; ++i) {
+        QExposeEvent exposed(QRegion(0, 0, 536, 301));
+        QCoreApplication::sendEvent(view_->mtkView(), &exposed);
+        EXPECT_LE(compare(onScreen(), newest).largest, tolerance) << "repaint " << i;
+    }
 }
 
 TEST_P(VisiblePreviewTest, LastPictureFollowsANewSizeWithoutANewFrame) {

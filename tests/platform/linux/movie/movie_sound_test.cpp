@@ -141,7 +141,10 @@ TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
     for (int i = 0; i < 20; ++i)
         ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
-    EXPECT_NEAR(double(decodeSound(path_).size()), 96000, 2500);
+    constexpr std::size_t packet = 1024; // the last one is filled with silence
+    const std::size_t samples = decodeSound(path_).size();
+    EXPECT_GE(samples, 96000U) << "nothing is left in the encoder";
+    EXPECT_LE(samples, 96000U + packet);
 }
 
 TEST_F(MovieSoundTest, IndexOfThousandsOfUnevenFramesAmongSoundFitsInFront) {
