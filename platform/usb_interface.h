@@ -8,17 +8,9 @@
 #include <span>
 #include <vector>
 
-namespace tavelo {
+#include "platform/error.h"
 
-enum class UsbStatus : std::uint8_t {
-    success = 0,
-    notOpen, ///< USBInterfaceClose was called
-    gone,    ///< the device was unplugged
-    timeout, ///< the device did not answer in time
-    refused, ///< the device refused a write (it stalled the request)
-    denied,  ///< no permission
-    failed,  ///< any other transfer error
-};
+namespace tavelo {
 
 /// One request on the default control pipe, with its fields as on the wire.
 struct UsbControlRequest {
@@ -46,12 +38,12 @@ public:
 
     /// Sends one request on pipe 0.
     ///
-    /// A stalled *read* counts as answered: success with bytesDone 0.  So does a write to a control that the
-    /// device does not list.  A refused write, an unplugged device, a timeout and a closed interface are
-    /// failures.
-    virtual UsbStatus ControlRequest(UsbControlRequest& request) = 0;
+    /// A stalled *read* counts as answered: no error, bytesDone 0.  So does a write to a control that the
+    /// device does not list.  Failures are a refused write, an unplugged device, a timeout, no permission and
+    /// a closed interface; any other is `failed`.
+    virtual ErrorCode ControlRequest(UsbControlRequest& request) = 0;
 
-    /// Closes for good: every later request returns notOpen without reaching the device.  May be called
+    /// Closes for good: every later request returns `closed` without reaching the device.  May be called
     /// twice.
     virtual void USBInterfaceClose() = 0;
 

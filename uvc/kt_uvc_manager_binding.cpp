@@ -50,7 +50,7 @@ bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationI
         binding.inputTerminalID = CameraBinding().inputTerminalID;
         binding.processingUnitID = CameraBinding().processingUnitID;
         binding.interface = nullptr;
-        binding.failure = UsbStatus::success;
+        binding.failure = ErrorCode::none;
         binding.recordsAreRead = false;
         binding.device = nullptr;
         ++binding.identity;
@@ -144,7 +144,7 @@ bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
         if (current.identity != identity) return;
         if (current.interface == bound.interface) { // and not reopened by another thread meanwhile
             if (opened) current.interface = opened;
-            current.failure = opened ? UsbStatus::success : UsbStatus::gone;
+            current.failure = opened ? ErrorCode::none : ErrorCode::gone;
             current.failedAt = failedAt;
         }
         isOpen = current.interface && !current.interfaceIsClosed();

@@ -80,7 +80,7 @@ public:
     }
 
     /// Every request of this code to this control ends with `status`; success lifts it.
-    void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, UsbStatus status) {
+    void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, ErrorCode status) {
         const std::lock_guard lock(mutex_);
         failures_[{entity, selector, code}] = status;
     }
@@ -107,7 +107,7 @@ public:
         requests_.clear();
     }
 
-    UsbStatus answer(UsbControlRequest& request) {
+    ErrorCode answer(UsbControlRequest& request) {
         const auto payload = request.payload();
         const FakeUsbRequest arrived{request.bmRequestType, request.bRequest,
                                      request.wValue,        request.wIndex,
@@ -120,7 +120,7 @@ public:
 
         const std::lock_guard lock(mutex_);
         const auto failure = failures_.find({arrived.entity(), arrived.selector(), arrived.bRequest});
-        if (failure != failures_.end() && failure->second != UsbStatus::success) return failure->second;
+        if (failure != failures_.end() && failure->second != ErrorCode::none) return failure->second;
 
         const auto control = controls_.find({arrived.entity(), arrived.selector()});
         if (arrived.bRequest == setCur) {
@@ -134,7 +134,7 @@ public:
             std::copy_n(bytes.begin(), count, request.data);
             request.bytesDone = static_cast<std::uint32_t>(count);
         }
-        return UsbStatus::success;
+        return ErrorCode::none;
     }
 
     static constexpr std::uint8_t setCur = 0x01;
@@ -168,7 +168,7 @@ private:
     mutable std::mutex mutex_; // guards everything below
     std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl> controls_;
     std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl::Bytes> taken_;
-    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UsbStatus> failures_;
+    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, ErrorCode> failures_;
     std::vector<FakeUsbRequest> requests_;
 };
 
@@ -177,8 +177,8 @@ class FakeUsbInterface : public UsbInterface {
 public:
     explicit FakeUsbInterface(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override {
-        return closed_ ? UsbStatus::notOpen : camera_->answer(request);
+    ErrorCode ControlRequest(UsbControlRequest& request) override {
+        return closed_ ? ErrorCode::closed : camera_->answer(request);
     }
     void USBInterfaceClose() override { closed_ = true; }
     std::uint8_t GetInterfaceNumber() const override { return camera_->interfaceNumber(); }

@@ -78,7 +78,7 @@ public:
         UsbControlRequest usb{
             typeOf(request), request, valueOf(control), indexOf(control), std::uint16_t(data.size()),
             data.data(),     0};
-        if (kernel_.ControlRequest(usb) != UsbStatus::success) return {};
+        if (kernel_.ControlRequest(usb) != ErrorCode::none) return {};
         if (request == setCur) lastWritten_ = data;
         data.resize(request == setCur ? 0 : usb.bytesDone);
         return {true, data};

@@ -77,7 +77,7 @@ std::string send(UsbInterface& interface, std::istream& words) {
                               data.data(),
                               0};
     const auto begin = std::chrono::steady_clock::now();
-    const UsbStatus status = interface.ControlRequest(request);
+    const ErrorCode status = interface.ControlRequest(request);
     const auto took =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
     std::ostringstream answer;

@@ -33,7 +33,7 @@ TEST_F(BoundCameraTest, ItDoesWhatTheManagerDoesWhileTheBindingIsTheSame) {
     bound.populateParam(*manager->zoom());
     EXPECT_EQ(camera->requests().size(), 3U);
     EXPECT_TRUE(bound.isCurrent());
-    EXPECT_EQ(bound.failure(), UsbStatus::success);
+    EXPECT_EQ(bound.failure(), ErrorCode::none);
 }
 
 TEST_F(BoundCameraTest, NothingReachesACameraThatIsBoundLater) {
@@ -50,7 +50,7 @@ TEST_F(BoundCameraTest, NothingReachesACameraThatIsBoundLater) {
     EXPECT_EQ(done.calls, 2);
     EXPECT_FALSE(done.success);
     EXPECT_FALSE(bound.isCurrent());
-    EXPECT_EQ(bound.failure(), UsbStatus::gone);
+    EXPECT_EQ(bound.failure(), ErrorCode::gone);
     EXPECT_THAT(camera->requests(), IsEmpty());
     EXPECT_THAT(other->requests(), IsEmpty());
     EXPECT_EQ(manager->bright()->val(), 2);
@@ -69,10 +69,10 @@ TEST_F(BoundCameraTest, AnInterfaceOpenedAnewIsTheSameBinding) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
-    EXPECT_EQ(bound.failure(), UsbStatus::refused);
+    EXPECT_EQ(bound.failure(), ErrorCode::refused);
     camera->forgetRequests();
     EXPECT_TRUE(bound.openInterfaceAgain());
-    EXPECT_EQ(bound.failure(), UsbStatus::success);
+    EXPECT_EQ(bound.failure(), ErrorCode::none);
     EXPECT_TRUE(bound.isCurrent());
     bound.setControlWithComplitionHandle(KTUVCControl::bright, 7, {});
     EXPECT_THAT(camera->requests(), ElementsAre(writeOf(KTUVCControl::bright, {7, 0})));

@@ -82,19 +82,19 @@ KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device
       heldPair_(std::move(pair)),
       device_(std::move(device)) {}
 
-UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
+ErrorCode KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     std::shared_ptr<V4l2ControlDevice> device;
     {
         const std::lock_guard lock(mutex_);
         device = device_;
     }
-    if (!device) return UsbStatus::notOpen;
+    if (!device) return ErrorCode::closed;
     const bool isWrite = request.bmRequestType == classWrite;
-    if (!isWrite && request.bmRequestType != classRead) return UsbStatus::failed;
-    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    if (!isWrite && request.bmRequestType != classRead) return ErrorCode::failed;
+    if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const KernelControl* control = findControl(request);
-    if (control == nullptr) return UsbStatus::success;
+    if (control == nullptr) return ErrorCode::none;
     return isWrite ? write(*device, *control, request) : read(*device, *control, request);
 }
 
@@ -111,7 +111,7 @@ const KernelControl* KernelUsbInterface::findControl(const UsbControlRequest& re
     return findKernelControl(*entity, static_cast<std::uint8_t>(request.wValue >> 8));
 }
 
-UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
+ErrorCode KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
                                    UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
@@ -121,10 +121,10 @@ UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelContro
         hold(control, reply.bytes);
     std::copy_n(reply.bytes.begin(), count, request.payload().begin());
     request.bytesDone = static_cast<std::uint32_t>(count);
-    return usbStatusOf(reply.error, false);
+    return controlErrorOf(reply.error, false);
 }
 
-UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
+ErrorCode KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
                                     UsbControlRequest& request) {
     // The class has no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
@@ -136,7 +136,7 @@ UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelContr
         std::ranges::copy(reply.bytes, request.payload().begin());
         hold(control, reply.bytes);
     }
-    return usbStatusOf(reply.error, true);
+    return controlErrorOf(reply.error, true);
 }
 
 std::vector<std::uint8_t> KernelUsbInterface::heldOf(const KernelControl& control) {

@@ -53,14 +53,14 @@ public:
                        Diagnostics& diagnostics,
                        std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override;
+    ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return address_.interfaceNumber; }
 
 private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
-    UsbStatus read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
-    UsbStatus write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
     std::vector<std::uint8_t> heldOf(const KernelControl& control);
     void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
     void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;

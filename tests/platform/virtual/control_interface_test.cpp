@@ -43,7 +43,7 @@ protected:
                 0};
     }
 
-    UsbStatus send(UsbControlRequest& request) { return interface->ControlRequest(request); }
+    ErrorCode send(UsbControlRequest& request) { return interface->ControlRequest(request); }
 
     ManualMainQueue mainQueue;
     VirtualBackend backend;
@@ -78,7 +78,7 @@ TEST_F(VirtualUsbTest, iteratorListsWhatMatches) {
 TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
     camera->setControlValue(control::brightness, -2);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 2U);
     EXPECT_EQ(bytes[0], 0xFE);
     EXPECT_EQ(bytes[1], 0xFF);
@@ -86,14 +86,14 @@ TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
 
 TEST_F(VirtualUsbTest, aReadOfMoreThanTheControlHasTellsHowMuchCame) {
     auto get = request(uvc::getCur, control::powerLine, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 1U);
 }
 
 TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
     bytes = {42, 0};
     auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
     EXPECT_EQ(camera->controlValue(control::brightness), 42);
     const auto log = camera->requestLog();
@@ -106,31 +106,31 @@ TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
 TEST_F(VirtualUsbTest, aRefusedWriteIsRefusedAndTheInterfaceStaysOpen) {
     bytes = {0x00, 0x70};
     auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::refused);
+    EXPECT_EQ(send(set), ErrorCode::refused);
     EXPECT_EQ(set.bytesDone, 0U);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
 }
 
 TEST_F(VirtualUsbTest, aStalledReadIsAnAnswerOfNoBytes) {
     auto get = request(uvc::getMin, control::autoFocus, std::span(bytes).first(1));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
     auto set = request(uvc::setCur, {ControlEntity::processingUnit, 40}, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 0U);
     set.wIndex = 0xEE00;
-    EXPECT_EQ(send(set), UsbStatus::success) << "an entity that does not exist";
+    EXPECT_EQ(send(set), ErrorCode::none) << "an entity that does not exist";
     EXPECT_EQ(set.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
     bytes = {100, 0};
     auto set = request(uvc::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
 }
 
@@ -138,7 +138,7 @@ TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
     for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
         auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
         nowhere.data = nullptr;
-        EXPECT_EQ(send(nowhere), UsbStatus::failed);
+        EXPECT_EQ(send(nowhere), ErrorCode::failed);
         EXPECT_EQ(nowhere.bytesDone, 0U);
     }
     EXPECT_TRUE(camera->requestLog().empty());
@@ -149,14 +149,14 @@ TEST_F(VirtualUsbTest, silenceIsATimeout) {
     fault.kind = FaultKind::silence;
     camera->order(fault);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::timeout);
+    EXPECT_EQ(send(get), ErrorCode::timeout);
 }
 
 TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
     interface->USBInterfaceClose();
     interface->USBInterfaceClose();
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::notOpen);
+    EXPECT_EQ(send(get), ErrorCode::closed);
     EXPECT_TRUE(camera->requestLog().empty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_NE(openInterface(0), interface) << "bound again, it answers";
@@ -171,7 +171,7 @@ TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
     EXPECT_TRUE(backend.bus->unplug(1));
     EXPECT_FALSE(backend.bus->unplug(1));
 
-    EXPECT_EQ(send(get), UsbStatus::gone);
+    EXPECT_EQ(send(get), ErrorCode::gone);
     EXPECT_EQ(found->at(0)->openInterface(), nullptr);
     EXPECT_EQ(device->CreateInterfaceIterator(videoControl), std::nullopt);
     EXPECT_EQ(plugIn->QueryInterface(), nullptr);
@@ -186,7 +186,7 @@ TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
     camera->order(fault);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
     std::thread unplugger([&] { backend.bus->unplug(1); });
-    EXPECT_EQ(send(get), UsbStatus::gone);
+    EXPECT_EQ(send(get), ErrorCode::gone);
     unplugger.join();
 }
 

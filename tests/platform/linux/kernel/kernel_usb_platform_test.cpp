@@ -107,7 +107,7 @@ TEST_F(KernelPlatform, WalksFromTheDeviceDownToAControl) {
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     Bytes data(2, 0);
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0500, 2, data.data(), 0}; // brightness of unit 5
-    EXPECT_EQ(interface->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(interface->ControlRequest(request), ErrorCode::none);
     EXPECT_THAT(data, ElementsAre(0xFD, 0xFF));
     EXPECT_THAT(opener->opened, ElementsAre("video0"));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
@@ -180,7 +180,7 @@ TEST_F(KernelPlatform, ASecondFunctionSpeaksToItsOwnNodeAndEntities) {
     EXPECT_EQ(second->GetInterfaceNumber(), 2);
     Bytes data(2, 0);
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0902, 2, data.data(), 0};
-    EXPECT_EQ(second->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(second->ControlRequest(request), ErrorCode::none);
     EXPECT_EQ(request.bytesDone, 2U);
 }
 
@@ -346,14 +346,14 @@ TEST_F(KernelPlatform, AnInterfaceThatIsOpenedAnewLeavesATiltAloneThatAnotherPro
     request.data = value.data();
     request.bmRequestType = 0xA1;
     request.bRequest = 0x81;
-    ASSERT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    ASSERT_EQ(openFirstInterface()->ControlRequest(request), ErrorCode::none);
     ASSERT_EQ(request.bytesDone, 8U);
 
     opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000;
     std::ranges::copy(std::array<std::uint8_t, 4>{0x10, 0x0E, 0, 0}, value.begin());
     request.bmRequestType = 0x21;
     request.bRequest = 0x01;
-    EXPECT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(openFirstInterface()->ControlRequest(request), ErrorCode::none);
     EXPECT_EQ(opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
     EXPECT_EQ(opener->device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
 }
