@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A camera's video-control interface and how to reach it: device, location, interface.
+// A camera's video-control interface and how to reach it.
 #pragma once
 
 #include <cstdint>
@@ -51,17 +51,6 @@ public:
     virtual std::uint8_t GetInterfaceNumber() const = 0;
 };
 
-/// An interface found in a device, not opened yet.
-class UsbInterfaceService {
-public:
-    virtual ~UsbInterfaceService() = default;
-
-    virtual std::uint8_t GetInterfaceNumber() const = 0;
-
-    /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
-    virtual std::shared_ptr<UsbInterface> openInterface() = 0;
-};
-
 /// Which interfaces of a device to list.
 struct UsbInterfaceMatch {
     static constexpr std::uint16_t any = 0xFFFF;
@@ -72,35 +61,31 @@ struct UsbInterfaceMatch {
     std::uint16_t alternateSetting = any;
 };
 
-/// An opened USB device.
+/// A device as the operating system lists it, and the way to its interfaces.
+///
+///     CreatePlugInInterface --> QueryInterface --> CreateInterfaceIterator --> openInterface
+///
+/// Any step may fail, since the device may be unplugged at any time.  Reentrant.
 class UsbDevice {
 public:
     virtual ~UsbDevice() = default;
 
+    /// False if the device cannot be accessed at all: the next one may be the camera.
+    [[nodiscard]] virtual bool CreatePlugInInterface() = 0;
+
+    /// False if the device does not answer: there is no point in asking others.
+    [[nodiscard]] virtual bool QueryInterface() = 0;
+
     /// The root hub's byte, then one hexadecimal digit per port, left-aligned.
     virtual std::uint32_t GetLocationID() const = 0;
 
-    /// The matching interfaces in the order of the device's descriptors; nothing if these cannot be read.
-    virtual std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
+    /// The numbers of the matching interfaces, in the order of the device's descriptors; nothing if these
+    /// cannot be read.
+    virtual std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
         const UsbInterfaceMatch& match) = 0;
-};
 
-/// The first of two steps from a listed device to an opened one.
-class UsbDevicePlugIn {
-public:
-    virtual ~UsbDevicePlugIn() = default;
-
-    /// Null if the device does not answer.
-    virtual std::unique_ptr<UsbDevice> QueryInterface() = 0;
-};
-
-/// A device as the operating system lists it.
-class UsbDeviceService {
-public:
-    virtual ~UsbDeviceService() = default;
-
-    /// Null if the device cannot be accessed at all.
-    virtual std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() = 0;
+    /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
+    virtual std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) = 0;
 };
 
 } // namespace tavelo

@@ -8,11 +8,12 @@
 
 namespace tavelo {
 
-VirtualUsbInterface::VirtualUsbInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number)
+VirtualControlInterface::VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware,
+                                                 std::uint8_t number)
     : firmware_(std::move(firmware)),
       number_(number) {}
 
-ErrorCode VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
+ErrorCode VirtualControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     if (!open_) return ErrorCode::closed;
     if (!firmware_->present()) return ErrorCode::gone;
@@ -35,7 +36,7 @@ ErrorCode VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
 }
 
 // A stall counts as an answer, unless it refuses a write to a control that the camera lists.
-ErrorCode VirtualUsbInterface::failure(const UsbControlRequest& request, UsbReplyKind kind) const {
+ErrorCode VirtualControlInterface::failure(const UsbControlRequest& request, UsbReplyKind kind) const {
     if (kind == UsbReplyKind::silence) return firmware_->present() ? ErrorCode::timeout : ErrorCode::gone;
     if ((request.bmRequestType & uvc::directionIn) != 0) return ErrorCode::none;
     const bool listed = firmware_->listsControl(static_cast<std::uint8_t>(request.wIndex >> 8U),

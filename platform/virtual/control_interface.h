@@ -13,9 +13,9 @@ namespace tavelo {
 
 /// Passes requests to the firmware unchanged.  A silent camera times out at once, since waiting for it would
 /// gain nothing.
-class VirtualUsbInterface final : public UsbInterface {
+class VirtualControlInterface final : public UsbInterface {
 public:
-    VirtualUsbInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);
+    VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);
 
     ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override { open_ = false; }

@@ -191,7 +191,14 @@ private:
 };
 
 /// Where the way from a listed device to its interface ends.
-enum class FakeUsbFault : std::uint8_t { none, noPlugIn, noDevice, noIterator, noInterface, notOpened };
+enum class FakeUsbFault : std::uint8_t {
+    none,
+    noPlugIn,
+    noDevice,
+    noIterator,
+    noInterface,
+    notOpened, ///< the first interface only
+};
 
 /// One device of the bus.
 struct FakeUsbDevice {
@@ -204,66 +211,35 @@ struct FakeUsbDevice {
     int plugInsMade = 0;
 };
 
-class FakeUsbInterfaceService : public UsbInterfaceService {
+class FakeListedUsbDevice : public UsbDevice {
 public:
-    FakeUsbInterfaceService(std::shared_ptr<FakeUvcCamera> camera, bool opens)
-        : camera_(std::move(camera)),
-          opens_(opens) {}
+    explicit FakeListedUsbDevice(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
 
-    std::uint8_t GetInterfaceNumber() const override { return camera_->listedNumber(); }
-    std::shared_ptr<UsbInterface> openInterface() override {
-        return opens_ ? std::make_shared<FakeUsbInterface>(camera_) : nullptr;
+    bool CreatePlugInInterface() override {
+        ++device_->plugInsMade;
+        return device_->fault != FakeUsbFault::noPlugIn;
     }
-
-private:
-    std::shared_ptr<FakeUvcCamera> camera_;
-    bool opens_;
-};
-
-class FakeOpenedUsbDevice : public UsbDevice {
-public:
-    explicit FakeOpenedUsbDevice(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
+    bool QueryInterface() override { return device_->fault != FakeUsbFault::noDevice; }
     std::uint32_t GetLocationID() const override { return device_->locationID; }
 
-    std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
+    std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
         const UsbInterfaceMatch& match) override {
         device_->asked = match;
         if (device_->fault == FakeUsbFault::noIterator) return std::nullopt;
-        std::vector<std::unique_ptr<UsbInterfaceService>> services;
-        if (device_->fault == FakeUsbFault::noInterface) return services;
-        bool fails = device_->fault == FakeUsbFault::notOpened; // the first only
+        std::vector<std::uint8_t> numbers;
+        if (device_->fault == FakeUsbFault::noInterface) return numbers;
         for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras)
-            services.push_back(
-                std::make_unique<FakeUsbInterfaceService>(camera, !std::exchange(fails, false)));
-        return services;
+            numbers.push_back(camera->listedNumber());
+        return numbers;
     }
 
-private:
-    std::shared_ptr<FakeUsbDevice> device_;
-};
-
-class FakeUsbDevicePlugIn : public UsbDevicePlugIn {
-public:
-    explicit FakeUsbDevicePlugIn(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
-    std::unique_ptr<UsbDevice> QueryInterface() override {
-        if (device_->fault == FakeUsbFault::noDevice) return nullptr;
-        return std::make_unique<FakeOpenedUsbDevice>(device_);
-    }
-
-private:
-    std::shared_ptr<FakeUsbDevice> device_;
-};
-
-class FakeUsbDeviceService : public UsbDeviceService {
-public:
-    explicit FakeUsbDeviceService(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
-    std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() override {
-        ++device_->plugInsMade;
-        if (device_->fault == FakeUsbFault::noPlugIn) return nullptr;
-        return std::make_unique<FakeUsbDevicePlugIn>(device_);
+    std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
+        for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras) {
+            const bool fails =
+                device_->fault == FakeUsbFault::notOpened && camera == device_->cameras.front();
+            if (camera->listedNumber() == number && !fails) return std::make_shared<FakeUsbInterface>(camera);
+        }
+        return nullptr;
     }
 
 private:
@@ -288,13 +264,13 @@ public:
         return std::make_unique<Prober>(*this);
     }
 
-    std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() override {
+    std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
         ++walks;
-        if (servicesAsked) servicesAsked();
-        std::vector<std::unique_ptr<UsbDeviceService>> services;
+        if (busAsked) busAsked();
+        std::vector<std::unique_ptr<UsbDevice>> listed;
         for (const std::shared_ptr<FakeUsbDevice>& device : devices)
-            services.push_back(std::make_unique<FakeUsbDeviceService>(device));
-        return services;
+            listed.push_back(std::make_unique<FakeListedUsbDevice>(device));
+        return listed;
     }
 
     /// Plugs in a device with one control interface; the prober sees it at its next refresh.
@@ -313,7 +289,7 @@ public:
 
     /// Called whenever somebody asks for the list: the prober's, or the operating system's.
     std::function<void()> devicesAsked;
-    std::function<void()> servicesAsked;
+    std::function<void()> busAsked;
 
 private:
     class Prober : public BusProber {

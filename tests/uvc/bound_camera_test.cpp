@@ -82,8 +82,8 @@ TEST_F(BoundCameraTest, AnInterfaceOpenedWhileAnotherCameraIsBoundIsLetGo) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
-    platform.servicesAsked = [this] {
-        platform.servicesAsked = {};
+    platform.busAsked = [this] {
+        platform.busAsked = {};
         manager->setInterface(nullptr); // as the main thread does while it binds
     };
     EXPECT_FALSE(bound.openInterfaceAgain());

@@ -44,14 +44,14 @@ private:
 
 /// Thread-safe.  No lock is held while the camera is asked: a write that blocks delays nobody else, and
 /// closing does not wait for it.
-class KernelUsbInterface final : public UsbInterface {
+class KernelControlInterface final : public UsbInterface {
 public:
     /// @param diagnostics must outlive the interface
     /// @param pair shared with earlier interfaces of the same camera: after a refusal the interface is
     ///     opened again without being read
-    KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
-                       Diagnostics& diagnostics,
-                       std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
+    KernelControlInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
+                           Diagnostics& diagnostics,
+                           std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
 
     ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;

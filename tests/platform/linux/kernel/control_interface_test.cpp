@@ -57,7 +57,7 @@ protected:
 
     std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
+    KernelControlInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
 };
 
 TEST_F(KernelInterface, AnswersReadsOfBothEntities) {
@@ -146,10 +146,10 @@ TEST_F(KernelInterface, UnknownEntitiesSelectorsAndInterfacesAnswerNothingAndRef
 }
 
 TEST_F(KernelInterface, UnreadEntitiesGoByTheNumbersThatCallersThenUse) {
-    KernelUsbInterface unknown(device, {0, -1, -1, "/dev/video0"}, diagnostics);
+    KernelControlInterface unknown(device, {0, -1, -1, "/dev/video0"}, diagnostics);
     EXPECT_THAT(read(unknown, 1, 11).bytes, ElementsAre(100, 0));
     EXPECT_THAT(read(unknown, 2, 2).bytes, ElementsAre(0xFD, 0xFF));
-    KernelUsbInterface unitOnly(device, {0, -1, 1, "/dev/video0"}, diagnostics);
+    KernelControlInterface unitOnly(device, {0, -1, 1, "/dev/video0"}, diagnostics);
     EXPECT_THAT(read(unitOnly, 1, 2).bytes, ElementsAre(0xFD, 0xFF));
 }
 
@@ -233,7 +233,7 @@ public:
 TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
     const auto device = std::make_shared<SilentDevice>();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<ErrorCode> written = ErrorCode::failed;
     std::thread writer([&] { written = write(interface, 5, 3, {1, 0}).status; });
     ASSERT_TRUE(device->entered.waitFor(std::chrono::seconds(60)));
@@ -249,7 +249,7 @@ TEST(KernelInterfaceThreads, TwoThreadsMayAskAndAThirdClose) {
     const auto device = std::make_shared<FakeControlDevice>();
     device->controls = everyControl();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<int> asked = 0;
     const auto askOn = [&](std::uint8_t selector) {
         while (read(interface, 5, selector).status != ErrorCode::closed) {
