@@ -97,7 +97,24 @@ private:
     std::map<std::string, Value> values_;
 };
 
-const NamedValues<CameraTransport> transports(cameraTransports());
+NamedValues<CameraTransport> namedTransports() {
+    std::map<std::string, CameraTransport> names;
+    for (const TransportDescription& row : cameraTransports())
+        names.emplace(row.name, row.transport);
+    return names;
+}
+
+std::string transportHelp() {
+    std::string help = "How to access cameras: ";
+    const char* between = "";
+    for (const TransportDescription& row : cameraTransports()) {
+        help += between + row.name + " (" + row.meaning + ")";
+        between = " or ";
+    }
+    return help;
+}
+
+const NamedValues<CameraTransport> transports = namedTransports();
 const NamedValues<RendererChoice> renderers({{"auto", RendererChoice::automatic},
                                              {"gl", RendererChoice::gl},
                                              {"cpu", RendererChoice::cpu}});
@@ -138,10 +155,7 @@ private:
                             "Use this many virtual cameras instead of real ones")
                 ->check(CLI::Range(1, mostVirtualCameras));
         CLI::Option* const transport =
-            app_.add_option("--transport", transport_,
-                            "How to access cameras: kernel (through its driver) or usb (directly, taking "
-                            "the camera from the driver while it is shown)")
-                ->excludes(virtualCameras);
+            app_.add_option("--transport", transport_, transportHelp())->excludes(virtualCameras);
         transports.addTo(transport);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)

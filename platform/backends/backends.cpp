@@ -14,13 +14,15 @@ namespace {
 
 struct Transport {
     CameraTransport transport;
-    const char* name; // on the command line
+    const char* name;
+    const char* meaning;
     Backend (*make)(const BackendOptions& options);
 };
 
 constexpr std::array transports{
-    Transport{CameraTransport::kernel, "kernel", makeKernelBackend},
-    Transport{CameraTransport::usb, "usb", makeUsbBackend},
+    Transport{CameraTransport::kernel, "kernel", "through its driver", makeKernelBackend},
+    Transport{CameraTransport::usb, "usb", "directly, taking the camera from the driver while it is shown",
+              makeUsbBackend},
 };
 
 Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
@@ -37,11 +39,11 @@ Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnost
 
 } // namespace
 
-std::map<std::string, CameraTransport> cameraTransports() {
-    std::map<std::string, CameraTransport> names;
+std::vector<TransportDescription> cameraTransports() {
+    std::vector<TransportDescription> descriptions;
     for (const Transport& row : transports)
-        names.emplace(row.name, row.transport);
-    return names;
+        descriptions.push_back({row.transport, row.name, row.meaning});
+    return descriptions;
 }
 
 Backends makeBackends(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/asset_writer.h"
 #include "platform/backend.h"
@@ -19,8 +19,13 @@ enum class CameraTransport : std::uint8_t {
     usb,    ///< directly over USB; the driver releases the camera that is shown
 };
 
-/// What the transports are called on the command line.
-std::map<std::string, CameraTransport> cameraTransports();
+/// A transport for the user.
+struct TransportDescription {
+    CameraTransport transport;
+    std::string name;    ///< on the command line
+    std::string meaning; ///< half a sentence
+};
+std::vector<TransportDescription> cameraTransports();
 
 struct CameraOptions {
     /// If above 0, this many virtual cameras replace the machine's.

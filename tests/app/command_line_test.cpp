@@ -77,6 +77,12 @@ TEST(CommandLine, ReadsTheTransport) {
     EXPECT_EQ(std::get<CommandLine>(kernel).cameras.transport, CameraTransport::kernel);
 }
 
+TEST(CommandLine, HelpExplainsEveryTransport) {
+    std::string help = std::get<CommandLineExit>(parse({"--help"})).output;
+    std::erase_if(help, [](char c) { return c == ' ' || c == '\n'; }); // lines may break anywhere
+    EXPECT_THAT(help, HasSubstr("cameras:kernel(throughitsdriver)orusb(directly,"));
+}
+
 TEST(CommandLine, NamesWhatTheUserGave) {
     EXPECT_EQ(std::get<CommandLine>(parse({})).given, std::vector<std::string>());
     EXPECT_EQ(ignoredOptionsLine(std::get<CommandLine>(parse({}))), "");

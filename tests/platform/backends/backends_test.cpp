@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -123,9 +124,14 @@ TEST_P(TheMachinesOwnHalves, Agree) {
     EXPECT_TRUE(backends.cameras.capture->makeSession());
 }
 
-TEST(CameraTransports, AreNamedAsOnTheCommandLine) {
-    EXPECT_EQ(cameraTransports(), (std::map<std::string, CameraTransport>{{"kernel", CameraTransport::kernel},
-                                                                          {"usb", CameraTransport::usb}}));
+TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {
+    std::map<std::string, CameraTransport> names;
+    for (const TransportDescription& row : cameraTransports()) {
+        EXPECT_TRUE(names.emplace(row.name, row.transport).second) << row.name;
+        EXPECT_FALSE(row.meaning.empty()) << row.name;
+    }
+    EXPECT_EQ(names, (std::map<std::string, CameraTransport>{{"kernel", CameraTransport::kernel},
+                                                             {"usb", CameraTransport::usb}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, TheMachinesOwnHalves,
