@@ -5,7 +5,7 @@
 
 namespace tavelo {
 
-ErrorCode errorCodeOf(int errorNumber) {
+ErrorCode errorCodeOfErrno(int errorNumber) {
     switch (errorNumber) {
         case 0:
             return ErrorCode::none;
@@ -35,7 +35,7 @@ ErrorCode errorCodeOf(int errorNumber) {
 }
 
 Error fileError(int errorNumber) {
-    return {errorCodeOf(errorNumber), std::generic_category().message(errorNumber), "file system"};
+    return {errorCodeOfErrno(errorNumber), std::generic_category().message(errorNumber), "file system"};
 }
 
 Error fileError(int errorNumber, const std::string& what) {

@@ -10,7 +10,7 @@
 namespace tavelo {
 
 /// The code for an errno; none for 0.
-ErrorCode errorCodeOf(int errorNumber);
+ErrorCode errorCodeOfErrno(int errorNumber);
 
 /// Turns the errno of a file operation into an error.
 Error fileError(int errorNumber);

@@ -266,7 +266,7 @@ ErrorCode controlErrorOf(int error, bool isWrite) {
         case EACCES:
             return isWrite ? ErrorCode::refused : ErrorCode::none;
         default:
-            return errorCodeOf(error);
+            return errorCodeOfErrno(error);
     }
 }
 

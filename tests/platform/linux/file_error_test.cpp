@@ -7,19 +7,19 @@ namespace tavelo {
 namespace {
 
 TEST(FileError, EachErrnoHasOneCode) {
-    EXPECT_EQ(errorCodeOf(0), ErrorCode::none);
+    EXPECT_EQ(errorCodeOfErrno(0), ErrorCode::none);
     for (const int error : {EACCES, EPERM, EROFS})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::denied) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::denied) << error;
     for (const int error : {EBUSY, ETXTBSY})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::busy) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::busy) << error;
     for (const int error : {EIO, ENODEV, ENXIO, ESHUTDOWN})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::gone) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::gone) << error;
     for (const int error : {ETIMEDOUT, ETIME})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::timeout) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::timeout) << error;
     for (const int error : {ENOSPC, EDQUOT, EFBIG, EEXIST})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::refused) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::refused) << error;
     for (const int error : {EPROTO, EBADF, ENOTTY, EINVAL})
-        EXPECT_EQ(errorCodeOf(error), ErrorCode::failed) << error;
+        EXPECT_EQ(errorCodeOfErrno(error), ErrorCode::failed) << error;
 }
 
 TEST(FileError, SaysWhatFailedAndWhy) {
