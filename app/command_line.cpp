@@ -79,7 +79,7 @@ const CLI::Validator cameraValidator(
 template <typename Value>
 class NamedValues {
 public:
-    NamedValues(std::initializer_list<std::pair<const std::string, Value>> values) : values_(values) {}
+    NamedValues(std::map<std::string, Value> values) : values_(std::move(values)) {}
 
     void addTo(CLI::Option* option) const {
         std::vector<std::string> names;
@@ -97,10 +97,27 @@ private:
     std::map<std::string, Value> values_;
 };
 
-const NamedValues<CameraTransport> transports{{"kernel", CameraTransport::kernel},
-                                              {"usb", CameraTransport::usb}};
-const NamedValues<RendererChoice> renderers{
-    {"auto", RendererChoice::automatic}, {"gl", RendererChoice::gl}, {"cpu", RendererChoice::cpu}};
+NamedValues<CameraTransport> namedTransports() {
+    std::map<std::string, CameraTransport> names;
+    for (const TransportDescription& row : cameraTransports())
+        names.emplace(row.name, row.transport);
+    return names;
+}
+
+std::string transportHelp() {
+    std::string help = "How to access cameras: ";
+    const char* between = "";
+    for (const TransportDescription& row : cameraTransports()) {
+        help += between + row.name + " (" + row.meaning + ")";
+        between = " or ";
+    }
+    return help;
+}
+
+const NamedValues<CameraTransport> transports = namedTransports();
+const NamedValues<RendererChoice> renderers({{"auto", RendererChoice::automatic},
+                                             {"gl", RendererChoice::gl},
+                                             {"cpu", RendererChoice::cpu}});
 
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
     std::string line = app->get_name() + ": " + error.what() + " (--help lists the options)";
@@ -134,14 +151,11 @@ public:
 private:
     void addCameras() {
         CLI::Option* const virtualCameras =
-            app_.add_option("--virtual-cameras", line_.backends.virtualCameras,
+            app_.add_option("--virtual-cameras", line_.cameras.virtualCameras,
                             "Use this many virtual cameras instead of real ones")
                 ->check(CLI::Range(1, mostVirtualCameras));
         CLI::Option* const transport =
-            app_.add_option("--transport", transport_,
-                            "How to access cameras: kernel (through its driver) or usb (directly, taking "
-                            "the camera from the driver while it is shown)")
-                ->excludes(virtualCameras);
+            app_.add_option("--transport", transport_, transportHelp())->excludes(virtualCameras);
         transports.addTo(transport);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)
@@ -190,13 +204,13 @@ private:
     }
 
     std::variant<CommandLine, CommandLineExit> result() {
-        line_.backends.transport = transports.of(transport_, line_.backends.transport);
+        line_.cameras.transport = transports.of(transport_, line_.cameras.transport);
         line_.renderer = renderers.of(renderer_, line_.renderer);
         for (const CLI::Option* option : app_.get_options())
             if (option->count() > 0) line_.given.push_back(option->get_name());
-        if (!size_.empty()) line_.backends.format.size = parseSize(size_);
-        if (framesPerSecond_ > 0) line_.backends.format.framesPerSecond = framesPerSecond_;
-        if (!format_.empty()) line_.backends.format.fourcc = format_;
+        if (!size_.empty()) line_.cameras.format.size = parseSize(size_);
+        if (framesPerSecond_ > 0) line_.cameras.format.framesPerSecond = framesPerSecond_;
+        if (!format_.empty()) line_.cameras.format.fourcc = format_;
         const bool records = record_->count() > 0;
         if (records || snapshot_->count() > 0) {
             errand_.kind = records ? ErrandRequest::Kind::record : ErrandRequest::Kind::snapshot;

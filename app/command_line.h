@@ -14,7 +14,7 @@
 namespace tavelo {
 
 struct CommandLine {
-    BackendOptions backends;
+    CameraOptions cameras;
     RendererChoice renderer = RendererChoice::automatic;
     bool verbose = false;
     /// A file: write a picture of the window to it once the camera's picture shows, then quit.

@@ -44,8 +44,8 @@ bool haveDisplay() {
     return false;
 }
 
-BackendOptions backendOptions(const CommandLine& commandLine) {
-    BackendOptions options = commandLine.backends;
+CameraOptions cameraOptions(const CommandLine& commandLine) {
+    CameraOptions options = commandLine.cameras;
     options.warn = [](const std::string& line) {
         std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
     };
@@ -72,13 +72,13 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     JsonPreferencesStore userDefaults(mainQueue);
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
-    const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
-    KTUVCManager::setEnvironment({backends.usb.get(), &localizer});
+    const Backends backends = makeBackends(cameraOptions(commandLine), mainQueue, diagnostics);
+    KTUVCManager::setEnvironment({backends.cameras.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
-    ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
+    ViewController panel({KTUVCManager::sharedManager(), *backends.cameras.capture, userDefaults, bundle,
                           windowController, commandLine.renderer});
     panel.viewDidLoad();
     panel.putInto(window);
@@ -131,8 +131,9 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
 int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
-    const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
-    CameraErrand errand(*backends.capture, backends.assetWriters, *commandLine.errand, commandLine.renderer);
+    const Backends backends = makeBackends(cameraOptions(commandLine), mainQueue, diagnostics);
+    CameraErrand errand(*backends.cameras.capture, backends.assetWriters, *commandLine.errand,
+                        commandLine.renderer);
     QObject::connect(&quitSignals, &QuitSignals::asked, &errand, &CameraErrand::stop);
     QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
     return KTApplication::exec();

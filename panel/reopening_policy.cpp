@@ -5,8 +5,8 @@
 
 namespace tavelo {
 
-bool ReopeningPolicy::mayOpen(UsbStatus failure, Time failedAt, Time now) {
-    if (failure == UsbStatus::refused) return true;
+bool ReopeningPolicy::mayOpen(ErrorCode failure, Time failedAt, Time now) {
+    if (failure == ErrorCode::refused) return true;
     const Time quietSince = std::max(failedAt, lastAction_);
     if (hasOpened_ || now < quietSince + quietTime) return false;
     hasOpened_ = true;

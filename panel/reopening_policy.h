@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "platform/usb_interface.h"
+#include "platform/error.h"
 
 namespace tavelo {
 
@@ -23,7 +23,7 @@ public:
     /// Call before an action if the interface is closed.  If it returns true, the interface counts as
     /// reopened.
     /// @param failure why the interface was closed, at `failedAt`
-    bool mayOpen(UsbStatus failure, Time failedAt, Time now);
+    bool mayOpen(ErrorCode failure, Time failedAt, Time now);
 
     /// Call after each action.  The quiet time starts here, because the action itself may have blocked.
     /// @param held the action is part of a drag that continues

@@ -57,8 +57,8 @@ private:
     /// @return whether to go on now
     bool openAgainIfClosed() {
         const bool hasPaused = std::exchange(hasPaused_, false);
-        const UsbStatus failure = camera_.failure();
-        if (failure == UsbStatus::success) return true;
+        const ErrorCode failure = camera_.failure();
+        if (failure == ErrorCode::none) return true;
         if (!hasPaused) {
             switch (patience_.judge(failure)) {
                 case AfterFailure::goOn:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A camera's video-control interface and how to reach it: device, location, interface.
+// A camera's video-control interface and how to reach it.
 #pragma once
 
 #include <cstdint>
@@ -8,17 +8,9 @@
 #include <span>
 #include <vector>
 
-namespace tavelo {
+#include "platform/error.h"
 
-enum class UsbStatus : std::uint8_t {
-    success = 0,
-    notOpen, ///< USBInterfaceClose was called
-    gone,    ///< the device was unplugged
-    timeout, ///< the device did not answer in time
-    refused, ///< the device refused a write (it stalled the request)
-    denied,  ///< no permission
-    failed,  ///< any other transfer error
-};
+namespace tavelo {
 
 /// One request on the default control pipe, with its fields as on the wire.
 struct UsbControlRequest {
@@ -46,28 +38,17 @@ public:
 
     /// Sends one request on pipe 0.
     ///
-    /// A stalled *read* counts as answered: success with bytesDone 0.  So does a write to a control that the
-    /// device does not list.  A refused write, an unplugged device, a timeout and a closed interface are
-    /// failures.
-    virtual UsbStatus ControlRequest(UsbControlRequest& request) = 0;
+    /// A stalled *read* counts as answered: no error, bytesDone 0.  So does a write to a control that the
+    /// device does not list.  Failures are a refused write, an unplugged device, a timeout, no permission and
+    /// a closed interface; any other is `failed`.
+    virtual ErrorCode ControlRequest(UsbControlRequest& request) = 0;
 
-    /// Closes for good: every later request returns notOpen without reaching the device.  May be called
+    /// Closes for good: every later request returns `closed` without reaching the device.  May be called
     /// twice.
     virtual void USBInterfaceClose() = 0;
 
     /// The interface's number; also valid when closed.
     virtual std::uint8_t GetInterfaceNumber() const = 0;
-};
-
-/// An interface found in a device, not opened yet.
-class UsbInterfaceService {
-public:
-    virtual ~UsbInterfaceService() = default;
-
-    virtual std::uint8_t GetInterfaceNumber() const = 0;
-
-    /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
-    virtual std::shared_ptr<UsbInterface> openInterface() = 0;
 };
 
 /// Which interfaces of a device to list.
@@ -80,35 +61,31 @@ struct UsbInterfaceMatch {
     std::uint16_t alternateSetting = any;
 };
 
-/// An opened USB device.
+/// A device as the operating system lists it, and the way to its interfaces.
+///
+///     CreatePlugInInterface --> QueryInterface --> CreateInterfaceIterator --> openInterface
+///
+/// Any step may fail, since the device may be unplugged at any time.  Reentrant.
 class UsbDevice {
 public:
     virtual ~UsbDevice() = default;
 
+    /// False if the device cannot be accessed at all: the next one may be the camera.
+    [[nodiscard]] virtual bool CreatePlugInInterface() = 0;
+
+    /// False if the device does not answer: there is no point in asking others.
+    [[nodiscard]] virtual bool QueryInterface() = 0;
+
     /// The root hub's byte, then one hexadecimal digit per port, left-aligned.
     virtual std::uint32_t GetLocationID() const = 0;
 
-    /// The matching interfaces in the order of the device's descriptors; nothing if these cannot be read.
-    virtual std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
+    /// The numbers of the matching interfaces, in the order of the device's descriptors; nothing if these
+    /// cannot be read.
+    virtual std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
         const UsbInterfaceMatch& match) = 0;
-};
 
-/// The first of two steps from a listed device to an opened one.
-class UsbDevicePlugIn {
-public:
-    virtual ~UsbDevicePlugIn() = default;
-
-    /// Null if the device does not answer.
-    virtual std::unique_ptr<UsbDevice> QueryInterface() = 0;
-};
-
-/// A device as the operating system lists it.
-class UsbDeviceService {
-public:
-    virtual ~UsbDeviceService() = default;
-
-    /// Null if the device cannot be accessed at all.
-    virtual std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() = 0;
+    /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
+    virtual std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) = 0;
 };
 
 } // namespace tavelo

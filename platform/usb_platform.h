@@ -19,7 +19,7 @@ public:
     virtual std::unique_ptr<BusProber> initBusProber(int scope, BusProberDelegate* delegate) = 0;
 
     /// Every USB device, in the operating system's order.  One caller at a time, on any thread.
-    virtual std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() = 0;
+    virtual std::vector<std::unique_ptr<UsbDevice>> listDevices() = 0;
 };
 
 } // namespace tavelo

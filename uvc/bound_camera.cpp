@@ -11,9 +11,9 @@ bool BoundCamera::isCurrent() const {
     return manager_->bindingIdentity() == identity_;
 }
 
-UsbStatus BoundCamera::failure() const {
+ErrorCode BoundCamera::failure() const {
     const CameraBinding binding = manager_->binding_.get();
-    return binding.identity == identity_ ? binding.failure : UsbStatus::gone;
+    return binding.identity == identity_ ? binding.failure : ErrorCode::gone;
 }
 
 bool BoundCamera::openInterfaceAgain() const {

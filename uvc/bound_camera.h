@@ -27,8 +27,8 @@ public:
     /// Whether the manager still has this binding.
     bool isCurrent() const;
 
-    /// Why the interface was closed; success while it is open, gone once the manager is bound again.
-    UsbStatus failure() const;
+    /// Why the interface was closed; none while it is open, gone once the manager is bound again.
+    ErrorCode failure() const;
     /// Reopens the interface if a failed request closed it; sends nothing.
     /// @return whether requests can be sent again
     bool openInterfaceAgain() const;

@@ -27,15 +27,15 @@ struct CameraBinding {
     /// Entity identifiers; the defaults are used if the descriptors have none.
     std::int32_t inputTerminalID = 1;
     std::int32_t processingUnitID = 2;
-    /// Why the request that closed `interface` failed; success while it is open.
-    UsbStatus failure = UsbStatus::success;
+    /// Why the request that closed `interface` failed; none while it is open.
+    ErrorCode failure = ErrorCode::none;
     std::chrono::steady_clock::time_point failedAt{};
     /// The camera is being read: only the reader may use its records.
     bool isBeingRead = false;
     /// All records were read from this camera; false if the interface was closed before.
     bool recordsAreRead = false;
 
-    bool interfaceIsClosed() const { return failure != UsbStatus::success; }
+    bool interfaceIsClosed() const { return failure != ErrorCode::none; }
 };
 
 /// A binding that one thread changes while others send requests.  Thread-safe.

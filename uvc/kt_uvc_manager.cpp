@@ -52,7 +52,7 @@ void KTUVCManager::setDevice(std::shared_ptr<const BusProberDevice> device) {
 void KTUVCManager::setInterface(std::shared_ptr<UsbInterface> interface) {
     binding_.change([&](CameraBinding& binding) {
         binding.interface = std::move(interface);
-        binding.failure = UsbStatus::success;
+        binding.failure = ErrorCode::none;
     });
 }
 

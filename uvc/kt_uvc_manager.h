@@ -117,8 +117,8 @@ public:
 
     /// Whether the interface was closed because a request failed.
     bool interfaceIsClosed() const { return binding_.get().interfaceIsClosed(); }
-    /// Why it was closed; success while it is open.
-    UsbStatus failure() const { return binding_.get().failure; }
+    /// Why it was closed; none while it is open.
+    ErrorCode failure() const { return binding_.get().failure; }
     std::chrono::steady_clock::time_point failedAt() const { return binding_.get().failedAt; }
     /// The clock of failedAt().
     std::chrono::steady_clock::time_point now() const { return now_(); }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace tavelo {
@@ -50,7 +51,7 @@ bool KTUVCManager::refreshDataWithLocationID(const LocationCandidates& locationI
         binding.inputTerminalID = CameraBinding().inputTerminalID;
         binding.processingUnitID = CameraBinding().processingUnitID;
         binding.interface = nullptr;
-        binding.failure = UsbStatus::success;
+        binding.failure = ErrorCode::none;
         binding.recordsAreRead = false;
         binding.device = nullptr;
         ++binding.identity;
@@ -112,12 +113,10 @@ std::optional<std::shared_ptr<UsbInterface>> KTUVCManager::openInterfaceAt(
 
 std::unique_ptr<UsbDevice> KTUVCManager::deviceAt(const LocationCandidates& locationIDs) const {
     if (usb_ == nullptr) return nullptr;
-    for (const std::unique_ptr<UsbDeviceService>& service : usb_->matchingDeviceServices()) {
-        const std::unique_ptr<UsbDevicePlugIn> plugIn = service->CreatePlugInInterface();
-        if (!plugIn) continue;
-        std::unique_ptr<UsbDevice> deviceInterface = plugIn->QueryInterface();
-        if (!deviceInterface || contains(locationIDs, deviceInterface->GetLocationID()))
-            return deviceInterface; // one that does not answer ends the search
+    for (std::unique_ptr<UsbDevice>& device : usb_->listDevices()) {
+        if (!device->CreatePlugInInterface()) continue;
+        if (!device->QueryInterface()) return nullptr; // one that does not answer ends the search
+        if (contains(locationIDs, device->GetLocationID())) return std::move(device);
     }
     return nullptr;
 }
@@ -144,7 +143,7 @@ bool KTUVCManager::openInterfaceOf(BindingIdentity identity) {
         if (current.identity != identity) return;
         if (current.interface == bound.interface) { // and not reopened by another thread meanwhile
             if (opened) current.interface = opened;
-            current.failure = opened ? UsbStatus::success : UsbStatus::gone;
+            current.failure = opened ? ErrorCode::none : ErrorCode::gone;
             current.failedAt = failedAt;
         }
         isOpen = current.interface && !current.interfaceIsClosed();
@@ -159,14 +158,13 @@ bool KTUVCManager::isControllable() const {
 
 std::shared_ptr<UsbInterface> KTUVCManager::_getControlInferaceWithDeviceInterface(
     UsbDevice& deviceInterface) const {
-    const auto services = deviceInterface.CreateInterfaceIterator(videoControl);
-    if (!services || services->empty()) return nullptr;
+    const auto numbers = deviceInterface.CreateInterfaceIterator(videoControl);
+    if (!numbers || numbers->empty()) return nullptr;
     const std::shared_ptr<const BusProberDevice> camera = device();
-    if (!camera || !camera->controlInterface) return services->front()->openInterface();
-    const auto found = std::ranges::find_if(*services, [&](const auto& service) {
-        return service->GetInterfaceNumber() == *camera->controlInterface;
-    });
-    return found == services->end() ? nullptr : (*found)->openInterface();
+    const std::uint8_t number =
+        camera && camera->controlInterface ? *camera->controlInterface : numbers->front();
+    const bool listed = std::ranges::find(*numbers, number) != numbers->end();
+    return listed ? deviceInterface.openInterface(number) : nullptr;
 }
 
 void KTUVCManager::generalInit() {

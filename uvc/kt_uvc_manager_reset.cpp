@@ -32,8 +32,8 @@ void KTUVCManager::walk(
         // Whether a manual control may be written depends on what the walk has just written to its automatic
         // one.
         if (!row.inBulk || !controlSupported(row.control)) continue;
-        const UsbStatus failure = camera.failure();
-        if (failure != UsbStatus::success &&
+        const ErrorCode failure = camera.failure();
+        if (failure != ErrorCode::none &&
             (patience.judge(failure) == AfterFailure::end || !camera.openInterfaceAgain()))
             return;
         writeControl(camera, row);

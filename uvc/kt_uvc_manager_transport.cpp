@@ -37,8 +37,8 @@ bool KTUVCManager::_sendControlRequest(UsbControlRequest& request) {
 
 bool KTUVCManager::send(const CameraBinding& binding, UsbControlRequest& request) {
     if (!binding.interface) return false;
-    const UsbStatus status = binding.interface->ControlRequest(request);
-    if (status == UsbStatus::success) return true;
+    const ErrorCode status = binding.interface->ControlRequest(request);
+    if (status == ErrorCode::none) return true;
 
     // Leave a camera in trouble alone: after the first failure all requests fail without being sent.
     binding.interface->USBInterfaceClose();

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/usb_interface.h"
+#include "platform/error.h"
 
 namespace tavelo {
 
@@ -19,9 +19,9 @@ enum class AfterFailure : std::uint8_t {
 class WalkPatience {
 public:
     /// Call it once for each failure.
-    AfterFailure judge(UsbStatus failure) {
-        if (failure == UsbStatus::refused) return AfterFailure::goOn;
-        if (failure == UsbStatus::gone || silences_ > 0) return AfterFailure::end;
+    AfterFailure judge(ErrorCode failure) {
+        if (failure == ErrorCode::refused) return AfterFailure::goOn;
+        if (failure == ErrorCode::gone || silences_ > 0) return AfterFailure::end;
         ++silences_;
         return AfterFailure::afterQuiet;
     }

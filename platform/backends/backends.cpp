@@ -1,32 +1,53 @@
 // SPDX-License-Identifier: MIT
 #include "platform/backends/backends.h"
 
-#include <utility>
+#include <array>
 
-#include "platform/linux/kernel/kernel_usb_platform.h"
-#include "platform/linux/kernel/v4l2_capture_platform.h"
+#include "platform/linux/kernel/backend.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/priority/realtime_kit.h"
-#include "platform/linux/usb/usb_transport.h"
+#include "platform/linux/usb/backend.h"
 #include "platform/virtual/backend.h"
 
 namespace tavelo {
+namespace {
 
-Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
-    auto assetWriters = makeFfmpegAssetWriterPlatform(diagnostics);
-    if (options.virtualCameras > 0) {
-        VirtualBackend cameras = makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-        return {std::move(cameras.usb), std::move(cameras.capture), std::move(assetWriters)};
+struct Transport {
+    CameraTransport transport;
+    const char* name;
+    const char* meaning;
+    Backend (*make)(const BackendOptions& options);
+};
+
+constexpr std::array transports{
+    Transport{CameraTransport::kernel, "kernel", "through its driver", makeKernelBackend},
+    Transport{CameraTransport::usb, "usb", "directly, taking the camera from the driver while it is shown",
+              makeUsbBackend},
+};
+
+Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    if (options.virtualCameras > 0)
+        return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
+    const BackendOptions machine{mainQueue, diagnostics, options.format, makeRealtimeKitPriority(),
+                                 options.warn};
+    for (const Transport& row : transports) {
+        if (row.transport != options.transport) continue;
+        if (Backend cameras = row.make(machine); cameras.usb) return cameras;
     }
-    const std::shared_ptr<ThreadPriority> priority = makeRealtimeKitPriority();
-    if (options.transport == CameraTransport::usb) {
-        UsbTransportHalves halves =
-            makeUsbTransport(mainQueue, diagnostics, options.format, options.warn, priority);
-        if (halves.usb) return {std::move(halves.usb), std::move(halves.capture), std::move(assetWriters)};
-    }
-    return {std::make_unique<KernelUsbPlatform>(diagnostics),
-            makeV4l2CapturePlatform(mainQueue, diagnostics, options.format, priority),
-            std::move(assetWriters)};
+    return makeKernelBackend(machine);
+}
+
+} // namespace
+
+std::vector<TransportDescription> cameraTransports() {
+    std::vector<TransportDescription> descriptions;
+    for (const Transport& row : transports)
+        descriptions.push_back({row.transport, row.name, row.meaning});
+    return descriptions;
+}
+
+Backends makeBackends(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    return {makeCameras(options, mainQueue, diagnostics), makeFfmpegAssetWriterPlatform(diagnostics)};
 }
 
 } // namespace tavelo

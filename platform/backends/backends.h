@@ -6,12 +6,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/asset_writer.h"
-#include "platform/capture.h"
-#include "platform/diagnostics.h"
-#include "platform/main_queue.h"
-#include "platform/usb_platform.h"
+#include "platform/backend.h"
 
 namespace tavelo {
 
@@ -21,7 +19,15 @@ enum class CameraTransport : std::uint8_t {
     usb,    ///< directly over USB; the driver releases the camera that is shown
 };
 
-struct BackendOptions {
+/// A transport for the user.
+struct TransportDescription {
+    CameraTransport transport;
+    std::string name;    ///< on the command line
+    std::string meaning; ///< half a sentence
+};
+std::vector<TransportDescription> cameraTransports();
+
+struct CameraOptions {
     /// If above 0, this many virtual cameras replace the machine's.
     int virtualCameras = 0;
     CaptureFormatRequest format;
@@ -31,15 +37,13 @@ struct BackendOptions {
     std::function<void(const std::string& line)> warn = {};
 };
 
-/// The parts of a backend.  Control and capture belong together and are destroyed together.
 struct Backends {
-    std::unique_ptr<UsbPlatform> usb;
-    std::unique_ptr<CapturePlatform> capture;
+    Backend cameras;
     std::shared_ptr<AssetWriterPlatform> assetWriters;
 };
 
 /// Falls back to the kernel's transport if the cameras cannot be used over USB.  Never fails: without
 /// cameras, USB or permissions the lists are empty.  `mainQueue` and `diagnostics` must outlive the result.
-Backends makeBackends(const BackendOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
+Backends makeBackends(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
 
 } // namespace tavelo

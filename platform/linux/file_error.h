@@ -1,15 +1,22 @@
 // SPDX-License-Identifier: MIT
-// Errors of system calls on files.
+// Errors of system calls.
 #pragma once
 
 #include <cerrno>
+#include <string>
 
 #include "platform/error.h"
 
 namespace tavelo {
 
+/// The code for an errno; none for 0.
+ErrorCode errorCodeOfErrno(int errorNumber);
+
 /// Turns the errno of a file operation into an error.
 Error fileError(int errorNumber);
+
+/// @param what failed, as in "the movie file cannot be made"
+Error fileError(int errorNumber, const std::string& what);
 
 /// Repeats a system call that a signal interrupted.
 template <typename Call>

@@ -1,10 +1,60 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/backend.h"
 
+#include <utility>
+
+#include "platform/uvc/matching_interfaces.h"
+#include "platform/virtual/control_interface.h"
 #include "platform/virtual/device_list.h"
-#include "platform/virtual/virtual_usb_platform.h"
+#include "platform/virtual/virtual_bus_prober.h"
 
 namespace tavelo {
+namespace {
+
+class VirtualUsbDevice final : public UsbDevice {
+public:
+    explicit VirtualUsbDevice(std::shared_ptr<VirtualCameraFirmware> firmware)
+        : firmware_(std::move(firmware)) {}
+
+    bool CreatePlugInInterface() override { return firmware_->present(); }
+    bool QueryInterface() override { return firmware_->present(); }
+    std::uint32_t GetLocationID() const override { return firmware_->model().locationID; }
+
+    std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
+        const UsbInterfaceMatch& match) override {
+        if (!firmware_->present()) return std::nullopt;
+        return matchingInterfaces(firmware_->configurationDescriptor(), match);
+    }
+
+    std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
+        if (!firmware_->present()) return nullptr;
+        return std::make_shared<VirtualControlInterface>(firmware_, number);
+    }
+
+private:
+    const std::shared_ptr<VirtualCameraFirmware> firmware_;
+};
+
+class VirtualUsbPlatform final : public UsbPlatform {
+public:
+    explicit VirtualUsbPlatform(std::shared_ptr<VirtualBus> bus) : bus_(std::move(bus)) {}
+
+    std::unique_ptr<BusProber> initBusProber(int /*scope*/, BusProberDelegate* delegate) override {
+        return std::make_unique<VirtualBusProber>(bus_, delegate);
+    }
+
+    std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
+        std::vector<std::unique_ptr<UsbDevice>> devices;
+        for (auto& firmware : bus_->cameras())
+            devices.push_back(std::make_unique<VirtualUsbDevice>(std::move(firmware)));
+        return devices;
+    }
+
+private:
+    const std::shared_ptr<VirtualBus> bus_;
+};
+
+} // namespace
 
 VirtualBackend makeVirtualBackend(int cameras, const CaptureFormatRequest& format, MainQueue& mainQueue) {
     VirtualBackend backend;

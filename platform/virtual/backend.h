@@ -4,16 +4,12 @@
 
 #include <memory>
 
-#include "platform/capture.h"
-#include "platform/main_queue.h"
-#include "platform/usb_platform.h"
+#include "platform/backend.h"
 #include "platform/virtual/virtual_bus.h"
 
 namespace tavelo {
 
-struct VirtualBackend {
-    std::unique_ptr<UsbPlatform> usb;
-    std::unique_ptr<CapturePlatform> capture;
+struct VirtualBackend : Backend {
     /// To plug and unplug cameras, inject faults and inspect what the cameras received.
     std::shared_ptr<VirtualBus> bus;
 };

@@ -8,15 +8,16 @@
 
 namespace tavelo {
 
-VirtualUsbInterface::VirtualUsbInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number)
+VirtualControlInterface::VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware,
+                                                 std::uint8_t number)
     : firmware_(std::move(firmware)),
       number_(number) {}
 
-UsbStatus VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
+ErrorCode VirtualControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
-    if (!open_) return UsbStatus::notOpen;
-    if (!firmware_->present()) return UsbStatus::gone;
-    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    if (!open_) return ErrorCode::closed;
+    if (!firmware_->present()) return ErrorCode::gone;
+    if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const bool read = (request.bmRequestType & uvc::directionIn) != 0;
     const UsbSetup setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex,
                          request.wLength};
@@ -31,16 +32,16 @@ UsbStatus VirtualUsbInterface::ControlRequest(UsbControlRequest& request) {
     } else {
         request.bytesDone = request.wLength;
     }
-    return UsbStatus::success;
+    return ErrorCode::none;
 }
 
 // A stall counts as an answer, unless it refuses a write to a control that the camera lists.
-UsbStatus VirtualUsbInterface::failure(const UsbControlRequest& request, UsbReplyKind kind) const {
-    if (kind == UsbReplyKind::silence) return firmware_->present() ? UsbStatus::timeout : UsbStatus::gone;
-    if ((request.bmRequestType & uvc::directionIn) != 0) return UsbStatus::success;
+ErrorCode VirtualControlInterface::failure(const UsbControlRequest& request, UsbReplyKind kind) const {
+    if (kind == UsbReplyKind::silence) return firmware_->present() ? ErrorCode::timeout : ErrorCode::gone;
+    if ((request.bmRequestType & uvc::directionIn) != 0) return ErrorCode::none;
     const bool listed = firmware_->listsControl(static_cast<std::uint8_t>(request.wIndex >> 8U),
                                                 static_cast<std::uint8_t>(request.wValue >> 8U));
-    return listed ? UsbStatus::refused : UsbStatus::success;
+    return listed ? ErrorCode::refused : ErrorCode::none;
 }
 
 } // namespace tavelo

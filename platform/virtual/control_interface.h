@@ -13,16 +13,16 @@ namespace tavelo {
 
 /// Passes requests to the firmware unchanged.  A silent camera times out at once, since waiting for it would
 /// gain nothing.
-class VirtualUsbInterface final : public UsbInterface {
+class VirtualControlInterface final : public UsbInterface {
 public:
-    VirtualUsbInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);
+    VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override;
+    ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override { open_ = false; }
     std::uint8_t GetInterfaceNumber() const override { return number_; }
 
 private:
-    UsbStatus failure(const UsbControlRequest& request, UsbReplyKind kind) const;
+    ErrorCode failure(const UsbControlRequest& request, UsbReplyKind kind) const;
 
     const std::shared_ptr<VirtualCameraFirmware> firmware_;
     const std::uint8_t number_;

@@ -23,13 +23,13 @@ TEST(CommandLine, WithoutArgumentsUsesTheRealCamerasAndPrintsNothing) {
     const auto parsed = parse({});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
     const auto& line = std::get<CommandLine>(parsed);
-    EXPECT_EQ(line.backends.virtualCameras, 0);
-    EXPECT_EQ(line.backends.transport, CameraTransport::kernel);
+    EXPECT_EQ(line.cameras.virtualCameras, 0);
+    EXPECT_EQ(line.cameras.transport, CameraTransport::kernel);
     EXPECT_EQ(line.renderer, RendererChoice::automatic);
     EXPECT_FALSE(line.verbose);
     EXPECT_FALSE(line.screenshot);
-    EXPECT_FALSE(line.backends.format.size || line.backends.format.framesPerSecond ||
-                 line.backends.format.fourcc);
+    EXPECT_FALSE(line.cameras.format.size || line.cameras.format.framesPerSecond ||
+                 line.cameras.format.fourcc);
 }
 
 TEST(CommandLine, ReadsEveryOption) {
@@ -37,13 +37,13 @@ TEST(CommandLine, ReadsEveryOption) {
                                "29.97", "--format", "YUYV", "--verbose", "--screenshot", "panel.png"});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed));
     const auto& line = std::get<CommandLine>(parsed);
-    EXPECT_EQ(line.backends.virtualCameras, 2);
+    EXPECT_EQ(line.cameras.virtualCameras, 2);
     EXPECT_EQ(line.renderer, RendererChoice::cpu);
-    ASSERT_TRUE(line.backends.format.size);
-    EXPECT_EQ(line.backends.format.size->width, 640U);
-    EXPECT_EQ(line.backends.format.size->height, 480U);
-    EXPECT_EQ(line.backends.format.framesPerSecond, 29.97);
-    EXPECT_EQ(line.backends.format.fourcc, "YUYV");
+    ASSERT_TRUE(line.cameras.format.size);
+    EXPECT_EQ(line.cameras.format.size->width, 640U);
+    EXPECT_EQ(line.cameras.format.size->height, 480U);
+    EXPECT_EQ(line.cameras.format.framesPerSecond, 29.97);
+    EXPECT_EQ(line.cameras.format.fourcc, "YUYV");
     EXPECT_TRUE(line.verbose);
     EXPECT_EQ(line.screenshot, "panel.png");
 }
@@ -71,10 +71,16 @@ TEST(CommandLine, ReadsSnapshotAndRecordOptions) {
 TEST(CommandLine, ReadsTheTransport) {
     const auto usb = parse({"--transport", "usb"});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(usb));
-    EXPECT_EQ(std::get<CommandLine>(usb).backends.transport, CameraTransport::usb);
+    EXPECT_EQ(std::get<CommandLine>(usb).cameras.transport, CameraTransport::usb);
     const auto kernel = parse({"--transport=kernel"});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(kernel));
-    EXPECT_EQ(std::get<CommandLine>(kernel).backends.transport, CameraTransport::kernel);
+    EXPECT_EQ(std::get<CommandLine>(kernel).cameras.transport, CameraTransport::kernel);
+}
+
+TEST(CommandLine, HelpExplainsEveryTransport) {
+    std::string help = std::get<CommandLineExit>(parse({"--help"})).output;
+    std::erase_if(help, [](char c) { return c == ' ' || c == '\n'; }); // lines may break anywhere
+    EXPECT_THAT(help, HasSubstr("cameras:kernel(throughitsdriver)orusb(directly,"));
 }
 
 TEST(CommandLine, NamesTheOptionsGivenByTheUser) {
@@ -89,7 +95,7 @@ TEST(CommandLine, KnowsEachPixelFormatInEitherCase) {
     for (const char* format : {"YUYV", "UYVY", "NV12", "I420", "GREY", "MJPG", "mjpg"}) {
         const auto parsed = parse({"--format", format});
         ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed)) << format;
-        EXPECT_EQ(std::get<CommandLine>(parsed).backends.format.fourcc, format);
+        EXPECT_EQ(std::get<CommandLine>(parsed).cameras.format.fourcc, format);
     }
 }
 

@@ -222,9 +222,9 @@ TEST_F(PanelControls, TheLabelShowsTheCamerasValueWhereTheSliderEnds) {
 /// Rounds every written value down to an even number and returns it.
 class EvenValues : public UsbInterface {
 public:
-    UsbStatus ControlRequest(UsbControlRequest& request) override {
+    ErrorCode ControlRequest(UsbControlRequest& request) override {
         request.data[0] = static_cast<std::uint8_t>(request.data[0] & 0xFE);
-        return UsbStatus::success;
+        return ErrorCode::none;
     }
     void USBInterfaceClose() override {}
     std::uint8_t GetInterfaceNumber() const override { return 0; }

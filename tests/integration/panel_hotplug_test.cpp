@@ -133,7 +133,7 @@ TEST_F(PanelHotplug, TheInterfaceOfAnUnpluggedCameraIsClosedAtOnce) {
     backend_.bus->unplug(1);
     ASSERT_TRUE(waitFor([&] { return panel().devicesArray().empty(); }));
     UsbControlRequest request;
-    EXPECT_EQ(held->ControlRequest(request), UsbStatus::notOpen);
+    EXPECT_EQ(held->ControlRequest(request), ErrorCode::closed);
     EXPECT_EQ(manager_.interface(), nullptr);
 }
 

@@ -12,7 +12,7 @@ constexpr auto quiet = ReopeningPolicy::quietTime;
 
 class ReopeningPolicyTest : public ::testing::Test {
 protected:
-    bool mayOpen(UsbStatus failure = UsbStatus::timeout) { return policy.mayOpen(failure, failedAt, now); }
+    bool mayOpen(ErrorCode failure = ErrorCode::timeout) { return policy.mayOpen(failure, failedAt, now); }
 
     ReopeningPolicy policy;
     ReopeningPolicy::Time failedAt = ReopeningPolicy::Time() + 1h;
@@ -21,14 +21,14 @@ protected:
 
 TEST_F(ReopeningPolicyTest, AfterARefusalOpensAtOnceAndEachTime) {
     for (int i = 0; i < 3; ++i) {
-        EXPECT_TRUE(mayOpen(UsbStatus::refused));
+        EXPECT_TRUE(mayOpen(ErrorCode::refused));
         policy.actionEnded(now, true);
     }
 }
 
 TEST_F(ReopeningPolicyTest, AfterAnyOtherFailureOpensOnceTheQuietTimeHasPassed) {
-    for (const UsbStatus failure :
-         {UsbStatus::timeout, UsbStatus::gone, UsbStatus::denied, UsbStatus::failed, UsbStatus::notOpen}) {
+    for (const ErrorCode failure :
+         {ErrorCode::timeout, ErrorCode::gone, ErrorCode::denied, ErrorCode::failed, ErrorCode::closed}) {
         policy = {};
         now = failedAt + quiet - 1ms;
         EXPECT_FALSE(mayOpen(failure));

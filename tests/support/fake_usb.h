@@ -80,7 +80,7 @@ public:
     }
 
     /// Every request with this code to this control ends with `status`; success clears this.
-    void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, UsbStatus status) {
+    void setFailure(std::uint8_t entity, std::uint8_t selector, std::uint8_t code, ErrorCode status) {
         const std::lock_guard lock(mutex_);
         failures_[{entity, selector, code}] = status;
     }
@@ -107,7 +107,7 @@ public:
         requests_.clear();
     }
 
-    UsbStatus answer(UsbControlRequest& request) {
+    ErrorCode answer(UsbControlRequest& request) {
         const auto payload = request.payload();
         const FakeUsbRequest arrived{request.bmRequestType, request.bRequest,
                                      request.wValue,        request.wIndex,
@@ -120,7 +120,7 @@ public:
 
         const std::lock_guard lock(mutex_);
         const auto failure = failures_.find({arrived.entity(), arrived.selector(), arrived.bRequest});
-        if (failure != failures_.end() && failure->second != UsbStatus::success) return failure->second;
+        if (failure != failures_.end() && failure->second != ErrorCode::none) return failure->second;
 
         const auto control = controls_.find({arrived.entity(), arrived.selector()});
         if (arrived.bRequest == setCur) {
@@ -134,7 +134,7 @@ public:
             std::copy_n(bytes.begin(), count, request.data);
             request.bytesDone = static_cast<std::uint32_t>(count);
         }
-        return UsbStatus::success;
+        return ErrorCode::none;
     }
 
     static constexpr std::uint8_t setCur = 0x01;
@@ -168,7 +168,7 @@ private:
     mutable std::mutex mutex_; // guards everything below
     std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl> controls_;
     std::map<std::pair<std::uint8_t, std::uint8_t>, FakeUvcControl::Bytes> taken_;
-    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UsbStatus> failures_;
+    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, ErrorCode> failures_;
     std::vector<FakeUsbRequest> requests_;
 };
 
@@ -177,8 +177,8 @@ class FakeUsbInterface : public UsbInterface {
 public:
     explicit FakeUsbInterface(std::shared_ptr<FakeUvcCamera> camera) : camera_(std::move(camera)) {}
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override {
-        return closed_ ? UsbStatus::notOpen : camera_->answer(request);
+    ErrorCode ControlRequest(UsbControlRequest& request) override {
+        return closed_ ? ErrorCode::closed : camera_->answer(request);
     }
     void USBInterfaceClose() override { closed_ = true; }
     std::uint8_t GetInterfaceNumber() const override { return camera_->interfaceNumber(); }
@@ -191,7 +191,14 @@ private:
 };
 
 /// The step that fails between a listed device and its interface.
-enum class FakeUsbFault : std::uint8_t { none, noPlugIn, noDevice, noIterator, noInterface, notOpened };
+enum class FakeUsbFault : std::uint8_t {
+    none,
+    noPlugIn,
+    noDevice,
+    noIterator,
+    noInterface,
+    notOpened, ///< the first interface only
+};
 
 /// One device of the bus.
 struct FakeUsbDevice {
@@ -204,66 +211,35 @@ struct FakeUsbDevice {
     int plugInsMade = 0;
 };
 
-class FakeUsbInterfaceService : public UsbInterfaceService {
+class FakeListedUsbDevice : public UsbDevice {
 public:
-    FakeUsbInterfaceService(std::shared_ptr<FakeUvcCamera> camera, bool opens)
-        : camera_(std::move(camera)),
-          opens_(opens) {}
+    explicit FakeListedUsbDevice(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
 
-    std::uint8_t GetInterfaceNumber() const override { return camera_->listedNumber(); }
-    std::shared_ptr<UsbInterface> openInterface() override {
-        return opens_ ? std::make_shared<FakeUsbInterface>(camera_) : nullptr;
+    bool CreatePlugInInterface() override {
+        ++device_->plugInsMade;
+        return device_->fault != FakeUsbFault::noPlugIn;
     }
-
-private:
-    std::shared_ptr<FakeUvcCamera> camera_;
-    bool opens_;
-};
-
-class FakeOpenedUsbDevice : public UsbDevice {
-public:
-    explicit FakeOpenedUsbDevice(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
+    bool QueryInterface() override { return device_->fault != FakeUsbFault::noDevice; }
     std::uint32_t GetLocationID() const override { return device_->locationID; }
 
-    std::optional<std::vector<std::unique_ptr<UsbInterfaceService>>> CreateInterfaceIterator(
+    std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
         const UsbInterfaceMatch& match) override {
         device_->asked = match;
         if (device_->fault == FakeUsbFault::noIterator) return std::nullopt;
-        std::vector<std::unique_ptr<UsbInterfaceService>> services;
-        if (device_->fault == FakeUsbFault::noInterface) return services;
-        bool fails = device_->fault == FakeUsbFault::notOpened; // only the first interface fails
+        std::vector<std::uint8_t> numbers;
+        if (device_->fault == FakeUsbFault::noInterface) return numbers;
         for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras)
-            services.push_back(
-                std::make_unique<FakeUsbInterfaceService>(camera, !std::exchange(fails, false)));
-        return services;
+            numbers.push_back(camera->listedNumber());
+        return numbers;
     }
 
-private:
-    std::shared_ptr<FakeUsbDevice> device_;
-};
-
-class FakeUsbDevicePlugIn : public UsbDevicePlugIn {
-public:
-    explicit FakeUsbDevicePlugIn(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
-    std::unique_ptr<UsbDevice> QueryInterface() override {
-        if (device_->fault == FakeUsbFault::noDevice) return nullptr;
-        return std::make_unique<FakeOpenedUsbDevice>(device_);
-    }
-
-private:
-    std::shared_ptr<FakeUsbDevice> device_;
-};
-
-class FakeUsbDeviceService : public UsbDeviceService {
-public:
-    explicit FakeUsbDeviceService(std::shared_ptr<FakeUsbDevice> device) : device_(std::move(device)) {}
-
-    std::unique_ptr<UsbDevicePlugIn> CreatePlugInInterface() override {
-        ++device_->plugInsMade;
-        if (device_->fault == FakeUsbFault::noPlugIn) return nullptr;
-        return std::make_unique<FakeUsbDevicePlugIn>(device_);
+    std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
+        for (const std::shared_ptr<FakeUvcCamera>& camera : device_->cameras) {
+            const bool fails =
+                device_->fault == FakeUsbFault::notOpened && camera == device_->cameras.front();
+            if (camera->listedNumber() == number && !fails) return std::make_shared<FakeUsbInterface>(camera);
+        }
+        return nullptr;
     }
 
 private:
@@ -288,13 +264,13 @@ public:
         return std::make_unique<Prober>(*this);
     }
 
-    std::vector<std::unique_ptr<UsbDeviceService>> matchingDeviceServices() override {
+    std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
         ++walks;
-        if (servicesAsked) servicesAsked();
-        std::vector<std::unique_ptr<UsbDeviceService>> services;
+        if (busAsked) busAsked();
+        std::vector<std::unique_ptr<UsbDevice>> listed;
         for (const std::shared_ptr<FakeUsbDevice>& device : devices)
-            services.push_back(std::make_unique<FakeUsbDeviceService>(device));
-        return services;
+            listed.push_back(std::make_unique<FakeListedUsbDevice>(device));
+        return listed;
     }
 
     /// Plugs in a device with one control interface.  The prober finds it at its next refresh.
@@ -313,7 +289,7 @@ public:
 
     /// Called each time the list of devices is read, from the prober or from the operating system.
     std::function<void()> devicesAsked;
-    std::function<void()> servicesAsked;
+    std::function<void()> busAsked;
 
 private:
     class Prober : public BusProber {

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "platform/linux/bus/sysfs_usb.h"
-#include "platform/linux/kernel/kernel_usb_platform.h"
+#include "platform/linux/kernel/backend.h"
 #include "uvc/kt_uvc_manager.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
@@ -61,6 +61,12 @@ std::string textOf(const Reply& reply) {
     return text;
 }
 
+// Nobody waits for news of devices here.
+class NoMainQueue final : public MainQueue {
+public:
+    void post(Task /*task*/) override {}
+};
+
 class StandardError final : public Diagnostics {
 public:
     void report(std::string_view device, std::string_view reason) noexcept override {
@@ -78,7 +84,7 @@ public:
         UsbControlRequest usb{
             typeOf(request), request, valueOf(control), indexOf(control), std::uint16_t(data.size()),
             data.data(),     0};
-        if (kernel_.ControlRequest(usb) != UsbStatus::success) return {};
+        if (kernel_.ControlRequest(usb) != ErrorCode::none) return {};
         if (request == setCur) lastWritten_ = data;
         data.resize(request == setCur ? 0 : usb.bytesDone);
         return {true, data};
@@ -293,7 +299,7 @@ std::unique_ptr<VirtualCameraFirmware> twinOf(const BusProberDevice& camera, std
     return nullptr;
 }
 
-std::shared_ptr<const BusProberDevice> listedCamera(KernelUsbPlatform& platform, std::uint32_t location,
+std::shared_ptr<const BusProberDevice> listedCamera(UsbPlatform& platform, std::uint32_t location,
                                                     std::uint8_t interface) {
     const auto prober = platform.initBusProber(2, nullptr);
     prober->refreshData(false);
@@ -305,18 +311,14 @@ std::shared_ptr<const BusProberDevice> listedCamera(KernelUsbPlatform& platform,
 }
 
 // The same steps that bind the panel to a camera.
-std::shared_ptr<UsbInterface> openControl(KernelUsbPlatform& platform, std::uint32_t location,
+std::shared_ptr<UsbInterface> openControl(UsbPlatform& platform, std::uint32_t location,
                                           std::uint8_t interface) {
-    for (const auto& service : platform.matchingDeviceServices()) {
-        const auto plugIn = service->CreatePlugInInterface();
-        const auto device = plugIn ? plugIn->QueryInterface() : nullptr;
-        if (!device || device->GetLocationID() != location) continue;
-        const auto interfaces =
-            device->CreateInterfaceIterator({.interfaceClass = 14, .interfaceSubClass = 1});
-        if (!interfaces) return nullptr;
-        for (const auto& found : *interfaces) {
-            if (found->GetInterfaceNumber() == interface) return found->openInterface();
-        }
+    for (const auto& device : platform.listDevices()) {
+        if (!device->CreatePlugInInterface() || !device->QueryInterface()) continue;
+        if (device->GetLocationID() != location) continue;
+        const auto numbers = device->CreateInterfaceIterator({.interfaceClass = 14, .interfaceSubClass = 1});
+        const bool listed = numbers && std::ranges::find(*numbers, interface) != numbers->end();
+        return listed ? device->openInterface(interface) : nullptr;
     }
     return nullptr;
 }
@@ -330,8 +332,9 @@ int setBrightness(const std::string& node, std::int64_t value) {
     const auto identity = usbIdentityOfVideoNode("/sys", node);
     if (!identity) return fail(node + " is no USB camera");
     StandardError diagnostics;
-    KernelUsbPlatform platform(diagnostics);
-    KTUVCManager manager({&platform, nullptr});
+    NoMainQueue mainQueue;
+    const Backend backend = makeKernelBackend({mainQueue, diagnostics});
+    KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     const std::string id = identity->captureIdentifier();
     if (!manager.uniqueIDIsCorrect(id)) return fail(id + " is not listed");
@@ -350,12 +353,13 @@ int check(const std::string& node) {
     std::printf("%s is %s \"%s\" at %s\n", node.c_str(), identity->captureIdentifier().c_str(),
                 identity->productName.c_str(), identity->deviceName.c_str());
     StandardError diagnostics;
-    KernelUsbPlatform platform(diagnostics);
-    const auto listed = listedCamera(platform, identity->locationID, identity->interfaceNumber);
+    NoMainQueue mainQueue;
+    const Backend backend = makeKernelBackend({mainQueue, diagnostics});
+    const auto listed = listedCamera(*backend.usb, identity->locationID, identity->interfaceNumber);
     if (!listed) return fail("the bus prober does not list it");
     const auto twin = twinOf(*listed, identity->interfaceNumber);
     if (!twin) return fail("it is no virtual camera of ours");
-    const auto interface = openControl(platform, identity->locationID, identity->interfaceNumber);
+    const auto interface = openControl(*backend.usb, identity->locationID, identity->interfaceNumber);
     if (!interface) return fail("its control interface cannot be opened");
 
     Comparison both(*interface, *twin);

@@ -16,7 +16,7 @@ from rig.waiting import wait_until
 
 SET_CUR, GET_CUR, GET_MIN, GET_MAX, GET_INFO, GET_DEF = 0x01, 0x81, 0x82, 0x83, 0x86, 0x87
 READ, WRITE = 0xA1, 0x21
-SUCCESS, GONE, TIMEOUT, REFUSED = 0, 2, 3, 4  # status numbers printed by the check program
+SUCCESS, GONE, REFUSED, TIMEOUT = 0, 3, 4, 5  # status numbers printed by the check program
 RULE = "70-tavelo-control-panel.rules"
 
 

@@ -24,7 +24,7 @@
 #include <vector>
 
 #include "platform/linux/bus/sysfs_usb.h"
-#include "platform/linux/usb/usb_transport.h"
+#include "platform/linux/usb/backend.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo {
@@ -77,7 +77,7 @@ std::string send(UsbInterface& interface, std::istream& words) {
                               data.data(),
                               0};
     const auto begin = std::chrono::steady_clock::now();
-    const UsbStatus status = interface.ControlRequest(request);
+    const ErrorCode status = interface.ControlRequest(request);
     const auto took =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin);
     std::ostringstream answer;
@@ -109,9 +109,9 @@ int check(const std::string& name, std::optional<std::uint8_t> interface) {
     const std::uint32_t location = device->locationID;
     NoMainQueue mainQueue;
     StandardError diagnostics;
-    const UsbTransportHalves halves = makeUsbTransport(mainQueue, diagnostics, {}, {});
-    if (!halves.usb) return fail("the cameras cannot be taken over USB");
-    KTUVCManager manager({halves.usb.get(), nullptr});
+    const Backend backend = makeUsbBackend({mainQueue, diagnostics});
+    if (!backend.usb) return fail("the cameras cannot be taken over USB");
+    KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     if (!manager.refreshDataWithLocationID({{location, location, location}, interface}))
         return fail("it cannot be bound");

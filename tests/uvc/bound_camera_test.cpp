@@ -33,7 +33,7 @@ TEST_F(BoundCameraTest, ActsLikeTheManagerWhileTheBindingIsTheSame) {
     bound.populateParam(*manager->zoom());
     EXPECT_EQ(camera->requests().size(), 3U);
     EXPECT_TRUE(bound.isCurrent());
-    EXPECT_EQ(bound.failure(), UsbStatus::success);
+    EXPECT_EQ(bound.failure(), ErrorCode::none);
 }
 
 TEST_F(BoundCameraTest, SendsNothingToACameraThatIsBoundLater) {
@@ -50,7 +50,7 @@ TEST_F(BoundCameraTest, SendsNothingToACameraThatIsBoundLater) {
     EXPECT_EQ(done.calls, 2);
     EXPECT_FALSE(done.success);
     EXPECT_FALSE(bound.isCurrent());
-    EXPECT_EQ(bound.failure(), UsbStatus::gone);
+    EXPECT_EQ(bound.failure(), ErrorCode::gone);
     EXPECT_THAT(camera->requests(), IsEmpty());
     EXPECT_THAT(other->requests(), IsEmpty());
     EXPECT_EQ(manager->bright()->val(), 2);
@@ -69,10 +69,10 @@ TEST_F(BoundCameraTest, ReopeningTheInterfaceKeepsTheBinding) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
-    EXPECT_EQ(bound.failure(), UsbStatus::refused);
+    EXPECT_EQ(bound.failure(), ErrorCode::refused);
     camera->forgetRequests();
     EXPECT_TRUE(bound.openInterfaceAgain());
-    EXPECT_EQ(bound.failure(), UsbStatus::success);
+    EXPECT_EQ(bound.failure(), ErrorCode::none);
     EXPECT_TRUE(bound.isCurrent());
     bound.setControlWithComplitionHandle(KTUVCControl::bright, 7, {});
     EXPECT_THAT(camera->requests(), ElementsAre(writeOf(KTUVCControl::bright, {7, 0})));
@@ -82,9 +82,9 @@ TEST_F(BoundCameraTest, DropsAnInterfaceOpenedWhileAnotherCameraIsBound) {
     const BoundCamera bound(*manager);
     fail(KTUVCControl::contrast, FakeUvcCamera::setCur);
     bound.setControlWithComplitionHandle(KTUVCControl::contrast, 3, {});
-    platform.servicesAsked = [this] {
-        platform.servicesAsked = {};
-        manager->setInterface(nullptr); // like the main thread does while it binds
+    platform.busAsked = [this] {
+        platform.busAsked = {};
+        manager->setInterface(nullptr); // as the main thread does while it binds
     };
     EXPECT_FALSE(bound.openInterfaceAgain());
     EXPECT_EQ(manager->interface(), nullptr);

@@ -218,7 +218,7 @@ TEST_F(TwoFunctionsTest, AnUnknownInterfaceIsNeverReplacedByAnother) {
 
 TEST_F(TwoFunctionsTest, ReopeningKeepsTheFunction) {
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
-    second->setFailure(infraredUnit, 2, FakeUvcCamera::setCur, UsbStatus::refused);
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::setCur, ErrorCode::refused);
     manager->setBrightWithComplitionHandle(41, {});
     ASSERT_TRUE(manager->interfaceIsClosed());
     EXPECT_TRUE(manager->openInterfaceAgain());
@@ -226,10 +226,10 @@ TEST_F(TwoFunctionsTest, ReopeningKeepsTheFunction) {
 }
 
 TEST_F(TwoFunctionsTest, RereadingKeepsTheFunction) {
-    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, UsbStatus::failed);
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, ErrorCode::failed);
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(infraredID));
     ASSERT_TRUE(manager->interfaceIsClosed());
-    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, UsbStatus::success);
+    second->setFailure(infraredUnit, 2, FakeUvcCamera::getCur, ErrorCode::none);
     EXPECT_TRUE(manager->openInterfaceAgain());
     EXPECT_EQ(manager->interfaceNumber(), 6);
     EXPECT_EQ(manager->bright()->val(), 40);

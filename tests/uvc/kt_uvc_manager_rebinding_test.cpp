@@ -46,7 +46,7 @@ TEST_F(RebindingTest, AValueWrittenToTheOldCameraIsNotStoredForTheNewOne) {
 TEST_F(RebindingTest, AFailureOfTheOldCameraDoesNotRestoreItsValue) {
     for (const KTUVCControl control : {KTUVCControl::bright, KTUVCControl::panTilt}) {
         bind();
-        fail(control, FakeUvcCamera::setCur, UsbStatus::timeout);
+        fail(control, FakeUvcCamera::setCur, ErrorCode::timeout);
         bindOtherDuringTheNextWrite();
         Completion done;
         manager->setControlWithComplitionHandle(control, 42, done.handle());

@@ -67,18 +67,18 @@ TEST_F(ReopeningTest, ACameraThatLeftTheBusStaysClosed) {
     now += std::chrono::seconds(5);
     EXPECT_FALSE(manager->openInterfaceAgain());
     EXPECT_TRUE(manager->interfaceIsClosed());
-    EXPECT_EQ(manager->failure(), UsbStatus::gone) << "no longer the refusal";
+    EXPECT_EQ(manager->failure(), ErrorCode::gone) << "no longer the refusal";
     EXPECT_EQ(manager->failedAt(), now);
 }
 
 TEST_F(ReopeningTest, RebindsTheCameraIfItsRecordsCouldNotBeRead) {
-    fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::timeout);
+    fail(KTUVCControl::bright, FakeUvcCamera::getCur, ErrorCode::timeout);
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
     ASSERT_TRUE(manager->interfaceIsClosed());
     expectUnsupported(record(KTUVCControl::contrast));
     EXPECT_FALSE(manager->openInterfaceAgain()) << "the camera is still silent";
 
-    fail(KTUVCControl::bright, FakeUvcCamera::getCur, UsbStatus::success);
+    fail(KTUVCControl::bright, FakeUvcCamera::getCur, ErrorCode::none);
     camera->forgetRequests();
     EXPECT_TRUE(manager->openInterfaceAgain());
     EXPECT_THAT(camera->requests(), Not(IsEmpty()));

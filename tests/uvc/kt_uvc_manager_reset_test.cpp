@@ -196,7 +196,7 @@ TEST_F(ResetTest, ARefusedControlDoesNotAffectTheOthers) {
             openGates();
             const std::int64_t before = record(refused).val();
             (manager.get()->*walk)();
-            fail(refused, FakeUvcCamera::setCur, UsbStatus::success);
+            fail(refused, FakeUvcCamera::setCur, ErrorCode::none);
             EXPECT_TRUE(wasWritten(KTUVCControl::autoWhiteBalance));
             EXPECT_TRUE(wasWritten(KTUVCControl::whiteBalance));
             EXPECT_EQ(record(refused).val(), before);
@@ -217,7 +217,7 @@ TEST_F(ResetTest, ACameraThatIsGoneEndsTheWalk) {
     for (const Walk walk : walks) {
         bind();
         openGates();
-        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::gone);
+        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, ErrorCode::gone);
         (manager.get()->*walk)();
         EXPECT_TRUE(wasWritten(KTUVCControl::zoom));
         EXPECT_FALSE(wasWritten(KTUVCControl::panTilt));
@@ -228,8 +228,8 @@ TEST_F(ResetTest, TheSecondMissingAnswerEndsTheWalk) {
     for (const Walk walk : walks) {
         bind();
         openGates();
-        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::timeout);
-        fail(KTUVCControl::contrast, FakeUvcCamera::setCur, UsbStatus::timeout);
+        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, ErrorCode::timeout);
+        fail(KTUVCControl::contrast, FakeUvcCamera::setCur, ErrorCode::timeout);
         (manager.get()->*walk)();
         EXPECT_TRUE(wasWritten(KTUVCControl::panTilt));
         EXPECT_TRUE(wasWritten(KTUVCControl::contrast));

@@ -209,10 +209,10 @@ TEST_F(SettersTest, PanTiltRecordIsWrittenAfterThePush) {
     class Watcher : public UsbInterface {
     public:
         explicit Watcher(KTUVCManager& manager) : manager_(manager) {}
-        UsbStatus ControlRequest(UsbControlRequest& request) override {
+        ErrorCode ControlRequest(UsbControlRequest& request) override {
             (request.wLength == 8 ? panTilt : bright) =
                 request.wLength == 8 ? manager_.panTilt()->val() : manager_.bright()->val();
-            return UsbStatus::success;
+            return ErrorCode::none;
         }
         void USBInterfaceClose() override {}
         std::uint8_t GetInterfaceNumber() const override { return 0; }

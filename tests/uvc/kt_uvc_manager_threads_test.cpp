@@ -43,8 +43,8 @@ TEST_F(ThreadsTest, PushesWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
 }
 
 TEST_F(ThreadsTest, WalksThatReopenWhileAnotherCameraIsBoundNeverReachTheWrongOne) {
-    camera->setFailure(unit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
-    other->setFailure(otherUnit, 3, FakeUvcCamera::setCur, UsbStatus::refused);
+    camera->setFailure(unit, 3, FakeUvcCamera::setCur, ErrorCode::refused);
+    other->setFailure(otherUnit, 3, FakeUvcCamera::setCur, ErrorCode::refused);
     bind();
     std::atomic<bool> stop = false;
     std::atomic<int> walks = 0;
@@ -76,9 +76,9 @@ TEST_F(ThreadsTest, FailureOfADroppedInterfaceDoesNotCloseTheNewOne) {
     class Late : public UsbInterface {
     public:
         explicit Late(KTUVCManager& manager) : manager_(manager) {}
-        UsbStatus ControlRequest(UsbControlRequest&) override {
+        ErrorCode ControlRequest(UsbControlRequest&) override {
             manager_.refreshDataWithUniqueIDString(otherID);
-            return UsbStatus::gone;
+            return ErrorCode::gone;
         }
         void USBInterfaceClose() override {}
         std::uint8_t GetInterfaceNumber() const override { return 0; }

@@ -69,7 +69,7 @@ TEST_F(TransportTest, EmptyReplyAndFailureLeaveNoBuffer) {
     EXPECT_EQ(bytes, nullptr);
     EXPECT_FALSE(manager->interfaceIsClosed());
 
-    fail(KTUVCControl::zoom, FakeUvcCamera::getMax, UsbStatus::timeout);
+    fail(KTUVCControl::zoom, FakeUvcCamera::getMax, ErrorCode::timeout);
     bytes = std::make_unique<std::uint8_t[]>(1);
     EXPECT_EQ(manager->_requestValTypeForControlReturnVal(UvcRequest::getMax, zoom, bytes), -1);
     EXPECT_EQ(bytes, nullptr);
@@ -77,9 +77,9 @@ TEST_F(TransportTest, EmptyReplyAndFailureLeaveNoBuffer) {
 
 TEST_F(TransportTest, ReplyLongerThanRequestedIsCut) {
     class Liar : public UsbInterface {
-        UsbStatus ControlRequest(UsbControlRequest& request) override {
+        ErrorCode ControlRequest(UsbControlRequest& request) override {
             request.bytesDone = 4000;
-            return UsbStatus::success;
+            return ErrorCode::none;
         }
         void USBInterfaceClose() override {}
         std::uint8_t GetInterfaceNumber() const override { return 0; }
@@ -92,7 +92,7 @@ TEST_F(TransportTest, ReplyLongerThanRequestedIsCut) {
 }
 
 TEST_F(TransportTest, FailureClosesTheInterfaceAndTheRestOfThePassIsUnsupported) {
-    fail(KTUVCControl::gain, FakeUvcCamera::getMin, UsbStatus::timeout);
+    fail(KTUVCControl::gain, FakeUvcCamera::getMin, ErrorCode::timeout);
     EXPECT_TRUE(manager->refreshDataWithUniqueIDString(uniqueID));
     EXPECT_TRUE(manager->contrast()->supported());
     for (std::size_t i = indexOf(KTUVCControl::gain); i < controlCount; ++i)
@@ -103,8 +103,8 @@ TEST_F(TransportTest, FailureClosesTheInterfaceAndTheRestOfThePassIsUnsupported)
 }
 
 TEST_F(TransportTest, EveryKindOfFailureClosesTheInterfaceForGood) {
-    for (const UsbStatus status :
-         {UsbStatus::gone, UsbStatus::timeout, UsbStatus::refused, UsbStatus::denied, UsbStatus::failed}) {
+    for (const ErrorCode status :
+         {ErrorCode::gone, ErrorCode::timeout, ErrorCode::refused, ErrorCode::denied, ErrorCode::failed}) {
         bind();
         EXPECT_FALSE(manager->interfaceIsClosed());
         fail(KTUVCControl::zoom, FakeUvcCamera::setCur, status);
@@ -114,7 +114,7 @@ TEST_F(TransportTest, EveryKindOfFailureClosesTheInterfaceForGood) {
         ASSERT_NE(interface, nullptr);
         EXPECT_TRUE(interface->isClosed());
 
-        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::success);
+        fail(KTUVCControl::zoom, FakeUvcCamera::setCur, ErrorCode::none);
         camera->forgetRequests();
         EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
         EXPECT_THAT(camera->requests(), IsEmpty());
@@ -125,29 +125,29 @@ TEST_F(TransportTest, EveryKindOfFailureClosesTheInterfaceForGood) {
 
 TEST_F(TransportTest, TheReasonAndTimeOfAFailureAreKeptUntilTheInterfaceIsReopened) {
     bind();
-    EXPECT_EQ(manager->failure(), UsbStatus::success);
-    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::timeout);
+    EXPECT_EQ(manager->failure(), ErrorCode::none);
+    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, ErrorCode::timeout);
     now += std::chrono::seconds(5);
     EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
     const auto failedAt = now;
     now += std::chrono::seconds(5);
     EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get())) << "closed";
-    EXPECT_EQ(manager->failure(), UsbStatus::timeout);
+    EXPECT_EQ(manager->failure(), ErrorCode::timeout);
     EXPECT_EQ(manager->failedAt(), failedAt);
     ASSERT_TRUE(manager->openInterfaceAgain());
-    EXPECT_EQ(manager->failure(), UsbStatus::success);
+    EXPECT_EQ(manager->failure(), ErrorCode::none);
 }
 
 TEST_F(TransportTest, ARequestOnAClosedInterfaceDoesNotReplaceTheReason) {
     bind();
-    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, UsbStatus::gone);
-    fail(KTUVCControl::bright, FakeUvcCamera::setCur, UsbStatus::failed);
+    fail(KTUVCControl::zoom, FakeUvcCamera::setCur, ErrorCode::gone);
+    fail(KTUVCControl::bright, FakeUvcCamera::setCur, ErrorCode::failed);
     camera->requestArrived = [this](const FakeUsbRequest&) {
         camera->requestArrived = {};
         EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get())); // like another thread would
     };
     EXPECT_FALSE(manager->_pushParamToDevice(manager->bright().get()));
-    EXPECT_EQ(manager->failure(), UsbStatus::gone);
+    EXPECT_EQ(manager->failure(), ErrorCode::gone);
 }
 
 TEST_F(TransportTest, WithoutInterfaceNothingIsSentAndEveryRecordIsUnsupported) {

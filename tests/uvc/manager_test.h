@@ -70,7 +70,7 @@ protected:
         script(control, answers(cur, 0, 100, def, controlRow(control).intendedSize));
     }
 
-    void fail(KTUVCControl control, std::uint8_t code, UsbStatus status = UsbStatus::refused) {
+    void fail(KTUVCControl control, std::uint8_t code, ErrorCode status = ErrorCode::refused) {
         const ControlRow& row = controlRow(control);
         camera->setFailure(entityOf(row), static_cast<std::uint8_t>(row.selector), code, status);
     }

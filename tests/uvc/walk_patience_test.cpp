@@ -9,19 +9,19 @@ namespace {
 TEST(WalkPatience, RefusalsNeverEndIt) {
     WalkPatience patience;
     for (int i = 0; i < 30; ++i)
-        EXPECT_EQ(patience.judge(UsbStatus::refused), AfterFailure::goOn);
+        EXPECT_EQ(patience.judge(ErrorCode::refused), AfterFailure::goOn);
 }
 
 TEST(WalkPatience, ACameraThatIsGoneEndsItAtOnce) {
-    EXPECT_EQ(WalkPatience().judge(UsbStatus::gone), AfterFailure::end);
+    EXPECT_EQ(WalkPatience().judge(ErrorCode::gone), AfterFailure::end);
 }
 
 TEST(WalkPatience, TheSecondOfAnyOtherFailureEndsIt) {
-    for (const UsbStatus failure :
-         {UsbStatus::timeout, UsbStatus::denied, UsbStatus::failed, UsbStatus::notOpen}) {
+    for (const ErrorCode failure :
+         {ErrorCode::timeout, ErrorCode::denied, ErrorCode::failed, ErrorCode::closed}) {
         WalkPatience patience;
         EXPECT_EQ(patience.judge(failure), AfterFailure::afterQuiet);
-        EXPECT_EQ(patience.judge(UsbStatus::refused), AfterFailure::goOn);
+        EXPECT_EQ(patience.judge(ErrorCode::refused), AfterFailure::goOn);
         EXPECT_EQ(patience.judge(failure), AfterFailure::end);
     }
 }

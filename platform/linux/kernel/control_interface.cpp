@@ -74,45 +74,45 @@ std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::in
 
 } // namespace
 
-KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device,
-                                       KernelInterfaceAddress address, Diagnostics& diagnostics,
-                                       std::shared_ptr<HeldPair> pair)
+KernelControlInterface::KernelControlInterface(std::shared_ptr<V4l2ControlDevice> device,
+                                               KernelInterfaceAddress address, Diagnostics& diagnostics,
+                                               std::shared_ptr<HeldPair> pair)
     : address_(std::move(address)),
       diagnostics_(diagnostics),
       heldPair_(std::move(pair)),
       device_(std::move(device)) {}
 
-UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
+ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     std::shared_ptr<V4l2ControlDevice> device;
     {
         const std::lock_guard lock(mutex_);
         device = device_;
     }
-    if (!device) return UsbStatus::notOpen;
+    if (!device) return ErrorCode::closed;
     const bool isWrite = request.bmRequestType == classWrite;
-    if (!isWrite && request.bmRequestType != classRead) return UsbStatus::failed;
-    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    if (!isWrite && request.bmRequestType != classRead) return ErrorCode::failed;
+    if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const KernelControl* control = findControl(request);
-    if (control == nullptr) return UsbStatus::success;
+    if (control == nullptr) return ErrorCode::none;
     return isWrite ? write(*device, *control, request) : read(*device, *control, request);
 }
 
-void KernelUsbInterface::USBInterfaceClose() {
+void KernelControlInterface::USBInterfaceClose() {
     std::shared_ptr<V4l2ControlDevice> closing;
     const std::lock_guard lock(mutex_);
     closing.swap(device_);
 }
 
-const KernelControl* KernelUsbInterface::findControl(const UsbControlRequest& request) const {
+const KernelControl* KernelControlInterface::findControl(const UsbControlRequest& request) const {
     if ((request.wIndex & 0xFF) != address_.interfaceNumber) return nullptr;
     const auto entity = entityOf(address_, request.wIndex >> 8);
     if (!entity) return nullptr;
     return findKernelControl(*entity, static_cast<std::uint8_t>(request.wValue >> 8));
 }
 
-UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
-                                   UsbControlRequest& request) {
+ErrorCode KernelControlInterface::read(V4l2ControlDevice& device, const KernelControl& control,
+                                       UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
     if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
@@ -121,11 +121,11 @@ UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelContro
         hold(control, reply.bytes);
     std::copy_n(reply.bytes.begin(), count, request.payload().begin());
     request.bytesDone = static_cast<std::uint32_t>(count);
-    return usbStatusOf(reply.error, false);
+    return controlErrorOf(reply.error, false);
 }
 
-UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
-                                    UsbControlRequest& request) {
+ErrorCode KernelControlInterface::write(V4l2ControlDevice& device, const KernelControl& control,
+                                        UsbControlRequest& request) {
     // The class has no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
     const KernelReply reply = known ? writeKernelControl(device, control, request.payload(), heldOf(control))
@@ -136,21 +136,21 @@ UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelContr
         std::ranges::copy(reply.bytes, request.payload().begin());
         hold(control, reply.bytes);
     }
-    return usbStatusOf(reply.error, true);
+    return controlErrorOf(reply.error, true);
 }
 
-std::vector<std::uint8_t> KernelUsbInterface::heldOf(const KernelControl& control) {
+std::vector<std::uint8_t> KernelControlInterface::heldOf(const KernelControl& control) {
     if (control.encoding != KernelEncoding::pair) return {};
     return heldPair_->get();
 }
 
-void KernelUsbInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
+void KernelControlInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
     if (control.encoding != KernelEncoding::pair) return;
     heldPair_->set(bytes);
 }
 
-void KernelUsbInterface::report(const KernelControl& control, const UsbControlRequest& request,
-                                int error) noexcept {
+void KernelControlInterface::report(const KernelControl& control, const UsbControlRequest& request,
+                                    int error) noexcept {
     std::string reason(nameOf(request.bRequest));
     reason.append(" of ").append(control.name).append(": ").append(reasonOf(error));
     diagnostics_.report(address_.name, reason);

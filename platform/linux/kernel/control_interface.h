@@ -44,23 +44,23 @@ private:
 
 /// Thread-safe.  No lock is held while the camera is asked: a write that blocks delays nobody else, and
 /// closing does not wait for it.
-class KernelUsbInterface final : public UsbInterface {
+class KernelControlInterface final : public UsbInterface {
 public:
     /// @param diagnostics must outlive the interface
     /// @param pair shared with earlier interfaces of the same camera: after a refusal the interface is
     ///     opened again without being read
-    KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
-                       Diagnostics& diagnostics,
-                       std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
+    KernelControlInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
+                           Diagnostics& diagnostics,
+                           std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override;
+    ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return address_.interfaceNumber; }
 
 private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
-    UsbStatus read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
-    UsbStatus write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
     std::vector<std::uint8_t> heldOf(const KernelControl& control);
     void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
     void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <optional>
 
+#include "platform/linux/file_error.h"
+
 namespace tavelo {
 
 namespace {
@@ -76,7 +78,7 @@ std::optional<std::vector<V4l2ControlValue>> decodeAll(const KernelControl& cont
 
 // Whether further requests are useless.  A control whose read the camera stalls may still take a value.
 bool endsEverything(int error) {
-    return usbStatusOf(error, false) != UsbStatus::success;
+    return controlErrorOf(error, false) != ErrorCode::none;
 }
 
 bool answers(KernelRange range, UvcRequest request) {
@@ -249,19 +251,8 @@ KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& c
     return {0, takenBytes(control, *values, written), true};
 }
 
-UsbStatus usbStatusOf(int error, bool isWrite) {
+ErrorCode controlErrorOf(int error, bool isWrite) {
     switch (error) {
-        case 0:
-            return UsbStatus::success;
-        case ENODEV:
-        case ENXIO:
-        case ESHUTDOWN:
-            return UsbStatus::gone;
-        case ETIMEDOUT:
-        case ETIME:
-            return UsbStatus::timeout;
-        case EPERM:
-            return UsbStatus::denied;
         // A camera's reasons for a stall (not ready, wrong state, power, range, unit, control, request,
         // value), a stall without a reason, and the driver's refusal of a control that an automatic one
         // governs.
@@ -273,9 +264,9 @@ UsbStatus usbStatusOf(int error, bool isWrite) {
         case EIO:
         case EINVAL:
         case EACCES:
-            return isWrite ? UsbStatus::refused : UsbStatus::success;
+            return isWrite ? ErrorCode::refused : ErrorCode::none;
         default:
-            return UsbStatus::failed;
+            return errorCodeOfErrno(error);
     }
 }
 

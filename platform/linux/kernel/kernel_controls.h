@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
+#include "platform/error.h"
 #include "platform/linux/kernel/kernel_control_table.h"
 #include "platform/linux/v4l2/v4l2_control_device.h"
-#include "platform/usb_interface.h"
 
 namespace tavelo {
 
@@ -46,8 +46,8 @@ KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& co
 KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
                                std::span<const std::uint8_t> data, std::span<const std::uint8_t> held = {});
 
-/// The USB status for an errno.  The driver turns a stalled request into one of several; a stalled read is
-/// an answer (success, no bytes), a stalled write a refusal.
-UsbStatus usbStatusOf(int error, bool isWrite);
+/// The error for the errno of a request.  The driver turns a stalled request into one of several; a stalled
+/// read is an answer (no error, no bytes), a stalled write a refusal.
+ErrorCode controlErrorOf(int error, bool isWrite);
 
 } // namespace tavelo

@@ -19,12 +19,12 @@ bool mayPass(int error) {
 }
 
 // Tries the next node only if this one opens but cannot capture.
-OpenedControlNode tryNodes(const KernelUsbSurroundings& surroundings, const std::vector<std::string>& nodes,
+OpenedControlNode tryNodes(const ControlNodeOptions& options, const std::vector<std::string>& nodes,
                            int& error) {
     OpenedControlNode opened;
     for (const std::string& node : nodes) {
-        opened.path = (surroundings.devices / node).string();
-        opened.device = surroundings.opener->open(opened.path, error);
+        opened.path = (options.devices / node).string();
+        opened.device = options.opener->open(opened.path, error);
         if (opened.device || error != ENOTTY) return opened;
     }
     return opened;
@@ -37,7 +37,7 @@ std::string reasonOf(int error) {
 
 } // namespace
 
-OpenedControlNode openControlNode(const KernelUsbSurroundings& surroundings, const SysfsUsbDevice& device,
+OpenedControlNode openControlNode(const ControlNodeOptions& options, const SysfsUsbDevice& device,
                                   std::uint8_t interfaceNumber, Diagnostics& diagnostics) {
     const std::vector<std::string> nodes = videoNodesOfInterface(device, interfaceNumber);
     if (nodes.empty()) {
@@ -46,10 +46,10 @@ OpenedControlNode openControlNode(const KernelUsbSurroundings& surroundings, con
         return {};
     }
     int error = 0;
-    OpenedControlNode opened = tryNodes(surroundings, nodes, error);
+    OpenedControlNode opened = tryNodes(options, nodes, error);
     for (int tries = 1; tries < mostTries && !opened.device && mayPass(error); ++tries) {
-        surroundings.pause(betweenTries);
-        opened = tryNodes(surroundings, nodes, error);
+        options.pause(betweenTries);
+        opened = tryNodes(options, nodes, error);
     }
     if (!opened.device) diagnostics.report(opened.path, reasonOf(error));
     return opened;

@@ -54,12 +54,6 @@ bool isNamed(int descriptor, const std::string& path) {
 
 } // namespace
 
-Error fileError(int errorNumber) {
-    const bool denied = errorNumber == EACCES || errorNumber == EPERM || errorNumber == EROFS;
-    return {denied ? ErrorCode::denied : ErrorCode::refused, std::generic_category().message(errorNumber),
-            "file system"};
-}
-
 std::optional<FileVersion> versionOfFile(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) return std::nullopt;

@@ -22,15 +22,15 @@ bool isRead(const UsbControlRequest& request) {
     return (request.bmRequestType & directionIn) != 0;
 }
 
-std::string_view reasonOf(UsbStatus status) {
+std::string_view reasonOf(ErrorCode status) {
     switch (status) {
-        case UsbStatus::refused:
+        case ErrorCode::refused:
             return "the camera refuses";
-        case UsbStatus::timeout:
+        case ErrorCode::timeout:
             return "the camera does not answer";
-        case UsbStatus::gone:
+        case ErrorCode::gone:
             return "the camera is gone";
-        case UsbStatus::denied:
+        case ErrorCode::denied:
             return "no permission";
         default:
             return "the link failed";
@@ -46,22 +46,22 @@ UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, 
       name_(std::move(name)),
       diagnostics_(diagnostics) {}
 
-UsbStatus UsbControlInterface::ControlRequest(UsbControlRequest& request) {
+ErrorCode UsbControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     {
         const std::lock_guard lock(mutex_);
-        if (closed_) return UsbStatus::notOpen;
+        if (closed_) return ErrorCode::closed;
     }
-    if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
+    if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const UsbSetupPacket setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex};
     const int result = claim_->handle().controlTransfer(setup, request.payload(), patience);
     if (result >= 0) {
         request.bytesDone = std::min<std::uint32_t>(static_cast<std::uint32_t>(result), request.wLength);
-        return UsbStatus::success;
+        return ErrorCode::none;
     }
-    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return UsbStatus::success;
-    const UsbStatus status = statusOf(request, result);
-    if (status != UsbStatus::success) report(request, reasonOf(status));
+    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return ErrorCode::none;
+    const ErrorCode status = statusOf(request, result);
+    if (status != ErrorCode::none) report(request, reasonOf(status));
     return status;
 }
 
@@ -84,22 +84,22 @@ bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
     return true;
 }
 
-UsbStatus UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {
+ErrorCode UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {
     switch (libusbError) {
         case LIBUSB_ERROR_PIPE: {
-            if (isRead(request)) return UsbStatus::success;
+            if (isRead(request)) return ErrorCode::none;
             const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
             const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
-            return function_.lists(entity, selector) ? UsbStatus::refused : UsbStatus::success;
+            return function_.lists(entity, selector) ? ErrorCode::refused : ErrorCode::none;
         }
         case LIBUSB_ERROR_TIMEOUT:
-            return UsbStatus::timeout;
+            return ErrorCode::timeout;
         case LIBUSB_ERROR_NO_DEVICE:
-            return UsbStatus::gone;
+            return ErrorCode::gone;
         case LIBUSB_ERROR_ACCESS:
-            return UsbStatus::denied;
+            return ErrorCode::denied;
         default:
-            return UsbStatus::failed;
+            return ErrorCode::failed;
     }
 }
 

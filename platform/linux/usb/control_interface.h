@@ -28,14 +28,14 @@ public:
     UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function, std::string name,
                         Diagnostics& diagnostics);
 
-    UsbStatus ControlRequest(UsbControlRequest& request) override;
+    ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return function_.controlInterface; }
 
 private:
     /// Answers a read that the camera stalled and need not answer; false if there is no such answer.
     bool answerForTheClass(UsbControlRequest& request);
-    UsbStatus statusOf(const UsbControlRequest& request, int libusbError) const;
+    ErrorCode statusOf(const UsbControlRequest& request, int libusbError) const;
     void report(const UsbControlRequest& request, std::string_view reason) noexcept;
 
     const std::shared_ptr<UsbCameraClaim> claim_;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -62,13 +63,13 @@ protected:
 
 TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
     const Backends backends = makeBackends({3, {}}, mainQueue, diagnostics);
-    const auto prober = backends.usb->initBusProber(2, nullptr);
+    const auto prober = backends.cameras.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     EXPECT_EQ(prober->devicesArray().size(), 3U);
     std::set<std::uint32_t> locations;
     for (const auto& device : prober->devicesArray())
         locations.insert(device->locationID);
-    const auto cameras = backends.capture->devicesWithMediaType(MediaType::video);
+    const auto cameras = backends.cameras.capture->devicesWithMediaType(MediaType::video);
     ASSERT_EQ(cameras.size(), 3U);
     for (const auto& camera : cameras) {
         const std::string location = camera->uniqueID().substr(0, 10);
@@ -84,11 +85,11 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
     output.setVideoSettings({PixelFormat::bgra32});
     output.setSampleBufferDelegate(&frames, &queue);
     const Backends backends = makeBackends({1, {}}, mainQueue, diagnostics);
-    const auto camera = backends.capture->devicesWithMediaType(MediaType::video).front();
+    const auto camera = backends.cameras.capture->devicesWithMediaType(MediaType::video).front();
     Error error;
     const auto input = camera->makeInput(error);
     ASSERT_TRUE(input) << error.text;
-    const auto session = backends.capture->makeSession();
+    const auto session = backends.cameras.capture->makeSession();
     session->addOutput(output);
     session->addInput(*input);
     session->startRunning();
@@ -106,21 +107,31 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
 class TheMachinesOwnHalves : public BackendsTest, public testing::WithParamInterface<CameraTransport> {};
 
 TEST_P(TheMachinesOwnHalves, Agree) {
-    BackendOptions options;
+    CameraOptions options;
     options.transport = GetParam();
     const Backends backends = makeBackends(options, mainQueue, diagnostics);
-    const auto prober = backends.usb->initBusProber(2, nullptr);
+    const auto prober = backends.cameras.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     std::set<std::uint32_t> locations;
     for (const auto& device : prober->devicesArray())
         locations.insert(device->locationID);
-    for (const auto& camera : backends.capture->devicesWithMediaType(MediaType::video)) {
+    for (const auto& camera : backends.cameras.capture->devicesWithMediaType(MediaType::video)) {
         if (!camera->uniqueID().starts_with("0x")) continue;
         const std::string location = camera->uniqueID().substr(0, 10);
         EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
             << location;
     }
-    EXPECT_TRUE(backends.capture->makeSession());
+    EXPECT_TRUE(backends.cameras.capture->makeSession());
+}
+
+TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {
+    std::map<std::string, CameraTransport> names;
+    for (const TransportDescription& row : cameraTransports()) {
+        EXPECT_TRUE(names.emplace(row.name, row.transport).second) << row.name;
+        EXPECT_FALSE(row.meaning.empty()) << row.name;
+    }
+    EXPECT_EQ(names, (std::map<std::string, CameraTransport>{{"kernel", CameraTransport::kernel},
+                                                             {"usb", CameraTransport::usb}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, TheMachinesOwnHalves,

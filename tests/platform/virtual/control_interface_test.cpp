@@ -13,22 +13,18 @@
 namespace tavelo {
 namespace {
 
-constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
+using testing::ElementsAre;
 
-std::unique_ptr<UsbDevice> openDevice(UsbDeviceService& service) {
-    const auto plugIn = service.CreatePlugInInterface();
-    return plugIn == nullptr ? nullptr : plugIn->QueryInterface();
-}
+constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
 class VirtualUsbTest : public ::testing::Test {
 protected:
     explicit VirtualUsbTest(int cameras = 2) : backend(makeVirtualBackend(cameras, {}, mainQueue)) {}
 
     std::shared_ptr<UsbInterface> openInterface(std::size_t index) {
-        const auto services = backend.usb->matchingDeviceServices();
-        const auto device = openDevice(*services.at(index));
-        const auto found = device->CreateInterfaceIterator(videoControl);
-        return found->at(0)->openInterface();
+        const auto devices = backend.usb->listDevices();
+        const auto& device = devices.at(index);
+        return device->openInterface(device->CreateInterfaceIterator(videoControl)->at(0));
     }
 
     UsbControlRequest request(std::uint8_t code, ControlAddress address, std::span<std::uint8_t> data) {
@@ -43,7 +39,7 @@ protected:
                 0};
     }
 
-    UsbStatus send(UsbControlRequest& request) { return interface->ControlRequest(request); }
+    ErrorCode send(UsbControlRequest& request) { return interface->ControlRequest(request); }
 
     ManualMainQueue mainQueue;
     VirtualBackend backend;
@@ -52,33 +48,35 @@ protected:
     std::array<std::uint8_t, 8> bytes{};
 };
 
-TEST_F(VirtualUsbTest, servicesLeadToTheControlInterfaceOfEachCamera) {
-    const auto services = backend.usb->matchingDeviceServices();
-    ASSERT_EQ(services.size(), 2U);
-    for (std::size_t i = 0; i < services.size(); ++i) {
-        const auto device = openDevice(*services[i]);
+TEST_F(VirtualUsbTest, devicesLeadToTheControlInterfaceOfEachCamera) {
+    const auto devices = backend.usb->listDevices();
+    ASSERT_EQ(devices.size(), 2U);
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+        const auto& device = devices[i];
+        EXPECT_TRUE(device->CreatePlugInInterface());
+        EXPECT_TRUE(device->QueryInterface());
         EXPECT_EQ(device->GetLocationID(), virtualCameraModel(static_cast<int>(i) + 1).locationID);
         const auto found = device->CreateInterfaceIterator(videoControl);
         ASSERT_TRUE(found.has_value());
         ASSERT_EQ(found->size(), 1U);
-        EXPECT_EQ(found->at(0)->openInterface()->GetInterfaceNumber(), 0);
+        EXPECT_EQ(device->openInterface(found->at(0))->GetInterfaceNumber(), 0);
     }
 }
 
 TEST_F(VirtualUsbTest, iteratorListsWhatMatches) {
-    const auto services = backend.usb->matchingDeviceServices();
-    const auto device = openDevice(*services[0]);
-    EXPECT_EQ(device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, 0})->size(), 1U);
-    EXPECT_EQ(
-        device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, UsbInterfaceMatch::any})->size(), 6U);
-    EXPECT_EQ(device->CreateInterfaceIterator({})->size(), 7U);
+    const auto device = std::move(backend.usb->listDevices().front());
+    EXPECT_THAT(*device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, 0}), ElementsAre(1));
+    EXPECT_THAT(*device->CreateInterfaceIterator({14, 2, UsbInterfaceMatch::any, UsbInterfaceMatch::any}),
+                ElementsAre(1))
+        << "once, although it has six settings";
+    EXPECT_THAT(*device->CreateInterfaceIterator({}), ElementsAre(0, 1));
     EXPECT_TRUE(device->CreateInterfaceIterator({3, 1, 1, 0})->empty());
 }
 
 TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
     camera->setControlValue(control::brightness, -2);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 2U);
     EXPECT_EQ(bytes[0], 0xFE);
     EXPECT_EQ(bytes[1], 0xFF);
@@ -86,14 +84,14 @@ TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
 
 TEST_F(VirtualUsbTest, aReadOfMoreThanTheControlHasTellsHowMuchCame) {
     auto get = request(uvc::getCur, control::powerLine, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 1U);
 }
 
 TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
     bytes = {42, 0};
     auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
     EXPECT_EQ(camera->controlValue(control::brightness), 42);
     const auto log = camera->requestLog();
@@ -106,31 +104,31 @@ TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
 TEST_F(VirtualUsbTest, aRefusedWriteIsRefusedAndTheInterfaceStaysOpen) {
     bytes = {0x00, 0x70};
     auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::refused);
+    EXPECT_EQ(send(set), ErrorCode::refused);
     EXPECT_EQ(set.bytesDone, 0U);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
 }
 
 TEST_F(VirtualUsbTest, aStalledReadIsAnAnswerOfNoBytes) {
     auto get = request(uvc::getMin, control::autoFocus, std::span(bytes).first(1));
-    EXPECT_EQ(send(get), UsbStatus::success);
+    EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
     auto set = request(uvc::setCur, {ControlEntity::processingUnit, 40}, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 0U);
     set.wIndex = 0xEE00;
-    EXPECT_EQ(send(set), UsbStatus::success) << "an entity that does not exist";
+    EXPECT_EQ(send(set), ErrorCode::none) << "an entity that does not exist";
     EXPECT_EQ(set.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
     bytes = {100, 0};
     auto set = request(uvc::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
-    EXPECT_EQ(send(set), UsbStatus::success);
+    EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
 }
 
@@ -138,7 +136,7 @@ TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
     for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
         auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
         nowhere.data = nullptr;
-        EXPECT_EQ(send(nowhere), UsbStatus::failed);
+        EXPECT_EQ(send(nowhere), ErrorCode::failed);
         EXPECT_EQ(nowhere.bytesDone, 0U);
     }
     EXPECT_TRUE(camera->requestLog().empty());
@@ -149,14 +147,14 @@ TEST_F(VirtualUsbTest, silenceIsATimeout) {
     fault.kind = FaultKind::silence;
     camera->order(fault);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::timeout);
+    EXPECT_EQ(send(get), ErrorCode::timeout);
 }
 
 TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
     interface->USBInterfaceClose();
     interface->USBInterfaceClose();
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    EXPECT_EQ(send(get), UsbStatus::notOpen);
+    EXPECT_EQ(send(get), ErrorCode::closed);
     EXPECT_TRUE(camera->requestLog().empty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_NE(openInterface(0), interface) << "bound again, it answers";
@@ -164,19 +162,17 @@ TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
 
 TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    const auto services = backend.usb->matchingDeviceServices();
-    const auto plugIn = services[0]->CreatePlugInInterface();
-    const auto device = plugIn->QueryInterface();
+    const auto device = std::move(backend.usb->listDevices().front());
     const auto found = device->CreateInterfaceIterator(videoControl);
     EXPECT_TRUE(backend.bus->unplug(1));
     EXPECT_FALSE(backend.bus->unplug(1));
 
-    EXPECT_EQ(send(get), UsbStatus::gone);
-    EXPECT_EQ(found->at(0)->openInterface(), nullptr);
+    EXPECT_EQ(send(get), ErrorCode::gone);
+    EXPECT_EQ(device->openInterface(found->at(0)), nullptr);
     EXPECT_EQ(device->CreateInterfaceIterator(videoControl), std::nullopt);
-    EXPECT_EQ(plugIn->QueryInterface(), nullptr);
-    EXPECT_EQ(services[0]->CreatePlugInInterface(), nullptr);
-    EXPECT_EQ(backend.usb->matchingDeviceServices().size(), 1U);
+    EXPECT_FALSE(device->QueryInterface());
+    EXPECT_FALSE(device->CreatePlugInInterface());
+    EXPECT_EQ(backend.usb->listDevices().size(), 1U);
 }
 
 TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
@@ -186,7 +182,7 @@ TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
     camera->order(fault);
     auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
     std::thread unplugger([&] { backend.bus->unplug(1); });
-    EXPECT_EQ(send(get), UsbStatus::gone);
+    EXPECT_EQ(send(get), ErrorCode::gone);
     unplugger.join();
 }
 

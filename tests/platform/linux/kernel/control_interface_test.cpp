@@ -23,7 +23,7 @@ constexpr std::uint8_t getCur = 0x81;
 constexpr std::uint8_t setCur = 0x01;
 
 struct Answer {
-    UsbStatus status;
+    ErrorCode status;
     std::vector<std::uint8_t> bytes;
     std::uint32_t bytesDone;
 };
@@ -37,7 +37,7 @@ Answer ask(UsbInterface& interface, std::uint8_t type, std::uint8_t code, std::u
                               std::uint16_t(data.size()),
                               data.data(),
                               77};
-    const UsbStatus status = interface.ControlRequest(request);
+    const ErrorCode status = interface.ControlRequest(request);
     return {status, data, request.bytesDone};
 }
 
@@ -57,12 +57,12 @@ protected:
 
     std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
+    KernelControlInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
 };
 
 TEST_F(KernelInterface, AnswersReadsOfBothEntities) {
     const auto brightness = read(interface, 5, 2);
-    EXPECT_EQ(brightness.status, UsbStatus::success);
+    EXPECT_EQ(brightness.status, ErrorCode::none);
     EXPECT_EQ(brightness.bytesDone, 2U);
     EXPECT_THAT(brightness.bytes, ElementsAre(0xFD, 0xFF));
     EXPECT_THAT(read(interface, 3, 11).bytes, ElementsAre(100, 0));
@@ -79,7 +79,7 @@ TEST_F(KernelInterface, DeliversTheCamerasLengthWhateverWasAsked) {
 
 TEST_F(KernelInterface, WritesAndCountsTheBytesThatMoved) {
     const auto reply = write(interface, 5, 2, {0x05, 0x00});
-    EXPECT_EQ(reply.status, UsbStatus::success);
+    EXPECT_EQ(reply.status, ErrorCode::none);
     EXPECT_EQ(reply.bytesDone, 2U);
     EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_BRIGHTNESS, 5})));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
@@ -100,7 +100,7 @@ TEST_F(KernelInterface, PanningLeavesATiltAloneThatAnotherProgramMoved) {
     device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000; // set by another program
     std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
     const auto panned = write(interface, 3, 13, value);
-    EXPECT_EQ(panned.status, UsbStatus::success);
+    EXPECT_EQ(panned.status, ErrorCode::none);
     EXPECT_EQ(panned.bytesDone, 8U);
     EXPECT_EQ(device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
     EXPECT_EQ(device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
@@ -117,9 +117,9 @@ TEST_F(KernelInterface, AfterARefusalTheHalvesAreThoseOfTheLastValueThatWasTaken
     const auto before = value;
     device->controls[V4L2_CID_PAN_ABSOLUTE].setError = EPIPE;
     std::ranges::copy(std::vector<std::uint8_t>{0x10, 0x0E, 0, 0}, value.begin());
-    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::refused);
+    EXPECT_EQ(write(interface, 3, 13, value).status, ErrorCode::refused);
     device->controls[V4L2_CID_PAN_ABSOLUTE].setError = 0;
-    EXPECT_EQ(write(interface, 3, 13, value).status, UsbStatus::success);
+    EXPECT_EQ(write(interface, 3, 13, value).status, ErrorCode::none);
     EXPECT_THAT(device->writes(), ElementsAre(ElementsAre(V4l2ControlValue{V4L2_CID_PAN_ABSOLUTE, 3600})));
     EXPECT_NE(value, before);
 }
@@ -132,12 +132,12 @@ TEST_F(KernelInterface, WithoutAValueReadBeforeBothHalvesAreWritten) {
 
 TEST_F(KernelInterface, UnknownEntitiesSelectorsAndInterfacesAnswerNothingAndRefuseNothing) {
     for (const std::uint8_t entity : std::vector<std::uint8_t>{0, 1, 2, 4, 255}) {
-        EXPECT_EQ(read(interface, entity, 2).status, UsbStatus::success);
+        EXPECT_EQ(read(interface, entity, 2).status, ErrorCode::none);
         EXPECT_EQ(read(interface, entity, 2).bytesDone, 0U);
-        EXPECT_EQ(write(interface, entity, 2, {1, 0}).status, UsbStatus::success);
+        EXPECT_EQ(write(interface, entity, 2, {1, 0}).status, ErrorCode::none);
     }
     const auto relativeExposure = write(interface, 3, 5, {100, 0});
-    EXPECT_EQ(relativeExposure.status, UsbStatus::success);
+    EXPECT_EQ(relativeExposure.status, ErrorCode::none);
     EXPECT_EQ(relativeExposure.bytesDone, 0U);
     EXPECT_EQ(ask(interface, 0xA1, getCur, 5, 2, {0, 0}, 1).bytesDone, 0U);
     EXPECT_EQ(ask(interface, 0xA1, 0x42, 5, 2, {0, 0}).bytesDone, 0U);
@@ -146,29 +146,29 @@ TEST_F(KernelInterface, UnknownEntitiesSelectorsAndInterfacesAnswerNothingAndRef
 }
 
 TEST_F(KernelInterface, UnreadEntitiesGoByTheNumbersThatCallersThenUse) {
-    KernelUsbInterface unknown(device, {0, -1, -1, "/dev/video0"}, diagnostics);
+    KernelControlInterface unknown(device, {0, -1, -1, "/dev/video0"}, diagnostics);
     EXPECT_THAT(read(unknown, 1, 11).bytes, ElementsAre(100, 0));
     EXPECT_THAT(read(unknown, 2, 2).bytes, ElementsAre(0xFD, 0xFF));
-    KernelUsbInterface unitOnly(device, {0, -1, 1, "/dev/video0"}, diagnostics);
+    KernelControlInterface unitOnly(device, {0, -1, 1, "/dev/video0"}, diagnostics);
     EXPECT_THAT(read(unitOnly, 1, 2).bytes, ElementsAre(0xFD, 0xFF));
 }
 
 TEST_F(KernelInterface, OtherKindsOfRequestsFail) {
-    EXPECT_EQ(ask(interface, 0x80, 0x06, 0, 1, {0, 0}).status, UsbStatus::failed);
-    EXPECT_EQ(ask(interface, 0xC0, getCur, 5, 2, {0, 0}).status, UsbStatus::failed);
+    EXPECT_EQ(ask(interface, 0x80, 0x06, 0, 1, {0, 0}).status, ErrorCode::failed);
+    EXPECT_EQ(ask(interface, 0xC0, getCur, 5, 2, {0, 0}).status, ErrorCode::failed);
     UsbControlRequest withoutData{0xA1, getCur, 0x0200, 0x0500, 2, nullptr, 0};
-    EXPECT_EQ(interface.ControlRequest(withoutData), UsbStatus::failed);
+    EXPECT_EQ(interface.ControlRequest(withoutData), ErrorCode::failed);
 }
 
 TEST_F(KernelInterface, AWriteThatIsNotSetCurIsRefused) {
-    EXPECT_EQ(ask(interface, 0x21, 0x11, 5, 2, {1, 0}).status, UsbStatus::refused);
+    EXPECT_EQ(ask(interface, 0x21, 0x11, 5, 2, {1, 0}).status, ErrorCode::refused);
     EXPECT_THAT(device->writes(), IsEmpty());
 }
 
 TEST_F(KernelInterface, AStalledReadCompletesWithoutBytesAndIsReported) {
     device->controls[V4L2_CID_BRIGHTNESS].getError = EPIPE;
     const auto reply = read(interface, 5, 2);
-    EXPECT_EQ(reply.status, UsbStatus::success);
+    EXPECT_EQ(reply.status, ErrorCode::none);
     EXPECT_EQ(reply.bytesDone, 0U);
     EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: GET_CUR of brightness: the camera refuses"));
 }
@@ -176,7 +176,7 @@ TEST_F(KernelInterface, AStalledReadCompletesWithoutBytesAndIsReported) {
 TEST_F(KernelInterface, ARefusedWriteIsReportedInOneLine) {
     device->controls[V4L2_CID_WHITE_BALANCE_TEMPERATURE].setError = EACCES;
     const auto reply = write(interface, 5, 10, {0xA0, 0x0F, 0, 0});
-    EXPECT_EQ(reply.status, UsbStatus::refused);
+    EXPECT_EQ(reply.status, ErrorCode::refused);
     EXPECT_EQ(reply.bytesDone, 0U);
     EXPECT_THAT(
         diagnostics.lines(),
@@ -187,8 +187,8 @@ TEST_F(KernelInterface, ARefusedWriteIsReportedInOneLine) {
 TEST_F(KernelInterface, AVanishedAndASilentCameraFail) {
     device->controls[V4L2_CID_GAIN].getError = ENODEV;
     device->controls[V4L2_CID_HUE].setError = ETIMEDOUT;
-    EXPECT_EQ(read(interface, 5, 4).status, UsbStatus::gone);
-    EXPECT_EQ(write(interface, 5, 6, {0, 0}).status, UsbStatus::timeout);
+    EXPECT_EQ(read(interface, 5, 4).status, ErrorCode::gone);
+    EXPECT_EQ(write(interface, 5, 6, {0, 0}).status, ErrorCode::timeout);
     EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: GET_CUR of gain: the camera is gone",
                                                  "/dev/video0: SET_CUR of hue: the camera does not answer"));
 }
@@ -196,9 +196,9 @@ TEST_F(KernelInterface, AVanishedAndASilentCameraFail) {
 TEST_F(KernelInterface, ClosesForGood) {
     interface.USBInterfaceClose();
     interface.USBInterfaceClose();
-    EXPECT_EQ(read(interface, 5, 2).status, UsbStatus::notOpen);
-    EXPECT_EQ(write(interface, 5, 2, {1, 0}).status, UsbStatus::notOpen);
-    EXPECT_EQ(write(interface, 99, 99, {1, 0}).status, UsbStatus::notOpen);
+    EXPECT_EQ(read(interface, 5, 2).status, ErrorCode::closed);
+    EXPECT_EQ(write(interface, 5, 2, {1, 0}).status, ErrorCode::closed);
+    EXPECT_EQ(write(interface, 99, 99, {1, 0}).status, ErrorCode::closed);
     EXPECT_EQ(read(interface, 5, 2).bytesDone, 0U);
     EXPECT_THAT(device->writes(), IsEmpty());
     EXPECT_EQ(interface.GetInterfaceNumber(), 0);
@@ -233,26 +233,26 @@ public:
 TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
     const auto device = std::make_shared<SilentDevice>();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
-    std::atomic<UsbStatus> written = UsbStatus::failed;
+    KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    std::atomic<ErrorCode> written = ErrorCode::failed;
     std::thread writer([&] { written = write(interface, 5, 3, {1, 0}).status; });
     ASSERT_TRUE(device->entered.waitFor(std::chrono::seconds(60)));
-    EXPECT_EQ(read(interface, 5, 3).status, UsbStatus::success);
+    EXPECT_EQ(read(interface, 5, 3).status, ErrorCode::none);
     interface.USBInterfaceClose();
-    EXPECT_EQ(read(interface, 5, 3).status, UsbStatus::notOpen);
+    EXPECT_EQ(read(interface, 5, 3).status, ErrorCode::closed);
     device->answer.set();
     writer.join();
-    EXPECT_EQ(written, UsbStatus::success);
+    EXPECT_EQ(written, ErrorCode::none);
 }
 
 TEST(KernelInterfaceThreads, TwoThreadsMayAskAndAThirdClose) {
     const auto device = std::make_shared<FakeControlDevice>();
     device->controls = everyControl();
     RecordedDiagnostics diagnostics;
-    KernelUsbInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
+    KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<int> asked = 0;
     const auto askOn = [&](std::uint8_t selector) {
-        while (read(interface, 5, selector).status != UsbStatus::notOpen) {
+        while (read(interface, 5, selector).status != ErrorCode::closed) {
             write(interface, 5, selector, {1, 0});
             ++asked;
         }

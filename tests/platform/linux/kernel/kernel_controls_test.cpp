@@ -270,7 +270,7 @@ TEST_F(KernelControls, AControlThatTheDriverLacksAnswersNothingAndRefusesNothing
               UvcRequest::getLen, UvcRequest::getInfo, UvcRequest::getDef}) {
             const auto reply = readKernelControl(device, control, request);
             EXPECT_THAT(reply.bytes, IsEmpty()) << control.name;
-            EXPECT_EQ(usbStatusOf(reply.error, false), UsbStatus::success) << control.name;
+            EXPECT_EQ(controlErrorOf(reply.error, false), ErrorCode::none) << control.name;
         }
         for (const std::size_t length : {0, 1, 8}) {
             const auto reply = writeKernelControl(device, control, Bytes(length, 0));
@@ -308,23 +308,23 @@ TEST_F(KernelControls, ErrorsOfTheDriverAreHandedOn) {
     }
 }
 
-TEST(UsbStatusOfErrno, AStalledReadHasAnsweredAndAStalledWriteIsARefusal) {
+TEST(ControlErrorOfErrno, AStalledReadHasAnsweredAndAStalledWriteIsARefusal) {
     for (const int error : {EPIPE, EBUSY, EILSEQ, EREMOTE, ERANGE, EIO, EINVAL, EACCES}) {
-        EXPECT_EQ(usbStatusOf(error, false), UsbStatus::success) << error;
-        EXPECT_EQ(usbStatusOf(error, true), UsbStatus::refused) << error;
+        EXPECT_EQ(controlErrorOf(error, false), ErrorCode::none) << error;
+        EXPECT_EQ(controlErrorOf(error, true), ErrorCode::refused) << error;
     }
 }
 
-TEST(UsbStatusOfErrno, AFaultOfTheLinkFailsReadsAndWritesAlike) {
+TEST(ControlErrorOfErrno, AFaultOfTheLinkFailsReadsAndWritesAlike) {
     for (const bool write : {false, true}) {
-        EXPECT_EQ(usbStatusOf(0, write), UsbStatus::success);
-        EXPECT_EQ(usbStatusOf(ENODEV, write), UsbStatus::gone);
-        EXPECT_EQ(usbStatusOf(ESHUTDOWN, write), UsbStatus::gone);
-        EXPECT_EQ(usbStatusOf(ETIMEDOUT, write), UsbStatus::timeout);
-        EXPECT_EQ(usbStatusOf(EPERM, write), UsbStatus::denied);
-        EXPECT_EQ(usbStatusOf(EPROTO, write), UsbStatus::failed);
-        EXPECT_EQ(usbStatusOf(EBADF, write), UsbStatus::failed);
-        EXPECT_EQ(usbStatusOf(ENOTTY, write), UsbStatus::failed);
+        EXPECT_EQ(controlErrorOf(0, write), ErrorCode::none);
+        EXPECT_EQ(controlErrorOf(ENODEV, write), ErrorCode::gone);
+        EXPECT_EQ(controlErrorOf(ESHUTDOWN, write), ErrorCode::gone);
+        EXPECT_EQ(controlErrorOf(ETIMEDOUT, write), ErrorCode::timeout);
+        EXPECT_EQ(controlErrorOf(EPERM, write), ErrorCode::denied);
+        EXPECT_EQ(controlErrorOf(EPROTO, write), ErrorCode::failed);
+        EXPECT_EQ(controlErrorOf(EBADF, write), ErrorCode::failed);
+        EXPECT_EQ(controlErrorOf(ENOTTY, write), ErrorCode::failed);
     }
 }
 

@@ -36,7 +36,7 @@ protected:
             std::move(claim), videoFunctionOf(configurationBytes, 0), "camera", diagnostics);
     }
 
-    UsbStatus write(std::uint16_t selector, std::uint16_t entity, Bytes data) {
+    ErrorCode write(std::uint16_t selector, std::uint16_t entity, Bytes data) {
         last = {0x21,
                 0x01,
                 std::uint16_t(selector << 8),
@@ -46,7 +46,7 @@ protected:
                 7};
         return interface->ControlRequest(last);
     }
-    UsbStatus read(Bytes& data) {
+    ErrorCode read(Bytes& data) {
         last = {0xA1, 0x81, 0x0200, 0x0500, std::uint16_t(data.size()), data.data(), 7};
         return interface->ControlRequest(last);
     }
@@ -74,11 +74,11 @@ protected:
     Error error;
     std::unique_ptr<UsbControlInterface> interface;
     UsbControlRequest last;
-    UsbStatus lastStatus = UsbStatus::success;
+    ErrorCode lastStatus = ErrorCode::none;
 };
 
 TEST_F(ControlInterface, SendsEveryFieldAsItWasBuiltAndWaitsOneSecond) {
-    EXPECT_EQ(write(0x0D, 3, {1, 2, 3, 4, 5, 6, 7, 8}), UsbStatus::success);
+    EXPECT_EQ(write(0x0D, 3, {1, 2, 3, 4, 5, 6, 7, 8}), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 8U);
     ASSERT_THAT(camera->transfers(), SizeIs(1));
     const FakeUsbCamera::Transfer sent = camera->transfers().front();
@@ -97,7 +97,7 @@ TEST_F(ControlInterface, AReadFillsTheCallersBytes) {
         return 2;
     });
     Bytes data(2);
-    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(read(data), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 2U);
     EXPECT_THAT(data, ElementsAre(0xFD, 0xFF));
 }
@@ -105,14 +105,14 @@ TEST_F(ControlInterface, AReadFillsTheCallersBytes) {
 TEST_F(ControlInterface, AShortReadTellsHowMuchCame) {
     answerWith(1);
     Bytes data(4);
-    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(read(data), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 1U);
 }
 
 TEST_F(ControlInterface, AStalledReadIsAnAnswerWithoutBytes) {
     answerWith(LIBUSB_ERROR_PIPE);
     Bytes data(2);
-    EXPECT_EQ(read(data), UsbStatus::success);
+    EXPECT_EQ(read(data), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 0U);
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
@@ -163,13 +163,13 @@ TEST_F(ControlInterface, TheClassAnswersForNoControlThatTheDescriptorsDoNotList)
 TEST_F(ControlInterface, TheClassAnswersForNoSilentCamera) {
     answerWith(LIBUSB_ERROR_TIMEOUT);
     EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
-    EXPECT_EQ(lastStatus, UsbStatus::timeout);
+    EXPECT_EQ(lastStatus, ErrorCode::timeout);
 }
 
 TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
     answerWith(LIBUSB_ERROR_PIPE);
-    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::refused); // brightness
-    EXPECT_EQ(write(0x05, 3, {1}), UsbStatus::refused);    // exposure time, relative
+    EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::refused); // brightness
+    EXPECT_EQ(write(0x05, 3, {1}), ErrorCode::refused);    // exposure time, relative
     EXPECT_EQ(last.bytesDone, 0U);
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("control 2 of entity 5: the camera refuses"),
                                                  HasSubstr("control 5 of entity 3")));
@@ -179,24 +179,24 @@ TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) 
     open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
     answerWith(LIBUSB_ERROR_PIPE);
-    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::refused); // brightness is listed
-    EXPECT_EQ(write(0x03, 5, {1, 0}), UsbStatus::success); // contrast is not
-    EXPECT_EQ(write(0x02, 3, {1}), UsbStatus::refused);
-    EXPECT_EQ(write(0x02, 9, {1, 0}), UsbStatus::success); // no such entity
+    EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::refused); // brightness is listed
+    EXPECT_EQ(write(0x03, 5, {1, 0}), ErrorCode::none);    // contrast is not
+    EXPECT_EQ(write(0x02, 3, {1}), ErrorCode::refused);
+    EXPECT_EQ(write(0x02, 9, {1, 0}), ErrorCode::none); // no such entity
 }
 
 TEST_F(ControlInterface, ACameraWhoseControlMapsCannotBeReadRefusesWhatItStalls) {
     open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
     answerWith(LIBUSB_ERROR_PIPE);
-    EXPECT_EQ(write(0x02, 2, {1, 0}), UsbStatus::refused);
+    EXPECT_EQ(write(0x02, 2, {1, 0}), ErrorCode::refused);
 }
 
 TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndItsCamera) {
     interface->USBInterfaceClose();
     interface->USBInterfaceClose();
     Bytes data(2);
-    EXPECT_EQ(read(data), UsbStatus::notOpen);
-    EXPECT_EQ(write(0x02, 5, {1, 0}), UsbStatus::notOpen);
+    EXPECT_EQ(read(data), ErrorCode::closed);
+    EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::closed);
     EXPECT_THAT(camera->transfers(), IsEmpty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::us);
@@ -207,13 +207,13 @@ TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndIts
 
 TEST_F(ControlInterface, ARequestWithoutAPlaceForItsDataIsNotSent) {
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0500, 2, nullptr, 0};
-    EXPECT_EQ(interface->ControlRequest(request), UsbStatus::failed);
+    EXPECT_EQ(interface->ControlRequest(request), ErrorCode::failed);
     EXPECT_THAT(camera->transfers(), IsEmpty());
 }
 
 struct LinkFault {
     int error;
-    UsbStatus expected;
+    ErrorCode expected;
 };
 
 class LinkFaults : public ControlInterface, public testing::WithParamInterface<LinkFault> {};
@@ -229,12 +229,12 @@ TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, LinkFaults,
-                         testing::Values(LinkFault{LIBUSB_ERROR_TIMEOUT, UsbStatus::timeout},
-                                         LinkFault{LIBUSB_ERROR_NO_DEVICE, UsbStatus::gone},
-                                         LinkFault{LIBUSB_ERROR_ACCESS, UsbStatus::denied},
-                                         LinkFault{LIBUSB_ERROR_OVERFLOW, UsbStatus::failed},
-                                         LinkFault{LIBUSB_ERROR_IO, UsbStatus::failed},
-                                         LinkFault{LIBUSB_ERROR_BUSY, UsbStatus::failed}));
+                         testing::Values(LinkFault{LIBUSB_ERROR_TIMEOUT, ErrorCode::timeout},
+                                         LinkFault{LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
+                                         LinkFault{LIBUSB_ERROR_ACCESS, ErrorCode::denied},
+                                         LinkFault{LIBUSB_ERROR_OVERFLOW, ErrorCode::failed},
+                                         LinkFault{LIBUSB_ERROR_IO, ErrorCode::failed},
+                                         LinkFault{LIBUSB_ERROR_BUSY, ErrorCode::failed}));
 
 } // namespace
 } // namespace tavelo::test

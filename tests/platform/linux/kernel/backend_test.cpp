@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/kernel/kernel_usb_platform.h"
+#include "platform/linux/kernel/backend.h"
 
 #include <gmock/gmock.h>
 #include <linux/videodev2.h>
@@ -14,6 +14,7 @@
 #include "descriptor_builder.h"
 #include "fake_control_device.h"
 #include "fake_sysfs.h"
+#include "support/manual_main_queue.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo::test {
@@ -44,17 +45,15 @@ public:
     std::function<void()> atOpening;
 };
 
-class KernelPlatform : public testing::Test {
+class KernelBackend : public testing::Test {
 protected:
-    KernelPlatform() {
-        auto newOpener = std::make_unique<FakeOpener>();
-        opener = newOpener.get();
+    KernelBackend() {
         opener->device->controls = everyControl();
-        KernelUsbSurroundings surroundings;
-        surroundings.sysfs = tree.root();
-        surroundings.opener = std::move(newOpener);
-        surroundings.pause = [this](std::chrono::milliseconds time) { paused += time; };
-        platform = std::make_unique<KernelUsbPlatform>(diagnostics, std::move(surroundings));
+        KernelBackendOptions machine;
+        machine.sysfs = tree.root();
+        machine.nodes.opener = opener;
+        machine.nodes.pause = [this](std::chrono::milliseconds time) { paused += time; };
+        backend = makeKernelBackend({mainQueue, diagnostics}, machine);
         tree.addRootHub("pci0000:00/0000:00:14.0", 1);
     }
 
@@ -72,32 +71,33 @@ protected:
     }
 
     std::unique_ptr<UsbDevice> onlyDevice() const {
-        auto services = platform->matchingDeviceServices();
-        if (services.size() != 1) return nullptr;
-        auto plugIn = services.front()->CreatePlugInInterface();
-        return plugIn ? plugIn->QueryInterface() : nullptr;
+        auto devices = backend.usb->listDevices();
+        if (devices.size() != 1) return nullptr;
+        const bool answers = devices.front()->CreatePlugInInterface() && devices.front()->QueryInterface();
+        return answers ? std::move(devices.front()) : nullptr;
     }
 
     std::shared_ptr<UsbInterface> openFirstInterface() const {
         const auto device = onlyDevice();
         if (!device) return nullptr;
-        const auto services = device->CreateInterfaceIterator(videoControlMatch);
-        if (!services || services->empty()) return nullptr;
-        return services->front()->openInterface();
+        const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+        if (!numbers || numbers->empty()) return nullptr;
+        return device->openInterface(numbers->front());
     }
 
     FakeSysfs tree;
     RecordedDiagnostics diagnostics;
-    FakeOpener* opener = nullptr;
+    ManualMainQueue mainQueue;
+    std::shared_ptr<FakeOpener> opener = std::make_shared<FakeOpener>();
     std::chrono::milliseconds paused{0};
-    std::unique_ptr<KernelUsbPlatform> platform;
+    Backend backend;
 };
 
-TEST_F(KernelPlatform, ABusWithoutDevicesHasNoServices) {
-    EXPECT_THAT(platform->matchingDeviceServices(), IsEmpty());
+TEST_F(KernelBackend, ABusWithoutDevicesListsNone) {
+    EXPECT_THAT(backend.usb->listDevices(), IsEmpty());
 }
 
-TEST_F(KernelPlatform, WalksFromTheDeviceDownToAControl) {
+TEST_F(KernelBackend, WalksFromTheDeviceDownToAControl) {
     addCamera();
     const auto device = onlyDevice();
     ASSERT_TRUE(device);
@@ -107,22 +107,22 @@ TEST_F(KernelPlatform, WalksFromTheDeviceDownToAControl) {
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     Bytes data(2, 0);
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0500, 2, data.data(), 0}; // brightness of unit 5
-    EXPECT_EQ(interface->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(interface->ControlRequest(request), ErrorCode::none);
     EXPECT_THAT(data, ElementsAre(0xFD, 0xFF));
     EXPECT_THAT(opener->opened, ElementsAre("video0"));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
     EXPECT_EQ(paused.count(), 0);
 }
 
-TEST_F(KernelPlatform, ADeviceThatVanishedAfterTheListingIsSkipped) {
+TEST_F(KernelBackend, ADeviceThatVanishedAfterTheListingIsSkipped) {
     addCamera();
-    const auto services = platform->matchingDeviceServices();
-    ASSERT_EQ(services.size(), 1U);
+    const auto devices = backend.usb->listDevices();
+    ASSERT_EQ(devices.size(), 1U);
     tree.removeDevice("1-2");
-    EXPECT_EQ(services.front()->CreatePlugInInterface(), nullptr);
+    EXPECT_FALSE(devices.front()->CreatePlugInInterface());
 }
 
-TEST_F(KernelPlatform, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
+TEST_F(KernelBackend, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
     addCamera();
     const auto device = onlyDevice();
     ASSERT_TRUE(device);
@@ -130,25 +130,25 @@ TEST_F(KernelPlatform, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
     EXPECT_FALSE(device->CreateInterfaceIterator(videoControlMatch));
 }
 
-TEST_F(KernelPlatform, AnInterfaceThatVanishesOnTheWayCannotBeOpened) {
+TEST_F(KernelBackend, AnInterfaceThatVanishesOnTheWayCannotBeOpened) {
     addCamera();
     const auto device = onlyDevice();
-    const auto services = device->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_TRUE(services);
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_TRUE(numbers);
     tree.removeDevice("1-2");
-    EXPECT_EQ(services->front()->openInterface(), nullptr);
+    EXPECT_EQ(device->openInterface(numbers->front()), nullptr);
 }
 
-TEST_F(KernelPlatform, ACameraWithoutAControlInterfaceHasAnEmptyIterator) {
+TEST_F(KernelBackend, ACameraWithoutAControlInterfaceHasAnEmptyIterator) {
     addDevice("1-2", configuration({interfaceDescriptor(0, 1, 0x01), interfaceDescriptor(1, 2, 0x01)}));
     const auto device = onlyDevice();
     ASSERT_TRUE(device);
-    const auto services = device->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_TRUE(services);
-    EXPECT_THAT(*services, IsEmpty());
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_TRUE(numbers);
+    EXPECT_THAT(*numbers, IsEmpty());
 }
 
-TEST_F(KernelPlatform, MatchesInterfacesByEachField) {
+TEST_F(KernelBackend, MatchesInterfacesByEachField) {
     addDevice("1-2",
               configuration({videoControl(0), interfaceDescriptor(1, 2), interfaceDescriptor(1, 2, 0x0E, 1),
                              interfaceDescriptor(2, 1, 0x01), interfaceDescriptor(3, 1, 0x0E, 0, 1)}));
@@ -165,26 +165,27 @@ TEST_F(KernelPlatform, MatchesInterfacesByEachField) {
     EXPECT_EQ(count({.interfaceClass = 99}), 0U);
 }
 
-TEST_F(KernelPlatform, ASecondFunctionSpeaksToItsOwnNodeAndEntities) {
+TEST_F(KernelBackend, ASecondFunctionSpeaksToItsOwnNodeAndEntities) {
     addDevice("1-2",
               configuration({videoControl(0), cameraTerminal(3, {0, 2, 0}), processingUnit(5, 3, {1, 0}),
                              interfaceDescriptor(1, 2), videoControl(2), cameraTerminal(8, {0, 2, 0}),
                              processingUnit(9, 8, {1, 0}), interfaceDescriptor(3, 2)}));
     tree.addVideoNode("1-2:1.0", "video0", 0);
     tree.addVideoNode("1-2:1.2", "video2", 0);
-    const auto services = onlyDevice()->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_EQ(services->size(), 2U);
-    const auto second = services->back()->openInterface();
+    const auto device = onlyDevice();
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_EQ(numbers->size(), 2U);
+    const auto second = device->openInterface(numbers->back());
     ASSERT_TRUE(second);
     EXPECT_THAT(opener->opened, ElementsAre("video2"));
     EXPECT_EQ(second->GetInterfaceNumber(), 2);
     Bytes data(2, 0);
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0902, 2, data.data(), 0};
-    EXPECT_EQ(second->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(second->ControlRequest(request), ErrorCode::none);
     EXPECT_EQ(request.bytesDone, 2U);
 }
 
-TEST_F(KernelPlatform, NodesAreTriedInTheDriversOrderAndNotByTheirNumbers) {
+TEST_F(KernelBackend, NodesAreTriedInTheDriversOrderAndNotByTheirNumbers) {
     addDevice("1-2", ordinaryCamera());
     tree.addVideoNode("1-2:1.0", "video7", 0);
     tree.addVideoNode("1-2:1.0", "video12", 2);
@@ -195,7 +196,7 @@ TEST_F(KernelPlatform, NodesAreTriedInTheDriversOrderAndNotByTheirNumbers) {
     EXPECT_THAT(opener->opened, ElementsAre("video7", "video3", "video12"));
 }
 
-TEST_F(KernelPlatform, NodesOfOtherInterfacesAndOtherKindsAreLeftAlone) {
+TEST_F(KernelBackend, NodesOfOtherInterfacesAndOtherKindsAreLeftAlone) {
     addDevice("1-2", ordinaryCamera());
     tree.addVideoNode("1-2:1.1", "video0", 0);
     tree.addVideoNode("1-2:1.0", "v4l-subdev0", 0);
@@ -207,7 +208,7 @@ TEST_F(KernelPlatform, NodesOfOtherInterfacesAndOtherKindsAreLeftAlone) {
     EXPECT_THAT(diagnostics.lines().front(), HasSubstr("no video node"));
 }
 
-TEST_F(KernelPlatform, RightsToALaterNodeAreWaitedForToo) {
+TEST_F(KernelBackend, RightsToALaterNodeAreWaitedForToo) {
     addCamera();
     opener->errors["video0"] = {ENOTTY};
     opener->errors["video1"] = {EACCES, 0};
@@ -216,7 +217,7 @@ TEST_F(KernelPlatform, RightsToALaterNodeAreWaitedForToo) {
     EXPECT_EQ(paused, std::chrono::milliseconds(20));
 }
 
-TEST_F(KernelPlatform, AWaitEndsIfTheErrorChanges) {
+TEST_F(KernelBackend, AWaitEndsIfTheErrorChanges) {
     addCamera();
     opener->errors["video0"] = {EACCES, ENODEV};
     EXPECT_FALSE(openFirstInterface());
@@ -224,7 +225,7 @@ TEST_F(KernelPlatform, AWaitEndsIfTheErrorChanges) {
     EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: cannot be opened: No such device"));
 }
 
-TEST_F(KernelPlatform, AFailureIsTriedFiveTimesWithinEightyMilliseconds) {
+TEST_F(KernelBackend, AFailureIsTriedFiveTimesWithinEightyMilliseconds) {
     addCamera();
     opener->errors["video0"] = {EPERM};
     EXPECT_FALSE(openFirstInterface());
@@ -232,24 +233,21 @@ TEST_F(KernelPlatform, AFailureIsTriedFiveTimesWithinEightyMilliseconds) {
     EXPECT_EQ(paused, std::chrono::milliseconds(80));
 }
 
-TEST_F(KernelPlatform, ADeviceThatVanishesWhileItsNodeIsOpenedHasNoInterface) {
+TEST_F(KernelBackend, ADeviceThatVanishesWhileItsNodeIsOpenedHasNoInterface) {
     addCamera();
     opener->atOpening = [this] { tree.removeDevice("1-2"); };
     EXPECT_FALSE(openFirstInterface());
     EXPECT_THAT(opener->opened, ElementsAre("video0"));
 }
 
-TEST_F(KernelPlatform, ServicesTellTheNumbersOfTheirInterfaces) {
+TEST_F(KernelBackend, TheIteratorTellsTheNumbersOfTheInterfaces) {
     addDevice("1-2", configuration({videoControl(4), interfaceDescriptor(5, 2), videoControl(2)}));
-    const auto services = onlyDevice()->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_EQ(services->size(), 2U);
-    EXPECT_EQ(services->front()->GetInterfaceNumber(), 4);
-    EXPECT_EQ(services->back()->GetInterfaceNumber(), 2);
+    EXPECT_THAT(*onlyDevice()->CreateInterfaceIterator(videoControlMatch), ElementsAre(4, 2));
 }
 
-TEST_F(KernelPlatform, ItsProberListsTheSameTree) {
+TEST_F(KernelBackend, ItsProberListsTheSameTree) {
     addCamera();
-    const auto prober = platform->initBusProber(2, nullptr);
+    const auto prober = backend.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     ASSERT_EQ(prober->devicesArray().size(), 1U);
     EXPECT_EQ(prober->devicesArray().front()->locationID, onlyDevice()->GetLocationID());
@@ -267,14 +265,14 @@ TEST(ControlDeviceOpener, SaysWhyWhatIsNoCapturingNodeCannotBeUsed) {
     EXPECT_EQ(error, EISDIR);
 }
 
-TEST_F(KernelPlatform, ANodeThatDoesNotCaptureIsPassedOver) {
+TEST_F(KernelBackend, ANodeThatDoesNotCaptureIsPassedOver) {
     addCamera();
     opener->errors["video0"] = {ENOTTY};
     EXPECT_TRUE(openFirstInterface());
     EXPECT_THAT(opener->opened, ElementsAre("video0", "video1"));
 }
 
-TEST_F(KernelPlatform, ACameraThatOnlyHasMetadataNodesIsReported) {
+TEST_F(KernelBackend, ACameraThatOnlyHasMetadataNodesIsReported) {
     addCamera();
     opener->errors["video0"] = {ENOTTY};
     opener->errors["video1"] = {ENOTTY};
@@ -283,7 +281,7 @@ TEST_F(KernelPlatform, ACameraThatOnlyHasMetadataNodesIsReported) {
     EXPECT_EQ(paused.count(), 0);
 }
 
-TEST_F(KernelPlatform, RightsThatComeAMomentLaterAreWaitedFor) {
+TEST_F(KernelBackend, RightsThatComeAMomentLaterAreWaitedFor) {
     for (const int error : {EACCES, EPERM, ENOENT}) {
         if (onlyDevice()) tree.removeDevice("1-2");
         std::filesystem::remove_all(tree.root() / "class/video4linux");
@@ -298,7 +296,7 @@ TEST_F(KernelPlatform, RightsThatComeAMomentLaterAreWaitedFor) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(KernelPlatform, ANodeWeMayNotOpenIsReportedOnceAndBlocksNoLongerThanATenthOfASecond) {
+TEST_F(KernelBackend, ANodeWeMayNotOpenIsReportedOnceAndBlocksNoLongerThanATenthOfASecond) {
     addCamera();
     opener->errors["video0"] = {EACCES};
     EXPECT_FALSE(openFirstInterface());
@@ -307,7 +305,7 @@ TEST_F(KernelPlatform, ANodeWeMayNotOpenIsReportedOnceAndBlocksNoLongerThanATent
     EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: cannot be opened: Permission denied"));
 }
 
-TEST_F(KernelPlatform, OtherFailuresToOpenAreNotTriedAgain) {
+TEST_F(KernelBackend, OtherFailuresToOpenAreNotTriedAgain) {
     for (const int error : {EBUSY, ENODEV, EMFILE}) {
         opener->opened.clear();
         if (!onlyDevice()) addCamera();
@@ -319,7 +317,7 @@ TEST_F(KernelPlatform, OtherFailuresToOpenAreNotTriedAgain) {
     EXPECT_EQ(diagnostics.lines().size(), 3U);
 }
 
-TEST_F(KernelPlatform, ACameraThatNoDriverHoldsIsReported) {
+TEST_F(KernelBackend, ACameraThatNoDriverHoldsIsReported) {
     addDevice("1-2", ordinaryCamera());
     EXPECT_FALSE(openFirstInterface());
     ASSERT_EQ(diagnostics.lines().size(), 1U);
@@ -327,16 +325,16 @@ TEST_F(KernelPlatform, ACameraThatNoDriverHoldsIsReported) {
     EXPECT_EQ(paused.count(), 0);
 }
 
-TEST_F(KernelPlatform, ItsObjectsOutliveIt) {
+TEST_F(KernelBackend, ItsObjectsOutliveIt) {
     addCamera();
     const auto device = onlyDevice();
-    platform.reset();
-    const auto services = device->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_TRUE(services);
-    EXPECT_TRUE(services->front()->openInterface());
+    backend = {};
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_TRUE(numbers);
+    EXPECT_TRUE(device->openInterface(numbers->front()));
 }
 
-TEST_F(KernelPlatform, AnInterfaceThatIsOpenedAnewLeavesATiltAloneThatAnotherProgramMoved) {
+TEST_F(KernelBackend, AnInterfaceThatIsOpenedAnewLeavesATiltAloneThatAnotherProgramMoved) {
     addCamera();
     std::array<std::uint8_t, 8> value{};
     UsbControlRequest request;
@@ -346,14 +344,14 @@ TEST_F(KernelPlatform, AnInterfaceThatIsOpenedAnewLeavesATiltAloneThatAnotherPro
     request.data = value.data();
     request.bmRequestType = 0xA1;
     request.bRequest = 0x81;
-    ASSERT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    ASSERT_EQ(openFirstInterface()->ControlRequest(request), ErrorCode::none);
     ASSERT_EQ(request.bytesDone, 8U);
 
     opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value = -18000;
     std::ranges::copy(std::array<std::uint8_t, 4>{0x10, 0x0E, 0, 0}, value.begin());
     request.bmRequestType = 0x21;
     request.bRequest = 0x01;
-    EXPECT_EQ(openFirstInterface()->ControlRequest(request), UsbStatus::success);
+    EXPECT_EQ(openFirstInterface()->ControlRequest(request), ErrorCode::none);
     EXPECT_EQ(opener->device->controls[V4L2_CID_TILT_ABSOLUTE].value, -18000);
     EXPECT_EQ(opener->device->controls[V4L2_CID_PAN_ABSOLUTE].value, 3600);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/usb/usb_transport_platforms.h"
+#include "platform/linux/usb/backend.h"
 
 #include <gmock/gmock.h>
 
@@ -39,9 +39,9 @@ int answerOf(VirtualCameraFirmware& firmware, const UsbSetupPacket& packet, std:
     return int(reply.data.size());
 }
 
-class TransportPlatforms : public testing::Test {
+class UsbBackendTest : public testing::Test {
 protected:
-    TransportPlatforms() {
+    UsbBackendTest() {
         tree.addRootHub("pci0000:00/0000:00:14.0", 1);
         camera->answer([this](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
             return answerOf(firmware, setup, data);
@@ -57,9 +57,11 @@ protected:
         tree.addDevice(device);
     }
 
-    std::unique_ptr<UsbDevice> deviceOf(UsbDeviceService& service) {
-        const auto plugIn = service.CreatePlugInInterface();
-        return plugIn ? plugIn->QueryInterface() : nullptr;
+    std::unique_ptr<UsbDevice> onlyDevice() {
+        auto devices = backend.usb->listDevices();
+        if (devices.size() != 1) return nullptr;
+        const bool answers = devices.front()->CreatePlugInInterface() && devices.front()->QueryInterface();
+        return answers ? std::move(devices.front()) : nullptr;
     }
 
     RecordedDiagnostics diagnostics;
@@ -68,22 +70,20 @@ protected:
     VirtualCameraFirmware firmware{virtualCameraModel(1)};
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
     std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
-    UsbTransport transport{std::make_shared<UsbCameraClaims>(camera, nullptr, diagnostics),
-                           [this] { return std::make_unique<FakeUdevEvents>(feed); }, tree.root()};
-    std::unique_ptr<UsbPlatform> usb = makeUsbTransportUsbPlatform(transport, diagnostics);
+    Backend backend = makeUsbBackend(
+        {mainQueue, diagnostics}, {std::make_shared<UsbCameraClaims>(camera, nullptr, diagnostics),
+                                   [this] { return std::make_unique<FakeUdevEvents>(feed); }, tree.root()});
 };
 
-TEST_F(TransportPlatforms, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTakesTheCamera) {
+TEST_F(UsbBackendTest, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTakesTheCamera) {
     plug();
-    const auto services = usb->matchingDeviceServices();
-    ASSERT_THAT(services, SizeIs(1));
-    const auto device = deviceOf(*services.front());
+    const auto device = onlyDevice();
     ASSERT_TRUE(device);
-    const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
-    ASSERT_TRUE(interfaces);
-    ASSERT_THAT(*interfaces, SizeIs(1));
-    EXPECT_THAT(camera->calls(), IsEmpty()); // listing takes nothing
-    auto interface = interfaces->front()->openInterface();
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
+    ASSERT_TRUE(numbers);
+    ASSERT_THAT(*numbers, SizeIs(1));
+    EXPECT_THAT(camera->calls(), IsEmpty()); // nothing is taken by looking
+    auto interface = device->openInterface(numbers->front());
     ASSERT_TRUE(interface);
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_EQ(camera->openedAddress(), (UsbAddress{1, 9}));
@@ -92,44 +92,41 @@ TEST_F(TransportPlatforms, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTake
     EXPECT_TRUE(camera->waitForHolder(0, FakeUsbCamera::Holder::driver));
 }
 
-TEST_F(TransportPlatforms, ADeviceThatVanishedAfterTheListingGivesNoPlugIn) {
+TEST_F(UsbBackendTest, ADeviceThatVanishedAfterTheListingGivesNoPlugIn) {
     plug();
-    const auto services = usb->matchingDeviceServices();
+    const auto devices = backend.usb->listDevices();
     tree.removeDevice("1-2");
-    EXPECT_EQ(services.front()->CreatePlugInInterface(), nullptr);
+    EXPECT_FALSE(devices.front()->CreatePlugInInterface());
 }
 
-TEST_F(TransportPlatforms, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
+TEST_F(UsbBackendTest, ADeviceThatVanishesOnTheWayHasNoInterfaces) {
     plug();
-    const auto services = usb->matchingDeviceServices();
-    const auto device = deviceOf(*services.front());
+    const auto device = onlyDevice();
     tree.removeDevice("1-2");
     EXPECT_FALSE(device->CreateInterfaceIterator(videoControlMatch));
 }
 
-TEST_F(TransportPlatforms, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
+TEST_F(UsbBackendTest, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
     plug();
-    const auto services = usb->matchingDeviceServices();
-    const auto device = deviceOf(*services.front());
-    const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
+    const auto device = onlyDevice();
+    const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
     camera->fail("open", LIBUSB_ERROR_ACCESS);
-    EXPECT_FALSE(interfaces->front()->openInterface());
+    EXPECT_FALSE(device->openInterface(numbers->front()));
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("1-2")));
 }
 
-TEST_F(TransportPlatforms, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
+TEST_F(UsbBackendTest, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
     plug();
-    const auto services = usb->matchingDeviceServices();
-    const auto device = deviceOf(*services.front());
+    const auto device = onlyDevice();
     camera->failOnce("open", LIBUSB_ERROR_IO);
-    EXPECT_TRUE(device->CreateInterfaceIterator(videoControlMatch)->front()->openInterface());
+    EXPECT_TRUE(device->openInterface(device->CreateInterfaceIterator(videoControlMatch)->front()));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
+TEST_F(UsbBackendTest, AManagerBindsReadsAllControlsAndWritesThem) {
     plug();
     firmware.setControlValue(control::autoExposureMode, 1);
-    KTUVCManager manager({usb.get(), nullptr});
+    KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     ASSERT_THAT(manager.prober()->devicesArray(), SizeIs(1));
     const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
@@ -144,7 +141,7 @@ TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
     EXPECT_TRUE(camera->waitForHolder(0, FakeUsbCamera::Holder::driver));
 }
 
-TEST_F(TransportPlatforms, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
+TEST_F(UsbBackendTest, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
     plug();
     for (const std::uint8_t request : {std::uint8_t{0x82}, std::uint8_t{0x83}}) {
         FirmwareFault stall;
@@ -152,7 +149,7 @@ TEST_F(TransportPlatforms, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasTh
         stall.request = request;
         firmware.order(stall);
     }
-    KTUVCManager manager({usb.get(), nullptr});
+    KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
     ASSERT_TRUE(manager.refreshDataWithLocationID({location, location, location}));
@@ -166,13 +163,13 @@ TEST_F(TransportPlatforms, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasTh
     EXPECT_THAT(diagnostics.lines(), SizeIs(2));
 }
 
-TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWereNotRead) {
+TEST_F(UsbBackendTest, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWereNotRead) {
     plug();
     int answers = 0;
     camera->answer([&](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
         return ++answers > 20 ? int(LIBUSB_ERROR_NO_DEVICE) : answerOf(firmware, setup, data);
     });
-    KTUVCManager manager({usb.get(), nullptr});
+    KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
     const std::uint32_t location = manager.prober()->devicesArray().front()->locationID;
     EXPECT_TRUE(manager.refreshDataWithLocationID({location, location, location}));
@@ -181,7 +178,7 @@ TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsTha
     EXPECT_FALSE(manager.parametersArray().back()->supported());
 }
 
-TEST_F(TransportPlatforms, TheCaptureHalfListsACameraAfterAHotplugEvent) {
+TEST_F(UsbBackendTest, TheCaptureHalfListsACameraAfterAHotplugEvent) {
     class News final : public CaptureDeviceObserver {
     public:
         void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }
@@ -189,7 +186,7 @@ TEST_F(TransportPlatforms, TheCaptureHalfListsACameraAfterAHotplugEvent) {
         int arrived = 0;
         int left = 0;
     } news;
-    const auto capture = makeUsbTransportCapturePlatform(transport, mainQueue, nullptr);
+    const auto& capture = backend.capture;
     capture->addObserver(&news);
     EXPECT_THAT(capture->devicesWithMediaType(MediaType::video), IsEmpty());
     plug();
@@ -209,15 +206,14 @@ TEST_F(TransportPlatforms, TheCaptureHalfListsACameraAfterAHotplugEvent) {
     capture->removeObserver(&news);
 }
 
-TEST_F(TransportPlatforms, TheCaptureHalfEndsWhileADeviceIsUnsettled) {
+TEST_F(UsbBackendTest, TheCaptureHalfEndsWhileADeviceIsUnsettled) {
     FakeSysfs::Device fresh;
     fresh.name = "1-3";
     fresh.configurationValue = "";
     fresh.descriptors = join({deviceDescriptor(), ordinaryCamera()});
     tree.addDevice(fresh);
-    auto capture = makeUsbTransportCapturePlatform(transport, mainQueue, nullptr);
     feed->push({});
-    auto ended = std::async(std::launch::async, [&] { capture.reset(); });
+    auto ended = std::async(std::launch::async, [&] { backend.capture.reset(); });
     EXPECT_EQ(ended.wait_for(std::chrono::seconds(2)), std::future_status::ready);
 }
 

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// USB as the kernel shows it to any user.  Only opening an interface differs between backends.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/bus/udev_events.h"
+#include "platform/linux/bus/usb_descriptor_source.h"
+#include "platform/usb_platform.h"
+
+namespace tavelo {
+
+struct SysfsUsbOptions {
+    std::filesystem::path sysfs = "/sys";
+    /// Reports USB devices that come and go; may give null.  Called once for each prober.
+    std::function<std::unique_ptr<UdevEventSource>()> hotplugEvents;
+    /// Descriptors for a prober; if it is empty, sysfs is read.
+    std::function<std::unique_ptr<UsbDescriptorSource>()> descriptors = {};
+    /// Null if the interface cannot be opened.
+    std::function<std::shared_ptr<UsbInterface>(const SysfsUsbDevice& device, std::uint8_t interfaceNumber)>
+        openInterface;
+};
+
+/// Lists every USB device, by bus and port.  Nothing is opened before the interface itself, so no permission
+/// is needed: a device that vanished has no plug-in, one with unreadable descriptors has no interfaces.  The
+/// devices may outlive everything except what `openInterface` holds.
+std::unique_ptr<UsbPlatform> makeSysfsUsbPlatform(SysfsUsbOptions options);
+
+} // namespace tavelo

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/kernel/backend.h"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "platform/common/standard_capture_session.h"
+#include "platform/linux/bus/sysfs_usb_platform.h"
+#include "platform/linux/bus/udev_monitor.h"
+#include "platform/linux/kernel/control_interface.h"
+#include "platform/linux/kernel/device_list.h"
+#include "platform/linux/v4l2/v4l2_node.h"
+#include "platform/uvc/descriptors.h"
+
+namespace tavelo {
+namespace {
+
+/// The pairs of all cameras, by port and interface.  A different camera at the same port is read before it
+/// is written, which replaces the held value.  Thread-safe.
+class HeldPairs {
+public:
+    std::shared_ptr<HeldPair> of(const std::string& device, std::uint8_t interfaceNumber) {
+        const std::lock_guard lock(mutex_);
+        std::shared_ptr<HeldPair>& pair = pairs_[{device, interfaceNumber}];
+        if (!pair) pair = std::make_shared<HeldPair>();
+        return pair;
+    }
+
+private:
+    std::mutex mutex_; // guards pairs_
+    std::map<std::pair<std::string, std::uint8_t>, std::shared_ptr<HeldPair>> pairs_;
+};
+
+std::shared_ptr<UsbInterface> openThroughNode(const ControlNodeOptions& nodes, HeldPairs& heldPairs,
+                                              const SysfsUsbDevice& usb, std::uint8_t number,
+                                              Diagnostics& diagnostics) {
+    OpenedControlNode node = openControlNode(nodes, usb, number, diagnostics);
+    const auto descriptors = usbDescriptors(usb);
+    if (!node.device || !descriptors) return nullptr;
+    const BusProberDevice entities =
+        probeDescriptors(descriptors->device, descriptors->configuration, number);
+    return std::make_shared<KernelControlInterface>(
+        std::move(node.device),
+        KernelInterfaceAddress{number, entities.terminalID, entities.unitID, std::move(node.path)},
+        diagnostics, heldPairs.of(usb.name, number));
+}
+
+std::unique_ptr<UsbPlatform> makeUsbPlatform(Diagnostics& diagnostics, KernelBackendOptions machine) {
+    return makeSysfsUsbPlatform({std::move(machine.sysfs), [] { return openUdevEvents("usb", "usb_device"); },
+                                 makeLibusbDescriptorSource,
+                                 [nodes = std::move(machine.nodes), pairs = std::make_shared<HeldPairs>(),
+                                  &diagnostics](const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
+                                     return openThroughNode(nodes, *pairs, device, interfaceNumber,
+                                                            diagnostics);
+                                 }});
+}
+
+class KernelCapturePlatform final : public CapturePlatform {
+public:
+    KernelCapturePlatform(const BackendOptions& options, const std::filesystem::path& sysfs)
+        : priority_(options.priority),
+          list_(sysfs, options.mainQueue,
+                {std::make_shared<KernelNodeOpener>(), options.diagnostics, options.format, sysfs,
+                 options.priority}),
+          monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
+        list_.fill(); // after the monitor listens, so that no change is missed
+    }
+
+    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {
+        return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
+    }
+    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
+    void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
+    void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
+
+private:
+    const std::shared_ptr<ThreadPriority> priority_;
+    VideoDeviceList list_;
+    UdevMonitor monitor_; // last: its thread uses the list
+};
+
+} // namespace
+
+Backend makeKernelBackend(const BackendOptions& options) {
+    return makeKernelBackend(options, {});
+}
+
+Backend makeKernelBackend(const BackendOptions& options, KernelBackendOptions machine) {
+    auto capture = std::make_unique<KernelCapturePlatform>(options, machine.sysfs);
+    return {makeUsbPlatform(options.diagnostics, std::move(machine)), std::move(capture)};
+}
+
+} // namespace tavelo

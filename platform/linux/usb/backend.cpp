@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/usb/backend.h"
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "platform/common/standard_capture_session.h"
+#include "platform/linux/bus/sysfs_usb_platform.h"
+#include "platform/linux/bus/udev_monitor.h"
+#include "platform/linux/usb/control_interface.h"
+#include "platform/linux/usb/device_list.h"
+#include "platform/linux/usb/driver_watch.h"
+#include "platform/linux/usb/libusb_bus.h"
+#include "platform/linux/usb/stream/usb_stream_input.h"
+#include "platform/linux/usb/usb_permissions.h"
+#include "platform/linux/usb/usb_video_function.h"
+#include "platform/linux/wake_event.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* keptByDriver = "; the cameras stay with the kernel's driver";
+
+// The kernel announces a device some milliseconds before it has chosen its configuration.
+constexpr auto betweenScans = 50ms;
+constexpr int mostScans = 100;
+
+constexpr auto betweenTries = 20ms;
+constexpr int mostTries = 10;
+
+// Warns if a camera that is plugged in later cannot be opened: its model may need another udev rule.
+class PermissionCheckingOpener final : public UsbHandleOpener {
+public:
+    PermissionCheckingOpener(std::shared_ptr<UsbHandleOpener> opener,
+                             std::function<void(const std::string& line)> warn)
+        : opener_(std::move(opener)),
+          warn_(std::move(warn)) {}
+
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override {
+        auto handle = opener_->open(address, error);
+        if (error == LIBUSB_ERROR_ACCESS && !warned_.exchange(true)) warn_(missingRightsLine(address.path()));
+        return handle;
+    }
+    libusb_context* context() override { return opener_->context(); }
+
+private:
+    const std::shared_ptr<UsbHandleOpener> opener_;
+    const std::function<void(const std::string& line)> warn_;
+    std::atomic<bool> warned_ = false;
+};
+
+UsbCameraClaims::WatchStarter watchStarter() {
+    return [program = driverWatchProgram()](const UsbAddress& device,
+                                            std::uint8_t controlInterface) -> std::shared_ptr<void> {
+        return program.empty() ? nullptr : DriverWatch::start(program, device, controlInterface);
+    };
+}
+
+std::shared_ptr<UsbInterface> takeForControl(UsbCameraClaims& claims, const SysfsUsbDevice& device,
+                                             std::uint8_t number, Diagnostics& diagnostics) {
+    const auto descriptors = usbDescriptors(device);
+    if (!descriptors) return nullptr;
+    UsbVideoFunction function = videoFunctionOf(descriptors->configuration, number);
+    const UsbCameraAddress address{
+        {device.busNumber, device.deviceNumber}, number, function.streamingInterfaces};
+    const std::string name = "USB device " + device.name;
+    Error error;
+    auto claim = claims.acquire(address, error);
+    // A device just plugged in may need a moment to get ready.
+    for (int tries = 1; tries < mostTries && error.code == ErrorCode::invalid; ++tries) {
+        std::this_thread::sleep_for(betweenTries);
+        claim = claims.acquire(address, error);
+    }
+    if (!claim) {
+        diagnostics.report(name, error.text);
+        return nullptr;
+    }
+    return std::make_shared<UsbControlInterface>(std::move(claim), std::move(function), name, diagnostics);
+}
+
+UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camera, Error& error) {
+    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera.address, error);
+    if (!claim) return {};
+    return {claim, claims.context(), claim->handle().native(), camera.address.streamingInterfaces.front(),
+            camera.configurationDescriptor};
+}
+
+// The camera is taken on the stream's thread when the stream starts.
+UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
+                         const CaptureFormatRequest& request,
+                         const std::shared_ptr<ThreadPriority>& priority) {
+    return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
+                                                     const UsbCamera& camera, Error& /*error*/) {
+        const auto acquire = [claims, camera](Error& error) {
+            return takeForStreaming(*claims, camera, error);
+        };
+        return makeUsbStreamInput(std::move(device),
+                                  {acquire, diagnostics, request, camera.address.device.path(), priority});
+    };
+}
+
+class UsbCapturePlatform final : public CapturePlatform {
+public:
+    UsbCapturePlatform(const BackendOptions& options, const UsbBackendOptions& machine)
+        : priority_(options.priority),
+          list_(machine.sysfs, options.mainQueue,
+                inputMaker(machine.claims, options.diagnostics, options.format, options.priority)),
+          monitor_(machine.hotplugEvents(), [this](const UdevEvent&) { rescan(); }) {
+        list_.fill(); // after the monitor listens, so that no change is missed
+    }
+    ~UsbCapturePlatform() override { ending_.set(); }
+    UsbCapturePlatform(const UsbCapturePlatform&) = delete;
+    UsbCapturePlatform& operator=(const UsbCapturePlatform&) = delete;
+
+    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {
+        return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
+    }
+    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
+    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
+    void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
+    void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
+
+private:
+    void rescan() {
+        for (int scans = 0; scans < mostScans; ++scans) {
+            if (list_.rescan() || ending_.waitFor(betweenScans)) return;
+        }
+    }
+
+    const std::shared_ptr<ThreadPriority> priority_;
+    UsbCameraList list_;
+    WakeEvent ending_;
+    UdevMonitor monitor_; // last: its thread uses the list
+};
+
+} // namespace
+
+Backend makeUsbBackend(const BackendOptions& options, const UsbBackendOptions& machine) {
+    const auto openInterface = [claims = machine.claims, &diagnostics = options.diagnostics](
+                                   const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
+        return takeForControl(*claims, device, interfaceNumber, diagnostics);
+    };
+    return {makeSysfsUsbPlatform({machine.sysfs, machine.hotplugEvents, {}, openInterface}),
+            std::make_unique<UsbCapturePlatform>(options, machine)};
+}
+
+Backend makeUsbBackend(const BackendOptions& options) {
+    const auto warn = options.warn ? options.warn : [](const std::string&) {};
+    if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
+        warn(missingRightsLine(*denied) + keptByDriver);
+        return {};
+    }
+    const std::shared_ptr<LibusbBus> bus = LibusbBus::open();
+    if (!bus) {
+        warn(std::string("libusb finds no USB here") + keptByDriver);
+        return {};
+    }
+    const auto opener = std::make_shared<PermissionCheckingOpener>(bus, warn);
+    return makeUsbBackend(options,
+                          {std::make_shared<UsbCameraClaims>(opener, watchStarter(), options.diagnostics),
+                           [bus] { return bus->hotplugEvents(); }});
+}
+
+} // namespace tavelo
