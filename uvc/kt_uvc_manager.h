@@ -17,7 +17,7 @@
 #include "uvc/camera_binding.h"
 #include "uvc/class_request.h"
 #include "uvc/kt_uvc_control_records.h"
-#include "uvc/location_id.h"
+#include "uvc/location_candidates.h"
 
 namespace tavelo {
 
