@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The functions of a configuration as the USB transport reads them, held against the other parser.
-#include "platform/linux/usb/usb_video_function.h"
+#include "platform/uvc/usb_video_function.h"
 
 #include <algorithm>
 #include <set>

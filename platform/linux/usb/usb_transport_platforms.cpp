@@ -10,8 +10,8 @@
 #include "platform/linux/bus/sysfs_device_services.h"
 #include "platform/linux/bus/udev_monitor.h"
 #include "platform/linux/usb/control_interface.h"
-#include "platform/linux/usb/usb_video_function.h"
 #include "platform/linux/wake_event.h"
+#include "platform/uvc/usb_video_function.h"
 
 namespace tavelo {
 namespace {

@@ -31,11 +31,11 @@ protected:
         return found->at(0)->openInterface();
     }
 
-    UsbControlRequest request(std::uint8_t code, ControlAddress address, std::span<std::uint8_t> data) {
+    UsbControlRequest request(UvcRequest code, ControlAddress address, std::span<std::uint8_t> data) {
         FirmwareClient client(*backend.bus->camera(1));
-        const bool write = code == uvc::setCur;
+        const bool write = code == UvcRequest::setCur;
         return {write ? uvc::classInterfaceOut : uvc::classInterfaceIn,
-                code,
+                codeOf(code),
                 static_cast<std::uint16_t>(address.selector << 8),
                 client.indexOf(address),
                 static_cast<std::uint16_t>(data.size()),
@@ -77,7 +77,7 @@ TEST_F(VirtualUsbTest, iteratorListsWhatMatches) {
 
 TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
     camera->setControlValue(control::brightness, -2);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), UsbStatus::success);
     EXPECT_EQ(get.bytesDone, 2U);
     EXPECT_EQ(bytes[0], 0xFE);
@@ -85,14 +85,14 @@ TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
 }
 
 TEST_F(VirtualUsbTest, aReadOfMoreThanTheControlHasTellsHowMuchCame) {
-    auto get = request(uvc::getCur, control::powerLine, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::powerLine, std::span(bytes).first(2));
     EXPECT_EQ(send(get), UsbStatus::success);
     EXPECT_EQ(get.bytesDone, 1U);
 }
 
 TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
     bytes = {42, 0};
-    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(set), UsbStatus::success);
     EXPECT_EQ(set.bytesDone, 2U);
     EXPECT_EQ(camera->controlValue(control::brightness), 42);
@@ -105,21 +105,21 @@ TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
 
 TEST_F(VirtualUsbTest, aRefusedWriteIsRefusedAndTheInterfaceStaysOpen) {
     bytes = {0x00, 0x70};
-    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(set), UsbStatus::refused);
     EXPECT_EQ(set.bytesDone, 0U);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), UsbStatus::success);
 }
 
 TEST_F(VirtualUsbTest, aStalledReadIsAnAnswerOfNoBytes) {
-    auto get = request(uvc::getMin, control::autoFocus, std::span(bytes).first(1));
+    auto get = request(UvcRequest::getMin, control::autoFocus, std::span(bytes).first(1));
     EXPECT_EQ(send(get), UsbStatus::success);
     EXPECT_EQ(get.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
-    auto set = request(uvc::setCur, {ControlEntity::processingUnit, 40}, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, {UvcEntity::processingUnit, 40}, std::span(bytes).first(2));
     EXPECT_EQ(send(set), UsbStatus::success);
     EXPECT_EQ(set.bytesDone, 0U);
     set.wIndex = 0xEE00;
@@ -129,13 +129,13 @@ TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
 
 TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
     bytes = {100, 0};
-    auto set = request(uvc::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
     EXPECT_EQ(send(set), UsbStatus::success);
     EXPECT_EQ(set.bytesDone, 2U);
 }
 
 TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
-    for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
+    for (const UvcRequest code : {UvcRequest::getCur, UvcRequest::setCur}) {
         auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
         nowhere.data = nullptr;
         EXPECT_EQ(send(nowhere), UsbStatus::failed);
@@ -148,14 +148,14 @@ TEST_F(VirtualUsbTest, silenceIsATimeout) {
     FirmwareFault fault;
     fault.kind = FaultKind::silence;
     camera->order(fault);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), UsbStatus::timeout);
 }
 
 TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
     interface->USBInterfaceClose();
     interface->USBInterfaceClose();
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), UsbStatus::notOpen);
     EXPECT_TRUE(camera->requestLog().empty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
@@ -163,7 +163,7 @@ TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
 }
 
 TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     const auto services = backend.usb->matchingDeviceServices();
     const auto plugIn = services[0]->CreatePlugInInterface();
     const auto device = plugIn->QueryInterface();
@@ -184,7 +184,7 @@ TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
     fault.kind = FaultKind::delay;
     fault.wait = std::chrono::hours(1);
     camera->order(fault);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     std::thread unplugger([&] { backend.bus->unplug(1); });
     EXPECT_EQ(send(get), UsbStatus::gone);
     unplugger.join();

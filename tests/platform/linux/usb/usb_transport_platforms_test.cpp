@@ -146,7 +146,7 @@ TEST_F(TransportPlatforms, AManagerBindsReadsAllControlsAndWritesThem) {
 
 TEST_F(TransportPlatforms, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
     plug();
-    for (const std::uint8_t request : {std::uint8_t{0x82}, std::uint8_t{0x83}}) {
+    for (const UvcRequest request : {UvcRequest::getMin, UvcRequest::getMax}) {
         FirmwareFault stall;
         stall.control = control::powerLine;
         stall.request = request;
