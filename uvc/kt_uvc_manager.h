@@ -13,11 +13,11 @@
 #include <string_view>
 
 #include "platform/usb_platform.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "uvc/bound_camera.h"
 #include "uvc/camera_binding.h"
-#include "uvc/class_request.h"
 #include "uvc/kt_uvc_control_records.h"
-#include "uvc/location_id.h"
+#include "uvc/location_candidates.h"
 
 namespace tavelo {
 

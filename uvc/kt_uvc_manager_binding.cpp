@@ -19,7 +19,8 @@ bool isMeant(const LocationCandidates& locationIDs, const BusProberDevice& camer
     return !locationIDs.controlInterface || camera.controlInterface == locationIDs.controlInterface;
 }
 
-constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
+constexpr UsbInterfaceMatch videoControl{uvc::videoClass, uvc::controlSubClass, UsbInterfaceMatch::any,
+                                         UsbInterfaceMatch::any};
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 
+#include "platform/uvc/little_endian.h"
 #include "uvc/value_coding.h"
 
 namespace tavelo {
@@ -119,7 +120,7 @@ std::optional<std::int64_t> KTUVCManager::push(const CameraBinding& binding, con
                                                std::size_t size, std::int64_t value) {
     std::array<std::uint8_t, maxValueSize> buffer{};
     const auto bytes = std::span(buffer).first(size);
-    putLittleEndian(value, bytes);
+    putLittleEndian(static_cast<std::uint64_t>(value), bytes);
     const auto asked = buffer;
     if (!write(binding, bytes, control.unit(), control.selector())) return std::nullopt;
     // If the camera took the value unchanged, keep what the caller passed, even if it has more bits.

@@ -14,7 +14,7 @@ namespace tavelo {
 namespace {
 
 /// A request for one control of the bound camera, without its data.
-UsbControlRequest classRequest(UvcRequestType type, UvcRequest code, const CameraBinding& binding,
+UsbControlRequest classRequest(std::uint8_t type, UvcRequest code, const CameraBinding& binding,
                                std::int32_t unit, std::int32_t selector) {
     const std::int32_t entity =
         unit == KTUVCControlInfo::cameraTerminal ? binding.inputTerminalID : binding.processingUnitID;
@@ -22,8 +22,8 @@ UsbControlRequest classRequest(UvcRequestType type, UvcRequest code, const Camer
                                 (static_cast<std::uint32_t>(binding.interfaceNumber) & 0xFF);
 
     UsbControlRequest request;
-    request.bmRequestType = static_cast<std::uint8_t>(type);
-    request.bRequest = static_cast<std::uint8_t>(code);
+    request.bmRequestType = type;
+    request.bRequest = codeOf(code);
     request.wValue = static_cast<std::uint16_t>(static_cast<std::uint32_t>(selector) << 8);
     request.wIndex = static_cast<std::uint16_t>(index);
     return request;
@@ -62,7 +62,7 @@ std::int32_t KTUVCManager::requestValue(const CameraBinding& binding, UvcRequest
                                         const KTUVCControlInfo& control,
                                         std::unique_ptr<std::uint8_t[]>& returnVal) {
     UsbControlRequest request =
-        classRequest(UvcRequestType::read, requestCode, binding, control.unit(), control.selector());
+        classRequest(uvc::classInterfaceIn, requestCode, binding, control.unit(), control.selector());
     request.wLength =
         requestCode == UvcRequest::getInfo ? 1 : static_cast<std::uint16_t>(control.intendedSize());
     returnVal = std::make_unique<std::uint8_t[]>(request.wLength); // zeroed
@@ -99,7 +99,7 @@ bool KTUVCManager::writeBytes(const CameraBinding& binding, const std::uint8_t* 
 bool KTUVCManager::write(const CameraBinding& binding, std::span<std::uint8_t> bytes, std::int32_t unit,
                          std::int32_t selector) {
     UsbControlRequest request =
-        classRequest(UvcRequestType::write, UvcRequest::setCur, binding, unit, selector);
+        classRequest(uvc::classInterfaceOut, UvcRequest::setCur, binding, unit, selector);
     request.wLength = static_cast<std::uint16_t>(bytes.size());
     request.data = bytes.data();
     return send(binding, request);
@@ -157,7 +157,7 @@ bool KTUVCManager::readAll(KTUVCParameters& record, const Decode& decode) {
 
     std::unique_ptr<std::uint8_t[]> reply;
     if (_requestValTypeForControlReturnVal(UvcRequest::getInfo, control, reply) < 1) return false;
-    constexpr std::uint8_t needed = uvc_info::supportsGet | uvc_info::supportsSet;
+    constexpr std::uint8_t needed = uvc::infoGet | uvc::infoSet;
     if ((reply[0] & needed) != needed) return false;
     record.setSupported(true);
     if (!decode) return false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "uvc/value_coding.h"
 
-#include <algorithm>
+#include "platform/uvc/little_endian.h"
 
 namespace tavelo {
 namespace {
@@ -24,28 +24,8 @@ constexpr std::uint64_t maskOfSize(std::int32_t size) {
 } // namespace
 
 std::int64_t overlaid(std::int64_t value, std::span<const std::uint8_t> bytes) {
-    auto bits = static_cast<std::uint64_t>(value);
-    const std::size_t count = std::min(bytes.size(), maxValueSize);
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t shift = 8 * i;
-        bits &= ~(std::uint64_t{0xFF} << shift);
-        bits |= std::uint64_t{bytes[i]} << shift;
-    }
-    return static_cast<std::int64_t>(bits);
-}
-
-void putLittleEndian(std::int64_t value, std::span<std::uint8_t> bytes) {
-    auto bits = static_cast<std::uint64_t>(value);
-    for (std::uint8_t& byte : bytes) {
-        byte = static_cast<std::uint8_t>(bits & 0xFF);
-        bits >>= 8;
-    }
-}
-
-std::int64_t integerOf(std::span<const std::uint8_t> bytes, bool isSigned) {
-    const std::size_t count = std::min(bytes.size(), maxValueSize);
-    const bool isNegative = isSigned && count > 0 && (bytes[count - 1] & 0x80) != 0;
-    return overlaid(isNegative ? -1 : 0, bytes);
+    const std::uint64_t kept = bytes.size() < maxValueSize ? ~std::uint64_t{0} << 8 * bytes.size() : 0;
+    return static_cast<std::int64_t>((static_cast<std::uint64_t>(value) & kept) | littleEndian(bytes));
 }
 
 std::optional<ValueFormat> ValueFormat::ofSize(std::int32_t size, bool isSigned) {
@@ -55,7 +35,7 @@ std::optional<ValueFormat> ValueFormat::ofSize(std::int32_t size, bool isSigned)
 }
 
 std::int64_t ValueFormat::decode(std::span<const std::uint8_t> reply) const {
-    const auto raw = static_cast<std::uint64_t>(overlaid(0, reply));
+    const auto raw = littleEndian(reply);
     if ((raw & signBit_) != 0) return static_cast<std::int64_t>(raw | ~mask_);
     return static_cast<std::int64_t>(raw & mask_);
 }

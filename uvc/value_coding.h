@@ -16,13 +16,6 @@ inline constexpr std::size_t maxValueSize = 8;
 /// the eighth are ignored.  Reentrant.
 std::int64_t overlaid(std::int64_t value, std::span<const std::uint8_t> bytes);
 
-/// Writes the low bytes of `value`, least significant first, as many as fit into `bytes`; those after the
-/// eighth become 0.  Reentrant.
-void putLittleEndian(std::int64_t value, std::span<std::uint8_t> bytes);
-
-/// The number in all of these bytes, at most eight, least significant first.  Reentrant.
-std::int64_t integerOf(std::span<const std::uint8_t> bytes, bool isSigned);
-
 /// The bits of a reply that count, and its sign bit.
 class ValueFormat {
 public:

@@ -6,58 +6,15 @@
 #include <array>
 #include <bitset>
 
+#include "platform/uvc/controls.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
+
 namespace tavelo {
 
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-constexpr std::uint8_t deviceType = 0x01;
-constexpr std::uint8_t configurationType = 0x02;
-constexpr std::uint8_t interfaceType = 0x04;
-constexpr std::uint8_t classSpecificInterfaceType = 0x24;
-
-constexpr std::uint8_t inputTerminalSubtype = 0x02;
-constexpr std::uint8_t selectorUnitSubtype = 0x04;
-constexpr std::uint8_t processingUnitSubtype = 0x05;
-constexpr std::uint8_t extensionUnitSubtype = 0x06;
-constexpr std::uint16_t cameraTerminal = 0x0201;
-
-std::uint16_t word(Bytes bytes, std::size_t at) {
-    return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8);
-}
-
-// Removes the descriptor at the front of `rest`.  Nothing if none fits: the walk ends there, since the start
-// of the next one is unknown.
-std::optional<Bytes> takeDescriptor(Bytes& rest) {
-    if (rest.size() < 2 || rest[0] < 2 || rest[0] > rest.size()) return std::nullopt;
-    const Bytes descriptor = rest.first(rest[0]);
-    rest = rest.subspan(rest[0]);
-    return descriptor;
-}
-
-std::optional<UsbInterfaceDescriptor> asInterface(Bytes descriptor) {
-    if (descriptor[1] != interfaceType || descriptor.size() < 9) return std::nullopt;
-    return UsbInterfaceDescriptor{descriptor[2], descriptor[3], descriptor[5], descriptor[6], descriptor[7]};
-}
-
-// The class-specific descriptors of one video-control interface, by default the first.  They end at the next
-// interface descriptor; the total length in their header may be wrong and is not used.
-std::vector<Bytes> videoControlDescriptors(Bytes configuration, std::optional<std::uint8_t> number) {
-    std::vector<Bytes> found;
-    bool inside = false;
-    while (const auto descriptor = takeDescriptor(configuration)) {
-        if ((*descriptor)[1] == interfaceType) {
-            const auto interface = asInterface(*descriptor);
-            inside = interface && interface->isVideoControl() &&
-                     interface->number == number.value_or(interface->number);
-            if (inside) number = interface->number;
-        } else if (inside && (*descriptor)[1] == classSpecificInterfaceType && descriptor->size() >= 3) {
-            found.push_back(*descriptor);
-        }
-    }
-    return found;
-}
 
 // An entity of the camera whose descriptor is complete.
 struct Entity {
@@ -67,46 +24,43 @@ struct Entity {
     Bytes controls;                    ///< bmControls; empty for kinds of entity that we do not use
 };
 
-// `at` is the offset of bControlSize; the map follows it.
+// Nothing if the map is cut off.  `at` is the offset of bControlSize; the map follows it.
 std::optional<Bytes> controlMap(Bytes descriptor, std::size_t at) {
-    if (descriptor.size() <= at) return std::nullopt;
-    const std::size_t size = descriptor[at];
-    if (descriptor.size() - at - 1 < size) return std::nullopt;
-    return descriptor.subspan(at + 1, size);
+    const Bytes map = countedBytes(descriptor, at);
+    if (descriptor.size() <= at || map.size() < descriptor[at]) return std::nullopt;
+    return map;
 }
 
 std::vector<std::uint8_t> sourcePins(Bytes descriptor, std::size_t countAt) {
-    if (descriptor.size() <= countAt) return {};
-    const Bytes pins = descriptor.subspan(countAt + 1);
-    const Bytes used = pins.first(std::min<std::size_t>(descriptor[countAt], pins.size()));
-    return {used.begin(), used.end()};
+    const Bytes pins = countedBytes(descriptor, countAt);
+    return {pins.begin(), pins.end()};
 }
 
 std::optional<Entity> asCameraTerminal(Bytes descriptor) {
-    if (descriptor.size() < 8 || word(descriptor, 4) != cameraTerminal) return std::nullopt;
+    if (descriptor.size() < 8 || wordAt(descriptor, 4) != uvc::cameraTerminal) return std::nullopt;
     const auto controls = controlMap(descriptor, 14);
     if (!controls) return std::nullopt;
-    return Entity{descriptor[3], inputTerminalSubtype, {}, *controls};
+    return Entity{descriptor[3], uvc::inputTerminal, {}, *controls};
 }
 
 std::optional<Entity> asProcessingUnit(Bytes descriptor) {
     const auto controls = controlMap(descriptor, 7);
     if (!controls) return std::nullopt;
-    return Entity{descriptor[3], processingUnitSubtype, {descriptor[4]}, *controls};
+    return Entity{descriptor[3], uvc::processingUnit, {descriptor[4]}, *controls};
 }
 
 // Identifier 0 is the interface itself and belongs to no entity.
 std::optional<Entity> asEntity(Bytes descriptor) {
     if (descriptor.size() < 5 || descriptor[3] == 0) return std::nullopt;
     switch (descriptor[2]) {
-        case inputTerminalSubtype:
+        case uvc::inputTerminal:
             return asCameraTerminal(descriptor);
-        case processingUnitSubtype:
+        case uvc::processingUnit:
             return asProcessingUnit(descriptor);
-        case selectorUnitSubtype:
-            return Entity{descriptor[3], selectorUnitSubtype, sourcePins(descriptor, 4), {}};
-        case extensionUnitSubtype:
-            return Entity{descriptor[3], extensionUnitSubtype, sourcePins(descriptor, 21), {}};
+        case uvc::selectorUnit:
+            return Entity{descriptor[3], uvc::selectorUnit, sourcePins(descriptor, 4), {}};
+        case uvc::extensionUnit:
+            return Entity{descriptor[3], uvc::extensionUnit, sourcePins(descriptor, 21), {}};
         default:
             return std::nullopt;
     }
@@ -149,52 +103,49 @@ const Entity* processingUnitOf(const std::vector<Entity>& entities, const Entity
     if (terminal != nullptr) {
         const EntitySet reached = reachedFrom(entities, terminal->id);
         const auto found = std::ranges::find_if(entities, [&](const Entity& entity) {
-            return entity.subtype == processingUnitSubtype && isFedBy(entity, reached);
+            return entity.subtype == uvc::processingUnit && isFedBy(entity, reached);
         });
         if (found != entities.end()) return &*found;
     }
-    return firstOf(entities, processingUnitSubtype);
+    return firstOf(entities, uvc::processingUnit);
 }
 
-// One bit of a bmControls map and the flag that it sets.
-struct SupportBit {
-    std::size_t bit;
+// A control and the flag that says whether the camera lists it.
+struct SupportFlag {
+    ControlAddress control;
     bool BusProberDevice::*flag;
 };
 
-constexpr std::array cameraTerminalBits{
-    SupportBit{0, &BusProberDevice::supportScanningMode},
-    SupportBit{1, &BusProberDevice::supportAutoExposureMode},
-    SupportBit{2, &BusProberDevice::supportAutoExposurePriority},
-    SupportBit{3, &BusProberDevice::supportExposureTime},
-    SupportBit{5, &BusProberDevice::supportFocus},
-    SupportBit{7, &BusProberDevice::supportIris},
-    SupportBit{9, &BusProberDevice::supportZoom},
-    SupportBit{11, &BusProberDevice::supportPan},
-    SupportBit{11, &BusProberDevice::supportTilt},
-    SupportBit{13, &BusProberDevice::supportRoll},
-    SupportBit{17, &BusProberDevice::supportAutoFocus},
+constexpr std::array supportFlags{
+    SupportFlag{control::scanningMode, &BusProberDevice::supportScanningMode},
+    SupportFlag{control::autoExposureMode, &BusProberDevice::supportAutoExposureMode},
+    SupportFlag{control::autoExposurePriority, &BusProberDevice::supportAutoExposurePriority},
+    SupportFlag{control::exposureTime, &BusProberDevice::supportExposureTime},
+    SupportFlag{control::focus, &BusProberDevice::supportFocus},
+    SupportFlag{control::iris, &BusProberDevice::supportIris},
+    SupportFlag{control::zoom, &BusProberDevice::supportZoom},
+    SupportFlag{control::panTilt, &BusProberDevice::supportPan},
+    SupportFlag{control::panTilt, &BusProberDevice::supportTilt},
+    SupportFlag{control::roll, &BusProberDevice::supportRoll},
+    SupportFlag{control::autoFocus, &BusProberDevice::supportAutoFocus},
+    SupportFlag{control::brightness, &BusProberDevice::supportBright},
+    SupportFlag{control::contrast, &BusProberDevice::supportContrast},
+    SupportFlag{control::hue, &BusProberDevice::supportHue},
+    SupportFlag{control::saturation, &BusProberDevice::supportSaturation},
+    SupportFlag{control::sharpness, &BusProberDevice::supportSharpness},
+    SupportFlag{control::gamma, &BusProberDevice::supportGamma},
+    SupportFlag{control::whiteBalance, &BusProberDevice::supportWhiteBalance},
+    SupportFlag{control::backlight, &BusProberDevice::supportBacklight},
+    SupportFlag{control::gain, &BusProberDevice::supportGain},
+    SupportFlag{control::powerLine, &BusProberDevice::supportPowerLine},
+    SupportFlag{control::autoHue, &BusProberDevice::supportAutoHue},
+    SupportFlag{control::autoWhiteBalance, &BusProberDevice::supportAutoWhiteBalance},
 };
 
-constexpr std::array processingUnitBits{
-    SupportBit{0, &BusProberDevice::supportBright},
-    SupportBit{1, &BusProberDevice::supportContrast},
-    SupportBit{2, &BusProberDevice::supportHue},
-    SupportBit{3, &BusProberDevice::supportSaturation},
-    SupportBit{4, &BusProberDevice::supportSharpness},
-    SupportBit{5, &BusProberDevice::supportGamma},
-    SupportBit{6, &BusProberDevice::supportWhiteBalance},
-    SupportBit{8, &BusProberDevice::supportBacklight},
-    SupportBit{9, &BusProberDevice::supportGain},
-    SupportBit{10, &BusProberDevice::supportPowerLine},
-    SupportBit{11, &BusProberDevice::supportAutoHue},
-    SupportBit{12, &BusProberDevice::supportAutoWhiteBalance},
-};
-
-void setFlags(BusProberDevice& device, Bytes map, std::span<const SupportBit> bits) {
-    for (const SupportBit& entry : bits) {
-        const std::size_t byte = entry.bit / 8;
-        device.*entry.flag = byte < map.size() && (map[byte] >> (entry.bit % 8) & 1) != 0;
+void setFlags(BusProberDevice& device, UvcEntity entity, Bytes map) {
+    const auto listed = listedSelectors(entity, map);
+    for (const SupportFlag& each : supportFlags) {
+        if (each.control.entity == entity) device.*each.flag = listed[each.control.selector];
     }
 }
 
@@ -203,9 +154,9 @@ void setFlags(BusProberDevice& device, Bytes map, std::span<const SupportBit> bi
 BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDescriptor,
                                  std::optional<std::uint8_t> interfaceNumber) {
     BusProberDevice device;
-    if (deviceDescriptor.size() >= 12 && deviceDescriptor[1] == deviceType) {
-        device.vendorID = word(deviceDescriptor, 8);
-        device.productID = word(deviceDescriptor, 10);
+    if (deviceDescriptor.size() >= 12 && deviceDescriptor[1] == uvc::deviceType) {
+        device.vendorID = wordAt(deviceDescriptor, 8);
+        device.productID = wordAt(deviceDescriptor, 10);
     }
     const std::vector<std::uint8_t> functions = videoControlInterfaces(configurationDescriptor);
     const auto function =
@@ -215,16 +166,33 @@ BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDesc
     for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor, interfaceNumber)) {
         if (auto entity = asEntity(descriptor)) entities.push_back(std::move(*entity));
     }
-    const Entity* terminal = firstOf(entities, inputTerminalSubtype);
+    const Entity* terminal = firstOf(entities, uvc::inputTerminal);
     if (terminal != nullptr) {
         device.terminalID = terminal->id;
-        setFlags(device, terminal->controls, cameraTerminalBits);
+        setFlags(device, UvcEntity::cameraTerminal, terminal->controls);
     }
     if (const Entity* unit = processingUnitOf(entities, terminal)) {
         device.unitID = unit->id;
-        setFlags(device, unit->controls, processingUnitBits);
+        setFlags(device, UvcEntity::processingUnit, unit->controls);
     }
     return device;
+}
+
+std::vector<Bytes> videoControlDescriptors(Bytes configurationDescriptor,
+                                           std::optional<std::uint8_t> interfaceNumber) {
+    std::vector<Bytes> found;
+    bool inside = false;
+    while (const auto descriptor = takeDescriptor(configurationDescriptor)) {
+        if ((*descriptor)[1] == uvc::interfaceType) {
+            const auto interface = asInterface(*descriptor);
+            inside = interface && interface->isVideoControl() &&
+                     interface->number == interfaceNumber.value_or(interface->number);
+            if (inside) interfaceNumber = interface->number;
+        } else if (inside && (*descriptor)[1] == uvc::classInterfaceType && descriptor->size() >= 3) {
+            found.push_back(*descriptor);
+        }
+    }
+    return found;
 }
 
 std::vector<UsbInterfaceDescriptor> interfacesOf(Bytes configurationDescriptor) {
@@ -251,7 +219,7 @@ std::span<const std::uint8_t> configurationWithValue(Bytes configurations, std::
         const std::size_t here = configurations.size() - rest.size();
         const auto descriptor = takeDescriptor(rest);
         if (!descriptor) break;
-        if ((*descriptor)[1] != configurationType) continue;
+        if ((*descriptor)[1] != uvc::configurationType) continue;
         if (begin < configurations.size()) return configurations.subspan(begin, here - begin);
         if (descriptor->size() >= 6 && (*descriptor)[5] == value) begin = here;
     }

@@ -8,25 +8,12 @@
 #include <vector>
 
 #include "platform/bus_prober.h"
+#include "platform/uvc/descriptor_walk.h"
 
 namespace tavelo {
 
 // Descriptors come from the device and are hostile input: every function here accepts any bytes, reads
 // nothing outside its spans, ends after one pass and uses what it can of malformed data.  All are reentrant.
-
-/// An interface descriptor (one alternate setting of one interface).
-struct UsbInterfaceDescriptor {
-    std::uint8_t number = 0;
-    std::uint8_t alternateSetting = 0;
-    std::uint8_t interfaceClass = 0;
-    std::uint8_t interfaceSubClass = 0;
-    std::uint8_t interfaceProtocol = 0;
-
-    /// The interface that receives the class's control requests (class 14, subclass 1).
-    bool isVideoControl() const { return interfaceClass == 0x0E && interfaceSubClass == 0x01; }
-
-    friend bool operator==(const UsbInterfaceDescriptor&, const UsbInterfaceDescriptor&) = default;
-};
 
 /// The part of a camera's record that descriptors contain: vendor, product, control interface, entity
 /// identifiers, support flags.
@@ -41,6 +28,12 @@ struct UsbInterfaceDescriptor {
 BusProberDevice probeDescriptors(std::span<const std::uint8_t> deviceDescriptor,
                                  std::span<const std::uint8_t> configurationDescriptor,
                                  std::optional<std::uint8_t> interfaceNumber = std::nullopt);
+
+/// The class-specific descriptors of one video-control interface, by default the first; each has three bytes
+/// or more.  They end at the next interface descriptor; the total length in their header may be wrong and is
+/// not used.
+std::vector<std::span<const std::uint8_t>> videoControlDescriptors(
+    std::span<const std::uint8_t> configurationDescriptor, std::optional<std::uint8_t> interfaceNumber);
 
 /// Every interface descriptor of a configuration, in the order of the bytes.
 std::vector<UsbInterfaceDescriptor> interfacesOf(std::span<const std::uint8_t> configurationDescriptor);

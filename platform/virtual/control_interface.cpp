@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 

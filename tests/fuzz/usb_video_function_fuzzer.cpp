@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The video functions that the USB transport reads from a configuration, compared with the prober's parser.
-#include "platform/linux/usb/usb_video_function.h"
+#include "platform/uvc/usb_video_function.h"
 
 #include <algorithm>
 #include <set>

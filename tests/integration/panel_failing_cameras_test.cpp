@@ -47,7 +47,7 @@ protected:
     std::ptrdiff_t writesOf(ControlAddress control) {
         return std::ranges::count_if(writes(*camera(1)), [&](const RequestRecord& request) {
             const bool terminal = request.setup.wIndex >> 8 == camera(1)->model().terminalID;
-            return terminal == (control.entity == ControlEntity::cameraTerminal) &&
+            return terminal == (control.entity == UvcEntity::cameraTerminal) &&
                    request.setup.wValue >> 8 == control.selector;
         });
     }

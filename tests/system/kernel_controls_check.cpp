@@ -136,7 +136,7 @@ private:
         return static_cast<std::uint16_t>(control.address.selector << 8U);
     }
     std::uint16_t indexOf(const FirmwareControl& control) const {
-        const bool terminal = control.address.entity == ControlEntity::cameraTerminal;
+        const bool terminal = control.address.entity == UvcEntity::cameraTerminal;
         const unsigned entity = terminal ? twin_.model().terminalID : twin_.model().unitID;
         return static_cast<std::uint16_t>(entity << 8U | kernel_.GetInterfaceNumber());
     }

@@ -26,7 +26,6 @@
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
 #include "platform/linux/usb/usb_handle.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
@@ -41,6 +40,10 @@ constexpr auto longestWait = 60s;
 constexpr std::size_t pictures = 4;
 constexpr int restarts = 10;
 
+// Of a virtual camera.
+constexpr int controlInterface = 0;
+constexpr std::uint8_t streamingInterface = 1;
+
 struct CloseHandle {
     void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
 };
@@ -53,12 +56,12 @@ public:
           node_(std::move(node)),
           handle_(handle) {
         libusb_set_auto_detach_kernel_driver(handle, 1);
-        isClaimed_ = libusb_claim_interface(handle, uvc::controlInterface) == 0 &&
-                     libusb_claim_interface(handle, uvc::streamingInterface) == 0;
+        isClaimed_ = libusb_claim_interface(handle, controlInterface) == 0 &&
+                     libusb_claim_interface(handle, streamingInterface) == 0;
     }
     ~OpenedCamera() {
-        libusb_release_interface(handle_.get(), uvc::streamingInterface);
-        libusb_release_interface(handle_.get(), uvc::controlInterface);
+        libusb_release_interface(handle_.get(), streamingInterface);
+        libusb_release_interface(handle_.get(), controlInterface);
     }
     OpenedCamera(const OpenedCamera&) = delete;
     OpenedCamera& operator=(const OpenedCamera&) = delete;
@@ -73,7 +76,7 @@ public:
         const int length =
             libusb_get_descriptor(handle_.get(), LIBUSB_DT_CONFIG, 0, bytes.data(), int(bytes.size()));
         bytes.resize(std::size_t(std::max(length, 0)));
-        return {std::move(claim), context_, handle_.get(), uvc::streamingInterface, std::move(bytes)};
+        return {std::move(claim), context_, handle_.get(), streamingInterface, std::move(bytes)};
     }
 
 private:

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <limits>
 #include <vector>
 
@@ -67,27 +66,6 @@ TEST(Overlaid, ReplacesTheLowBytesOnly) {
     EXPECT_EQ(overlaid(0x1122334455667788, Bytes{0xAA, 0xBB}), 0x112233445566BBAA);
     EXPECT_EQ(overlaid(-1, Bytes{}), -1);
     EXPECT_EQ(overlaid(0, Bytes(12, 0x01)), 0x0101010101010101);
-}
-
-TEST(PutLittleEndian, WritesTheLowBytes) {
-    std::array<std::uint8_t, 2> two{};
-    putLittleEndian(-1, two);
-    EXPECT_EQ(two, (std::array<std::uint8_t, 2>{0xFF, 0xFF}));
-    std::array<std::uint8_t, 1> one{};
-    putLittleEndian(300, one);
-    EXPECT_EQ(one[0], 0x2C);
-    std::array<std::uint8_t, 9> nine{};
-    putLittleEndian(-1, nine);
-    EXPECT_EQ(nine[7], 0xFF);
-    EXPECT_EQ(nine[8], 0x00);
-}
-
-TEST(IntegerOf, EveryByteCountsAndTheLastOneHoldsTheSign) {
-    const std::array<std::uint8_t, 3> bytes{1, 2, 0xFF};
-    EXPECT_EQ(integerOf(bytes, false), 0xFF0201);
-    EXPECT_EQ(integerOf(bytes, true), -0x10000 + 0x0201);
-    EXPECT_EQ(integerOf(std::span(bytes).first(2), true), 0x0201);
-    EXPECT_EQ(integerOf({}, true), 0);
 }
 
 } // namespace

@@ -5,17 +5,11 @@
 #include <cmath>
 #include <iterator>
 
-#include "virtual-camera/firmware/byte_order.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 namespace {
-
-// Modes of the exposure control.
-constexpr std::int64_t manualMode = 1;
-constexpr std::int64_t automaticMode = 2;
-constexpr std::int64_t shutterPriorityMode = 4;
-constexpr std::int64_t aperturePriorityMode = 8;
 
 // For pan/tilt `number` is used for both halves.
 std::vector<std::uint8_t> encode(const FirmwareControl& control, std::int64_t number) {
@@ -29,10 +23,7 @@ std::vector<std::uint8_t> encodeBound(const FirmwareControl& control, std::int32
 }
 
 std::int64_t decode(const FirmwareControl& control, std::span<const std::uint8_t> bytes) {
-    const std::uint64_t raw = littleEndian(bytes.first(control.size));
-    if (!control.isSigned || control.size >= 8) return static_cast<std::int64_t>(raw);
-    const std::uint64_t sign = std::uint64_t{1} << (8U * control.size - 1U);
-    return static_cast<std::int64_t>((raw ^ sign) - sign);
+    return integerOf(bytes.first(control.size), control.isSigned);
 }
 
 bool within(const FirmwareControl& control, std::int64_t value) {
@@ -48,9 +39,9 @@ bool hasAutomatic(ControlAddress address) {
 
 ControlBank::ControlBank(const VirtualCameraModel& model) : exposureModes_(model.exposureModes) {
     for (const FirmwareControl& row : firmwareControls()) {
-        const bool terminal = row.address.entity == ControlEntity::cameraTerminal;
+        const bool terminal = row.address.entity == UvcEntity::cameraTerminal;
         const std::uint32_t map = terminal ? model.terminalControls : model.unitControls;
-        if ((map >> row.mapBit & 1U) == 0) continue;
+        if ((map & controlBit(row.address)) == 0) continue;
         std::int64_t factory = row.defaultValue;
         for (const auto& [address, value] : model.factorySettings)
             if (address == row.address) factory = value;
@@ -95,9 +86,10 @@ bool ControlBank::accepts(const FirmwareControl& control, std::int64_t value) co
 }
 
 bool ControlBank::disabledByAutomatic(ControlAddress address) const {
-    const std::int64_t mode = valueOr(control::autoExposureMode, manualMode);
-    if (address == control::exposureTime) return mode == automaticMode || mode == aperturePriorityMode;
-    if (address == control::iris) return mode == automaticMode || mode == shutterPriorityMode;
+    const std::int64_t mode = valueOr(control::autoExposureMode, uvc::manualExposure);
+    if (address == control::exposureTime)
+        return mode == uvc::automaticExposure || mode == uvc::aperturePriority;
+    if (address == control::iris) return mode == uvc::automaticExposure || mode == uvc::shutterPriority;
     if (address == control::focus) return valueOr(control::autoFocus, 0) != 0;
     if (address == control::hue) return valueOr(control::autoHue, 0) != 0;
     if (address == control::whiteBalance) return valueOr(control::autoWhiteBalance, 0) != 0;
@@ -111,29 +103,29 @@ std::uint8_t ControlBank::info(const FirmwareControl& control) const {
     return bits;
 }
 
-ControlBank::Result ControlBank::read(ControlAddress address, std::uint8_t request) const {
+ControlBank::Result ControlBank::read(ControlAddress address, UvcRequest request) const {
     const State* state = find(address);
     if (state == nullptr) return {uvc::errorInvalidControl, {}};
     const FirmwareControl& control = *state->control;
     const bool ranged = control.kind == ControlKind::range || control.kind == ControlKind::panTilt;
     const bool keepsValue = control.kind != ControlKind::relative;
     switch (request) {
-        case uvc::getInfo:
+        case UvcRequest::getInfo:
             return {0, {info(control)}};
-        case uvc::getLen:
+        case UvcRequest::getLen:
             return {0, {control.size, 0}};
-        case uvc::getCur:
+        case UvcRequest::getCur:
             return {0, encode(control, state->value)};
-        case uvc::getDef:
+        case UvcRequest::getDef:
             if (keepsValue) return {0, encode(control, state->factory)};
             break;
-        case uvc::getMin:
+        case UvcRequest::getMin:
             if (ranged) return {0, encodeBound(control, control.minimum)};
             break;
-        case uvc::getMax:
+        case UvcRequest::getMax:
             if (ranged) return {0, encodeBound(control, control.maximum)};
             break;
-        case uvc::getRes:
+        case UvcRequest::getRes:
             if (control.kind == ControlKind::modes) return {0, encode(control, exposureModes_)};
             if (ranged) return {0, encodeBound(control, control.resolution)};
             break;

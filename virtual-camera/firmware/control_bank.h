@@ -26,7 +26,7 @@ public:
         std::uint8_t errorCode = 0; ///< 0 on success
         std::vector<std::uint8_t> data;
     };
-    Result read(ControlAddress address, std::uint8_t request) const;
+    Result read(ControlAddress address, UvcRequest request) const;
     Result write(ControlAddress address, std::span<const std::uint8_t> bytes);
 
     std::optional<std::int64_t> value(ControlAddress address) const;

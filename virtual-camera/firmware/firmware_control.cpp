@@ -9,32 +9,32 @@ namespace {
 
 using enum ControlKind;
 
-// name, address, bit, size, kind, signed, minimum, maximum, resolution, default
+// name, address, size, kind, signed, minimum, maximum, resolution, default
 constexpr std::array<FirmwareControl, 23> table{{
-    {"scanningMode", control::scanningMode, 0, 1, toggle, false, 0, 1, 1, 1},
-    {"autoExposureMode", control::autoExposureMode, 1, 1, modes, false, 0, 0, 0x0F, 8},
-    {"autoExposurePriority", control::autoExposurePriority, 2, 1, toggle, false, 0, 1, 1, 0},
-    {"exposureTime", control::exposureTime, 3, 4, range, false, 1, 5000, 1, 156}, // 100 us
-    {"exposureTimeRelative", control::exposureTimeRelative, 4, 1, relative, true, 0, 0, 0, 0},
-    {"focus", control::focus, 5, 2, range, false, 0, 250, 5, 0},
-    {"autoFocus", control::autoFocus, 17, 1, toggle, false, 0, 1, 1, 1},
-    {"iris", control::iris, 7, 2, range, false, 100, 1600, 20, 280},             // f-number x 100
-    {"zoom", control::zoom, 9, 2, range, false, 100, 400, 1, 100},               // per cent
-    {"panTilt", control::panTilt, 11, 8, panTilt, true, -36000, 36000, 3600, 0}, // arc-seconds
-    {"roll", control::roll, 13, 2, range, true, -90, 90, 1, 0},                  // degrees
-    {"backlight", control::backlight, 8, 2, range, false, 0, 4, 1, 0},
-    {"brightness", control::brightness, 0, 2, range, true, -64, 64, 1, 0},
-    {"contrast", control::contrast, 1, 2, range, false, 0, 64, 1, 32},
-    {"gain", control::gain, 9, 2, range, false, 0, 100, 1, 0},
-    {"powerLine", control::powerLine, 10, 1, range, false, 0, 2, 1, 1},
-    {"hue", control::hue, 2, 2, range, true, -18000, 18000, 100, 0}, // hundredths of a degree
-    {"saturation", control::saturation, 3, 2, range, false, 0, 128, 1, 64},
-    {"sharpness", control::sharpness, 4, 2, range, false, 0, 10, 1, 5},
-    {"gamma", control::gamma, 5, 2, range, false, 72, 500, 1, 100},                    // hundredths
-    {"whiteBalance", control::whiteBalance, 6, 2, range, false, 2800, 6500, 10, 4600}, // kelvin
+    {"scanningMode", control::scanningMode, 1, toggle, false, 0, 1, 1, 1},
+    {"autoExposureMode", control::autoExposureMode, 1, modes, false, 0, 0, 0x0F, 8},
+    {"autoExposurePriority", control::autoExposurePriority, 1, toggle, false, 0, 1, 1, 0},
+    {"exposureTime", control::exposureTime, 4, range, false, 1, 5000, 1, 156}, // 100 us
+    {"exposureTimeRelative", control::exposureTimeRelative, 1, relative, true, 0, 0, 0, 0},
+    {"focus", control::focus, 2, range, false, 0, 250, 5, 0},
+    {"autoFocus", control::autoFocus, 1, toggle, false, 0, 1, 1, 1},
+    {"iris", control::iris, 2, range, false, 100, 1600, 20, 280},            // f-number x 100
+    {"zoom", control::zoom, 2, range, false, 100, 400, 1, 100},              // per cent
+    {"panTilt", control::panTilt, 8, panTilt, true, -36000, 36000, 3600, 0}, // arc-seconds
+    {"roll", control::roll, 2, range, true, -90, 90, 1, 0},                  // degrees
+    {"backlight", control::backlight, 2, range, false, 0, 4, 1, 0},
+    {"brightness", control::brightness, 2, range, true, -64, 64, 1, 0},
+    {"contrast", control::contrast, 2, range, false, 0, 64, 1, 32},
+    {"gain", control::gain, 2, range, false, 0, 100, 1, 0},
+    {"powerLine", control::powerLine, 1, range, false, 0, 2, 1, 1},
+    {"hue", control::hue, 2, range, true, -18000, 18000, 100, 0}, // hundredths of a degree
+    {"saturation", control::saturation, 2, range, false, 0, 128, 1, 64},
+    {"sharpness", control::sharpness, 2, range, false, 0, 10, 1, 5},
+    {"gamma", control::gamma, 2, range, false, 72, 500, 1, 100},                    // hundredths
+    {"whiteBalance", control::whiteBalance, 2, range, false, 2800, 6500, 10, 4600}, // kelvin
     // Off, unlike in most cameras, so that the manual control has an effect.
-    {"autoWhiteBalance", control::autoWhiteBalance, 12, 1, toggle, false, 0, 1, 1, 0},
-    {"autoHue", control::autoHue, 11, 1, toggle, false, 0, 1, 1, 0},
+    {"autoWhiteBalance", control::autoWhiteBalance, 1, toggle, false, 0, 1, 1, 0},
+    {"autoHue", control::autoHue, 1, toggle, false, 0, 1, 1, 0},
 }};
 
 } // namespace

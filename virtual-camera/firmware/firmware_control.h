@@ -6,43 +6,9 @@
 #include <span>
 #include <string_view>
 
+#include "platform/uvc/controls.h"
+
 namespace tavelo {
-
-enum class ControlEntity : std::uint8_t { cameraTerminal, processingUnit };
-
-/// A control as the USB Video Class names it.
-struct ControlAddress {
-    ControlEntity entity = ControlEntity::cameraTerminal;
-    std::uint8_t selector = 0;
-
-    friend constexpr bool operator==(const ControlAddress&, const ControlAddress&) = default;
-};
-
-namespace control {
-inline constexpr ControlAddress scanningMode{ControlEntity::cameraTerminal, 1};
-inline constexpr ControlAddress autoExposureMode{ControlEntity::cameraTerminal, 2};
-inline constexpr ControlAddress autoExposurePriority{ControlEntity::cameraTerminal, 3};
-inline constexpr ControlAddress exposureTime{ControlEntity::cameraTerminal, 4};
-inline constexpr ControlAddress exposureTimeRelative{ControlEntity::cameraTerminal, 5};
-inline constexpr ControlAddress focus{ControlEntity::cameraTerminal, 6};
-inline constexpr ControlAddress autoFocus{ControlEntity::cameraTerminal, 8};
-inline constexpr ControlAddress iris{ControlEntity::cameraTerminal, 9};
-inline constexpr ControlAddress zoom{ControlEntity::cameraTerminal, 11};
-inline constexpr ControlAddress panTilt{ControlEntity::cameraTerminal, 13};
-inline constexpr ControlAddress roll{ControlEntity::cameraTerminal, 15};
-inline constexpr ControlAddress backlight{ControlEntity::processingUnit, 1};
-inline constexpr ControlAddress brightness{ControlEntity::processingUnit, 2};
-inline constexpr ControlAddress contrast{ControlEntity::processingUnit, 3};
-inline constexpr ControlAddress gain{ControlEntity::processingUnit, 4};
-inline constexpr ControlAddress powerLine{ControlEntity::processingUnit, 5};
-inline constexpr ControlAddress hue{ControlEntity::processingUnit, 6};
-inline constexpr ControlAddress saturation{ControlEntity::processingUnit, 7};
-inline constexpr ControlAddress sharpness{ControlEntity::processingUnit, 8};
-inline constexpr ControlAddress gamma{ControlEntity::processingUnit, 9};
-inline constexpr ControlAddress whiteBalance{ControlEntity::processingUnit, 10};
-inline constexpr ControlAddress autoWhiteBalance{ControlEntity::processingUnit, 11};
-inline constexpr ControlAddress autoHue{ControlEntity::processingUnit, 16};
-} // namespace control
 
 /// The kind of a control's value: which requests it answers and which values it takes.
 enum class ControlKind : std::uint8_t {
@@ -55,10 +21,9 @@ enum class ControlKind : std::uint8_t {
 
 /// One control.  For panTilt the values apply to each half.
 struct FirmwareControl {
-    std::string_view name; ///< same as the constants above
+    std::string_view name; ///< same as the constants in controls.h
     ControlAddress address;
-    std::uint8_t mapBit = 0; ///< its bit in the entity's bmControls
-    std::uint8_t size = 0;   ///< bytes on the wire
+    std::uint8_t size = 0; ///< bytes on the wire
     ControlKind kind = ControlKind::range;
     bool isSigned = false;
     std::int32_t minimum = 0;

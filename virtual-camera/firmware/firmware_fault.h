@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/firmware_control.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
 
 namespace tavelo {
 
@@ -26,7 +26,7 @@ enum class FaultDirection : std::uint8_t { both, reads, writes };
 struct FirmwareFault {
     FaultKind kind = FaultKind::stall;
     std::optional<ControlAddress> control{};
-    std::optional<std::uint8_t> request{}; ///< bRequest
+    std::optional<UvcRequest> request{};
     FaultDirection direction = FaultDirection::both;
 
     std::uint8_t errorCode = uvc::errorUnknown; ///< for a stall

@@ -2,18 +2,11 @@
 // The firmware's answers to USB standard requests.
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_descriptors.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
-namespace {
-
-constexpr std::uint8_t deviceDescriptorType = 1;
-constexpr std::uint8_t configurationDescriptorType = 2;
-constexpr std::uint8_t stringDescriptorType = 3;
-
-} // namespace
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerStandard(const UsbSetup& setup) {
     switch (setup.bmRequestType & uvc::recipientMask) {
@@ -51,9 +44,9 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDevice(const UsbSetup
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDescriptor(const UsbSetup& setup) const {
     const auto type = static_cast<std::uint8_t>(setup.wValue >> 8U);
     const auto index = static_cast<std::uint8_t>(setup.wValue);
-    if (type == deviceDescriptorType) return delivered(deviceDescriptor_);
-    if (type == configurationDescriptorType && index == 0) return delivered(configurationDescriptor_);
-    if (type == stringDescriptorType) {
+    if (type == uvc::deviceType) return delivered(deviceDescriptor_);
+    if (type == uvc::configurationType && index == 0) return delivered(configurationDescriptor_);
+    if (type == uvc::stringType) {
         std::vector<std::uint8_t> text = makeStringDescriptor(model_, index);
         if (!text.empty()) return delivered(std::move(text));
     }

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-#include "virtual-camera/firmware/byte_order.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/little_endian.h"
 #include "virtual-camera/firmware/virtual_camera_descriptors.h"
 
 namespace tavelo {
@@ -96,21 +95,21 @@ std::vector<std::uint8_t> StreamNegotiation::encode(const Choice& choice) const 
     return bytes;
 }
 
-StreamNegotiation::Result StreamNegotiation::read(std::uint8_t selector, std::uint8_t request) const {
+StreamNegotiation::Result StreamNegotiation::read(std::uint8_t selector, UvcRequest request) const {
     if (selector != uvc::probeControl && selector != uvc::commitControl)
         return {uvc::errorInvalidControl, {}};
     switch (request) {
-        case uvc::getCur:
+        case UvcRequest::getCur:
             return {0, encode(probe_)};
-        case uvc::getMin:
-        case uvc::getMax:
-        case uvc::getDef:
-        case uvc::getRes:
+        case UvcRequest::getMin:
+        case UvcRequest::getMax:
+        case UvcRequest::getDef:
+        case UvcRequest::getRes:
             if (selector == uvc::probeControl) return {0, encode(choose(probe_.format, probe_.frame, 0))};
             break;
-        case uvc::getLen:
+        case UvcRequest::getLen:
             return {0, {static_cast<std::uint8_t>(probeSize), 0}};
-        case uvc::getInfo:
+        case UvcRequest::getInfo:
             return {0, {static_cast<std::uint8_t>(uvc::infoGet | uvc::infoSet)}};
         default:
             break;
@@ -123,7 +122,7 @@ StreamNegotiation::Result StreamNegotiation::write(std::uint8_t selector,
     if (selector != uvc::probeControl && selector != uvc::commitControl)
         return {uvc::errorInvalidControl, {}};
     if (bytes.size() < probeSizeVersion10 || formats_.empty()) return {uvc::errorUnknown, {}};
-    const auto interval = static_cast<std::uint32_t>(littleEndian(bytes.subspan(4, 4)));
+    const auto interval = doubleWordAt(bytes, 4);
     const Choice choice = choose(bytes[2], bytes[3], interval);
     if (selector == uvc::commitControl) {
         const bool exact =

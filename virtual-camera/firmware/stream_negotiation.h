@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
@@ -23,7 +24,7 @@ public:
         std::uint8_t errorCode = 0; ///< 0 on success
         std::vector<std::uint8_t> data;
     };
-    Result read(std::uint8_t selector, std::uint8_t request) const;
+    Result read(std::uint8_t selector, UvcRequest request) const;
     /// A probe is adjusted to the nearest format that the camera offers; a commit must match an offer exactly
     /// or it stalls.
     Result write(std::uint8_t selector, std::span<const std::uint8_t> bytes);

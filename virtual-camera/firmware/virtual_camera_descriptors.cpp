@@ -6,37 +6,14 @@
 #include <span>
 #include <string>
 
-#include "virtual-camera/firmware/byte_order.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/stream_negotiation.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
 
 namespace tavelo {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-// Descriptor types
-constexpr std::uint8_t deviceType = 0x01;
-constexpr std::uint8_t configurationType = 0x02;
-constexpr std::uint8_t stringType = 0x03;
-constexpr std::uint8_t interfaceType = 0x04;
-constexpr std::uint8_t endpointType = 0x05;
-constexpr std::uint8_t associationType = 0x0B;
-constexpr std::uint8_t classInterfaceType = 0x24;
-
-constexpr std::uint8_t videoClass = 0x0E;
-constexpr std::uint8_t controlSubClass = 0x01;
-constexpr std::uint8_t streamingSubClass = 0x02;
-constexpr std::uint8_t collectionSubClass = 0x03;
-
-constexpr std::uint16_t classVersion = 0x0110;
-
-constexpr std::uint8_t low(std::uint32_t value) {
-    return static_cast<std::uint8_t>(value);
-}
-constexpr std::uint8_t high(std::uint32_t value) {
-    return static_cast<std::uint8_t>(value >> 8U);
-}
 
 // Appends one descriptor; its length byte is computed.
 void append(Bytes& bytes, const Bytes& body) {
@@ -45,55 +22,48 @@ void append(Bytes& bytes, const Bytes& body) {
 }
 
 void setTotalLength(Bytes& bytes, std::size_t at, std::size_t length) {
-    bytes[at] = low(static_cast<std::uint32_t>(length));
-    bytes[at + 1] = high(static_cast<std::uint32_t>(length));
+    putLittleEndian(length, std::span(bytes).subspan(at, 2));
 }
 
 void appendInterface(Bytes& bytes, std::uint8_t number, std::uint8_t alternate, std::uint8_t endpoints,
                      std::uint8_t subClass) {
-    append(bytes, {interfaceType, number, alternate, endpoints, videoClass, subClass, 0, 0});
+    append(bytes, {uvc::interfaceType, number, alternate, endpoints, uvc::videoClass, subClass, 0, 0});
 }
 
 void appendEndpoint(Bytes& bytes, const VirtualCameraModel& model, std::uint8_t attributes,
                     std::uint16_t maxPacketSize, std::uint8_t interval) {
-    append(bytes, {endpointType, model.streamingEndpoint(), attributes, low(maxPacketSize),
-                   high(maxPacketSize), interval});
+    append(bytes, {uvc::endpointType, model.streamingEndpoint(), attributes, lowByte(maxPacketSize),
+                   highByte(maxPacketSize), interval});
 }
 
 Bytes cameraTerminal(const VirtualCameraModel& model) {
-    const std::uint32_t map = model.terminalControls;
-    return {classInterfaceType,
-            0x02,
-            model.terminalID,
-            0x01,
-            0x02, // ITT_CAMERA
-            0,
-            0, // bAssocTerminal, iTerminal
-            0,
-            0,
-            0,
-            0,
-            0,
-            0, // focal lengths: unknown
-            3,
-            low(map),
-            high(map),
-            low(map >> 16U)};
+    Bytes body{uvc::classInterfaceType, uvc::inputTerminal, model.terminalID};
+    appendLittleEndian(body, uvc::cameraTerminal, 2);
+    appendLittleEndian(body, 0, 8); // bAssocTerminal, iTerminal, focal lengths: unknown
+    appendLittleEndian(body, 3, 1);
+    appendLittleEndian(body, model.terminalControls, 3);
+    return body;
 }
 
 Bytes processingUnit(const VirtualCameraModel& model) {
-    const std::uint32_t map = model.unitControls;
-    return {classInterfaceType, 0x05, model.unitID, model.terminalID, 0, 0, 2, low(map), high(map), 0, 0};
+    Bytes body{uvc::classInterfaceType, uvc::processingUnit, model.unitID, model.terminalID, 0, 0, 2};
+    appendLittleEndian(body, model.unitControls, 2);
+    appendLittleEndian(body, 0, 2);
+    return body;
 }
 
 Bytes outputTerminal(const VirtualCameraModel& model) {
-    return {classInterfaceType, 0x03, model.outputTerminalID, 0x01, 0x01, 0, model.unitID, 0}; // TT_STREAMING
+    Bytes body{uvc::classInterfaceType, uvc::outputTerminal, model.outputTerminalID};
+    appendLittleEndian(body, uvc::streamingTerminal, 2);
+    body.insert(body.end(), {0, model.unitID, 0});
+    return body;
 }
 
 void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
-    appendInterface(bytes, model.controlInterface(), 0, 0, controlSubClass);
+    appendInterface(bytes, model.controlInterface(), 0, 0, uvc::controlSubClass);
     const std::size_t start = bytes.size();
-    Bytes header{classInterfaceType, 0x01, low(classVersion), high(classVersion), 0, 0};
+    Bytes header{
+        uvc::classInterfaceType, uvc::controlHeader, lowByte(uvc::version11), highByte(uvc::version11), 0, 0};
     appendLittleEndian(header, streamClockFrequency, 4);
     appendLittleEndian(header, 1, 1); // one streaming interface
     appendLittleEndian(header, model.streamingInterface(), 1);
@@ -107,8 +77,8 @@ void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
 Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) {
     const auto frames = static_cast<std::uint8_t>(offers.size());
     if (offers.front().encoding == StreamEncoding::mjpeg)
-        return {classInterfaceType, 0x06, index, frames, 0, 1, 0, 0, 0, 0};
-    Bytes body{classInterfaceType, 0x04, index, frames};
+        return {uvc::classInterfaceType, uvc::mjpegFormat, index, frames, 0, 1, 0, 0, 0, 0};
+    Bytes body{uvc::classInterfaceType, uvc::uncompressedFormat, index, frames};
     constexpr std::array<std::uint8_t, 16> yuy2{'Y',  'U',  'Y',  '2',  0x00, 0x00, 0x10, 0x00,
                                                 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
     body.insert(body.end(), yuy2.begin(), yuy2.end());
@@ -118,12 +88,13 @@ Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) 
 }
 
 Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransport transport) {
-    const std::uint8_t subtype = offer.encoding == StreamEncoding::mjpeg ? 0x07 : 0x05;
+    const std::uint8_t subtype =
+        offer.encoding == StreamEncoding::mjpeg ? uvc::mjpegFrame : uvc::uncompressedFrame;
     const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport).maxFrameSize;
     const auto bitRate = [&](std::uint32_t interval) {
         return std::uint64_t{frameSize} * 8 * 10'000'000 / interval;
     };
-    Bytes body{classInterfaceType, subtype, index, 0};
+    Bytes body{uvc::classInterfaceType, subtype, index, 0};
     appendLittleEndian(body, offer.width, 2);
     appendLittleEndian(body, offer.height, 2);
     appendLittleEndian(body, bitRate(offer.frameIntervals.back()), 4);
@@ -139,8 +110,8 @@ Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransp
 void appendFormats(Bytes& bytes, const VirtualCameraModel& model) {
     const auto formats = offersByFormat(model);
     const std::size_t start = bytes.size();
-    Bytes header{classInterfaceType,
-                 0x01,
+    Bytes header{uvc::classInterfaceType,
+                 uvc::inputHeader,
                  static_cast<std::uint8_t>(formats.size()),
                  0,
                  0,
@@ -159,14 +130,15 @@ void appendFormats(Bytes& bytes, const VirtualCameraModel& model) {
         std::uint8_t frameIndex = 0;
         for (const StreamOffer& offer : offers)
             append(bytes, frameDescriptor(++frameIndex, offer, model.transport));
-        append(bytes, {classInterfaceType, 0x0D, 1, 1, 4}); // colours: BT.709, BT.709, BT.601
+        append(bytes,
+               {uvc::classInterfaceType, uvc::colourMatching, 1, 1, 4}); // colours: BT.709, BT.709, BT.601
     }
     setTotalLength(bytes, start + 4, bytes.size() - start);
 }
 
 void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     const bool bulk = model.transport == StreamTransport::bulk;
-    appendInterface(bytes, model.streamingInterface(), 0, bulk ? 1 : 0, streamingSubClass);
+    appendInterface(bytes, model.streamingInterface(), 0, bulk ? 1 : 0, uvc::streamingSubClass);
     appendFormats(bytes, model);
     if (bulk) {
         appendEndpoint(bytes, model, 0x02, 512, 0);
@@ -174,7 +146,7 @@ void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     }
     std::uint8_t alternate = 0;
     for (const std::uint16_t size : isochronousPacketSizes) {
-        appendInterface(bytes, model.streamingInterface(), ++alternate, 1, streamingSubClass);
+        appendInterface(bytes, model.streamingInterface(), ++alternate, 1, uvc::streamingSubClass);
         appendEndpoint(bytes, model, 0x05, size, 1); // isochronous, asynchronous, every microframe
     }
 }
@@ -183,18 +155,19 @@ void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
 
 std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) {
     Bytes bytes;
-    append(bytes, {deviceType, 0x00, 0x02, // USB 2.0
-                   0xEF, 0x02, 0x01,       // class by interface association
-                   64, low(model.vendorID), high(model.vendorID), low(model.productID), high(model.productID),
-                   0x00, 0x01, // release 1.0
+    append(bytes, {uvc::deviceType, 0x00, 0x02, // USB 2.0
+                   0xEF, 0x02, 0x01,            // class by interface association
+                   64, lowByte(model.vendorID), highByte(model.vendorID), lowByte(model.productID),
+                   highByte(model.productID), 0x00, 0x01, // release 1.0
                    manufacturerString, productString, serialString, 1});
     return bytes;
 }
 
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model) {
     Bytes bytes;
-    append(bytes, {configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
-    append(bytes, {associationType, model.controlInterface(), 2, videoClass, collectionSubClass, 0, 0});
+    append(bytes, {uvc::configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
+    append(bytes, {uvc::associationType, model.controlInterface(), 2, uvc::videoClass,
+                   uvc::collectionSubClass, 0, 0});
     appendControlInterface(bytes, model);
     appendStreamingInterface(bytes, model);
     setTotalLength(bytes, 2, bytes.size());
@@ -205,7 +178,7 @@ std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& 
 std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, std::uint8_t index) {
     Bytes bytes;
     if (index == 0) {
-        append(bytes, {stringType, 0x09, 0x04}); // English, United States
+        append(bytes, {uvc::stringType, 0x09, 0x04}); // English, United States
         return bytes;
     }
     std::string text;
@@ -213,7 +186,7 @@ std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, 
     if (index == productString) text = model.product;
     if (index == serialString) text = model.serial;
     if (text.empty()) return bytes;
-    Bytes body{stringType};
+    Bytes body{uvc::stringType};
     for (const char letter : text.substr(0, 126))
         appendLittleEndian(body, static_cast<std::uint8_t>(letter), 2);
     append(bytes, body);

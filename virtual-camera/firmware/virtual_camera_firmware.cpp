@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_descriptors.h"
 
 namespace tavelo {
@@ -16,7 +17,7 @@ bool isRead(const UsbSetup& setup) {
 
 bool concerns(const FirmwareFault& fault, ControlAddress address, const UsbSetup& setup) {
     if (fault.control && *fault.control != address) return false;
-    if (fault.request && *fault.request != setup.bRequest) return false;
+    if (fault.request && *fault.request != static_cast<UvcRequest>(setup.bRequest)) return false;
     if (fault.direction == FaultDirection::both) return true;
     return isRead(setup) == (fault.direction == FaultDirection::reads);
 }
@@ -88,37 +89,37 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerClass(const UsbSetup&
     if ((setup.bmRequestType & uvc::recipientMask) != uvc::recipientInterface)
         return refused(uvc::errorInvalidRequest);
     const auto interface = static_cast<std::uint8_t>(setup.wIndex);
-    const auto entity = static_cast<std::uint8_t>(setup.wIndex >> 8U);
+    const std::uint8_t entity = highByte(setup.wIndex);
     if (interface == model_.streamingInterface()) return answerStreaming(setup, out);
     if (interface != model_.controlInterface()) return refused(uvc::errorInvalidRequest);
     if (entity == 0) return answerErrorCode(setup);
 
     Answer given;
     if (entity == model_.terminalID)
-        given = answerControl(ControlEntity::cameraTerminal, setup, out, lock);
+        given = answerControl(UvcEntity::cameraTerminal, setup, out, lock);
     else if (entity == model_.unitID)
-        given = answerControl(ControlEntity::processingUnit, setup, out, lock);
+        given = answerControl(UvcEntity::processingUnit, setup, out, lock);
     else
         given = refused(entity == model_.outputTerminalID ? uvc::errorInvalidControl : uvc::errorInvalidUnit);
     if (given.reply.kind != UsbReplyKind::silence) errorCode_ = given.errorCode;
     return given;
 }
 
-VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(ControlEntity entity,
-                                                                   const UsbSetup& setup,
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(UvcEntity entity, const UsbSetup& setup,
                                                                    std::span<const std::uint8_t> out,
                                                                    std::unique_lock<std::mutex>& lock) {
-    const ControlAddress address{entity, static_cast<std::uint8_t>(setup.wValue >> 8U)};
+    const ControlAddress address{entity, highByte(setup.wValue)};
+    const auto request = static_cast<UvcRequest>(setup.bRequest);
     std::optional<FirmwareFault> fault = orderedFault(address, setup, lock);
     if (vanished_ || (fault && fault->kind == FaultKind::silence)) return silent();
     if (fault && fault->kind == FaultKind::stall) return refused(fault->errorCode);
 
     if (!isRead(setup)) {
-        if (setup.bRequest != uvc::setCur) return refused(uvc::errorInvalidRequest);
+        if (request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
         const std::uint8_t code = controls_.write(address, out).errorCode;
         return code == 0 ? delivered({}) : refused(code);
     }
-    ControlBank::Result result = controls_.read(address, setup.bRequest);
+    ControlBank::Result result = controls_.read(address, request);
     if (result.errorCode != 0) return refused(result.errorCode);
     if (fault) result.data.resize(std::min(result.data.size(), fault->length));
     return delivered(std::move(result.data));
@@ -144,19 +145,21 @@ std::optional<FirmwareFault> VirtualCameraFirmware::orderedFault(ControlAddress 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerErrorCode(const UsbSetup& setup) const {
     if (setup.wValue >> 8U != uvc::requestErrorCodeControl) return refused(uvc::errorInvalidControl);
     if (setup.bmRequestType != uvc::classInterfaceIn) return refused(uvc::errorInvalidRequest);
-    if (setup.bRequest == uvc::getCur) return delivered({errorCode_});
-    if (setup.bRequest == uvc::getInfo) return delivered({uvc::infoGet});
+    const auto request = static_cast<UvcRequest>(setup.bRequest);
+    if (request == UvcRequest::getCur) return delivered({errorCode_});
+    if (request == UvcRequest::getInfo) return delivered({uvc::infoGet});
     return refused(uvc::errorInvalidRequest);
 }
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerStreaming(const UsbSetup& setup,
                                                                      std::span<const std::uint8_t> out) {
-    const auto selector = static_cast<std::uint8_t>(setup.wValue >> 8U);
+    const std::uint8_t selector = highByte(setup.wValue);
+    const auto request = static_cast<UvcRequest>(setup.bRequest);
     if (isRead(setup)) {
-        StreamNegotiation::Result result = negotiation_.read(selector, setup.bRequest);
+        StreamNegotiation::Result result = negotiation_.read(selector, request);
         return result.errorCode == 0 ? delivered(std::move(result.data)) : refused(result.errorCode);
     }
-    if (setup.bRequest != uvc::setCur) return refused(uvc::errorInvalidRequest);
+    if (request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
     const std::uint8_t code = negotiation_.write(selector, out).errorCode;
     if (code != 0) return refused(code);
     if (selector == uvc::commitControl && model_.transport == StreamTransport::bulk) bulkRunning_ = true;
@@ -180,8 +183,8 @@ std::uint8_t VirtualCameraFirmware::alternateSetting() const {
 
 bool VirtualCameraFirmware::listsControl(std::uint8_t entityID, std::uint8_t selector) const {
     const std::scoped_lock lock(mutex_);
-    if (entityID == model_.terminalID) return controls_.has({ControlEntity::cameraTerminal, selector});
-    return entityID == model_.unitID && controls_.has({ControlEntity::processingUnit, selector});
+    if (entityID == model_.terminalID) return controls_.has({UvcEntity::cameraTerminal, selector});
+    return entityID == model_.unitID && controls_.has({UvcEntity::processingUnit, selector});
 }
 
 std::optional<std::int64_t> VirtualCameraFirmware::controlValue(ControlAddress address) const {

@@ -131,7 +131,7 @@ private:
     Answer answerEndpoint(const UsbSetup& setup);
     Answer answerClass(const UsbSetup& setup, std::span<const std::uint8_t> out,
                        std::unique_lock<std::mutex>& lock);
-    Answer answerControl(ControlEntity entity, const UsbSetup& setup, std::span<const std::uint8_t> out,
+    Answer answerControl(UvcEntity entity, const UsbSetup& setup, std::span<const std::uint8_t> out,
                          std::unique_lock<std::mutex>& lock);
     Answer answerErrorCode(const UsbSetup& setup) const;
     Answer answerStreaming(const UsbSetup& setup, std::span<const std::uint8_t> out);

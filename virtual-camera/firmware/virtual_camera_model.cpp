@@ -28,8 +28,8 @@ void giveEntities(VirtualCameraModel& model) {
 void giveControls(VirtualCameraModel& model) {
     for (const FirmwareControl& row : firmwareControls()) {
         auto& map =
-            row.address.entity == ControlEntity::cameraTerminal ? model.terminalControls : model.unitControls;
-        map |= 1U << row.mapBit;
+            row.address.entity == UvcEntity::cameraTerminal ? model.terminalControls : model.unitControls;
+        map |= controlBit(row.address);
     }
     if (model.number % 2 == 0) {
         model.exposureModes = 0x09;

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/program/two_function_gadget.h"
 #include "virtual-camera/program/virtual_camera_gadget.h"
 

@@ -3,16 +3,10 @@
 
 #include <algorithm>
 
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
+
 namespace tavelo {
-namespace {
-
-// bmHeaderInfo
-constexpr std::uint8_t frameIdentifierBit = 0x01;
-constexpr std::uint8_t endOfFrameBit = 0x02;
-constexpr std::uint8_t presentationTimeBit = 0x04;
-constexpr std::uint8_t endOfHeaderBit = 0x80;
-
-} // namespace
 
 PayloadPacketizer::PayloadPacketizer(StreamTransport transport, std::uint32_t maxPayload)
     : transport_(transport),
@@ -54,11 +48,10 @@ void PayloadPacketizer::beginPayload(std::size_t size) {
     sent_ += piece_.size();
     at_ = 0;
     header_[0] = headerSize;
-    header_[1] = endOfHeaderBit | presentationTimeBit;
-    if (frameIdentifier_) header_[1] |= frameIdentifierBit;
-    if (sent_ == frame_.size()) header_[1] |= endOfFrameBit;
-    for (std::size_t i = 0; i < 4; ++i)
-        header_[2 + i] = static_cast<std::uint8_t>(time_ >> 8U * i);
+    header_[1] = uvc::endOfHeaderBit | uvc::presentationTimeBit;
+    if (frameIdentifier_) header_[1] |= uvc::frameIdentifierBit;
+    if (sent_ == frame_.size()) header_[1] |= uvc::endOfFrameBit;
+    putLittleEndian(time_, std::span(header_).subspan(2, 4));
 }
 
 std::size_t PayloadPacketizer::copy(std::span<std::uint8_t> room) {

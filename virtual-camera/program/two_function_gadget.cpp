@@ -4,21 +4,20 @@
 #include <algorithm>
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 namespace {
 
 constexpr std::size_t headerLength = 9;
-constexpr std::uint16_t configurationType = 2U << 8U; // in wValue of GET_DESCRIPTOR
 
 // The configuration of the first, followed by the interfaces of the second.
 std::vector<std::uint8_t> joined(std::span<const std::uint8_t> first, std::span<const std::uint8_t> second) {
     std::vector<std::uint8_t> bytes(first.begin(), first.end());
     const auto further = second.subspan(std::min(headerLength, second.size()));
     bytes.insert(bytes.end(), further.begin(), further.end());
-    bytes[2] = static_cast<std::uint8_t>(bytes.size());
-    bytes[3] = static_cast<std::uint8_t>(bytes.size() >> 8U);
+    putLittleEndian(bytes.size(), std::span(bytes).subspan(2, 2));
     bytes[4] = 4; // interfaces
     return bytes;
 }
@@ -35,7 +34,8 @@ TwoFunctionGadget::TwoFunctionGadget(const std::shared_ptr<VirtualCameraFirmware
 UsbReply TwoFunctionGadget::control(const UsbSetup& setup, std::span<const std::uint8_t> out) {
     const bool standard = (setup.bmRequestType & uvc::typeMask) == 0;
     const bool device = (setup.bmRequestType & uvc::recipientMask) == uvc::recipientDevice;
-    if (standard && device && setup.bRequest == uvc::getDescriptor && setup.wValue == configurationType) {
+    if (standard && device && setup.bRequest == uvc::getDescriptor &&
+        setup.wValue == uvc::configurationType << 8) {
         const std::size_t length = std::min<std::size_t>(configuration_.size(), setup.wLength);
         UsbReply reply = first_.control(setup, out); // it knows whether the device is still there
         if (reply.kind == UsbReplyKind::done)

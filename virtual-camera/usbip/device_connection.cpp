@@ -5,14 +5,13 @@
 #include <span>
 #include <utility>
 
+#include "platform/uvc/little_endian.h"
+
 namespace tavelo::usbip {
 namespace {
 
 UsbSetup decodeSetup(const std::array<std::uint8_t, 8>& bytes) {
-    const auto word = [&](std::size_t at) {
-        return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8);
-    };
-    return {bytes[0], bytes[1], word(2), word(4), word(6)};
+    return {bytes[0], bytes[1], wordAt(bytes, 2), wordAt(bytes, 4), wordAt(bytes, 6)};
 }
 
 } // namespace

@@ -5,22 +5,18 @@
 #include <charconv>
 #include <string_view>
 
+#include "platform/uvc/descriptor_walk.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
+
 namespace tavelo::usbip {
 namespace {
-
-constexpr std::uint8_t configurationType = 2;
-constexpr std::uint8_t interfaceType = 4;
-constexpr std::uint8_t endpointType = 5;
-
-std::uint16_t littleEndianWord(std::span<const std::uint8_t> bytes, std::size_t at) {
-    return static_cast<std::uint16_t>(bytes[at] | bytes[at + 1] << 8);
-}
 
 Endpoint readEndpoint(std::span<const std::uint8_t> descriptor) {
     Endpoint endpoint;
     endpoint.address = descriptor[2];
     endpoint.type = static_cast<EndpointType>(descriptor[3] & 3U);
-    endpoint.packetSize = littleEndianWord(descriptor, 4) & 0x7FFU;
+    endpoint.packetSize = wordAt(descriptor, 4) & 0x7FFU;
     const unsigned exponent = std::clamp<unsigned>(descriptor[6], 1, 16);
     endpoint.interval = 1U << (exponent - 1);
     return endpoint;
@@ -28,10 +24,10 @@ Endpoint readEndpoint(std::span<const std::uint8_t> descriptor) {
 
 void take(GadgetLayout& layout, std::span<const std::uint8_t> descriptor) {
     const std::uint8_t type = descriptor[1];
-    if (type == configurationType && descriptor.size() >= 6) layout.configurationValue = descriptor[5];
-    if (type == interfaceType && descriptor.size() >= 8 && descriptor[3] == 0)
+    if (type == uvc::configurationType && descriptor.size() >= 6) layout.configurationValue = descriptor[5];
+    if (type == uvc::interfaceType && descriptor.size() >= 8 && descriptor[3] == 0)
         layout.interfaces.push_back({descriptor[5], descriptor[6], descriptor[7]});
-    if (type == endpointType && descriptor.size() >= 7 && !layout.find(descriptor[2]))
+    if (type == uvc::endpointType && descriptor.size() >= 7 && !layout.find(descriptor[2]))
         layout.endpoints.push_back(readEndpoint(descriptor));
 }
 
@@ -51,13 +47,8 @@ std::optional<Endpoint> GadgetLayout::find(std::uint8_t address) const {
 
 GadgetLayout layoutOf(std::span<const std::uint8_t> configurationDescriptor) {
     GadgetLayout layout;
-    std::span<const std::uint8_t> left = configurationDescriptor;
-    while (left.size() >= 2) {
-        const std::size_t length = left[0];
-        if (length < 2 || length > left.size()) break;
-        take(layout, left.first(length));
-        left = left.subspan(length);
-    }
+    while (const auto descriptor = takeDescriptor(configurationDescriptor))
+        take(layout, *descriptor);
     return layout;
 }
 
@@ -73,9 +64,9 @@ ExportedDevice describe(const UsbGadget& gadget, const std::string& busId) {
     const std::span<const std::uint8_t> descriptor = gadget.deviceDescriptor();
     if (descriptor.size() >= 18) {
         device.deviceClass = {descriptor[4], descriptor[5], descriptor[6]};
-        device.vendorID = littleEndianWord(descriptor, 8);
-        device.productID = littleEndianWord(descriptor, 10);
-        device.release = littleEndianWord(descriptor, 12);
+        device.vendorID = wordAt(descriptor, 8);
+        device.productID = wordAt(descriptor, 10);
+        device.release = wordAt(descriptor, 12);
         device.configurationCount = descriptor[17];
     }
     const GadgetLayout layout = layoutOf(gadget.configurationDescriptor());

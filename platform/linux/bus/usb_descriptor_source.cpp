@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/linux/bus/libusb_handles.h"
+#include "platform/uvc/little_endian.h"
 
 namespace tavelo {
 
@@ -12,20 +13,25 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-std::uint8_t low(std::uint16_t word) {
-    return static_cast<std::uint8_t>(word & 0xFF);
-}
-
-std::uint8_t high(std::uint16_t word) {
-    return static_cast<std::uint8_t>(word >> 8);
-}
-
 Bytes deviceBytes(const libusb_device_descriptor& from) {
-    return {from.bLength,        from.bDescriptorType,   low(from.bcdUSB),     high(from.bcdUSB),
-            from.bDeviceClass,   from.bDeviceSubClass,   from.bDeviceProtocol, from.bMaxPacketSize0,
-            low(from.idVendor),  high(from.idVendor),    low(from.idProduct),  high(from.idProduct),
-            low(from.bcdDevice), high(from.bcdDevice),   from.iManufacturer,   from.iProduct,
-            from.iSerialNumber,  from.bNumConfigurations};
+    return {from.bLength,
+            from.bDescriptorType,
+            lowByte(from.bcdUSB),
+            highByte(from.bcdUSB),
+            from.bDeviceClass,
+            from.bDeviceSubClass,
+            from.bDeviceProtocol,
+            from.bMaxPacketSize0,
+            lowByte(from.idVendor),
+            highByte(from.idVendor),
+            lowByte(from.idProduct),
+            highByte(from.idProduct),
+            lowByte(from.bcdDevice),
+            highByte(from.bcdDevice),
+            from.iManufacturer,
+            from.iProduct,
+            from.iSerialNumber,
+            from.bNumConfigurations};
 }
 
 void append(Bytes& bytes, const unsigned char* extra, int length) {
@@ -35,10 +41,15 @@ void append(Bytes& bytes, const unsigned char* extra, int length) {
 // libusb splits up the configuration; this restores the bytes that the descriptor parser reads, with the
 // class's own descriptors byte for byte.  Endpoints are left out.
 Bytes configurationBytes(const libusb_config_descriptor& from) {
-    Bytes bytes{
-        from.bLength,        from.bDescriptorType,     low(from.wTotalLength), high(from.wTotalLength),
-        from.bNumInterfaces, from.bConfigurationValue, from.iConfiguration,    from.bmAttributes,
-        from.MaxPower};
+    Bytes bytes{from.bLength,
+                from.bDescriptorType,
+                lowByte(from.wTotalLength),
+                highByte(from.wTotalLength),
+                from.bNumInterfaces,
+                from.bConfigurationValue,
+                from.iConfiguration,
+                from.bmAttributes,
+                from.MaxPower};
     append(bytes, from.extra, from.extra_length);
     for (const libusb_interface& interface : std::span(from.interface, from.bNumInterfaces)) {
         if (interface.altsetting == nullptr || interface.num_altsetting <= 0) continue;

@@ -13,9 +13,6 @@ namespace tavelo {
 
 namespace {
 
-constexpr std::uint8_t classRead = 0xA1;
-constexpr std::uint8_t classWrite = 0x21;
-
 std::string_view nameOf(std::uint8_t request) {
     switch (static_cast<UvcRequest>(request)) {
         case UvcRequest::setCur:
@@ -90,8 +87,8 @@ ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
         device = device_;
     }
     if (!device) return ErrorCode::closed;
-    const bool isWrite = request.bmRequestType == classWrite;
-    if (!isWrite && request.bmRequestType != classRead) return ErrorCode::failed;
+    const bool isWrite = request.bmRequestType == uvc::classInterfaceOut;
+    if (!isWrite && request.bmRequestType != uvc::classInterfaceIn) return ErrorCode::failed;
     if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const KernelControl* control = findControl(request);
     if (control == nullptr) return ErrorCode::none;
@@ -108,7 +105,7 @@ const KernelControl* KernelControlInterface::findControl(const UsbControlRequest
     if ((request.wIndex & 0xFF) != address_.interfaceNumber) return nullptr;
     const auto entity = entityOf(address_, request.wIndex >> 8);
     if (!entity) return nullptr;
-    return findKernelControl(*entity, static_cast<std::uint8_t>(request.wValue >> 8));
+    return findKernelControl({*entity, static_cast<std::uint8_t>(request.wValue >> 8)});
 }
 
 ErrorCode KernelControlInterface::read(V4l2ControlDevice& device, const KernelControl& control,

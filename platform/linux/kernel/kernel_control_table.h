@@ -7,9 +7,9 @@
 #include <span>
 #include <string_view>
 
-namespace tavelo {
+#include "platform/uvc/controls.h"
 
-enum class UvcEntity : std::uint8_t { cameraTerminal, processingUnit };
+namespace tavelo {
 
 /// How the value of the V4L2 control maps to the bytes of the camera's control.
 enum class KernelEncoding : std::uint8_t {
@@ -27,8 +27,7 @@ enum class KernelRange : std::uint8_t {
 };
 
 struct KernelControl {
-    UvcEntity entity;
-    std::uint8_t selector;
+    ControlAddress address;
     std::uint8_t size; ///< bytes on the wire
     bool isSigned;     ///< how a written value shorter than V4L2's 32 bits is widened
     KernelEncoding encoding;
@@ -43,6 +42,6 @@ std::span<const KernelControl> kernelControls();
 
 /// Null for a control that the kernel does not map: scanning mode, roll, relative exposure time, and any
 /// that this program does not know.
-const KernelControl* findKernelControl(UvcEntity entity, std::uint8_t selector);
+const KernelControl* findKernelControl(ControlAddress address);
 
 } // namespace tavelo

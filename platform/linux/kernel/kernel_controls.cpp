@@ -10,13 +10,15 @@
 #include <optional>
 
 #include "platform/linux/file_error.h"
+#include "platform/uvc/little_endian.h"
 
 namespace tavelo {
 
 namespace {
 
-// The camera's bit for each entry of V4L2's menu: automatic, manual, shutter priority, aperture priority.
-constexpr std::array<std::uint8_t, 4> exposureModes{2, 1, 4, 8};
+// The camera's mode for each entry of V4L2's menu.
+constexpr std::array<std::uint8_t, 4> exposureModes{uvc::automaticExposure, uvc::manualExposure,
+                                                    uvc::shutterPriority, uvc::aperturePriority};
 
 // One control, or the two of a pair.
 struct Ids {
@@ -31,11 +33,6 @@ struct Ids {
     const std::uint32_t* end() const { return ids.data() + count; }
 };
 
-void append(std::vector<std::uint8_t>& bytes, std::uint32_t value, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i)
-        bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-}
-
 // False if the camera has no equivalent of the value.
 bool appendValue(std::vector<std::uint8_t>& bytes, const KernelControl& control, std::int32_t value) {
     if (control.encoding == KernelEncoding::exposureMode) {
@@ -43,18 +40,13 @@ bool appendValue(std::vector<std::uint8_t>& bytes, const KernelControl& control,
         bytes.push_back(exposureModes[std::size_t(value)]);
         return true;
     }
-    append(bytes, static_cast<std::uint32_t>(value),
-           control.encoding == KernelEncoding::pair ? 4 : control.size);
+    appendLittleEndian(bytes, static_cast<std::uint32_t>(value),
+                       control.encoding == KernelEncoding::pair ? 4 : control.size);
     return true;
 }
 
 std::int32_t decode(std::span<const std::uint8_t> bytes, bool isSigned) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        value |= std::uint32_t{bytes[i]} << (8 * i);
-    const bool negative = isSigned && (bytes.back() & 0x80) != 0;
-    if (negative && bytes.size() < 4) value |= ~std::uint32_t{0} << (8 * bytes.size());
-    return static_cast<std::int32_t>(value);
+    return static_cast<std::int32_t>(integerOf(bytes, isSigned));
 }
 
 // `data` has the control's full size.  Nothing if the camera has no such value.
@@ -146,18 +138,17 @@ KernelReply readRange(V4l2ControlDevice& device, const KernelControl& control, U
     return reply;
 }
 
-// Bit 0 readable, bit 1 writable, bit 2 disabled by an automatic control, bit 3 changed by the camera itself.
 std::uint8_t infoBits(std::uint32_t flags) {
-    std::uint8_t info = 0x03;
-    if ((flags & V4L2_CTRL_FLAG_WRITE_ONLY) != 0) info &= 0x0E;
-    if ((flags & V4L2_CTRL_FLAG_READ_ONLY) != 0) info &= 0x0D;
-    if ((flags & V4L2_CTRL_FLAG_INACTIVE) != 0) info |= 0x04;
-    if ((flags & V4L2_CTRL_FLAG_VOLATILE) != 0) info |= 0x08;
+    std::uint8_t info = 0;
+    if ((flags & V4L2_CTRL_FLAG_WRITE_ONLY) == 0) info |= uvc::infoGet;
+    if ((flags & V4L2_CTRL_FLAG_READ_ONLY) == 0) info |= uvc::infoSet;
+    if ((flags & V4L2_CTRL_FLAG_INACTIVE) != 0) info |= uvc::infoDisabledByAutomatic;
+    if ((flags & V4L2_CTRL_FLAG_VOLATILE) != 0) info |= uvc::infoAutoUpdate;
     return info;
 }
 
 KernelReply readInfo(V4l2ControlDevice& device, const KernelControl& control) {
-    std::uint8_t able = 0x03;
+    std::uint8_t able = uvc::infoGet | uvc::infoSet;
     std::uint8_t state = 0;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
@@ -165,7 +156,7 @@ KernelReply readInfo(V4l2ControlDevice& device, const KernelControl& control) {
         if ((info.flags & V4L2_CTRL_FLAG_DISABLED) != 0) return {};
         const std::uint8_t bits = infoBits(info.flags);
         able &= bits;
-        state |= bits & 0x0C;
+        state |= bits & (uvc::infoDisabledByAutomatic | uvc::infoAutoUpdate);
     }
     return {0, {static_cast<std::uint8_t>(able | state)}, false};
 }

@@ -12,18 +12,6 @@
 
 namespace tavelo {
 
-/// bRequest of the USB Video Class.
-enum class UvcRequest : std::uint8_t {
-    setCur = 0x01,
-    getCur = 0x81,
-    getMin = 0x82,
-    getMax = 0x83,
-    getRes = 0x84,
-    getLen = 0x85,
-    getInfo = 0x86,
-    getDef = 0x87,
-};
-
 /// The result of a request.
 struct KernelReply {
     /// 0, or the errno of the failure.

@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/linux/usb/class_ranges.h"
+#include "platform/uvc/controls.h"
 
 namespace tavelo {
 namespace {
@@ -16,10 +16,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patience = 1s;
-constexpr std::uint8_t directionIn = 0x80;
 
 bool isRead(const UsbControlRequest& request) {
-    return (request.bmRequestType & directionIn) != 0;
+    return (request.bmRequestType & uvc::directionIn) != 0;
 }
 
 std::string_view reasonOf(ErrorCode status) {
@@ -76,7 +75,7 @@ bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
     const std::optional<UvcEntity> kind = function_.kindOf(entity);
     if (!isRead(request) || request.wLength == 0 || !kind || !function_.lists(entity, selector)) return false;
     const auto answer =
-        classRange(*kind, selector, static_cast<UvcRequest>(request.bRequest), function_.classVersion);
+        classRange({*kind, selector}, static_cast<UvcRequest>(request.bRequest), function_.classVersion);
     if (!answer) return false;
     request.data[0] = *answer;
     request.bytesDone = 1;

@@ -9,8 +9,8 @@
 
 #include "platform/diagnostics.h"
 #include "platform/linux/usb/usb_camera_claims.h"
-#include "platform/linux/usb/usb_video_function.h"
 #include "platform/usb_interface.h"
+#include "platform/uvc/usb_video_function.h"
 
 namespace tavelo {
 

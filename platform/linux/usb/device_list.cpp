@@ -9,8 +9,8 @@
 #include "platform/common/capture_device_book.h"
 #include "platform/common/location_id.h"
 #include "platform/linux/bus/sysfs_usb.h"
-#include "platform/linux/usb/usb_video_function.h"
 #include "platform/uvc/descriptors.h"
+#include "platform/uvc/usb_video_function.h"
 
 namespace tavelo {
 namespace {

@@ -27,11 +27,11 @@ protected:
         return device->openInterface(device->CreateInterfaceIterator(videoControl)->at(0));
     }
 
-    UsbControlRequest request(std::uint8_t code, ControlAddress address, std::span<std::uint8_t> data) {
+    UsbControlRequest request(UvcRequest code, ControlAddress address, std::span<std::uint8_t> data) {
         FirmwareClient client(*backend.bus->camera(1));
-        const bool write = code == uvc::setCur;
+        const bool write = code == UvcRequest::setCur;
         return {write ? uvc::classInterfaceOut : uvc::classInterfaceIn,
-                code,
+                codeOf(code),
                 static_cast<std::uint16_t>(address.selector << 8),
                 client.indexOf(address),
                 static_cast<std::uint16_t>(data.size()),
@@ -75,7 +75,7 @@ TEST_F(VirtualUsbTest, iteratorListsWhatMatches) {
 
 TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
     camera->setControlValue(control::brightness, -2);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 2U);
     EXPECT_EQ(bytes[0], 0xFE);
@@ -83,14 +83,14 @@ TEST_F(VirtualUsbTest, aReadDeliversTheCamerasBytes) {
 }
 
 TEST_F(VirtualUsbTest, aReadOfMoreThanTheControlHasTellsHowMuchCame) {
-    auto get = request(uvc::getCur, control::powerLine, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::powerLine, std::span(bytes).first(2));
     EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 1U);
 }
 
 TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
     bytes = {42, 0};
-    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
     EXPECT_EQ(camera->controlValue(control::brightness), 42);
@@ -103,21 +103,21 @@ TEST_F(VirtualUsbTest, aWriteReachesTheCamera) {
 
 TEST_F(VirtualUsbTest, aRefusedWriteIsRefusedAndTheInterfaceStaysOpen) {
     bytes = {0x00, 0x70};
-    auto set = request(uvc::setCur, control::brightness, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(set), ErrorCode::refused);
     EXPECT_EQ(set.bytesDone, 0U);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), ErrorCode::none);
 }
 
 TEST_F(VirtualUsbTest, aStalledReadIsAnAnswerOfNoBytes) {
-    auto get = request(uvc::getMin, control::autoFocus, std::span(bytes).first(1));
+    auto get = request(UvcRequest::getMin, control::autoFocus, std::span(bytes).first(1));
     EXPECT_EQ(send(get), ErrorCode::none);
     EXPECT_EQ(get.bytesDone, 0U);
 }
 
 TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
-    auto set = request(uvc::setCur, {ControlEntity::processingUnit, 40}, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, {UvcEntity::processingUnit, 40}, std::span(bytes).first(2));
     EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 0U);
     set.wIndex = 0xEE00;
@@ -127,13 +127,13 @@ TEST_F(VirtualUsbTest, aWriteToAControlThatIsNotListedCompletesWithNoBytes) {
 
 TEST_F(VirtualUsbTest, twoBytesOfAHundredToRelativeExposureAreTaken) {
     bytes = {100, 0};
-    auto set = request(uvc::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
+    auto set = request(UvcRequest::setCur, control::exposureTimeRelative, std::span(bytes).first(2));
     EXPECT_EQ(send(set), ErrorCode::none);
     EXPECT_EQ(set.bytesDone, 2U);
 }
 
 TEST_F(VirtualUsbTest, aRequestForBytesWithoutAPlaceForThemFails) {
-    for (const std::uint8_t code : {uvc::getCur, uvc::setCur}) {
+    for (const UvcRequest code : {UvcRequest::getCur, UvcRequest::setCur}) {
         auto nowhere = request(code, control::brightness, std::span(bytes).first(2));
         nowhere.data = nullptr;
         EXPECT_EQ(send(nowhere), ErrorCode::failed);
@@ -146,14 +146,14 @@ TEST_F(VirtualUsbTest, silenceIsATimeout) {
     FirmwareFault fault;
     fault.kind = FaultKind::silence;
     camera->order(fault);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), ErrorCode::timeout);
 }
 
 TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
     interface->USBInterfaceClose();
     interface->USBInterfaceClose();
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     EXPECT_EQ(send(get), ErrorCode::closed);
     EXPECT_TRUE(camera->requestLog().empty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
@@ -161,8 +161,10 @@ TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
 }
 
 TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
-    const auto device = std::move(backend.usb->listDevices().front());
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
+    const auto services = backend.usb->matchingDeviceServices();
+    const auto plugIn = services[0]->CreatePlugInInterface();
+    const auto device = plugIn->QueryInterface();
     const auto found = device->CreateInterfaceIterator(videoControl);
     EXPECT_TRUE(backend.bus->unplug(1));
     EXPECT_FALSE(backend.bus->unplug(1));
@@ -180,7 +182,7 @@ TEST_F(VirtualUsbTest, unpluggingDuringARequestEndsIt) {
     fault.kind = FaultKind::delay;
     fault.wait = std::chrono::hours(1);
     camera->order(fault);
-    auto get = request(uvc::getCur, control::brightness, std::span(bytes).first(2));
+    auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
     std::thread unplugger([&] { backend.bus->unplug(1); });
     EXPECT_EQ(send(get), ErrorCode::gone);
     unplugger.join();

@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "virtual-camera/firmware/byte_order.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
@@ -19,22 +19,22 @@ public:
     std::uint16_t indexOf(ControlAddress address) const {
         const auto& model = firmware_.model();
         const std::uint8_t entity =
-            address.entity == ControlEntity::cameraTerminal ? model.terminalID : model.unitID;
-        return static_cast<std::uint16_t>(entity << 8 | uvc::controlInterface);
+            address.entity == UvcEntity::cameraTerminal ? model.terminalID : model.unitID;
+        return static_cast<std::uint16_t>(entity << 8 | model.controlInterface());
     }
 
-    UsbReply get(std::uint8_t request, ControlAddress address, std::uint16_t length = 64) {
+    UsbReply get(UvcRequest request, ControlAddress address, std::uint16_t length = 64) {
         return firmware_.control(
-            {uvc::classInterfaceIn, request, static_cast<std::uint16_t>(address.selector << 8),
+            {uvc::classInterfaceIn, codeOf(request), static_cast<std::uint16_t>(address.selector << 8),
              indexOf(address), length},
             {});
     }
 
     UsbReply set(ControlAddress address, std::span<const std::uint8_t> bytes) {
-        return firmware_.control(
-            {uvc::classInterfaceOut, uvc::setCur, static_cast<std::uint16_t>(address.selector << 8),
-             indexOf(address), static_cast<std::uint16_t>(bytes.size())},
-            bytes);
+        return firmware_.control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur),
+                                  static_cast<std::uint16_t>(address.selector << 8), indexOf(address),
+                                  static_cast<std::uint16_t>(bytes.size())},
+                                 bytes);
     }
 
     UsbReply set(ControlAddress address, std::int64_t value, std::size_t size) {
@@ -49,7 +49,7 @@ public:
     }
 
     /// The reply as a number; sign-extended if the control is signed.
-    std::int64_t number(std::uint8_t request, ControlAddress address) {
+    std::int64_t number(UvcRequest request, ControlAddress address) {
         const UsbReply reply = get(request, address);
         std::uint64_t raw = littleEndian(reply.data);
         const std::size_t bits = 8 * reply.data.size();
@@ -60,9 +60,10 @@ public:
 
     /// Reads the request error code control.
     std::uint8_t errorCode() {
-        const UsbReply reply = firmware_.control(
-            {uvc::classInterfaceIn, uvc::getCur, uvc::requestErrorCodeControl << 8, uvc::controlInterface, 1},
-            {});
+        const UsbReply reply =
+            firmware_.control({uvc::classInterfaceIn, codeOf(UvcRequest::getCur),
+                               uvc::requestErrorCodeControl << 8, firmware_.model().controlInterface(), 1},
+                              {});
         return reply.data.size() == 1 ? reply.data[0] : std::uint8_t{0xEE};
     }
 

@@ -37,49 +37,49 @@ protected:
 };
 
 TEST_P(EachControl, canBeReadAndWritten) {
-    const UsbReply info = client.get(uvc::getInfo, address);
+    const UsbReply info = client.get(UvcRequest::getInfo, address);
     ASSERT_EQ(info.kind, done);
     ASSERT_EQ(info.data.size(), 1U);
     EXPECT_EQ(info.data[0] & 3, 3);
 }
 
 TEST_P(EachControl, answersInItsOwnSizeHoweverMuchIsAsked) {
-    EXPECT_EQ(client.get(uvc::getCur, address, 64).data.size(), GetParam().size);
-    EXPECT_THAT(client.get(uvc::getLen, address).data, ElementsAre(GetParam().size, 0));
+    EXPECT_EQ(client.get(UvcRequest::getCur, address, 64).data.size(), GetParam().size);
+    EXPECT_THAT(client.get(UvcRequest::getLen, address).data, ElementsAre(GetParam().size, 0));
 }
 
 TEST_P(EachControl, deliversNoMoreThanIsAsked) {
-    EXPECT_EQ(client.get(uvc::getCur, address, 1).data.size(), 1U);
+    EXPECT_EQ(client.get(UvcRequest::getCur, address, 1).data.size(), 1U);
 }
 
 TEST_P(EachControl, tellsItsRange) {
     if (!ranged()) {
-        EXPECT_EQ(client.get(uvc::getMin, address).kind, stall);
+        EXPECT_EQ(client.get(UvcRequest::getMin, address).kind, stall);
         EXPECT_EQ(client.errorCode(), uvc::errorInvalidRequest);
-        EXPECT_EQ(client.get(uvc::getMax, address).kind, stall);
+        EXPECT_EQ(client.get(UvcRequest::getMax, address).kind, stall);
         return;
     }
-    EXPECT_EQ(client.number(uvc::getMin, address), bound(GetParam().minimum));
-    EXPECT_EQ(client.number(uvc::getMax, address), bound(GetParam().maximum));
-    EXPECT_EQ(client.number(uvc::getRes, address), bound(GetParam().resolution));
+    EXPECT_EQ(client.number(UvcRequest::getMin, address), bound(GetParam().minimum));
+    EXPECT_EQ(client.number(UvcRequest::getMax, address), bound(GetParam().maximum));
+    EXPECT_EQ(client.number(UvcRequest::getRes, address), bound(GetParam().resolution));
 }
 
 TEST_P(EachControl, startsAtItsDefault) {
     if (GetParam().kind == ControlKind::relative) {
-        EXPECT_EQ(client.get(uvc::getDef, address).kind, stall);
+        EXPECT_EQ(client.get(UvcRequest::getDef, address).kind, stall);
         return;
     }
     VirtualCameraFirmware fresh{virtualCameraModel(1)};
     FirmwareClient host{fresh};
-    EXPECT_EQ(host.number(uvc::getCur, address), bound(GetParam().defaultValue));
-    EXPECT_EQ(host.number(uvc::getDef, address), bound(GetParam().defaultValue));
+    EXPECT_EQ(host.number(UvcRequest::getCur, address), bound(GetParam().defaultValue));
+    EXPECT_EQ(host.number(UvcRequest::getDef, address), bound(GetParam().defaultValue));
 }
 
 TEST_P(EachControl, takesBothEndsOfItsRange) {
     if (!ranged() && GetParam().kind != ControlKind::toggle) return;
     for (const std::int64_t value : {bound(GetParam().maximum), bound(GetParam().minimum)}) {
         EXPECT_EQ(client.set(address, value).kind, done);
-        EXPECT_EQ(client.number(uvc::getCur, address), value);
+        EXPECT_EQ(client.number(UvcRequest::getCur, address), value);
         EXPECT_EQ(firmware.controlValue(address), value);
     }
 }
@@ -109,21 +109,21 @@ TEST_P(EachControl, refusesAShorterWrite) {
 
 TEST_P(EachControl, isListedInTheMapOfItsEntity) {
     const VirtualCameraModel& model = firmware.model();
-    const bool terminal = address.entity == ControlEntity::cameraTerminal;
-    EXPECT_TRUE((terminal ? model.terminalControls : model.unitControls) >> GetParam().mapBit & 1U);
+    const bool terminal = address.entity == UvcEntity::cameraTerminal;
+    EXPECT_TRUE((terminal ? model.terminalControls : model.unitControls) & controlBit(address));
     EXPECT_TRUE(firmware.listsControl(terminal ? model.terminalID : model.unitID, address.selector));
 }
 
 TEST_P(EachControl, isMissingIfTheModelDoesNotListIt) {
     VirtualCameraModel model = virtualCameraModel(1);
-    const std::uint32_t bit = ~(1U << GetParam().mapBit);
-    if (address.entity == ControlEntity::cameraTerminal)
+    const std::uint32_t bit = ~controlBit(address);
+    if (address.entity == UvcEntity::cameraTerminal)
         model.terminalControls &= bit;
     else
         model.unitControls &= bit;
     VirtualCameraFirmware poorer{model};
     FirmwareClient host{poorer};
-    EXPECT_EQ(host.get(uvc::getCur, address).kind, stall);
+    EXPECT_EQ(host.get(UvcRequest::getCur, address).kind, stall);
     EXPECT_EQ(host.errorCode(), uvc::errorInvalidControl);
     EXPECT_EQ(host.set(address, bound(GetParam().defaultValue)).kind, stall);
     EXPECT_EQ(poorer.controlValue(address), std::nullopt);
@@ -155,11 +155,11 @@ TEST_P(EachGate, refusesTheManualControlWhileTheAutomaticIsOn) {
     EXPECT_EQ(client.set(manual, value).kind, stall);
     EXPECT_EQ(client.errorCode(), uvc::errorWrongState);
     EXPECT_EQ(firmware.controlValue(manual), before);
-    EXPECT_TRUE(client.number(uvc::getInfo, manual) & uvc::infoDisabledByAutomatic);
-    EXPECT_EQ(client.get(uvc::getCur, manual).kind, done);
+    EXPECT_TRUE(client.number(UvcRequest::getInfo, manual) & uvc::infoDisabledByAutomatic);
+    EXPECT_EQ(client.get(UvcRequest::getCur, manual).kind, done);
 
     ASSERT_EQ(client.set(automatic, off).kind, done);
-    EXPECT_FALSE(client.number(uvc::getInfo, manual) & uvc::infoDisabledByAutomatic);
+    EXPECT_FALSE(client.number(UvcRequest::getInfo, manual) & uvc::infoDisabledByAutomatic);
     EXPECT_EQ(client.set(manual, value).kind, done);
     EXPECT_EQ(client.errorCode(), uvc::errorNone);
 }
@@ -168,7 +168,7 @@ TEST_P(EachGate, acceptsAKnobTurnedWhileTheAutomaticIsOn) {
     ASSERT_EQ(client.set(GetParam().automatic, GetParam().on).kind, done);
     const std::int64_t value = firmwareControl(GetParam().manual)->maximum;
     EXPECT_TRUE(firmware.setControlValue(GetParam().manual, value));
-    EXPECT_EQ(client.number(uvc::getCur, GetParam().manual), value);
+    EXPECT_EQ(client.number(UvcRequest::getCur, GetParam().manual), value);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -191,7 +191,7 @@ protected:
 
 TEST_F(FirmwareTest, hasTwentyThreeControlsWithNamesAndAddressesOfTheirOwn) {
     std::set<std::string> names;
-    std::set<std::pair<ControlEntity, int>> addresses;
+    std::set<std::pair<UvcEntity, int>> addresses;
     for (const FirmwareControl& row : firmwareControls()) {
         names.emplace(row.name);
         addresses.emplace(row.address.entity, row.address.selector);
@@ -200,19 +200,19 @@ TEST_F(FirmwareTest, hasTwentyThreeControlsWithNamesAndAddressesOfTheirOwn) {
     EXPECT_EQ(names.size(), 23U);
     EXPECT_EQ(addresses.size(), 23U);
     EXPECT_EQ(firmwareControlNamed("nothing"), nullptr);
-    EXPECT_EQ(firmwareControl({ControlEntity::processingUnit, 40}), nullptr);
+    EXPECT_EQ(firmwareControl({UvcEntity::processingUnit, 40}), nullptr);
 }
 
 TEST_F(FirmwareTest, powerLineAndHueAutoAreOneByteAndWhiteBalanceTwoWhateverIsAsked) {
-    EXPECT_EQ(client.get(uvc::getCur, control::powerLine, 2).data.size(), 1U);
-    EXPECT_EQ(client.get(uvc::getCur, control::autoHue, 2).data.size(), 1U);
-    EXPECT_EQ(client.get(uvc::getCur, control::whiteBalance, 4).data.size(), 2U);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::powerLine, 2).data.size(), 1U);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::autoHue, 2).data.size(), 1U);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::whiteBalance, 4).data.size(), 2U);
     EXPECT_EQ(client.set(control::whiteBalance, 5000, 4).kind, done);
     EXPECT_EQ(firmware.controlValue(control::whiteBalance), 5000);
 }
 
 TEST_F(FirmwareTest, exposureModeIsOneOfTheBitsThatItsResolutionTells) {
-    EXPECT_EQ(client.number(uvc::getRes, control::autoExposureMode), 0x0F);
+    EXPECT_EQ(client.number(UvcRequest::getRes, control::autoExposureMode), 0x0F);
     for (const int mode : {1, 2, 4, 8})
         EXPECT_EQ(client.set(control::autoExposureMode, mode).kind, done) << mode;
     for (const int mode : {0, 3, 16, 15})
@@ -224,7 +224,7 @@ TEST_F(FirmwareTest, exposureModeIsOneOfTheBitsThatItsResolutionTells) {
 TEST_F(FirmwareTest, aCameraWithFewerExposureModesRefusesTheOthers) {
     VirtualCameraFirmware second{virtualCameraModel(2)};
     FirmwareClient host{second};
-    EXPECT_EQ(host.number(uvc::getRes, control::autoExposureMode), 0x09);
+    EXPECT_EQ(host.number(UvcRequest::getRes, control::autoExposureMode), 0x09);
     EXPECT_EQ(host.set(control::autoExposureMode, 2).kind, stall);
     EXPECT_EQ(host.set(control::autoExposureMode, 1).kind, done);
 }
@@ -232,8 +232,8 @@ TEST_F(FirmwareTest, aCameraWithFewerExposureModesRefusesTheOthers) {
 TEST_F(FirmwareTest, factorySettingsOfTheModelAreItsDefaults) {
     VirtualCameraFirmware second{virtualCameraModel(2)};
     FirmwareClient host{second};
-    EXPECT_EQ(host.number(uvc::getDef, control::powerLine), 2);
-    EXPECT_EQ(host.number(uvc::getCur, control::powerLine), 2);
+    EXPECT_EQ(host.number(UvcRequest::getDef, control::powerLine), 2);
+    EXPECT_EQ(host.number(UvcRequest::getCur, control::powerLine), 2);
 }
 
 TEST_F(FirmwareTest, relativeExposureTakesAnyStepInAnyModeAndMovesNothingByAHundred) {
@@ -275,41 +275,44 @@ TEST_F(FirmwareTest, panAndTiltAreTwoSignedHalvesOfOneControl) {
 }
 
 TEST_F(FirmwareTest, tellsWhyARequestWasStalled) {
-    const auto ask = [&](std::uint8_t entity, std::uint8_t selector, std::uint8_t request) {
-        const UsbReply reply =
-            firmware.control({uvc::classInterfaceIn, request, static_cast<std::uint16_t>(selector << 8),
-                              static_cast<std::uint16_t>(entity << 8), 2},
-                             {});
+    const auto ask = [&](std::uint8_t entity, std::uint8_t selector, UvcRequest request) {
+        const UsbReply reply = firmware.control(
+            {uvc::classInterfaceIn, codeOf(request), static_cast<std::uint16_t>(selector << 8),
+             static_cast<std::uint16_t>(entity << 8), 2},
+            {});
         EXPECT_EQ(reply.kind, stall);
         return client.errorCode();
     };
     EXPECT_EQ(client.errorCode(), uvc::errorNone);
-    EXPECT_EQ(ask(200, 2, uvc::getCur), uvc::errorInvalidUnit);
-    EXPECT_EQ(ask(firmware.model().unitID, 30, uvc::getCur), uvc::errorInvalidControl);
-    EXPECT_EQ(ask(firmware.model().outputTerminalID, 1, uvc::getCur), uvc::errorInvalidControl);
-    EXPECT_EQ(ask(firmware.model().unitID, 2, 0x90), uvc::errorInvalidRequest);
+    EXPECT_EQ(ask(200, 2, UvcRequest::getCur), uvc::errorInvalidUnit);
+    EXPECT_EQ(ask(firmware.model().unitID, 30, UvcRequest::getCur), uvc::errorInvalidControl);
+    EXPECT_EQ(ask(firmware.model().outputTerminalID, 1, UvcRequest::getCur), uvc::errorInvalidControl);
+    EXPECT_EQ(ask(firmware.model().unitID, 2, UvcRequest{0x90}), uvc::errorInvalidRequest);
     EXPECT_EQ(client.errorCode(), uvc::errorInvalidRequest) << "reading the code does not reset it";
-    client.get(uvc::getCur, control::brightness);
+    client.get(UvcRequest::getCur, control::brightness);
     EXPECT_EQ(client.errorCode(), uvc::errorNone);
 }
 
 TEST_F(FirmwareTest, refusesClassRequestsToInterfacesAndRecipientsThatItDoesNotHave) {
-    EXPECT_EQ(firmware.control({uvc::classInterfaceIn, uvc::getCur, 0x0200, 0x0107, 2}, {}).kind, stall);
-    EXPECT_EQ(firmware.control({0xA2, uvc::getCur, 0x0200, 0x0100, 2}, {}).kind, stall);
-    EXPECT_EQ(firmware.control({0xC0, 1, 0, 0, 2}, {}).kind, stall) << "vendor request";
     EXPECT_EQ(
-        firmware.control({uvc::classInterfaceOut, uvc::setCur, 0x0200, 0, 1}, std::array<std::uint8_t, 1>{0})
-            .kind,
-        stall)
+        firmware.control({uvc::classInterfaceIn, codeOf(UvcRequest::getCur), 0x0200, 0x0107, 2}, {}).kind,
+        stall);
+    EXPECT_EQ(firmware.control({0xA2, codeOf(UvcRequest::getCur), 0x0200, 0x0100, 2}, {}).kind, stall);
+    EXPECT_EQ(firmware.control({0xC0, 1, 0, 0, 2}, {}).kind, stall) << "vendor request";
+    EXPECT_EQ(firmware
+                  .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), 0x0200, 0, 1},
+                           std::array<std::uint8_t, 1>{0})
+                  .kind,
+              stall)
         << "the error code cannot be written";
 }
 
 TEST_F(FirmwareTest, aKnobTurnedOutsideItsRangeStays) {
     EXPECT_FALSE(firmware.setControlValue(control::brightness, 65));
-    EXPECT_FALSE(firmware.setControlValue({ControlEntity::processingUnit, 60}, 1));
+    EXPECT_FALSE(firmware.setControlValue({UvcEntity::processingUnit, 60}, 1));
     EXPECT_EQ(firmware.controlValue(control::brightness), 0);
     EXPECT_TRUE(firmware.setControlValue(control::brightness, -64));
-    EXPECT_EQ(client.number(uvc::getCur, control::brightness), -64);
+    EXPECT_EQ(client.number(UvcRequest::getCur, control::brightness), -64);
 }
 
 } // namespace

@@ -27,10 +27,10 @@ TEST_F(FaultTest, aStalledControlLeavesTheOthersAlone) {
     fault.control = control::brightness;
     fault.errorCode = uvc::errorNotReady;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, stall);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, stall);
     EXPECT_EQ(client.errorCode(), uvc::errorNotReady);
     EXPECT_EQ(client.set(control::brightness, 5).kind, stall);
-    EXPECT_EQ(client.get(uvc::getCur, control::contrast).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::contrast).kind, done);
     EXPECT_EQ(firmware.controlValue(control::brightness), 0);
 }
 
@@ -39,28 +39,28 @@ TEST_F(FaultTest, aStallMayConcernWritesOnlyReadsOnlyOrOneRequest) {
     fault.control = control::brightness;
     fault.direction = FaultDirection::writes;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, done);
     EXPECT_EQ(client.set(control::brightness, 5).kind, stall);
 
     firmware.clearFaults();
     fault.direction = FaultDirection::reads;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, stall);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, stall);
     EXPECT_EQ(client.set(control::brightness, 5).kind, done);
 
     firmware.clearFaults();
     fault.direction = FaultDirection::both;
-    fault.request = uvc::getDef;
+    fault.request = UvcRequest::getDef;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getDef, control::brightness).kind, stall);
-    EXPECT_EQ(client.get(uvc::getMin, control::brightness).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getDef, control::brightness).kind, stall);
+    EXPECT_EQ(client.get(UvcRequest::getMin, control::brightness).kind, done);
 }
 
 TEST_F(FaultTest, clearingEndsAllFaults) {
     firmware.order({});
-    EXPECT_EQ(client.get(uvc::getCur, control::zoom).kind, stall);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::zoom).kind, stall);
     firmware.clearFaults();
-    EXPECT_EQ(client.get(uvc::getCur, control::zoom).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::zoom).kind, done);
 }
 
 TEST_F(FaultTest, aShortReplyIsCutOff) {
@@ -68,14 +68,14 @@ TEST_F(FaultTest, aShortReplyIsCutOff) {
     fault.kind = FaultKind::shortReply;
     fault.length = 1;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).data.size(), 1U);
-    EXPECT_EQ(client.get(uvc::getInfo, control::brightness).data.size(), 1U);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).data.size(), 1U);
+    EXPECT_EQ(client.get(UvcRequest::getInfo, control::brightness).data.size(), 1U);
     EXPECT_EQ(client.set(control::brightness, 5).kind, done) << "writes are not concerned";
     firmware.clearFaults();
     fault.length = 0;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, done);
-    EXPECT_TRUE(client.get(uvc::getCur, control::brightness).data.empty());
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, done);
+    EXPECT_TRUE(client.get(UvcRequest::getCur, control::brightness).data.empty());
 }
 
 TEST_F(FaultTest, silenceIsNoAnswer) {
@@ -83,10 +83,10 @@ TEST_F(FaultTest, silenceIsNoAnswer) {
     fault.kind = FaultKind::silence;
     fault.control = control::zoom;
     firmware.order(fault);
-    EXPECT_EQ(client.get(uvc::getCur, control::zoom).kind, silence);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::zoom).kind, silence);
     EXPECT_EQ(client.set(control::zoom, 200).kind, silence);
     EXPECT_EQ(firmware.controlValue(control::zoom), 100);
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, done);
 }
 
 TEST_F(FaultTest, aDelayedAnswerIsRightAndLate) {
@@ -109,7 +109,7 @@ protected:
         fault.control = control::zoom;
         fault.wait = 1h;
         firmware.order(fault);
-        asker = std::thread([this] { kind = client.get(uvc::getCur, control::zoom).kind; });
+        asker = std::thread([this] { kind = client.get(UvcRequest::getCur, control::zoom).kind; });
     }
     void TearDown() override {
         if (asker.joinable()) asker.join();
@@ -120,7 +120,7 @@ protected:
 };
 
 TEST_F(DelayTest, otherRequestsPassADelayedOne) {
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, done);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, done);
     firmware.clearFaults();
     asker.join();
     EXPECT_EQ(kind, done);
@@ -136,10 +136,10 @@ TEST_F(FaultTest, aVanishedCameraIsSilentForGood) {
     firmware.vanish();
     EXPECT_FALSE(firmware.present());
     EXPECT_FALSE(firmware.streaming());
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, silence);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, silence);
     EXPECT_EQ(firmware.control({0x80, uvc::getDescriptor, 0x0100, 0, 18}, {}).kind, silence);
     firmware.clearFaults();
-    EXPECT_EQ(client.get(uvc::getCur, control::brightness).kind, silence);
+    EXPECT_EQ(client.get(UvcRequest::getCur, control::brightness).kind, silence);
 }
 
 class Watcher : public FirmwareObserver {
@@ -156,18 +156,18 @@ TEST_F(FaultTest, observersSeeEveryTransferAndTheEnd) {
     firmware.addObserver(&watcher);
     client.set(control::brightness, 3);
     client.set(control::brightness, 300);
-    client.get(uvc::getCur, control::brightness);
+    client.get(UvcRequest::getCur, control::brightness);
     firmware.vanish();
     firmware.vanish();
     firmware.removeObserver(&watcher);
-    client.get(uvc::getCur, control::brightness);
+    client.get(UvcRequest::getCur, control::brightness);
 
     ASSERT_EQ(watcher.records.size(), 3U);
     EXPECT_EQ(watcher.records[0].data, (std::vector<std::uint8_t>{3, 0}));
     EXPECT_EQ(watcher.records[0].outcome, done);
     EXPECT_EQ(watcher.records[1].outcome, stall);
     EXPECT_EQ(watcher.records[1].errorCode, uvc::errorOutOfRange);
-    EXPECT_EQ(watcher.records[2].setup.bRequest, uvc::getCur);
+    EXPECT_EQ(watcher.records[2].setup.bRequest, codeOf(UvcRequest::getCur));
     EXPECT_EQ(watcher.records[2].data, (std::vector<std::uint8_t>{3, 0}));
     EXPECT_EQ(watcher.vanishings, 1);
 }
@@ -175,10 +175,10 @@ TEST_F(FaultTest, observersSeeEveryTransferAndTheEnd) {
 TEST_F(FaultTest, theLogKeepsTheLatestTransfers) {
     client.set(control::brightness, 1);
     for (std::size_t i = 0; i < VirtualCameraFirmware::rememberedRequests; ++i)
-        client.get(uvc::getInfo, control::brightness);
+        client.get(UvcRequest::getInfo, control::brightness);
     const auto log = firmware.requestLog();
     ASSERT_EQ(log.size(), VirtualCameraFirmware::rememberedRequests);
-    EXPECT_EQ(log.front().setup.bRequest, uvc::getInfo) << "the oldest was dropped";
+    EXPECT_EQ(log.front().setup.bRequest, codeOf(UvcRequest::getInfo)) << "the oldest was dropped";
     firmware.clearRequestLog();
     EXPECT_TRUE(firmware.requestLog().empty());
 }
@@ -191,7 +191,7 @@ TEST_F(FaultTest, manyThreadsMayAskAtOnce) {
             FirmwareClient host{firmware};
             for (int i = 0; i < 200; ++i) {
                 if (host.set(control::brightness, i % 64 - t).kind != done) ++refused;
-                host.get(uvc::getCur, control::contrast);
+                host.get(UvcRequest::getCur, control::contrast);
                 firmware.setControlValue(control::contrast, i % 64);
                 firmware.pictureSettings();
                 if (i % 50 == 0) firmware.clearFaults();

@@ -9,6 +9,9 @@ namespace tavelo {
 namespace {
 
 using enum UsbReplyKind;
+
+constexpr std::uint8_t controlInterface = 0;
+constexpr std::uint8_t streamingInterface = 1;
 using Bytes = std::vector<std::uint8_t>;
 
 class StreamNegotiationTest : public ::testing::Test {
@@ -35,14 +38,14 @@ protected:
 
     UsbReply write(std::uint8_t selector, const Bytes& bytes) {
         return firmware.control(
-            {uvc::classInterfaceOut, uvc::setCur, static_cast<std::uint16_t>(selector << 8),
-             uvc::streamingInterface, static_cast<std::uint16_t>(bytes.size())},
+            {uvc::classInterfaceOut, codeOf(UvcRequest::setCur), static_cast<std::uint16_t>(selector << 8),
+             streamingInterface, static_cast<std::uint16_t>(bytes.size())},
             bytes);
     }
-    Bytes read(std::uint8_t selector, std::uint8_t code, std::uint16_t length = 34) {
+    Bytes read(std::uint8_t selector, UvcRequest code, std::uint16_t length = 34) {
         return firmware
-            .control({uvc::classInterfaceIn, code, static_cast<std::uint16_t>(selector << 8),
-                      uvc::streamingInterface, length},
+            .control({uvc::classInterfaceIn, codeOf(code), static_cast<std::uint16_t>(selector << 8),
+                      streamingInterface, length},
                      {})
             .data;
     }
@@ -59,7 +62,7 @@ protected:
 
 TEST_F(StreamNegotiationTest, probeAnswersWithWhatTheCameraWillDo) {
     EXPECT_EQ(write(uvc::probeControl, request(yuyvFormat, 2, 333'333)).kind, done);
-    const Bytes probe = read(uvc::probeControl, uvc::getCur);
+    const Bytes probe = read(uvc::probeControl, UvcRequest::getCur);
     ASSERT_EQ(probe.size(), 34U);
     EXPECT_EQ(probe[2], yuyvFormat);
     EXPECT_EQ(probe[3], 2);
@@ -70,7 +73,7 @@ TEST_F(StreamNegotiationTest, probeAnswersWithWhatTheCameraWillDo) {
 
 TEST_F(StreamNegotiationTest, probeBendsToTheNearest) {
     write(uvc::probeControl, request(9, 77, 600'000));
-    const Bytes probe = read(uvc::probeControl, uvc::getCur);
+    const Bytes probe = read(uvc::probeControl, UvcRequest::getCur);
     EXPECT_EQ(probe[2], 1);
     EXPECT_EQ(probe[3], 1);
     EXPECT_EQ(number(probe, 4), 666'666U);
@@ -83,7 +86,7 @@ TEST_F(StreamNegotiationTest, probingCommitsToNothing) {
 
 TEST_F(StreamNegotiationTest, commitTakesWhatAProbeAnswered) {
     write(uvc::probeControl, request(mjpegFormat, 1, 333'333));
-    EXPECT_EQ(write(uvc::commitControl, read(uvc::probeControl, uvc::getCur)).kind, done);
+    EXPECT_EQ(write(uvc::commitControl, read(uvc::probeControl, UvcRequest::getCur)).kind, done);
     const auto format = firmware.committedFormat();
     ASSERT_TRUE(format.has_value());
     EXPECT_EQ(format->encoding, StreamEncoding::mjpeg);
@@ -101,15 +104,15 @@ TEST_F(StreamNegotiationTest, commitRefusesWhatTheCameraDoesNotOffer) {
 TEST_F(StreamNegotiationTest, takesTheShorterProbeOfVersionOneAndNoneBelow) {
     EXPECT_EQ(write(uvc::commitControl, request(yuyvFormat, 1, 333'333, 26)).kind, done);
     EXPECT_EQ(write(uvc::commitControl, request(yuyvFormat, 1, 333'333, 25)).kind, stall);
-    EXPECT_EQ(read(uvc::probeControl, uvc::getCur, 26).size(), 26U);
+    EXPECT_EQ(read(uvc::probeControl, UvcRequest::getCur, 26).size(), 26U);
 }
 
 TEST_F(StreamNegotiationTest, tellsLengthInfoAndDefaults) {
-    EXPECT_EQ(read(uvc::probeControl, uvc::getLen), (Bytes{34, 0}));
-    EXPECT_EQ(read(uvc::probeControl, uvc::getInfo), (Bytes{3}));
-    EXPECT_EQ(number(read(uvc::probeControl, uvc::getDef), 4), 333'333U);
-    EXPECT_TRUE(read(9, uvc::getCur).empty());
-    EXPECT_TRUE(read(uvc::commitControl, uvc::getDef).empty());
+    EXPECT_EQ(read(uvc::probeControl, UvcRequest::getLen), (Bytes{34, 0}));
+    EXPECT_EQ(read(uvc::probeControl, UvcRequest::getInfo), (Bytes{3}));
+    EXPECT_EQ(number(read(uvc::probeControl, UvcRequest::getDef), 4), 333'333U);
+    EXPECT_TRUE(read(9, UvcRequest::getCur).empty());
+    EXPECT_TRUE(read(uvc::commitControl, UvcRequest::getDef).empty());
 }
 
 TEST_F(StreamNegotiationTest, everyOfferHasAnAlternateSettingOfItsPayload) {
@@ -129,27 +132,27 @@ TEST_F(StreamNegotiationTest, everyOfferHasAnAlternateSettingOfItsPayload) {
 }
 
 TEST_F(StreamNegotiationTest, streamsFromAnAlternateSettingWithBandwidthUntilSettingZero) {
-    EXPECT_EQ(setInterface(uvc::streamingInterface, 3).kind, done);
+    EXPECT_EQ(setInterface(streamingInterface, 3).kind, done);
     EXPECT_FALSE(firmware.streaming()) << "nothing is agreed yet";
     write(uvc::commitControl, request(yuyvFormat, 1, 333'333));
-    EXPECT_EQ(setInterface(uvc::streamingInterface, 5).kind, done);
+    EXPECT_EQ(setInterface(streamingInterface, 5).kind, done);
     EXPECT_TRUE(firmware.streaming());
     EXPECT_EQ(firmware.alternateSetting(), 5);
-    EXPECT_EQ(firmware.control({0x81, uvc::getInterface, 0, uvc::streamingInterface, 1}, {}).data, Bytes{5});
-    EXPECT_EQ(setInterface(uvc::streamingInterface, 0).kind, done);
+    EXPECT_EQ(firmware.control({0x81, uvc::getInterface, 0, streamingInterface, 1}, {}).data, Bytes{5});
+    EXPECT_EQ(setInterface(streamingInterface, 0).kind, done);
     EXPECT_FALSE(firmware.streaming());
 }
 
 TEST_F(StreamNegotiationTest, refusesInterfacesAndSettingsThatAreNotThere) {
-    EXPECT_EQ(setInterface(uvc::streamingInterface, 6).kind, stall);
-    EXPECT_EQ(setInterface(uvc::controlInterface, 1).kind, stall);
+    EXPECT_EQ(setInterface(streamingInterface, 6).kind, stall);
+    EXPECT_EQ(setInterface(controlInterface, 1).kind, stall);
     EXPECT_EQ(setInterface(2, 0).kind, stall);
     EXPECT_EQ(firmware.alternateSetting(), 0);
 }
 
 TEST_F(StreamNegotiationTest, configuringEndsTheStream) {
     write(uvc::commitControl, request(yuyvFormat, 1, 333'333));
-    setInterface(uvc::streamingInterface, 5);
+    setInterface(streamingInterface, 5);
     EXPECT_EQ(firmware.control({0x00, uvc::setConfiguration, 1, 0, 0}, {}).kind, done);
     EXPECT_EQ(firmware.control({0x80, uvc::getConfiguration, 0, 0, 1}, {}).data, Bytes{1});
     EXPECT_FALSE(firmware.streaming());
@@ -180,7 +183,7 @@ TEST_F(BulkStreamTest, streamsFromTheCommitUntilTheEndpointIsCleared) {
     EXPECT_EQ(firmware.committedFormat()->maxPayload, 32'768U);
     EXPECT_EQ(firmware.control({0x02, uvc::clearFeature, 0, 0x81, 0}, {}).kind, done);
     EXPECT_FALSE(firmware.streaming());
-    EXPECT_EQ(setInterface(uvc::streamingInterface, 1).kind, stall);
+    EXPECT_EQ(setInterface(streamingInterface, 1).kind, stall);
 }
 
 } // namespace

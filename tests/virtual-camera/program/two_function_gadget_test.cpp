@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/uvc/descriptors.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/program/camera_rack.h"
 
 namespace tavelo {
@@ -15,11 +15,11 @@ using Bytes = std::vector<std::uint8_t>;
 
 class TwoFunctions : public testing::Test {
 protected:
-    UsbReply brightness(const VirtualCameraFirmware& function, std::uint8_t request, const Bytes& out = {}) {
+    UsbReply brightness(const VirtualCameraFirmware& function, UvcRequest request, const Bytes& out = {}) {
         const VirtualCameraModel& model = function.model();
         const auto index = static_cast<std::uint16_t>(model.unitID << 8 | model.controlInterface());
         const std::uint8_t type = out.empty() ? uvc::classInterfaceIn : uvc::classInterfaceOut;
-        return gadget.control({type, request, 0x0200, index, 2}, out);
+        return gadget.control({type, codeOf(request), 0x0200, index, 2}, out);
     }
     UsbReply setInterface(std::uint8_t interface, std::uint16_t setting) {
         return gadget.control({0x01, uvc::setInterface, setting, interface, 0}, {});
@@ -48,16 +48,16 @@ TEST_F(TwoFunctions, FollowEachOtherInOneConfiguration) {
 }
 
 TEST_F(TwoFunctions, HaveSeparateValues) {
-    EXPECT_EQ(brightness(*first, uvc::setCur, {7, 0}).kind, UsbReplyKind::done);
-    EXPECT_EQ(brightness(*second, uvc::setCur, {9, 0}).kind, UsbReplyKind::done);
-    EXPECT_EQ(brightness(*first, uvc::getCur).data, (Bytes{7, 0}));
-    EXPECT_EQ(brightness(*second, uvc::getCur).data, (Bytes{9, 0}));
+    EXPECT_EQ(brightness(*first, UvcRequest::setCur, {7, 0}).kind, UsbReplyKind::done);
+    EXPECT_EQ(brightness(*second, UvcRequest::setCur, {9, 0}).kind, UsbReplyKind::done);
+    EXPECT_EQ(brightness(*first, UvcRequest::getCur).data, (Bytes{7, 0}));
+    EXPECT_EQ(brightness(*second, UvcRequest::getCur).data, (Bytes{9, 0}));
     EXPECT_EQ(second->controlValue(control::brightness), 9);
     FirmwareFault stall;
     stall.control = control::brightness;
     second->order(stall);
-    EXPECT_EQ(brightness(*second, uvc::getCur).kind, UsbReplyKind::stall);
-    EXPECT_EQ(brightness(*first, uvc::getCur).kind, UsbReplyKind::done);
+    EXPECT_EQ(brightness(*second, UvcRequest::getCur).kind, UsbReplyKind::stall);
+    EXPECT_EQ(brightness(*first, UvcRequest::getCur).kind, UsbReplyKind::done);
 }
 
 TEST_F(TwoFunctions, HaveSeparateAlternateSettings) {

@@ -9,12 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "platform/uvc/uvc_protocol.h"
+
 namespace tavelo {
 namespace {
 
-constexpr std::uint8_t directionIn = 0x80;
-constexpr std::uint8_t classInterfaceIn = 0xA1;
-constexpr std::uint8_t classInterfaceOut = 0x21;
 // Some cameras wake their sensor before they answer a probe or a commit.
 constexpr unsigned requestMilliseconds = 5000;
 
@@ -113,9 +112,9 @@ public:
     explicit LibusbStreamPort(UsbStreamAccess access) : access_(std::move(access)) {}
 
     UsbPortStatus request(const UsbStreamRequest& request, std::size_t& done) override {
-        const bool in = (request.code & directionIn) != 0;
+        const bool in = (request.code & uvc::directionIn) != 0;
         const int result = libusb_control_transfer(
-            access_.handle, in ? classInterfaceIn : classInterfaceOut, request.code,
+            access_.handle, in ? uvc::classInterfaceIn : uvc::classInterfaceOut, request.code,
             static_cast<std::uint16_t>(request.selector << 8U), access_.streamingInterface,
             request.data.data(), static_cast<std::uint16_t>(request.data.size()), requestMilliseconds);
         done = std::size_t(std::max(result, 0));

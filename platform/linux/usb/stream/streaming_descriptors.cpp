@@ -7,41 +7,17 @@
 #include <optional>
 
 #include "platform/common/frame_bounds.h"
-#include "platform/linux/usb/stream/little_endian.h"
+#include "platform/uvc/descriptor_walk.h"
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t interfaceType = 0x04;
-constexpr std::uint8_t endpointType = 0x05;
-constexpr std::uint8_t classInterfaceType = 0x24;
-constexpr std::uint8_t superSpeedCompanionType = 0x30;
-constexpr std::uint8_t superSpeedPlusCompanionType = 0x31;
-
-constexpr std::uint8_t videoClass = 0x0E;
-constexpr std::uint8_t controlSubClass = 0x01;
-constexpr std::uint8_t streamingSubClass = 0x02;
-
-// Subtypes of a streaming interface's class-specific descriptors; others are ignored.
-constexpr std::uint8_t inputHeader = 0x01;
-constexpr std::uint8_t uncompressedFormat = 0x04;
-constexpr std::uint8_t uncompressedFrame = 0x05;
-constexpr std::uint8_t mjpegFormat = 0x06;
-constexpr std::uint8_t mjpegFrame = 0x07;
-constexpr std::uint8_t colourMatching = 0x0D;
-// Formats that we cannot use.
+// Subtypes of formats that we cannot use.
 constexpr std::array<std::uint8_t, 7> otherFormats{0x0A, 0x0C, 0x10, 0x12, 0x13, 0x15, 0x16};
-
-constexpr std::uint8_t directionIn = 0x80;
-
-std::uint16_t word(Bytes bytes, std::size_t at) {
-    return static_cast<std::uint16_t>(littleEndianAt(bytes, at, 2));
-}
-std::uint32_t doubleWord(Bytes bytes, std::size_t at) {
-    return littleEndianAt(bytes, at, 4);
-}
 
 // Most of the class's format identifiers are a four-character code and this tail.
 constexpr std::array<std::uint8_t, 12> commonTail{0x00, 0x00, 0x10, 0x00, 0x80, 0x00,
@@ -52,7 +28,7 @@ constexpr std::array<std::uint8_t, 12> infraredTail{0x02, 0x00, 0x10, 0x00, 0x80
 constexpr Fourcc numberedGrey = 50; // 8 bits of luminance, in both
 
 Fourcc formatOf(Bytes guid) {
-    const Fourcc code = doubleWord(guid, 0);
+    const Fourcc code = doubleWordAt(guid, 0);
     const Bytes tail = guid.subspan(4);
     if (code == numberedGrey && std::ranges::equal(tail, infraredTail)) return fourcc::grey;
     if (!std::ranges::equal(tail, commonTail)) return 0;
@@ -86,19 +62,19 @@ public:
 
     void read(Bytes descriptor) {
         switch (descriptor[1]) {
-            case interfaceType:
+            case uvc::interfaceType:
                 readInterface(descriptor);
                 break;
-            case endpointType:
+            case uvc::endpointType:
                 readEndpoint(descriptor);
                 break;
-            case superSpeedCompanionType:
-                if (descriptor.size() >= 6) widenEndpoint(word(descriptor, 4));
+            case uvc::superSpeedCompanionType:
+                if (descriptor.size() >= 6) widenEndpoint(wordAt(descriptor, 4));
                 break;
-            case superSpeedPlusCompanionType:
-                if (descriptor.size() >= 8) widenEndpoint(doubleWord(descriptor, 4));
+            case uvc::superSpeedPlusCompanionType:
+                if (descriptor.size() >= 8) widenEndpoint(doubleWordAt(descriptor, 4));
                 break;
-            case classInterfaceType:
+            case uvc::classInterfaceType:
                 if (descriptor.size() < 3) break;
                 if (place_ == Place::control) readControlHeader(descriptor);
                 if (place_ == Place::streaming) readStreaming(descriptor);
@@ -123,33 +99,30 @@ private:
         place_ = Place::elsewhere;
         format_ = 0;
         lastIsochronous_ = nullptr;
-        if (descriptor.size() < 9 || descriptor[5] != videoClass) return;
-        alternate_ = descriptor[3];
-        if (descriptor[6] == controlSubClass) place_ = Place::control;
-        if (descriptor[6] == streamingSubClass && descriptor[2] == number_) place_ = Place::streaming;
+        const auto interface = asInterface(descriptor);
+        if (!interface) return;
+        alternate_ = interface->alternateSetting;
+        if (interface->isVideoControl()) place_ = Place::control;
+        if (interface->isVideoStreaming() && interface->number == number_) place_ = Place::streaming;
     }
 
     // A device with two cameras has two headers; ours is the one that lists our interface.
     void readControlHeader(Bytes descriptor) {
-        if (descriptor[2] != 0x01 || descriptor.size() < 5) return;
-        bool ours = false;
-        if (descriptor.size() >= 12) {
-            const Bytes listed = descriptor.subspan(12);
-            const Bytes told = listed.first(std::min<std::size_t>(listed.size(), descriptor[11]));
-            ours = std::ranges::find(told, number_) != told.end();
-        }
+        if (descriptor[2] != uvc::controlHeader || descriptor.size() < 5) return;
+        const Bytes listed = countedBytes(descriptor, 11);
+        const bool ours = std::ranges::find(listed, number_) != listed.end();
         if (!ours && hasVersion_) return;
-        found_.version = word(descriptor, 3);
+        found_.version = wordAt(descriptor, 3);
         hasVersion_ = true;
     }
 
     void readStreaming(Bytes descriptor) {
         const std::uint8_t subtype = descriptor[2];
-        if (subtype == inputHeader && descriptor.size() >= 7) namedEndpoint_ = descriptor[6];
-        if (subtype == uncompressedFormat || subtype == mjpegFormat) readFormat(descriptor);
+        if (subtype == uvc::inputHeader && descriptor.size() >= 7) namedEndpoint_ = descriptor[6];
+        if (subtype == uvc::uncompressedFormat || subtype == uvc::mjpegFormat) readFormat(descriptor);
         if (std::ranges::find(otherFormats, subtype) != otherFormats.end()) format_ = 0;
         if (subtype == frameSubtype_ && format_ != 0) readFrame(descriptor);
-        if (subtype == colourMatching && descriptor.size() >= 6) readColours(descriptor[5]);
+        if (subtype == uvc::colourMatching && descriptor.size() >= 6) readColours(descriptor[5]);
     }
 
     void readFormat(Bytes descriptor) {
@@ -157,12 +130,12 @@ private:
         firstOfFormat_ = found_.offers.size();
         if (descriptor.size() < 5) return;
         formatIndex_ = descriptor[3];
-        if (descriptor[2] == mjpegFormat) {
+        if (descriptor[2] == uvc::mjpegFormat) {
             format_ = fourcc::mjpeg;
-            frameSubtype_ = mjpegFrame;
+            frameSubtype_ = uvc::mjpegFrame;
         } else if (descriptor.size() >= 21) {
             format_ = formatOf(descriptor.subspan(5, 16));
-            frameSubtype_ = uncompressedFrame;
+            frameSubtype_ = uvc::uncompressedFrame;
         }
     }
 
@@ -173,9 +146,9 @@ private:
         offer.formatIndex = formatIndex_;
         offer.frameIndex = descriptor[3];
         offer.format = format_;
-        offer.size = {word(descriptor, 5), word(descriptor, 7)};
-        offer.maxFrameSize = doubleWord(descriptor, 17);
-        offer.defaultInterval = doubleWord(descriptor, 21);
+        offer.size = {wordAt(descriptor, 5), wordAt(descriptor, 7)};
+        offer.maxFrameSize = doubleWordAt(descriptor, 17);
+        offer.defaultInterval = doubleWordAt(descriptor, 21);
         offer.intervals = intervalsOf(descriptor.subspan(fixedPart), descriptor[25]);
         if (isShowable(offer.size)) found_.offers.push_back(std::move(offer));
     }
@@ -184,7 +157,7 @@ private:
     static std::vector<FrameIntervalRange> intervalsOf(Bytes bytes, std::size_t count) {
         std::vector<FrameIntervalRange> intervals;
         const auto at = [&](std::size_t index) {
-            return FrameInterval{doubleWord(bytes, 4 * index), intervalUnits};
+            return FrameInterval{doubleWordAt(bytes, 4 * index), intervalUnits};
         };
         const std::size_t there = bytes.size() / 4;
         if (count == 0 && there >= 2 && at(0).numerator > 0 && at(0).numerator <= at(1).numerator)
@@ -203,8 +176,8 @@ private:
         lastIsochronous_ = nullptr;
         if (place_ != Place::streaming || descriptor.size() < 7) return;
         const std::uint8_t type = descriptor[3] & 3U;
-        if ((descriptor[2] & directionIn) == 0 || (type != 1 && type != 2)) return;
-        const std::uint16_t told = word(descriptor, 4);
+        if ((descriptor[2] & uvc::directionIn) == 0 || (type != 1 && type != 2)) return;
+        const std::uint16_t told = wordAt(descriptor, 4);
         const bool isochronous = type == 1;
         const std::uint32_t transactions = isochronous ? 1U + (told >> 11U & 3U) : 1U;
         const std::uint32_t size = (told & 0x07FFU) * transactions;
@@ -240,13 +213,8 @@ private:
 
 UvcStreamingInterface streamingInterfaceOf(Bytes configurationDescriptor, std::uint8_t interfaceNumber) {
     Walk walk(interfaceNumber);
-    Bytes rest = configurationDescriptor;
-    // An invalid length, or one beyond the end, stops the walk: the start of the next descriptor is
-    // unknown.
-    while (rest.size() >= 2 && rest[0] >= 2 && rest[0] <= rest.size()) {
-        walk.read(rest.first(rest[0]));
-        rest = rest.subspan(rest[0]);
-    }
+    while (const auto descriptor = takeDescriptor(configurationDescriptor))
+        walk.read(*descriptor);
     return walk.result();
 }
 

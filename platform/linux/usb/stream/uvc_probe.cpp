@@ -3,15 +3,10 @@
 
 #include <algorithm>
 
-#include "platform/linux/usb/stream/little_endian.h"
+#include "platform/uvc/little_endian.h"
 
 namespace tavelo {
 namespace {
-
-constexpr std::uint8_t setCur = 0x01;
-constexpr std::uint8_t getCur = 0x81;
-constexpr std::uint8_t probeControl = 0x01;
-constexpr std::uint8_t commitControl = 0x02;
 
 constexpr std::size_t frameIntervalAt = 4;
 constexpr std::size_t maxFrameSizeAt = 18;
@@ -24,16 +19,16 @@ UvcProbe::UvcProbe(std::uint16_t version) : size_(sizeFor(version)) {
 }
 
 std::uint32_t UvcProbe::frameInterval() const {
-    return littleEndianAt(bytes_, frameIntervalAt, 4);
+    return doubleWordAt(bytes_, frameIntervalAt);
 }
 
 std::uint32_t UvcProbe::maxFrameSize() const {
-    return littleEndianAt(bytes_, maxFrameSizeAt, 4);
+    return doubleWordAt(bytes_, maxFrameSizeAt);
 }
 
 // Some firmware keeps 16 bits and sign-extends them.
 std::uint32_t UvcProbe::maxPayload() const {
-    const std::uint32_t told = littleEndianAt(bytes_, maxPayloadAt, 4);
+    const std::uint32_t told = doubleWordAt(bytes_, maxPayloadAt);
     return told >= 0xFFFF'0000U ? told & 0xFFFFU : told;
 }
 
@@ -43,15 +38,17 @@ void UvcProbe::setFrame(std::uint8_t formatIndex, std::uint8_t frameIndex) {
 }
 
 void UvcProbe::setFrameInterval(std::uint32_t interval) {
-    putLittleEndian(bytes_, frameIntervalAt, 4, interval);
+    putLittleEndian(interval, std::span(bytes_).subspan(frameIntervalAt, 4));
 }
 
 UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe) {
     std::size_t done = 0;
-    const UsbPortStatus asked = port.request({setCur, probeControl, probe.bytes()}, done);
+    const UsbPortStatus asked =
+        port.request({codeOf(UvcRequest::setCur), uvc::probeControl, probe.bytes()}, done);
     if (asked != UsbPortStatus::ok) return asked;
     UvcProbe answer = probe;
-    const UsbPortStatus answered = port.request({getCur, probeControl, answer.bytes()}, done);
+    const UsbPortStatus answered =
+        port.request({codeOf(UvcRequest::getCur), uvc::probeControl, answer.bytes()}, done);
     if (answered != UsbPortStatus::ok) return answered;
     if (done < UvcProbe::smallest) return UsbPortStatus::stalled;
     answer.shrink(std::min(done, answer.bytes().size()));
@@ -62,7 +59,7 @@ UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe) {
 UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe) {
     UvcProbe copy = probe; // a request's bytes may be overwritten
     std::size_t done = 0;
-    return port.request({setCur, commitControl, copy.bytes()}, done);
+    return port.request({codeOf(UvcRequest::setCur), uvc::commitControl, copy.bytes()}, done);
 }
 
 } // namespace tavelo

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 
@@ -17,7 +18,7 @@ public:
     static constexpr std::size_t smallest = 26;
     static constexpr std::size_t largest = 48;
     static constexpr std::size_t sizeFor(std::uint16_t version) {
-        return version >= 0x0150 ? largest : version >= 0x0110 ? 34 : smallest;
+        return version >= uvc::version15 ? largest : version >= uvc::version11 ? 34 : smallest;
     }
 
     /// All zeros except the hint to keep the frame interval.

@@ -26,7 +26,7 @@ protected:
     KernelControls() { device.controls = everyControl(); }
 
     static const KernelControl& row(UvcEntity entity, std::uint8_t selector) {
-        const KernelControl* found = findKernelControl(entity, selector);
+        const KernelControl* found = findKernelControl({entity, selector});
         EXPECT_NE(found, nullptr) << int(selector);
         return *found;
     }
@@ -65,16 +65,16 @@ TEST_F(KernelControls, TheTableHoldsEachMappedControlOnce) {
     std::set<std::uint32_t> ids;
     for (const KernelControl& control : kernelControls()) {
         EXPECT_TRUE(ids.insert(control.id).second) << control.name;
-        EXPECT_EQ(findKernelControl(control.entity, control.selector), &control) << control.name;
+        EXPECT_EQ(findKernelControl(control.address), &control) << control.name;
         EXPECT_EQ(control.secondId != 0, control.encoding == KernelEncoding::pair) << control.name;
     }
 }
 
 TEST_F(KernelControls, ScanningModeRollAndRelativeExposureMapToNothing) {
     for (const int selector : {0, 1, 5, 7, 10, 12, 14, 15, 16, 255})
-        EXPECT_EQ(findKernelControl(terminal, static_cast<std::uint8_t>(selector)), nullptr) << selector;
+        EXPECT_EQ(findKernelControl({terminal, static_cast<std::uint8_t>(selector)}), nullptr) << selector;
     for (const int selector : {0, 12, 13, 14, 15, 17, 18, 19, 255})
-        EXPECT_EQ(findKernelControl(unit, static_cast<std::uint8_t>(selector)), nullptr) << selector;
+        EXPECT_EQ(findKernelControl({unit, static_cast<std::uint8_t>(selector)}), nullptr) << selector;
 }
 
 TEST_F(KernelControls, EveryControlHasTheCamerasOwnLength) {

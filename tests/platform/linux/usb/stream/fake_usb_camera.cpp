@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo::test {
 namespace {
@@ -108,8 +108,9 @@ UsbStreamConnection FakeUsbCamera::connect(Error& error) {
         error = {ErrorCode::gone, "it is gone"};
     } else {
         const auto descriptor = firmware_->configurationDescriptor();
-        return {
-            std::make_unique<Port>(*this), uvc::streamingInterface, {descriptor.begin(), descriptor.end()}};
+        return {std::make_unique<Port>(*this),
+                firmware_->model().streamingInterface(),
+                {descriptor.begin(), descriptor.end()}};
     }
     ++counts_.disconnected;
     return {};
@@ -150,7 +151,8 @@ UsbPortStatus FakeUsbCamera::request(const UsbStreamRequest& request, std::size_
     }
     const bool in = (request.code & uvc::directionIn) != 0;
     const UsbSetup setup{in ? uvc::classInterfaceIn : uvc::classInterfaceOut, request.code,
-                         static_cast<std::uint16_t>(request.selector << 8U), uvc::streamingInterface,
+                         static_cast<std::uint16_t>(request.selector << 8U),
+                         firmware_->model().streamingInterface(),
                          static_cast<std::uint16_t>(request.data.size())};
     const UsbPortStatus status = control(setup, request.data, done);
     if (in && bend && status == UsbPortStatus::ok) bend(request.code, request.selector, request.data);
@@ -166,8 +168,9 @@ UsbPortStatus FakeUsbCamera::setAlternate(std::uint8_t alternate) {
         if (failure != UsbPortStatus::ok) return failure;
     }
     std::size_t done = 0;
-    return control({uvc::recipientInterface, uvc::setInterface, alternate, uvc::streamingInterface, 0}, {},
-                   done);
+    return control(
+        {uvc::recipientInterface, uvc::setInterface, alternate, firmware_->model().streamingInterface(), 0},
+        {}, done);
 }
 
 UsbPortStatus FakeUsbCamera::submit(Transfer& transfer) {

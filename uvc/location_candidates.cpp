@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "uvc/location_id.h"
+#include "uvc/location_candidates.h"
 
 #include <charconv>
 #include <cstddef>

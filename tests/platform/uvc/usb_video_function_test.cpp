@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/usb/usb_video_function.h"
+#include "platform/uvc/usb_video_function.h"
 
 #include <gmock/gmock.h>
 
@@ -105,7 +105,7 @@ TEST(VideoFunction, ListsTheControlsThatTheFirmwareHas) {
         const VirtualCameraModel& model = firmware.model();
         const UsbVideoFunction function = videoFunctionOf(makeConfigurationDescriptor(model), 0);
         for (const FirmwareControl& control : firmwareControls()) {
-            const bool terminal = control.address.entity == ControlEntity::cameraTerminal;
+            const bool terminal = control.address.entity == UvcEntity::cameraTerminal;
             const std::uint8_t entity = terminal ? model.terminalID : model.unitID;
             EXPECT_EQ(function.lists(entity, control.address.selector),
                       firmware.listsControl(entity, control.address.selector))

@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/linux/kernel/kernel_control_table.h"
+#include "platform/uvc/controls.h"
 
 namespace tavelo {
 
