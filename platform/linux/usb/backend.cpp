@@ -16,8 +16,8 @@
 #include "platform/linux/usb/libusb_bus.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
 #include "platform/linux/usb/usb_permissions.h"
-#include "platform/linux/usb/usb_video_function.h"
 #include "platform/linux/wake_event.h"
+#include "platform/uvc/usb_video_function.h"
 
 namespace tavelo {
 namespace {
