@@ -162,9 +162,8 @@ TEST_F(VirtualUsbTest, aClosedInterfaceAnswersNothingAndReachesNobody) {
 
 TEST_F(VirtualUsbTest, anUnpluggedCameraIsGoneAtEveryStep) {
     auto get = request(UvcRequest::getCur, control::brightness, std::span(bytes).first(2));
-    const auto services = backend.usb->matchingDeviceServices();
-    const auto plugIn = services[0]->CreatePlugInInterface();
-    const auto device = plugIn->QueryInterface();
+    const auto devices = backend.usb->listDevices();
+    const auto& device = devices[0];
     const auto found = device->CreateInterfaceIterator(videoControl);
     EXPECT_TRUE(backend.bus->unplug(1));
     EXPECT_FALSE(backend.bus->unplug(1));
