@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/printable.h"
 #include "platform/linux/v4l2/v4l2_formats.h"
 
 namespace tavelo {
@@ -58,13 +59,6 @@ std::string firstLine(const fs::path& file) {
     std::ifstream stream(file);
     std::getline(stream, line);
     return line;
-}
-
-// The camera chooses the text; it must not control a terminal.
-std::string printable(std::string text) {
-    std::ranges::replace_if(
-        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
-    return text;
 }
 
 std::string localizedName(const std::optional<UsbIdentity>& identity, const std::string& driversName,
