@@ -15,8 +15,7 @@ public:
     V4l2CapturePlatform(MainQueue& mainQueue, Diagnostics& diagnostics, const CaptureFormatRequest& request,
                         const std::shared_ptr<ThreadPriority>& priority)
         : priority_(priority),
-          list_("/sys", mainQueue,
-                {std::make_shared<KernelNodeOpener>(), diagnostics, request, "/sys", priority}),
+          list_(mainQueue, {std::make_shared<KernelNodeOpener>(), diagnostics, request, "/sys", priority}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that no change is missed
     }
@@ -31,7 +30,7 @@ public:
 
 private:
     const std::shared_ptr<ThreadPriority> priority_;
-    VideoDeviceList list_;
+    KernelDeviceList list_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
 

@@ -99,7 +99,7 @@ private:
     }
 
     const std::shared_ptr<ThreadPriority> priority_;
-    UsbCameraList list_;
+    UsbDeviceList list_;
     WakeEvent ending_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
