@@ -24,7 +24,8 @@
 
 #include "platform/linux/bus/libusb_handles.h"
 #include "platform/linux/file_descriptor.h"
-#include "platform/linux/usb/stream/usb_stream_input.h"
+#include "platform/linux/usb/capture_input.h"
+#include "platform/linux/usb/stream/libusb_stream_port.h"
 #include "platform/linux/usb/usb_handle.h"
 #include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/picture/virtual_picture.h"
@@ -65,7 +66,12 @@ public:
 
     bool isClaimed() const { return isClaimed_; }
 
-    UsbStreamAccess access(std::shared_ptr<void> claim) const {
+    std::unique_ptr<UsbStreamPort> port(std::shared_ptr<void> claim) const {
+        return makeLibusbStreamPort({std::move(claim), context_, handle_.get(), uvc::streamingInterface});
+    }
+
+    /// With all that follows it; empty if it cannot be read.
+    std::vector<std::uint8_t> configurationDescriptor() const {
         libusb_config_descriptor* told = nullptr;
         if (libusb_get_active_config_descriptor(libusb_get_device(handle_.get()), &told) != 0) return {};
         const LibusbConfiguration header(told);
@@ -73,7 +79,7 @@ public:
         const int length =
             libusb_get_descriptor(handle_.get(), LIBUSB_DT_CONFIG, 0, bytes.data(), int(bytes.size()));
         bytes.resize(std::size_t(std::max(length, 0)));
-        return {std::move(claim), context_, handle_.get(), uvc::streamingInterface, std::move(bytes)};
+        return bytes;
     }
 
 private:
@@ -168,10 +174,14 @@ bool isRight(PixelBuffer& picture) {
     });
 }
 
-std::unique_ptr<CaptureDeviceInput> makeInput(Diagnostics& diagnostics, const char* fourcc,
-                                              std::function<UsbStreamAccess(Error&)> acquire) {
-    return makeUsbStreamInput(
-        nullptr, {std::move(acquire), diagnostics, {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});
+std::unique_ptr<CaptureDeviceInput> makeInput(const OpenedCamera& camera, Diagnostics& diagnostics,
+                                              const char* fourcc,
+                                              std::function<std::unique_ptr<UsbStreamPort>(Error&)> open) {
+    return std::make_unique<UsbCaptureInput>(
+        nullptr, UsbStreamSource{std::move(open), uvc::streamingInterface, camera.configurationDescriptor()},
+        CaptureInputOptions{.diagnostics = diagnostics,
+                            .whoHolds = [] { return "busy: in use by another program"; },
+                            .request = {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});
 }
 
 bool looksRight(CaptureDeviceInput& input, std::size_t wanted) {
@@ -194,7 +204,8 @@ bool say(bool right, const char* subject) {
 bool checkPictures(const std::shared_ptr<OpenedCamera>& camera, Diagnostics& diagnostics) {
     bool right = true;
     for (const char* fourcc : {"YUYV", "MJPG"}) {
-        const auto input = makeInput(diagnostics, fourcc, [&](Error&) { return camera->access(camera); });
+        const auto input =
+            makeInput(*camera, diagnostics, fourcc, [&](Error&) { return camera->port(camera); });
         right = say(looksRight(*input, pictures), fourcc) && right;
         bool again = true;
         for (int i = 0; i < restarts && again; ++i)
@@ -214,13 +225,13 @@ bool checkUnplug(std::shared_ptr<OpenedCamera> camera, Diagnostics& diagnostics)
         dropped = true;
         changed.notify_all();
     };
-    const auto acquire = [&](Error& error) {
-        if (camera) return camera->access(std::shared_ptr<void>(camera.get(), drop));
+    const auto open = [&](Error& error) -> std::unique_ptr<UsbStreamPort> {
+        if (camera) return camera->port(std::shared_ptr<void>(camera.get(), drop));
         error = {ErrorCode::gone, "it was pulled out"};
-        return UsbStreamAccess{};
+        return nullptr;
     };
     Frames frames;
-    const auto input = makeInput(diagnostics, "YUYV", acquire);
+    const auto input = makeInput(*camera, diagnostics, "YUYV", open);
     input->start(frames);
     if (!say(frames.waitFor(2), "streaming")) return false;
     std::fflush(stdout);

@@ -31,12 +31,14 @@ std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error)
             return nullptr;
         }
     }
-    return std::make_unique<V4l2Input>(
-        shared_from_this(),
-        V4l2InputSetup{node_.path(), options_.opener, options_.diagnostics, options_.request,
-                       StreamPatience(),
-                       [sysfs = options_.sysfs, node = node_] { return isListed(sysfs, node); },
-                       [path = node_.path()] { return busyText(deviceHolders(path)); }, options_.priority});
+    return std::make_unique<KernelCaptureInput>(
+        shared_from_this(), node_.path(), options_.opener,
+        CaptureInputOptions{
+            .diagnostics = options_.diagnostics,
+            .whoHolds = [path = node_.path()] { return busyText(deviceHolders(path)); },
+            .request = options_.request,
+            .isListed = [sysfs = options_.sysfs, node = node_] { return isListed(sysfs, node); },
+            .priority = options_.priority});
 }
 
 } // namespace tavelo

@@ -5,9 +5,11 @@
 #include <string>
 #include <utility>
 
+#include "platform/linux/device_holders.h"
+#include "platform/linux/usb/capture_input.h"
 #include "platform/linux/usb/driver_watch.h"
 #include "platform/linux/usb/libusb_bus.h"
-#include "platform/linux/usb/stream/usb_stream_input.h"
+#include "platform/linux/usb/stream/libusb_stream_port.h"
 #include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/usb/usb_transport_platforms.h"
 
@@ -44,11 +46,12 @@ UsbCameraClaims::WatchStarter watchStarter() {
     };
 }
 
-UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camera, Error& error) {
-    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera.address, error);
-    if (!claim) return {};
-    return {claim, claims.context(), claim->handle().native(), camera.address.streamingInterfaces.front(),
-            camera.configurationDescriptor};
+std::unique_ptr<UsbStreamPort> takeForStreaming(UsbCameraClaims& claims, const UsbCameraAddress& camera,
+                                                Error& error) {
+    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera, error);
+    if (!claim) return nullptr;
+    return makeLibusbStreamPort(
+        {claim, claims.context(), claim->handle().native(), camera.streamingInterfaces.front()});
 }
 
 // The camera is taken on the stream's thread when the stream starts.
@@ -57,11 +60,15 @@ UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnos
                          const std::shared_ptr<ThreadPriority>& priority) {
     return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
                                                      const UsbCamera& camera, Error& /*error*/) {
-        const auto acquire = [claims, camera](Error& error) {
-            return takeForStreaming(*claims, camera, error);
+        const auto open = [claims, address = camera.address](Error& error) {
+            return takeForStreaming(*claims, address, error);
         };
-        return makeUsbStreamInput(std::move(device),
-                                  {acquire, diagnostics, request, camera.address.device.path(), priority});
+        const auto whoHolds = [node = camera.address.device.path()] { return busyText(deviceHolders(node)); };
+        return std::make_unique<UsbCaptureInput>(
+            std::move(device),
+            UsbStreamSource{open, camera.address.streamingInterfaces.front(), camera.configurationDescriptor},
+            CaptureInputOptions{
+                .diagnostics = diagnostics, .whoHolds = whoHolds, .request = request, .priority = priority});
     };
 }
 

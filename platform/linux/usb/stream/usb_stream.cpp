@@ -67,13 +67,13 @@ UsbStream::~UsbStream() {
     switchOff();
 }
 
-std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& interface,
-                                              const CaptureFormatRequest& request) {
+std::optional<StreamOver> UsbStream::start(const UvcStreamingInterface& interface,
+                                           const CaptureFormatRequest& request) {
     // A program that crashed may have left it on.  Some cameras that have no other setting refuse this one.
-    if (port_.setAlternate(0) == UsbPortStatus::gone) return UsbStreamOver{StreamEnd::gone, {}};
+    if (port_.setAlternate(0) == UsbPortStatus::gone) return StreamOver{StreamEnd::gone, {}};
     FormatSearch search(interface.offers, request);
     for (auto proposal = search.best(); proposal; proposal = search.best()) {
-        if (mailbox_.isStopped()) return UsbStreamOver{};
+        if (mailbox_.isStopped()) return StreamOver{};
         switch (attempt(interface, search, *proposal)) {
             case Outcome::streams:
                 return std::nullopt;
@@ -88,11 +88,11 @@ std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& inter
         }
     }
     if (interface.offers.empty())
-        return UsbStreamOver{StreamEnd::failed, "the camera offers no format that we know"};
+        return StreamOver{StreamEnd::failed, "the camera offers no format that we know"};
     return over();
 }
 
-UsbStreamOver UsbStream::over() const {
+StreamOver UsbStream::over() const {
     if (status_ == UsbPortStatus::timedOut) return {StreamEnd::failed, "the camera does not answer"};
     if (status_ == UsbPortStatus::stalled) return {StreamEnd::failed, "the camera refuses every format"};
     const StreamEnd end = streamEndOf(status_);

@@ -5,12 +5,11 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/capture.h"
-#include "platform/common/stream_retry_policy.h"
+#include "platform/common/retrying_capture_input.h"
 #include "platform/linux/pictures/frame_converter.h"
 #include "platform/linux/usb/stream/format_search.h"
 #include "platform/linux/usb/stream/frame_assembler.h"
@@ -21,12 +20,6 @@
 #include "platform/linux/usb/stream/uvc_probe.h"
 
 namespace tavelo {
-
-/// Why a run of a stream ended, with a sentence for people if there is something to say.
-struct UsbStreamOver {
-    StreamEnd end = StreamEnd::stopped;
-    std::string reason;
-};
 
 StreamEnd streamEndOf(UsbPortStatus status);
 
@@ -47,8 +40,8 @@ public:
     /// Called once.  Tries the camera's formats, the best first, until one streams; checks before each
     /// whether the mailbox was stopped.
     /// @return nothing if video flows
-    std::optional<UsbStreamOver> start(const UvcStreamingInterface& interface,
-                                       const CaptureFormatRequest& request);
+    std::optional<StreamOver> start(const UvcStreamingInterface& interface,
+                                    const CaptureFormatRequest& request);
 
     /// The format that streams; constant after start().
     const FrameFormat& format() const { return format_; }
@@ -62,7 +55,7 @@ private:
                         UvcProbe& probe, const UvcFrameOffer*& offer);
     Outcome switchOn(const UvcStreamSetting& setting, const UvcFrameOffer& offer, const UvcProbe& probe);
     void switchOff();
-    UsbStreamOver over() const;
+    StreamOver over() const;
 
     UsbStreamPort& port_;
     FrameMailbox& mailbox_;

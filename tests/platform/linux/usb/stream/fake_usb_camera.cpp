@@ -97,7 +97,7 @@ FakeUsbCamera::FakeUsbCamera(const VirtualCameraModel& model, Frames frames)
 
 FakeUsbCamera::~FakeUsbCamera() = default;
 
-UsbStreamConnection FakeUsbCamera::connect(Error& error) {
+std::unique_ptr<UsbStreamPort> FakeUsbCamera::connect(Error& error) {
     const std::lock_guard lock(mutex_);
     ++counts_.connected;
     changed_.notify_all();
@@ -107,12 +107,15 @@ UsbStreamConnection FakeUsbCamera::connect(Error& error) {
     } else if (gone_) {
         error = {ErrorCode::gone, "it is gone"};
     } else {
-        const auto descriptor = firmware_->configurationDescriptor();
-        return {
-            std::make_unique<Port>(*this), uvc::streamingInterface, {descriptor.begin(), descriptor.end()}};
+        return std::make_unique<Port>(*this);
     }
     ++counts_.disconnected;
-    return {};
+    return nullptr;
+}
+
+FakeUsbCamera::Bytes FakeUsbCamera::configurationDescriptor() const {
+    const auto descriptor = firmware_->configurationDescriptor();
+    return {descriptor.begin(), descriptor.end()};
 }
 
 UsbPortStatus FakeUsbCamera::take(std::vector<Failure>& failures, int code, int selector) {

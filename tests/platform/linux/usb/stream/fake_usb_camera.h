@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/linux/usb/stream/port_stream_input.h"
+#include "platform/error.h"
 #include "platform/linux/usb/stream/usb_stream_port.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 #include "virtual-camera/program/virtual_camera_gadget.h"
@@ -40,7 +40,9 @@ public:
     explicit FakeUsbCamera(const VirtualCameraModel& model, Frames frames = Frames::byHand);
     ~FakeUsbCamera();
 
-    UsbStreamConnection connect(Error& error);
+    std::unique_ptr<UsbStreamPort> connect(Error& error);
+    /// With all that follows it.
+    Bytes configurationDescriptor() const;
 
     VirtualCameraFirmware& firmware() { return *firmware_; }
 

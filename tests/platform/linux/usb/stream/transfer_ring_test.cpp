@@ -21,7 +21,7 @@ constexpr UsbTransferShape shape{0x81, true, 16, 4};
 
 class RingTest : public testing::Test {
 protected:
-    RingTest() : port(camera.connect(error).port) {
+    RingTest() : port(camera.connect(error)) {
         ring = std::make_unique<TransferRing>(
             *port,
             [this](std::span<const UsbPacket> packets) {
