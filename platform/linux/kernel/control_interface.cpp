@@ -74,9 +74,8 @@ std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::in
 
 } // namespace
 
-KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device,
-                                       KernelInterfaceAddress address, Diagnostics& diagnostics,
-                                       std::shared_ptr<HeldPair> pair)
+KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2Node> device, KernelInterfaceAddress address,
+                                       Diagnostics& diagnostics, std::shared_ptr<HeldPair> pair)
     : address_(std::move(address)),
       diagnostics_(diagnostics),
       heldPair_(std::move(pair)),
@@ -84,7 +83,7 @@ KernelUsbInterface::KernelUsbInterface(std::shared_ptr<V4l2ControlDevice> device
 
 UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
-    std::shared_ptr<V4l2ControlDevice> device;
+    std::shared_ptr<V4l2Node> device;
     {
         const std::lock_guard lock(mutex_);
         device = device_;
@@ -99,7 +98,7 @@ UsbStatus KernelUsbInterface::ControlRequest(UsbControlRequest& request) {
 }
 
 void KernelUsbInterface::USBInterfaceClose() {
-    std::shared_ptr<V4l2ControlDevice> closing;
+    std::shared_ptr<V4l2Node> closing;
     const std::lock_guard lock(mutex_);
     closing.swap(device_);
 }
@@ -111,7 +110,7 @@ const KernelControl* KernelUsbInterface::findControl(const UsbControlRequest& re
     return findKernelControl(*entity, static_cast<std::uint8_t>(request.wValue >> 8));
 }
 
-UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelControl& control,
+UsbStatus KernelUsbInterface::read(V4l2Node& device, const KernelControl& control,
                                    UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
@@ -124,7 +123,7 @@ UsbStatus KernelUsbInterface::read(V4l2ControlDevice& device, const KernelContro
     return usbStatusOf(reply.error, false);
 }
 
-UsbStatus KernelUsbInterface::write(V4l2ControlDevice& device, const KernelControl& control,
+UsbStatus KernelUsbInterface::write(V4l2Node& device, const KernelControl& control,
                                     UsbControlRequest& request) {
     // The class has no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;

@@ -13,8 +13,8 @@
 namespace tavelo {
 
 struct OpenedControlNode {
-    std::shared_ptr<V4l2ControlDevice> device; ///< null if none could be opened
-    std::string path;                          ///< "/dev/video0"
+    std::shared_ptr<V4l2Node> device; ///< null if none could be opened
+    std::string path;                 ///< "/dev/video0"
 };
 
 /// Opens the first capturing node of a video-control interface.

@@ -51,7 +51,7 @@ std::shared_ptr<UsbInterface> openThroughNode(const KernelUsbSurroundings& surro
 
 KernelUsbSurroundings thisMachine() {
     KernelUsbSurroundings surroundings;
-    surroundings.opener = makeControlDeviceOpener();
+    surroundings.opener = std::make_unique<KernelNodeOpener>();
     surroundings.pause = [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); };
     return surroundings;
 }

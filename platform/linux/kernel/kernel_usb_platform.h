@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/diagnostics.h"
-#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/usb_platform.h"
 
 namespace tavelo {
@@ -20,7 +20,7 @@ class HeldPairs;
 struct KernelUsbSurroundings {
     std::filesystem::path sysfs = "/sys";
     std::filesystem::path devices = "/dev";
-    std::unique_ptr<V4l2ControlDeviceOpener> opener;
+    std::unique_ptr<V4l2NodeOpener> opener;
     /// Sleeps between two attempts to open a node.
     std::function<void(std::chrono::milliseconds)> pause;
 };

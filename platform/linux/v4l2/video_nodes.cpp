@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/v4l2/video_nodes.h"
 
-#include <linux/videodev2.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -119,11 +118,8 @@ VideoNodeScanner::Seen VideoNodeScanner::look(const std::string& name, std::uint
 bool VideoNodeScanner::captures(const std::string& name) const {
     int error = 0;
     const auto node = opener_->open("/dev/" + name, error);
-    v4l2_capability capability{};
-    if (node && node->control(VIDIOC_QUERYCAP, &capability) == 0) {
-        const bool perNode = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;
-        return canCapture(perNode ? capability.device_caps : capability.capabilities);
-    }
+    std::uint32_t capabilities = 0;
+    if (node && queryCapabilities(*node, capabilities) == 0) return canCapture(capabilities);
     // No rights (yet): a driver creates the capturing node before the one for metadata.
     return firstLine(sysfs_ / "class/video4linux" / name / "index") == "0";
 }

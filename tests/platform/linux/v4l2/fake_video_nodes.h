@@ -45,7 +45,7 @@ private:
     int removed_ = 0;
 };
 
-/// Opens every node that it was told of; QUERYCAP is all that they answer.  Thread-safe.
+/// Opens every node that it was told of; they have no controls.  Thread-safe.
 class FakeNodeOpener final : public V4l2NodeOpener {
 public:
     void capabilities(const std::string& name, std::uint32_t deviceCaps);

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// A video node with controls in memory, with the driver's rules and with errors to order.
+#pragma once
+
+#include <linux/videodev2.h>
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <vector>
+
+#include "platform/linux/v4l2/v4l2_controls.h"
+
+namespace tavelo::test {
+
+class FakeControlNode final : public V4l2Node {
+public:
+    struct Control {
+        V4l2ControlInfo info;
+        std::int32_t value = 0;
+        std::set<std::uint32_t> menu;
+        // Errors to order; 0 is none.
+        int queryError = 0;
+        int menuError = 0;
+        int getError = 0;
+        int setError = 0;
+    };
+
+    /// Set up before use.
+    std::map<std::uint32_t, Control> controls;
+
+    /// Of this node.
+    std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+
+    /// Every write, in order, as it was asked.
+    std::vector<std::vector<V4l2ControlValue>> writes() const;
+
+    int control(unsigned long request, void* argument) override;
+    V4l2Mapping map(std::size_t length, std::uint32_t offset) override;
+    int descriptor() const override { return -1; }
+
+private:
+    int query(v4l2_queryctrl& query) const;
+    int queryMenu(const v4l2_querymenu& query) const;
+    int get(std::span<v4l2_ext_control> values);
+    int set(std::span<v4l2_ext_control> values);
+
+    mutable std::mutex mutex_; // guards values and writes_
+    std::vector<std::vector<V4l2ControlValue>> writes_;
+};
+
+/// Every control that the kernel maps, in a camera's usual ranges.
+std::map<std::uint32_t, FakeControlNode::Control> everyControl();
+
+} // namespace tavelo::test
