@@ -24,8 +24,8 @@
 
 #include "platform/linux/bus/libusb_handles.h"
 #include "platform/linux/file_descriptor.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
-#include "platform/linux/usb/usb_handle.h"
 #include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/picture/virtual_picture.h"
 

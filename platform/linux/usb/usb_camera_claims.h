@@ -13,7 +13,7 @@
 
 #include "platform/diagnostics.h"
 #include "platform/error.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/serial_queue.h"
 
 namespace tavelo {

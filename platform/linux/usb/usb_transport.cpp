@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/driver_watch.h"
-#include "platform/linux/usb/libusb_bus.h"
 #include "platform/linux/usb/stream/usb_stream_input.h"
 #include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/usb/usb_transport_platforms.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_handle.h"
 
 namespace tavelo::test {
 

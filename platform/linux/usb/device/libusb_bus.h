@@ -9,7 +9,7 @@
 
 #include "platform/linux/bus/libusb_handles.h"
 #include "platform/linux/bus/udev_events.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/wake_event.h"
 
 namespace tavelo {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/usb/libusb_bus.h"
+#include "platform/linux/usb/device/libusb_bus.h"
 
 #include <gtest/gtest.h>
 
