@@ -20,16 +20,16 @@ constexpr const char* keptByDriver = "; the cameras stay with the kernel's drive
 class RightsMindingOpener final : public UsbHandleOpener {
 public:
     RightsMindingOpener(std::shared_ptr<UsbHandleOpener> opener,
-                        std::function<void(const std::string& line)> warn)
+                             std::function<void(const std::string& line)> warn)
         : opener_(std::move(opener)),
           warn_(std::move(warn)) {}
 
-    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override {
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) override {
         auto handle = opener_->open(address, error);
-        if (error == LIBUSB_ERROR_ACCESS && !warned_.exchange(true)) warn_(missingRightsLine(address.path()));
+        if (!handle && error.code == ErrorCode::denied && !warned_.exchange(true))
+            warn_(missingRightsLine(address.path()));
         return handle;
     }
-    libusb_context* context() override { return opener_->context(); }
 
 private:
     const std::shared_ptr<UsbHandleOpener> opener_;
@@ -44,24 +44,18 @@ UsbCameraClaims::WatchStarter watchStarter() {
     };
 }
 
-UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camera, Error& error) {
-    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera.address, error);
-    if (!claim) return {};
-    return {claim, claims.context(), claim->handle().native(), camera.address.streamingInterfaces.front(),
-            camera.configurationDescriptor};
-}
-
 // The camera is taken on the stream's thread when the stream starts.
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
                          const CaptureFormatRequest& request,
                          const std::shared_ptr<ThreadPriority>& priority) {
     return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
                                                      const UsbCamera& camera, Error& /*error*/) {
-        const auto acquire = [claims, camera](Error& error) {
-            return takeForStreaming(*claims, camera, error);
+        const auto acquire = [claims, address = camera.address](Error& error) {
+            return claims->acquire(address, error);
         };
-        return makeUsbStreamInput(std::move(device),
-                                  {acquire, diagnostics, request, camera.address.device.path(), priority});
+        return makeUsbStreamInput(std::move(device), {acquire, camera.address.streamingInterfaces.front(),
+                                                      camera.configurationDescriptor, diagnostics, request,
+                                                      camera.address.device.path(), priority});
     };
 }
 
@@ -81,8 +75,8 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
         tell(std::string("libusb finds no USB here") + keptByDriver);
         return {};
     }
-    const auto claims = std::make_shared<UsbCameraClaims>(std::make_shared<RightsMindingOpener>(bus, tell),
-                                                          watchStarter(), diagnostics);
+    const auto claims = std::make_shared<UsbCameraClaims>(
+        std::make_shared<RightsMindingOpener>(bus, tell), watchStarter(), diagnostics);
     const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }, "/sys", priority};
     return {makeUsbTransportUsbPlatform(transport, diagnostics),
             makeUsbTransportCapturePlatform(transport, mainQueue,

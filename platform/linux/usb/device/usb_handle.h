@@ -1,31 +1,18 @@
 // SPDX-License-Identifier: MIT
-// The libusb calls that a camera's controls need, as an interface that tests can replace.
+// An opened USB device: its interfaces, requests and transfers.
 #pragma once
 
-#include <libusb.h>
-
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
-#include <tuple>
+
+#include "platform/error.h"
+#include "platform/linux/usb/device/usb_address.h"
+#include "platform/linux/usb/device/usb_transfer.h"
 
 namespace tavelo {
-
-/// The address of a plugged-in device; it changes each time the device is plugged in.
-struct UsbAddress {
-    std::uint8_t bus = 0;
-    std::uint8_t device = 0;
-
-    /// "/dev/bus/usb/001/005"
-    std::string path() const;
-
-    friend bool operator==(const UsbAddress&, const UsbAddress&) = default;
-    friend bool operator<(const UsbAddress& a, const UsbAddress& b) {
-        return std::tie(a.bus, a.device) < std::tie(b.bus, b.device);
-    }
-};
 
 /// The setup packet of a control transfer without the length, which is that of the data.
 struct UsbSetupPacket {
@@ -33,28 +20,47 @@ struct UsbSetupPacket {
     std::uint8_t request = 0;
     std::uint16_t value = 0;
     std::uint16_t index = 0;
+
+    friend bool operator==(const UsbSetupPacket&, const UsbSetupPacket&) = default;
 };
 
-/// An opened device.  Results are libusb's: an error code, LIBUSB_SUCCESS, or a number of bytes.  As
-/// thread-safe as libusb's handles; the destructor closes the device.
+struct UsbResult {
+    ErrorCode code = ErrorCode::none;
+    std::size_t bytes = 0; ///< moved
+};
+
+/// An opened device.  Thread-safe, but the alternate settings of an interface are for one thread, that of
+/// its stream.  The destructor closes the device.
+///
+/// Common to all calls: `refused` if the device stalls, `timeout`, `gone`, `denied`, `busy` if another
+/// program or driver holds the interface, `failed` for any other fault.  An Error's text is for people.
 class UsbHandle {
 public:
     virtual ~UsbHandle() = default;
 
     /// Blocks until the device answers, is gone, or the time is over.
-    /// @return bytes moved, or an error
-    virtual int controlTransfer(const UsbSetupPacket& setup, std::span<std::uint8_t> data,
-                                std::chrono::milliseconds patience) = 0;
+    virtual UsbResult request(const UsbSetupPacket& setup, std::span<std::uint8_t> data,
+                              std::chrono::milliseconds patience) = 0;
 
-    /// LIBUSB_ERROR_NOT_FOUND: no driver holds the interface.
-    virtual int detachKernelDriver(std::uint8_t interface) = 0;
-    /// Lets the kernel look for a driver; blocks while that driver probes the device.
-    virtual int attachKernelDriver(std::uint8_t interface) = 0;
-    virtual int claimInterface(std::uint8_t interface) = 0;
-    virtual int releaseInterface(std::uint8_t interface) = 0;
+    /// `invalid`: no driver holds the interface.
+    virtual Error detachKernelDriver(std::uint8_t interface) = 0;
+    /// Lets the kernel look for a driver; blocks while that driver probes the device.  `busy`: a driver has
+    /// the interface; `invalid`: no driver wants it.
+    virtual Error attachKernelDriver(std::uint8_t interface) = 0;
+    /// `invalid`: the device has no such interface.
+    virtual Error claimInterface(std::uint8_t interface) = 0;
+    virtual void releaseInterface(std::uint8_t interface) = 0;
 
-    /// For streaming; null in tests.
-    virtual libusb_device_handle* native() = 0;
+    /// `invalid`: the interface has no such setting, or is not claimed.
+    virtual ErrorCode setAlternate(std::uint8_t interface, std::uint8_t alternate) = 0;
+    virtual ErrorCode clearHalt(std::uint8_t endpoint) = 0;
+
+    /// Null if memory is short.  The listener must outlive the transfer, and the handle too.
+    virtual std::unique_ptr<UsbTransfer> makeTransfer(const UsbTransferShape& shape,
+                                                      UsbTransferListener& listener) = 0;
+
+    /// Reports ended transfers to their listeners; returns after the first ones, or when the time is over.
+    virtual ErrorCode handleEvents(std::chrono::milliseconds atMost) = 0;
 };
 
 /// Thread-safe.
@@ -62,11 +68,8 @@ class UsbHandleOpener {
 public:
     virtual ~UsbHandleOpener() = default;
 
-    /// Null with libusb's error if it cannot be opened.
-    virtual std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) = 0;
-
-    /// The context of the handles; null in tests.
-    virtual libusb_context* context() = 0;
+    /// Null with the reason if the device cannot be opened.
+    virtual std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) = 0;
 };
 
 } // namespace tavelo

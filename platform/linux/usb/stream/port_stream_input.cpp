@@ -15,19 +15,6 @@ namespace {
 
 using Clock = FrameMailbox::Clock;
 
-StreamEnd streamEndOf(ErrorCode code) {
-    switch (code) {
-        case ErrorCode::gone:
-            return StreamEnd::gone;
-        case ErrorCode::busy:
-            return StreamEnd::busy;
-        case ErrorCode::denied:
-            return StreamEnd::denied;
-        default:
-            return StreamEnd::failed;
-    }
-}
-
 } // namespace
 
 PortStreamInput::PortStreamInput(std::shared_ptr<CaptureDevice> device, PortStreamSetup setup)
@@ -60,11 +47,11 @@ void PortStreamInput::stop() {
 // A silent camera stays claimed, since giving it back to the kernel's driver takes seconds; after other
 // failures it is opened again.
 void PortStreamInput::run(FrameSink& sink) {
-    UsbStreamConnection connection;
+    std::shared_ptr<UsbHandle> camera;
     for (;;) {
-        const UsbStreamOver over = streamOnce(connection, sink);
+        const UsbStreamOver over = streamOnce(camera, sink);
         if (over.end == StreamEnd::gone) return; // the bus itself reports it
-        if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) connection = {};
+        if (over.end != StreamEnd::silent && over.end != StreamEnd::busFull) camera.reset();
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
         if (!decision.wait || mailbox_.waitForStop(*decision.wait)) return;
@@ -72,21 +59,21 @@ void PortStreamInput::run(FrameSink& sink) {
 }
 
 // Memory may run out at any step; that ends the run, not the program.
-UsbStreamOver PortStreamInput::streamOnce(UsbStreamConnection& connection, FrameSink& sink) {
+UsbStreamOver PortStreamInput::streamOnce(std::shared_ptr<UsbHandle>& camera, FrameSink& sink) {
     try {
-        return streamWithin(connection, sink);
+        return streamWithin(camera, sink);
     } catch (const std::bad_alloc&) {
         return {StreamEnd::failed, "no memory for the camera's pictures"};
     }
 }
 
-UsbStreamOver PortStreamInput::streamWithin(UsbStreamConnection& connection, FrameSink& sink) {
+UsbStreamOver PortStreamInput::streamWithin(std::shared_ptr<UsbHandle>& camera, FrameSink& sink) {
     Error error;
-    if (!connection.port) connection = setup_.connect(error);
-    if (!connection.port) return {streamEndOf(error.code), error.text};
+    if (!camera) camera = setup_.connect(error);
+    if (!camera) return {streamEndOf(error.code), error.text};
     const UvcStreamingInterface interface =
-        streamingInterfaceOf(connection.configurationDescriptor, connection.streamingInterface);
-    UsbStream stream(*connection.port, mailbox_, setup_.priority);
+        streamingInterfaceOf(setup_.configurationDescriptor, setup_.streamingInterface);
+    UsbStream stream(*camera, setup_.streamingInterface, mailbox_, setup_.priority);
     if (auto failed = stream.start(interface, setup_.request)) return *failed;
     if (!converter_.setFormat(stream.format()))
         return {StreamEnd::failed, "the picture's size makes no sense"};

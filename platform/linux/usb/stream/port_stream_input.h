@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A session's input on any USB port, libusb's or a test's.
+// A session's input on an opened USB camera.
 #pragma once
 
 #include <chrono>
@@ -16,22 +16,18 @@
 #include "platform/diagnostics.h"
 #include "platform/error.h"
 #include "platform/linux/pictures/frame_converter.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
 #include "platform/linux/usb/stream/usb_stream.h"
-#include "platform/linux/usb/stream/usb_stream_port.h"
 
 namespace tavelo {
 
-/// A camera opened for streaming.
-struct UsbStreamConnection {
-    std::unique_ptr<UsbStreamPort> port; ///< null: it could not be opened
-    std::uint8_t streamingInterface = 0;
-    std::vector<std::uint8_t> configurationDescriptor;
-};
-
 struct PortStreamSetup {
-    std::function<UsbStreamConnection(Error&)> connect; ///< called on the stream's thread
-    Diagnostics& diagnostics;                           ///< must outlive the input
+    /// Opens the camera; null with the reason.  Called on the stream's thread.
+    std::function<std::shared_ptr<UsbHandle>(Error&)> connect;
+    std::uint8_t streamingInterface = 0;
+    std::vector<std::uint8_t> configurationDescriptor; ///< with all that follows it
+    Diagnostics& diagnostics;                          ///< must outlive the input
     CaptureFormatRequest request;
     StreamPatience patience;
     /// Who holds a busy device, as busyText() says it.  Any thread; may be empty.
@@ -56,8 +52,8 @@ public:
 
 private:
     void run(FrameSink& sink);
-    UsbStreamOver streamOnce(UsbStreamConnection& connection, FrameSink& sink);
-    UsbStreamOver streamWithin(UsbStreamConnection& connection, FrameSink& sink);
+    UsbStreamOver streamOnce(std::shared_ptr<UsbHandle>& camera, FrameSink& sink);
+    UsbStreamOver streamWithin(std::shared_ptr<UsbHandle>& camera, FrameSink& sink);
     UsbStreamOver pump(FrameSink& sink);
     UsbStreamOver silent() const;
     bool handle(const FrameMailbox::Frame& frame, FrameSink& sink);

@@ -11,28 +11,19 @@
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
 #include "platform/error.h"
-
-struct libusb_context;
-struct libusb_device_handle;
+#include "platform/linux/usb/device/usb_handle.h"
 
 namespace tavelo {
 
-/// A camera opened for streaming.  Handle and context are valid as long as the claim is held; meanwhile no
-/// kernel driver holds the streaming interface.
-struct UsbStreamAccess {
-    std::shared_ptr<void> claim;
-    libusb_context* context = nullptr;
-    libusb_device_handle* handle = nullptr; ///< null: it could not be opened
+struct UsbStreamSetup {
+    /// Takes the camera from the kernel's driver, for as long as the result lives.  Called on the stream's
+    /// thread each time streaming starts, also after a failure; the result is dropped on that thread when
+    /// the stream stops.  Null comes with the reason; if the device is gone, the input does nothing until
+    /// its next start.
+    std::function<std::shared_ptr<UsbHandle>(Error&)> acquire;
     std::uint8_t streamingInterface = 0;
     std::vector<std::uint8_t> configurationDescriptor; ///< with all that follows it
-};
-
-struct UsbStreamSetup {
-    /// Called on the stream's thread each time streaming starts, also after a failure; the result is
-    /// dropped on that thread when the stream stops.  A null handle comes with the reason; if the device is
-    /// gone, the input does nothing until its next start.
-    std::function<UsbStreamAccess(Error&)> acquire;
-    Diagnostics& diagnostics; ///< must outlive the input
+    Diagnostics& diagnostics;                          ///< must outlive the input
     CaptureFormatRequest request;
     std::string node = {};                         ///< "/dev/bus/usb/001/005", to say who else holds it
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the stream's threads; may be null

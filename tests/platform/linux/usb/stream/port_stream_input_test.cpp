@@ -30,6 +30,7 @@ constexpr StreamPatience impatient{50ms, 50ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 constexpr std::uint32_t fps30 = 333'333;
 constexpr std::uint32_t fps15 = 666'666;
 constexpr std::size_t wholeFrame = 1024;
+constexpr std::uint8_t streamingInterface = 1;
 
 constexpr std::uint8_t setCur = 0x01;
 constexpr std::uint8_t getCur = 0x81;
@@ -76,7 +77,9 @@ protected:
     PortStreamInput& start(const StreamPatience& patience = patient,
                            const CaptureFormatRequest& request = {}) {
         input = std::make_unique<PortStreamInput>(
-            nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); },
+            nullptr, PortStreamSetup{[this](Error& error) { return camera->open({}, error); },
+                                     streamingInterface,
+                                     camera->configurationDescriptor(),
                                      lines,
                                      request,
                                      patience,
@@ -95,7 +98,7 @@ protected:
     // Everything that was taken was given back, and the camera is off.
     void expectTidy() {
         const Counts counts = camera->counts();
-        EXPECT_EQ(counts.connected, counts.disconnected);
+        EXPECT_EQ(counts.opened, counts.closed);
         EXPECT_EQ(counts.transfers, 0);
         EXPECT_EQ(counts.underWay, 0);
         EXPECT_FALSE(camera->firmware().streaming());
@@ -179,7 +182,7 @@ TEST_F(StreamTest, DropsDamagedAndShortFrames) {
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame - 1)));
-    ASSERT_TRUE(camera->deliverSoon(maker.next(), UsbPortStatus::failed));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(), ErrorCode::failed));
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
     input->stop();
@@ -210,11 +213,11 @@ TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
     half.resize(3);
     ASSERT_TRUE(camera->deliverSoon(half));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
-    const int requests = camera->counts().requests;
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
+    const std::size_t requests = camera->requests().size();
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "nothing to come back to";
-    EXPECT_EQ(camera->counts().requests, requests);
+    EXPECT_EQ(camera->counts().opened, 1) << "nothing to come back to";
+    EXPECT_EQ(camera->requests().size(), requests);
     EXPECT_EQ(frames.count(), 1U);
     EXPECT_THAT(lines.lines(), IsEmpty());
     expectTidy();
@@ -223,20 +226,20 @@ TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
 TEST_F(StreamTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     camera->vanish();
     start();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 1; }));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
 TEST_F(StreamTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(smallCamera());
-        camera->failRequest(code, selector, UsbPortStatus::gone);
+        camera->failRequest(code, selector, ErrorCode::gone);
         start();
-        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
+        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
         input->stop();
-        EXPECT_EQ(camera->counts().connected, 1);
+        EXPECT_EQ(camera->counts().opened, 1);
         expectTidy();
     }
     EXPECT_THAT(lines.lines(), IsEmpty());
@@ -251,7 +254,7 @@ TEST_F(StreamTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     while (frames.count() < 2) // a delivery may fall between two runs
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "it is not given back in between";
+    EXPECT_EQ(camera->counts().opened, 1) << "it is not given back in between";
     EXPECT_THAT(camera->counts().alternates, testing::Contains(0).Times(testing::Ge(4)));
     expectTidy();
 }
@@ -267,28 +270,28 @@ TEST_F(StreamTest, FramesThatAreAllDamagedCountAsSilence) {
 }
 
 TEST_F(StreamTest, WaitsForAnotherProgramWithOneLine) {
-    camera->failConnect(ErrorCode::busy, 5);
+    camera->fail("open", ErrorCode::busy, 5);
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
-    EXPECT_EQ(camera->counts().connected, 6);
+    EXPECT_EQ(camera->counts().opened, 6);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another program")));
     input->stop();
     expectTidy();
 }
 
-TEST_F(StreamTest, RightsThatNeverComeEndTheInputWithOneLine) {
-    camera->failConnect(ErrorCode::denied, 1000);
+TEST_F(StreamTest, PermissionThatNeverComesEndsTheInputWithOneLine) {
+    camera->fail("open", ErrorCode::denied, 1000);
     start();
     ASSERT_TRUE(lines.waitFor(1));
     input->stop();
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("permission")));
-    EXPECT_EQ(camera->counts().connected, 6) << "5 ms of patience, a try each";
+    EXPECT_EQ(camera->counts().opened, 6) << "5 ms of patience, a try each";
 }
 
 TEST_F(StreamTest, AFullBusGetsALighterFormat) {
     use(wideCamera());
-    camera->failAlternate(5, UsbPortStatus::failed);
+    camera->fail("alternate 5", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -298,7 +301,7 @@ TEST_F(StreamTest, AFullBusGetsALighterFormat) {
 
 TEST_F(StreamTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
     use(wideCamera());
-    camera->failSubmit(UsbPortStatus::failed);
+    camera->fail("submit", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -315,17 +318,17 @@ TEST_F(StreamTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
 }
 
 TEST_F(StreamTest, ABusTooFullForAllIsTriedAgain) {
-    camera->failAlternate(1, UsbPortStatus::failed, 3);
+    camera->fail("alternate 1", ErrorCode::failed, 3);
     start();
     EXPECT_TRUE(waitForStream());
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no room")));
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
 }
 
 TEST_F(StreamTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(wideCamera());
-        camera->failRequest(code, selector, UsbPortStatus::stalled);
+        camera->failRequest(code, selector, ErrorCode::refused);
         start();
         ASSERT_TRUE(waitForStream());
         EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -403,10 +406,10 @@ TEST_F(StreamTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
 }
 
 TEST_F(StreamTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
-    camera->failRequest(setCur, probe, UsbPortStatus::timedOut, 3);
+    camera->failRequest(setCur, probe, ErrorCode::timeout, 3);
     start();
     ASSERT_TRUE(waitForStream());
-    EXPECT_EQ(camera->counts().connected, 4);
+    EXPECT_EQ(camera->counts().opened, 4);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("does not answer")));
 }
 
@@ -442,8 +445,8 @@ TEST_F(StreamTest, AHaltedBulkEndpointIsStartedAgain) {
     model.transport = StreamTransport::bulk;
     use(model);
     start();
-    ASSERT_TRUE(camera->deliverSoon({}, UsbPortStatus::stalled));
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 2; }));
+    ASSERT_TRUE(camera->deliverSoon({}, ErrorCode::refused));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 2; }));
     Bytes payload{2, 0x82};
     payload.resize(2 + wholeFrame, 0x80);
     ASSERT_TRUE(camera->deliverSoon({payload}));
@@ -466,7 +469,12 @@ TEST_F(StreamTest, MayBeStoppedAndStartedTenTimes) {
 
 TEST_F(StreamTest, TwoCamerasMayTakeTurns) {
     FakeUsbCamera other(smallCamera());
-    PortStreamInput second(nullptr, {[&](Error& error) { return other.connect(error); }, lines, {}, patient});
+    PortStreamInput second(nullptr, {[&](Error& error) { return other.open({}, error); },
+                                     streamingInterface,
+                                     other.configurationDescriptor(),
+                                     lines,
+                                     {},
+                                     patient});
     start();
     for (std::size_t turn = 0; turn < 5; ++turn) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
@@ -507,22 +515,22 @@ TEST_F(StreamTest, MayBeStoppedAtAnyMoment) {
     for (int round = 0; round < 150; ++round) {
         switch (random() % 6) {
             case 0:
-                camera->failRequest(setCur, commit, UsbPortStatus::stalled);
+                camera->failRequest(setCur, commit, ErrorCode::refused);
                 break;
             case 1:
-                camera->failAlternate(1, UsbPortStatus::failed);
+                camera->fail("alternate 1", ErrorCode::failed, 1);
                 break;
             case 2:
-                camera->failConnect(ErrorCode::busy, 2);
+                camera->fail("open", ErrorCode::busy, 2);
                 break;
             case 3:
-                camera->failSubmit(UsbPortStatus::failed, 2);
+                camera->fail("submit", ErrorCode::failed, 2);
                 break;
             default:
                 break;
         }
         for (auto i = random() % 40; i > 0; --i) {
-            camera->deliver(maker.next(), random() % 3 == 0 ? UsbPortStatus::failed : UsbPortStatus::ok);
+            camera->deliver(maker.next(), random() % 3 == 0 ? ErrorCode::failed : ErrorCode::none);
             std::this_thread::yield();
         }
         input->stop();

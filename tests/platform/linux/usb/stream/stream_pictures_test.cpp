@@ -18,6 +18,8 @@ using test::FakeUsbCamera;
 using test::RememberedFrames;
 using test::RememberedLines;
 
+constexpr std::uint8_t streamingInterface = 1;
+
 struct Corner {
     const char* name;
     bool right;
@@ -52,8 +54,12 @@ protected:
         camera = std::make_unique<FakeUsbCamera>(model, FakeUsbCamera::Frames::ofItsPicture);
         const CaptureFormatRequest request{CaptureFormatRequest::Size{320, 240}, {}, std::get<1>(GetParam())};
         input = std::make_unique<PortStreamInput>(
-            nullptr,
-            PortStreamSetup{[this](Error& error) { return camera->connect(error); }, lines, request, {}});
+            nullptr, PortStreamSetup{[this](Error& error) { return camera->open({}, error); },
+                                     streamingInterface,
+                                     camera->configurationDescriptor(),
+                                     lines,
+                                     request,
+                                     {}});
     }
 
     std::unique_ptr<FakeUsbCamera> camera;
@@ -93,7 +99,7 @@ TEST_P(EachStream, EndsQuietlyWhenItIsPulledOut) {
     input->start(frames);
     ASSERT_TRUE(frames.waitFor(2));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.disconnected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.closed == 1; }));
     input->stop();
     EXPECT_EQ(camera->counts().transfers, 0);
     EXPECT_THAT(lines.lines(), testing::IsEmpty());
