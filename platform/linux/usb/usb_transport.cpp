@@ -17,9 +17,9 @@ namespace {
 constexpr const char* keptByDriver = "; the cameras stay with the kernel's driver";
 
 // Warns if a camera that is plugged in later cannot be opened: its model may need another udev rule.
-class RightsMindingOpener final : public UsbHandleOpener {
+class PermissionCheckingOpener final : public UsbHandleOpener {
 public:
-    RightsMindingOpener(std::shared_ptr<UsbHandleOpener> opener,
+    PermissionCheckingOpener(std::shared_ptr<UsbHandleOpener> opener,
                              std::function<void(const std::string& line)> warn)
         : opener_(std::move(opener)),
           warn_(std::move(warn)) {}
@@ -27,7 +27,7 @@ public:
     std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) override {
         auto handle = opener_->open(address, error);
         if (!handle && error.code == ErrorCode::denied && !warned_.exchange(true))
-            warn_(missingRightsLine(address.path()));
+            warn_(missingPermissionLine(address.path()));
         return handle;
     }
 
@@ -67,7 +67,7 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
                                     const std::shared_ptr<ThreadPriority>& priority) {
     const auto tell = warn ? warn : [](const std::string&) {};
     if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
-        tell(missingRightsLine(*denied) + keptByDriver);
+        tell(missingPermissionLine(*denied) + keptByDriver);
         return {};
     }
     const std::shared_ptr<LibusbBus> bus = LibusbBus::open();
@@ -76,7 +76,7 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
         return {};
     }
     const auto claims = std::make_shared<UsbCameraClaims>(
-        std::make_shared<RightsMindingOpener>(bus, tell), watchStarter(), diagnostics);
+        std::make_shared<PermissionCheckingOpener>(bus, tell), watchStarter(), diagnostics);
     const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }, "/sys", priority};
     return {makeUsbTransportUsbPlatform(transport, diagnostics),
             makeUsbTransportCapturePlatform(transport, mainQueue,
