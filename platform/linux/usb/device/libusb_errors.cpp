@@ -4,25 +4,6 @@
 #include <cerrno>
 
 namespace tavelo {
-namespace {
-
-int libusbErrorOf(int error) {
-    switch (error) {
-        case EACCES:
-        case EPERM:
-            return LIBUSB_ERROR_ACCESS;
-        case ENOENT:
-        case ENODEV:
-        case ENXIO:
-            return LIBUSB_ERROR_NO_DEVICE;
-        case EBUSY:
-            return LIBUSB_ERROR_BUSY;
-        default:
-            return LIBUSB_ERROR_IO;
-    }
-}
-
-} // namespace
 
 ErrorCode errorCodeOf(int result) {
     if (result >= 0) return ErrorCode::none;
@@ -65,7 +46,19 @@ Error errorOf(int result) {
 }
 
 Error openErrorOf(int error) {
-    return errorOf(libusbErrorOf(error));
+    switch (error) {
+        case EACCES:
+        case EPERM:
+            return errorOf(LIBUSB_ERROR_ACCESS);
+        case ENOENT:
+        case ENODEV:
+        case ENXIO:
+            return errorOf(LIBUSB_ERROR_NO_DEVICE);
+        case EBUSY:
+            return errorOf(LIBUSB_ERROR_BUSY);
+        default:
+            return errorOf(LIBUSB_ERROR_IO);
+    }
 }
 
 } // namespace tavelo

@@ -7,14 +7,71 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/usb/device/libusb_errors.h"
-#include "platform/linux/usb/device/libusb_transfer.h"
 
 namespace tavelo {
 namespace {
+
+struct FreeTransfer {
+    void operator()(libusb_transfer* transfer) const { libusb_free_transfer(transfer); }
+};
+
+class LibusbTransfer final : public UsbTransfer {
+public:
+    using Made = std::unique_ptr<libusb_transfer, FreeTransfer>;
+
+    LibusbTransfer(Made transfer, libusb_device_handle* handle, const UsbTransferShape& shape,
+                   UsbTransferListener& listener)
+        : shape_(shape),
+          listener_(listener),
+          transfer_(std::move(transfer)),
+          bytes_(shape.length()),
+          packets_(shape.isochronous ? shape.packets : 1) {
+        const int length = int(bytes_.size());
+        if (shape.isochronous) {
+            libusb_fill_iso_transfer(transfer_.get(), handle, shape.endpoint, bytes_.data(), length,
+                                     int(shape.packets), ended, this, 0);
+            libusb_set_iso_packet_lengths(transfer_.get(), shape.packetSize);
+        } else {
+            libusb_fill_bulk_transfer(transfer_.get(), handle, shape.endpoint, bytes_.data(), length, ended,
+                                      this, 0);
+        }
+    }
+
+    ErrorCode submit() override { return errorCodeOf(libusb_submit_transfer(transfer_.get())); }
+    void cancel() override { libusb_cancel_transfer(transfer_.get()); }
+
+private:
+    static void LIBUSB_CALL ended(libusb_transfer* transfer) {
+        static_cast<LibusbTransfer*>(transfer->user_data)->tell();
+    }
+
+    void tell() {
+        const bool whole = transfer_->status == LIBUSB_TRANSFER_COMPLETED;
+        if (!shape_.isochronous) {
+            const auto size = std::size_t(std::max(transfer_->actual_length, 0));
+            packets_[0] = {std::span(bytes_).first(std::min(size, bytes_.size())), !whole};
+        }
+        for (std::size_t i = 0; shape_.isochronous && i < packets_.size(); ++i) {
+            const libusb_iso_packet_descriptor& told = transfer_->iso_packet_desc[i];
+            const std::size_t size = std::min(told.actual_length, shape_.packetSize);
+            packets_[i] = {std::span(bytes_).subspan(i * shape_.packetSize, size),
+                           !whole || told.status != LIBUSB_TRANSFER_COMPLETED};
+        }
+        listener_.transferEnded(*this, errorCodeOf(transfer_->status), packets_);
+    }
+
+    const UsbTransferShape shape_;
+    UsbTransferListener& listener_;
+    const Made transfer_;
+    std::vector<std::uint8_t> bytes_;
+    std::vector<UsbPacket> packets_;
+};
 
 struct CloseHandle {
     void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
@@ -57,7 +114,9 @@ public:
 
     std::unique_ptr<UsbTransfer> makeTransfer(const UsbTransferShape& shape,
                                               UsbTransferListener& listener) override {
-        return makeLibusbTransfer(handle_.get(), shape, listener);
+        LibusbTransfer::Made transfer(libusb_alloc_transfer(shape.isochronous ? int(shape.packets) : 0));
+        if (!transfer) return nullptr;
+        return std::make_unique<LibusbTransfer>(std::move(transfer), handle_.get(), shape, listener);
     }
 
     ErrorCode handleEvents(std::chrono::milliseconds atMost) override {
