@@ -17,6 +17,8 @@ enum class ErrorCode : std::uint8_t {
     refused, ///< the device refused the request
     timeout, ///< the device did not answer in time
     invalid, ///< the request is invalid for the device, or its answer is invalid
+    closed,  ///< it was closed before
+    failed,  ///< any other fault
 };
 
 /// An error code and a message for the user (English, no line break, no trailing full stop).

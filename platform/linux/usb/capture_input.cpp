@@ -47,7 +47,7 @@ StreamOver UsbCaptureInput::streamWithin() {
     if (!camera_) return {streamEndOf(error.code), error.text};
     const UvcStreamingInterface interface =
         streamingInterfaceOf(source_.configurationDescriptor, source_.streamingInterface);
-    UsbStream stream(*camera_, mailbox_, options().priority);
+    UsbStream stream(*camera_, source_.streamingInterface, mailbox_, options().priority);
     if (auto failed = stream.start(interface, options().request)) return *failed;
     if (!converter_.setFormat(stream.format()))
         return {StreamEnd::failed, "the picture's size makes no sense"};

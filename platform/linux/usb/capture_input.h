@@ -12,8 +12,8 @@
 #include "platform/common/retrying_capture_input.h"
 #include "platform/error.h"
 #include "platform/linux/pictures/frame_converter.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
-#include "platform/linux/usb/stream/usb_stream_port.h"
 
 namespace tavelo {
 
@@ -22,7 +22,7 @@ struct UsbStreamSource {
     /// Takes the camera from the kernel's driver for as long as the result lives; null with the reason.
     /// Called on the stream's thread when streaming starts, and again after a failure; the result is dropped
     /// on that thread.
-    std::function<std::unique_ptr<UsbStreamPort>(Error&)> open;
+    std::function<std::shared_ptr<UsbHandle>(Error&)> open;
     std::uint8_t streamingInterface = 0;
     std::vector<std::uint8_t> configurationDescriptor; ///< with all that follows it
 };
@@ -53,7 +53,7 @@ private:
     FrameMailbox mailbox_;
 
     // Used by the streaming thread.
-    std::unique_ptr<UsbStreamPort> camera_;
+    std::shared_ptr<UsbHandle> camera_;
     FrameConverter converter_;
 };
 

@@ -39,9 +39,9 @@ std::string_view reasonOf(UsbStatus status) {
 
 } // namespace
 
-UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function,
+UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbHandle> camera, UsbVideoFunction function,
                                          std::string name, Diagnostics& diagnostics)
-    : claim_(std::move(claim)),
+    : camera_(std::move(camera)),
       function_(std::move(function)),
       name_(std::move(name)),
       diagnostics_(diagnostics) {}
@@ -54,13 +54,13 @@ UsbStatus UsbControlInterface::ControlRequest(UsbControlRequest& request) {
     }
     if (request.data == nullptr && request.wLength > 0) return UsbStatus::failed;
     const UsbSetupPacket setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex};
-    const int result = claim_->handle().controlTransfer(setup, request.payload(), patience);
-    if (result >= 0) {
-        request.bytesDone = std::min<std::uint32_t>(static_cast<std::uint32_t>(result), request.wLength);
+    const UsbResult result = camera_->request(setup, request.payload(), patience);
+    if (result.code == ErrorCode::none) {
+        request.bytesDone = static_cast<std::uint32_t>(std::min<std::size_t>(result.bytes, request.wLength));
         return UsbStatus::success;
     }
-    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return UsbStatus::success;
-    const UsbStatus status = statusOf(request, result);
+    if (result.code == ErrorCode::refused && answerForTheClass(request)) return UsbStatus::success;
+    const UsbStatus status = statusOf(request, result.code);
     if (status != UsbStatus::success) report(request, reasonOf(status));
     return status;
 }
@@ -84,19 +84,19 @@ bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
     return true;
 }
 
-UsbStatus UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {
-    switch (libusbError) {
-        case LIBUSB_ERROR_PIPE: {
+UsbStatus UsbControlInterface::statusOf(const UsbControlRequest& request, ErrorCode code) const {
+    switch (code) {
+        case ErrorCode::refused: {
             if (isRead(request)) return UsbStatus::success;
             const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
             const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
             return function_.lists(entity, selector) ? UsbStatus::refused : UsbStatus::success;
         }
-        case LIBUSB_ERROR_TIMEOUT:
+        case ErrorCode::timeout:
             return UsbStatus::timeout;
-        case LIBUSB_ERROR_NO_DEVICE:
+        case ErrorCode::gone:
             return UsbStatus::gone;
-        case LIBUSB_ERROR_ACCESS:
+        case ErrorCode::denied:
             return UsbStatus::denied;
         default:
             return UsbStatus::failed;

@@ -7,9 +7,8 @@
 
 #include "platform/linux/device_holders.h"
 #include "platform/linux/usb/capture_input.h"
+#include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/driver_watch.h"
-#include "platform/linux/usb/libusb_bus.h"
-#include "platform/linux/usb/stream/libusb_stream_port.h"
 #include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/usb/usb_transport_platforms.h"
 
@@ -19,19 +18,19 @@ namespace {
 constexpr const char* keptByDriver = "; the cameras stay with the kernel's driver";
 
 // Warns if a camera that is plugged in later cannot be opened: its model may need another udev rule.
-class RightsMindingOpener final : public UsbHandleOpener {
+class PermissionCheckingOpener final : public UsbHandleOpener {
 public:
-    RightsMindingOpener(std::shared_ptr<UsbHandleOpener> opener,
-                        std::function<void(const std::string& line)> warn)
+    PermissionCheckingOpener(std::shared_ptr<UsbHandleOpener> opener,
+                             std::function<void(const std::string& line)> warn)
         : opener_(std::move(opener)),
           warn_(std::move(warn)) {}
 
-    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override {
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) override {
         auto handle = opener_->open(address, error);
-        if (error == LIBUSB_ERROR_ACCESS && !warned_.exchange(true)) warn_(missingRightsLine(address.path()));
+        if (!handle && error.code == ErrorCode::denied && !warned_.exchange(true))
+            warn_(missingPermissionLine(address.path()));
         return handle;
     }
-    libusb_context* context() override { return opener_->context(); }
 
 private:
     const std::shared_ptr<UsbHandleOpener> opener_;
@@ -46,14 +45,6 @@ UsbCameraClaims::WatchStarter watchStarter() {
     };
 }
 
-std::unique_ptr<UsbStreamPort> takeForStreaming(UsbCameraClaims& claims, const UsbCameraAddress& camera,
-                                                Error& error) {
-    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera, error);
-    if (!claim) return nullptr;
-    return makeLibusbStreamPort(
-        {claim, claims.context(), claim->handle().native(), camera.streamingInterfaces.front()});
-}
-
 // The camera is taken on the stream's thread when the stream starts.
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
                          const CaptureFormatRequest& request,
@@ -61,7 +52,7 @@ UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnos
     return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
                                                      const UsbCamera& camera, Error& /*error*/) {
         const auto open = [claims, address = camera.address](Error& error) {
-            return takeForStreaming(*claims, address, error);
+            return claims->acquire(address, error);
         };
         const auto whoHolds = [node = camera.address.device.path()] { return busyText(deviceHolders(node)); };
         return std::make_unique<UsbCaptureInput>(
@@ -80,7 +71,7 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
                                     const std::shared_ptr<ThreadPriority>& priority) {
     const auto tell = warn ? warn : [](const std::string&) {};
     if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
-        tell(missingRightsLine(*denied) + keptByDriver);
+        tell(missingPermissionLine(*denied) + keptByDriver);
         return {};
     }
     const std::shared_ptr<LibusbBus> bus = LibusbBus::open();
@@ -88,8 +79,8 @@ UsbTransportHalves makeUsbTransport(MainQueue& mainQueue, Diagnostics& diagnosti
         tell(std::string("libusb finds no USB here") + keptByDriver);
         return {};
     }
-    const auto claims = std::make_shared<UsbCameraClaims>(std::make_shared<RightsMindingOpener>(bus, tell),
-                                                          watchStarter(), diagnostics);
+    const auto claims = std::make_shared<UsbCameraClaims>(
+        std::make_shared<PermissionCheckingOpener>(bus, tell), watchStarter(), diagnostics);
     const UsbTransport transport{claims, [bus] { return bus->hotplugEvents(); }, "/sys", priority};
     return {makeUsbTransportUsbPlatform(transport, diagnostics),
             makeUsbTransportCapturePlatform(transport, mainQueue,

@@ -36,7 +36,7 @@ std::shared_ptr<UsbInterface> openInterface(UsbCameraClaims& claims, const Sysfs
     Error error;
     auto claim = claims.acquire(address, error);
     // A device just plugged in may need a moment to get ready.
-    for (int tries = 1; tries < mostTries && error.code == ErrorCode::invalid; ++tries) {
+    for (int tries = 1; tries < mostTries && error.code == ErrorCode::failed; ++tries) {
         std::this_thread::sleep_for(betweenTries);
         claim = claims.acquire(address, error);
     }

@@ -2,12 +2,20 @@
 #include "platform/linux/usb/stream/uvc_probe.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "platform/linux/usb/stream/little_endian.h"
 
 namespace tavelo {
 namespace {
 
+using namespace std::chrono_literals;
+
+// Some cameras wake their sensor before they answer a probe or a commit.
+constexpr auto patience = 5s;
+
+constexpr std::uint8_t classInterfaceIn = 0xA1;
+constexpr std::uint8_t classInterfaceOut = 0x21;
 constexpr std::uint8_t setCur = 0x01;
 constexpr std::uint8_t getCur = 0x81;
 constexpr std::uint8_t probeControl = 0x01;
@@ -16,6 +24,11 @@ constexpr std::uint8_t commitControl = 0x02;
 constexpr std::size_t frameIntervalAt = 4;
 constexpr std::size_t maxFrameSizeAt = 18;
 constexpr std::size_t maxPayloadAt = 22;
+
+UsbResult write(UsbHandle& camera, std::uint8_t interface, unsigned control, UvcProbe& probe) {
+    const auto value = static_cast<std::uint16_t>(control << 8U);
+    return camera.request({classInterfaceOut, setCur, value, interface}, probe.bytes(), patience);
+}
 
 } // namespace
 
@@ -46,23 +59,22 @@ void UvcProbe::setFrameInterval(std::uint32_t interval) {
     putLittleEndian(bytes_, frameIntervalAt, 4, interval);
 }
 
-UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe) {
-    std::size_t done = 0;
-    const UsbPortStatus asked = port.request({setCur, probeControl, probe.bytes()}, done);
-    if (asked != UsbPortStatus::ok) return asked;
+ErrorCode probeStream(UsbHandle& camera, std::uint8_t interface, UvcProbe& probe) {
+    const UsbResult asked = write(camera, interface, probeControl, probe);
+    if (asked.code != ErrorCode::none) return asked.code;
     UvcProbe answer = probe;
-    const UsbPortStatus answered = port.request({getCur, probeControl, answer.bytes()}, done);
-    if (answered != UsbPortStatus::ok) return answered;
-    if (done < UvcProbe::smallest) return UsbPortStatus::stalled;
-    answer.shrink(std::min(done, answer.bytes().size()));
+    const UsbResult answered =
+        camera.request({classInterfaceIn, getCur, probeControl << 8U, interface}, answer.bytes(), patience);
+    if (answered.code != ErrorCode::none) return answered.code;
+    if (answered.bytes < UvcProbe::smallest) return ErrorCode::refused;
+    answer.shrink(std::min(answered.bytes, answer.bytes().size()));
     probe = answer;
-    return UsbPortStatus::ok;
+    return ErrorCode::none;
 }
 
-UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe) {
+ErrorCode commitStream(UsbHandle& camera, std::uint8_t interface, const UvcProbe& probe) {
     UvcProbe copy = probe; // a request's bytes may be overwritten
-    std::size_t done = 0;
-    return port.request({setCur, commitControl, copy.bytes()}, done);
+    return write(camera, interface, commitControl, copy).code;
 }
 
 } // namespace tavelo

@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "stream/fake_usb_camera.h"
+#include "fake_usb_camera.h"
 #include "stream/stream_watching.h"
 #include "support/remembered_priorities.h"
 #include "virtual-camera/firmware/uvc_protocol.h"
@@ -78,7 +78,7 @@ protected:
                                              const CaptureFormatRequest& request = {}) {
         return std::make_unique<UsbCaptureInput>(
             nullptr,
-            UsbStreamSource{[&](Error& error) { return source.connect(error); }, uvc::streamingInterface,
+            UsbStreamSource{[&](Error& error) { return source.open({}, error); }, uvc::streamingInterface,
                             source.configurationDescriptor()},
             CaptureInputOptions{.diagnostics = lines,
                                 .whoHolds = [] { return "busy: in use by another program"; },
@@ -102,7 +102,7 @@ protected:
     // Everything that was taken was given back, and the camera is off.
     void expectTidy() {
         const Counts counts = camera->counts();
-        EXPECT_EQ(counts.connected, counts.disconnected);
+        EXPECT_EQ(counts.opened, counts.closed);
         EXPECT_EQ(counts.transfers, 0);
         EXPECT_EQ(counts.underWay, 0);
         EXPECT_FALSE(camera->firmware().streaming());
@@ -186,7 +186,7 @@ TEST_F(UsbCaptureInputTest, DropsDamagedAndShortFrames) {
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame - 1)));
-    ASSERT_TRUE(camera->deliverSoon(maker.next(), UsbPortStatus::failed));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(), ErrorCode::failed));
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
     input->stop();
@@ -217,11 +217,11 @@ TEST_F(UsbCaptureInputTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuiet
     half.resize(3);
     ASSERT_TRUE(camera->deliverSoon(half));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
-    const int requests = camera->counts().requests;
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
+    const std::size_t requests = camera->requests().size();
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "nothing to come back to";
-    EXPECT_EQ(camera->counts().requests, requests);
+    EXPECT_EQ(camera->counts().opened, 1) << "nothing to come back to";
+    EXPECT_EQ(camera->requests().size(), requests);
     EXPECT_EQ(frames.count(), 1U);
     EXPECT_THAT(lines.lines(), IsEmpty());
     expectTidy();
@@ -230,20 +230,20 @@ TEST_F(UsbCaptureInputTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuiet
 TEST_F(UsbCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     camera->vanish();
     start();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 1; }));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
 TEST_F(UsbCaptureInputTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(smallCamera());
-        camera->failRequest(code, selector, UsbPortStatus::gone);
+        camera->failRequest(code, selector, ErrorCode::gone);
         start();
-        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
+        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
         input->stop();
-        EXPECT_EQ(camera->counts().connected, 1);
+        EXPECT_EQ(camera->counts().opened, 1);
         expectTidy();
     }
     EXPECT_THAT(lines.lines(), IsEmpty());
@@ -258,7 +258,7 @@ TEST_F(UsbCaptureInputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     while (frames.count() < 2) // a delivery may fall between two runs
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "it is not given back in between";
+    EXPECT_EQ(camera->counts().opened, 1) << "it is not given back in between";
     EXPECT_THAT(camera->counts().alternates, testing::Contains(0).Times(testing::Ge(4)));
     expectTidy();
 }
@@ -274,28 +274,28 @@ TEST_F(UsbCaptureInputTest, FramesThatAreAllDamagedCountAsSilence) {
 }
 
 TEST_F(UsbCaptureInputTest, WaitsForAnotherProgramWithOneLine) {
-    camera->failConnect(ErrorCode::busy, 5);
+    camera->fail("open", ErrorCode::busy, 5);
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
-    EXPECT_EQ(camera->counts().connected, 6);
+    EXPECT_EQ(camera->counts().opened, 6);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another program")));
     input->stop();
     expectTidy();
 }
 
-TEST_F(UsbCaptureInputTest, RightsThatNeverComeEndTheInputWithOneLine) {
-    camera->failConnect(ErrorCode::denied, 1000);
+TEST_F(UsbCaptureInputTest, PermissionThatNeverComesEndsTheInputWithOneLine) {
+    camera->fail("open", ErrorCode::denied, 1000);
     start();
     ASSERT_TRUE(lines.waitFor(1));
     input->stop();
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("permission")));
-    EXPECT_EQ(camera->counts().connected, 6) << "5 ms of patience, a try each";
+    EXPECT_EQ(camera->counts().opened, 6) << "5 ms of patience, a try each";
 }
 
 TEST_F(UsbCaptureInputTest, AFullBusGetsALighterFormat) {
     use(wideCamera());
-    camera->failAlternate(5, UsbPortStatus::failed);
+    camera->fail("alternate 5", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -305,7 +305,7 @@ TEST_F(UsbCaptureInputTest, AFullBusGetsALighterFormat) {
 
 TEST_F(UsbCaptureInputTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
     use(wideCamera());
-    camera->failSubmit(UsbPortStatus::failed);
+    camera->fail("submit", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -322,17 +322,17 @@ TEST_F(UsbCaptureInputTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
 }
 
 TEST_F(UsbCaptureInputTest, ABusTooFullForAllIsTriedAgain) {
-    camera->failAlternate(1, UsbPortStatus::failed, 3);
+    camera->fail("alternate 1", ErrorCode::failed, 3);
     start();
     EXPECT_TRUE(waitForStream());
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no room")));
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
 }
 
 TEST_F(UsbCaptureInputTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(wideCamera());
-        camera->failRequest(code, selector, UsbPortStatus::stalled);
+        camera->failRequest(code, selector, ErrorCode::refused);
         start();
         ASSERT_TRUE(waitForStream());
         EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -410,10 +410,10 @@ TEST_F(UsbCaptureInputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
 }
 
 TEST_F(UsbCaptureInputTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
-    camera->failRequest(setCur, probe, UsbPortStatus::timedOut, 3);
+    camera->failRequest(setCur, probe, ErrorCode::timeout, 3);
     start();
     ASSERT_TRUE(waitForStream());
-    EXPECT_EQ(camera->counts().connected, 4);
+    EXPECT_EQ(camera->counts().opened, 4);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("does not answer")));
 }
 
@@ -449,8 +449,8 @@ TEST_F(UsbCaptureInputTest, AHaltedBulkEndpointIsStartedAgain) {
     model.transport = StreamTransport::bulk;
     use(model);
     start();
-    ASSERT_TRUE(camera->deliverSoon({}, UsbPortStatus::stalled));
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 2; }));
+    ASSERT_TRUE(camera->deliverSoon({}, ErrorCode::refused));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 2; }));
     Bytes payload{2, 0x82};
     payload.resize(2 + wholeFrame, 0x80);
     ASSERT_TRUE(camera->deliverSoon({payload}));
@@ -514,22 +514,22 @@ TEST_F(UsbCaptureInputTest, MayBeStoppedAtAnyMoment) {
     for (int round = 0; round < 150; ++round) {
         switch (random() % 6) {
             case 0:
-                camera->failRequest(setCur, commit, UsbPortStatus::stalled);
+                camera->failRequest(setCur, commit, ErrorCode::refused);
                 break;
             case 1:
-                camera->failAlternate(1, UsbPortStatus::failed);
+                camera->fail("alternate 1", ErrorCode::failed, 1);
                 break;
             case 2:
-                camera->failConnect(ErrorCode::busy, 2);
+                camera->fail("open", ErrorCode::busy, 2);
                 break;
             case 3:
-                camera->failSubmit(UsbPortStatus::failed, 2);
+                camera->fail("submit", ErrorCode::failed, 2);
                 break;
             default:
                 break;
         }
         for (auto i = random() % 40; i > 0; --i) {
-            camera->deliver(maker.next(), random() % 3 == 0 ? UsbPortStatus::failed : UsbPortStatus::ok);
+            camera->deliver(maker.next(), random() % 3 == 0 ? ErrorCode::failed : ErrorCode::none);
             std::this_thread::yield();
         }
         input->stop();

@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "platform/linux/usb/capture_input.h"
-#include "stream/fake_usb_camera.h"
+#include "fake_usb_camera.h"
 #include "stream/stream_watching.h"
 #include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
@@ -54,7 +54,7 @@ protected:
         const CaptureFormatRequest request{CaptureFormatRequest::Size{320, 240}, {}, std::get<1>(GetParam())};
         input = std::make_unique<UsbCaptureInput>(
             nullptr,
-            UsbStreamSource{[this](Error& error) { return camera->connect(error); }, uvc::streamingInterface,
+            UsbStreamSource{[this](Error& error) { return camera->open({}, error); }, uvc::streamingInterface,
                             camera->configurationDescriptor()},
             CaptureInputOptions{.diagnostics = lines, .whoHolds = {}, .request = request});
     }
@@ -96,7 +96,7 @@ TEST_P(EachStream, EndsQuietlyWhenItIsPulledOut) {
     input->start(frames);
     ASSERT_TRUE(frames.waitFor(2));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.disconnected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.closed == 1; }));
     input->stop();
     EXPECT_EQ(camera->counts().transfers, 0);
     EXPECT_THAT(lines.lines(), testing::IsEmpty());

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <future>
 
 #include "descriptor_builder.h"
@@ -26,27 +25,9 @@ using testing::SizeIs;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// A camera's firmware at the other end of the default pipe.
-int answerOf(VirtualCameraFirmware& firmware, const UsbSetupPacket& packet, std::span<std::uint8_t> data) {
-    const UsbSetup setup{packet.requestType, packet.request, packet.value, packet.index,
-                         std::uint16_t(data.size())};
-    const bool read = (packet.requestType & 0x80) != 0;
-    const UsbReply reply = firmware.control(setup, read ? std::span<const std::uint8_t>() : data);
-    if (reply.kind == UsbReplyKind::stall) return LIBUSB_ERROR_PIPE;
-    if (reply.kind == UsbReplyKind::silence) return LIBUSB_ERROR_TIMEOUT;
-    if (!read) return int(data.size());
-    std::ranges::copy(reply.data, data.begin());
-    return int(reply.data.size());
-}
-
 class TransportPlatforms : public testing::Test {
 protected:
-    TransportPlatforms() {
-        tree.addRootHub("pci0000:00/0000:00:14.0", 1);
-        camera->answer([this](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
-            return answerOf(firmware, setup, data);
-        });
-    }
+    TransportPlatforms() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
     void plug() {
         FakeSysfs::Device device;
@@ -65,8 +46,8 @@ protected:
     RecordedDiagnostics diagnostics;
     ManualMainQueue mainQueue;
     FakeSysfs tree;
-    VirtualCameraFirmware firmware{virtualCameraModel(1)};
-    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
+    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>(virtualCameraModel(1));
+    VirtualCameraFirmware& firmware = camera->firmware();
     std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
     UsbTransport transport{std::make_shared<UsbCameraClaims>(camera, nullptr, diagnostics),
                            [this] { return std::make_unique<FakeUdevEvents>(feed); }, tree.root()};
@@ -112,7 +93,7 @@ TEST_F(TransportPlatforms, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
     const auto services = usb->matchingDeviceServices();
     const auto device = deviceOf(*services.front());
     const auto interfaces = device->CreateInterfaceIterator(videoControlMatch);
-    camera->fail("open", LIBUSB_ERROR_ACCESS);
+    camera->fail("open", ErrorCode::denied);
     EXPECT_FALSE(interfaces->front()->openInterface());
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("1-2")));
 }
@@ -121,7 +102,7 @@ TEST_F(TransportPlatforms, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
     plug();
     const auto services = usb->matchingDeviceServices();
     const auto device = deviceOf(*services.front());
-    camera->failOnce("open", LIBUSB_ERROR_IO);
+    camera->fail("open", ErrorCode::failed, 1);
     EXPECT_TRUE(device->CreateInterfaceIterator(videoControlMatch)->front()->openInterface());
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
@@ -170,7 +151,7 @@ TEST_F(TransportPlatforms, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsTha
     plug();
     int answers = 0;
     camera->answer([&](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
-        return ++answers > 20 ? int(LIBUSB_ERROR_NO_DEVICE) : answerOf(firmware, setup, data);
+        return ++answers > 20 ? UsbResult{ErrorCode::gone} : camera->askFirmware(setup, data);
     });
     KTUVCManager manager({usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
