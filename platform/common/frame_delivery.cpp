@@ -25,12 +25,7 @@ void FrameDelivery::consume(const SampleBuffer& sample) {
     const std::lock_guard lock(mutex_);
     if (!target_) return;
     if (handling_ || waiting_) {
-        if (dropCount_ == drops_.size()) {
-            firstDrop_ = (firstDrop_ + 1) % drops_.size();
-            --dropCount_;
-        }
-        drops_[(firstDrop_ + dropCount_) % drops_.size()] = sample.presentationTimeStamp;
-        ++dropCount_;
+        if (dropCount_ < drops_.size()) drops_[dropCount_++] = sample.presentationTimeStamp;
         return;
     }
     waiting_ = sample;
@@ -57,17 +52,16 @@ void FrameDelivery::run() {
 }
 
 void FrameDelivery::tellDrops(std::unique_lock<std::mutex>& lock) {
-    // Drops that happen meanwhile are reported next time: a slow delegate must not occupy the queue forever.
-    for (std::size_t owed = dropCount_; owed > 0 && dropCount_ > 0 && target_; --owed) {
+    // Those that are added meanwhile are told too, so a slow delegate is told of a full array, no more.
+    for (std::size_t told = 0; told < dropCount_ && target_; ++told) {
         const Target target = *target_;
-        const SampleBuffer sample{nullptr, drops_[firstDrop_]};
-        firstDrop_ = (firstDrop_ + 1) % drops_.size();
-        --dropCount_;
+        const SampleBuffer sample{nullptr, drops_[told]};
         lock.unlock();
         target.delegate->captureOutputDidDropSampleBufferFromConnection(*target.output, sample,
                                                                         target.connection);
         lock.lock();
     }
+    dropCount_ = 0;
 }
 
 } // namespace tavelo

@@ -28,8 +28,8 @@ public:
     void consume(const SampleBuffer& sample) override;
 
 private:
-    // Drops during one delegate call beyond this number are forgotten, oldest first.
-    static constexpr std::size_t rememberedDrops = 64;
+    // Drops during one delegate call beyond this number are not told.
+    static constexpr std::size_t mostDropsTold = 64;
 
     struct Target {
         CaptureConnection connection;
@@ -46,8 +46,7 @@ private:
     std::optional<SampleBuffer> waiting_;
     bool scheduled_ = false; // our task is queued or running
     bool handling_ = false;  // that task is calling the delegate
-    std::array<MediaTime, rememberedDrops> drops_{};
-    std::size_t firstDrop_ = 0;
+    std::array<MediaTime, mostDropsTold> drops_{};
     std::size_t dropCount_ = 0;
 };
 

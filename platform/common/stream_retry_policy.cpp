@@ -25,6 +25,19 @@ StreamEnd streamEndOf(int error) {
     }
 }
 
+StreamEnd streamEndOf(ErrorCode code) {
+    switch (code) {
+        case ErrorCode::gone:
+            return StreamEnd::gone;
+        case ErrorCode::busy:
+            return StreamEnd::busy;
+        case ErrorCode::denied:
+            return StreamEnd::denied;
+        default:
+            return StreamEnd::failed;
+    }
+}
+
 ErrorCode errorCodeOf(StreamEnd end) {
     switch (end) {
         case StreamEnd::stopped:

@@ -22,7 +22,9 @@ enum class StreamEnd : std::uint8_t {
     failed,  ///< anything else
 };
 
+/// @param error an errno
 StreamEnd streamEndOf(int error);
+StreamEnd streamEndOf(ErrorCode code);
 ErrorCode errorCodeOf(StreamEnd end);
 
 /// One line for people about an end other than `stopped`.
@@ -30,7 +32,7 @@ ErrorCode errorCodeOf(StreamEnd end);
 std::string streamEndText(StreamEnd end, const std::string& reason);
 
 /// Consecutive damaged frames, about a second's worth, after which a line is printed.
-inline constexpr int droppedFramesWorthALine = 30;
+inline constexpr int damagedFramesWorthALine = 30;
 
 /// Attempts after which a camera reported gone but still listed counts as lost; an unplugged one stays
 /// listed for a moment.

@@ -8,8 +8,9 @@
 #include <charconv>
 #include <fstream>
 #include <optional>
-#include <string_view>
 #include <system_error>
+
+#include "platform/linux/printable.h"
 
 namespace tavelo {
 
@@ -54,14 +55,6 @@ Look lookInto(const fs::path& process, const fs::path& node, const struct stat& 
     return Look::holdsNot;
 }
 
-// Programs choose their own names; these must not control a terminal.
-std::string printable(std::string_view text) {
-    std::string result(text.substr(0, longestName));
-    std::ranges::replace_if(
-        result, [](char c) { return c < ' ' || c > '~'; }, '?');
-    return result;
-}
-
 // If the kernel truncated the name, the program's file has all of it.
 std::string programOf(const fs::path& process) {
     std::string name;
@@ -71,7 +64,7 @@ std::string programOf(const fs::path& process) {
     const std::string file = fs::read_symlink(process / "exe", error).filename().string();
     if (name.size() == kernelsNameLength && file.starts_with(name)) name = file;
     if (name.empty()) name = file;
-    return name.empty() ? "a program without a name" : printable(name);
+    return name.empty() ? "a program without a name" : printableAscii(name.substr(0, longestName));
 }
 
 } // namespace

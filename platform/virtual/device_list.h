@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/capture.h"
+#include "platform/common/capture_device_list.h"
 #include "platform/main_queue.h"
 #include "platform/virtual/virtual_bus.h"
 
@@ -28,21 +29,12 @@ public:
     void removeObserver(CaptureDeviceObserver* observer) override;
 
 private:
-    struct Entry {
-        std::shared_ptr<VirtualCameraFirmware> camera;
-        std::shared_ptr<CaptureDevice> device;
-    };
-
     void virtualBusDidChange() override;
     void readBus();
-    template <typename Tell>
-    void tellObservers(Tell&& tell);
 
     const std::shared_ptr<VirtualBus> bus_;
     MainQueue& mainQueue_;
-    const CaptureFormatRequest format_;
-    std::vector<Entry> entries_;
-    std::vector<CaptureDeviceObserver*> observers_;
+    CaptureDeviceList<std::shared_ptr<VirtualCameraFirmware>> list_;
     const std::shared_ptr<const bool> alive_ =
         std::make_shared<const bool>(true); // lets late tasks see that this is gone
 };

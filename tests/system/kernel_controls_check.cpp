@@ -23,6 +23,7 @@
 
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/kernel/backend.h"
+#include "platform/linux/v4l2/v4l2_controls.h"
 #include "uvc/kt_uvc_manager.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
@@ -261,10 +262,11 @@ void compareRounding(Comparison& both) {
 void compareOtherProgram(Comparison& both, const std::string& node) {
     const FirmwareControl& control = *firmwareControl(control::panTilt);
     int error = 0;
-    const auto other = makeControlDeviceOpener()->open(node, error);
+    KernelNodeOpener opener;
+    const auto other = openForControls(opener, node, error);
     Bytes value = both.askKernel(control, getCur, Bytes(askedLength, 0)).bytes;
     std::array<V4l2ControlValue, 1> tilt{{{V4L2_CID_TILT_ABSOLUTE, control.minimum}}};
-    const bool tilted = other && value.size() == askedLength && other->set(tilt) == 0;
+    const bool tilted = other && value.size() == askedLength && setControls(*other, tilt) == 0;
     if (tilted) {
         const Bytes pan = bytesOf(control, control.maximum);
         std::copy_n(pan.begin(), 4, value.begin());

@@ -6,26 +6,27 @@
 //   unplug    prints "streaming", waits until the camera is unplugged, and ends
 // Exit status 1 if any check fails.
 
-#include <fcntl.h>
-#include <libusb.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
+#include <fstream>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "platform/linux/bus/libusb_handles.h"
-#include "platform/linux/file_descriptor.h"
-#include "platform/linux/usb/stream/usb_stream_input.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/usb/capture_input.h"
+#include "platform/linux/usb/device/libusb_bus.h"
+#include "platform/linux/usb/usb_camera_claims.h"
+
 #include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
@@ -40,72 +41,23 @@ constexpr auto longestWait = 60s;
 constexpr std::size_t pictures = 4;
 constexpr int restarts = 10;
 
-// Of a virtual camera.
-constexpr int controlInterface = 0;
-constexpr std::uint8_t streamingInterface = 1;
-
-struct CloseHandle {
-    void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
+struct Camera {
+    UsbCameraAddress address;
+    std::vector<std::uint8_t> configurationDescriptor;
 };
 
-// A camera whose interfaces are taken from the kernel's driver and given back on destruction.
-class OpenedCamera {
-public:
-    OpenedCamera(libusb_context* context, FileDescriptor node, libusb_device_handle* handle)
-        : context_(context),
-          node_(std::move(node)),
-          handle_(handle) {
-        libusb_set_auto_detach_kernel_driver(handle, 1);
-        isClaimed_ = libusb_claim_interface(handle, controlInterface) == 0 &&
-                     libusb_claim_interface(handle, streamingInterface) == 0;
+std::optional<Camera> cameraWithSerial(std::string_view serial) {
+    for (const SysfsUsbDevice& device : usbDevices("/sys")) {
+        if (device.vendorID != vendor || device.productID != product) continue;
+        std::string told;
+        std::getline(std::ifstream(device.path / "serial"), told);
+        const auto descriptors = usbDescriptors(device);
+        if (told != serial || !descriptors) continue;
+        const UsbAddress address{device.busNumber, device.deviceNumber};
+        return Camera{{address, uvc::controlInterface, {uvc::streamingInterface}},
+                      descriptors->configuration};
     }
-    ~OpenedCamera() {
-        libusb_release_interface(handle_.get(), streamingInterface);
-        libusb_release_interface(handle_.get(), controlInterface);
-    }
-    OpenedCamera(const OpenedCamera&) = delete;
-    OpenedCamera& operator=(const OpenedCamera&) = delete;
-
-    bool isClaimed() const { return isClaimed_; }
-
-    UsbStreamAccess access(std::shared_ptr<void> claim) const {
-        libusb_config_descriptor* told = nullptr;
-        if (libusb_get_active_config_descriptor(libusb_get_device(handle_.get()), &told) != 0) return {};
-        const LibusbConfiguration header(told);
-        std::vector<std::uint8_t> bytes(header->wTotalLength);
-        const int length =
-            libusb_get_descriptor(handle_.get(), LIBUSB_DT_CONFIG, 0, bytes.data(), int(bytes.size()));
-        bytes.resize(std::size_t(std::max(length, 0)));
-        return {std::move(claim), context_, handle_.get(), streamingInterface, std::move(bytes)};
-    }
-
-private:
-    libusb_context* const context_;
-    const FileDescriptor node_; // before the handle, which uses it until its end
-    const std::unique_ptr<libusb_device_handle, CloseHandle> handle_;
-    bool isClaimed_ = false;
-};
-
-std::shared_ptr<OpenedCamera> open(libusb_context* context, std::string_view serial) {
-    const LibusbDeviceList list(context);
-    for (libusb_device* device : list.devices()) {
-        libusb_device_descriptor descriptor{};
-        libusb_get_device_descriptor(device, &descriptor);
-        if (descriptor.idVendor != vendor || descriptor.idProduct != product) continue;
-        // Same as in the USB transport; see LibusbBus::open for the reason.
-        const UsbAddress address{libusb_get_bus_number(device), libusb_get_device_address(device)};
-        FileDescriptor node(::open(address.path().c_str(), O_RDWR | O_CLOEXEC));
-        libusb_device_handle* opened = nullptr;
-        if (!node.isOpen() || libusb_wrap_sys_device(context, node.get(), &opened) != 0) continue;
-        std::unique_ptr<libusb_device_handle, CloseHandle> handle(opened);
-        std::array<unsigned char, 64> text{};
-        const int length = libusb_get_string_descriptor_ascii(opened, descriptor.iSerialNumber, text.data(),
-                                                              int(text.size()));
-        if (length < 0 || !std::equal(serial.begin(), serial.end(), text.begin(), text.begin() + length))
-            continue;
-        return std::make_shared<OpenedCamera>(context, std::move(node), handle.release());
-    }
-    return nullptr;
+    return std::nullopt;
 }
 
 class StandardError final : public Diagnostics {
@@ -171,10 +123,15 @@ bool isRight(PixelBuffer& picture) {
     });
 }
 
-std::unique_ptr<CaptureDeviceInput> makeInput(Diagnostics& diagnostics, const char* fourcc,
-                                              std::function<UsbStreamAccess(Error&)> acquire) {
-    return makeUsbStreamInput(
-        nullptr, {std::move(acquire), diagnostics, {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});
+using Acquire = std::function<std::shared_ptr<UsbHandle>(Error&)>;
+
+std::unique_ptr<CaptureDeviceInput> makeInput(const Camera& camera, Diagnostics& diagnostics,
+                                              const char* fourcc, Acquire acquire) {
+    return std::make_unique<UsbCaptureInput>(
+        nullptr, UsbStreamSource{std::move(acquire), uvc::streamingInterface, camera.configurationDescriptor},
+        CaptureInputOptions{.diagnostics = diagnostics,
+                            .whoHolds = [] { return "busy: in use by another program"; },
+                            .request = {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});
 }
 
 bool looksRight(CaptureDeviceInput& input, std::size_t wanted) {
@@ -194,10 +151,14 @@ bool say(bool right, const char* subject) {
     return right;
 }
 
-bool checkPictures(const std::shared_ptr<OpenedCamera>& camera, Diagnostics& diagnostics) {
+// The camera stays ours from the first picture to the last.
+bool checkPictures(UsbCameraClaims& claims, const Camera& camera, Diagnostics& diagnostics) {
+    Error error;
+    const auto held = claims.acquire(camera.address, error);
+    if (!held) return say(false, error.text.c_str());
     bool right = true;
     for (const char* fourcc : {"YUYV", "MJPG"}) {
-        const auto input = makeInput(diagnostics, fourcc, [&](Error&) { return camera->access(camera); });
+        const auto input = makeInput(camera, diagnostics, fourcc, [&](Error&) { return held; });
         right = say(looksRight(*input, pictures), fourcc) && right;
         bool again = true;
         for (int i = 0; i < restarts && again; ++i)
@@ -207,23 +168,22 @@ bool checkPictures(const std::shared_ptr<OpenedCamera>& camera, Diagnostics& dia
     return right;
 }
 
-bool checkUnplug(std::shared_ptr<OpenedCamera> camera, Diagnostics& diagnostics) {
+bool checkUnplug(UsbCameraClaims& claims, const Camera& camera, Diagnostics& diagnostics) {
     std::mutex mutex; // guards dropped
     std::condition_variable changed;
     bool dropped = false;
-    const auto drop = [&](void*) {
-        camera.reset();
-        const std::lock_guard lock(mutex);
-        dropped = true;
-        changed.notify_all();
-    };
     const auto acquire = [&](Error& error) {
-        if (camera) return camera->access(std::shared_ptr<void>(camera.get(), drop));
-        error = {ErrorCode::gone, "it was pulled out"};
-        return UsbStreamAccess{};
+        std::shared_ptr<UsbHandle> held = claims.acquire(camera.address, error);
+        if (!held) return held;
+        return std::shared_ptr<UsbHandle>(held.get(), [&, held](UsbHandle*) mutable {
+            held.reset();
+            const std::lock_guard lock(mutex);
+            dropped = true;
+            changed.notify_all();
+        });
     };
     Frames frames;
-    const auto input = makeInput(diagnostics, "YUYV", acquire);
+    const auto input = makeInput(camera, diagnostics, "YUYV", acquire);
     input->start(frames);
     if (!say(frames.waitFor(2), "streaming")) return false;
     std::fflush(stdout);
@@ -240,15 +200,15 @@ int fail(const std::string& reason) {
 }
 
 int check(std::string_view serial, std::string_view what) {
-    libusb_context* made = nullptr;
-    if (libusb_init(&made) != 0) return fail("libusb does not start");
-    const LibusbContext context(made);
-    auto camera = open(made, serial);
+    const std::shared_ptr<LibusbBus> bus = LibusbBus::open();
+    if (!bus) return fail("libusb does not start");
+    const auto camera = cameraWithSerial(serial);
     if (!camera) return fail("no camera of ours has that serial number");
-    if (!camera->isClaimed()) return fail("it cannot be claimed");
     StandardError diagnostics;
-    if (what == "pictures") return checkPictures(camera, diagnostics) ? 0 : 1;
-    return checkUnplug(std::move(camera), diagnostics) ? 0 : 1;
+    UsbCameraClaims claims(bus, nullptr, diagnostics);
+    const bool right = what == "pictures" ? checkPictures(claims, *camera, diagnostics)
+                                          : checkUnplug(claims, *camera, diagnostics);
+    return right ? 0 : 1;
 }
 
 } // namespace

@@ -61,9 +61,8 @@ class KernelCapturePlatform final : public CapturePlatform {
 public:
     KernelCapturePlatform(const BackendOptions& options, const std::filesystem::path& sysfs)
         : priority_(options.priority),
-          list_(sysfs, options.mainQueue,
-                {std::make_shared<KernelNodeOpener>(), options.diagnostics, options.format, sysfs,
-                 options.priority}),
+          list_(options.mainQueue, {std::make_shared<KernelNodeOpener>(), options.diagnostics, options.format,
+                                    sysfs, options.priority}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that no change is missed
     }
@@ -78,7 +77,7 @@ public:
 
 private:
     const std::shared_ptr<ThreadPriority> priority_;
-    VideoDeviceList list_;
+    KernelDeviceList list_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
 

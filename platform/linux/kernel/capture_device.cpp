@@ -10,20 +10,20 @@
 
 namespace tavelo {
 
-V4l2Device::V4l2Device(VideoNode node, V4l2DeviceSetup setup,
-                       std::chrono::steady_clock::time_point rightsMayComeUntil)
+KernelCaptureDevice::KernelCaptureDevice(VideoNode node, KernelDeviceOptions options,
+                                         std::chrono::steady_clock::time_point rightsMayComeUntil)
     : node_(std::move(node)),
-      setup_(std::move(setup)),
+      options_(std::move(options)),
       rightsMayComeUntil_(rightsMayComeUntil) {}
 
-std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
+std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error) {
     error = {};
     int number = 0;
     // Closed again at once: the input opens the node when it streams.
-    if (!setup_.opener->open(node_.path(), number)) {
+    if (!options_.opener->open(node_.path(), number)) {
         const StreamEnd why = streamEndOf(number);
         const bool waits =
-            why == StreamEnd::busy || (why == StreamEnd::gone && isListed(setup_.sysfs, node_)) ||
+            why == StreamEnd::busy || (why == StreamEnd::gone && isListed(options_.sysfs, node_)) ||
             (why == StreamEnd::denied && std::chrono::steady_clock::now() < rightsMayComeUntil_);
         if (!waits) {
             error = {errorCodeOf(why),
@@ -31,11 +31,14 @@ std::unique_ptr<CaptureDeviceInput> V4l2Device::makeInput(Error& error) {
             return nullptr;
         }
     }
-    return std::make_unique<V4l2Input>(
-        shared_from_this(),
-        V4l2InputSetup{node_.path(), setup_.opener, setup_.diagnostics, setup_.request, StreamPatience(),
-                       [sysfs = setup_.sysfs, node = node_] { return isListed(sysfs, node); },
-                       [path = node_.path()] { return busyText(deviceHolders(path)); }, setup_.priority});
+    return std::make_unique<KernelCaptureInput>(
+        shared_from_this(), node_.path(), options_.opener,
+        CaptureInputOptions{
+            .diagnostics = options_.diagnostics,
+            .whoHolds = [path = node_.path()] { return busyText(deviceHolders(path)); },
+            .request = options_.request,
+            .isListed = [sysfs = options_.sysfs, node = node_] { return isListed(sysfs, node); },
+            .priority = options_.priority});
 }
 
 } // namespace tavelo

@@ -15,7 +15,7 @@
 namespace tavelo {
 
 /// Shared by all devices of a list.  The diagnostics must outlive the devices and their inputs.
-struct V4l2DeviceSetup {
+struct KernelDeviceOptions {
     std::shared_ptr<V4l2NodeOpener> opener;
     Diagnostics& diagnostics;
     CaptureFormatRequest request;
@@ -23,12 +23,13 @@ struct V4l2DeviceSetup {
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming threads; may be null
 };
 
-class V4l2Device final : public CaptureDevice, public std::enable_shared_from_this<V4l2Device> {
+class KernelCaptureDevice final : public CaptureDevice,
+                                  public std::enable_shared_from_this<KernelCaptureDevice> {
 public:
     /// @param rightsMayComeUntil udev gives access to a new node a moment after it appears; until this time
     ///     an input is made without access, and waits for it
-    V4l2Device(VideoNode node, V4l2DeviceSetup setup,
-               std::chrono::steady_clock::time_point rightsMayComeUntil);
+    KernelCaptureDevice(VideoNode node, KernelDeviceOptions options,
+                        std::chrono::steady_clock::time_point rightsMayComeUntil);
 
     const std::string& uniqueID() const override { return node_.uniqueID; }
     const std::string& localizedName() const override { return node_.localizedName; }
@@ -38,11 +39,9 @@ public:
     /// not there yet: it is announced a moment before the driver opens it for all.
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override;
 
-    const VideoNode& node() const { return node_; }
-
 private:
     const VideoNode node_;
-    const V4l2DeviceSetup setup_;
+    const KernelDeviceOptions options_;
     const std::chrono::steady_clock::time_point rightsMayComeUntil_;
 };
 

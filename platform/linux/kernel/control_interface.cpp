@@ -71,7 +71,7 @@ std::optional<UvcEntity> entityOf(const KernelInterfaceAddress& address, std::in
 
 } // namespace
 
-KernelControlInterface::KernelControlInterface(std::shared_ptr<V4l2ControlDevice> device,
+KernelControlInterface::KernelControlInterface(std::shared_ptr<V4l2Node> device,
                                                KernelInterfaceAddress address, Diagnostics& diagnostics,
                                                std::shared_ptr<HeldPair> pair)
     : address_(std::move(address)),
@@ -81,7 +81,7 @@ KernelControlInterface::KernelControlInterface(std::shared_ptr<V4l2ControlDevice
 
 ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
-    std::shared_ptr<V4l2ControlDevice> device;
+    std::shared_ptr<V4l2Node> device;
     {
         const std::lock_guard lock(mutex_);
         device = device_;
@@ -96,7 +96,7 @@ ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
 }
 
 void KernelControlInterface::USBInterfaceClose() {
-    std::shared_ptr<V4l2ControlDevice> closing;
+    std::shared_ptr<V4l2Node> closing;
     const std::lock_guard lock(mutex_);
     closing.swap(device_);
 }
@@ -108,7 +108,7 @@ const KernelControl* KernelControlInterface::findControl(const UsbControlRequest
     return findKernelControl({*entity, static_cast<std::uint8_t>(request.wValue >> 8)});
 }
 
-ErrorCode KernelControlInterface::read(V4l2ControlDevice& device, const KernelControl& control,
+ErrorCode KernelControlInterface::read(V4l2Node& device, const KernelControl& control,
                                        UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
@@ -121,7 +121,7 @@ ErrorCode KernelControlInterface::read(V4l2ControlDevice& device, const KernelCo
     return controlErrorOf(reply.error, false);
 }
 
-ErrorCode KernelControlInterface::write(V4l2ControlDevice& device, const KernelControl& control,
+ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& control,
                                         UsbControlRequest& request) {
     // The class has no other write.
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;

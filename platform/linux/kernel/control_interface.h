@@ -11,7 +11,7 @@
 
 #include "platform/diagnostics.h"
 #include "platform/linux/kernel/kernel_control_table.h"
-#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/usb_interface.h"
 
 namespace tavelo {
@@ -49,7 +49,7 @@ public:
     /// @param diagnostics must outlive the interface
     /// @param pair shared with earlier interfaces of the same camera: after a refusal the interface is
     ///     opened again without being read
-    KernelControlInterface(std::shared_ptr<V4l2ControlDevice> device, KernelInterfaceAddress address,
+    KernelControlInterface(std::shared_ptr<V4l2Node> device, KernelInterfaceAddress address,
                            Diagnostics& diagnostics,
                            std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
 
@@ -59,8 +59,8 @@ public:
 
 private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
-    ErrorCode read(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
-    ErrorCode write(V4l2ControlDevice& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode read(V4l2Node& device, const KernelControl& control, UsbControlRequest& request);
+    ErrorCode write(V4l2Node& device, const KernelControl& control, UsbControlRequest& request);
     std::vector<std::uint8_t> heldOf(const KernelControl& control);
     void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
     void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;
@@ -71,7 +71,7 @@ private:
     const std::shared_ptr<HeldPair> heldPair_;
 
     std::mutex mutex_; // guards device_, not the object it points to
-    std::shared_ptr<V4l2ControlDevice> device_;
+    std::shared_ptr<V4l2Node> device_;
 };
 
 } // namespace tavelo

@@ -100,12 +100,12 @@ std::int32_t numberOf(const V4l2ControlInfo& info, UvcRequest request) {
     }
 }
 
-KernelReply readValue(V4l2ControlDevice& device, const KernelControl& control) {
+KernelReply readValue(V4l2Node& device, const KernelControl& control) {
     std::array<V4l2ControlValue, 2> values{{{control.id, 0}, {control.secondId, 0}}};
     const Ids ids(control);
     const auto used = std::span(values).first(ids.count);
     KernelReply reply;
-    reply.error = device.get(used);
+    reply.error = getControls(device, used);
     if (reply.error != 0) return reply;
     for (const V4l2ControlValue& value : used) {
         if (!appendValue(reply.bytes, control, value.value)) return {};
@@ -114,10 +114,10 @@ KernelReply readValue(V4l2ControlDevice& device, const KernelControl& control) {
 }
 
 // The bit map of exposure modes, from the menu's entries.
-KernelReply readModes(V4l2ControlDevice& device, const KernelControl& control) {
+KernelReply readModes(V4l2Node& device, const KernelControl& control) {
     std::uint8_t modes = 0;
     for (std::uint32_t index = 0; index < exposureModes.size(); ++index) {
-        const int error = device.queryMenu(control.id, index);
+        const int error = queryMenu(device, control.id, index);
         if (error == 0) modes = static_cast<std::uint8_t>(modes | exposureModes[index]);
         if (error != 0 && error != EINVAL) return {error, {}, false};
     }
@@ -125,14 +125,14 @@ KernelReply readModes(V4l2ControlDevice& device, const KernelControl& control) {
     return {0, {modes}, false};
 }
 
-KernelReply readRange(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request) {
+KernelReply readRange(V4l2Node& device, const KernelControl& control, UvcRequest request) {
     if (!answers(control.range, request)) return {};
     if (control.encoding == KernelEncoding::exposureMode && request == UvcRequest::getRes)
         return readModes(device, control);
     KernelReply reply;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
-        if (const int error = device.queryControl(id, info)) return {error, {}, false};
+        if (const int error = queryControl(device, id, info)) return {error, {}, false};
         if (!appendValue(reply.bytes, control, numberOf(info, request))) return {};
     }
     return reply;
@@ -147,12 +147,12 @@ std::uint8_t infoBits(std::uint32_t flags) {
     return info;
 }
 
-KernelReply readInfo(V4l2ControlDevice& device, const KernelControl& control) {
+KernelReply readInfo(V4l2Node& device, const KernelControl& control) {
     std::uint8_t able = uvc::infoGet | uvc::infoSet;
     std::uint8_t state = 0;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
-        if (const int error = device.queryControl(id, info)) return {error, {}, false};
+        if (const int error = queryControl(device, id, info)) return {error, {}, false};
         if ((info.flags & V4L2_CTRL_FLAG_DISABLED) != 0) return {};
         const std::uint8_t bits = infoBits(info.flags);
         able &= bits;
@@ -161,9 +161,9 @@ KernelReply readInfo(V4l2ControlDevice& device, const KernelControl& control) {
     return {0, {static_cast<std::uint8_t>(able | state)}, false};
 }
 
-KernelReply readLength(V4l2ControlDevice& device, const KernelControl& control) {
+KernelReply readLength(V4l2Node& device, const KernelControl& control) {
     V4l2ControlInfo info;
-    if (device.queryControl(control.id, info) == EINVAL) return {};
+    if (queryControl(device, control.id, info) == EINVAL) return {};
     return {0, {control.size, 0}, false};
 }
 
@@ -201,7 +201,7 @@ std::vector<std::uint8_t> takenBytes(const KernelControl& control,
 
 } // namespace
 
-KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request) {
+KernelReply readKernelControl(V4l2Node& device, const KernelControl& control, UvcRequest request) {
     switch (request) {
         case UvcRequest::getCur:
             return readValue(device, control);
@@ -220,12 +220,12 @@ KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& co
     return {};
 }
 
-KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
+KernelReply writeKernelControl(V4l2Node& device, const KernelControl& control,
                                std::span<const std::uint8_t> data, std::span<const std::uint8_t> held) {
     std::vector<V4l2ControlInfo> infos;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
-        const int error = device.queryControl(id, info);
+        const int error = queryControl(device, id, info);
         if (error == EINVAL) return {};
         if (endsEverything(error)) return {error, {}, false};
         // A camera that does not report its range may still take a value; an empty range checks nothing.
@@ -238,7 +238,7 @@ KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& c
     for (const V4l2ControlValue& value : written) {
         if (!passes(infos[value.id == control.id ? 0 : 1], value.value)) return {ERANGE, {}, false};
     }
-    if (const int error = device.set(written)) return {error, {}, false};
+    if (const int error = setControls(device, written)) return {error, {}, false};
     return {0, takenBytes(control, *values, written), true};
 }
 

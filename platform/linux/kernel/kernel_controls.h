@@ -8,7 +8,7 @@
 
 #include "platform/error.h"
 #include "platform/linux/kernel/kernel_control_table.h"
-#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/linux/v4l2/v4l2_controls.h"
 
 namespace tavelo {
 
@@ -24,14 +24,14 @@ struct KernelReply {
 };
 
 /// Reads the bytes that the camera itself would return, in the control's own length.
-KernelReply readKernelControl(V4l2ControlDevice& device, const KernelControl& control, UvcRequest request);
+KernelReply readKernelControl(V4l2Node& device, const KernelControl& control, UvcRequest request);
 
 /// Handles SET_CUR.  Only the first bytes of longer data are used, as in the camera.  ERANGE if a value is
 /// outside the control's range: the camera would refuse it, the driver would silently clamp it.  A value
 /// between two steps is left to the driver, which takes the nearer step.
 /// @param held the control's value as the caller last knew it, or empty.  A half of a pair that the caller
 ///     does not change is not written: another program may have moved it since.
-KernelReply writeKernelControl(V4l2ControlDevice& device, const KernelControl& control,
+KernelReply writeKernelControl(V4l2Node& device, const KernelControl& control,
                                std::span<const std::uint8_t> data, std::span<const std::uint8_t> held = {});
 
 /// The error for the errno of a request.  The driver turns a stalled request into one of several; a stalled

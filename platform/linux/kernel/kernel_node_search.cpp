@@ -6,6 +6,8 @@
 #include <system_error>
 #include <vector>
 
+#include "platform/linux/v4l2/v4l2_controls.h"
+
 namespace tavelo {
 
 namespace {
@@ -24,7 +26,7 @@ OpenedControlNode tryNodes(const ControlNodeOptions& options, const std::vector<
     OpenedControlNode opened;
     for (const std::string& node : nodes) {
         opened.path = (options.devices / node).string();
-        opened.device = options.opener->open(opened.path, error);
+        opened.device = openForControls(*options.opener, opened.path, error);
         if (opened.device || error != ENOTTY) return opened;
     }
     return opened;

@@ -12,13 +12,13 @@
 
 #include "platform/diagnostics.h"
 #include "platform/linux/bus/sysfs_usb.h"
-#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/linux/v4l2/v4l2_node.h"
 
 namespace tavelo {
 
 struct ControlNodeOptions {
     std::filesystem::path devices = "/dev";
-    std::shared_ptr<V4l2ControlDeviceOpener> opener = makeControlDeviceOpener();
+    std::shared_ptr<V4l2NodeOpener> opener = std::make_shared<KernelNodeOpener>();
     /// Sleeps between two attempts to open a node.
     std::function<void(std::chrono::milliseconds)> pause = [](std::chrono::milliseconds time) {
         std::this_thread::sleep_for(time);
@@ -26,8 +26,8 @@ struct ControlNodeOptions {
 };
 
 struct OpenedControlNode {
-    std::shared_ptr<V4l2ControlDevice> device; ///< null if none could be opened
-    std::string path;                          ///< "/dev/video0"
+    std::shared_ptr<V4l2Node> device; ///< null if none could be opened
+    std::string path;                 ///< "/dev/video0"
 };
 
 /// Opens the first capturing node of a video-control interface.

@@ -10,11 +10,12 @@
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/bus/sysfs_usb_platform.h"
 #include "platform/linux/bus/udev_monitor.h"
+#include "platform/linux/device_holders.h"
+#include "platform/linux/usb/capture_input.h"
 #include "platform/linux/usb/control_interface.h"
+#include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/device_list.h"
 #include "platform/linux/usb/driver_watch.h"
-#include "platform/linux/usb/libusb_bus.h"
-#include "platform/linux/usb/stream/usb_stream_input.h"
 #include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/wake_event.h"
 #include "platform/uvc/usb_video_function.h"
@@ -41,12 +42,12 @@ public:
         : opener_(std::move(opener)),
           warn_(std::move(warn)) {}
 
-    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override {
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) override {
         auto handle = opener_->open(address, error);
-        if (error == LIBUSB_ERROR_ACCESS && !warned_.exchange(true)) warn_(missingRightsLine(address.path()));
+        if (!handle && error.code == ErrorCode::denied && !warned_.exchange(true))
+            warn_(missingPermissionLine(address.path()));
         return handle;
     }
-    libusb_context* context() override { return opener_->context(); }
 
 private:
     const std::shared_ptr<UsbHandleOpener> opener_;
@@ -72,7 +73,7 @@ std::shared_ptr<UsbInterface> takeForControl(UsbCameraClaims& claims, const Sysf
     Error error;
     auto claim = claims.acquire(address, error);
     // A device just plugged in may need a moment to get ready.
-    for (int tries = 1; tries < mostTries && error.code == ErrorCode::invalid; ++tries) {
+    for (int tries = 1; tries < mostTries && error.code == ErrorCode::failed; ++tries) {
         std::this_thread::sleep_for(betweenTries);
         claim = claims.acquire(address, error);
     }
@@ -83,24 +84,21 @@ std::shared_ptr<UsbInterface> takeForControl(UsbCameraClaims& claims, const Sysf
     return std::make_shared<UsbControlInterface>(std::move(claim), std::move(function), name, diagnostics);
 }
 
-UsbStreamAccess takeForStreaming(UsbCameraClaims& claims, const UsbCamera& camera, Error& error) {
-    const std::shared_ptr<UsbCameraClaim> claim = claims.acquire(camera.address, error);
-    if (!claim) return {};
-    return {claim, claims.context(), claim->handle().native(), camera.address.streamingInterfaces.front(),
-            camera.configurationDescriptor};
-}
-
 // The camera is taken on the stream's thread when the stream starts.
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
                          const CaptureFormatRequest& request,
                          const std::shared_ptr<ThreadPriority>& priority) {
     return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
                                                      const UsbCamera& camera, Error& /*error*/) {
-        const auto acquire = [claims, camera](Error& error) {
-            return takeForStreaming(*claims, camera, error);
+        const auto open = [claims, address = camera.address](Error& error) {
+            return claims->acquire(address, error);
         };
-        return makeUsbStreamInput(std::move(device),
-                                  {acquire, diagnostics, request, camera.address.device.path(), priority});
+        const auto whoHolds = [node = camera.address.device.path()] { return busyText(deviceHolders(node)); };
+        return std::make_unique<UsbCaptureInput>(
+            std::move(device),
+            UsbStreamSource{open, camera.address.streamingInterfaces.front(), camera.configurationDescriptor},
+            CaptureInputOptions{
+                .diagnostics = diagnostics, .whoHolds = whoHolds, .request = request, .priority = priority});
     };
 }
 
@@ -133,7 +131,7 @@ private:
     }
 
     const std::shared_ptr<ThreadPriority> priority_;
-    UsbCameraList list_;
+    UsbDeviceList list_;
     WakeEvent ending_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
@@ -152,7 +150,7 @@ Backend makeUsbBackend(const BackendOptions& options, const UsbBackendOptions& m
 Backend makeUsbBackend(const BackendOptions& options) {
     const auto warn = options.warn ? options.warn : [](const std::string&) {};
     if (const auto denied = deniedCamera("/sys", usbNodeProbe())) {
-        warn(missingRightsLine(*denied) + keptByDriver);
+        warn(missingPermissionLine(*denied) + keptByDriver);
         return {};
     }
     const std::shared_ptr<LibusbBus> bus = LibusbBus::open();

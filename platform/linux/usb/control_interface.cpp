@@ -38,9 +38,9 @@ std::string_view reasonOf(ErrorCode status) {
 
 } // namespace
 
-UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function,
+UsbControlInterface::UsbControlInterface(std::shared_ptr<UsbHandle> camera, UsbVideoFunction function,
                                          std::string name, Diagnostics& diagnostics)
-    : claim_(std::move(claim)),
+    : camera_(std::move(camera)),
       function_(std::move(function)),
       name_(std::move(name)),
       diagnostics_(diagnostics) {}
@@ -53,13 +53,13 @@ ErrorCode UsbControlInterface::ControlRequest(UsbControlRequest& request) {
     }
     if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const UsbSetupPacket setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex};
-    const int result = claim_->handle().controlTransfer(setup, request.payload(), patience);
-    if (result >= 0) {
-        request.bytesDone = std::min<std::uint32_t>(static_cast<std::uint32_t>(result), request.wLength);
+    const UsbResult result = camera_->request(setup, request.payload(), patience);
+    if (result.code == ErrorCode::none) {
+        request.bytesDone = static_cast<std::uint32_t>(std::min<std::size_t>(result.bytes, request.wLength));
         return ErrorCode::none;
     }
-    if (result == LIBUSB_ERROR_PIPE && answerForTheClass(request)) return ErrorCode::none;
-    const ErrorCode status = statusOf(request, result);
+    if (result.code == ErrorCode::refused && answerForTheClass(request)) return ErrorCode::none;
+    const ErrorCode status = statusOf(request, result.code);
     if (status != ErrorCode::none) report(request, reasonOf(status));
     return status;
 }
@@ -83,20 +83,18 @@ bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
     return true;
 }
 
-ErrorCode UsbControlInterface::statusOf(const UsbControlRequest& request, int libusbError) const {
-    switch (libusbError) {
-        case LIBUSB_ERROR_PIPE: {
+ErrorCode UsbControlInterface::statusOf(const UsbControlRequest& request, ErrorCode code) const {
+    switch (code) {
+        case ErrorCode::refused: {
             if (isRead(request)) return ErrorCode::none;
             const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
             const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
             return function_.lists(entity, selector) ? ErrorCode::refused : ErrorCode::none;
         }
-        case LIBUSB_ERROR_TIMEOUT:
-            return ErrorCode::timeout;
-        case LIBUSB_ERROR_NO_DEVICE:
-            return ErrorCode::gone;
-        case LIBUSB_ERROR_ACCESS:
-            return ErrorCode::denied;
+        case ErrorCode::timeout:
+        case ErrorCode::gone:
+        case ErrorCode::denied:
+            return code;
         default:
             return ErrorCode::failed;
     }

@@ -23,9 +23,10 @@ namespace tavelo {
 /// between.
 class UsbControlInterface final : public UsbInterface {
 public:
+    /// @param camera      the share of it that this interface keeps
     /// @param name        of the camera in diagnostics
     /// @param diagnostics must outlive the interface
-    UsbControlInterface(std::shared_ptr<UsbCameraClaim> claim, UsbVideoFunction function, std::string name,
+    UsbControlInterface(std::shared_ptr<UsbHandle> camera, UsbVideoFunction function, std::string name,
                         Diagnostics& diagnostics);
 
     ErrorCode ControlRequest(UsbControlRequest& request) override;
@@ -35,10 +36,10 @@ public:
 private:
     /// Answers a read that the camera stalled and need not answer; false if there is no such answer.
     bool answerForTheClass(UsbControlRequest& request);
-    ErrorCode statusOf(const UsbControlRequest& request, int libusbError) const;
+    ErrorCode statusOf(const UsbControlRequest& request, ErrorCode code) const;
     void report(const UsbControlRequest& request, std::string_view reason) noexcept;
 
-    const std::shared_ptr<UsbCameraClaim> claim_;
+    const std::shared_ptr<UsbHandle> camera_;
     const UsbVideoFunction function_;
     const std::string name_;
     Diagnostics& diagnostics_;

@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/usb/device_list.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <utility>
 
-#include "platform/common/capture_device_book.h"
 #include "platform/common/location_id.h"
 #include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/printable.h"
 #include "platform/uvc/descriptors.h"
 #include "platform/uvc/usb_video_function.h"
 
 namespace tavelo {
 namespace {
-
-// The camera chooses the text; it must not control a terminal.
-std::string printable(std::string text) {
-    std::ranges::replace_if(
-        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
-    return text;
-}
 
 // Without a product string, the same name as the kernel's driver gives.
 std::string nameOf(const SysfsUsbDevice& device) {
@@ -61,8 +54,6 @@ public:
         return makeInput_(shared_from_this(), camera_, error);
     }
 
-    const UsbCamera& camera() const { return camera_; }
-
 private:
     const UsbCamera camera_;
     const UsbInputMaker makeInput_;
@@ -87,50 +78,26 @@ UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs) {
     return scan;
 }
 
-class UsbCameraList::Book : public CaptureDeviceBook<UsbCaptureDevice> {
-public:
-    explicit Book(UsbInputMaker makeInput) : makeInput_(std::move(makeInput)) {}
+UsbDeviceList::UsbDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput)
+    : CaptureDeviceList(
+          mainQueue, [](const UsbCamera& known, const UsbCamera& found) { return known.isSameAs(found); },
+          [makeInput = std::move(makeInput)](const UsbCamera& camera, CameraArrival /*arrival*/) {
+              return std::make_shared<UsbCaptureDevice>(camera, makeInput);
+          }),
+      sysfs_(std::move(sysfs)) {}
 
-    void update(const std::vector<UsbCamera>& found) {
-        apply<UsbCamera>(
-            found, [](const auto& device, const auto& camera) { return device.camera().isSameAs(camera); },
-            [this](const auto& camera) { return std::make_shared<UsbCaptureDevice>(camera, makeInput_); });
-    }
-
-private:
-    const UsbInputMaker makeInput_;
-};
-
-UsbCameraList::UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput)
-    : sysfs_(std::move(sysfs)),
-      mainQueue_(mainQueue),
-      book_(std::make_shared<Book>(std::move(makeInput))) {}
-
-UsbCameraList::~UsbCameraList() = default;
-
-void UsbCameraList::fill() {
-    book_->update(scanUsbCameras(sysfs_).cameras);
+void UsbDeviceList::fill() {
+    CaptureDeviceList::fill([this] { return scanUsbCameras(sysfs_).cameras; });
 }
 
-bool UsbCameraList::rescan() {
-    const std::lock_guard lock(mutex_);
-    UsbCameraScan scan = scanUsbCameras(sysfs_);
-    mainQueue_.post([book = std::weak_ptr(book_), found = std::move(scan.cameras)] {
-        if (const auto alive = book.lock()) alive->update(found);
+bool UsbDeviceList::rescan() {
+    bool unsettled = false;
+    CaptureDeviceList::rescan([&] {
+        UsbCameraScan scan = scanUsbCameras(sysfs_);
+        unsettled = scan.unsettled;
+        return std::move(scan.cameras);
     });
-    return !scan.unsettled;
-}
-
-std::vector<std::shared_ptr<CaptureDevice>> UsbCameraList::devices() const {
-    return book_->devices();
-}
-
-void UsbCameraList::addObserver(CaptureDeviceObserver* observer) {
-    book_->add(observer);
-}
-
-void UsbCameraList::removeObserver(CaptureDeviceObserver* observer) {
-    book_->remove(observer);
+    return !unsettled;
 }
 
 } // namespace tavelo

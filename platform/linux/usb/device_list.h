@@ -6,12 +6,11 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/capture.h"
+#include "platform/common/capture_device_list.h"
 #include "platform/linux/usb/usb_camera_claims.h"
 #include "platform/main_queue.h"
 
@@ -41,16 +40,11 @@ UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs);
 using UsbInputMaker = std::function<std::unique_ptr<CaptureDeviceInput>(
     std::shared_ptr<CaptureDevice> device, const UsbCamera& camera, Error& error)>;
 
-/// Compares scans with the known devices and notifies observers of changes.
-///
-/// Scans run on the thread that calls rescan(); the list itself belongs to the main thread.
-class UsbCameraList {
+/// The video functions on the bus; those present at the start by bus and port.
+class UsbDeviceList : private CaptureDeviceList<UsbCamera> {
 public:
     /// The queue must outlive the list.
-    UsbCameraList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput);
-    ~UsbCameraList();
-    UsbCameraList(const UsbCameraList&) = delete;
-    UsbCameraList& operator=(const UsbCameraList&) = delete;
+    UsbDeviceList(std::filesystem::path sysfs, MainQueue& mainQueue, UsbInputMaker makeInput);
 
     /// Main thread: fills the list before anybody can have seen it, so no observer is notified.
     void fill();
@@ -59,20 +53,12 @@ public:
     /// @return whether all devices were settled; if not, the caller has to scan again
     bool rescan();
 
-    /// Main thread.  In order of arrival; those present at the start by bus and port.
-    std::vector<std::shared_ptr<CaptureDevice>> devices() const;
-    void addObserver(CaptureDeviceObserver* observer);
-    void removeObserver(CaptureDeviceObserver* observer);
+    using CaptureDeviceList::addObserver;
+    using CaptureDeviceList::devices;
+    using CaptureDeviceList::removeObserver;
 
 private:
-    /// Main thread only; a task that runs after the list has ended finds it gone.
-    class Book;
-
     const std::filesystem::path sysfs_;
-    MainQueue& mainQueue_;
-    const std::shared_ptr<Book> book_;
-
-    std::mutex mutex_; // keeps scans in the order in which they are posted
 };
 
 } // namespace tavelo

@@ -21,50 +21,39 @@ namespace fs = std::filesystem;
 
 constexpr const char* programName = "tavelo-driver-watch";
 
-class SpawnActions {
-public:
-    SpawnActions() { ::posix_spawn_file_actions_init(&actions_); }
-    ~SpawnActions() { ::posix_spawn_file_actions_destroy(&actions_); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
+struct SpawnOptions {
+    SpawnOptions() {
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawnattr_init(&attributes);
+    }
+    ~SpawnOptions() {
+        ::posix_spawnattr_destroy(&attributes);
+        ::posix_spawn_file_actions_destroy(&actions);
+    }
+    SpawnOptions(const SpawnOptions&) = delete;
+    SpawnOptions& operator=(const SpawnOptions&) = delete;
 
-    posix_spawn_file_actions_t* get() { return &actions_; }
-
-private:
-    posix_spawn_file_actions_t actions_{};
-};
-
-class SpawnAttributes {
-public:
-    SpawnAttributes() { ::posix_spawnattr_init(&attributes_); }
-    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-
-    posix_spawnattr_t* get() { return &attributes_; }
-
-private:
-    posix_spawnattr_t attributes_{};
+    posix_spawn_file_actions_t actions{};
+    posix_spawnattr_t attributes{};
 };
 
 // The other end becomes the process's standard input; it must not hold our output streams open.
 pid_t spawn(const fs::path& program, const std::string& node, const std::string& interface, int input) {
-    SpawnActions actions;
-    ::posix_spawn_file_actions_adddup2(actions.get(), input, STDIN_FILENO);
-    ::posix_spawn_file_actions_addopen(actions.get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    ::posix_spawn_file_actions_addopen(actions.get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    SpawnAttributes attributes;
+    SpawnOptions options;
+    ::posix_spawn_file_actions_adddup2(&options.actions, input, STDIN_FILENO);
+    ::posix_spawn_file_actions_addopen(&options.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_addopen(&options.actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     // A signal that ends us or the whole session must not end the watch before us.
-    ::posix_spawnattr_setflags(attributes.get(), POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
+    ::posix_spawnattr_setflags(&options.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK);
     sigset_t all;
     ::sigfillset(&all);
-    ::posix_spawnattr_setsigmask(attributes.get(), &all);
+    ::posix_spawnattr_setsigmask(&options.attributes, &all);
 
     std::array<std::string, 3> words{program.string(), node, interface};
     std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
     std::array<char*, 1> environment{nullptr};
     pid_t process = -1;
-    const int result = ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(),
+    const int result = ::posix_spawn(&process, program.c_str(), &options.actions, &options.attributes,
                                      arguments.data(), environment.data());
     return result == 0 ? process : -1;
 }

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "platform/linux/file_descriptor.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_address.h"
 
 namespace tavelo {
 

@@ -5,36 +5,9 @@
 #include <utility>
 
 namespace tavelo {
-namespace {
-
-ErrorCode codeOf(int libusbError) {
-    switch (libusbError) {
-        case LIBUSB_ERROR_ACCESS:
-            return ErrorCode::denied;
-        case LIBUSB_ERROR_BUSY:
-            return ErrorCode::busy;
-        case LIBUSB_ERROR_NO_DEVICE:
-        case LIBUSB_ERROR_NOT_FOUND:
-            return ErrorCode::gone;
-        case LIBUSB_ERROR_TIMEOUT:
-            return ErrorCode::timeout;
-        default:
-            return ErrorCode::invalid;
-    }
-}
-
-} // namespace
-
-Error usbErrorOf(int libusbError, const std::string& what) {
-    return {codeOf(libusbError), what + ": " + libusb_strerror(libusbError)};
-}
-
 std::vector<std::uint8_t> UsbCameraAddress::interfaces() const {
-    std::vector<std::uint8_t> all;
-    all.reserve(1 + streamingInterfaces.size());
-    all.push_back(controlInterface);
-    for (const std::uint8_t interface : streamingInterfaces)
-        all.push_back(interface);
+    std::vector all{controlInterface};
+    all.insert(all.end(), streamingInterfaces.begin(), streamingInterfaces.end());
     return all;
 }
 
@@ -61,33 +34,40 @@ public:
         std::vector<std::uint8_t> interfaces = camera_.interfaces();
         std::ranges::reverse(interfaces);
         for (const std::uint8_t interface : interfaces) {
-            const int detached = handle_->detachKernelDriver(interface);
-            if (detached == LIBUSB_SUCCESS) detached_ = true;
-            const bool free = detached == LIBUSB_SUCCESS || detached == LIBUSB_ERROR_NOT_FOUND;
-            const int claimed = free ? handle_->claimInterface(interface) : detached;
-            if (claimed != LIBUSB_SUCCESS) {
-                error = usbErrorOf(claimed, "cannot take interface " + std::to_string(interface) + " of " +
-                                                camera_.device.path());
-                return false;
-            }
-            claimed_.push_back(interface);
+            error = takeInterface(interface);
+            if (error.code == ErrorCode::none) continue;
+            error.text = "cannot take interface " + std::to_string(interface) + " of " +
+                         camera_.device.path() + ": " + error.text;
+            return false;
         }
         return true;
     }
 
-    UsbHandle& handle() { return *handle_; }
+    UsbHandle* handle() const { return handle_.get(); }
 
 private:
+    Error takeInterface(std::uint8_t interface) {
+        Error error = handle_->detachKernelDriver(interface);
+        if (error.code == ErrorCode::none) detached_ = true;
+        // Invalid: no driver holds it.
+        if (error.code != ErrorCode::none && error.code != ErrorCode::invalid) return error;
+        error = handle_->claimInterface(interface);
+        if (error.code == ErrorCode::none) claimed_.push_back(interface);
+        // The device has another configuration now.
+        if (error.code == ErrorCode::invalid) error.code = ErrorCode::gone;
+        return error;
+    }
+
     // The driver that probes the control interface takes the others itself, and needs them free.
     void giveBack() {
         for (const std::uint8_t interface : claimed_)
             handle_->releaseInterface(interface);
         if (claimed_.empty() && !detached_) return;
-        const int result = handle_->attachKernelDriver(camera_.controlInterface);
-        // Busy: a driver was quicker.  Not found: no driver in this kernel wants it.
-        const bool fine = result == LIBUSB_SUCCESS || result == LIBUSB_ERROR_BUSY ||
-                          result == LIBUSB_ERROR_NOT_FOUND || result == LIBUSB_ERROR_NO_DEVICE;
-        if (!fine) report(std::string("giving it back to the kernel's driver: ") + libusb_strerror(result));
+        const Error error = handle_->attachKernelDriver(camera_.controlInterface);
+        // Busy: a driver was quicker.  Invalid: no driver in this kernel wants it.
+        const bool fine = error.code == ErrorCode::none || error.code == ErrorCode::busy ||
+                          error.code == ErrorCode::invalid || error.code == ErrorCode::gone;
+        if (!fine) report("giving it back to the kernel's driver: " + error.text);
     }
 
     void report(const std::string& reason) const { diagnostics_.report(camera_.device.path(), reason); }
@@ -100,17 +80,16 @@ private:
     std::shared_ptr<void> watch_;
 };
 
-class UsbCameraClaims::Claim final : public UsbCameraClaim {
+class UsbCameraClaims::Claim {
 public:
     /// The slot already counts this holder.
     Claim(std::shared_ptr<SerialQueue> returns, std::shared_ptr<UsbHandleOpener> opener,
-          std::shared_ptr<Slot> slot, UsbHandle& handle)
+          std::shared_ptr<Slot> slot)
         : returns_(std::move(returns)),
           opener_(std::move(opener)),
-          slot_(std::move(slot)),
-          handle_(handle) {}
+          slot_(std::move(slot)) {}
 
-    ~Claim() override {
+    ~Claim() {
         const std::lock_guard lock(slot_->mutex);
         if (--slot_->holders > 0) return;
         returns_->async([opener = opener_, slot = slot_] { giveBackUnlessHeld(*slot); });
@@ -118,13 +97,10 @@ public:
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
 
-    UsbHandle& handle() override { return handle_; }
-
 private:
     const std::shared_ptr<SerialQueue> returns_;
     const std::shared_ptr<UsbHandleOpener> opener_; // handles must not outlive it
     const std::shared_ptr<Slot> slot_;
-    UsbHandle& handle_;
 };
 
 UsbCameraClaims::UsbCameraClaims(std::shared_ptr<UsbHandleOpener> opener, WatchStarter watch,
@@ -153,16 +129,15 @@ std::shared_ptr<UsbCameraClaims::Slot> UsbCameraClaims::slotOf(const UsbCameraAd
     return slot;
 }
 
-std::shared_ptr<UsbCameraClaim> UsbCameraClaims::acquire(const UsbCameraAddress& camera, Error& error) {
+std::shared_ptr<UsbHandle> UsbCameraClaims::acquire(const UsbCameraAddress& camera, Error& error) {
     error = {};
     const std::shared_ptr<Slot> slot = slotOf(camera);
     std::unique_lock lock(slot->mutex);
     slot->wentBack.wait(lock, [&] { return !slot->mustGoBack; });
     if (!slot->taken) {
-        int result = LIBUSB_SUCCESS;
-        std::unique_ptr<UsbHandle> handle = opener_->open(camera.device, result);
+        std::unique_ptr<UsbHandle> handle = opener_->open(camera.device, error);
         if (!handle) {
-            error = usbErrorOf(result, "cannot open " + camera.device.path());
+            error.text = "cannot open " + camera.device.path() + ": " + error.text;
             return nullptr;
         }
         slot->taken = std::make_unique<TakenCamera>(std::move(handle), camera, diagnostics_);
@@ -173,7 +148,7 @@ std::shared_ptr<UsbCameraClaim> UsbCameraClaims::acquire(const UsbCameraAddress&
         }
     }
     ++slot->holders;
-    return std::make_shared<Claim>(returns_, opener_, slot, slot->taken->handle());
+    return {std::make_shared<Claim>(returns_, opener_, slot), slot->taken->handle()};
 }
 
 } // namespace tavelo

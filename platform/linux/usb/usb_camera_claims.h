@@ -13,7 +13,7 @@
 
 #include "platform/diagnostics.h"
 #include "platform/error.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/serial_queue.h"
 
 namespace tavelo {
@@ -28,24 +28,16 @@ struct UsbCameraAddress {
     std::vector<std::uint8_t> interfaces() const;
 };
 
-/// One holder's share of a taken camera.  After the last share is gone, the interfaces are released and the
-/// kernel's driver gets the camera back.  That happens on a thread of the claims and takes as long as the
-/// driver's probe; only the destructor that ends that thread waits for it.  Thread-safe.
-class UsbCameraClaim {
-public:
-    virtual ~UsbCameraClaim() = default;
-
-    virtual UsbHandle& handle() = 0;
-};
-
 /// Which cameras are taken, and by how many holders.
 ///
-/// The first to ask takes the camera from its driver, later ones share it.  A camera waiting to be given
-/// back is kept if somebody asks for it again.  Thread-safe; taking and giving back the same camera wait
-/// for each other, different cameras do not.
+/// The first to ask takes the camera from its driver, later ones share it.  After the last share is gone,
+/// the interfaces are released and the kernel's driver gets the camera back, unless somebody asks for it
+/// before.  Thread-safe; taking and giving back the same camera wait for each other, different cameras do
+/// not.
 ///
-/// The thread ends with the claims and the last share of a camera; whoever drops the last of these waits
-/// until every camera is back.
+/// Cameras go back on a thread of the claims, since it takes as long as the driver's probe.  That thread
+/// ends with the claims and the last share; only whoever drops the last of these waits until every camera is
+/// back.
 class UsbCameraClaims {
 public:
     /// Starts to watch over a camera that is about to be taken.  The watch ends with the last reference to
@@ -59,11 +51,9 @@ public:
     UsbCameraClaims(const UsbCameraClaims&) = delete;
     UsbCameraClaims& operator=(const UsbCameraClaims&) = delete;
 
-    /// Null with the reason if the camera cannot be taken; what was taken of it goes back then.  The claim
-    /// may outlive this object.
-    std::shared_ptr<UsbCameraClaim> acquire(const UsbCameraAddress& camera, Error& error);
-
-    libusb_context* context() const { return opener_->context(); }
+    /// Null with the reason if the camera cannot be taken; what was taken of it goes back then.
+    /// @return one holder's share of the camera, which may outlive this object
+    std::shared_ptr<UsbHandle> acquire(const UsbCameraAddress& camera, Error& error);
 
 private:
     class TakenCamera;
@@ -88,8 +78,5 @@ private:
     std::mutex mutex_; // guards slots_
     std::map<std::pair<UsbAddress, std::uint8_t>, std::shared_ptr<Slot>> slots_;
 };
-
-/// libusb's error as one of the platform's.
-Error usbErrorOf(int libusbError, const std::string& what);
 
 } // namespace tavelo

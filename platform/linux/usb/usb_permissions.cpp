@@ -26,7 +26,7 @@ std::optional<std::string> deniedCamera(const std::filesystem::path& sysfs, cons
     return std::nullopt;
 }
 
-std::string missingRightsLine(const std::string& node) {
+std::string missingPermissionLine(const std::string& node) {
     return "no permission to open " + node +
            "; for --transport usb, copy "
            "70-tavelo-control-panel.rules to /etc/udev/rules.d and run \"sudo udevadm control --reload && "

@@ -17,6 +17,6 @@ UsbNodeProbe usbNodeProbe();
 std::optional<std::string> deniedCamera(const std::filesystem::path& sysfs, const UsbNodeProbe& probe);
 
 /// One line, without a line break, that says what is missing and how to get it.
-std::string missingRightsLine(const std::string& node);
+std::string missingPermissionLine(const std::string& node);
 
 } // namespace tavelo

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/v4l2/v4l2_formats.h"
 
-#include <algorithm>
-
 namespace tavelo {
 namespace {
 
@@ -107,15 +105,11 @@ FrameFormat frameFormat(const v4l2_pix_format& set) {
     return {set.pixelformat, {set.width, set.height}, set.bytesperline, matrixOf(set), isFullRange(set)};
 }
 
-std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now,
-                                   std::chrono::nanoseconds previous) {
-    std::chrono::nanoseconds time = now;
-    if ((buffer.flags & V4L2_BUF_FLAG_TIMESTAMP_MASK) == V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC) {
-        const std::chrono::nanoseconds stamp = std::chrono::seconds(buffer.timestamp.tv_sec) +
-                                               std::chrono::microseconds(buffer.timestamp.tv_usec);
-        if (std::chrono::abs(stamp - now) <= std::chrono::seconds(1)) time = stamp;
-    }
-    return std::max(time, previous + std::chrono::nanoseconds(1));
+std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now) {
+    if ((buffer.flags & V4L2_BUF_FLAG_TIMESTAMP_MASK) != V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC) return now;
+    const std::chrono::nanoseconds stamp =
+        std::chrono::seconds(buffer.timestamp.tv_sec) + std::chrono::microseconds(buffer.timestamp.tv_usec);
+    return std::chrono::abs(stamp - now) <= std::chrono::seconds(1) ? stamp : now;
 }
 
 } // namespace tavelo

@@ -26,9 +26,7 @@ std::vector<OfferedMode> offeredModes(V4l2Node& node, const CaptureFormatRequest
 FrameFormat frameFormat(const v4l2_pix_format& set);
 
 /// When a dequeued frame was captured, on the monotonic clock.  A timestamp of another clock, or more than
-/// a second away from `now` (the clocks of some cameras jump), is replaced by `now`.  The result is always
-/// later than `previous`.
-std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now,
-                                   std::chrono::nanoseconds previous);
+/// a second away from `now` (the clocks of some cameras jump), is replaced by `now`.
+std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now);
 
 } // namespace tavelo

@@ -2,6 +2,7 @@
 #include "platform/linux/v4l2/v4l2_node.h"
 
 #include <fcntl.h>
+#include <linux/videodev2.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 
@@ -38,6 +39,14 @@ private:
 };
 
 } // namespace
+
+int queryCapabilities(V4l2Node& node, std::uint32_t& capabilities) {
+    v4l2_capability told{};
+    if (const int error = node.control(VIDIOC_QUERYCAP, &told)) return error;
+    const bool perNode = (told.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;
+    capabilities = perNode ? told.device_caps : told.capabilities;
+    return 0;
+}
 
 std::unique_ptr<V4l2Node> KernelNodeOpener::open(const std::string& path, int& error) {
     FileDescriptor file(::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An open video node: the part of the system that the capture code uses.
+// An open video node: all that controls and streaming use of it.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@ namespace tavelo {
 /// The driver's memory, unmapped with the last reference.
 using V4l2Mapping = std::shared_ptr<const std::uint8_t>;
 
-/// An open file of a video node, non-blocking; destroying it closes the node.  Thread-bound to whoever opened
-/// it.
+/// An open file of a video node, non-blocking; destroying it closes the node.  Controls may be used on any
+/// thread, since the driver locks them itself; streaming is thread-bound to whoever opened the node.
 class V4l2Node {
 public:
     virtual ~V4l2Node() = default;
@@ -28,6 +28,10 @@ public:
     /// For poll(): readable when a frame is ready, POLLERR or POLLHUP if none will come.
     virtual int descriptor() const = 0;
 };
+
+/// What this node can do, V4L2_CAP_...; other nodes of the camera may do more.
+/// @return 0, or the errno
+int queryCapabilities(V4l2Node& node, std::uint32_t& capabilities);
 
 /// Thread-safe.
 class V4l2NodeOpener {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/v4l2/video_nodes.h"
 
-#include <linux/videodev2.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/printable.h"
 #include "platform/linux/v4l2/v4l2_formats.h"
 
 namespace tavelo {
@@ -58,13 +58,6 @@ std::string firstLine(const fs::path& file) {
     std::ifstream stream(file);
     std::getline(stream, line);
     return line;
-}
-
-// The camera chooses the text; it must not control a terminal.
-std::string printable(std::string text) {
-    std::ranges::replace_if(
-        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
-    return text;
 }
 
 std::string localizedName(const std::optional<UsbIdentity>& identity, const std::string& driversName,
@@ -125,11 +118,8 @@ VideoNodeScanner::Seen VideoNodeScanner::look(const std::string& name, std::uint
 bool VideoNodeScanner::captures(const std::string& name) const {
     int error = 0;
     const auto node = opener_->open("/dev/" + name, error);
-    v4l2_capability capability{};
-    if (node && node->control(VIDIOC_QUERYCAP, &capability) == 0) {
-        const bool perNode = (capability.capabilities & V4L2_CAP_DEVICE_CAPS) != 0;
-        return canCapture(perNode ? capability.device_caps : capability.capabilities);
-    }
+    std::uint32_t capabilities = 0;
+    if (node && queryCapabilities(*node, capabilities) == 0) return canCapture(capabilities);
     // No rights (yet): a driver creates the capturing node before the one for metadata.
     return firstLine(sysfs_ / "class/video4linux" / name / "index") == "0";
 }

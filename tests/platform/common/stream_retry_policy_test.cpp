@@ -86,6 +86,13 @@ TEST(StreamRetryPolicy, WaitsFiveSecondsForRights) {
     EXPECT_EQ(waited, 5s);
 }
 
+TEST(StreamRetryPolicy, AnErrorAndTheEndThatItCausesMeanTheSame) {
+    for (const ErrorCode code : {ErrorCode::gone, ErrorCode::busy, ErrorCode::denied, ErrorCode::invalid})
+        EXPECT_EQ(errorCodeOf(streamEndOf(code)), code);
+    EXPECT_EQ(streamEndOf(ErrorCode::refused), StreamEnd::failed);
+    EXPECT_EQ(streamEndOf(ErrorCode::timeout), StreamEnd::failed);
+}
+
 TEST(StreamRetryPolicy, KnowsTheErrnosOfTheKernel) {
     EXPECT_EQ(streamEndOf(ENODEV), StreamEnd::gone);
     EXPECT_EQ(streamEndOf(ENOENT), StreamEnd::gone);

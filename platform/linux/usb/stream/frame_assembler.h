@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/linux/usb/device/usb_transfer.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
-#include "platform/linux/usb/stream/usb_stream_port.h"
 
 namespace tavelo {
 

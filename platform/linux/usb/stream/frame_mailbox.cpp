@@ -13,7 +13,7 @@ void FrameMailbox::open(std::size_t capacity) {
     }
     hasFrame_ = false;
     ended_ = false;
-    endReason_ = UsbPortStatus::ok;
+    endReason_ = ErrorCode::none;
     damaged_ = 0;
 }
 
@@ -34,7 +34,7 @@ void FrameMailbox::countDamaged() {
     ++damaged_;
 }
 
-void FrameMailbox::end(UsbPortStatus reason) {
+void FrameMailbox::end(ErrorCode reason) {
     {
         const std::lock_guard lock(mutex_);
         if (std::exchange(ended_, true)) return;
@@ -54,7 +54,7 @@ FrameMailbox::Event FrameMailbox::wait(Clock::time_point deadline) {
     return ended_ ? Event::ended : Event::silence;
 }
 
-UsbPortStatus FrameMailbox::endReason() const {
+ErrorCode FrameMailbox::endReason() const {
     const std::lock_guard lock(mutex_);
     return endReason_;
 }

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/error.h"
 
 namespace tavelo {
 
@@ -40,7 +40,7 @@ public:
     /// The written frame is dropped and its buffer reused.
     void countDamaged();
     /// No more frames will come, for this reason.
-    void end(UsbPortStatus reason);
+    void end(ErrorCode reason);
 
     // The reader's side.
 
@@ -49,7 +49,7 @@ public:
     Event wait(Clock::time_point deadline);
     /// The frame that wait() announced; valid until the next wait().
     const Frame& reading() const { return frames_[reading_]; }
-    UsbPortStatus endReason() const;
+    ErrorCode endReason() const;
     /// Frames dropped since open() or the last whole one.
     std::size_t damaged() const;
 
@@ -72,7 +72,7 @@ private:
     bool hasFrame_ = false;
     bool ended_ = false;
     bool stopped_ = false;
-    UsbPortStatus endReason_ = UsbPortStatus::ok;
+    ErrorCode endReason_ = ErrorCode::none;
     std::size_t damaged_ = 0;
 };
 

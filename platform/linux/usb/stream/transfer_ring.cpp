@@ -16,9 +16,9 @@ constexpr std::chrono::milliseconds pauseAfterFault{10};
 
 } // namespace
 
-TransferRing::TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended,
+TransferRing::TransferRing(UsbHandle& camera, Consumer consume, EndObserver ended,
                            std::shared_ptr<ThreadPriority> priority)
-    : port_(port),
+    : camera_(camera),
       consume_(std::move(consume)),
       ended_(std::move(ended)),
       priority_(std::move(priority)) {}
@@ -27,22 +27,22 @@ TransferRing::~TransferRing() {
     stop();
 }
 
-UsbPortStatus TransferRing::start(const UsbTransferShape& shape, std::size_t count) {
-    UsbPortStatus status = UsbPortStatus::failed;
+ErrorCode TransferRing::start(const UsbTransferShape& shape, std::size_t count) {
+    ErrorCode status = ErrorCode::failed;
     {
         const std::lock_guard lock(mutex_);
         while (transfers_.size() < count) {
-            auto transfer = port_.makeTransfer(shape, *this);
-            status = transfer ? transfer->submit() : UsbPortStatus::failed;
-            if (status != UsbPortStatus::ok) break;
+            auto transfer = camera_.makeTransfer(shape, *this);
+            status = transfer ? transfer->submit() : ErrorCode::failed;
+            if (status != ErrorCode::none) break;
             transfers_.push_back(std::move(transfer));
             ++underWay_;
         }
-        const bool enough = transfers_.size() >= fewestTransfers && status != UsbPortStatus::gone;
-        if (enough || count == transfers_.size()) status = UsbPortStatus::ok;
+        const bool enough = transfers_.size() >= fewestTransfers && status != ErrorCode::gone;
+        if (enough || count == transfers_.size()) status = ErrorCode::none;
     }
     thread_ = std::thread([this] { handleEvents(); });
-    if (status != UsbPortStatus::ok) stop();
+    if (status != ErrorCode::none) stop();
     return status;
 }
 
@@ -58,31 +58,31 @@ void TransferRing::stop() {
 }
 
 // The ring may be destroyed as soon as the lock is released with nothing under way.
-void TransferRing::transferEnded(UsbTransfer& transfer, UsbPortStatus status,
+void TransferRing::transferEnded(UsbTransfer& transfer, ErrorCode status,
                                  std::span<const UsbPacket> packets) noexcept {
-    UsbPortStatus verdict = judge(status);
-    if (verdict == UsbPortStatus::ok) consume_(packets);
+    ErrorCode verdict = judge(status);
+    if (verdict == ErrorCode::none) consume_(packets);
     const std::lock_guard lock(mutex_);
-    if (!stopping_ && verdict == UsbPortStatus::ok) {
+    if (!stopping_ && verdict == ErrorCode::none) {
         verdict = transfer.submit();
-        if (verdict == UsbPortStatus::ok) return;
+        if (verdict == ErrorCode::none) return;
     }
     if (!std::exchange(stopping_, true)) ended_(verdict);
     --underWay_;
 }
 
 // What the result of a transfer means for the ring.
-UsbPortStatus TransferRing::judge(UsbPortStatus status) {
-    if (status == UsbPortStatus::gone || status == UsbPortStatus::stalled) return status;
-    faultsInARow_ = status == UsbPortStatus::ok ? 0 : faultsInARow_ + 1;
-    return faultsInARow_ > mostFaultsInARow ? UsbPortStatus::failed : UsbPortStatus::ok;
+ErrorCode TransferRing::judge(ErrorCode status) {
+    if (status == ErrorCode::gone || status == ErrorCode::refused) return status;
+    faultsInARow_ = status == ErrorCode::none ? 0 : faultsInARow_ + 1;
+    return faultsInARow_ > mostFaultsInARow ? ErrorCode::failed : ErrorCode::none;
 }
 
 void TransferRing::handleEvents() {
     pthread_setname_np(pthread_self(), "usb events");
     if (priority_) priority_->raise();
     while (underWay())
-        if (port_.handleEvents(longestWait) != UsbPortStatus::ok)
+        if (camera_.handleEvents(longestWait) != ErrorCode::none)
             std::this_thread::sleep_for(pauseAfterFault);
 }
 

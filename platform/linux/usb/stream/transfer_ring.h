@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/usb/stream/usb_stream_port.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/thread_priority.h"
 
 namespace tavelo {
@@ -26,18 +26,18 @@ public:
     /// Takes the packets of a transfer, valid during the call.
     using Consumer = std::function<void(std::span<const UsbPacket>)>;
     /// Called once, with the reason, if it ends by itself.
-    using EndObserver = std::function<void(UsbPortStatus)>;
+    using EndObserver = std::function<void(ErrorCode)>;
 
-    /// The port must outlive the ring.
+    /// The camera must outlive the ring.
     /// @param priority of the thread that handles events; may be null
-    TransferRing(UsbStreamPort& port, Consumer consume, EndObserver ended,
+    TransferRing(UsbHandle& camera, Consumer consume, EndObserver ended,
                  std::shared_ptr<ThreadPriority> priority = {});
     ~TransferRing() override;
     TransferRing(const TransferRing&) = delete;
     TransferRing& operator=(const TransferRing&) = delete;
 
     /// Uses fewer transfers than wanted if memory is short.  After a failure nothing is under way.
-    UsbPortStatus start(const UsbTransferShape& shape, std::size_t count);
+    ErrorCode start(const UsbTransferShape& shape, std::size_t count);
 
     /// Cancels all transfers and waits for each to end.
     void stop();
@@ -45,13 +45,13 @@ public:
     static constexpr int mostFaultsInARow = 100;
 
 private:
-    void transferEnded(UsbTransfer& transfer, UsbPortStatus status,
+    void transferEnded(UsbTransfer& transfer, ErrorCode status,
                        std::span<const UsbPacket> packets) noexcept override;
-    UsbPortStatus judge(UsbPortStatus status);
+    ErrorCode judge(ErrorCode status);
     void handleEvents();
     bool underWay() const;
 
-    UsbStreamPort& port_;
+    UsbHandle& camera_;
     const Consumer consume_;
     const EndObserver ended_;
     const std::shared_ptr<ThreadPriority> priority_;

@@ -50,30 +50,17 @@ std::size_t transfersFor(const UsbTransferShape& shape) {
 
 } // namespace
 
-StreamEnd streamEndOf(UsbPortStatus status) {
-    switch (status) {
-        case UsbPortStatus::gone:
-            return StreamEnd::gone;
-        case UsbPortStatus::busy:
-            return StreamEnd::busy;
-        case UsbPortStatus::denied:
-            return StreamEnd::denied;
-        default:
-            return StreamEnd::failed;
-    }
-}
-
 UsbStream::~UsbStream() {
     switchOff();
 }
 
-std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& interface,
-                                              const CaptureFormatRequest& request) {
+std::optional<StreamOver> UsbStream::start(const UvcStreamingInterface& interface,
+                                           const CaptureFormatRequest& request) {
     // A program that crashed may have left it on.  Some cameras that have no other setting refuse this one.
-    if (port_.setAlternate(0) == UsbPortStatus::gone) return UsbStreamOver{StreamEnd::gone, {}};
+    if (camera_.setAlternate(number_, 0) == ErrorCode::gone) return StreamOver{StreamEnd::gone, {}};
     FormatSearch search(interface.offers, request);
     for (auto proposal = search.best(); proposal; proposal = search.best()) {
-        if (mailbox_.isStopped()) return UsbStreamOver{};
+        if (mailbox_.isStopped()) return StreamOver{};
         switch (attempt(interface, search, *proposal)) {
             case Outcome::streams:
                 return std::nullopt;
@@ -88,13 +75,13 @@ std::optional<UsbStreamOver> UsbStream::start(const UvcStreamingInterface& inter
         }
     }
     if (interface.offers.empty())
-        return UsbStreamOver{StreamEnd::failed, "the camera offers no format that we know"};
+        return StreamOver{StreamEnd::failed, "the camera offers no format that we know"};
     return over();
 }
 
-UsbStreamOver UsbStream::over() const {
-    if (status_ == UsbPortStatus::timedOut) return {StreamEnd::failed, "the camera does not answer"};
-    if (status_ == UsbPortStatus::stalled) return {StreamEnd::failed, "the camera refuses every format"};
+StreamOver UsbStream::over() const {
+    if (status_ == ErrorCode::timeout) return {StreamEnd::failed, "the camera does not answer"};
+    if (status_ == ErrorCode::refused) return {StreamEnd::failed, "the camera refuses every format"};
     const StreamEnd end = streamEndOf(status_);
     if (end == StreamEnd::failed && noRoom_) return {StreamEnd::busFull, {}};
     return {end, "the connection to the camera failed"};
@@ -105,31 +92,31 @@ UsbStream::Outcome UsbStream::attempt(const UvcStreamingInterface& interface, Fo
     UvcProbe probe(interface.version);
     const UvcFrameOffer* offer = nullptr;
     status_ = agree(interface, proposal, probe, offer);
-    if (status_ == UsbPortStatus::stalled) {
+    if (status_ == ErrorCode::refused) {
         search.refused(proposal);
         return Outcome::otherFormat;
     }
-    if (status_ != UsbPortStatus::ok) return Outcome::failed;
+    if (status_ != ErrorCode::none) return Outcome::failed;
     if (offer == proposal.offer && !search.accepts(proposal, probe.frameInterval()))
         return Outcome::otherFormat;
     const UvcStreamSetting* setting = settingFor(interface, probe.maxPayload());
-    status_ = UsbPortStatus::failed;
+    status_ = ErrorCode::failed;
     if (setting == nullptr) return Outcome::tooHeavy;
-    status_ = commitStream(port_, probe);
-    if (status_ == UsbPortStatus::stalled) {
+    status_ = commitStream(camera_, number_, probe);
+    if (status_ == ErrorCode::refused) {
         search.refused(proposal);
         return Outcome::otherFormat;
     }
-    return status_ == UsbPortStatus::ok ? switchOn(*setting, *offer, probe) : Outcome::failed;
+    return status_ == ErrorCode::none ? switchOn(*setting, *offer, probe) : Outcome::failed;
 }
 
 // Some cameras answer with another of their formats than the one asked for, some with numbers that they do
 // not have; those mean the format asked for.
-UsbPortStatus UsbStream::agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
-                               UvcProbe& probe, const UvcFrameOffer*& offer) {
+ErrorCode UsbStream::agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
+                           UvcProbe& probe, const UvcFrameOffer*& offer) {
     probe.setFrame(proposal.offer->formatIndex, proposal.offer->frameIndex);
     probe.setFrameInterval(proposal.interval);
-    const UsbPortStatus status = probeStream(port_, probe);
+    const ErrorCode status = probeStream(camera_, number_, probe);
     offer = proposal.offer;
     const auto isAnswered = [&](const UvcFrameOffer& each) {
         return each.formatIndex == probe.formatIndex() && each.frameIndex == probe.frameIndex();
@@ -154,16 +141,16 @@ UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const Uv
     assembler_ = std::make_unique<FrameAssembler>(mailbox_, wholeFrameBytes(offer.format, offer.size));
     joiner_ = std::make_unique<PayloadJoiner>(*assembler_, shape, probe.maxPayload());
     ring_ = std::make_unique<TransferRing>(
-        port_,
+        camera_,
         [this](std::span<const UsbPacket> packets) { joiner_->take(packets, FrameMailbox::Clock::now()); },
-        [this](UsbPortStatus reason) { mailbox_.end(reason); }, priority_);
+        [this](ErrorCode reason) { mailbox_.end(reason); }, priority_);
     setting_ = setting;
-    if (setting.alternate != 0) status_ = port_.setAlternate(setting.alternate);
-    if (status_ == UsbPortStatus::ok) status_ = ring_->start(shape, transfersFor(shape));
-    if (status_ == UsbPortStatus::ok) return Outcome::streams;
+    if (setting.alternate != 0) status_ = camera_.setAlternate(number_, setting.alternate);
+    if (status_ == ErrorCode::none) status_ = ring_->start(shape, transfersFor(shape));
+    if (status_ == ErrorCode::none) return Outcome::streams;
     switchOff();
-    if (status_ == UsbPortStatus::gone || !isochronous) return Outcome::failed;
-    status_ = UsbPortStatus::failed;
+    if (status_ == ErrorCode::gone || !isochronous) return Outcome::failed;
+    status_ = ErrorCode::failed;
     return Outcome::tooHeavy;
 }
 
@@ -171,8 +158,8 @@ UsbStream::Outcome UsbStream::switchOn(const UvcStreamSetting& setting, const Uv
 void UsbStream::switchOff() {
     if (!setting_) return;
     ring_.reset();
-    if (setting_->kind == UvcEndpointKind::bulk) port_.clearHalt(setting_->endpoint);
-    if (setting_->alternate != 0) port_.setAlternate(0);
+    if (setting_->kind == UvcEndpointKind::bulk) camera_.clearHalt(setting_->endpoint);
+    if (setting_->alternate != 0) camera_.setAlternate(number_, 0);
     setting_.reset();
 }
 

@@ -10,34 +10,29 @@
 #include <vector>
 
 #include "platform/capture.h"
-#include "platform/common/stream_retry_policy.h"
+#include "platform/common/retrying_capture_input.h"
 #include "platform/linux/pictures/frame_converter.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/usb/stream/format_search.h"
 #include "platform/linux/usb/stream/frame_assembler.h"
 #include "platform/linux/usb/stream/frame_mailbox.h"
 #include "platform/linux/usb/stream/streaming_descriptors.h"
 #include "platform/linux/usb/stream/transfer_ring.h"
-#include "platform/linux/usb/stream/usb_stream_port.h"
 #include "platform/linux/usb/stream/uvc_probe.h"
 
 namespace tavelo {
 
-/// Why a run of a stream ended, with a sentence for people if there is something to say.
-struct UsbStreamOver {
-    StreamEnd end = StreamEnd::stopped;
-    std::string reason;
-};
-
-StreamEnd streamEndOf(UsbPortStatus status);
-
 /// Negotiates, switches the camera on and fills a mailbox.  The destructor switches the camera off.
-/// Thread-bound; whoever handles the port's events writes the mailbox.
+/// Thread-bound; whoever handles the camera's events writes the mailbox.
 class UsbStream {
 public:
-    /// Port and mailbox must outlive the stream.
+    /// Camera and mailbox must outlive the stream.
+    /// @param number of the streaming interface
     /// @param priority of the thread that handles events; may be null
-    UsbStream(UsbStreamPort& port, FrameMailbox& mailbox, std::shared_ptr<ThreadPriority> priority = {})
-        : port_(port),
+    UsbStream(UsbHandle& camera, std::uint8_t number, FrameMailbox& mailbox,
+              std::shared_ptr<ThreadPriority> priority = {})
+        : camera_(camera),
+          number_(number),
           mailbox_(mailbox),
           priority_(std::move(priority)) {}
     ~UsbStream();
@@ -47,8 +42,8 @@ public:
     /// Called once.  Tries the camera's formats, the best first, until one streams; checks before each
     /// whether the mailbox was stopped.
     /// @return nothing if video flows
-    std::optional<UsbStreamOver> start(const UvcStreamingInterface& interface,
-                                       const CaptureFormatRequest& request);
+    std::optional<StreamOver> start(const UvcStreamingInterface& interface,
+                                    const CaptureFormatRequest& request);
 
     /// The format that streams; constant after start().
     const FrameFormat& format() const { return format_; }
@@ -58,19 +53,20 @@ private:
 
     Outcome attempt(const UvcStreamingInterface& interface, FormatSearch& search,
                     const FormatSearch::Proposal& proposal);
-    UsbPortStatus agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
-                        UvcProbe& probe, const UvcFrameOffer*& offer);
+    ErrorCode agree(const UvcStreamingInterface& interface, const FormatSearch::Proposal& proposal,
+                    UvcProbe& probe, const UvcFrameOffer*& offer);
     Outcome switchOn(const UvcStreamSetting& setting, const UvcFrameOffer& offer, const UvcProbe& probe);
     void switchOff();
-    UsbStreamOver over() const;
+    StreamOver over() const;
 
-    UsbStreamPort& port_;
+    UsbHandle& camera_;
+    const std::uint8_t number_;
     FrameMailbox& mailbox_;
     const std::shared_ptr<ThreadPriority> priority_;
     FrameFormat format_;
-    UsbPortStatus status_ = UsbPortStatus::ok; // of the last failure
-    bool noRoom_ = false;                      // the bus refused at least one format
-    std::optional<UvcStreamSetting> setting_;  // while the camera is switched on
+    ErrorCode status_ = ErrorCode::none;      // of the last failure
+    bool noRoom_ = false;                     // the bus refused at least one format
+    std::optional<UvcStreamSetting> setting_; // while the camera is switched on
 
     std::unique_ptr<FrameAssembler> assembler_;
     std::unique_ptr<PayloadJoiner> joiner_;

@@ -2,15 +2,27 @@
 #include "platform/linux/usb/stream/uvc_probe.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "platform/uvc/little_endian.h"
 
 namespace tavelo {
 namespace {
 
+using namespace std::chrono_literals;
+
+// Some cameras wake their sensor before they answer a probe or a commit.
+constexpr auto patience = 5s;
+
+
 constexpr std::size_t frameIntervalAt = 4;
 constexpr std::size_t maxFrameSizeAt = 18;
 constexpr std::size_t maxPayloadAt = 22;
+
+UsbResult write(UsbHandle& camera, std::uint8_t interface, unsigned control, UvcProbe& probe) {
+    const auto value = static_cast<std::uint16_t>(control << 8U);
+    return camera.request({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), value, interface}, probe.bytes(), patience);
+}
 
 } // namespace
 
@@ -41,25 +53,22 @@ void UvcProbe::setFrameInterval(std::uint32_t interval) {
     putLittleEndian(interval, std::span(bytes_).subspan(frameIntervalAt, 4));
 }
 
-UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe) {
-    std::size_t done = 0;
-    const UsbPortStatus asked =
-        port.request({codeOf(UvcRequest::setCur), uvc::probeControl, probe.bytes()}, done);
-    if (asked != UsbPortStatus::ok) return asked;
+ErrorCode probeStream(UsbHandle& camera, std::uint8_t interface, UvcProbe& probe) {
+    const UsbResult asked = write(camera, interface, uvc::probeControl, probe);
+    if (asked.code != ErrorCode::none) return asked.code;
     UvcProbe answer = probe;
-    const UsbPortStatus answered =
-        port.request({codeOf(UvcRequest::getCur), uvc::probeControl, answer.bytes()}, done);
-    if (answered != UsbPortStatus::ok) return answered;
-    if (done < UvcProbe::smallest) return UsbPortStatus::stalled;
-    answer.shrink(std::min(done, answer.bytes().size()));
+    const UsbResult answered =
+        camera.request({uvc::classInterfaceIn, codeOf(UvcRequest::getCur), uvc::probeControl << 8U, interface}, answer.bytes(), patience);
+    if (answered.code != ErrorCode::none) return answered.code;
+    if (answered.bytes < UvcProbe::smallest) return ErrorCode::refused;
+    answer.shrink(std::min(answered.bytes, answer.bytes().size()));
     probe = answer;
-    return UsbPortStatus::ok;
+    return ErrorCode::none;
 }
 
-UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe) {
+ErrorCode commitStream(UsbHandle& camera, std::uint8_t interface, const UvcProbe& probe) {
     UvcProbe copy = probe; // a request's bytes may be overwritten
-    std::size_t done = 0;
-    return port.request({codeOf(UvcRequest::setCur), uvc::commitControl, copy.bytes()}, done);
+    return write(camera, interface, uvc::commitControl, copy).code;
 }
 
 } // namespace tavelo

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/linux/usb/stream/usb_stream_port.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "platform/linux/usb/device/usb_handle.h"
 
 namespace tavelo {
 
@@ -44,9 +44,10 @@ private:
 };
 
 /// Asks for what `probe` holds and replaces it with the camera's answer.  An answer that is too short is
-/// `stalled` too.
-UsbPortStatus probeStream(UsbStreamPort& port, UvcProbe& probe);
+/// `refused` too.
+/// @param interface the number of the streaming interface
+ErrorCode probeStream(UsbHandle& camera, std::uint8_t interface, UvcProbe& probe);
 
-UsbPortStatus commitStream(UsbStreamPort& port, const UvcProbe& probe);
+ErrorCode commitStream(UsbHandle& camera, std::uint8_t interface, const UvcProbe& probe);
 
 } // namespace tavelo

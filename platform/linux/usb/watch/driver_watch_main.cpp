@@ -31,7 +31,7 @@ bool toldThatAllIsWell() {
 int watch(const char* node, std::uint8_t interface) {
     ::syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, 0);
     [[maybe_unused]] const int moved = ::chdir("/"); // keeps no file system from being unmounted
-    // Now, while this is still the same device and we have the rights.
+    // Now, while this is still the same device and we may open it.
     const int device = ::open(node, O_RDWR | O_CLOEXEC);
     if (toldThatAllIsWell()) return 0;
     return device >= 0 && giveToDriver(device, interface) ? 0 : 1;

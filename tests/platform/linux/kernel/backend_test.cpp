@@ -12,7 +12,7 @@
 #include <map>
 
 #include "descriptor_builder.h"
-#include "fake_control_device.h"
+#include "fake_control_node.h"
 #include "fake_sysfs.h"
 #include "support/manual_main_queue.h"
 #include "support/recorded_diagnostics.h"
@@ -26,19 +26,32 @@ using testing::IsEmpty;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// Returns the errors queued for a path, then a device.
-class FakeOpener final : public V4l2ControlDeviceOpener {
+// One of several openings of a node.
+class OpenedNode final : public V4l2Node {
 public:
-    std::shared_ptr<V4l2ControlDevice> open(const std::string& path, int& error) override {
+    explicit OpenedNode(std::shared_ptr<V4l2Node> node) : node_(std::move(node)) {}
+    int control(unsigned long request, void* argument) override { return node_->control(request, argument); }
+    V4l2Mapping map(std::size_t length, std::uint32_t offset) override { return node_->map(length, offset); }
+    int descriptor() const override { return node_->descriptor(); }
+
+private:
+    const std::shared_ptr<V4l2Node> node_;
+};
+
+// Returns the errors queued for a path, then the one node.
+class FakeOpener final : public V4l2NodeOpener {
+public:
+    std::unique_ptr<V4l2Node> open(const std::string& path, int& error) override {
         opened.push_back(std::filesystem::path(path).filename().string());
         if (atOpening) atOpening();
         auto& queue = errors[opened.back()];
         error = queue.empty() ? 0 : queue.front();
         if (!queue.empty() && queue.size() > 1) queue.pop_front();
-        return error == 0 ? device : nullptr;
+        if (error != 0) return nullptr;
+        return std::make_unique<OpenedNode>(device);
     }
 
-    std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
+    std::shared_ptr<FakeControlNode> device = std::make_shared<FakeControlNode>();
     /// The last error of a queue is repeated.
     std::map<std::string, std::deque<int>> errors;
     std::vector<std::string> opened;
@@ -252,17 +265,6 @@ TEST_F(KernelBackend, ItsProberListsTheSameTree) {
     ASSERT_EQ(prober->devicesArray().size(), 1U);
     EXPECT_EQ(prober->devicesArray().front()->locationID, onlyDevice()->GetLocationID());
     EXPECT_EQ(prober->devicesArray().front()->controlInterface, 0);
-}
-
-TEST(ControlDeviceOpener, SaysWhyWhatIsNoCapturingNodeCannotBeUsed) {
-    const auto real = makeControlDeviceOpener();
-    int error = 0;
-    EXPECT_EQ(real->open("/dev/null", error), nullptr);
-    EXPECT_EQ(error, ENOTTY);
-    EXPECT_EQ(real->open("/dev/no-such-node", error), nullptr);
-    EXPECT_EQ(error, ENOENT);
-    EXPECT_EQ(real->open("/", error), nullptr);
-    EXPECT_EQ(error, EISDIR);
 }
 
 TEST_F(KernelBackend, ANodeThatDoesNotCaptureIsPassedOver) {

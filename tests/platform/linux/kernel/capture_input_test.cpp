@@ -93,14 +93,18 @@ constexpr StreamPatience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
 const Bytes wholeFrame(1024, 0x80);
 
-class V4l2InputTest : public testing::Test {
+class KernelCaptureInputTest : public testing::Test {
 protected:
-    V4l2Input& start(const StreamPatience& patience = patient, const CaptureFormatRequest& request = {}) {
-        input = std::make_unique<V4l2Input>(
-            nullptr,
-            V4l2InputSetup{"/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
-                           diagnostics, request, patience, [this] { return ++listedAsked <= listedTimes; },
-                           [] { return "busy: in use by cheese, process 20"; }, priorities});
+    KernelCaptureInput& start(const StreamPatience& patience = patient,
+                              const CaptureFormatRequest& request = {}) {
+        input = std::make_unique<KernelCaptureInput>(
+            nullptr, "/dev/fake", std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &camera),
+            CaptureInputOptions{.diagnostics = diagnostics,
+                                .whoHolds = [] { return "busy: in use by cheese, process 20"; },
+                                .request = request,
+                                .patience = patience,
+                                .isListed = [this] { return ++listedAsked <= listedTimes; },
+                                .priority = priorities});
         input->start(sink);
         return *input;
     }
@@ -121,10 +125,10 @@ protected:
     const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
     RememberingDiagnostics diagnostics;
     RememberingSink sink;
-    std::unique_ptr<V4l2Input> input;
+    std::unique_ptr<KernelCaptureInput> input;
 };
 
-TEST_F(V4l2InputTest, DeliversPicturesWithTheDriversTime) {
+TEST_F(KernelCaptureInputTest, DeliversPicturesWithTheDriversTime) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     const auto before = std::chrono::steady_clock::now().time_since_epoch();
@@ -141,12 +145,12 @@ TEST_F(V4l2InputTest, DeliversPicturesWithTheDriversTime) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, AsksForAHigherPriorityOfItsThread) {
+TEST_F(KernelCaptureInputTest, AsksForAHigherPriorityOfItsThread) {
     start();
     EXPECT_TRUE(priorities->waitFor("v4l2 capture"));
 }
 
-TEST_F(V4l2InputTest, SetsTheChosenFormatAndRate) {
+TEST_F(KernelCaptureInputTest, SetsTheChosenFormatAndRate) {
     camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}, {{1, 15}, {1, 15}}}},
                   {fourcc::yuyv, {32, 16}, {{{1, 30}, {1, 30}}}}});
     start(patient, {{}, 15.0, {}});
@@ -156,7 +160,7 @@ TEST_F(V4l2InputTest, SetsTheChosenFormatAndRate) {
     EXPECT_EQ(camera.interval().denominator, 15U);
 }
 
-TEST_F(V4l2InputTest, GivesBuffersBackSoThatTheStreamGoesOn) {
+TEST_F(KernelCaptureInputTest, GivesBuffersBackSoThatTheStreamGoesOn) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     for (std::size_t count = 1; count <= 40; ++count) {
@@ -166,7 +170,7 @@ TEST_F(V4l2InputTest, GivesBuffersBackSoThatTheStreamGoesOn) {
     EXPECT_TRUE(std::ranges::is_sorted(sink.times()));
 }
 
-TEST_F(V4l2InputTest, DropsDamagedShortAndEmptyFrames) {
+TEST_F(KernelCaptureInputTest, DropsDamagedShortAndEmptyFrames) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame, V4L2_BUF_FLAG_ERROR));
@@ -179,7 +183,7 @@ TEST_F(V4l2InputTest, DropsDamagedShortAndEmptyFrames) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, SaysOnceThatEveryFrameIsDamaged) {
+TEST_F(KernelCaptureInputTest, SaysOnceThatEveryFrameIsDamaged) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     for (int i = 0; i < 100; ++i)
@@ -191,7 +195,7 @@ TEST_F(V4l2InputTest, SaysOnceThatEveryFrameIsDamaged) {
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("damaged")));
 }
 
-TEST_F(V4l2InputTest, ReplacesAStampOfAnotherTime) {
+TEST_F(KernelCaptureInputTest, ReplacesAStampOfAnotherTime) {
     camera.stamp({12, 0});
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
@@ -244,7 +248,7 @@ private:
     std::vector<int> ages_;
 };
 
-TEST_F(V4l2InputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
+TEST_F(KernelCaptureInputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     input->stop();
@@ -259,7 +263,7 @@ TEST_F(V4l2InputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, ADamagedFrameHidesNoWholeOneThatWaitedBeforeIt) {
+TEST_F(KernelCaptureInputTest, ADamagedFrameHidesNoWholeOneThatWaitedBeforeIt) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     sink.hold(true);
@@ -271,7 +275,7 @@ TEST_F(V4l2InputTest, ADamagedFrameHidesNoWholeOneThatWaitedBeforeIt) {
     EXPECT_TRUE(sink.waitForFrames(2));
 }
 
-TEST_F(V4l2InputTest, PicturesLargerThanAnyAreNeverAskedFor) {
+TEST_F(KernelCaptureInputTest, PicturesLargerThanAnyAreNeverAskedFor) {
     camera.offer({{fourcc::yuyv, {65535, 65535}, {{{1, 30}, {1, 30}}}}});
     start();
     ASSERT_TRUE(diagnostics.waitForLines(1));
@@ -285,9 +289,9 @@ struct Lie {
     FakeCamera::Lies lies;
 };
 
-class V4l2InputLieTest : public V4l2InputTest, public testing::WithParamInterface<Lie> {};
+class KernelCaptureInputLieTest : public KernelCaptureInputTest, public testing::WithParamInterface<Lie> {};
 
-TEST_P(V4l2InputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
+TEST_P(KernelCaptureInputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
     camera.offer(
         {{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}}, {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
     FakeCamera::Lies lies = GetParam().lies;
@@ -301,7 +305,7 @@ TEST_P(V4l2InputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
     expectTidy();
 }
 
-TEST_P(V4l2InputLieTest, IsALineIfThereIsNoOtherFormat) {
+TEST_P(KernelCaptureInputLieTest, IsALineIfThereIsNoOtherFormat) {
     camera.lie(GetParam().lies);
     start();
     ASSERT_TRUE(diagnostics.waitForLines(1));
@@ -312,14 +316,14 @@ TEST_P(V4l2InputLieTest, IsALineIfThereIsNoOtherFormat) {
 
 constexpr std::uint32_t lots = 0xFFFF'F000;
 
-INSTANTIATE_TEST_SUITE_P(Sizes, V4l2InputLieTest,
+INSTANTIATE_TEST_SUITE_P(Sizes, KernelCaptureInputLieTest,
                          testing::Values(Lie{"sizeimage", {.imageBytes = lots}},
                                          Lie{"width", {.width = 65535}},
                                          Lie{"bytesperline", {.bytesPerLine = lots}},
                                          Lie{"bufferLength", {.bufferBytes = lots}}),
                          [](const auto& each) { return each.param.name; });
 
-TEST_F(V4l2InputTest, TakesNoMoreBuffersThanAreOfUse) {
+TEST_F(KernelCaptureInputTest, TakesNoMoreBuffersThanAreOfUse) {
     camera.lie({.bufferCount = 100});
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
@@ -334,7 +338,7 @@ public:
     void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
 };
 
-TEST_F(V4l2InputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
+TEST_F(KernelCaptureInputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     input->stop();
@@ -348,7 +352,7 @@ TEST_F(V4l2InputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
+TEST_F(KernelCaptureInputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));
@@ -363,7 +367,7 @@ TEST_F(V4l2InputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuietly) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+TEST_F(KernelCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     camera.vanish();
     start();
     ASSERT_TRUE(camera.waitForOpened(1));
@@ -372,7 +376,7 @@ TEST_F(V4l2InputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
+TEST_F(KernelCaptureInputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
     listedTimes = 100;
     for (const int error : {ENODEV, ENXIO})
         camera.failNext(0, error);
@@ -383,7 +387,7 @@ TEST_F(V4l2InputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
+TEST_F(KernelCaptureInputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
     listedTimes = 100;
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
@@ -400,7 +404,7 @@ TEST_F(V4l2InputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
     EXPECT_TRUE(sink.waitForFrames(before + 1));
 }
 
-TEST_F(V4l2InputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
+TEST_F(KernelCaptureInputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
     listedTimes = 1;
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
@@ -412,7 +416,7 @@ TEST_F(V4l2InputTest, ANodeWhoseNameAnotherCameraHasIsLeftAlone) {
     EXPECT_EQ(camera.counts().opened, 1);
 }
 
-TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {
+TEST_F(KernelCaptureInputTest, ABrokenQueueIsOpenedAgain) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     camera.breakQueue();
@@ -422,7 +426,7 @@ TEST_F(V4l2InputTest, ABrokenQueueIsOpenedAgain) {
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Input/output error")));
 }
 
-TEST_F(V4l2InputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
+TEST_F(KernelCaptureInputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     start(impatient);
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));
@@ -436,7 +440,7 @@ TEST_F(V4l2InputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, FramesThatAreAllDamagedCountAsSilence) {
+TEST_F(KernelCaptureInputTest, FramesThatAreAllDamagedCountAsSilence) {
     start(impatient);
     ASSERT_TRUE(camera.waitForStreamOn(1));
     while (camera.counts().streamOn < 2) {
@@ -446,7 +450,7 @@ TEST_F(V4l2InputTest, FramesThatAreAllDamagedCountAsSilence) {
     EXPECT_THAT(sink.times(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
+TEST_F(KernelCaptureInputTest, WaitsForAnotherProgramWithOneLine) {
     for (const unsigned long request : {VIDIOC_S_FMT, VIDIOC_REQBUFS, VIDIOC_STREAMON})
         camera.failNext(request, EBUSY, 3);
     start();
@@ -460,7 +464,7 @@ TEST_F(V4l2InputTest, WaitsForAnotherProgramWithOneLine) {
     expectTidy();
 }
 
-TEST_F(V4l2InputTest, ReportsWhyThereIsNoPicture) {
+TEST_F(KernelCaptureInputTest, ReportsWhyThereIsNoPicture) {
     camera.failNext(VIDIOC_S_FMT, EBUSY, 1'000'000);
     start();
     EXPECT_TRUE(diagnostics.waitForLines(1));
@@ -471,7 +475,7 @@ TEST_F(V4l2InputTest, ReportsWhyThereIsNoPicture) {
     input->stop();
 }
 
-TEST_F(V4l2InputTest, ReportsNoProblemWhilePicturesArrive) {
+TEST_F(KernelCaptureInputTest, ReportsNoProblemWhilePicturesArrive) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));
@@ -479,7 +483,7 @@ TEST_F(V4l2InputTest, ReportsNoProblemWhilePicturesArrive) {
     EXPECT_EQ(input->trouble().code, ErrorCode::none);
 }
 
-TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {
+TEST_F(KernelCaptureInputTest, AFullBusGetsALighterFormat) {
     camera.offer({{fourcc::yuyv, {64, 48}, {{{1, 30}, {1, 30}}}},
                   {fourcc::uyvy, {64, 48}, {{{1, 30}, {1, 30}}}},
                   {fourcc::mjpeg, {64, 48}, {{{1, 30}, {1, 30}}}}});
@@ -492,21 +496,21 @@ TEST_F(V4l2InputTest, AFullBusGetsALighterFormat) {
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, ABusTooFullForAllIsTriedAgain) {
+TEST_F(KernelCaptureInputTest, ABusTooFullForAllIsTriedAgain) {
     camera.failNext(VIDIOC_STREAMON, ENOSPC, 3);
     start();
     EXPECT_TRUE(camera.waitForStreamOn(1));
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no room")));
 }
 
-TEST_F(V4l2InputTest, RightsThatComeLateAreWaitedFor) {
+TEST_F(KernelCaptureInputTest, RightsThatComeLateAreWaitedFor) {
     camera.failNext(0, EACCES, 4);
     start();
     EXPECT_TRUE(camera.waitForStreamOn(1));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
-TEST_F(V4l2InputTest, RightsThatNeverComeEndTheInputWithOneLine) {
+TEST_F(KernelCaptureInputTest, RightsThatNeverComeEndTheInputWithOneLine) {
     camera.failNext(0, EACCES, 1000);
     start();
     ASSERT_TRUE(diagnostics.waitForLines(1));
@@ -515,14 +519,14 @@ TEST_F(V4l2InputTest, RightsThatNeverComeEndTheInputWithOneLine) {
     EXPECT_EQ(camera.counts().opened, 6) << "5 ms of patience, a try each";
 }
 
-TEST_F(V4l2InputTest, ACameraWithoutAFormatForUsSaysSo) {
+TEST_F(KernelCaptureInputTest, ACameraWithoutAFormatForUsSaysSo) {
     camera.offer({{makeFourcc('H', '2', '6', '4'), {64, 48}, {}}});
     start();
     ASSERT_TRUE(diagnostics.waitForLines(1));
     EXPECT_THAT(diagnostics.lines().front(), HasSubstr("Protocol not supported"));
 }
 
-TEST_F(V4l2InputTest, MayBeStoppedAndStartedAgain) {
+TEST_F(KernelCaptureInputTest, MayBeStoppedAndStartedAgain) {
     start();
     for (int run = 1; run <= 5; ++run) {
         ASSERT_TRUE(camera.waitForStreamOn(run));
@@ -536,7 +540,7 @@ TEST_F(V4l2InputTest, MayBeStoppedAndStartedAgain) {
     }
 }
 
-TEST_F(V4l2InputTest, NoFrameComesAfterStop) {
+TEST_F(KernelCaptureInputTest, NoFrameComesAfterStop) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     camera.deliver(wholeFrame);
@@ -547,7 +551,7 @@ TEST_F(V4l2InputTest, NoFrameComesAfterStop) {
     EXPECT_EQ(sink.times().size(), count);
 }
 
-TEST_F(V4l2InputTest, MayBeStoppedAtAnyMoment) {
+TEST_F(KernelCaptureInputTest, MayBeStoppedAtAnyMoment) {
     std::minstd_rand random(3);
     start(impatient);
     for (int round = 0; round < 150; ++round) {

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <thread>
 
-#include "fake_control_device.h"
+#include "fake_control_node.h"
 #include "platform/linux/wake_event.h"
 #include "support/recorded_diagnostics.h"
 
@@ -55,7 +55,7 @@ class KernelInterface : public testing::Test {
 protected:
     KernelInterface() { device->controls = everyControl(); }
 
-    std::shared_ptr<FakeControlDevice> device = std::make_shared<FakeControlDevice>();
+    std::shared_ptr<FakeControlNode> device = std::make_shared<FakeControlNode>();
     RecordedDiagnostics diagnostics;
     KernelControlInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
 };
@@ -205,7 +205,7 @@ TEST_F(KernelInterface, ClosesForGood) {
 }
 
 TEST_F(KernelInterface, ClosingLetsGoOfTheNode) {
-    std::weak_ptr<FakeControlDevice> node = device;
+    std::weak_ptr<FakeControlNode> node = device;
     device.reset();
     EXPECT_FALSE(node.expired());
     interface.USBInterfaceClose();
@@ -213,25 +213,23 @@ TEST_F(KernelInterface, ClosingLetsGoOfTheNode) {
 }
 
 // Blocks in a write until released, like a silent camera does for five seconds.
-class SilentDevice final : public V4l2ControlDevice {
+class SilentNode final : public V4l2Node {
 public:
-    int queryControl(std::uint32_t, V4l2ControlInfo& info) override {
-        info = {0, 100, 1, 0, 0};
-        return 0;
-    }
-    int queryMenu(std::uint32_t, std::uint32_t) override { return EINVAL; }
-    int get(std::span<V4l2ControlValue>) override { return 0; }
-    int set(std::span<V4l2ControlValue>) override {
+    int control(unsigned long request, void* argument) override {
+        if (request == VIDIOC_QUERYCTRL) static_cast<v4l2_queryctrl*>(argument)->maximum = 100;
+        if (request != VIDIOC_S_EXT_CTRLS) return 0;
         entered.set();
         return answer.waitFor(std::chrono::seconds(60)) ? 0 : ETIMEDOUT;
     }
+    V4l2Mapping map(std::size_t /*length*/, std::uint32_t /*offset*/) override { return nullptr; }
+    int descriptor() const override { return -1; }
 
     WakeEvent entered;
     WakeEvent answer;
 };
 
 TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
-    const auto device = std::make_shared<SilentDevice>();
+    const auto device = std::make_shared<SilentNode>();
     RecordedDiagnostics diagnostics;
     KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<ErrorCode> written = ErrorCode::failed;
@@ -246,7 +244,7 @@ TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
 }
 
 TEST(KernelInterfaceThreads, TwoThreadsMayAskAndAThirdClose) {
-    const auto device = std::make_shared<FakeControlDevice>();
+    const auto device = std::make_shared<FakeControlNode>();
     device->controls = everyControl();
     RecordedDiagnostics diagnostics;
     KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <deque>
-#include <functional>
 #include <optional>
 #include <thread>
 
@@ -51,20 +50,17 @@ class RememberingObserver final : public CaptureDeviceObserver {
 public:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
         events.push_back("+" + device->localizedName());
-        if (whenTold) whenTold();
     }
     void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
         events.push_back("-" + device->localizedName());
         lastGone = device;
-        if (whenTold) whenTold();
     }
 
     std::vector<std::string> events;
     std::shared_ptr<CaptureDevice> lastGone;
-    std::function<void()> whenTold;
 };
 
-class VideoDeviceListTest : public testing::Test {
+class KernelDeviceListTest : public testing::Test {
 protected:
     void plug(int port, const std::string& product) {
         const std::string node = "video" + std::to_string(port);
@@ -90,12 +86,12 @@ protected:
     const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
     HandQueue queue;
     SilentDiagnostics diagnostics;
-    std::optional<VideoDeviceList> list{std::in_place, tree.root(), queue,
-                                        V4l2DeviceSetup{opener, diagnostics, {}}};
+    std::optional<KernelDeviceList> list{std::in_place, queue,
+                                         KernelDeviceOptions{opener, diagnostics, {}, tree.root()}};
     RememberingObserver observer;
 };
 
-TEST_F(VideoDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
+TEST_F(KernelDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     plug(1, "A");
     plug(2, "B");
     list->fill();
@@ -107,7 +103,7 @@ TEST_F(VideoDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     EXPECT_THAT(observer.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
+TEST_F(KernelDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     list->fill();
     list->addObserver(&observer);
     plug(1, "A");
@@ -124,7 +120,7 @@ TEST_F(VideoDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndGo) {
+TEST_F(KernelDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndGo) {
     plug(2, "B");
     plug(3, "C");
     list->fill();
@@ -139,7 +135,7 @@ TEST_F(VideoDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndGo
     EXPECT_EQ(after[1]->localizedName(), "A") << "what comes later stands later, whatever its number";
 }
 
-TEST_F(VideoDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
+TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
     plug(1, "A");
     list->fill();
     list->addObserver(&observer);
@@ -153,7 +149,7 @@ TEST_F(VideoDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
         << "the same camera in the same socket";
 }
 
-TEST_F(VideoDeviceListTest, EventsWithoutAChangeTellNothing) {
+TEST_F(KernelDeviceListTest, EventsWithoutAChangeTellNothing) {
     plug(1, "A");
     list->fill();
     list->addObserver(&observer);
@@ -162,43 +158,7 @@ TEST_F(VideoDeviceListTest, EventsWithoutAChangeTellNothing) {
     EXPECT_THAT(observer.events, IsEmpty());
 }
 
-TEST_F(VideoDeviceListTest, IgnoresTheResultOfAnOvertakenScan) {
-    list->rescan(); // finds nothing, but is told only after fill() has found A
-    plug(1, "A");
-    list->fill();
-    list->addObserver(&observer);
-    queue.run();
-    EXPECT_THAT(names(), ElementsAre("A"));
-    EXPECT_THAT(observer.events, IsEmpty());
-}
-
-TEST_F(VideoDeviceListTest, AnObserverMayUnregisterInItsCallback) {
-    list->fill();
-    RememberingObserver second;
-    list->addObserver(&observer);
-    list->addObserver(&second);
-    observer.whenTold = [&] {
-        list->removeObserver(&observer);
-        list->removeObserver(&second);
-    };
-    plug(1, "A");
-    plug(2, "B");
-    change();
-    EXPECT_THAT(observer.events, ElementsAre("+A"));
-    EXPECT_THAT(second.events, IsEmpty());
-}
-
-TEST_F(VideoDeviceListTest, MayBeDestroyedBeforeItsChangesAreReported) {
-    list->fill();
-    list->addObserver(&observer);
-    plug(1, "A");
-    list->rescan();
-    list.reset();
-    queue.run();
-    EXPECT_THAT(observer.events, IsEmpty());
-}
-
-TEST_F(VideoDeviceListTest, TakesNewsFromSeveralThreads) {
+TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
     list->fill();
     list->addObserver(&observer);
     plug(1, "A");
@@ -212,7 +172,7 @@ TEST_F(VideoDeviceListTest, TakesNewsFromSeveralThreads) {
     EXPECT_THAT(observer.events, ElementsAre("+A"));
 }
 
-TEST_F(VideoDeviceListTest, ADeviceMakesAnInputOfItself) {
+TEST_F(KernelDeviceListTest, ADeviceMakesAnInputOfItself) {
     plug(1, "A");
     list->fill();
     const auto device = list->devices().front();
@@ -223,7 +183,7 @@ TEST_F(VideoDeviceListTest, ADeviceMakesAnInputOfItself) {
     EXPECT_EQ(input->device(), device);
 }
 
-TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
+TEST_F(KernelDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
     plug(1, "A");
     list->fill();
     const auto device = list->devices().front();
@@ -235,7 +195,7 @@ TEST_F(VideoDeviceListTest, ADeviceThatIsGoneMakesNoInput) {
     EXPECT_EQ(error.text, "cannot open /dev/video1: No such device");
 }
 
-TEST_F(VideoDeviceListTest, ADeviceThatIsListedBeforeItsNodeOpensMakesAnInputThatWaits) {
+TEST_F(KernelDeviceListTest, ADeviceThatIsListedBeforeItsNodeOpensMakesAnInputThatWaits) {
     plug(1, "A");
     list->fill();
     for (const int number : {ENODEV, ENXIO, ENOENT}) {
@@ -245,7 +205,7 @@ TEST_F(VideoDeviceListTest, ADeviceThatIsListedBeforeItsNodeOpensMakesAnInputTha
     }
 }
 
-TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
+TEST_F(KernelDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
     plug(1, "A");
     opener->fail("video1", EACCES);
     list->fill();
@@ -254,7 +214,7 @@ TEST_F(VideoDeviceListTest, ADeviceWithoutRightsMakesNoInput) {
     EXPECT_EQ(error.code, ErrorCode::denied);
 }
 
-TEST_F(VideoDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) {
+TEST_F(KernelDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) {
     list->fill();
     plug(1, "A");
     opener->fail("video1", EACCES);
@@ -263,7 +223,7 @@ TEST_F(VideoDeviceListTest, ADeviceThatJustCameMakesAnInputBeforeItsRightsCome) 
     EXPECT_TRUE(list->devices().front()->makeInput(error));
 }
 
-TEST_F(VideoDeviceListTest, ADeviceThatAnotherProgramHoldsMakesAnInputThatWaits) {
+TEST_F(KernelDeviceListTest, ADeviceThatAnotherProgramHoldsMakesAnInputThatWaits) {
     plug(1, "A");
     list->fill();
     opener->fail("video1", EBUSY);

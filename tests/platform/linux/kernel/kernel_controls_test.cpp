@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <string>
 
-#include "fake_control_device.h"
+#include "fake_control_node.h"
 
 namespace tavelo::test {
 namespace {
@@ -43,7 +43,7 @@ protected:
         return reply.bytes;
     }
 
-    FakeControlDevice device;
+    FakeControlNode device;
 };
 
 struct Sizes {

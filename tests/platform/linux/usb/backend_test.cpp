@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <future>
 
 #include "descriptor_builder.h"
@@ -26,27 +25,9 @@ using testing::SizeIs;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-// Answers control transfers with a camera's firmware.
-int answerOf(VirtualCameraFirmware& firmware, const UsbSetupPacket& packet, std::span<std::uint8_t> data) {
-    const UsbSetup setup{packet.requestType, packet.request, packet.value, packet.index,
-                         std::uint16_t(data.size())};
-    const bool read = (packet.requestType & 0x80) != 0;
-    const UsbReply reply = firmware.control(setup, read ? std::span<const std::uint8_t>() : data);
-    if (reply.kind == UsbReplyKind::stall) return LIBUSB_ERROR_PIPE;
-    if (reply.kind == UsbReplyKind::silence) return LIBUSB_ERROR_TIMEOUT;
-    if (!read) return int(data.size());
-    std::ranges::copy(reply.data, data.begin());
-    return int(reply.data.size());
-}
-
 class UsbBackendTest : public testing::Test {
 protected:
-    UsbBackendTest() {
-        tree.addRootHub("pci0000:00/0000:00:14.0", 1);
-        camera->answer([this](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
-            return answerOf(firmware, setup, data);
-        });
-    }
+    UsbBackendTest() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
     void plug() {
         FakeSysfs::Device device;
@@ -67,8 +48,8 @@ protected:
     RecordedDiagnostics diagnostics;
     ManualMainQueue mainQueue;
     FakeSysfs tree;
-    VirtualCameraFirmware firmware{virtualCameraModel(1)};
-    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
+    std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>(virtualCameraModel(1));
+    VirtualCameraFirmware& firmware = camera->firmware();
     std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
     Backend backend = makeUsbBackend(
         {mainQueue, diagnostics}, {std::make_shared<UsbCameraClaims>(camera, nullptr, diagnostics),
@@ -110,7 +91,7 @@ TEST_F(UsbBackendTest, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
     plug();
     const auto device = onlyDevice();
     const auto numbers = device->CreateInterfaceIterator(videoControlMatch);
-    camera->fail("open", LIBUSB_ERROR_ACCESS);
+    camera->fail("open", ErrorCode::denied);
     EXPECT_FALSE(device->openInterface(numbers->front()));
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("1-2")));
 }
@@ -118,7 +99,7 @@ TEST_F(UsbBackendTest, AnInterfaceThatCannotBeTakenIsNullAndSaidWhy) {
 TEST_F(UsbBackendTest, ADeviceThatIsNotReadyForAMomentIsTriedAgain) {
     plug();
     const auto device = onlyDevice();
-    camera->failOnce("open", LIBUSB_ERROR_IO);
+    camera->fail("open", ErrorCode::failed, 1);
     EXPECT_TRUE(device->openInterface(device->CreateInterfaceIterator(videoControlMatch)->front()));
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
@@ -143,7 +124,7 @@ TEST_F(UsbBackendTest, AManagerBindsReadsAllControlsAndWritesThem) {
 
 TEST_F(UsbBackendTest, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
     plug();
-    for (const UvcRequest request : {UvcRequest::getMin, UvcRequest::getMax}) {
+    for (const std::uint8_t request : {std::uint8_t{0x82}, std::uint8_t{0x83}}) {
         FirmwareFault stall;
         stall.control = control::powerLine;
         stall.request = request;
@@ -167,7 +148,7 @@ TEST_F(UsbBackendTest, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWer
     plug();
     int answers = 0;
     camera->answer([&](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
-        return ++answers > 20 ? int(LIBUSB_ERROR_NO_DEVICE) : answerOf(firmware, setup, data);
+        return ++answers > 20 ? UsbResult{ErrorCode::gone} : camera->askFirmware(setup, data);
     });
     KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
@@ -178,7 +159,7 @@ TEST_F(UsbBackendTest, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWer
     EXPECT_FALSE(manager.parametersArray().back()->supported());
 }
 
-TEST_F(UsbBackendTest, TheCaptureHalfListsACameraAfterAHotplugEvent) {
+TEST_F(UsbBackendTest, TheCaptureHalfHearsOfACameraFromTheHotplugEvents) {
     class News final : public CaptureDeviceObserver {
     public:
         void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }

@@ -64,7 +64,7 @@ protected:
         data.resize(last.bytesDone);
         return data;
     }
-    void answerWith(int result) {
+    void answerWith(UsbResult result) {
         camera->answer([result](const UsbSetupPacket&, std::span<std::uint8_t>) { return result; });
     }
 
@@ -80,8 +80,8 @@ protected:
 TEST_F(ControlInterface, SendsEveryFieldAsItWasBuiltAndWaitsOneSecond) {
     EXPECT_EQ(write(0x0D, 3, {1, 2, 3, 4, 5, 6, 7, 8}), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 8U);
-    ASSERT_THAT(camera->transfers(), SizeIs(1));
-    const FakeUsbCamera::Transfer sent = camera->transfers().front();
+    ASSERT_THAT(camera->requests(), SizeIs(1));
+    const FakeUsbCamera::Request sent = camera->requests().front();
     EXPECT_EQ(sent.setup.requestType, 0x21);
     EXPECT_EQ(sent.setup.request, 0x01);
     EXPECT_EQ(sent.setup.value, 0x0D00);
@@ -94,7 +94,7 @@ TEST_F(ControlInterface, AReadFillsTheCallersBytes) {
     camera->answer([](const UsbSetupPacket&, std::span<std::uint8_t> data) {
         data[0] = 0xFD;
         data[1] = 0xFF;
-        return 2;
+        return UsbResult{ErrorCode::none, 2};
     });
     Bytes data(2);
     EXPECT_EQ(read(data), ErrorCode::none);
@@ -103,14 +103,14 @@ TEST_F(ControlInterface, AReadFillsTheCallersBytes) {
 }
 
 TEST_F(ControlInterface, AShortReadTellsHowMuchCame) {
-    answerWith(1);
+    answerWith({ErrorCode::none, 1});
     Bytes data(4);
     EXPECT_EQ(read(data), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 1U);
 }
 
 TEST_F(ControlInterface, AStalledReadIsAnAnswerWithoutBytes) {
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     Bytes data(2);
     EXPECT_EQ(read(data), ErrorCode::none);
     EXPECT_EQ(last.bytesDone, 0U);
@@ -118,7 +118,7 @@ TEST_F(ControlInterface, AStalledReadIsAnAnswerWithoutBytes) {
 }
 
 TEST_F(ControlInterface, TheClassAnswersForAPowerLineFrequencyWhoseRangeIsStalled) {
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_THAT(ask(getMin, 5, 5), ElementsAre(0));
     EXPECT_THAT(ask(getMax, 5, 5), ElementsAre(2));
     EXPECT_THAT(diagnostics.lines(),
@@ -130,7 +130,7 @@ TEST_F(ControlInterface, TheClassAnswersForAPowerLineFrequencyWhoseRangeIsStalle
 }
 
 TEST_F(ControlInterface, TheClassAnswersForSwitchesAndTheExposureMode) {
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_THAT(ask(getMin, 3, 2), ElementsAre(1));
     EXPECT_THAT(ask(getMax, 3, 2), ElementsAre(8));
     for (const auto& [entity, selector] : {std::pair(3, 1), {3, 3}, {3, 8}, {5, 11}, {5, 13}, {5, 16}}) {
@@ -140,7 +140,7 @@ TEST_F(ControlInterface, TheClassAnswersForSwitchesAndTheExposureMode) {
 }
 
 TEST_F(ControlInterface, TheClassAnswersNothingThatTheCameraMustAnswer) {
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     for (const int request : {getCur, getInfo, getDef})
         EXPECT_THAT(ask(request, 5, 5), IsEmpty()) << request;
     for (const int request : {getMin, getMax}) {
@@ -154,20 +154,20 @@ TEST_F(ControlInterface, TheClassAnswersNothingThatTheCameraMustAnswer) {
 TEST_F(ControlInterface, TheClassAnswersForNoControlThatTheDescriptorsDoNotList) {
     open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
     open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
     EXPECT_THAT(ask(getMax, 2, 5), ElementsAre(2)); // unreadable descriptors: the usual identifiers
 }
 
 TEST_F(ControlInterface, TheClassAnswersForNoSilentCamera) {
-    answerWith(LIBUSB_ERROR_TIMEOUT);
+    answerWith({ErrorCode::timeout});
     EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
     EXPECT_EQ(lastStatus, ErrorCode::timeout);
 }
 
 TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::refused); // brightness
     EXPECT_EQ(write(0x05, 3, {1}), ErrorCode::refused);    // exposure time, relative
     EXPECT_EQ(last.bytesDone, 0U);
@@ -178,16 +178,16 @@ TEST_F(ControlInterface, AStalledWriteToAListedControlIsARefusal) {
 TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) {
     open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0x02, 0, 0}),
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::refused); // brightness is listed
-    EXPECT_EQ(write(0x03, 5, {1, 0}), ErrorCode::none);    // contrast is not
+    EXPECT_EQ(write(0x03, 5, {1, 0}), ErrorCode::none); // contrast is not
     EXPECT_EQ(write(0x02, 3, {1}), ErrorCode::refused);
     EXPECT_EQ(write(0x02, 9, {1, 0}), ErrorCode::none); // no such entity
 }
 
 TEST_F(ControlInterface, ACameraWhoseControlMapsCannotBeReadRefusesWhatItStalls) {
     open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
-    answerWith(LIBUSB_ERROR_PIPE);
+    answerWith({ErrorCode::refused});
     EXPECT_EQ(write(0x02, 2, {1, 0}), ErrorCode::refused);
 }
 
@@ -197,7 +197,7 @@ TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndIts
     Bytes data(2);
     EXPECT_EQ(read(data), ErrorCode::closed);
     EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::closed);
-    EXPECT_THAT(camera->transfers(), IsEmpty());
+    EXPECT_THAT(camera->requests(), IsEmpty());
     EXPECT_EQ(interface->GetInterfaceNumber(), 0);
     EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::us);
     interface.reset();
@@ -208,18 +208,18 @@ TEST_F(ControlInterface, AClosedInterfaceSendsNothingMoreAndKeepsItsNumberAndIts
 TEST_F(ControlInterface, ARequestWithoutAPlaceForItsDataIsNotSent) {
     UsbControlRequest request{0xA1, 0x81, 0x0200, 0x0500, 2, nullptr, 0};
     EXPECT_EQ(interface->ControlRequest(request), ErrorCode::failed);
-    EXPECT_THAT(camera->transfers(), IsEmpty());
+    EXPECT_THAT(camera->requests(), IsEmpty());
 }
 
 struct LinkFault {
-    int error;
+    ErrorCode error;
     ErrorCode expected;
 };
 
 class LinkFaults : public ControlInterface, public testing::WithParamInterface<LinkFault> {};
 
 TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
-    answerWith(GetParam().error);
+    answerWith({GetParam().error});
     Bytes data(2);
     EXPECT_EQ(read(data), GetParam().expected);
     EXPECT_EQ(last.bytesDone, 0U);
@@ -229,12 +229,12 @@ TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, LinkFaults,
-                         testing::Values(LinkFault{LIBUSB_ERROR_TIMEOUT, ErrorCode::timeout},
-                                         LinkFault{LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
-                                         LinkFault{LIBUSB_ERROR_ACCESS, ErrorCode::denied},
-                                         LinkFault{LIBUSB_ERROR_OVERFLOW, ErrorCode::failed},
-                                         LinkFault{LIBUSB_ERROR_IO, ErrorCode::failed},
-                                         LinkFault{LIBUSB_ERROR_BUSY, ErrorCode::failed}));
+                         testing::Values(LinkFault{ErrorCode::timeout, ErrorCode::timeout},
+                                         LinkFault{ErrorCode::gone, ErrorCode::gone},
+                                         LinkFault{ErrorCode::denied, ErrorCode::denied},
+                                         LinkFault{ErrorCode::invalid, ErrorCode::failed},
+                                         LinkFault{ErrorCode::failed, ErrorCode::failed},
+                                         LinkFault{ErrorCode::busy, ErrorCode::failed}));
 
 } // namespace
 } // namespace tavelo::test

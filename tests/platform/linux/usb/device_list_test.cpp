@@ -56,7 +56,7 @@ protected:
     FakeSysfs tree;
     ManualMainQueue mainQueue;
     std::vector<std::string> inputsOf;
-    UsbCameraList list{tree.root(), mainQueue,
+    UsbDeviceList list{tree.root(), mainQueue,
                        [this](const auto& device, const UsbCamera& camera, Error& error) {
                            inputsOf.push_back(device->uniqueID() + " " + camera.address.device.path());
                            error = {ErrorCode::busy, "taken"};
@@ -171,7 +171,7 @@ TEST_F(CameraList, AnInputIsMadeForTheCameraThatWasAsked) {
 
 TEST_F(CameraList, DropsChangesAfterItsDestruction) {
     {
-        UsbCameraList brief(tree.root(), mainQueue, nullptr);
+        UsbDeviceList brief(tree.root(), mainQueue, nullptr);
         brief.addObserver(&news);
         plug("1-2", "Camera");
         brief.rescan();

@@ -27,7 +27,7 @@ const UsbCameraAddress address{{1, 5}, 0, {1}};
 
 class CameraClaims : public testing::Test {
 protected:
-    std::shared_ptr<UsbCameraClaim> acquire() { return claims->acquire(address, error); }
+    std::shared_ptr<UsbHandle> acquire() { return claims->acquire(address, error); }
 
     std::shared_ptr<void> startWatch(const UsbAddress& device, std::uint8_t controlInterface) {
         camera->note("watch " + device.path() + " " + std::to_string(controlInterface));
@@ -58,7 +58,7 @@ TEST_F(CameraClaims, FurtherHoldersShareWhatTheFirstOneTook) {
     const std::size_t before = camera->calls().size();
     const auto second = acquire();
     ASSERT_TRUE(second);
-    EXPECT_EQ(&first->handle(), &second->handle());
+    EXPECT_EQ(first, second);
     EXPECT_THAT(camera->calls(), SizeIs(before));
 }
 
@@ -86,7 +86,7 @@ TEST_F(CameraClaims, ACameraWithoutADriverIsTakenToo) {
 TEST_F(CameraClaims, AClaimMayOutliveTheClaims) {
     auto claim = acquire();
     claims.reset();
-    EXPECT_EQ(claim->handle().claimInterface(0), LIBUSB_ERROR_BUSY);
+    EXPECT_EQ(claim->claimInterface(0).code, ErrorCode::busy);
     claim.reset();
     EXPECT_EQ(camera->holder(0), Holder::driver);
 }
@@ -97,7 +97,7 @@ TEST_F(CameraClaims, TwoCamerasAreTwoHandles) {
     camera->setHolder(1, Holder::driver);
     const auto second = claims->acquire({{1, 6}, 0, {1}}, error);
     ASSERT_TRUE(second) << error.text;
-    EXPECT_NE(&first->handle(), &second->handle());
+    EXPECT_NE(first, second);
     EXPECT_EQ(camera->openedAddress(), (UsbAddress{1, 6}));
 }
 
@@ -121,7 +121,7 @@ TEST_F(CameraClaims, ACameraThatCannotBeWatchedIsTakenWithAWarning) {
 
 TEST_F(CameraClaims, ADriverThatDoesNotComeBackIsReported) {
     auto claim = acquire();
-    camera->fail("attach 0", LIBUSB_ERROR_OTHER);
+    camera->fail("attach 0", ErrorCode::failed);
     claim.reset();
     waitForReturns();
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("driver")));
@@ -130,16 +130,15 @@ TEST_F(CameraClaims, ADriverThatDoesNotComeBackIsReported) {
 TEST_F(CameraClaims, NothingIsSaidOfACameraThatWasUnpluggedMeanwhile) {
     auto claim = acquire();
     for (const char* call : {"release 0", "release 1", "attach 0"})
-        camera->fail(call, LIBUSB_ERROR_NO_DEVICE);
+        camera->fail(call, ErrorCode::gone);
     claim.reset();
     waitForReturns();
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
 TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
-    camera->fail("claim 0", LIBUSB_ERROR_BUSY);
+    camera->fail("claim 0", ErrorCode::busy, 1);
     EXPECT_FALSE(acquire());
-    camera->fail("claim 0", LIBUSB_SUCCESS);
     EXPECT_TRUE(acquire()) << error.text;
     EXPECT_EQ(error.code, ErrorCode::none);
 }
@@ -174,7 +173,7 @@ TEST_F(SlowDriver, ReleasingDoesNotWaitForIt) {
 }
 
 TEST_F(SlowDriver, AFailedClaimDoesNotWaitForItEither) {
-    camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
+    camera->fail("claim 0", ErrorCode::busy, 1);
     EXPECT_FALSE(acquire());
     ASSERT_TRUE(entered.waitFor(longEnough));
     EXPECT_NE(attaching.load(), std::this_thread::get_id());
@@ -182,7 +181,7 @@ TEST_F(SlowDriver, AFailedClaimDoesNotWaitForItEither) {
 
 TEST_F(SlowDriver, ClaimsACameraOnceItsReturnIsFinished) {
     for (const bool failed : {false, true}) {
-        if (failed) camera->failOnce("claim 0", LIBUSB_ERROR_BUSY);
+        if (failed) camera->fail("claim 0", ErrorCode::busy, 1);
         EXPECT_NE(acquire() != nullptr, failed);
         ASSERT_TRUE(entered.waitFor(longEnough));
         entered.clear();
@@ -235,7 +234,7 @@ TEST_F(SlowDriver, APartThatOutlivesTheClaimsIsBackBeforeItsEnd) {
 
 struct TakingFault {
     const char* call;
-    int error;
+    ErrorCode error;
     ErrorCode expected;
 };
 
@@ -252,16 +251,17 @@ TEST_P(FailingToTake, SaysWhyAndLeavesTheCameraToItsDriver) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FailingToTake,
-                         testing::Values(TakingFault{"open", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
-                                         TakingFault{"open", LIBUSB_ERROR_ACCESS, ErrorCode::denied},
-                                         TakingFault{"open", LIBUSB_ERROR_BUSY, ErrorCode::busy},
-                                         TakingFault{"open", LIBUSB_ERROR_NO_MEM, ErrorCode::invalid},
-                                         TakingFault{"detach 1", LIBUSB_ERROR_ACCESS, ErrorCode::denied},
-                                         TakingFault{"detach 1", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone},
-                                         TakingFault{"claim 1", LIBUSB_ERROR_BUSY, ErrorCode::busy},
-                                         TakingFault{"detach 0", LIBUSB_ERROR_TIMEOUT, ErrorCode::timeout},
-                                         TakingFault{"claim 0", LIBUSB_ERROR_BUSY, ErrorCode::busy},
-                                         TakingFault{"claim 0", LIBUSB_ERROR_NO_DEVICE, ErrorCode::gone}));
+                         testing::Values(TakingFault{"open", ErrorCode::gone, ErrorCode::gone},
+                                         TakingFault{"open", ErrorCode::denied, ErrorCode::denied},
+                                         TakingFault{"open", ErrorCode::busy, ErrorCode::busy},
+                                         TakingFault{"open", ErrorCode::failed, ErrorCode::failed},
+                                         TakingFault{"detach 1", ErrorCode::denied, ErrorCode::denied},
+                                         TakingFault{"detach 1", ErrorCode::gone, ErrorCode::gone},
+                                         TakingFault{"claim 1", ErrorCode::busy, ErrorCode::busy},
+                                         TakingFault{"claim 1", ErrorCode::invalid, ErrorCode::gone},
+                                         TakingFault{"detach 0", ErrorCode::timeout, ErrorCode::timeout},
+                                         TakingFault{"claim 0", ErrorCode::busy, ErrorCode::busy},
+                                         TakingFault{"claim 0", ErrorCode::gone, ErrorCode::gone}));
 
 TEST_F(CameraClaims, ACameraOfAnotherProgramIsBusyAndStaysItsOwn) {
     camera->setHolder(0, Holder::otherProgram);

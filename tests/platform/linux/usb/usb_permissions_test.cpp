@@ -15,9 +15,9 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class UsbRights : public testing::Test {
+class UsbPermissions : public testing::Test {
 protected:
-    UsbRights() {
+    UsbPermissions() {
         tree.addRootHub("pci0000:00/0000:00:14.0", 1);
         add("1-1", 4, configuration({interfaceDescriptor(0, 1, 0x03)})); // a keyboard
         add("1-2", 5, ordinaryCamera());
@@ -40,30 +40,30 @@ protected:
     std::map<std::string, int> errors;
 };
 
-TEST_F(UsbRights, SufficeIfEachCameraCanBeOpened) {
+TEST_F(UsbPermissions, SufficeIfEachCameraCanBeOpened) {
     EXPECT_EQ(denied(), std::nullopt);
 }
 
-TEST_F(UsbRights, AreMissingIfOneCameraIsDenied) {
+TEST_F(UsbPermissions, AreMissingIfOneCameraIsDenied) {
     errors["/dev/bus/usb/001/006"] = EACCES;
     EXPECT_EQ(denied(), "/dev/bus/usb/001/006");
     errors["/dev/bus/usb/001/005"] = EPERM;
     EXPECT_EQ(denied(), "/dev/bus/usb/001/005");
 }
 
-TEST_F(UsbRights, AreNotAskedOfDevicesThatAreNoCameras) {
+TEST_F(UsbPermissions, AreNotAskedOfDevicesThatAreNoCameras) {
     errors["/dev/bus/usb/001/004"] = EACCES;
     EXPECT_EQ(denied(), std::nullopt);
 }
 
-TEST_F(UsbRights, ACameraThatJustWentLacksNone) {
+TEST_F(UsbPermissions, ACameraThatJustWentLacksNone) {
     errors["/dev/bus/usb/001/005"] = ENOENT;
     errors["/dev/bus/usb/001/006"] = ENODEV;
     EXPECT_EQ(denied(), std::nullopt);
 }
 
-TEST_F(UsbRights, TheLineSaysWhereTheRuleGoesAndHowToLoadIt) {
-    const std::string line = missingRightsLine("/dev/bus/usb/001/006");
+TEST_F(UsbPermissions, TheLineSaysWhereTheRuleGoesAndHowToLoadIt) {
+    const std::string line = missingPermissionLine("/dev/bus/usb/001/006");
     EXPECT_THAT(line, HasSubstr("/dev/bus/usb/001/006"));
     EXPECT_THAT(line, HasSubstr("70-tavelo-control-panel.rules"));
     EXPECT_THAT(line, HasSubstr("/etc/udev/rules.d"));
@@ -72,7 +72,7 @@ TEST_F(UsbRights, TheLineSaysWhereTheRuleGoesAndHowToLoadIt) {
     EXPECT_THAT(line, Not(HasSubstr("\n")));
 }
 
-TEST_F(UsbRights, TheRealProbeTellsWhatTheKernelSays) {
+TEST_F(UsbPermissions, TheRealProbeTellsWhatTheKernelSays) {
     EXPECT_EQ(usbNodeProbe()("/dev/null"), 0);
     EXPECT_EQ(usbNodeProbe()((tree.root() / "missing").string()), ENOENT);
 }

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "fake_video_nodes.h"
 
-#include <linux/videodev2.h>
 #include <stdlib.h> // NOLINT(modernize-deprecated-headers): mkdtemp
 
 #include <cerrno>
 #include <fstream>
 #include <stdexcept>
+
+#include "fake_control_node.h"
 
 namespace tavelo {
 
@@ -25,23 +26,6 @@ void link(const fs::path& from, const fs::path& to) {
     fs::create_directories(from.parent_path());
     if (!fs::is_symlink(from)) fs::create_directory_symlink(to, from);
 }
-
-class CapabilityNode final : public V4l2Node {
-public:
-    explicit CapabilityNode(std::uint32_t caps) : caps_(caps) {}
-    int control(unsigned long request, void* argument) override {
-        if (request != VIDIOC_QUERYCAP) return ENOTTY;
-        auto& capability = *static_cast<v4l2_capability*>(argument);
-        capability.capabilities = V4L2_CAP_DEVICE_CAPS | V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
-        capability.device_caps = caps_;
-        return 0;
-    }
-    V4l2Mapping map(std::size_t /*length*/, std::uint32_t /*offset*/) override { return nullptr; }
-    int descriptor() const override { return -1; }
-
-private:
-    std::uint32_t caps_;
-};
 
 } // namespace
 
@@ -117,7 +101,9 @@ std::unique_ptr<V4l2Node> FakeNodeOpener::open(const std::string& path, int& err
     const auto caps = caps_.find(path);
     error = caps == caps_.end() ? ENOENT : errors_[path];
     if (error != 0) return nullptr;
-    return std::make_unique<CapabilityNode>(caps->second);
+    auto node = std::make_unique<test::FakeControlNode>();
+    node->capabilities = caps->second;
+    return node;
 }
 
 } // namespace tavelo

@@ -147,18 +147,13 @@ v4l2_buffer stamped(std::uint32_t clock, std::chrono::microseconds time) {
 }
 
 TEST(FrameTime, IsTheDriversMonotonicStamp) {
-    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 99'500'000us), 100s, 99s), 99'500ms);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 99'500'000us), 100s), 99'500ms);
 }
 
-TEST(FrameTime, IsNowIfTheStampIsFromAnotherClockOrFarOff) {
-    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_UNKNOWN, 99'500'000us), 100s, 0s), 100s);
-    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 0us), 100s, 0s), 100s);
-    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 102'000'000us), 100s, 0s), 100s);
-}
-
-TEST(FrameTime, AlwaysAdvances) {
-    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 99'500'000us), 100s, 99'600ms),
-              99'600ms + 1ns);
+TEST(FrameTime, IsNowWhereTheStampIsOfAnotherClockOrFarOff) {
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_UNKNOWN, 99'500'000us), 100s), 100s);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 0us), 100s), 100s);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 102'000'000us), 100s), 100s);
 }
 
 } // namespace

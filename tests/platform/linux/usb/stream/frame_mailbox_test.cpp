@@ -56,11 +56,11 @@ TEST_F(MailboxTest, TheFrameReadIsLeftAlone) {
 
 TEST_F(MailboxTest, TellsOfTheEndAfterTheLastFrame) {
     write(mailbox, 1);
-    mailbox.end(UsbPortStatus::gone);
-    mailbox.end(UsbPortStatus::failed);
+    mailbox.end(ErrorCode::gone);
+    mailbox.end(ErrorCode::failed);
     EXPECT_EQ(mailbox.wait(soon(10s)), Event::frame);
     EXPECT_EQ(mailbox.wait(soon(10s)), Event::ended);
-    EXPECT_EQ(mailbox.endReason(), UsbPortStatus::gone) << "the first reason counts";
+    EXPECT_EQ(mailbox.endReason(), ErrorCode::gone) << "the first reason counts";
     mailbox.open(4);
     EXPECT_EQ(mailbox.wait(soon(0ms)), Event::silence);
 }
@@ -81,7 +81,7 @@ TEST_F(MailboxTest, WakesWhoeverWaits) {
         mailbox.open(4);
         std::thread other([&] {
             if (expected == Event::frame) write(mailbox, 1);
-            if (expected == Event::ended) mailbox.end(UsbPortStatus::failed);
+            if (expected == Event::ended) mailbox.end(ErrorCode::failed);
             if (expected == Event::stopped) mailbox.stop();
         });
         EXPECT_EQ(mailbox.wait(soon(30s)), expected);
@@ -99,7 +99,7 @@ TEST_F(MailboxTest, FramesStayWholeWhileBothSidesRun) {
             frame.size = frame.bytes.size();
             mailbox.publish();
         }
-        mailbox.end(UsbPortStatus::ok);
+        mailbox.end(ErrorCode::none);
     });
     int read = 0;
     while (mailbox.wait(soon(30s)) == Event::frame) {

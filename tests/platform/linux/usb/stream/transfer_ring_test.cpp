@@ -21,16 +21,16 @@ constexpr UsbTransferShape shape{0x81, true, 16, 4};
 
 class RingTest : public testing::Test {
 protected:
-    RingTest() : port(camera.connect(error).port) {
+    RingTest() : handle(camera.open({}, error)) {
         ring = std::make_unique<TransferRing>(
-            *port,
+            *handle,
             [this](std::span<const UsbPacket> packets) {
                 const std::lock_guard lock(mutex);
                 for (const UsbPacket& packet : packets)
                     if (!packet.bytes.empty()) taken.push_back(packet.damaged ? -1 : packet.bytes[0]);
                 ++calls;
             },
-            [this](UsbPortStatus reason) {
+            [this](ErrorCode reason) {
                 const std::lock_guard lock(mutex);
                 ends.push_back(reason);
             });
@@ -40,7 +40,7 @@ protected:
         const std::lock_guard lock(mutex);
         return taken;
     }
-    std::vector<UsbPortStatus> endsSoFar() {
+    std::vector<ErrorCode> endsSoFar() {
         const std::lock_guard lock(mutex);
         return ends;
     }
@@ -50,16 +50,16 @@ protected:
 
     Error error;
     FakeUsbCamera camera{virtualCameraModel(1)};
-    std::unique_ptr<UsbStreamPort> port;
+    std::unique_ptr<UsbHandle> handle;
     std::mutex mutex; // guards what the ring's calls change
     std::vector<int> taken;
-    std::vector<UsbPortStatus> ends;
+    std::vector<ErrorCode> ends;
     std::atomic<int> calls{0};
     std::unique_ptr<TransferRing> ring; // last: its calls use the rest
 };
 
 TEST_F(RingTest, KeepsAllTransfersUnderWayAndTakesTheirPacketsInOrder) {
-    ASSERT_EQ(ring->start(shape, 3), UsbPortStatus::ok);
+    ASSERT_EQ(ring->start(shape, 3), ErrorCode::none);
     EXPECT_EQ(camera.counts().underWay, 3);
     for (std::uint8_t i = 0; i < 10; ++i)
         ASSERT_TRUE(camera.deliverSoon({{std::uint8_t(2 * i)}, {}, {std::uint8_t(2 * i + 1)}}));
@@ -71,7 +71,7 @@ TEST_F(RingTest, KeepsAllTransfersUnderWayAndTakesTheirPacketsInOrder) {
 }
 
 TEST_F(RingTest, StopWaitsForTheEndOfEveryTransfer) {
-    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    ASSERT_EQ(ring->start(shape, 4), ErrorCode::none);
     ring->stop();
     EXPECT_EQ(camera.counts().underWay, 0);
     EXPECT_THAT(endsSoFar(), IsEmpty()) << "it did not end by itself";
@@ -81,71 +81,71 @@ TEST_F(RingTest, StopWaitsForTheEndOfEveryTransfer) {
 }
 
 TEST_F(RingTest, GoesOnAfterDamage) {
-    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
-    ASSERT_TRUE(camera.deliverSoon({{1}}, UsbPortStatus::failed));
+    ASSERT_EQ(ring->start(shape, 2), ErrorCode::none);
+    ASSERT_TRUE(camera.deliverSoon({{1}}, ErrorCode::failed));
     ASSERT_TRUE(camera.deliverSoon({{2}}));
     ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 4; }));
     EXPECT_THAT(takenSoFar(), ElementsAre(-1, 2));
 }
 
 TEST_F(RingTest, NothingButDamageEndsIt) {
-    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
+    ASSERT_EQ(ring->start(shape, 2), ErrorCode::none);
     for (int i = 0; i <= TransferRing::mostFaultsInARow; ++i)
-        ASSERT_TRUE(camera.deliverSoon({}, UsbPortStatus::failed));
+        ASSERT_TRUE(camera.deliverSoon({}, ErrorCode::failed));
     ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.submitted == 102; }));
     ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 1; }));
     ring->stop();
-    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::failed));
+    EXPECT_THAT(endsSoFar(), ElementsAre(ErrorCode::failed));
 }
 
 TEST_F(RingTest, ADeviceThatGoesEndsItOnceAndItRests) {
-    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    ASSERT_EQ(ring->start(shape, 4), ErrorCode::none);
     camera.vanish();
     ASSERT_TRUE(waitUntilIdle());
     ring->stop();
-    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::gone));
+    EXPECT_THAT(endsSoFar(), ElementsAre(ErrorCode::gone));
     EXPECT_EQ(camera.counts().submitted, 4) << "none was submitted again";
 }
 
 TEST_F(RingTest, AHaltedEndpointEndsIt) {
-    ASSERT_EQ(ring->start({0x81, false, 64, 1}, 4), UsbPortStatus::ok);
-    ASSERT_TRUE(camera.deliverSoon({}, UsbPortStatus::stalled));
+    ASSERT_EQ(ring->start({0x81, false, 64, 1}, 4), ErrorCode::none);
+    ASSERT_TRUE(camera.deliverSoon({}, ErrorCode::refused));
     ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 3; }));
     ring->stop();
-    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::stalled));
+    EXPECT_THAT(endsSoFar(), ElementsAre(ErrorCode::refused));
     EXPECT_EQ(camera.counts().underWay, 0);
 }
 
 TEST_F(RingTest, ARefusalToSubmitAgainEndsIt) {
-    ASSERT_EQ(ring->start(shape, 2), UsbPortStatus::ok);
-    camera.failSubmit(UsbPortStatus::gone);
+    ASSERT_EQ(ring->start(shape, 2), ErrorCode::none);
+    camera.fail("submit", ErrorCode::gone, 1);
     ASSERT_TRUE(camera.deliverSoon({{1}}));
     ASSERT_TRUE(camera.waitFor([](const Counts& counts) { return counts.underWay == 1; }));
     ring->stop();
-    EXPECT_THAT(endsSoFar(), ElementsAre(UsbPortStatus::gone));
+    EXPECT_THAT(endsSoFar(), ElementsAre(ErrorCode::gone));
     EXPECT_THAT(takenSoFar(), ElementsAre(1));
 }
 
 TEST_F(RingTest, AStartThatFailsLeavesNothingUnderWay) {
-    camera.failSubmit(UsbPortStatus::failed);
-    EXPECT_EQ(ring->start(shape, 4), UsbPortStatus::failed);
+    camera.fail("submit", ErrorCode::failed, 1);
+    EXPECT_EQ(ring->start(shape, 4), ErrorCode::failed);
     EXPECT_EQ(camera.counts().underWay, 0);
     EXPECT_THAT(endsSoFar(), IsEmpty());
 }
 
 TEST_F(RingTest, RunsWithFewerTransfersIfMemoryIsShort) {
-    camera.failSubmit(UsbPortStatus::ok, 3);
-    camera.failSubmit(UsbPortStatus::failed);
-    ASSERT_EQ(ring->start(shape, 8), UsbPortStatus::ok);
+    camera.fail("submit", ErrorCode::none, 3);
+    camera.fail("submit", ErrorCode::failed, 1);
+    ASSERT_EQ(ring->start(shape, 8), ErrorCode::none);
     EXPECT_EQ(camera.counts().underWay, 3);
 }
 
 TEST_F(RingTest, AnotherThreadMayHandleItsEvents) {
-    ASSERT_EQ(ring->start(shape, 4), UsbPortStatus::ok);
+    ASSERT_EQ(ring->start(shape, 4), ErrorCode::none);
     std::atomic<bool> done{false};
     std::thread other([&] {
         while (!done)
-            port->handleEvents(std::chrono::milliseconds(1));
+            handle->handleEvents(std::chrono::milliseconds(1));
     });
     for (int i = 0; i < 500; ++i)
         ASSERT_TRUE(camera.deliverSoon({{std::uint8_t(i)}}));

@@ -3,43 +3,37 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <utility>
 #include <vector>
+
+#include "fake_usb_camera.h"
 
 namespace tavelo {
 namespace {
 
+using test::FakeUsbCamera;
 using testing::ElementsAre;
 using Bytes = std::vector<std::uint8_t>;
 
-// Returns scripted answers and records the requests.
-class ProbedCamera final : public UsbStreamPort {
-public:
-    struct Asked {
-        std::uint8_t code;
-        std::uint8_t selector;
-        Bytes bytes;
-    };
+constexpr std::uint8_t interface = 1;
 
-    UsbPortStatus request(const UsbStreamRequest& request, std::size_t& done) override {
-        asked.push_back({request.code, request.selector, {request.data.begin(), request.data.end()}});
-        if (asked.size() == failAt) return failure;
-        done = request.data.size();
-        if (request.code != 0x81) return UsbPortStatus::ok;
-        done = std::min(answer.size(), request.data.size());
-        std::copy_n(answer.begin(), done, request.data.begin());
-        return UsbPortStatus::ok;
+// A camera that answers what it is told.
+class ProbedCamera : public testing::Test {
+protected:
+    ProbedCamera() {
+        camera.answer([this](const UsbSetupPacket& setup, std::span<std::uint8_t> data) {
+            if (setup.request != 0x81) return UsbResult{ErrorCode::none, data.size()};
+            const std::size_t count = std::min(answer.size(), data.size());
+            std::copy_n(answer.begin(), count, data.begin());
+            return UsbResult{ErrorCode::none, count};
+        });
     }
-    UsbPortStatus setAlternate(std::uint8_t) override { return UsbPortStatus::failed; }
-    UsbPortStatus clearHalt(std::uint8_t) override { return UsbPortStatus::failed; }
-    std::unique_ptr<UsbTransfer> makeTransfer(const UsbTransferShape&, UsbTransferListener&) override {
-        return nullptr;
-    }
-    UsbPortStatus handleEvents(std::chrono::milliseconds) override { return UsbPortStatus::failed; }
 
     Bytes answer = Bytes(48, 0);
-    std::size_t failAt = 0; // counting from 1
-    UsbPortStatus failure = UsbPortStatus::stalled;
-    std::vector<Asked> asked;
+    FakeUsbCamera camera;
+    Error error;
+    std::unique_ptr<UsbHandle> handle = camera.open({}, error);
 };
 
 TEST(UvcProbe, HasTheSizeOfItsVersion) {
@@ -58,74 +52,70 @@ TEST(UvcProbe, PutsItsFieldsWhereTheyBelong) {
     EXPECT_THAT(Bytes(probe.bytes().begin() + 8, probe.bytes().end()), testing::Each(0));
 }
 
-TEST(UvcProbe, ReadsWhatTheCameraMakesOfIt) {
-    ProbedCamera camera;
-    camera.answer[2] = 1;
-    camera.answer[3] = 3;
-    camera.answer[4] = 0x40;
-    camera.answer[20] = 0x0A; // 655,360 bytes per frame
-    camera.answer[23] = 0x0C; // 3072 bytes per payload
+TEST_F(ProbedCamera, ReadsWhatTheCameraMakesOfIt) {
+    answer[2] = 1;
+    answer[3] = 3;
+    answer[4] = 0x40;
+    answer[20] = 0x0A; // 655,360 bytes a frame
+    answer[23] = 0x0C; // 3072 a payload
     UvcProbe probe(0x0110);
     probe.setFrame(1, 2);
-    ASSERT_EQ(probeStream(camera, probe), UsbPortStatus::ok);
+    ASSERT_EQ(probeStream(*handle, interface, probe), ErrorCode::none);
     EXPECT_EQ(probe.formatIndex(), 1);
     EXPECT_EQ(probe.frameIndex(), 3);
     EXPECT_EQ(probe.frameInterval(), 0x40U);
     EXPECT_EQ(probe.maxFrameSize(), 0x0A0000U);
     EXPECT_EQ(probe.maxPayload(), 3072U);
-    ASSERT_EQ(camera.asked.size(), 2U);
-    EXPECT_EQ(camera.asked[0].code, 0x01);
-    EXPECT_EQ(camera.asked[0].selector, 1);
-    EXPECT_EQ(camera.asked[0].bytes[3], 2);
-    EXPECT_EQ(camera.asked[1].code, 0x81);
+    const auto asked = camera.requests();
+    ASSERT_EQ(asked.size(), 2U);
+    EXPECT_EQ(asked[0].setup, (UsbSetupPacket{0x21, 0x01, 0x0100, interface}));
+    EXPECT_EQ(asked[0].data[3], 2);
+    EXPECT_EQ(asked[0].patience, std::chrono::seconds(5));
+    EXPECT_EQ(asked[1].setup, (UsbSetupPacket{0xA1, 0x81, 0x0100, interface}));
+    EXPECT_EQ(asked[1].patience, std::chrono::seconds(5));
 }
 
-TEST(UvcProbe, CommitsTheCamerasAnswerUnchanged) {
-    ProbedCamera camera;
-    for (std::size_t i = 0; i < camera.answer.size(); ++i)
-        camera.answer[i] = std::uint8_t(i);
+TEST_F(ProbedCamera, CommitsTheCamerasAnswerUnchanged) {
+    for (std::size_t i = 0; i < answer.size(); ++i)
+        answer[i] = std::uint8_t(i);
     UvcProbe probe(0x0150);
-    ASSERT_EQ(probeStream(camera, probe), UsbPortStatus::ok);
-    ASSERT_EQ(commitStream(camera, probe), UsbPortStatus::ok);
-    EXPECT_EQ(camera.asked[2].code, 0x01);
-    EXPECT_EQ(camera.asked[2].selector, 2);
-    EXPECT_EQ(camera.asked[2].bytes, camera.answer);
+    ASSERT_EQ(probeStream(*handle, interface, probe), ErrorCode::none);
+    ASSERT_EQ(commitStream(*handle, interface, probe), ErrorCode::none);
+    EXPECT_EQ(camera.requests()[2].setup, (UsbSetupPacket{0x21, 0x01, 0x0200, interface}));
+    EXPECT_EQ(camera.requests()[2].data, answer);
 }
 
-TEST(UvcProbe, AnswersOfAnOlderVersionAreTakenAndSentBackAsTheyCame) {
-    ProbedCamera camera;
-    camera.answer.resize(26);
+TEST_F(ProbedCamera, AnswersOfAnOlderVersionAreTakenAndSentBackAsTheyCame) {
+    answer.resize(26);
     UvcProbe probe(0x0150);
-    ASSERT_EQ(probeStream(camera, probe), UsbPortStatus::ok);
-    ASSERT_EQ(commitStream(camera, probe), UsbPortStatus::ok);
-    EXPECT_EQ(camera.asked[2].bytes.size(), 26U);
+    ASSERT_EQ(probeStream(*handle, interface, probe), ErrorCode::none);
+    ASSERT_EQ(commitStream(*handle, interface, probe), ErrorCode::none);
+    EXPECT_EQ(camera.requests()[2].data.size(), 26U);
 }
 
-TEST(UvcProbe, AnswersTooShortAreARefusal) {
-    ProbedCamera camera;
-    camera.answer.resize(25);
+TEST_F(ProbedCamera, AnswersTooShortAreARefusal) {
+    answer.resize(25);
     UvcProbe probe(0x0110);
-    EXPECT_EQ(probeStream(camera, probe), UsbPortStatus::stalled);
+    EXPECT_EQ(probeStream(*handle, interface, probe), ErrorCode::refused);
 }
 
-TEST(UvcProbe, FailuresComeThroughAsTheyAre) {
-    for (const std::size_t step : {1U, 2U}) {
-        ProbedCamera camera;
-        camera.failAt = step;
-        camera.failure = UsbPortStatus::gone;
+TEST_F(ProbedCamera, FailuresComeThroughAsTheyAre) {
+    std::size_t asked = 0;
+    for (const auto& [code, step] : {std::pair<std::uint8_t, std::size_t>{0x01, 1}, {0x81, 2}}) {
+        camera.failRequest(code, 1, ErrorCode::gone);
         UvcProbe probe(0x0110);
-        EXPECT_EQ(probeStream(camera, probe), UsbPortStatus::gone);
-        EXPECT_EQ(camera.asked.size(), step) << "nothing more is asked";
+        EXPECT_EQ(probeStream(*handle, interface, probe), ErrorCode::gone);
+        asked += step;
+        EXPECT_EQ(camera.requests().size(), asked) << "nothing more is asked";
     }
 }
 
-TEST(UvcProbe, APayloadExtendedByItsSignIsPutRight) {
-    ProbedCamera camera;
-    camera.answer[22] = 0x20;
-    camera.answer[23] = 0x8C;
-    camera.answer[24] = camera.answer[25] = 0xFF;
+TEST_F(ProbedCamera, APayloadExtendedByItsSignIsPutRight) {
+    answer[22] = 0x20;
+    answer[23] = 0x8C;
+    answer[24] = answer[25] = 0xFF;
     UvcProbe probe(0x0110);
-    ASSERT_EQ(probeStream(camera, probe), UsbPortStatus::ok);
+    ASSERT_EQ(probeStream(*handle, interface, probe), ErrorCode::none);
     EXPECT_EQ(probe.maxPayload(), 0x8C20U);
 }
 

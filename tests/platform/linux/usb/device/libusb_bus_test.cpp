@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/usb/libusb_bus.h"
+#include "platform/linux/usb/device/libusb_bus.h"
 
 #include <gtest/gtest.h>
 
@@ -15,9 +15,10 @@ protected:
 };
 
 TEST_F(Libusb, ADeviceThatIsNotThereIsGone) {
-    int error = LIBUSB_SUCCESS;
+    Error error;
     EXPECT_FALSE(bus->open({255, 255}, error));
-    EXPECT_EQ(error, LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_EQ(error.code, ErrorCode::gone);
+    EXPECT_FALSE(error.text.empty());
 }
 
 TEST_F(Libusb, ReportsNothingWithoutChanges) {

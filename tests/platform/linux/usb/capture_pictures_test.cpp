@@ -4,9 +4,10 @@
 
 #include <tuple>
 
+#include "platform/linux/usb/capture_input.h"
 #include "fake_usb_camera.h"
-#include "platform/linux/usb/stream/port_stream_input.h"
-#include "stream_watching.h"
+#include "stream/stream_watching.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
@@ -51,15 +52,17 @@ protected:
         model.transport = std::get<0>(GetParam());
         camera = std::make_unique<FakeUsbCamera>(model, FakeUsbCamera::Frames::ofItsPicture);
         const CaptureFormatRequest request{CaptureFormatRequest::Size{320, 240}, {}, std::get<1>(GetParam())};
-        input = std::make_unique<PortStreamInput>(
+        input = std::make_unique<UsbCaptureInput>(
             nullptr,
-            PortStreamSetup{[this](Error& error) { return camera->connect(error); }, lines, request, {}});
+            UsbStreamSource{[this](Error& error) { return camera->open({}, error); }, uvc::streamingInterface,
+                            camera->configurationDescriptor()},
+            CaptureInputOptions{.diagnostics = lines, .whoHolds = {}, .request = request});
     }
 
     std::unique_ptr<FakeUsbCamera> camera;
     RememberedLines lines;
     RememberedFrames frames;
-    std::unique_ptr<PortStreamInput> input;
+    std::unique_ptr<UsbCaptureInput> input;
 };
 
 TEST_P(EachStream, ShowsWhatTheCameraSees) {
@@ -93,7 +96,7 @@ TEST_P(EachStream, EndsQuietlyWhenItIsPulledOut) {
     input->start(frames);
     ASSERT_TRUE(frames.waitFor(2));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.disconnected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.closed == 1; }));
     input->stop();
     EXPECT_EQ(camera->counts().transfers, 0);
     EXPECT_THAT(lines.lines(), testing::IsEmpty());

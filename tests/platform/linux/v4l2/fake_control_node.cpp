@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "fake_control_device.h"
-
-#include <linux/v4l2-controls.h>
+#include "fake_control_node.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,29 +19,63 @@ std::int32_t nearest(const V4l2ControlInfo& info, std::int32_t value) {
 
 } // namespace
 
-std::vector<std::vector<V4l2ControlValue>> FakeControlDevice::writes() const {
+std::vector<std::vector<V4l2ControlValue>> FakeControlNode::writes() const {
     const std::lock_guard lock(mutex_);
     return writes_;
 }
 
-int FakeControlDevice::queryControl(std::uint32_t id, V4l2ControlInfo& info) {
-    const auto found = controls.find(id);
+int FakeControlNode::control(unsigned long request, void* argument) {
+    const auto entries = [&] {
+        const auto& list = *static_cast<v4l2_ext_controls*>(argument);
+        return std::span(list.controls, list.count);
+    };
+    switch (request) {
+        case VIDIOC_QUERYCAP: {
+            auto& told = *static_cast<v4l2_capability*>(argument);
+            told.capabilities = V4L2_CAP_DEVICE_CAPS | V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+            told.device_caps = capabilities;
+            return 0;
+        }
+        case VIDIOC_QUERYCTRL:
+            return query(*static_cast<v4l2_queryctrl*>(argument));
+        case VIDIOC_QUERYMENU:
+            return queryMenu(*static_cast<v4l2_querymenu*>(argument));
+        case VIDIOC_G_EXT_CTRLS:
+            return get(entries());
+        case VIDIOC_S_EXT_CTRLS:
+            return set(entries());
+        default:
+            return ENOTTY;
+    }
+}
+
+V4l2Mapping FakeControlNode::map(std::size_t /*length*/, std::uint32_t /*offset*/) {
+    return nullptr;
+}
+
+int FakeControlNode::query(v4l2_queryctrl& query) const {
+    const auto found = controls.find(query.id);
     if (found == controls.end()) return EINVAL;
     if (found->second.queryError != 0) return found->second.queryError;
-    info = found->second.info;
+    const V4l2ControlInfo& info = found->second.info;
+    query.minimum = info.minimum;
+    query.maximum = info.maximum;
+    query.step = info.step;
+    query.default_value = info.defaultValue;
+    query.flags = info.flags;
     return 0;
 }
 
-int FakeControlDevice::queryMenu(std::uint32_t id, std::uint32_t index) {
-    const auto found = controls.find(id);
+int FakeControlNode::queryMenu(const v4l2_querymenu& query) const {
+    const auto found = controls.find(query.id);
     if (found == controls.end()) return EINVAL;
     if (found->second.menuError != 0) return found->second.menuError;
-    return found->second.menu.contains(index) ? 0 : EINVAL;
+    return found->second.menu.contains(query.index) ? 0 : EINVAL;
 }
 
-int FakeControlDevice::get(std::span<V4l2ControlValue> values) {
+int FakeControlNode::get(std::span<v4l2_ext_control> values) {
     const std::lock_guard lock(mutex_);
-    for (V4l2ControlValue& value : values) {
+    for (v4l2_ext_control& value : values) {
         const auto found = controls.find(value.id);
         if (found == controls.end()) return EINVAL;
         if (found->second.getError != 0) return found->second.getError;
@@ -52,23 +84,25 @@ int FakeControlDevice::get(std::span<V4l2ControlValue> values) {
     return 0;
 }
 
-int FakeControlDevice::set(std::span<V4l2ControlValue> values) {
+int FakeControlNode::set(std::span<v4l2_ext_control> values) {
     const std::lock_guard lock(mutex_);
-    for (const V4l2ControlValue& value : values) {
+    std::vector<V4l2ControlValue> asked;
+    for (const v4l2_ext_control& value : values) {
         const auto found = controls.find(value.id);
         if (found == controls.end()) return EINVAL;
         if (found->second.setError != 0) return found->second.setError;
+        asked.push_back({value.id, value.value});
     }
-    writes_.emplace_back(values.begin(), values.end());
-    for (V4l2ControlValue& value : values) {
+    writes_.push_back(std::move(asked));
+    for (v4l2_ext_control& value : values) {
         Control& control = controls[value.id];
         control.value = value.value = nearest(control.info, value.value);
     }
     return 0;
 }
 
-std::map<std::uint32_t, FakeControlDevice::Control> everyControl() {
-    using Control = FakeControlDevice::Control;
+std::map<std::uint32_t, FakeControlNode::Control> everyControl() {
+    using Control = FakeControlNode::Control;
     const auto range = [](std::int32_t minimum, std::int32_t maximum, std::int32_t step, std::int32_t def) {
         return Control{{minimum, maximum, step, def, 0}, def, {}};
     };

@@ -4,13 +4,15 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
-#include "platform/linux/bus/libusb_handles.h"
 #include "platform/linux/bus/udev_events.h"
-#include "platform/linux/usb/usb_handle.h"
+#include "platform/linux/usb/device/usb_handle.h"
 #include "platform/linux/wake_event.h"
+
+struct libusb_context;
 
 namespace tavelo {
 
@@ -25,23 +27,21 @@ public:
     LibusbBus(const LibusbBus&) = delete;
     LibusbBus& operator=(const LibusbBus&) = delete;
 
-    std::unique_ptr<UsbHandle> open(const UsbAddress& address, int& error) override;
-    libusb_context* context() override { return context_.get(); }
+    std::unique_ptr<UsbHandle> open(const UsbAddress& address, Error& error) override;
 
     /// An empty event each time devices came or went; several changes may make one event.
     std::unique_ptr<UdevEventSource> hotplugEvents();
 
 private:
-    explicit LibusbBus(LibusbContext context);
+    using Context = std::unique_ptr<libusb_context, void (*)(libusb_context*)>;
 
-    static int LIBUSB_CALL deviceCameOrWent(libusb_context* context, libusb_device* device,
-                                            libusb_hotplug_event event, void* self);
+    explicit LibusbBus(Context context);
+
     void wakeListeners();
     void run();
 
-    const LibusbContext context_;
-    libusb_hotplug_callback_handle hotplug_ = 0;
-    bool hearsOfDevices_ = false;
+    const Context context_;
+    std::optional<int> hotplug_; ///< libusb's handle, if it reports devices that come and go
 
     std::mutex mutex_; // guards the members up to the blank line
     std::vector<std::weak_ptr<WakeEvent>> listeners_;

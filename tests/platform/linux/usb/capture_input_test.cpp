@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/usb/stream/port_stream_input.h"
+#include "platform/linux/usb/capture_input.h"
 
 #include <gmock/gmock.h>
 
 #include <random>
 
 #include "fake_usb_camera.h"
-#include "stream_watching.h"
+#include "stream/stream_watching.h"
 #include "support/remembered_priorities.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
@@ -69,19 +70,25 @@ private:
     std::uint8_t identifier_ = 0;
 };
 
-class StreamTest : public testing::Test {
+class UsbCaptureInputTest : public testing::Test {
 protected:
     void use(const VirtualCameraModel& model) { camera = std::make_unique<FakeUsbCamera>(model); }
 
-    PortStreamInput& start(const StreamPatience& patience = patient,
+    std::unique_ptr<UsbCaptureInput> inputOf(FakeUsbCamera& source, const StreamPatience& patience,
+                                             const CaptureFormatRequest& request = {}) {
+        return std::make_unique<UsbCaptureInput>(
+            nullptr,
+            UsbStreamSource{[&](Error& error) { return source.open({}, error); }, uvc::streamingInterface,
+                            source.configurationDescriptor()},
+            CaptureInputOptions{.diagnostics = lines,
+                                .whoHolds = [] { return "busy: in use by another program"; },
+                                .request = request,
+                                .patience = patience,
+                                .priority = priorities});
+    }
+    UsbCaptureInput& start(const StreamPatience& patience = patient,
                            const CaptureFormatRequest& request = {}) {
-        input = std::make_unique<PortStreamInput>(
-            nullptr, PortStreamSetup{[this](Error& error) { return camera->connect(error); },
-                                     lines,
-                                     request,
-                                     patience,
-                                     {},
-                                     priorities});
+        input = inputOf(*camera, patience, request);
         input->start(frames);
         return *input;
     }
@@ -95,7 +102,7 @@ protected:
     // All resources are released and the camera is switched off.
     void expectTidy() {
         const Counts counts = camera->counts();
-        EXPECT_EQ(counts.connected, counts.disconnected);
+        EXPECT_EQ(counts.opened, counts.closed);
         EXPECT_EQ(counts.transfers, 0);
         EXPECT_EQ(counts.underWay, 0);
         EXPECT_FALSE(camera->firmware().streaming());
@@ -106,10 +113,10 @@ protected:
     RememberedLines lines;
     RememberedFrames frames;
     FrameMaker maker;
-    std::unique_ptr<PortStreamInput> input;
+    std::unique_ptr<UsbCaptureInput> input;
 };
 
-TEST_F(StreamTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
+TEST_F(UsbCaptureInputTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
     start();
     ASSERT_TRUE(waitForStream());
     const auto before = std::chrono::steady_clock::now().time_since_epoch();
@@ -126,13 +133,13 @@ TEST_F(StreamTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
     expectTidy();
 }
 
-TEST_F(StreamTest, AsksForAHigherPriorityOfItsThreads) {
+TEST_F(UsbCaptureInputTest, AsksForAHigherPriorityOfItsThreads) {
     start();
     EXPECT_TRUE(priorities->waitFor("usb capture"));
     EXPECT_TRUE(priorities->waitFor("usb events"));
 }
 
-TEST_F(StreamTest, AgreesOnTheChosenFormatAndRate) {
+TEST_F(UsbCaptureInputTest, AgreesOnTheChosenFormatAndRate) {
     start(patient, {{}, 15.0, {}});
     ASSERT_TRUE(waitForStream());
     const auto format = camera->firmware().committedFormat();
@@ -141,7 +148,7 @@ TEST_F(StreamTest, AgreesOnTheChosenFormatAndRate) {
     EXPECT_EQ(format->frameInterval, fps15);
 }
 
-TEST_F(StreamTest, TakesNoMoreOfTheBusThanItNeedsAndGivesItBack) {
+TEST_F(UsbCaptureInputTest, TakesNoMoreOfTheBusThanItNeedsAndGivesItBack) {
     use(wideCamera());
     start();
     ASSERT_TRUE(waitForStream());
@@ -153,7 +160,7 @@ TEST_F(StreamTest, TakesNoMoreOfTheBusThanItNeedsAndGivesItBack) {
     EXPECT_EQ(camera->counts().alternates[4], 2) << "a compressed stream needs less";
 }
 
-TEST_F(StreamTest, SubmitsTransfersAgainSoThatTheStreamGoesOn) {
+TEST_F(UsbCaptureInputTest, SubmitsTransfersAgainSoThatTheStreamGoesOn) {
     start();
     for (std::size_t count = 1; count <= 60; ++count) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
@@ -163,7 +170,7 @@ TEST_F(StreamTest, SubmitsTransfersAgainSoThatTheStreamGoesOn) {
     EXPECT_TRUE(std::ranges::is_sorted(times, std::less_equal<>())) << "each later than the one before";
 }
 
-TEST_F(StreamTest, JoinsAFrameOverTransfersAndTakesSeveralOfOne) {
+TEST_F(UsbCaptureInputTest, JoinsAFrameOverTransfersAndTakesSeveralOfOne) {
     start();
     auto first = maker.next();
     const std::vector<Bytes> head(first.begin(), first.begin() + 2);
@@ -175,11 +182,11 @@ TEST_F(StreamTest, JoinsAFrameOverTransfersAndTakesSeveralOfOne) {
     ASSERT_TRUE(frames.waitFor(1));
 }
 
-TEST_F(StreamTest, DropsDamagedAndShortFrames) {
+TEST_F(UsbCaptureInputTest, DropsDamagedAndShortFrames) {
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame - 1)));
-    ASSERT_TRUE(camera->deliverSoon(maker.next(), UsbPortStatus::failed));
+    ASSERT_TRUE(camera->deliverSoon(maker.next(), ErrorCode::failed));
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
     input->stop();
@@ -187,7 +194,7 @@ TEST_F(StreamTest, DropsDamagedAndShortFrames) {
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
-TEST_F(StreamTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame) {
+TEST_F(UsbCaptureInputTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame) {
     start();
     frames.hold(true);
     for (int i = 0; i < 100; ++i)
@@ -202,7 +209,7 @@ TEST_F(StreamTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame) {
     EXPECT_GE(frames.times().back(), lastOne.count());
 }
 
-TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
+TEST_F(UsbCaptureInputTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
@@ -210,39 +217,39 @@ TEST_F(StreamTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
     half.resize(3);
     ASSERT_TRUE(camera->deliverSoon(half));
     camera->vanish();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
-    const int requests = camera->counts().requests;
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
+    const std::size_t requests = camera->requests().size();
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "it does not reconnect";
-    EXPECT_EQ(camera->counts().requests, requests);
+    EXPECT_EQ(camera->counts().opened, 1) << "nothing to come back to";
+    EXPECT_EQ(camera->requests().size(), requests);
     EXPECT_EQ(frames.count(), 1U);
     EXPECT_THAT(lines.lines(), IsEmpty());
     expectTidy();
 }
 
-TEST_F(StreamTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+TEST_F(UsbCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
     camera->vanish();
     start();
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 1; }));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 1; }));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
-TEST_F(StreamTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
+TEST_F(UsbCaptureInputTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(smallCamera());
-        camera->failRequest(code, selector, UsbPortStatus::gone);
+        camera->failRequest(code, selector, ErrorCode::gone);
         start();
-        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.disconnected == 1; }));
+        ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.closed == 1; }));
         input->stop();
-        EXPECT_EQ(camera->counts().connected, 1);
+        EXPECT_EQ(camera->counts().opened, 1);
         expectTidy();
     }
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
-TEST_F(StreamTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
+TEST_F(UsbCaptureInputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     start(impatient);
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
@@ -251,12 +258,12 @@ TEST_F(StreamTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     while (frames.count() < 2) // a delivery may fall between two runs
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
     input->stop();
-    EXPECT_EQ(camera->counts().connected, 1) << "it is not given back in between";
+    EXPECT_EQ(camera->counts().opened, 1) << "it is not given back in between";
     EXPECT_THAT(camera->counts().alternates, testing::Contains(0).Times(testing::Ge(4)));
     expectTidy();
 }
 
-TEST_F(StreamTest, FramesThatAreAllDamagedCountAsSilence) {
+TEST_F(UsbCaptureInputTest, FramesThatAreAllDamagedCountAsSilence) {
     StreamPatience halfASecond = impatient;
     halfASecond.firstFrame = 500ms;
     start(halfASecond);
@@ -266,29 +273,29 @@ TEST_F(StreamTest, FramesThatAreAllDamagedCountAsSilence) {
     EXPECT_EQ(frames.count(), 0U);
 }
 
-TEST_F(StreamTest, WaitsForAnotherProgramWithOneLine) {
-    camera->failConnect(ErrorCode::busy, 5);
+TEST_F(UsbCaptureInputTest, WaitsForAnotherProgramWithOneLine) {
+    camera->fail("open", ErrorCode::busy, 5);
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(frames.waitFor(1));
-    EXPECT_EQ(camera->counts().connected, 6);
+    EXPECT_EQ(camera->counts().opened, 6);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another program")));
     input->stop();
     expectTidy();
 }
 
-TEST_F(StreamTest, RightsThatNeverComeEndTheInputWithOneLine) {
-    camera->failConnect(ErrorCode::denied, 1000);
+TEST_F(UsbCaptureInputTest, PermissionThatNeverComesEndsTheInputWithOneLine) {
+    camera->fail("open", ErrorCode::denied, 1000);
     start();
     ASSERT_TRUE(lines.waitFor(1));
     input->stop();
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("permission")));
-    EXPECT_EQ(camera->counts().connected, 6) << "5 ms of patience, a try each";
+    EXPECT_EQ(camera->counts().opened, 6) << "5 ms of patience, a try each";
 }
 
-TEST_F(StreamTest, AFullBusGetsALighterFormat) {
+TEST_F(UsbCaptureInputTest, AFullBusGetsALighterFormat) {
     use(wideCamera());
-    camera->failAlternate(5, UsbPortStatus::failed);
+    camera->fail("alternate 5", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -296,15 +303,15 @@ TEST_F(StreamTest, AFullBusGetsALighterFormat) {
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
-TEST_F(StreamTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
+TEST_F(UsbCaptureInputTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
     use(wideCamera());
-    camera->failSubmit(UsbPortStatus::failed);
+    camera->fail("submit", ErrorCode::failed, 1);
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
 }
 
-TEST_F(StreamTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
+TEST_F(UsbCaptureInputTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
     use(wideCamera());
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) {
         if (bytes[2] == 1) bytes[23] = 0x10; // 4096 and more, for the first format
@@ -314,18 +321,18 @@ TEST_F(StreamTest, APayloadThatNoSettingCarriesGetsALighterFormat) {
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
 }
 
-TEST_F(StreamTest, ABusTooFullForAllIsTriedAgain) {
-    camera->failAlternate(1, UsbPortStatus::failed, 3);
+TEST_F(UsbCaptureInputTest, ABusTooFullForAllIsTriedAgain) {
+    camera->fail("alternate 1", ErrorCode::failed, 3);
     start();
     EXPECT_TRUE(waitForStream());
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no room")));
-    EXPECT_EQ(camera->counts().connected, 1);
+    EXPECT_EQ(camera->counts().opened, 1);
 }
 
-TEST_F(StreamTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
+TEST_F(UsbCaptureInputTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
     for (const auto& [code, selector] : {std::pair{setCur, probe}, {getCur, probe}, {setCur, commit}}) {
         use(wideCamera());
-        camera->failRequest(code, selector, UsbPortStatus::stalled);
+        camera->failRequest(code, selector, ErrorCode::refused);
         start();
         ASSERT_TRUE(waitForStream());
         EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
@@ -333,7 +340,7 @@ TEST_F(StreamTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
     }
 }
 
-TEST_F(StreamTest, ACameraThatBendsARequestStreamsWhatItSays) {
+TEST_F(UsbCaptureInputTest, ACameraThatBendsARequestStreamsWhatItSays) {
     use(wideCamera());
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = 2; });
     start();
@@ -341,14 +348,14 @@ TEST_F(StreamTest, ACameraThatBendsARequestStreamsWhatItSays) {
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
 }
 
-TEST_F(StreamTest, ACameraThatAnswersWithNumbersOfNothingStreamsWhatWasAsked) {
+TEST_F(UsbCaptureInputTest, ACameraThatAnswersWithNumbersOfNothingStreamsWhatWasAsked) {
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = bytes[3] = 0; });
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     EXPECT_TRUE(frames.waitFor(1));
 }
 
-TEST_F(StreamTest, ALyingFrameSizeIsBounded) {
+TEST_F(UsbCaptureInputTest, ALyingFrameSizeIsBounded) {
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) {
         std::ranges::fill(bytes.subspan(18, 4), std::uint8_t{0xFF});
     });
@@ -362,7 +369,7 @@ TEST_F(StreamTest, ALyingFrameSizeIsBounded) {
     EXPECT_EQ(frames.count(), 2U) << "the one that was too long is not there";
 }
 
-TEST_F(StreamTest, PicturesLargerThanAnyAreNeverAskedFor) {
+TEST_F(UsbCaptureInputTest, PicturesLargerThanAnyAreNeverAskedFor) {
     VirtualCameraModel model = virtualCameraModel(1);
     model.offers = {{StreamEncoding::yuyv, 65535, 65535, {fps30}},
                     {StreamEncoding::mjpeg, 65535, 65535, {fps30}}};
@@ -373,7 +380,7 @@ TEST_F(StreamTest, PicturesLargerThanAnyAreNeverAskedFor) {
     EXPECT_EQ(camera->counts().transfers, 0);
 }
 
-TEST_F(StreamTest, ACameraThatBendsARequestToAnImpossiblePictureStreamsWhatWasAsked) {
+TEST_F(UsbCaptureInputTest, ACameraThatBendsARequestToAnImpossiblePictureStreamsWhatWasAsked) {
     VirtualCameraModel model = virtualCameraModel(1);
     model.offers = {{StreamEncoding::yuyv, 32, 16, {fps30}}, {StreamEncoding::yuyv, 65535, 65535, {fps30}}};
     use(model);
@@ -390,7 +397,7 @@ public:
     void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
 };
 
-TEST_F(StreamTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
+TEST_F(UsbCaptureInputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
     ExhaustedSink exhausted;
     start();
     input->stop();
@@ -402,15 +409,15 @@ TEST_F(StreamTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
     expectTidy();
 }
 
-TEST_F(StreamTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
-    camera->failRequest(setCur, probe, UsbPortStatus::timedOut, 3);
+TEST_F(UsbCaptureInputTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
+    camera->failRequest(setCur, probe, ErrorCode::timeout, 3);
     start();
     ASSERT_TRUE(waitForStream());
-    EXPECT_EQ(camera->counts().connected, 4);
+    EXPECT_EQ(camera->counts().opened, 4);
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("does not answer")));
 }
 
-TEST_F(StreamTest, ACameraWithoutAFormatForUsSaysSo) {
+TEST_F(UsbCaptureInputTest, ACameraWithoutAFormatForUsSaysSo) {
     VirtualCameraModel model = smallCamera();
     model.alterConfiguration = [](std::vector<std::uint8_t>& bytes) {
         const std::string_view code = "YUY2";
@@ -422,7 +429,7 @@ TEST_F(StreamTest, ACameraWithoutAFormatForUsSaysSo) {
     EXPECT_THAT(lines.lines().front(), HasSubstr("no format"));
 }
 
-TEST_F(StreamTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
+TEST_F(UsbCaptureInputTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
     VirtualCameraModel model = smallCamera();
     model.transport = StreamTransport::bulk;
     use(model);
@@ -437,13 +444,13 @@ TEST_F(StreamTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
     expectTidy();
 }
 
-TEST_F(StreamTest, AHaltedBulkEndpointIsStartedAgain) {
+TEST_F(UsbCaptureInputTest, AHaltedBulkEndpointIsStartedAgain) {
     VirtualCameraModel model = smallCamera();
     model.transport = StreamTransport::bulk;
     use(model);
     start();
-    ASSERT_TRUE(camera->deliverSoon({}, UsbPortStatus::stalled));
-    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.connected == 2; }));
+    ASSERT_TRUE(camera->deliverSoon({}, ErrorCode::refused));
+    ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 2; }));
     Bytes payload{2, 0x82};
     payload.resize(2 + wholeFrame, 0x80);
     ASSERT_TRUE(camera->deliverSoon({payload}));
@@ -451,7 +458,7 @@ TEST_F(StreamTest, AHaltedBulkEndpointIsStartedAgain) {
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("broke off")));
 }
 
-TEST_F(StreamTest, MayBeStoppedAndStartedTenTimes) {
+TEST_F(UsbCaptureInputTest, MayBeStoppedAndStartedTenTimes) {
     start();
     for (std::size_t run = 1; run <= 10; ++run) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
@@ -464,25 +471,25 @@ TEST_F(StreamTest, MayBeStoppedAndStartedTenTimes) {
     }
 }
 
-TEST_F(StreamTest, TwoCamerasMayTakeTurns) {
+TEST_F(UsbCaptureInputTest, TwoCamerasMayTakeTurns) {
     FakeUsbCamera other(smallCamera());
-    PortStreamInput second(nullptr, {[&](Error& error) { return other.connect(error); }, lines, {}, patient});
+    const auto second = inputOf(other, patient);
     start();
     for (std::size_t turn = 0; turn < 5; ++turn) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
         ASSERT_TRUE(frames.waitFor(2 * turn + 1));
         input->stop();
         expectTidy();
-        second.start(frames);
+        second->start(frames);
         ASSERT_TRUE(other.deliverSoon(maker.next()));
         ASSERT_TRUE(frames.waitFor(2 * turn + 2));
-        second.stop();
+        second->stop();
         EXPECT_EQ(other.counts().transfers, 0);
         input->start(frames);
     }
 }
 
-TEST_F(StreamTest, MayBeDestroyedWhileFramesPourIn) {
+TEST_F(UsbCaptureInputTest, MayBeDestroyedWhileFramesPourIn) {
     for (int round = 0; round < 20; ++round) {
         start();
         std::atomic<bool> done{false};
@@ -501,28 +508,28 @@ TEST_F(StreamTest, MayBeDestroyedWhileFramesPourIn) {
     }
 }
 
-TEST_F(StreamTest, MayBeStoppedAtAnyMoment) {
+TEST_F(UsbCaptureInputTest, MayBeStoppedAtAnyMoment) {
     std::minstd_rand random(3);
     start(impatient);
     for (int round = 0; round < 150; ++round) {
         switch (random() % 6) {
             case 0:
-                camera->failRequest(setCur, commit, UsbPortStatus::stalled);
+                camera->failRequest(setCur, commit, ErrorCode::refused);
                 break;
             case 1:
-                camera->failAlternate(1, UsbPortStatus::failed);
+                camera->fail("alternate 1", ErrorCode::failed, 1);
                 break;
             case 2:
-                camera->failConnect(ErrorCode::busy, 2);
+                camera->fail("open", ErrorCode::busy, 2);
                 break;
             case 3:
-                camera->failSubmit(UsbPortStatus::failed, 2);
+                camera->fail("submit", ErrorCode::failed, 2);
                 break;
             default:
                 break;
         }
         for (auto i = random() % 40; i > 0; --i) {
-            camera->deliver(maker.next(), random() % 3 == 0 ? UsbPortStatus::failed : UsbPortStatus::ok);
+            camera->deliver(maker.next(), random() % 3 == 0 ? ErrorCode::failed : ErrorCode::none);
             std::this_thread::yield();
         }
         input->stop();

@@ -2,17 +2,19 @@
 // V4L2 controls in memory that follow the driver's rules and fail on request.
 #pragma once
 
+#include <linux/videodev2.h>
+
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <set>
 #include <vector>
 
-#include "platform/linux/v4l2/v4l2_control_device.h"
+#include "platform/linux/v4l2/v4l2_controls.h"
 
 namespace tavelo::test {
 
-class FakeControlDevice final : public V4l2ControlDevice {
+class FakeControlNode final : public V4l2Node {
 public:
     struct Control {
         V4l2ControlInfo info;
@@ -28,20 +30,27 @@ public:
     /// Set up before use.
     std::map<std::uint32_t, Control> controls;
 
-    /// The arguments of every call of set(), in order.
+    /// Of this node.
+    std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+
+    /// Every write, in order, as it was asked.
     std::vector<std::vector<V4l2ControlValue>> writes() const;
 
-    int queryControl(std::uint32_t id, V4l2ControlInfo& info) override;
-    int queryMenu(std::uint32_t id, std::uint32_t index) override;
-    int get(std::span<V4l2ControlValue> values) override;
-    int set(std::span<V4l2ControlValue> values) override;
+    int control(unsigned long request, void* argument) override;
+    V4l2Mapping map(std::size_t length, std::uint32_t offset) override;
+    int descriptor() const override { return -1; }
 
 private:
+    int query(v4l2_queryctrl& query) const;
+    int queryMenu(const v4l2_querymenu& query) const;
+    int get(std::span<v4l2_ext_control> values);
+    int set(std::span<v4l2_ext_control> values);
+
     mutable std::mutex mutex_; // guards values and writes_
     std::vector<std::vector<V4l2ControlValue>> writes_;
 };
 
 /// Every control mapped by the kernel, with typical ranges.
-std::map<std::uint32_t, FakeControlDevice::Control> everyControl();
+std::map<std::uint32_t, FakeControlNode::Control> everyControl();
 
 } // namespace tavelo::test

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#include "platform/common/retrying_capture_input.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace tavelo {
+
+RetryingCaptureInput::RetryingCaptureInput(std::shared_ptr<CaptureDevice> device, std::string name,
+                                           const char* threadName, CaptureInputOptions options)
+    : device_(std::move(device)),
+      name_(std::move(name)),
+      threadName_(threadName),
+      options_(std::move(options)),
+      policy_(options_.patience) {}
+
+void RetryingCaptureInput::start(FrameSink& sink) {
+    if (thread_.joinable()) return;
+    setStop(false);
+    trouble_.clear();
+    policy_ = StreamRetryPolicy(options_.patience);
+    sink_ = &sink;
+    thread_ = std::thread([this] {
+        pthread_setname_np(pthread_self(), threadName_);
+        if (options_.priority) options_.priority->raise();
+        run();
+        release();
+    });
+}
+
+void RetryingCaptureInput::stop() {
+    if (!thread_.joinable()) return;
+    setStop(true);
+    thread_.join();
+}
+
+void RetryingCaptureInput::run() {
+    for (;;) {
+        const StreamOver over = streamOnce();
+        if (over.end == StreamEnd::gone && !isListed()) return;
+        const auto decision = policy_.after(over.end);
+        if (decision.report) report(over);
+        if (!decision.wait || waitForStop(*decision.wait)) return;
+        // Another camera may have its place by now.
+        if (over.end == StreamEnd::gone && !isListed()) return;
+    }
+}
+
+RetryingCaptureInput::Clock::time_point RetryingCaptureInput::frameCame() {
+    policy_.frameCame();
+    trouble_.clear();
+    return Clock::now() + options_.patience.silence;
+}
+
+void RetryingCaptureInput::deliver(std::shared_ptr<PixelBuffer> picture, std::chrono::nanoseconds time) {
+    if (!picture) {
+        countDamaged();
+        return;
+    }
+    damagedInARow_ = 0;
+    lastTime_ = std::max(time, lastTime_ + std::chrono::nanoseconds(1));
+    sink_->consume({std::move(picture), MediaTime::fromNanoseconds(lastTime_)});
+}
+
+void RetryingCaptureInput::countDamaged() {
+    if (++damagedInARow_ == damagedFramesWorthALine)
+        options_.diagnostics.report(name_, "streaming: every frame of the last second was damaged");
+}
+
+void RetryingCaptureInput::report(StreamOver over) {
+    if (over.end == StreamEnd::busy) over.reason = options_.whoHolds();
+    trouble_.set({errorCodeOf(over.end), over.reason});
+    options_.diagnostics.report(name_, streamEndText(over.end, over.reason));
+}
+
+} // namespace tavelo

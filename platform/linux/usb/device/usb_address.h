@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// The address of a USB device.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <string>
+
+namespace tavelo {
+
+/// Of a plugged-in device; it changes each time the device is plugged in.
+struct UsbAddress {
+    std::uint8_t bus = 0;
+    std::uint8_t device = 0;
+
+    /// "/dev/bus/usb/001/005"
+    std::string path() const;
+
+    friend auto operator<=>(const UsbAddress&, const UsbAddress&) = default;
+};
+
+} // namespace tavelo

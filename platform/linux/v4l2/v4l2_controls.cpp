@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/v4l2/v4l2_controls.h"
+
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+namespace tavelo {
+
+namespace {
+
+// One request for all values; on success `values` holds what the driver made of them.
+int exchange(V4l2Node& node, unsigned long request, std::span<V4l2ControlValue> values) {
+    std::vector<v4l2_ext_control> entries(values.size());
+    std::ranges::transform(values, entries.begin(), [](const V4l2ControlValue& value) {
+        v4l2_ext_control entry{};
+        entry.id = value.id;
+        entry.value = value.value;
+        return entry;
+    });
+    v4l2_ext_controls list{};
+    list.which = V4L2_CTRL_WHICH_CUR_VAL;
+    list.count = static_cast<std::uint32_t>(entries.size());
+    list.controls = entries.data();
+    if (const int error = node.control(request, &list)) return error;
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i].value = entries[i].value;
+    return 0;
+}
+
+} // namespace
+
+std::unique_ptr<V4l2Node> openForControls(V4l2NodeOpener& opener, const std::string& path, int& error) {
+    auto node = opener.open(path, error);
+    if (!node) return nullptr;
+    std::uint32_t capabilities = 0;
+    error = queryCapabilities(*node, capabilities);
+    if (error == 0 && (capabilities & (V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_VIDEO_CAPTURE_MPLANE)) == 0)
+        error = ENOTTY;
+    if (error != 0) return nullptr;
+    return node;
+}
+
+int queryControl(V4l2Node& node, std::uint32_t id, V4l2ControlInfo& info) {
+    v4l2_queryctrl query{};
+    query.id = id;
+    if (const int error = node.control(VIDIOC_QUERYCTRL, &query)) return error;
+    info = {query.minimum, query.maximum, query.step, query.default_value, query.flags};
+    return 0;
+}
+
+int queryMenu(V4l2Node& node, std::uint32_t id, std::uint32_t index) {
+    v4l2_querymenu query{};
+    query.id = id;
+    query.index = index;
+    return node.control(VIDIOC_QUERYMENU, &query);
+}
+
+int getControls(V4l2Node& node, std::span<V4l2ControlValue> values) {
+    return exchange(node, VIDIOC_G_EXT_CTRLS, values);
+}
+
+int setControls(V4l2Node& node, std::span<V4l2ControlValue> values) {
+    return exchange(node, VIDIOC_S_EXT_CTRLS, values);
+}
+
+} // namespace tavelo
