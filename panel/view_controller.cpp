@@ -68,15 +68,11 @@ void ViewController::putInto(QWidget& window) {
 }
 
 void ViewController::connectActions() {
-    connectRow(PanelRow::brightness, &ViewController::brightnessSliderAction);
-    connectRow(PanelRow::contrast, &ViewController::contrastSliderAction);
-    connectRow(PanelRow::saturation, &ViewController::saturationSliderAction);
-    connectRow(PanelRow::whiteBalance, &ViewController::whiteBalanceSliderAction);
-    connectRow(PanelRow::sharpness, &ViewController::sharpnessSliderAction);
-    connectRow(PanelRow::zoom, &ViewController::zoomSliderAction);
-    connectRow(PanelRow::panLeftRight, &ViewController::panLeftRightSliderAction);
-    connectRow(PanelRow::panUpDown, &ViewController::panUpDownSliderAction);
-
+    for (std::size_t i = 0; i < panelRowCount; ++i) {
+        KTSlider* slider = view_->rows()[i].slider;
+        connect(slider, &KTSlider::action, this,
+                [this, row = static_cast<PanelRow>(i), slider] { sliderAction(row, slider); });
+    }
     KTSwitch* mirror = view_->mirrorSwitch();
     connect(mirror, &KTSwitch::clicked, this, [this, mirror] { mirrorSwitchAction(mirror); });
     const auto connectButton = [this](QAbstractButton* button, void (ViewController::*action)(QObject*)) {
@@ -94,11 +90,6 @@ void ViewController::connectActions() {
     connectButton(view_->restoreProfileButton(), &ViewController::restoreProfileButtonAction);
     connectButton(view_->minButton(), &ViewController::minButtonAction);
     connectButton(view_->closeButton(), &ViewController::closeButtonAction);
-}
-
-void ViewController::connectRow(PanelRow row, void (ViewController::*action)(KTSlider*)) {
-    KTSlider* slider = view_->row(row).slider;
-    connect(slider, &KTSlider::action, this, [this, slider, action] { (this->*action)(slider); });
 }
 
 void ViewController::setCameraControlViewEnable(bool enable) {

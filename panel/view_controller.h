@@ -95,14 +95,14 @@ public:
     void minButtonAction(QObject* sender);
 
     // Controls
-    void brightnessSliderAction(KTSlider* sender);
-    void contrastSliderAction(KTSlider* sender);
-    void saturationSliderAction(KTSlider* sender);
-    void whiteBalanceSliderAction(KTSlider* sender);
-    void sharpnessSliderAction(KTSlider* sender);
-    void zoomSliderAction(KTSlider* sender);
-    void panLeftRightSliderAction(KTSlider* sender);
-    void panUpDownSliderAction(KTSlider* sender);
+    void brightnessSliderAction(KTSlider* sender) { sliderAction(PanelRow::brightness, sender); }
+    void contrastSliderAction(KTSlider* sender) { sliderAction(PanelRow::contrast, sender); }
+    void saturationSliderAction(KTSlider* sender) { sliderAction(PanelRow::saturation, sender); }
+    void whiteBalanceSliderAction(KTSlider* sender) { sliderAction(PanelRow::whiteBalance, sender); }
+    void sharpnessSliderAction(KTSlider* sender) { sliderAction(PanelRow::sharpness, sender); }
+    void zoomSliderAction(KTSlider* sender) { sliderAction(PanelRow::zoom, sender); }
+    void panLeftRightSliderAction(KTSlider* sender) { sliderAction(PanelRow::panLeftRight, sender); }
+    void panUpDownSliderAction(KTSlider* sender) { sliderAction(PanelRow::panUpDown, sender); }
     void mirrorSwitchAction(KTSwitch* sender);
     void hz50CheckButtonAction(QObject* sender);
     void hz60CheckButtonAction(QObject* sender);
@@ -123,7 +123,6 @@ private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
     void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override;
     void connectActions();
-    void connectRow(PanelRow row, void (ViewController::*action)(KTSlider*));
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;
@@ -155,7 +154,7 @@ private:
     void showValueText(PanelRow row);
     void showValue(PanelRow row);
     void showPowerLine();
-    void showStoredControl(std::size_t control);
+    void showControl(KTUVCControl control);
 
     std::optional<PreferencesArray> settingsRecord() const;
     void storeSettingsRecord(const PreferencesArray& record);
