@@ -79,7 +79,10 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
     ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
-                          windowController, commandLine.renderer});
+                          commandLine.renderer});
+    QObject::connect(&panel, &ViewController::closeRequested, &windowController, &KTWindowController::close);
+    QObject::connect(&panel, &ViewController::miniaturizeRequested, &windowController,
+                     &KTWindowController::miniaturize);
     panel.viewDidLoad();
     panel.putInto(window);
     const ScreenFit screenFit(window, *panel.view());

@@ -21,14 +21,13 @@ constexpr int videoScope = 2;
 
 } // namespace
 
-ViewController::ViewController(const PanelEnvironment& environment)
-    : uvcManager_(environment.uvcManager),
-      capture_(environment.capture),
-      userDefaults_(environment.userDefaults),
-      bundle_(environment.bundle),
-      window_(environment.window),
-      renderer_(environment.renderer),
-      pause_(environment.pause) {
+ViewController::ViewController(const PanelOptions& options)
+    : uvcManager_(options.uvcManager),
+      capture_(options.capture),
+      userDefaults_(options.userDefaults),
+      bundle_(options.bundle),
+      renderer_(options.renderer),
+      pause_(options.pause) {
     showTimer_.setSingleShot(true);
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
     readAgainTimer_.setSingleShot(true);
@@ -123,11 +122,11 @@ void ViewController::showMtkView() {
 }
 
 void ViewController::closeButtonAction(QObject* /*sender*/) {
-    window_.close();
+    Q_EMIT closeRequested();
 }
 
-void ViewController::minButtonAction(QObject* sender) {
-    window_.miniaturize(sender);
+void ViewController::minButtonAction(QObject* /*sender*/) {
+    Q_EMIT miniaturizeRequested();
 }
 
 } // namespace tavelo

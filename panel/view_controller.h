@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "panel/panel_view.h"
-#include "panel/panel_window.h"
 #include "panel/profile_saves.h"
 #include "panel/reopening_policy.h"
 #include "platform/bundle.h"
@@ -28,12 +27,11 @@ namespace tavelo {
 struct SettingsPushEvents;
 
 /// What the panel works with.  Everything must outlive it.
-struct PanelEnvironment {
+struct PanelOptions {
     KTUVCManager& uvcManager;
     CapturePlatform& capture;
     PreferencesStore& userDefaults;
     const Bundle& bundle;
-    PanelWindow& window;
     RendererChoice renderer = RendererChoice::automatic;
     /// Sleeps; tests may replace it.
     std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
@@ -51,7 +49,7 @@ class ViewController final : public QObject, public BusProberDelegate, public Ca
     Q_OBJECT
 
 public:
-    explicit ViewController(const PanelEnvironment& environment);
+    explicit ViewController(const PanelOptions& options);
     ~ViewController() override;
 
     /// Sets up prober, widgets and cameras.  Call once, before the view is shown.
@@ -119,6 +117,11 @@ public:
     void setCameraWithCameraSettingsDictionaryShouldGetBright(const PreferencesDictionary& settings,
                                                               bool shouldGetBright);
 
+Q_SIGNALS:
+    /// The user asked to close or to minimise the window.
+    void closeRequested();
+    void miniaturizeRequested();
+
 private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
     void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override;
@@ -166,7 +169,6 @@ private:
     PreferencesStore& userDefaults_;
     ProfileSaves profileSaves_{userDefaults_};
     const Bundle& bundle_;
-    PanelWindow& window_;
     const RendererChoice renderer_;
     const std::function<void(std::chrono::milliseconds)> pause_;
 
