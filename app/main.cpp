@@ -11,8 +11,8 @@
 
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
-#include "app/camera_errand.h"
 #include "app/command_line.h"
+#include "app/headless_capture.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
@@ -78,8 +78,8 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
-    ViewController panel({KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle,
-                          commandLine.renderer});
+    ViewController panel(
+        {KTUVCManager::sharedManager(), *backends.capture, userDefaults, bundle, commandLine.renderer});
     QObject::connect(&panel, &ViewController::closeRequested, &windowController, &KTWindowController::close);
     QObject::connect(&panel, &ViewController::miniaturizeRequested, &windowController,
                      &KTWindowController::miniaturize);
@@ -131,23 +131,24 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
 }
 
 // Takes a still or a movie, even if a panel is already running.
-int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
+int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
     const Backends backends = makeBackends(backendOptions(commandLine), mainQueue, diagnostics);
-    CameraErrand errand(*backends.capture, backends.assetWriters, *commandLine.errand, commandLine.renderer);
-    QObject::connect(&quitSignals, &QuitSignals::asked, &errand, &CameraErrand::stop);
-    QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
+    HeadlessCapture capture(*backends.capture, backends.assetWriters, *commandLine.headlessCapture,
+                            commandLine.renderer);
+    QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
+    QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
     return KTApplication::exec();
 }
 
 int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     // Stills and movies need no display.
-    if (commandLine.errand) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (commandLine.headlessCapture) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
     KTApplication application(argc, argv);
     const QuitSignals quitSignals;
-    if (commandLine.errand) return runErrand(commandLine, quitSignals);
+    if (commandLine.headlessCapture) return runHeadlessCapture(commandLine, quitSignals);
     QObject::connect(&quitSignals, &QuitSignals::asked, &application, &KTApplication::quit);
     return runWindow(commandLine, application);
 }
@@ -163,7 +164,7 @@ int main(int argc, char** argv) {
         return exit->status;
     }
     const auto& commandLine = std::get<tavelo::CommandLine>(parsed);
-    if (!commandLine.errand && !tavelo::haveDisplay()) {
+    if (!commandLine.headlessCapture && !tavelo::haveDisplay()) {
         std::fputs("tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n", stderr);
         return 1;
     }

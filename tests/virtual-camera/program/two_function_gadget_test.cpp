@@ -69,7 +69,7 @@ TEST_F(TwoFunctions, HaveEachTheirOwnSetting) {
     EXPECT_EQ(second->alternateSetting(), 0);
 }
 
-TEST(TwoFunctionRack, PlugsAndPullsBothAtOnce) {
+TEST(TwoFunctionCameras, PlugsAndPullsBothAtOnce) {
     Error error;
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;
