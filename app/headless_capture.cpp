@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
+#include "app/error_line.h"
 #include "app/timed_recorder.h"
 #include "video/kt_display_view.h"
 
@@ -185,7 +185,7 @@ void HeadlessCapture::end(int status, const std::string& message) {
     if (state_ == State::done) return;
     state_ = State::done;
     timer_.stop();
-    if (!message.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", message.c_str());
+    if (!message.empty()) printErrorLine(message);
     QCoreApplication::exit(status);
 }
 

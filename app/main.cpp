@@ -12,6 +12,7 @@
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
 #include "app/command_line.h"
+#include "app/error_line.h"
 #include "app/headless_capture.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
@@ -46,9 +47,7 @@ bool haveDisplay() {
 
 BackendOptions backendOptions(const CommandLine& commandLine) {
     BackendOptions options = commandLine.backends;
-    options.warn = [](const std::string& line) {
-        std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
-    };
+    options.warn = [](const std::string& line) { printErrorLine(line); };
     return options;
 }
 
@@ -58,10 +57,10 @@ int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
     if (reason.isEmpty()) {
         const std::string line = ignoredOptionsLine(commandLine);
-        if (!line.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+        if (!line.empty()) printErrorLine(line);
         return 0;
     }
-    std::fprintf(stderr, "tavelo-control-panel: runs already and does not answer: %s\n", qPrintable(reason));
+    printErrorLine("runs already and does not answer", qPrintable(reason));
     return 1;
 }
 
@@ -165,7 +164,7 @@ int main(int argc, char** argv) {
     }
     const auto& commandLine = std::get<tavelo::CommandLine>(parsed);
     if (!commandLine.headlessCapture && !tavelo::haveDisplay()) {
-        std::fputs("tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n", stderr);
+        tavelo::printErrorLine("no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
         return 1;
     }
     return tavelo::runProgram(commandLine, argc, argv);
