@@ -44,7 +44,7 @@ std::string stateOfFile(const Error& error) {
 } // namespace
 
 HeadlessCapture::HeadlessCapture(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                           HeadlessCaptureOptions options, RendererChoice renderer)
+                                 HeadlessCaptureOptions options, RendererChoice renderer)
     : capture_(capture),
       assetWriters_(std::move(assetWriters)),
       options_(std::move(options)),

@@ -33,7 +33,7 @@ class HeadlessCapture final : public QObject, public CaptureDeviceObserver {
 public:
     /// `capture` must outlive this object.
     HeadlessCapture(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                 HeadlessCaptureOptions options, RendererChoice renderer);
+                    HeadlessCaptureOptions options, RendererChoice renderer);
     ~HeadlessCapture() override;
 
     /// Starts the camera and returns; the work is done in the event loop.

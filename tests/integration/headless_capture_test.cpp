@@ -41,13 +41,14 @@ protected:
     }
 
     /// Runs the capture to its end, on the test's event loop.
-    Outcome run(const HeadlessCaptureOptions& options, const std::function<void(HeadlessCapture&)>& meanwhile = {},
+    Outcome run(const HeadlessCaptureOptions& options,
+                const std::function<void(HeadlessCapture&)>& meanwhile = {},
                 CapturePlatform* platform = nullptr) {
         ::testing::internal::CaptureStderr();
         Outcome outcome;
         {
             HeadlessCapture capture(platform != nullptr ? *platform : *backend_.capture, writers_, options,
-                                RendererChoice::cpu);
+                                    RendererChoice::cpu);
             QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
             if (meanwhile) meanwhile(capture);
             outcome.status = QCoreApplication::exec();
@@ -156,23 +157,26 @@ TEST_F(HeadlessCaptureTest, MovieLastsAsLongAsItShould) {
 
 TEST_F(HeadlessCaptureTest, MovieThatIsStoppedByHandIsWhole) {
     const std::string path = file("stopped.mp4");
-    const Outcome outcome = run(
-        movie(path, {}), [&](HeadlessCapture& capture) { onceRecording(path, [&capture] { capture.stop(); }); });
+    const Outcome outcome = run(movie(path, {}), [&](HeadlessCapture& capture) {
+        onceRecording(path, [&capture] { capture.stop(); });
+    });
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
 TEST_F(HeadlessCaptureTest, UnpluggedCameraEndsTheMovieWhichPlays) {
     const std::string path = file("unplugged.mp4");
-    const Outcome outcome = run(
-        movie(path, 60s), [&](HeadlessCapture&) { onceRecording(path, [this] { backend_.bus->unplug(1); }); });
+    const Outcome outcome = run(movie(path, 60s), [&](HeadlessCapture&) {
+        onceRecording(path, [this] { backend_.bus->unplug(1); });
+    });
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + path + ": cut short: the camera was unplugged\n");
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
 TEST_F(HeadlessCaptureTest, FileThatCannotBeWrittenIsNamedWithTheReason) {
-    for (const HeadlessCaptureOptions& options : {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
+    for (const HeadlessCaptureOptions& options :
+         {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
         const Outcome outcome = run(options);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.errors, HasSubstr(options.file));

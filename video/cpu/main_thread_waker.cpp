@@ -15,7 +15,8 @@ MainThreadWaker::MainThreadWaker(std::function<void()> callback) : callback_(std
     readEnd_ = ends[0];
     writeEnd_ = ends[1];
     notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { runCallback(); });
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                     [this] { runCallback(); });
 }
 
 MainThreadWaker::~MainThreadWaker() {
