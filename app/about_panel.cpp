@@ -75,7 +75,7 @@ QDialog* makeAboutPanel(QWidget* parent, const QString& credits, const Bundle& b
     layout->addSpacing(10);
     layout->addLayout(makeButtons(panel, bundle));
     layout->setSizeConstraint(QLayout::SetFixedSize);
-    wearPanelLook(*panel);
+    applyPanelLook(*panel);
     return panel;
 }
 

@@ -17,7 +17,7 @@ namespace tavelo {
 namespace {
 
 constexpr int usageError = 2;
-constexpr int mostVirtualCameras = 8;
+constexpr int maxVirtualCameras = 8;
 
 std::optional<std::uint32_t> positiveNumber(std::string_view text) {
     std::uint32_t number = 0;
@@ -70,8 +70,8 @@ const CLI::Validator fileValidator(
 
 const CLI::Validator cameraValidator(
     [](const std::string& text) {
-        const bool numbersNone = text.find_first_not_of('0') == std::string::npos;
-        return numbersNone ? "not a camera's number, from 1, or identifier: " + text : std::string();
+        const bool isZeroOrEmpty = text.find_first_not_of('0') == std::string::npos;
+        return isZeroOrEmpty ? "not a camera's number, from 1, or identifier: " + text : std::string();
     },
     "", "camera");
 
@@ -132,7 +132,7 @@ public:
         app_.set_version_flag("--version", "tavelo-control-panel 1.0");
         addCameras();
         addWindow();
-        addErrands();
+        addHeadlessCapture();
         app_.failure_message(failureMessage);
     }
 
@@ -153,7 +153,7 @@ private:
         CLI::Option* const virtualCameras =
             app_.add_option("--virtual-cameras", line_.cameras.virtualCameras,
                             "Use this many virtual cameras instead of real ones")
-                ->check(CLI::Range(1, mostVirtualCameras));
+                ->check(CLI::Range(1, maxVirtualCameras));
         CLI::Option* const transport =
             app_.add_option("--transport", transport_, transportHelp())->excludes(virtualCameras);
         transports.addTo(transport);
@@ -179,7 +179,7 @@ private:
                           ->type_name("FILE");
     }
 
-    void addErrands() {
+    void addHeadlessCapture() {
         snapshot_ = app_.add_option("--snapshot", snapshotFile_,
                                     "Write the camera's picture to this PNG file, without a window")
                         ->check(fileValidator)
@@ -196,11 +196,12 @@ private:
                         ->type_name("SECONDS")
                         ->check(decimalWithin(0.1, 1e6))
                         ->needs(record_);
-        camera_ = app_.add_option("--camera", errand_.camera,
+        camera_ = app_.add_option("--camera", headlessCapture_.camera,
                                   "Snapshot or record this camera: its number, from 1, or its identifier")
                       ->check(cameraValidator)
                       ->type_name("CAMERA");
-        mirror_ = app_.add_flag("--mirror", errand_.mirror, "Snapshot or record the mirrored picture");
+        mirror_ =
+            app_.add_flag("--mirror", headlessCapture_.mirror, "Snapshot or record the mirrored picture");
     }
 
     std::variant<CommandLine, CommandLineExit> result() {
@@ -213,13 +214,13 @@ private:
         if (!format_.empty()) line_.cameras.format.fourcc = format_;
         const bool records = record_->count() > 0;
         if (records || snapshot_->count() > 0) {
-            errand_.kind = records ? ErrandRequest::Kind::record : ErrandRequest::Kind::snapshot;
-            errand_.file = records ? recordFile_ : snapshotFile_;
-            if (duration_->count() > 0) errand_.duration = std::chrono::duration<double>(seconds_);
-            line_.errand = errand_;
-        } else if (const CLI::Option* lonely = camera_->count() > 0 ? camera_ : mirror_;
-                   lonely->count() > 0) {
-            const CLI::RequiresError error(lonely->get_name(), "--snapshot or --record");
+            headlessCapture_.kind =
+                records ? HeadlessCaptureOptions::Kind::record : HeadlessCaptureOptions::Kind::snapshot;
+            headlessCapture_.file = records ? recordFile_ : snapshotFile_;
+            if (duration_->count() > 0) headlessCapture_.duration = std::chrono::duration<double>(seconds_);
+            line_.headlessCapture = headlessCapture_;
+        } else if (const CLI::Option* stray = camera_->count() > 0 ? camera_ : mirror_; stray->count() > 0) {
+            const CLI::RequiresError error(stray->get_name(), "--snapshot or --record");
             return CommandLineExit{usageError, {}, failureMessage(&app_, error)};
         }
         return line_;
@@ -227,7 +228,7 @@ private:
 
     CLI::App app_{"Live preview and picture controls for USB webcams.", "tavelo-control-panel"};
     CommandLine line_;
-    ErrandRequest errand_;
+    HeadlessCaptureOptions headlessCapture_;
     std::string transport_;
     std::string renderer_;
     std::string size_;

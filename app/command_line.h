@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "app/errand_request.h"
+#include "app/headless_capture_options.h"
 #include "platform/backends/backends.h"
 #include "video/renderer_choice.h"
 
@@ -20,7 +20,7 @@ struct CommandLine {
     /// A file: write a picture of the window to it once the camera's picture shows, then quit.
     std::optional<std::string> screenshot;
     /// A still or a movie to take instead of showing the window.
-    std::optional<ErrandRequest> errand;
+    std::optional<HeadlessCaptureOptions> headlessCapture;
     /// The names of the options that the user gave.
     std::vector<std::string> given;
 };

@@ -11,7 +11,7 @@ KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) 
     setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
     setApplicationVersion(QStringLiteral("1.0"));
     setDesktopFileName(QStringLiteral("org.tavelo.ControlPanel"));
-    dressToolTips();
+    applyToolTipLook();
 }
 
 void KTApplication::orderFrontStandardAboutPanelWithOptions(const QVariantMap& /*options*/,

@@ -26,7 +26,7 @@ void KTWindowController::close() {
     window_.close();
 }
 
-void KTWindowController::miniaturize(QObject* /*sender*/) {
+void KTWindowController::miniaturize() {
     window_.showMinimized();
 }
 

@@ -5,12 +5,11 @@
 #include <QObject>
 
 #include "app/kt_window.h"
-#include "panel/panel_window.h"
 
 namespace tavelo {
 
 /// Thread-bound to the main thread.
-class KTWindowController final : public QObject, public PanelWindow {
+class KTWindowController final : public QObject {
     Q_OBJECT
 
 public:
@@ -26,8 +25,8 @@ public:
     void makeKeyAndOrderFront();
 
     /// Closes the window; the program and the camera's session keep running.
-    void close() override;
-    void miniaturize(QObject* sender) override;
+    void close();
+    void miniaturize();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -11,8 +11,9 @@
 
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
-#include "app/camera_errand.h"
 #include "app/command_line.h"
+#include "app/error_line.h"
+#include "app/headless_capture.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
@@ -46,9 +47,7 @@ bool haveDisplay() {
 
 CameraOptions cameraOptions(const CommandLine& commandLine) {
     CameraOptions options = commandLine.cameras;
-    options.warn = [](const std::string& line) {
-        std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
-    };
+    options.warn = [](const std::string& line) { printErrorLine(line); };
     return options;
 }
 
@@ -58,10 +57,10 @@ int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     const QString reason = instance.activateFirst();
     if (reason.isEmpty()) {
         const std::string line = ignoredOptionsLine(commandLine);
-        if (!line.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", line.c_str());
+        if (!line.empty()) printErrorLine(line);
         return 0;
     }
-    std::fprintf(stderr, "tavelo-control-panel: runs already and does not answer: %s\n", qPrintable(reason));
+    printErrorLine("runs already and does not answer", qPrintable(reason));
     return 1;
 }
 
@@ -79,7 +78,10 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
     ViewController panel({KTUVCManager::sharedManager(), *backends.cameras.capture, userDefaults, bundle,
-                          windowController, commandLine.renderer});
+                          commandLine.renderer});
+    QObject::connect(&panel, &ViewController::closeRequested, &windowController, &KTWindowController::close);
+    QObject::connect(&panel, &ViewController::miniaturizeRequested, &windowController,
+                     &KTWindowController::miniaturize);
     panel.viewDidLoad();
     panel.putInto(window);
     const ScreenFit screenFit(window, *panel.view());
@@ -128,24 +130,24 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
 }
 
 // Takes a still or a movie, even if a panel is already running.
-int runErrand(const CommandLine& commandLine, const QuitSignals& quitSignals) {
+int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
     const Backends backends = makeBackends(cameraOptions(commandLine), mainQueue, diagnostics);
-    CameraErrand errand(*backends.cameras.capture, backends.assetWriters, *commandLine.errand,
-                        commandLine.renderer);
-    QObject::connect(&quitSignals, &QuitSignals::asked, &errand, &CameraErrand::stop);
-    QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
+    HeadlessCapture capture(*backends.cameras.capture, backends.assetWriters, *commandLine.headlessCapture,
+                            commandLine.renderer);
+    QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
+    QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
     return KTApplication::exec();
 }
 
 int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     // Stills and movies need no display.
-    if (commandLine.errand) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (commandLine.headlessCapture) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
     KTApplication application(argc, argv);
     const QuitSignals quitSignals;
-    if (commandLine.errand) return runErrand(commandLine, quitSignals);
+    if (commandLine.headlessCapture) return runHeadlessCapture(commandLine, quitSignals);
     QObject::connect(&quitSignals, &QuitSignals::asked, &application, &KTApplication::quit);
     return runWindow(commandLine, application);
 }
@@ -161,8 +163,8 @@ int main(int argc, char** argv) {
         return exit->status;
     }
     const auto& commandLine = std::get<tavelo::CommandLine>(parsed);
-    if (!commandLine.errand && !tavelo::haveDisplay()) {
-        std::fputs("tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n", stderr);
+    if (!commandLine.headlessCapture && !tavelo::haveDisplay()) {
+        tavelo::printErrorLine("no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
         return 1;
     }
     return tavelo::runProgram(commandLine, argc, argv);

@@ -30,8 +30,8 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     menu_.setObjectName(QStringLiteral("contextMenu"));
     addActions();
     addLanguages();
-    wearPanelLook(menu_);
-    wearPanelLook(languageMenu_);
+    applyPanelLook(menu_);
+    applyPanelLook(languageMenu_);
     retranslate();
     window_.addActions({&reconnect_, &quit_});
     window_.installEventFilter(this);

@@ -3,8 +3,9 @@
 
 #include <QString>
 #include <QtGlobal>
-#include <cstdio>
 #include <cstdlib>
+
+#include "app/error_line.h"
 
 namespace tavelo {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 void print(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     const QString firstSentence =
         message.section(QLatin1Char('\n'), 0, 0).section(QStringLiteral(". "), 0, 0);
-    std::fprintf(stderr, "tavelo-control-panel: %s\n", qPrintable(firstSentence));
+    printErrorLine(qPrintable(firstSentence));
     // Qt would dump core now, but an unreachable display is no bug of the program.
     if (type == QtFatalMsg) std::_Exit(1);
 }

@@ -36,8 +36,8 @@ QuitSignals::QuitSignals() : pipe_(openPipe()), notifier_(pipe_[0], QSocketNotif
     std::signal(SIGTERM, wakeEventLoop);
     std::signal(SIGINT, wakeEventLoop);
     // nohup ignores SIGHUP so that the program outlives its terminal.
-    hangsUp_ = std::signal(SIGHUP, wakeEventLoop) != SIG_IGN;
-    if (!hangsUp_) std::signal(SIGHUP, SIG_IGN);
+    handlesHangUp_ = std::signal(SIGHUP, wakeEventLoop) != SIG_IGN;
+    if (!handlesHangUp_) std::signal(SIGHUP, SIG_IGN);
     // Closing the terminal closes standard error, but finishing a movie may still print messages.
     std::signal(SIGPIPE, SIG_IGN);
 }
@@ -53,7 +53,7 @@ QuitSignals::~QuitSignals() {
     if (pipe_[0] < 0) return;
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
-    if (hangsUp_) std::signal(SIGHUP, SIG_DFL);
+    if (handlesHangUp_) std::signal(SIGHUP, SIG_DFL);
     notifier_.setEnabled(false);
     ::close(pipe_[0]);
     ::close(pipe_[1]);

@@ -24,7 +24,7 @@ private:
     void drain();
 
     std::array<int, 2> pipe_{-1, -1};
-    bool hangsUp_ = false; // SIGHUP was not ignored before
+    bool handlesHangUp_ = false; // SIGHUP was not ignored before
     QSocketNotifier notifier_;
 };
 

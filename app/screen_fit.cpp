@@ -28,12 +28,12 @@ void ScreenFit::follow(QScreen* screen) {
     if (screen == nullptr) return; // the last one was unplugged
     changes_ = connect(screen, &QScreen::availableGeometryChanged, this, [this] {
         fit();
-        bringIntoView();
+        fitScreen();
     });
     fit();
     // Only if the former screen is gone, not while the user drags the window to another screen.
     const QScreen* const before = std::exchange(screen_, screen);
-    if (before != nullptr && !QGuiApplication::screens().contains(before)) bringIntoView();
+    if (before != nullptr && !QGuiApplication::screens().contains(before)) fitScreen();
 }
 
 void ScreenFit::fit() {
@@ -49,7 +49,7 @@ void ScreenFit::fit() {
 }
 
 // Not every window manager does this for a frameless window, whose close button may then be off screen.
-void ScreenFit::bringIntoView() {
+void ScreenFit::fitScreen() {
     if (window_.isMaximized() || window_.isFullScreen()) return;
     const QRect area = availableArea(window_);
     if (area.isEmpty() || area.contains(window_.frameGeometry())) return;

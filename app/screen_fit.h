@@ -25,7 +25,7 @@ public:
 private:
     void follow(QScreen* screen);
     void fit();
-    void bringIntoView();
+    void fitScreen();
 
     QWidget& window_;
     PanelView& view_;

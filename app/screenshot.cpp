@@ -7,8 +7,8 @@
 #include <QSaveFile>
 #include <QScreen>
 #include <chrono>
-#include <cstdio>
 
+#include "app/error_line.h"
 #include "video/kt_display_view.h"
 
 namespace tavelo {
@@ -80,8 +80,7 @@ void Screenshot::poll() {
         take();
     } else if (std::chrono::milliseconds(waited_.elapsed()) > patience) {
         timer_.stop();
-        std::fprintf(stderr, "tavelo-control-panel: %s: not written: the camera delivered no picture\n",
-                     path_.c_str());
+        printErrorLine(path_, "not written: the camera delivered no picture");
         QCoreApplication::exit(1);
     }
 }
@@ -92,7 +91,7 @@ void Screenshot::take() {
         QCoreApplication::exit(0);
         return;
     }
-    std::fprintf(stderr, "tavelo-control-panel: %s: not written: %s\n", path_.c_str(), qPrintable(reason));
+    printErrorLine(path_, std::string("not written: ") + qPrintable(reason));
     QCoreApplication::exit(1);
 }
 

@@ -78,7 +78,7 @@ void showSoftwareList(QWidget* parent, const Bundle& bundle) {
     QPushButton* close = buttons->addButton(text(bundle, "Close"), QDialogButtonBox::RejectRole);
     QObject::connect(close, &QPushButton::clicked, dialog, &QDialog::reject);
     layout->addWidget(buttons);
-    wearPanelLook(*dialog);
+    applyPanelLook(*dialog);
     dialog->resize(dialogSize);
     dialog->show();
     dialog->activateWindow();

@@ -7,28 +7,19 @@ namespace tavelo::camera_settings {
 
 namespace {
 
-using C = KTUVCControl;
-
 // Stored for a control that could not be read.
 constexpr std::int64_t unread = -1;
 
-bool canBe(std::int64_t value, C control, const KTUVCParameters& record) {
+bool isStored(const PanelControl& control) {
+    return !control.profileKey.empty();
+}
+
+bool canBe(std::int64_t value, KTUVCControl control, const KTUVCParameters& record) {
     const bool isPair = controlRow(control).argument == ControlArgument::pair;
     return isPair || (value >= record.min() && value <= record.max());
 }
 
 } // namespace
-
-const std::array<StoredControl, 8> storedControls{{
-    {"kNSUserDefaultsKeyBrightness", C::bright, true},
-    {"kNSUserDefaultsKeyContrast", C::contrast, true},
-    {"kNSUserDefaultsKeySaturation", C::saturation, true},
-    {"kNSUserDefaultsKeyWhiteBalance", C::whiteBalance, true},
-    {"kNSUserDefaultsKeySharpness", C::sharpness, true},
-    {"kNSUserDefaultsKeyZoom", C::zoom, false},
-    {"kNSUserDefaultsKeyPanTilt", C::panTilt, false},
-    {"kNSUserDefaultsKeyPowerLine", C::powerLine, true},
-}};
 
 std::string keyForCamera(std::string_view uniqueID) {
     std::string key(settingsKey);
@@ -39,20 +30,22 @@ std::string keyForCamera(std::string_view uniqueID) {
 
 PreferencesDictionary defaults(const KTUVCManager& manager) {
     PreferencesDictionary profile;
-    for (const StoredControl& control : storedControls)
-        profile[std::string(control.key)] = {manager.record(control.control)->def()};
+    for (const PanelControl& control : panelControls())
+        if (isStored(control))
+            profile[std::string(control.profileKey)] = {manager.record(control.control)->def()};
     profile[std::string(mirrorKey)] = {std::int64_t(0)};
     return profile;
 }
 
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror) {
-    for (const StoredControl& control : storedControls) {
+    for (const PanelControl& control : panelControls()) {
+        if (!isStored(control)) continue;
         const KTUVCParameters& record = *manager.record(control.control);
         const PreferencesValue value{record.val()};
         if (record.supported())
-            profile.insert_or_assign(std::string(control.key), value);
+            profile.insert_or_assign(std::string(control.profileKey), value);
         else
-            profile.try_emplace(std::string(control.key), value);
+            profile.try_emplace(std::string(control.profileKey), value);
     }
     profile[std::string(mirrorKey)] = {mirror};
 }
@@ -85,28 +78,24 @@ bool boolean(const PreferencesDictionary& profile, std::string_view key) {
     return integer(profile, key) != 0;
 }
 
-ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager) {
-    ValuesToWrite values;
+std::vector<ValueToWrite> valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager) {
+    std::vector<ValueToWrite> values;
     bool wasSilent = false; // whether the camera did not answer when the profile was created
-    for (std::size_t i = 0; i < storedControls.size(); ++i) {
-        const StoredControl& control = storedControls[i];
+    for (const PanelControl& control : panelControls()) {
         const KTUVCParameters& record = *manager.record(control.control);
-        if (!record.supported()) continue;
-        values[i] = integer(profile, control.key);
-        wasSilent = wasSilent || (values[i] == unread && !canBe(unread, control.control, record));
+        if (!isStored(control) || !record.supported()) continue;
+        const std::int64_t value = integer(profile, control.profileKey);
+        values.push_back({&control, value});
+        wasSilent = wasSilent || (value == unread && !canBe(unread, control.control, record));
     }
-    if (wasSilent) std::ranges::replace(values, std::optional(unread), std::nullopt);
+    if (wasSilent) std::erase_if(values, [](const ValueToWrite& each) { return each.value == unread; });
     return values;
 }
 
 bool areDefaults(const PreferencesDictionary& profile, const KTUVCManager& manager) {
-    const ValuesToWrite values = valuesToWrite(profile, manager);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const StoredControl& control = storedControls[i];
-        if (control.decidesDefaults && values[i] && *values[i] != manager.record(control.control)->def())
-            return false;
-    }
-    return true;
+    return std::ranges::all_of(valuesToWrite(profile, manager), [&manager](const ValueToWrite& each) {
+        return !each.control->decidesDefaults || each.value == manager.record(each.control->control)->def();
+    });
 }
 
 } // namespace tavelo::camera_settings

@@ -2,12 +2,13 @@
 // The stored settings of a camera: four profiles and the index of the one selected last.
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "panel/panel_controls.h"
 #include "platform/preferences_store.h"
 #include "uvc/kt_uvc_manager.h"
 
@@ -20,25 +21,14 @@ inline constexpr std::string_view selectedProfileKey = "kNSUserDefaultsKeyCamera
 /// The position of the selected profile's entry in a record, after the four profiles.
 inline constexpr std::size_t selectedProfilePosition = 4;
 
-/// A camera control whose value profiles store.
-struct StoredControl {
-    std::string_view key;
-    KTUVCControl control;
-    /// Whether areDefaults() considers it.
-    bool decidesDefaults;
-};
-
-/// In the order in which profiles write them to the camera.
-extern const std::array<StoredControl, 8> storedControls;
-
 /// The preferences key of a camera's record.
 std::string keyForCamera(std::string_view uniqueID);
 
 /// The camera's own defaults, mirror off.
 PreferencesDictionary defaults(const KTUVCManager& manager);
 
-/// Overwrites the nine entries with the camera's current values.  Keeps other entries, and the entries of
-/// controls that the camera does not have.
+/// Overwrites the entries of panelControls() and the mirror with the current values.  Keeps other entries,
+/// and the entries of controls that the camera does not have.
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror);
 
 /// Four equal profiles and the selected index.
@@ -50,13 +40,16 @@ PreferencesDictionary selectedProfileEntry(std::int64_t selectedProfile);
 std::int64_t integer(const PreferencesDictionary& profile, std::string_view key);
 bool boolean(const PreferencesDictionary& profile, std::string_view key);
 
-using ValuesToWrite = std::array<std::optional<std::int64_t>, 8>;
+struct ValueToWrite {
+    const PanelControl* control;
+    std::int64_t value;
+};
 
-/// The values of a profile that the bound camera supports, in the order of storedControls.
+/// The values of a profile that the bound camera supports, in the order of panelControls().
 ///
 /// A profile created while the camera did not answer holds -1 for values that could not be read.  If any -1
 /// in a profile is outside its control's range, none of its -1 values is written.
-ValuesToWrite valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager);
+std::vector<ValueToWrite> valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager);
 
 /// Whether the profile's values are the bound camera's defaults.  Looks only at controls with
 /// decidesDefaults, and only at values that would be written.

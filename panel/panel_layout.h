@@ -20,7 +20,7 @@ enum class PanelRow : std::size_t {
     contrast,
     brightness,
 };
-inline constexpr std::size_t panelRowCount = 8;
+inline constexpr std::size_t panelRowCount = static_cast<std::size_t>(PanelRow::brightness) + 1;
 inline constexpr std::size_t profileCount = 4;
 
 /// Sizes that the layout depends on, in units: the view, and the rendered texts and artwork.

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "panel/panel_controls.h"
 #include "platform/bundle.h"
 #include "text/measure/size_with_font.h"
 #include "video/kt_display_view.h"
@@ -164,12 +165,8 @@ void PanelView::createPreview(std::unique_ptr<KTDisplayView> displayView) {
 }
 
 void PanelView::retranslate(const Bundle& bundle) {
-    // In the order of PanelRow.
-    constexpr std::array<std::string_view, panelRowCount> titles{
-        "Pan_left_right", "Pan_up_down", "Zoom",     "Sharpness",
-        "White_Balance",  "Saturation",  "Contrast", "Brightness"};
     for (std::size_t i = 0; i < panelRowCount; ++i) {
-        rows_[i].titleText->setText(text(bundle, titles[i]));
+        rows_[i].titleText->setText(text(bundle, panelControl(static_cast<PanelRow>(i)).title));
         rows_[i].slider->setAccessibleName(rows_[i].titleText->text());
     }
     mirrorTitleText_->setText(text(bundle, "Mirror"));

@@ -30,7 +30,7 @@ void showSavedAlert(QWidget* parent, const Bundle& bundle) {
         Image::fromFile(QStringLiteral(":/images/saved.svg")).pixmap(alert.devicePixelRatioF()));
     // Enter and Esc both activate the only button.
     alert.setDefaultButton(alert.addButton(text(bundle, "OK"), QMessageBox::AcceptRole));
-    wearPanelLook(alert);
+    applyPanelLook(alert);
     if (auto* layout = qobject_cast<QGridLayout*>(alert.layout())) {
         layout->setContentsMargins(margins);
         layout->setHorizontalSpacing(gap);

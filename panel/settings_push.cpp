@@ -2,9 +2,9 @@
 #include "panel/settings_push.h"
 
 #include <QThreadPool>
-#include <algorithm>
 #include <array>
 #include <utility>
+#include <vector>
 
 #include "panel/camera_settings.h"
 #include "uvc/bound_camera.h"
@@ -12,8 +12,6 @@
 
 namespace tavelo {
 namespace {
-
-using camera_settings::storedControls;
 
 // Relative exposure time, written before the user's own values, because some cameras settle only then.
 constexpr std::array<std::uint8_t, 2> exposureStep{100, 0};
@@ -33,9 +31,7 @@ public:
           shouldGetBright_(shouldGetBright || camera_settings::areDefaults(settings, manager)),
           events_(std::move(events)) {}
 
-    bool isEmpty() const {
-        return std::ranges::none_of(values_, [](const auto& value) { return value.has_value(); });
-    }
+    bool isEmpty() const { return values_.empty(); }
 
     void queue() {
         QThreadPool::globalInstance()->start([self = shared_from_this()] { self->run(); });
@@ -47,10 +43,9 @@ private:
             if (!openAgainIfClosed()) return;
             prepare();
         }
-        for (; next_ < storedControls.size(); ++next_) {
-            if (!values_[next_]) continue;
+        for (; next_ < values_.size(); ++next_) {
             if (!openAgainIfClosed()) return;
-            write(next_);
+            write(values_[next_]);
         }
     }
 
@@ -84,16 +79,16 @@ private:
                                                 relativeExposureSelector);
     }
 
-    void write(std::size_t index) {
-        camera_.setControlWithComplitionHandle(storedControls[index].control, *values_[index],
-                                               [this, index](bool accepted) {
-                                                   if (accepted) events_.accepted(index);
-                                               });
+    void write(const camera_settings::ValueToWrite& entry) {
+        const KTUVCControl control = entry.control->control;
+        camera_.setControlWithComplitionHandle(control, entry.value, [this, control](bool accepted) {
+            if (accepted) events_.accepted(control);
+        });
     }
 
     const BoundCamera camera_;
     const std::shared_ptr<KTUVCParameters> bright_;
-    const camera_settings::ValuesToWrite values_;
+    const std::vector<camera_settings::ValueToWrite> values_;
     const bool shouldGetBright_;
     const SettingsPushEvents events_;
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -15,8 +14,8 @@ namespace tavelo {
 /// Callbacks of a push.  They are called from any thread, do their work later on the main thread, and do
 /// nothing once the panel is gone or another camera is bound.
 struct SettingsPushEvents {
-    /// The camera accepted the value of storedControls[control].
-    std::function<void(std::size_t control)> accepted;
+    /// The camera accepted the value of this control.
+    std::function<void(KTUVCControl control)> accepted;
     /// Call `proceed` after the pause.
     std::function<void(std::chrono::milliseconds pause, std::function<void()> proceed)> proceedLater;
 };

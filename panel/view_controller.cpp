@@ -21,14 +21,13 @@ constexpr int videoScope = 2;
 
 } // namespace
 
-ViewController::ViewController(const PanelEnvironment& environment)
-    : uvcManager_(environment.uvcManager),
-      capture_(environment.capture),
-      userDefaults_(environment.userDefaults),
-      bundle_(environment.bundle),
-      window_(environment.window),
-      renderer_(environment.renderer),
-      pause_(environment.pause) {
+ViewController::ViewController(const PanelOptions& options)
+    : uvcManager_(options.uvcManager),
+      capture_(options.capture),
+      userDefaults_(options.userDefaults),
+      bundle_(options.bundle),
+      renderer_(options.renderer),
+      pause_(options.pause) {
     showTimer_.setSingleShot(true);
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
     readAgainTimer_.setSingleShot(true);
@@ -68,15 +67,11 @@ void ViewController::putInto(QWidget& window) {
 }
 
 void ViewController::connectActions() {
-    connectRow(PanelRow::brightness, &ViewController::brightnessSliderAction);
-    connectRow(PanelRow::contrast, &ViewController::contrastSliderAction);
-    connectRow(PanelRow::saturation, &ViewController::saturationSliderAction);
-    connectRow(PanelRow::whiteBalance, &ViewController::whiteBalanceSliderAction);
-    connectRow(PanelRow::sharpness, &ViewController::sharpnessSliderAction);
-    connectRow(PanelRow::zoom, &ViewController::zoomSliderAction);
-    connectRow(PanelRow::panLeftRight, &ViewController::panLeftRightSliderAction);
-    connectRow(PanelRow::panUpDown, &ViewController::panUpDownSliderAction);
-
+    for (std::size_t i = 0; i < panelRowCount; ++i) {
+        KTSlider* slider = view_->rows()[i].slider;
+        connect(slider, &KTSlider::action, this,
+                [this, row = static_cast<PanelRow>(i), slider] { sliderAction(row, slider); });
+    }
     KTSwitch* mirror = view_->mirrorSwitch();
     connect(mirror, &KTSwitch::clicked, this, [this, mirror] { mirrorSwitchAction(mirror); });
     const auto connectButton = [this](QAbstractButton* button, void (ViewController::*action)(QObject*)) {
@@ -94,11 +89,6 @@ void ViewController::connectActions() {
     connectButton(view_->restoreProfileButton(), &ViewController::restoreProfileButtonAction);
     connectButton(view_->minButton(), &ViewController::minButtonAction);
     connectButton(view_->closeButton(), &ViewController::closeButtonAction);
-}
-
-void ViewController::connectRow(PanelRow row, void (ViewController::*action)(KTSlider*)) {
-    KTSlider* slider = view_->row(row).slider;
-    connect(slider, &KTSlider::action, this, [this, slider, action] { (this->*action)(slider); });
 }
 
 void ViewController::setCameraControlViewEnable(bool enable) {
@@ -132,11 +122,11 @@ void ViewController::showMtkView() {
 }
 
 void ViewController::closeButtonAction(QObject* /*sender*/) {
-    window_.close();
+    Q_EMIT closeRequested();
 }
 
-void ViewController::minButtonAction(QObject* sender) {
-    window_.miniaturize(sender);
+void ViewController::minButtonAction(QObject* /*sender*/) {
+    Q_EMIT miniaturizeRequested();
 }
 
 } // namespace tavelo

@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "panel/panel_view.h"
-#include "panel/panel_window.h"
 #include "panel/profile_saves.h"
 #include "panel/reopening_policy.h"
 #include "platform/bundle.h"
@@ -28,12 +27,11 @@ namespace tavelo {
 struct SettingsPushEvents;
 
 /// What the panel works with.  Everything must outlive it.
-struct PanelEnvironment {
+struct PanelOptions {
     KTUVCManager& uvcManager;
     CapturePlatform& capture;
     PreferencesStore& userDefaults;
     const Bundle& bundle;
-    PanelWindow& window;
     RendererChoice renderer = RendererChoice::automatic;
     /// Sleeps; tests may replace it.
     std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
@@ -51,7 +49,7 @@ class ViewController final : public QObject, public BusProberDelegate, public Ca
     Q_OBJECT
 
 public:
-    explicit ViewController(const PanelEnvironment& environment);
+    explicit ViewController(const PanelOptions& options);
     ~ViewController() override;
 
     /// Sets up prober, widgets and cameras.  Call once, before the view is shown.
@@ -95,14 +93,14 @@ public:
     void minButtonAction(QObject* sender);
 
     // Controls
-    void brightnessSliderAction(KTSlider* sender);
-    void contrastSliderAction(KTSlider* sender);
-    void saturationSliderAction(KTSlider* sender);
-    void whiteBalanceSliderAction(KTSlider* sender);
-    void sharpnessSliderAction(KTSlider* sender);
-    void zoomSliderAction(KTSlider* sender);
-    void panLeftRightSliderAction(KTSlider* sender);
-    void panUpDownSliderAction(KTSlider* sender);
+    void brightnessSliderAction(KTSlider* sender) { sliderAction(PanelRow::brightness, sender); }
+    void contrastSliderAction(KTSlider* sender) { sliderAction(PanelRow::contrast, sender); }
+    void saturationSliderAction(KTSlider* sender) { sliderAction(PanelRow::saturation, sender); }
+    void whiteBalanceSliderAction(KTSlider* sender) { sliderAction(PanelRow::whiteBalance, sender); }
+    void sharpnessSliderAction(KTSlider* sender) { sliderAction(PanelRow::sharpness, sender); }
+    void zoomSliderAction(KTSlider* sender) { sliderAction(PanelRow::zoom, sender); }
+    void panLeftRightSliderAction(KTSlider* sender) { sliderAction(PanelRow::panLeftRight, sender); }
+    void panUpDownSliderAction(KTSlider* sender) { sliderAction(PanelRow::panUpDown, sender); }
     void mirrorSwitchAction(KTSwitch* sender);
     void hz50CheckButtonAction(QObject* sender);
     void hz60CheckButtonAction(QObject* sender);
@@ -119,11 +117,15 @@ public:
     void setCameraWithCameraSettingsDictionaryShouldGetBright(const PreferencesDictionary& settings,
                                                               bool shouldGetBright);
 
+Q_SIGNALS:
+    /// The user asked to close or to minimise the window.
+    void closeRequested();
+    void miniaturizeRequested();
+
 private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
     void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override;
     void connectActions();
-    void connectRow(PanelRow row, void (ViewController::*action)(KTSlider*));
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;
@@ -155,7 +157,7 @@ private:
     void showValueText(PanelRow row);
     void showValue(PanelRow row);
     void showPowerLine();
-    void showStoredControl(std::size_t control);
+    void showControl(KTUVCControl control);
 
     std::optional<PreferencesArray> settingsRecord() const;
     void storeSettingsRecord(const PreferencesArray& record);
@@ -167,7 +169,6 @@ private:
     PreferencesStore& userDefaults_;
     ProfileSaves profileSaves_{userDefaults_};
     const Bundle& bundle_;
-    PanelWindow& window_;
     const RendererChoice renderer_;
     const std::function<void(std::chrono::milliseconds)> pause_;
 

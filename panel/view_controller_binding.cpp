@@ -11,7 +11,7 @@ void ViewController::bindControls(const CaptureDevice& device) {
     cameraSettingKey_.reset();
     // Ends a drag that began with another camera, or with values that are about to change.
     for (const SliderRow& row : view_->rows())
-        row.slider->letGo();
+        row.slider->cancelDrag();
     reopening_.dragEnded();
 
     const bool bound =

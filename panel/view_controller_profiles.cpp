@@ -2,7 +2,6 @@
 // The four profiles of a camera: selecting, applying, saving, restoring.
 #include <QCoreApplication>
 #include <QPointer>
-#include <array>
 #include <utility>
 
 #include "panel/camera_settings.h"
@@ -20,12 +19,6 @@ using namespace std::chrono_literals;
 
 // How long the picture is hidden while the camera applies a profile.
 constexpr auto profileSettleTime = 300ms;
-
-// The row that shows an accepted value, in the order of camera_settings::storedControls.
-constexpr std::array<std::optional<PanelRow>, 8> rowOfStoredControl{
-    PanelRow::brightness, PanelRow::contrast, PanelRow::saturation, PanelRow::whiteBalance,
-    PanelRow::sharpness,  PanelRow::zoom,     std::nullopt,         std::nullopt};
-constexpr std::size_t panTiltPosition = 6;
 
 /// Runs `function(panel)` later on the main thread, unless the panel is gone by then.  Thread-safe.
 template <typename F>
@@ -145,9 +138,9 @@ void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
 SettingsPushEvents ViewController::pushEvents() {
     const QPointer<ViewController> panel(this);
     SettingsPushEvents events;
-    events.accepted = [panel, binding = uvcManager_.bindingIdentity()](std::size_t control) {
+    events.accepted = [panel, binding = uvcManager_.bindingIdentity()](KTUVCControl control) {
         onMainThread(panel, [control, binding](ViewController& self) {
-            if (self.isBoundAs(binding)) self.showStoredControl(control);
+            if (self.isBoundAs(binding)) self.showControl(control);
         });
     };
     events.proceedLater = [panel](std::chrono::milliseconds pause, std::function<void()> proceed) {
@@ -156,17 +149,6 @@ SettingsPushEvents ViewController::pushEvents() {
         });
     };
     return events;
-}
-
-void ViewController::showStoredControl(std::size_t control) {
-    if (const auto row = rowOfStoredControl[control]) {
-        showValue(*row);
-    } else if (control == panTiltPosition) {
-        showValue(PanelRow::panUpDown);
-        showValue(PanelRow::panLeftRight);
-    } else {
-        showPowerLine();
-    }
 }
 
 } // namespace tavelo

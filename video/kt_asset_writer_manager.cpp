@@ -33,12 +33,11 @@ std::filesystem::path documentsFolder() {
 KTAssetWriterManager::KTAssetWriterManager() : KTAssetWriterManager(nullptr) {}
 
 KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform)
-    : KTAssetWriterManager(std::move(platform), Surroundings()) {}
+    : KTAssetWriterManager(std::move(platform), Options()) {}
 
-KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform,
-                                           Surroundings surroundings)
+KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform, Options options)
     : platform_(std::move(platform)),
-      surroundings_(std::move(surroundings)) {}
+      options_(std::move(options)) {}
 
 KTAssetWriterManager::~KTAssetWriterManager() {
     stopRecord();
@@ -59,7 +58,7 @@ void KTAssetWriterManager::startRecordWithPixelBufferFilePathAudioOutputSettings
     makeVideoInput(videoSettingsFor(pixelBuffer.get()), false);
     makeAudioInput(audioOutputSettings);
     setCompletionHandler(std::move(completionHandler));
-    startDate_ = surroundings_.now();
+    startDate_ = options_.now();
     begin(0);
 }
 
@@ -135,7 +134,7 @@ void KTAssetWriterManager::recordPixelBufferWithPresentationTime(
 void KTAssetWriterManager::recordPixelBuffer(const std::shared_ptr<PixelBuffer>& pixelBuffer) {
     if (!pixelBuffer) return;
     const std::chrono::duration<double> elapsed =
-        startDate_ ? surroundings_.now() - *startDate_ : Clock::duration::zero();
+        startDate_ ? options_.now() - *startDate_ : Clock::duration::zero();
     auto frame = std::int64_t(elapsed.count() * wallClockTimescale);
     if (currentFrame_ >= frame) frame = currentFrame_ + 1;
     currentFrame_ = frame;
@@ -196,12 +195,12 @@ void KTAssetWriterManager::setCompletionHandler(CompletionHandler handler) {
 
 std::filesystem::path KTAssetWriterManager::getNewURL() {
     const auto milliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(surroundings_.now().time_since_epoch());
+        std::chrono::duration_cast<std::chrono::milliseconds>(options_.now().time_since_epoch());
     const std::string text = QDateTime::fromMSecsSinceEpoch(milliseconds.count())
                                  .toString(QStringLiteral("yyyyMMddHHmmss"))
                                  .toStdString();
     const auto folder =
-        (surroundings_.documents.empty() ? documentsFolder() : surroundings_.documents) / text.substr(0, 8);
+        (options_.documents.empty() ? documentsFolder() : options_.documents) / text.substr(0, 8);
     std::error_code ignored;
     std::filesystem::create_directory(folder, ignored);
     auto file = folder / (text.substr(8) + ".mp4");

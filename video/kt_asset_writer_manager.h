@@ -36,7 +36,7 @@ public:
     using CompletionHandler = std::function<void(bool success, const Error& error)>;
 
     /// Replaced by tests.
-    struct Surroundings {
+    struct Options {
         std::function<Clock::time_point()> now = [] { return Clock::now(); };
         /// The user's documents folder; empty (the default) means the desktop's.
         std::filesystem::path documents;
@@ -45,7 +45,7 @@ public:
     /// Without a platform every start fails.
     KTAssetWriterManager();
     explicit KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform);
-    KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform, Surroundings surroundings);
+    KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform, Options options);
     /// Stops the recording, and waits for all movies that are finishing.
     virtual ~KTAssetWriterManager();
 
@@ -132,7 +132,7 @@ private:
     void movieDidFinish(Movie& movie, const AssetWriter& writer);
 
     const std::shared_ptr<AssetWriterPlatform> platform_;
-    const Surroundings surroundings_;
+    const Options options_;
 
     std::atomic<bool> recording_ = false;
     std::atomic<bool> firstSample_ = false;

@@ -165,16 +165,16 @@ private:
     // On the main thread
     void initMetal(const BackendFactory& makeBackend);
     void recover();
-    void letGoOfBackend();
-    void takeBackend(RenderBackend backend);
-    void handOverToProcessor();
+    void releaseBackend();
+    void useBackend(RenderBackend backend);
+    void switchToCpu();
     void setDrawable(bool drawable);
     void updateDrawableSize();
     void redisplay();
 
     // On the capture queue
     bool fits(const PixelBuffer& frame) const;
-    void awaitTurn();
+    void waitForPreviousFrame();
     void copyIntoPicture(const PixelBuffer& frame);
 
     // On the render queue
@@ -186,7 +186,7 @@ private:
     void displayPass(const Pictures& pictures);
     void didDraw();
     void didFailToDraw();
-    void letNextFrameCome();
+    void allowNextFrame();
     bool mayPresent();
     void noteRecording();
     Pictures pictures() const;
@@ -219,7 +219,7 @@ private:
 
     // On the render queue
     std::shared_ptr<KTAssetWriterManager> assetWriteManager_;
-    int picturesLeftOut_ = 0; // skipped in the preview, in a row
+    int skippedPictures_ = 0; // skipped in the preview, in a row
     int goodDraws_ = 0;       // since the last failure
     bool recovering_ = false;
 

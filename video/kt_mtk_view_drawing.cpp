@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 constexpr std::size_t rowAlignment = 64;
-constexpr int mostPicturesLeftOut = 4; // in a row
+constexpr int maxSkippedPictures = 4; // in a row
 
 // The frame's own row length, as the copy requires, or a padded one if the passes could not use that.
 std::size_t rowLengthFor(const PixelBuffer& frame) {
@@ -52,7 +52,7 @@ void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
 void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                                     const MediaTime& time) {
     if (!frame) return;
-    awaitTurn();
+    waitForPreviousFrame();
     if (!fits(*frame)) {
         // In one task, so that no draw or snapshot runs between the release and the new pictures.
         renderQueue_->sync([&] {
@@ -72,7 +72,7 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
 
 // During a recording, waits until the previous frame is corrected, so that a slow screen costs no movie
 // frames.
-void KTMTKView::awaitTurn() {
+void KTMTKView::waitForPreviousFrame() {
     if (!keepsEveryFrame_) return;
     std::unique_lock lock(stateMutex_);
     captureWaits_ = true;
@@ -187,13 +187,13 @@ void KTMTKView::drawWaitingFrame() {
 /// @return whether a camera frame was drawn; without one, only the screen is updated
 bool KTMTKView::drawInMTKView() {
     if (!makeCurrent()) {
-        letNextFrameCome();
+        allowNextFrame();
         didFailToDraw();
         return false;
     }
     const Pictures current = pictures();
     const bool corrected = correctionPass(current);
-    letNextFrameCome();
+    allowNextFrame();
     if (mayPresent()) displayPass(current);
     if (corrected && assetWriteManager_->isRecording())
         assetWriteManager_->recordPixelBufferWithPresentationTime(current.correctPixelBuffer,
@@ -202,7 +202,7 @@ bool KTMTKView::drawInMTKView() {
     return corrected;
 }
 
-void KTMTKView::letNextFrameCome() {
+void KTMTKView::allowNextFrame() {
     {
         const std::lock_guard lock(stateMutex_);
         frameWaits_ = false;
@@ -215,9 +215,9 @@ bool KTMTKView::mayPresent() {
     {
         const std::lock_guard lock(stateMutex_);
         const bool late = keepsEveryFrame_ && (frameWaits_ || captureWaits_);
-        if (late && ++picturesLeftOut_ <= mostPicturesLeftOut) return false;
+        if (late && ++skippedPictures_ <= maxSkippedPictures) return false;
     }
-    picturesLeftOut_ = 0;
+    skippedPictures_ = 0;
     return true;
 }
 

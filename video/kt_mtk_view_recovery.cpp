@@ -7,9 +7,9 @@
 namespace tavelo {
 namespace {
 
-constexpr int mostFailures = 3;
+constexpr int maxFailures = 3;
 // About a second; after that many draws earlier failures no longer count.
-constexpr int drawsThatHeal = 30;
+constexpr int drawsUntilRecovered = 30;
 
 } // namespace
 
@@ -18,7 +18,7 @@ bool KTMTKView::makeCurrent() {
 }
 
 void KTMTKView::didDraw() {
-    if (++goodDraws_ >= drawsThatHeal) failures_ = 0;
+    if (++goodDraws_ >= drawsUntilRecovered) failures_ = 0;
 }
 
 void KTMTKView::didFailToDraw() {
@@ -30,15 +30,15 @@ void KTMTKView::didFailToDraw() {
 }
 
 void KTMTKView::recover() {
-    letGoOfBackend();
-    while (++failures_ < mostFailures) {
+    releaseBackend();
+    while (++failures_ < maxFailures) {
         RenderBackend made = remakeBackend_(Renderer::gl, *this, *renderQueue_);
-        if (made.passes) return takeBackend(std::move(made));
+        if (made.passes) return useBackend(std::move(made));
     }
-    handOverToProcessor();
+    switchToCpu();
 }
 
-void KTMTKView::letGoOfBackend() {
+void KTMTKView::releaseBackend() {
     RenderBackend old;
     renderQueue_->sync([&] {
         Pictures released;
@@ -55,7 +55,7 @@ void KTMTKView::letGoOfBackend() {
     });
 }
 
-void KTMTKView::takeBackend(RenderBackend backend) {
+void KTMTKView::useBackend(RenderBackend backend) {
     renderer_ = backend.renderer;
     renderQueue_->sync([&] {
         backend_ = std::move(backend);
@@ -64,14 +64,14 @@ void KTMTKView::takeBackend(RenderBackend backend) {
     });
 }
 
-void KTMTKView::handOverToProcessor() {
+void KTMTKView::switchToCpu() {
     // The native window was created for OpenGL.
     const bool visible = isVisible();
     destroy();
     RenderBackend made = remakeBackend_(Renderer::cpu, *this, *renderQueue_);
     setSurfaceType(made.surfaceType);
     setFormat(made.format);
-    takeBackend(std::move(made));
+    useBackend(std::move(made));
     setVisible(visible);
     if (diagnostics_ != nullptr)
         diagnostics_->report("preview", "OpenGL failed three times: the processor draws from now on");

@@ -2,13 +2,29 @@
 #include "video/snapshot.h"
 
 #include <QBuffer>
+#include <QByteArray>
+#include <QImage>
 #include <QImageWriter>
 #include <QSaveFile>
 #include <QString>
+#include <array>
 #include <limits>
-#include <variant>
+#include <mutex>
 
 namespace tavelo {
+
+/// The results of the steps so far.
+struct SnapshotWork {
+    explicit SnapshotWork(const PixelBuffer& source) : frame(source) {}
+
+    const PixelBuffer& frame;
+    std::unique_lock<std::mutex> lock; // while `picture` uses the frame's pixels
+    QImage picture;
+    QByteArray rows; // the picture's own, not a copy
+    QImage bitmap;   // uses `rows`
+    QByteArray png;
+};
+
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
@@ -41,70 +57,73 @@ bool writeWhole(QSaveFile& file, const QByteArray& bytes) {
     return true;
 }
 
-std::variant<QByteArray, Error> encode(const PixelBuffer& frame, const SnapshotSteps& steps) {
-    const auto failed = [](const char* message) { return Error{ErrorCode::none, message}; };
-    QImage representation;
-    {
-        const auto lock = frame.lock();
-        const QImage image = steps.image(frame);
-        if (image.isNull()) return failed("CIImage create error");
-        representation = steps.representation(image);
-    }
-    if (representation.isNull()) return failed("NSCIImageRep create error");
-    const QImage picture = steps.picture(representation);
-    if (picture.isNull()) return failed("NSImage create error");
-    const QByteArray pixels = steps.pixels(picture);
-    if (pixels.isEmpty()) return failed("TIFFRepresentation error");
-    const QImage bitmap = steps.bitmap(pixels, picture);
-    if (bitmap.isNull()) return failed("NSBitmapImageRep create error");
-    const QByteArray png = steps.png(bitmap);
-    if (png.isEmpty()) return failed("NSData representationUsingType:NSPNGFileType error");
-    return png;
+// Wraps the frame's own pixels, without a copy.  Expects BGRA; alpha is ignored.
+bool wrapFrame(SnapshotWork& work) {
+    const PixelBuffer& frame = work.frame;
+    if (frame.format() != PixelFormat::bgra32 || !fitsAnImage(frame)) return false;
+    work.lock = frame.lock();
+    const std::uint8_t* pixels = frame.baseAddress();
+    if (pixels == nullptr || frame.bytesPerRow() < frame.width() * bytesPerPixel) return false;
+    work.picture = QImage(pixels, int(frame.width()), int(frame.height()), qsizetype(frame.bytesPerRow()),
+                          QImage::Format_RGB32);
+    return !work.picture.isNull();
 }
+
+bool copyFrame(SnapshotWork& work) {
+    work.picture = work.picture.copy();
+    work.lock.unlock();
+    return !work.picture.isNull();
+}
+
+// Red, green and blue, 8 bits each.
+bool makeOpaque(SnapshotWork& work) {
+    work.picture = work.picture.convertToFormat(QImage::Format_RGB888);
+    return !work.picture.isNull();
+}
+
+bool takeRows(SnapshotWork& work) {
+    work.rows = QByteArray::fromRawData(reinterpret_cast<const char*>(work.picture.constBits()),
+                                        work.picture.sizeInBytes());
+    return !work.rows.isEmpty();
+}
+
+bool wrapRows(SnapshotWork& work) {
+    const QImage& picture = work.picture;
+    work.bitmap = QImage(reinterpret_cast<const uchar*>(work.rows.constData()), picture.width(),
+                         picture.height(), picture.bytesPerLine(), picture.format());
+    return !work.bitmap.isNull();
+}
+
+bool compress(SnapshotWork& work) {
+    QBuffer buffer(&work.png);
+    QImageWriter writer(&buffer, "png");
+    writer.setCompression(compressionOfFastestLevel);
+    return writer.write(work.bitmap) && !work.png.isEmpty();
+}
+
+constexpr std::array allSteps{
+    SnapshotStep{wrapFrame, "CIImage create error"},
+    SnapshotStep{copyFrame, "NSCIImageRep create error"},
+    SnapshotStep{makeOpaque, "NSImage create error"},
+    SnapshotStep{takeRows, "TIFFRepresentation error"},
+    SnapshotStep{wrapRows, "NSBitmapImageRep create error"},
+    SnapshotStep{compress, "NSData representationUsingType:NSPNGFileType error"},
+};
 
 } // namespace
 
-QImage SnapshotSteps::image(const PixelBuffer& frame) const {
-    if (frame.format() != PixelFormat::bgra32 || !fitsAnImage(frame)) return {};
-    const std::uint8_t* pixels = frame.baseAddress();
-    if (pixels == nullptr || frame.bytesPerRow() < frame.width() * bytesPerPixel) return {};
-    return {pixels, int(frame.width()), int(frame.height()), qsizetype(frame.bytesPerRow()),
-            QImage::Format_RGB32};
-}
-
-QImage SnapshotSteps::representation(const QImage& image) const {
-    return image.copy();
-}
-
-QImage SnapshotSteps::picture(const QImage& representation) const {
-    return representation.convertToFormat(QImage::Format_RGB888);
-}
-
-QByteArray SnapshotSteps::pixels(const QImage& picture) const {
-    return QByteArray::fromRawData(reinterpret_cast<const char*>(picture.constBits()), picture.sizeInBytes());
-}
-
-QImage SnapshotSteps::bitmap(const QByteArray& pixels, const QImage& picture) const {
-    return {reinterpret_cast<const uchar*>(pixels.constData()), picture.width(), picture.height(),
-            picture.bytesPerLine(), picture.format()};
-}
-
-QByteArray SnapshotSteps::png(const QImage& bitmap) const {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImageWriter writer(&buffer, "png");
-    writer.setCompression(compressionOfFastestLevel);
-    if (!writer.write(bitmap)) return {};
-    return bytes;
+std::span<const SnapshotStep> snapshotSteps() {
+    return allSteps;
 }
 
 std::optional<Error> writeSnapshot(const PixelBuffer& frame, const std::string& filePath,
-                                   const SnapshotSteps& steps) {
-    const auto encoded = encode(frame, steps);
-    if (const auto* error = std::get_if<Error>(&encoded)) return *error;
-    const auto& png = std::get<QByteArray>(encoded);
+                                   std::span<const SnapshotStep> steps) {
+    SnapshotWork work(frame);
+    for (const SnapshotStep& step : steps)
+        if (!step.run(work)) return Error{ErrorCode::none, step.failure};
     QSaveFile file(QString::fromStdString(filePath));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeWhole(file, png) && file.commit())
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeWhole(file, work.png) &&
+        file.commit())
         return std::nullopt;
     return Error{codeOf(file.error()), file.errorString().toStdString(), "file system"};
 }

@@ -40,29 +40,29 @@ bool isModifier(int key) {
 
 /// Tracks whether the user of a window works with the keyboard; a child of the window.  The focus reason is
 /// not enough: Qt also reports a Tab if a disabled control passes the focus on.
-class KeyboardLead : public QObject {
+class KeyboardUse : public QObject {
 public:
-    static KeyboardLead& in(QWidget* window) {
+    static KeyboardUse& in(QWidget* window) {
         for (QObject* child : window->children()) {
-            if (auto* lead = dynamic_cast<KeyboardLead*>(child)) return *lead;
+            if (auto* use = dynamic_cast<KeyboardUse*>(child)) return *use;
         }
-        return *new KeyboardLead(window);
+        return *new KeyboardUse(window);
     }
 
-    bool leads() const { return leads_; }
-    void setLeads(bool leads) { leads_ = leads; }
+    bool isActive() const { return active_; }
+    void setActive(bool active) { active_ = active; }
 
     // While no control has the focus, the window itself gets the keys.
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->type() == QEvent::KeyPress && !isModifier(static_cast<QKeyEvent*>(event)->key()))
-            leads_ = true;
+            active_ = true;
         return false;
     }
 
 private:
-    explicit KeyboardLead(QWidget* window) : QObject(window) { window->installEventFilter(this); }
+    explicit KeyboardUse(QWidget* window) : QObject(window) { window->installEventFilter(this); }
 
-    bool leads_ = false;
+    bool active_ = false;
 };
 
 } // namespace
@@ -85,11 +85,11 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
             break;
         case QEvent::KeyPress:
             if (control_->hasFocus() && !isModifier(static_cast<QKeyEvent*>(event)->key())) {
-                KeyboardLead::in(control_->window()).setLeads(true);
+                KeyboardUse::in(control_->window()).setActive(true);
             }
             break;
         case QEvent::MouseButtonPress:
-            KeyboardLead::in(control_->window()).setLeads(false);
+            KeyboardUse::in(control_->window()).setActive(false);
             break;
         case QEvent::ParentChange:
             removeOverlay();
@@ -111,7 +111,7 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
 void FocusRing::focusArrived(Qt::FocusReason reason) {
     switch (reason) {
         case Qt::ShortcutFocusReason:
-            KeyboardLead::in(control_->window()).setLeads(true);
+            KeyboardUse::in(control_->window()).setActive(true);
             break;
         // Either a key was pressed or Qt moved the focus.
         case Qt::TabFocusReason:
@@ -122,7 +122,7 @@ void FocusRing::focusArrived(Qt::FocusReason reason) {
         case Qt::MenuBarFocusReason:
             break;
         default:
-            KeyboardLead::in(control_->window()).setLeads(false);
+            KeyboardUse::in(control_->window()).setActive(false);
     }
 }
 
@@ -130,7 +130,7 @@ void FocusRing::follow() {
     QWidget* const parent = control_->parentWidget();
     const bool shows = parent != nullptr && !control_->isWindow() && control_->hasFocus() &&
                        control_->isVisible() && control_->isEnabled() &&
-                       KeyboardLead::in(control_->window()).leads();
+                       KeyboardUse::in(control_->window()).isActive();
     if (!shows) {
         removeOverlay();
         return;

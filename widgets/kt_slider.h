@@ -53,7 +53,7 @@ public:
     /// Whether the user is dragging the knob.  Already false during the action() of the release.
     bool isHeld() const { return grip_.has_value(); }
     /// Ends a drag without an action; the user has to press again.
-    void letGo() { grip_.reset(); }
+    void cancelDrag() { grip_.reset(); }
 
     QSize sizeHint() const override { return {160, 16}; }
 

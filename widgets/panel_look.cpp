@@ -87,12 +87,12 @@ QPalette panelPalette() {
 
 } // namespace
 
-void wearPanelLook(QWidget& window) {
+void applyPanelLook(QWidget& window) {
     window.setPalette(panelPalette());
     window.setStyleSheet(panelStyleSheet());
 }
 
-void dressToolTips() {
+void applyToolTipLook() {
     QToolTip::setPalette(panelPalette());
 }
 

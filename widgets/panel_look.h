@@ -8,9 +8,9 @@ namespace tavelo {
 
 /// Gives a message box, menu or dialog and its children the panel's colours, regardless of the desktop's
 /// theme.  Default push buttons get the accent colour.  Main thread.
-void wearPanelLook(QWidget& window);
+void applyPanelLook(QWidget& window);
 
 /// Does the same for all tool tips of the program.  Main thread.
-void dressToolTips();
+void applyToolTipLook();
 
 } // namespace tavelo

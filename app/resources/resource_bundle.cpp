@@ -2,19 +2,17 @@
 #include "app/resources/resource_bundle.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
 
 namespace tavelo {
 namespace {
-
-// English is first because it is the fallback.
-constexpr std::array localizationNames{"en", "zh-Hans", "ja", "de", "fr", "es"};
 
 std::vector<std::string> desktopLanguages() {
     std::vector<std::string> names;
@@ -27,8 +25,8 @@ std::vector<std::string> desktopLanguages() {
     return names;
 }
 
-QJsonObject readTable(const char* localization) {
-    QFile file(QStringLiteral(":/strings/%1.json").arg(QLatin1String(localization)));
+QJsonObject readObject(const QString& path) {
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return {};
     return QJsonDocument::fromJson(file.readAll()).object();
 }
@@ -49,20 +47,29 @@ ResourceBundle::ResourceBundle() : ResourceBundle(desktopLanguages()) {}
 
 ResourceBundle::ResourceBundle(std::vector<std::string> preferredLanguages)
     : desktopLanguages_(std::move(preferredLanguages)),
-      tables_([] {
-          std::map<std::string, Table, std::less<>> tables;
-          for (const char* localization : localizationNames) {
-              Table& table = tables[localization];
-              const QJsonObject texts = readTable(localization);
-              for (auto text = texts.begin(); text != texts.end(); ++text) {
-                  table.emplace(text.key().toStdString(), text.value().toString().toStdString());
-              }
-          }
-          return tables;
-      }()) {}
+      tables_(readTables()) {}
+
+std::vector<ResourceBundle::Table> ResourceBundle::readTables() {
+    std::vector<Table> tables;
+    const QFileInfoList files = QDir(QStringLiteral(":/strings")).entryInfoList();
+    for (const QFileInfo& file : files) {
+        const QJsonObject object = readObject(file.filePath());
+        Table& table = tables.emplace_back();
+        table.localization = file.completeBaseName().toStdString();
+        table.position = object.value(QLatin1String("menu_position")).toInt();
+        for (auto entry = object.begin(); entry != object.end(); ++entry)
+            if (entry.value().isString())
+                table.texts.emplace(entry.key().toStdString(), entry.value().toString().toStdString());
+    }
+    std::ranges::stable_sort(tables, {}, &Table::position);
+    return tables;
+}
 
 std::vector<std::string> ResourceBundle::localizations() const {
-    return {localizationNames.begin(), localizationNames.end()};
+    std::vector<std::string> names;
+    for (const Table& table : tables_)
+        names.push_back(table.localization);
+    return names;
 }
 
 std::vector<std::string> ResourceBundle::preferredLanguages() const {
@@ -72,28 +79,28 @@ std::vector<std::string> ResourceBundle::preferredLanguages() const {
 }
 
 std::optional<std::string> ResourceBundle::string(std::string_view localization, std::string_view key) const {
-    const auto table = tables_.find(localization);
+    const auto table = std::ranges::find(tables_, localization, &Table::localization);
     if (table == tables_.end()) return std::nullopt;
-    const auto text = table->second.find(key);
-    if (text == table->second.end()) return std::nullopt;
+    const auto text = table->texts.find(key);
+    if (text == table->texts.end()) return std::nullopt;
     return text->second;
 }
 
 std::string ResourceBundle::localizedString(std::string_view key, std::string_view defaultValue) const {
     const Table& table = systemTable();
-    const auto text = table.find(key);
-    if (text != table.end()) return text->second;
+    const auto text = table.texts.find(key);
+    if (text != table.texts.end()) return text->second;
     return std::string(defaultValue.empty() ? key : defaultValue);
 }
 
 // The table of the most preferred language that has one.
 const ResourceBundle::Table& ResourceBundle::systemTable() const {
     for (const std::string& language : preferredLanguages()) {
-        for (const char* localization : localizationNames) {
-            if (language.starts_with(localization)) return tables_.find(localization)->second;
+        for (const Table& table : tables_) {
+            if (language.starts_with(table.localization)) return table;
         }
     }
-    return tables_.find("en")->second;
+    return tables_.front();
 }
 
 } // namespace tavelo

@@ -32,13 +32,19 @@ public:
     std::string localizedString(std::string_view key, std::string_view defaultValue) const override;
 
 private:
-    using Table = std::map<std::string, std::string, std::less<>>;
+    /// The texts of one language, from a file of resources/strings.
+    struct Table {
+        std::string localization;
+        int position = 0; ///< in the menu of languages
+        std::map<std::string, std::string, std::less<>> texts;
+    };
 
+    static std::vector<Table> readTables();
     const Table& systemTable() const;
 
     const std::vector<std::string> desktopLanguages_;
     std::string chosenLanguage_;
-    const std::map<std::string, Table, std::less<>> tables_;
+    const std::vector<Table> tables_; // in the menu's order; English is first because it is the fallback
 };
 
 /// The name that localisations are compared with: language and territory; Chinese also has its script,

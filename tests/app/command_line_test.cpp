@@ -50,22 +50,22 @@ TEST(CommandLine, ReadsEveryOption) {
 
 TEST(CommandLine, ReadsSnapshotAndRecordOptions) {
     const auto still = std::get<CommandLine>(parse({"--snapshot", "a.png", "--camera", "2", "--mirror"}));
-    ASSERT_TRUE(still.errand);
-    EXPECT_EQ(still.errand->kind, ErrandRequest::Kind::snapshot);
-    EXPECT_EQ(still.errand->file, "a.png");
-    EXPECT_EQ(still.errand->camera, "2");
-    EXPECT_TRUE(still.errand->mirror);
+    ASSERT_TRUE(still.headlessCapture);
+    EXPECT_EQ(still.headlessCapture->kind, HeadlessCaptureOptions::Kind::snapshot);
+    EXPECT_EQ(still.headlessCapture->file, "a.png");
+    EXPECT_EQ(still.headlessCapture->camera, "2");
+    EXPECT_TRUE(still.headlessCapture->mirror);
 
     const auto movie = std::get<CommandLine>(parse({"--record", "a.mp4", "--duration", "2.5"}));
-    ASSERT_TRUE(movie.errand);
-    EXPECT_EQ(movie.errand->kind, ErrandRequest::Kind::record);
-    EXPECT_EQ(movie.errand->file, "a.mp4");
-    EXPECT_EQ(movie.errand->duration, std::chrono::duration<double>(2.5));
-    EXPECT_EQ(movie.errand->camera, "");
-    EXPECT_FALSE(movie.errand->mirror);
+    ASSERT_TRUE(movie.headlessCapture);
+    EXPECT_EQ(movie.headlessCapture->kind, HeadlessCaptureOptions::Kind::record);
+    EXPECT_EQ(movie.headlessCapture->file, "a.mp4");
+    EXPECT_EQ(movie.headlessCapture->duration, std::chrono::duration<double>(2.5));
+    EXPECT_EQ(movie.headlessCapture->camera, "");
+    EXPECT_FALSE(movie.headlessCapture->mirror);
 
-    EXPECT_FALSE(std::get<CommandLine>(parse({"--record", "a.mp4"})).errand->duration);
-    EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).errand);
+    EXPECT_FALSE(std::get<CommandLine>(parse({"--record", "a.mp4"})).headlessCapture->duration);
+    EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).headlessCapture);
 }
 
 TEST(CommandLine, ReadsTheTransport) {

@@ -69,7 +69,7 @@ TEST_P(Reopening, ShowsAClosedWindow) {
 }
 
 TEST_P(Reopening, RestoresAMinimisedWindow) {
-    controller_.miniaturize(nullptr);
+    controller_.miniaturize();
     ASSERT_TRUE(window_.isMinimized());
     EXPECT_TRUE(delegate_.applicationShouldHandleReopenHasVisibleWindows(GetParam()));
     EXPECT_FALSE(window_.isMinimized());

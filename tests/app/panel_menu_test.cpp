@@ -92,7 +92,12 @@ TEST_F(PanelMenuTest, ListsTheBundlesLanguagesByTheirNativeNames) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
     const QMenu* languages = action(*menu, QStringLiteral("Language"))->menu();
-    EXPECT_EQ(texts(*languages),
+    QStringList names{QStringLiteral("System Language")};
+    for (const std::string& localization : bundle_.localizations())
+        names << QString::fromStdString(
+            bundle_.string(localization, "language_name").value_or(std::string()));
+    EXPECT_EQ(texts(*languages), names);
+    EXPECT_EQ(names.first(7),
               QStringList({QStringLiteral("System Language"), QStringLiteral("English"),
                            QStringLiteral("简体中文"), QStringLiteral("日本語"), QStringLiteral("Deutsch"),
                            QStringLiteral("Français"), QStringLiteral("Español")}));

@@ -150,8 +150,8 @@ class Lifecycle(unittest.TestCase):
     def test_a_screenshot_is_taken_beside_an_open_panel(self):
         first = self.start_panel()
         picture = os.path.join(self.home.name, "picture.png")
-        errand = self.start("--virtual-cameras", "1", "--screenshot", picture)
-        self.end(errand)
+        screenshot = self.start("--virtual-cameras", "1", "--screenshot", picture)
+        self.end(screenshot)
         self.assertGreater(os.path.getsize(picture), 0)
         self.assertIsNone(first.poll())
 

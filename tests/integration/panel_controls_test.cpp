@@ -242,7 +242,29 @@ TEST_F(PanelControls, TheLabelShowsTheValueThatTheCameraSet) {
     EXPECT_EQ(camera_settings::integer(profile, "kNSUserDefaultsKeyContrast"), 32);
 }
 
-TEST_F(PanelControls, AfterASwitchTheSlidersControlTheNewCamera) {
+TEST_F(PanelControls, TheActionNamedAfterASliderSendsItsValue) {
+    start(1);
+    using Action = void (ViewController::*)(KTSlider*);
+    const std::vector<std::pair<PanelRow, Action>> actions{
+        {PanelRow::brightness, &ViewController::brightnessSliderAction},
+        {PanelRow::contrast, &ViewController::contrastSliderAction},
+        {PanelRow::saturation, &ViewController::saturationSliderAction},
+        {PanelRow::whiteBalance, &ViewController::whiteBalanceSliderAction},
+        {PanelRow::sharpness, &ViewController::sharpnessSliderAction},
+        {PanelRow::zoom, &ViewController::zoomSliderAction},
+        {PanelRow::panLeftRight, &ViewController::panLeftRightSliderAction},
+        {PanelRow::panUpDown, &ViewController::panUpDownSliderAction}};
+    for (const auto& [row, action] : actions) {
+        const SliderRow& widgets = view().row(row);
+        widgets.slider->setFloatValue(widgets.slider->maxValue());
+        const QString shown = QString::number(widgets.slider->intValue());
+        EXPECT_NE(widgets.valueText->text(), shown);
+        (panel().*action)(widgets.slider);
+        EXPECT_EQ(widgets.valueText->text(), shown);
+    }
+}
+
+TEST_F(PanelControls, TheSwitchedCameraIsTheOneThatASliderMoves) {
     start(2);
     click(view().camera2Button());
     KTSlider* slider = view().brightnessSlider();

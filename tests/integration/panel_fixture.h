@@ -44,8 +44,12 @@ protected:
         for (int number = 1; number <= cameras; ++number)
             plug(number);
         panel_ = std::make_unique<ViewController>(
-            PanelEnvironment{manager_, capture(), preferences(), bundle_, windowController_,
-                             RendererChoice::cpu, [this](std::chrono::milliseconds time) { pause(time); }});
+            PanelOptions{manager_, capture(), preferences(), bundle_, RendererChoice::cpu,
+                         [this](std::chrono::milliseconds time) { pause(time); }});
+        QObject::connect(panel_.get(), &ViewController::closeRequested, &windowController_,
+                         &KTWindowController::close);
+        QObject::connect(panel_.get(), &ViewController::miniaturizeRequested, &windowController_,
+                         &KTWindowController::miniaturize);
         panel_->viewDidLoad();
         panel_->putInto(window_);
         windowController_.windowDidLoad();

@@ -4,6 +4,7 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QImageWriter>
+#include <QLocale>
 #include <QPainter>
 #include <QTemporaryDir>
 
@@ -20,19 +21,10 @@
 namespace tavelo {
 namespace {
 
-// One language and one scale factor per process: Qt and fontconfig read them at start.
-struct Desktop {
-    const char* language; // as in the pictures' names
-    const char* locale;
-    const char* fontLanguage;
-};
-constexpr std::array desktops{Desktop{"en", "en_US", "en"}, Desktop{"zh-Hans", "zh_CN", "zh-cn"},
-                              Desktop{"ja", "ja_JP", "ja"}, Desktop{"de", "de_DE", "de"},
-                              Desktop{"fr", "fr_FR", "fr"}, Desktop{"es", "es_ES", "es"}};
-
 QByteArray wanted(const char* variable, const char* otherwise) {
     return qEnvironmentVariableIsSet(variable) ? qgetenv(variable) : QByteArray(otherwise);
 }
+// One language and one scale factor a process: Qt and fontconfig read them when they start.
 QByteArray language() {
     return wanted("TAVELO_PICTURE_LANGUAGE", "en");
 }
@@ -194,14 +186,17 @@ TEST_F(PanelPicture, ProfileSelectedAndControlsMoved) {
 
 // Keeps the machine's and the user's settings out of the pictures.
 bool prepareDesktop(const QString& emptyFolder) {
-    const auto* desktop = std::ranges::find(desktops, language(), &Desktop::language);
-    if (desktop == desktops.end()) return false;
+    const std::vector<std::string> languages = ResourceBundle({"en-US"}).localizations();
+    if (std::ranges::find(languages, language().toStdString()) == languages.end()) return false;
+    const QByteArray locale = QLocale(QString::fromLatin1(language())).name().toLatin1();
+    // As fontconfig names languages: without the territory unless it decides the script.
+    const QByteArray fontLanguage = language() == "zh-Hans" ? "zh-cn" : language();
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANGUAGE", "QT_SCALE_FACTOR_ROUNDING_POLICY",
                                  "QT_SCREEN_SCALE_FACTORS", "QT_STYLE_OVERRIDE", "QT_QPA_PLATFORMTHEME"})
         qunsetenv(variable);
     qputenv("LC_CTYPE", "C.UTF-8");
-    qputenv("LANG", QByteArray(desktop->locale) + ".UTF-8");
-    qputenv("FC_LANG", desktop->fontLanguage);
+    qputenv("LANG", locale + ".UTF-8");
+    qputenv("FC_LANG", fontLanguage);
     qputenv("FONTCONFIG_FILE", PICTURES_FONTS);
     qputenv("XDG_CONFIG_HOME", emptyFolder.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "offscreen");

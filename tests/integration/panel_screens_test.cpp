@@ -23,8 +23,8 @@ protected:
         window_.move(named(screen)->geometry().topLeft());
         for (int number = 1; number <= cameras; ++number)
             plug(number);
-        panel_ = std::make_unique<ViewController>(PanelEnvironment{
-            manager_, *backend_.capture, store_, bundle_, windowController_, RendererChoice::cpu});
+        panel_ = std::make_unique<ViewController>(
+            PanelOptions{manager_, *backend_.capture, store_, bundle_, RendererChoice::cpu});
         panel_->viewDidLoad();
         panel_->putInto(window_);
         fit_.emplace(window_, view());

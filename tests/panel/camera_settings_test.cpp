@@ -21,8 +21,9 @@ protected:
 
     void set(std::string_view key, std::int64_t value) { profile[std::string(key)] = {value}; }
     std::optional<std::int64_t> toWrite(KTUVCControl control) const {
-        const auto found = std::ranges::find(storedControls, control, &StoredControl::control);
-        return valuesToWrite(profile, *manager)[static_cast<std::size_t>(found - storedControls.begin())];
+        for (const ValueToWrite& each : valuesToWrite(profile, *manager))
+            if (each.control->control == control) return each.value;
+        return {};
     }
 
     PreferencesDictionary profile;
@@ -44,9 +45,13 @@ TEST_F(CameraSettingsTest, EachOfSixControlsDecidesWhetherAProfileIsTheDefaults)
 }
 
 TEST_F(CameraSettingsTest, EveryValueOfASupportedControlIsWritten) {
-    set("kNSUserDefaultsKeyContrast", 3000); // out of range; the camera decides
-    for (const auto& value : valuesToWrite(profile, *manager))
-        EXPECT_TRUE(value);
+    set("kNSUserDefaultsKeyContrast", 3000); // the camera decides
+    std::vector<KTUVCControl> written;
+    for (const ValueToWrite& each : valuesToWrite(profile, *manager))
+        written.push_back(each.control->control);
+    using enum KTUVCControl;
+    EXPECT_EQ(written,
+              (std::vector{bright, contrast, saturation, whiteBalance, sharpness, zoom, panTilt, powerLine}));
     EXPECT_EQ(toWrite(KTUVCControl::contrast), 3000);
 }
 

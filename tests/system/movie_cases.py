@@ -27,13 +27,13 @@ class Stage:
         self.folder = pathlib.Path("/run/movies")  # in memory
         self.folder.mkdir()
 
-    def start(self, errand, name, *arguments):
-        """Starts the program without a display; returns it and the file that it writes."""
+    def start(self, option, name, *arguments):
+        """The program where there is no display; returns it and the file that it writes."""
         file = self.folder / name
         environment = {name: value for name, value in os.environ.items()
                        if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
         program = subprocess.Popen(
-            [self.programs / "tavelo-control-panel", errand, file, "--size", f"{WIDTH}x{HEIGHT}", "--format", "YUYV",
+            [self.programs / "tavelo-control-panel", option, file, "--size", f"{WIDTH}x{HEIGHT}", "--format", "YUYV",
              "--fps", str(RATE), *map(str, arguments)],
             env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         return program, file
@@ -45,8 +45,8 @@ class Stage:
             shutil.copy(file, self.kept)
         return program.returncode, said
 
-    def expect_success(self, errand, name, *arguments):
-        program, file = self.start(errand, name, *arguments)
+    def expect_success(self, option, name, *arguments):
+        program, file = self.start(option, name, *arguments)
         try:
             result = self.end(program, file)
         finally:

@@ -39,7 +39,7 @@ protected:
         now_ = Clock::from_time_t(std::mktime(&afternoon));
         recorder_ = std::make_unique<KTAssetWriterManager>(
             std::make_shared<FakeAssetWriterPlatform>(script_),
-            KTAssetWriterManager::Surroundings{[this] { return now_; }, folder_.path()});
+            KTAssetWriterManager::Options{[this] { return now_; }, folder_.path()});
     }
 
     void start(const std::string& path = "movie.mp4") {

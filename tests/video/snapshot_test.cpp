@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <csignal>
 
 #include "fake_backend.h"
@@ -18,35 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Fails at one step.
-class FailingSteps final : public SnapshotSteps {
-public:
-    explicit FailingSteps(int failing) : failing_(failing) {}
-
-    QImage image(const PixelBuffer& frame) const override {
-        return failing_ == 2 ? QImage() : SnapshotSteps::image(frame);
-    }
-    QImage representation(const QImage& image) const override {
-        return failing_ == 3 ? QImage() : SnapshotSteps::representation(image);
-    }
-    QImage picture(const QImage& representation) const override {
-        return failing_ == 4 ? QImage() : SnapshotSteps::picture(representation);
-    }
-    QByteArray pixels(const QImage& picture) const override {
-        return failing_ == 5 ? QByteArray() : SnapshotSteps::pixels(picture);
-    }
-    QImage bitmap(const QByteArray& pixels, const QImage& picture) const override {
-        return failing_ == 6 ? QImage() : SnapshotSteps::bitmap(pixels, picture);
-    }
-    QByteArray png(const QImage& bitmap) const override {
-        return failing_ == 7 ? QByteArray() : SnapshotSteps::png(bitmap);
-    }
-
-private:
-    int failing_;
-};
-
-/// Simulates a full disk by limiting the file size.
+/// As good as a full disk: no file grows beyond that many bytes.
 class SmallFilesOnly {
 public:
     explicit SmallFilesOnly(std::size_t most) {
@@ -100,14 +73,17 @@ TEST_F(SnapshotTest, SavesEveryPixelAsEightBitOpaqueRgb) {
 
 TEST_F(SnapshotTest, ReportsEachFailingStep) {
     const auto frame = makeTestPicture(16, 9);
-    const std::vector<std::pair<int, std::string>> steps{
-        {2, "CIImage create error"},          {3, "NSCIImageRep create error"},
-        {4, "NSImage create error"},          {5, "TIFFRepresentation error"},
-        {6, "NSBitmapImageRep create error"}, {7, "NSData representationUsingType:NSPNGFileType error"}};
-    for (const auto& [step, message] : steps) {
-        const auto error = writeSnapshot(*frame, path(), FailingSteps(step));
-        ASSERT_TRUE(error.has_value()) << step;
-        EXPECT_EQ(error->text, message);
+    const std::vector<std::string> messages{
+        "CIImage create error",          "NSCIImageRep create error",
+        "NSImage create error",          "TIFFRepresentation error",
+        "NSBitmapImageRep create error", "NSData representationUsingType:NSPNGFileType error"};
+    ASSERT_EQ(snapshotSteps().size(), messages.size());
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        std::vector<SnapshotStep> steps(snapshotSteps().begin(), snapshotSteps().end());
+        steps[i].run = [](SnapshotWork&) { return false; };
+        const auto error = writeSnapshot(*frame, path(), steps);
+        ASSERT_TRUE(error.has_value()) << i;
+        EXPECT_EQ(error->text, messages[i]);
         EXPECT_EQ(error->code, ErrorCode::none);
         EXPECT_EQ(error->domain, "");
     }

@@ -231,7 +231,7 @@ TEST_F(ShownSlider, IsHeldFromPressToReleaseUnlessItsOwnerLetsGo) {
 
     QTest::mousePress(&slider_, Qt::LeftButton, {}, QPoint(108, 8));
     values_.clear();
-    slider_.letGo();
+    slider_.cancelDrag();
     EXPECT_FALSE(slider_.isHeld());
     drag({300, 8});
     QTest::mouseRelease(&slider_, Qt::LeftButton, {}, QPoint(300, 8));

@@ -37,7 +37,7 @@ TEST_P(PanelLookOn, DialogsHaveThePanelsBackground) {
     auto* button = new QPushButton(QStringLiteral("OK"));
     layout->addWidget(text);
     layout->addWidget(button);
-    wearPanelLook(dialog);
+    applyPanelLook(dialog);
     dialog.resize(300, 200);
     EXPECT_EQ(corner(dialog), QColor(38, 38, 38));
     EXPECT_EQ(text->palette().color(QPalette::WindowText), QColor(Qt::white));
@@ -51,7 +51,7 @@ TEST_P(PanelLookOn, DialogsHaveThePanelsBackground) {
 TEST_P(PanelLookOn, MenusHaveTheSettingsBackgroundAndARedBar) {
     QMenu menu;
     QAction* entry = menu.addAction(QStringLiteral("Quit"));
-    wearPanelLook(menu);
+    applyPanelLook(menu);
     menu.popup(QPoint(0, 0));
     EXPECT_EQ(corner(menu), QColor(49, 49, 49));
     menu.setActiveAction(entry);
@@ -61,7 +61,7 @@ TEST_P(PanelLookOn, MenusHaveTheSettingsBackgroundAndARedBar) {
 }
 
 TEST_P(PanelLookOn, ToolTipsAreLightOnDark) {
-    dressToolTips();
+    applyToolTipLook();
     EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipBase), QColor(29, 29, 29));
     EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipText), QColor(Qt::white));
 }

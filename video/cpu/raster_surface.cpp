@@ -10,7 +10,7 @@ RasterSurface::RasterSurface(QWindow& window, CpuFramePasses& passes)
     : window_(window),
       passes_(passes),
       backingStore_(&window),
-      bell_([this] { flush(); }) {}
+      waker_([this] { flush(); }) {}
 
 bool RasterSurface::beginDisplay(ViewportSize viewport) {
     if (!drawable_ || viewport.width == 0 || viewport.height == 0) return false;
@@ -27,7 +27,7 @@ void RasterSurface::present() {
         drawn_.swap(ready_);
         fresh_ = true;
     }
-    bell_.ring();
+    waker_.wake();
 }
 
 bool RasterSurface::takeReady() {

@@ -7,7 +7,7 @@
 #include <mutex>
 
 #include "video/cpu/cpu_frame_passes.h"
-#include "video/cpu/main_thread_bell.h"
+#include "video/cpu/main_thread_waker.h"
 #include "video/passes/frame_surface.h"
 
 class QWindow;
@@ -48,7 +48,7 @@ private:
     // On the main thread
     QImage shown_;
     QBackingStore backingStore_;
-    MainThreadBell bell_; // the render queue wakes the main thread
+    MainThreadWaker waker_; // the render queue wakes the main thread
 };
 
 } // namespace tavelo

@@ -39,7 +39,7 @@ QSurfaceFormat embeddedFormat() {
 }
 
 // A GPU reset loses the context.  Without reset notification some drivers kill the program instead.
-QSurfaceFormat toldOfResets(QSurfaceFormat format) {
+QSurfaceFormat withResetNotification(QSurfaceFormat format) {
     format.setOption(QSurfaceFormat::ResetNotification);
     return format;
 }
@@ -60,8 +60,8 @@ bool isSoftwareRenderer(QByteArray name) {
 } // namespace
 
 std::unique_ptr<GlContext> GlContext::create(SerialQueue& queue) {
-    for (const QSurfaceFormat& format :
-         {toldOfResets(desktopFormat()), desktopFormat(), toldOfResets(embeddedFormat()), embeddedFormat()}) {
+    for (const QSurfaceFormat& format : {withResetNotification(desktopFormat()), desktopFormat(),
+                                         withResetNotification(embeddedFormat()), embeddedFormat()}) {
         std::unique_ptr<GlContext> context(new GlContext(queue, format));
         bool open = false;
         queue.sync([&] { open = context->openOnQueue(); });

@@ -18,7 +18,7 @@
 namespace tavelo {
 namespace {
 
-constexpr std::size_t longestLine = 4096;
+constexpr std::size_t maxLineLength = 4096;
 constexpr std::size_t maxClients = 32;
 constexpr int waitingConnections = 8;
 
@@ -107,7 +107,7 @@ bool LineServer::serve(Client& client) {
         client.received.erase(0, end + 1);
         if (!sendAll(client.connection, answer)) return false;
     }
-    return client.received.size() <= longestLine;
+    return client.received.size() <= maxLineLength;
 }
 
 } // namespace tavelo

@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/program/camera_commands.h"
 #include "virtual-camera/program/line_server.h"
 #include "virtual-camera/program/options.h"
-#include "virtual-camera/program/rack_commands.h"
+#include "virtual-camera/program/served_cameras.h"
 
 namespace {
 
@@ -30,8 +30,8 @@ int serve(const Options& options, const sigset_t& endSignals) {
     Error error;
     const auto server = usbip::UsbipServer::listen(options.port, error);
     if (!server) return fail(error.text);
-    CameraRack rack(*server, modelsFor(options), log.get(), options.twoFunctions);
-    RackCommands commands(rack);
+    ServedCameras cameras(*server, modelsFor(options), log.get(), options.twoFunctions);
+    CameraCommands commands(cameras);
     std::unique_ptr<LineServer> control;
     if (!options.control.empty()) {
         control = LineServer::listen(

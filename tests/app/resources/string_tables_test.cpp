@@ -3,12 +3,15 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gmock/gmock.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFont>
 #include <QFontMetricsF>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -35,7 +38,20 @@ constexpr std::array keys{
     // The about panel.
     "Third_party_open_source_software_used", "Open_source_software", "Software", "Licence"};
 
-class StringTable : public testing::TestWithParam<const char*> {
+QJsonObject readTable(const std::string& localization) {
+    QFile file(QStringLiteral(":/strings/%1.json").arg(QString::fromStdString(localization)));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    QJsonParseError error;
+    const QJsonObject table = QJsonDocument::fromJson(file.readAll(), &error).object();
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    return table;
+}
+
+std::vector<std::string> localizations() {
+    return ResourceBundle({"en-US"}).localizations();
+}
+
+class StringTable : public testing::TestWithParam<std::string> {
 protected:
     std::string text(std::string_view key) const {
         return ResourceBundle({"en-US"}).string(GetParam(), key).value_or(std::string());
@@ -58,13 +74,17 @@ TEST_P(StringTable, HasEveryKey) {
         EXPECT_FALSE(text(key).empty()) << key;
 }
 
-TEST_P(StringTable, HasNoUnusedKey) {
-    QFile file(QStringLiteral(":/strings/%1.json").arg(QLatin1String(GetParam())));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    QJsonParseError error;
-    const QJsonObject table = QJsonDocument::fromJson(file.readAll(), &error).object();
-    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
-    EXPECT_EQ(table.size(), static_cast<qsizetype>(keys.size()));
+TEST_P(StringTable, HoldsNoKeyThatNothingAsksFor) {
+    constexpr std::array others{"menu_position", "desktop"};
+    EXPECT_EQ(readTable(GetParam()).size(), static_cast<qsizetype>(keys.size() + others.size()));
+}
+
+TEST_P(StringTable, HoldsTheTextsForTheDesktop) {
+    const QJsonObject desktop = readTable(GetParam()).value(QStringLiteral("desktop")).toObject();
+    for (const char* key : {"locale", "GenericName", "Comment", "Keywords"})
+        EXPECT_FALSE(desktop.value(QLatin1String(key)).toString().isEmpty()) << key;
+    EXPECT_EQ(desktop.value(QStringLiteral("description")).toArray().size(), 2);
+    EXPECT_EQ(desktop.size(), 5);
 }
 
 TEST_P(StringTable, FitsTheProfileButtons) {
@@ -106,16 +126,27 @@ TEST_P(StringTable, LeavesRoomForTheButtonsBesideTheMirrorTitle) {
     EXPECT_LE(width(text("Mirror"), 16) + 64 + 236, 515 - 20);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, StringTable, testing::Values("en", "zh-Hans", "ja", "de", "fr", "es"),
-                         [](const testing::TestParamInfo<const char*>& table) {
+INSTANTIATE_TEST_SUITE_P(Every, StringTable, testing::ValuesIn(localizations()),
+                         [](const testing::TestParamInfo<std::string>& table) {
                              std::string name = table.param;
                              std::erase(name, '-');
                              return name;
                          });
 
 TEST(StringTables, AreTheLocalisationsOfTheBundle) {
-    EXPECT_THAT(ResourceBundle({"en-US"}).localizations(),
-                testing::ElementsAre("en", "zh-Hans", "ja", "de", "fr", "es"));
+    std::vector<std::string> files;
+    for (const QString& file : QDir(QStringLiteral(STRING_TABLES)).entryList({QStringLiteral("*.json")}))
+        files.push_back(file.chopped(5).toStdString());
+    EXPECT_THAT(localizations(), testing::UnorderedElementsAreArray(files));
+}
+
+TEST(StringTables, StandInTheMenusOrder) {
+    const std::vector<std::string> names = localizations();
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(readTable(names[i]).value(QStringLiteral("menu_position")).toInt(),
+                  static_cast<int>(i + 1));
+    const std::vector<std::string> first(names.begin(), names.begin() + 6);
+    EXPECT_THAT(first, testing::ElementsAre("en", "zh-Hans", "ja", "de", "fr", "es"));
 }
 
 } // namespace

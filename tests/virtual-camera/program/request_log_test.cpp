@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/program/served_cameras.h"
 
 namespace tavelo {
 namespace {
@@ -54,8 +54,8 @@ TEST_F(RequestLogFileTest, LogsAnsweredClassRequestsButNoStandardRequests) {
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;
     RequestLog log(path_.string());
-    CameraRack rack(*server, {virtualCameraModel(1)}, &log);
-    const auto camera = rack.camera(1);
+    ServedCameras cameras(*server, {virtualCameraModel(1)}, &log);
+    const auto camera = cameras.camera(1);
     UsbSetup setup = writeBrightness;
     setup.wIndex = static_cast<std::uint16_t>(camera->model().unitID << 8);
     const std::vector<std::uint8_t> ten{10, 0};

@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "platform/uvc/descriptors.h"
-#include "platform/uvc/uvc_protocol.h"
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/firmware/uvc_protocol.h"
+#include "virtual-camera/program/served_cameras.h"
 
 namespace tavelo {
 namespace {
@@ -69,22 +69,22 @@ TEST_F(TwoFunctions, HaveSeparateAlternateSettings) {
     EXPECT_EQ(second->alternateSetting(), 0);
 }
 
-TEST(TwoFunctionRack, PlugsAndUnplugsBothTogether) {
+TEST(TwoFunctionCameras, PlugsAndUnplugsBothTogether) {
     Error error;
     const auto server = usbip::UsbipServer::listen(0, error);
     ASSERT_TRUE(server) << error.text;
-    CameraRack rack(*server, {virtualCameraModel(1), virtualCameraModel(2)}, nullptr, true);
-    EXPECT_EQ(rack.size(), 4);
-    ASSERT_TRUE(rack.camera(3));
-    EXPECT_EQ(rack.camera(3)->model().firstInterface, 2);
-    EXPECT_NE(rack.camera(3)->model().unitID, rack.camera(1)->model().unitID);
-    EXPECT_FALSE(rack.vanish(3));
-    EXPECT_FALSE(rack.plug(3));
-    EXPECT_TRUE(rack.vanish(1));
-    EXPECT_FALSE(rack.camera(3));
-    EXPECT_TRUE(rack.camera(4));
-    EXPECT_TRUE(rack.plug(1));
-    EXPECT_TRUE(rack.camera(3));
+    ServedCameras cameras(*server, {virtualCameraModel(1), virtualCameraModel(2)}, nullptr, true);
+    EXPECT_EQ(cameras.size(), 4);
+    ASSERT_TRUE(cameras.camera(3));
+    EXPECT_EQ(cameras.camera(3)->model().firstInterface, 2);
+    EXPECT_NE(cameras.camera(3)->model().unitID, cameras.camera(1)->model().unitID);
+    EXPECT_FALSE(cameras.vanish(3));
+    EXPECT_FALSE(cameras.plug(3));
+    EXPECT_TRUE(cameras.vanish(1));
+    EXPECT_FALSE(cameras.camera(3));
+    EXPECT_TRUE(cameras.camera(4));
+    EXPECT_TRUE(cameras.plug(1));
+    EXPECT_TRUE(cameras.camera(3));
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 
 #include "usbip_client.h"
 #include "virtual-camera/picture/virtual_picture.h"
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/program/served_cameras.h"
 #include "virtual-camera/usbip/usbip_server.h"
 
 namespace tavelo {
@@ -30,7 +30,7 @@ protected:
         ASSERT_TRUE(server_) << error.text;
         VirtualCameraModel model = virtualCameraModel(1);
         model.transport = GetParam();
-        rack_ = std::make_unique<CameraRack>(*server_, std::vector{model}, nullptr);
+        cameras_ = std::make_unique<ServedCameras>(*server_, std::vector{model}, nullptr);
         attach();
     }
 
@@ -98,7 +98,7 @@ protected:
     }
 
     std::unique_ptr<usbip::UsbipServer> server_;
-    std::unique_ptr<CameraRack> rack_;
+    std::unique_ptr<ServedCameras> cameras_;
     std::unique_ptr<UsbipClient> client_;
 };
 
@@ -106,15 +106,15 @@ TEST_P(VirtualCameraUsbTest, EnumeratesWithTheFirmwaresDescriptors) {
     const auto device = client_->control({0x80, 6, 0, 1, 0, 0, 18, 0});
     ASSERT_EQ(device->data.size(), 18U);
     EXPECT_EQ(device->data[8] | device->data[9] << 8, 0x1209);
-    const auto expected = rack_->camera(1)->configurationDescriptor();
+    const auto expected = cameras_->camera(1)->configurationDescriptor();
     const auto configuration = client_->control({0x80, 6, 0, 2, 0, 0, 0, 0x10});
     EXPECT_EQ(configuration->data, Bytes(expected.begin(), expected.end()));
 }
 
 TEST_P(VirtualCameraUsbTest, AControlWrittenOverTheBusChangesTheCamera) {
-    const std::uint8_t unit = rack_->camera(1)->model().unitID;
+    const std::uint8_t unit = cameras_->camera(1)->model().unitID;
     ASSERT_EQ(client_->control({0x21, 0x01, 0, 2, 0, unit, 2, 0}, {0xF6, 0xFF})->status, 0);
-    EXPECT_EQ(rack_->camera(1)->controlValue(control::brightness), -10);
+    EXPECT_EQ(cameras_->camera(1)->controlValue(control::brightness), -10);
 }
 
 TEST_P(VirtualCameraUsbTest, SendsNothingUntilAStreamIsStarted) {
@@ -144,8 +144,8 @@ TEST_P(VirtualCameraUsbTest, ThePictureFollowsAControl) {
     start(1, 2);
     const std::size_t inside = VirtualPicture::patchSide(height) / 2;
     const int before = yuv(nextFrame(), inside, inside)[0];
-    rack_->camera(1)->setControlValue(control::brightness, -64);
-    nextFrame(); // this one may have been drawn before the change
+    cameras_->camera(1)->setControlValue(control::brightness, -64);
+    nextFrame(); // one may have been made before
     nextFrame();
     EXPECT_LT(yuv(nextFrame(), inside, inside)[0], before - 20);
 }
@@ -181,18 +181,18 @@ TEST_P(VirtualCameraUsbTest, AClientThatDisconnectsEndsTheStream) {
     start(1, 2);
     nextFrame();
     client_.reset();
-    while (rack_->isImported(1))
+    while (cameras_->isImported(1))
         std::this_thread::yield();
-    EXPECT_FALSE(rack_->camera(1)->streaming());
+    EXPECT_FALSE(cameras_->camera(1)->streaming());
 }
 
 TEST_P(VirtualCameraUsbTest, ACameraThatVanishesWhileItStreamsEndsTheConnection) {
     start(1, 2);
     nextFrame();
-    EXPECT_TRUE(rack_->vanish(1));
-    EXPECT_FALSE(rack_->vanish(1));
+    EXPECT_TRUE(cameras_->vanish(1));
+    EXPECT_FALSE(cameras_->vanish(1));
     EXPECT_TRUE(client_->ends());
-    EXPECT_FALSE(rack_->camera(1));
+    EXPECT_FALSE(cameras_->camera(1));
     EXPECT_EQ(UsbipClient(server_->port()).import("1-1"), 4U);
 }
 
@@ -200,18 +200,18 @@ TEST_P(VirtualCameraUsbTest, ACameraThatVanishesWhileItDelaysAnAnswerEndsTheConn
     FirmwareFault fault;
     fault.kind = FaultKind::delay;
     fault.wait = std::chrono::minutes(5);
-    rack_->camera(1)->order(fault);
-    client_->submitControl({0xA1, 0x81, 0, 2, 0, rack_->camera(1)->model().unitID, 2, 0});
-    EXPECT_TRUE(rack_->vanish(1));
+    cameras_->camera(1)->order(fault);
+    client_->submitControl({0xA1, 0x81, 0, 2, 0, cameras_->camera(1)->model().unitID, 2, 0});
+    EXPECT_TRUE(cameras_->vanish(1));
     EXPECT_TRUE(client_->ends());
 }
 
 TEST_P(VirtualCameraUsbTest, APluggedInCameraHasItsDefaults) {
-    rack_->camera(1)->setControlValue(control::brightness, 33);
-    rack_->vanish(1);
-    EXPECT_TRUE(rack_->plug(1));
-    EXPECT_FALSE(rack_->plug(1));
-    EXPECT_EQ(rack_->camera(1)->controlValue(control::brightness), 0);
+    cameras_->camera(1)->setControlValue(control::brightness, 33);
+    cameras_->vanish(1);
+    EXPECT_TRUE(cameras_->plug(1));
+    EXPECT_FALSE(cameras_->plug(1));
+    EXPECT_EQ(cameras_->camera(1)->controlValue(control::brightness), 0);
     attach();
     start(1, 2);
     EXPECT_EQ(nextFrame().size(), frameSize);

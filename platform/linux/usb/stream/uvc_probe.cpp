@@ -14,14 +14,14 @@ using namespace std::chrono_literals;
 // Some cameras wake their sensor before they answer a probe or a commit.
 constexpr auto patience = 5s;
 
-
 constexpr std::size_t frameIntervalAt = 4;
 constexpr std::size_t maxFrameSizeAt = 18;
 constexpr std::size_t maxPayloadAt = 22;
 
 UsbResult write(UsbHandle& camera, std::uint8_t interface, unsigned control, UvcProbe& probe) {
     const auto value = static_cast<std::uint16_t>(control << 8U);
-    return camera.request({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), value, interface}, probe.bytes(), patience);
+    return camera.request({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), value, interface},
+                          probe.bytes(), patience);
 }
 
 } // namespace
@@ -57,8 +57,9 @@ ErrorCode probeStream(UsbHandle& camera, std::uint8_t interface, UvcProbe& probe
     const UsbResult asked = write(camera, interface, uvc::probeControl, probe);
     if (asked.code != ErrorCode::none) return asked.code;
     UvcProbe answer = probe;
-    const UsbResult answered =
-        camera.request({uvc::classInterfaceIn, codeOf(UvcRequest::getCur), uvc::probeControl << 8U, interface}, answer.bytes(), patience);
+    const UsbResult answered = camera.request(
+        {uvc::classInterfaceIn, codeOf(UvcRequest::getCur), uvc::probeControl << 8U, interface},
+        answer.bytes(), patience);
     if (answered.code != ErrorCode::none) return answered.code;
     if (answered.bytes < UvcProbe::smallest) return ErrorCode::refused;
     answer.shrink(std::min(answered.bytes, answer.bytes().size()));

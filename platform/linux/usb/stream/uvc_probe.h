@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/uvc/uvc_protocol.h"
 #include "platform/linux/usb/device/usb_handle.h"
+#include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
 

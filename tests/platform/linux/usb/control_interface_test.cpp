@@ -180,7 +180,7 @@ TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) 
                         processingUnit(5, 3, {0x01, 0}, {0, 0}), interfaceDescriptor(1, 2)}));
     answerWith({ErrorCode::refused});
     EXPECT_EQ(write(0x02, 5, {1, 0}), ErrorCode::refused); // brightness is listed
-    EXPECT_EQ(write(0x03, 5, {1, 0}), ErrorCode::none); // contrast is not
+    EXPECT_EQ(write(0x03, 5, {1, 0}), ErrorCode::none);    // contrast is not
     EXPECT_EQ(write(0x02, 3, {1}), ErrorCode::refused);
     EXPECT_EQ(write(0x02, 9, {1, 0}), ErrorCode::none); // no such entity
 }

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "app/errand_request.h"
+#include "app/headless_capture_options.h"
 #include "platform/asset_writer.h"
 #include "platform/capture.h"
 #include "video/renderer_choice.h"
@@ -27,14 +27,14 @@ class TimedRecorder;
 ///                          --> recording --time over, stop(), camera gone--> finishing --> done
 ///
 /// Main thread.
-class CameraErrand final : public QObject, public CaptureDeviceObserver {
+class HeadlessCapture final : public QObject, public CaptureDeviceObserver {
     Q_OBJECT
 
 public:
     /// `capture` must outlive this object.
-    CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                 ErrandRequest request, RendererChoice renderer);
-    ~CameraErrand() override;
+    HeadlessCapture(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                    HeadlessCaptureOptions options, RendererChoice renderer);
+    ~HeadlessCapture() override;
 
     /// Starts the camera and returns; the work is done in the event loop.
     void start();
@@ -50,9 +50,9 @@ private:
 
     std::shared_ptr<CaptureDevice> chosenCamera();
     void poll();
-    bool cannotBeHad() const;
+    bool isUnavailable() const;
     Error trouble() const;
-    std::string whyNoPicture() const;
+    std::string noPictureReason() const;
     void begin();
     void finishMovie();
     void didWrite(bool success, const Error& error);
@@ -60,11 +60,11 @@ private:
 
     CapturePlatform& capture_;
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;
-    const ErrandRequest request_;
+    const HeadlessCaptureOptions options_;
     const RendererChoice renderer_;
 
     State state_ = State::waiting;
-    std::string complaint_; // why the movie ended early
+    std::string cutShortReason_; // why the movie ended early
     std::shared_ptr<CaptureDevice> camera_;
     std::shared_ptr<TimedRecorder> recorder_;
     std::unique_ptr<KTDisplayView> view_;

@@ -10,27 +10,27 @@
 namespace tavelo {
 
 /// A pipe that the event loop reads.  A posted event would cost two allocations each time.  Thread-bound to
-/// the main thread, except ring().
-class MainThreadBell {
+/// the main thread, except wake().
+class MainThreadWaker {
 public:
-    /// @param answer called on the main thread, once for all calls of ring() since its last call
-    explicit MainThreadBell(std::function<void()> answer);
-    ~MainThreadBell();
+    /// @param callback called on the main thread, once for all calls of wake() since its last call
+    explicit MainThreadWaker(std::function<void()> callback);
+    ~MainThreadWaker();
 
-    MainThreadBell(const MainThreadBell&) = delete;
-    MainThreadBell& operator=(const MainThreadBell&) = delete;
+    MainThreadWaker(const MainThreadWaker&) = delete;
+    MainThreadWaker& operator=(const MainThreadWaker&) = delete;
 
     /// Thread-safe.  Does nothing if the constructor could not open the pipe.
-    void ring() noexcept;
+    void wake() noexcept;
 
 private:
-    void answerRing();
+    void runCallback();
 
-    std::function<void()> answer_;
+    std::function<void()> callback_;
     int readEnd_ = -1;
     int writeEnd_ = -1;
     std::unique_ptr<QSocketNotifier> notifier_;
-    std::atomic<bool> rung_ = false;
+    std::atomic<bool> pending_ = false;
 };
 
 } // namespace tavelo

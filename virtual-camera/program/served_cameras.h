@@ -18,18 +18,18 @@ namespace tavelo {
 /// device.
 ///
 /// Thread-safe.
-class CameraRack {
+class ServedCameras {
 public:
     /// Plugs every model in.
-    /// @param server must outlive the rack
-    /// @param log may be null; must outlive the rack
+    /// @param server must outlive this object
+    /// @param log may be null; must outlive this object
     /// @param twoFunctions gives each device a second video function
-    CameraRack(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models, RequestLog* log,
-               bool twoFunctions = false);
-    ~CameraRack();
+    ServedCameras(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models, RequestLog* log,
+                  bool twoFunctions = false);
+    ~ServedCameras();
 
-    CameraRack(const CameraRack&) = delete;
-    CameraRack& operator=(const CameraRack&) = delete;
+    ServedCameras(const ServedCameras&) = delete;
+    ServedCameras& operator=(const ServedCameras&) = delete;
 
     /// The number of cameras, second video functions included.
     int size() const { return static_cast<int>(slots_.size()); }
@@ -47,9 +47,9 @@ public:
 
 private:
     /// Writes one camera's class requests to the log.
-    class Watch : public FirmwareObserver {
+    class LogObserver : public FirmwareObserver {
     public:
-        Watch(int number, RequestLog* log) : number_(number), log_(log) {}
+        LogObserver(int number, RequestLog* log) : number_(number), log_(log) {}
         void requestAnswered(const RequestRecord& record) override;
         void vanished() override {}
 
@@ -60,7 +60,7 @@ private:
 
     struct Slot {
         VirtualCameraModel model;
-        std::unique_ptr<Watch> watch;
+        std::unique_ptr<LogObserver> observer;
         std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while unplugged
     };
 

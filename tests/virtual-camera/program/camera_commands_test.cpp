@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "virtual-camera/program/rack_commands.h"
+#include "virtual-camera/program/camera_commands.h"
 
 #include <gmock/gmock.h>
 
@@ -12,22 +12,22 @@ using test::Bytes;
 using test::UsbipClient;
 using testing::StartsWith;
 
-class RackCommandsTest : public testing::Test {
+class CameraCommandsTest : public testing::Test {
 protected:
     void SetUp() override {
         Error error;
         server_ = usbip::UsbipServer::listen(0, error);
         ASSERT_TRUE(server_) << error.text;
-        rack_ = std::make_unique<CameraRack>(
+        cameras_ = std::make_unique<ServedCameras>(
             *server_, std::vector{virtualCameraModel(1), virtualCameraModel(2)}, nullptr);
-        commands_ = std::make_unique<RackCommands>(*rack_);
+        commands_ = std::make_unique<CameraCommands>(*cameras_);
     }
 
     std::string ask(std::string_view line) { return commands_->execute(line); }
 
     // A host's class request to the camera's processing unit.
     UsbReply request(int camera, std::uint8_t bRequest, std::uint8_t selector, const Bytes& out = {}) {
-        const auto firmware = rack_->camera(camera);
+        const auto firmware = cameras_->camera(camera);
         UsbSetup setup;
         setup.bmRequestType = out.empty() ? 0xA1 : 0x21;
         setup.bRequest = bRequest;
@@ -38,8 +38,8 @@ protected:
     }
 
     std::unique_ptr<usbip::UsbipServer> server_;
-    std::unique_ptr<CameraRack> rack_;
-    std::unique_ptr<RackCommands> commands_;
+    std::unique_ptr<ServedCameras> cameras_;
+    std::unique_ptr<CameraCommands> commands_;
 };
 
 constexpr std::uint8_t setCur = 0x01;
@@ -47,79 +47,79 @@ constexpr std::uint8_t getCur = 0x81;
 constexpr std::uint8_t brightness = 2;
 constexpr std::uint8_t contrast = 3;
 
-TEST_F(RackCommandsTest, GetReturnsTheValueWrittenByTheHost) {
+TEST_F(CameraCommandsTest, GetReturnsTheValueWrittenByTheHost) {
     EXPECT_EQ(ask("get 1 brightness"), "ok 0");
     request(1, setCur, brightness, {0xF6, 0xFF});
     EXPECT_EQ(ask("get 1 brightness"), "ok -10");
     EXPECT_EQ(ask("get 2 brightness"), "ok 0");
 }
 
-TEST_F(RackCommandsTest, SetChangesTheValueThatTheHostReads) {
+TEST_F(CameraCommandsTest, SetChangesTheValueThatTheHostReads) {
     EXPECT_EQ(ask("set 1 brightness 7"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).data, (Bytes{7, 0}));
 }
 
-TEST_F(RackCommandsTest, PanAndTiltAreTwoNumbers) {
+TEST_F(CameraCommandsTest, PanAndTiltAreTwoNumbers) {
     EXPECT_EQ(ask("set 1 panTilt 3600 -7200"), "ok");
     EXPECT_EQ(ask("get 1 panTilt"), "ok 3600 -7200");
     EXPECT_THAT(ask("set 1 panTilt 3600"), StartsWith("error "));
 }
 
-TEST_F(RackCommandsTest, SetOutOfRangeIsAnError) {
+TEST_F(CameraCommandsTest, SetOutOfRangeIsAnError) {
     EXPECT_THAT(ask("set 1 brightness 1000"), StartsWith("error "));
     EXPECT_EQ(ask("get 1 brightness"), "ok 0");
 }
 
-TEST_F(RackCommandsTest, LimitsAreMinimumMaximumStepAndDefault) {
+TEST_F(CameraCommandsTest, LimitsAreMinimumMaximumStepAndDefault) {
     EXPECT_EQ(ask("limits 1 brightness"), "ok -64 64 1 0");
 }
 
-TEST_F(RackCommandsTest, StallRefusesWithItsErrorCode) {
+TEST_F(CameraCommandsTest, StallRefusesWithItsErrorCode) {
     EXPECT_EQ(ask("stall 1 brightness 2"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::stall);
     EXPECT_EQ(request(1, setCur, brightness, {1, 0}).kind, UsbReplyKind::stall);
-    EXPECT_EQ(rack_->camera(1)->requestLog().back().errorCode, 2);
+    EXPECT_EQ(cameras_->camera(1)->requestLog().back().errorCode, 2);
     EXPECT_EQ(request(1, getCur, contrast).kind, UsbReplyKind::done);
     EXPECT_EQ(request(2, getCur, brightness).kind, UsbReplyKind::done);
 }
 
-TEST_F(RackCommandsTest, StallCanBeLimitedToWrites) {
+TEST_F(CameraCommandsTest, StallCanBeLimitedToWrites) {
     EXPECT_EQ(ask("stall 1 brightness writes"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::done);
     EXPECT_EQ(request(1, setCur, brightness, {1, 0}).kind, UsbReplyKind::stall);
 }
 
-TEST_F(RackCommandsTest, StallCanBeLimitedToReads) {
+TEST_F(CameraCommandsTest, StallCanBeLimitedToReads) {
     EXPECT_EQ(ask("stall 1 brightness reads 4"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::stall);
     EXPECT_EQ(request(1, setCur, brightness, {1, 0}).kind, UsbReplyKind::done);
 }
 
-TEST_F(RackCommandsTest, SilenceLeavesARequestUnanswered) {
+TEST_F(CameraCommandsTest, SilenceLeavesARequestUnanswered) {
     EXPECT_EQ(ask("silence 1 brightness"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::silence);
 }
 
-TEST_F(RackCommandsTest, ShortTruncatesReads) {
+TEST_F(CameraCommandsTest, ShortTruncatesReads) {
     EXPECT_EQ(ask("short 1 brightness 1"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).data.size(), 1U);
 }
 
-TEST_F(RackCommandsTest, DelayMakesAnswersLate) {
+TEST_F(CameraCommandsTest, DelayMakesAnswersLate) {
     EXPECT_EQ(ask("delay 1 30 brightness"), "ok");
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::done);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
 }
 
-TEST_F(RackCommandsTest, ClearEndsAllFaults) {
+TEST_F(CameraCommandsTest, ClearEndsAllFaults) {
     ask("stall 1 brightness");
     ask("delay 1 600000");
     EXPECT_EQ(ask("clear 1"), "ok");
     EXPECT_EQ(request(1, getCur, brightness).kind, UsbReplyKind::done);
 }
 
-TEST_F(RackCommandsTest, VanishingOrPluggingInTwiceIsAnError) {
+TEST_F(CameraCommandsTest, VanishingOrPluggingInTwiceIsAnError) {
     EXPECT_EQ(ask("status 1"), "ok free");
     EXPECT_EQ(ask("vanish 1"), "ok");
     EXPECT_EQ(ask("status 1"), "ok gone");
@@ -130,7 +130,7 @@ TEST_F(RackCommandsTest, VanishingOrPluggingInTwiceIsAnError) {
     EXPECT_EQ(ask("get 1 brightness"), "ok 0");
 }
 
-TEST_F(RackCommandsTest, StatusReportsTheHostAndTheStream) {
+TEST_F(CameraCommandsTest, StatusReportsTheHostAndTheStream) {
     UsbipClient client(server_->port());
     ASSERT_EQ(client.import("1-2"), 0U);
     EXPECT_EQ(ask("status 2"), "ok attached");
@@ -140,7 +140,7 @@ TEST_F(RackCommandsTest, StatusReportsTheHostAndTheStream) {
     EXPECT_EQ(ask("status 2"), "ok attached YUYV 640x480");
 }
 
-TEST_F(RackCommandsTest, InvalidCommandsAreAnsweredWithTheReason) {
+TEST_F(CameraCommandsTest, InvalidCommandsAreAnsweredWithTheReason) {
     for (const char* line : {"",
                              "  ",
                              "get",

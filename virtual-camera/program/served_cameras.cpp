@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/program/served_cameras.h"
 
 #include <utility>
 
@@ -9,34 +9,34 @@
 
 namespace tavelo {
 
-CameraRack::CameraRack(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models, RequestLog* log,
-                       bool twoFunctions)
+ServedCameras::ServedCameras(usbip::UsbipServer& server, std::vector<VirtualCameraModel> models,
+                             RequestLog* log, bool twoFunctions)
     : server_(server),
       devices_(static_cast<int>(models.size())) {
     for (int each = 1; twoFunctions && each <= devices_; ++each)
         models.push_back(secondFunctionOf(models[static_cast<std::size_t>(each - 1)], devices_ + each));
     int number = 0;
     for (VirtualCameraModel& model : models)
-        slots_.push_back({std::move(model), std::make_unique<Watch>(++number, log), nullptr});
+        slots_.push_back({std::move(model), std::make_unique<LogObserver>(++number, log), nullptr});
     for (int each = 1; each <= devices_; ++each)
         plug(each);
 }
 
-CameraRack::~CameraRack() {
+ServedCameras::~ServedCameras() {
     for (int each = 1; each <= devices_; ++each)
         vanish(each);
 }
 
-std::shared_ptr<VirtualCameraFirmware> CameraRack::camera(int number) const {
+std::shared_ptr<VirtualCameraFirmware> ServedCameras::camera(int number) const {
     const std::scoped_lock lock(mutex_);
     return exists(number) ? slot(number).firmware : nullptr;
 }
 
-bool CameraRack::isImported(int number) const {
+bool ServedCameras::isImported(int number) const {
     return server_.isImported(busIdOf(deviceOf(number)));
 }
 
-bool CameraRack::plug(int number) {
+bool ServedCameras::plug(int number) {
     const std::scoped_lock lock(mutex_);
     if (!isDevice(number) || slot(number).firmware) return false;
     const auto first = makeFirmware(number);
@@ -49,15 +49,15 @@ bool CameraRack::plug(int number) {
     return true;
 }
 
-std::shared_ptr<VirtualCameraFirmware> CameraRack::makeFirmware(int number) {
+std::shared_ptr<VirtualCameraFirmware> ServedCameras::makeFirmware(int number) {
     Slot& free = slot(number);
     free.firmware = std::make_shared<VirtualCameraFirmware>(free.model);
-    free.firmware->addObserver(free.watch.get());
+    free.firmware->addObserver(free.observer.get());
     return free.firmware;
 }
 
 // The firmware first: it ends waiting requests, so that the connection can close at once.
-bool CameraRack::vanish(int number) {
+bool ServedCameras::vanish(int number) {
     const std::scoped_lock lock(mutex_);
     if (!isDevice(number) || !slot(number).firmware) return false;
     std::vector<std::pair<Slot*, std::shared_ptr<VirtualCameraFirmware>>> going;
@@ -67,11 +67,11 @@ bool CameraRack::vanish(int number) {
         firmware->vanish();
     server_.unplug(busIdOf(number));
     for (const auto& [place, firmware] : going)
-        firmware->removeObserver(place->watch.get());
+        firmware->removeObserver(place->observer.get());
     return true;
 }
 
-void CameraRack::Watch::requestAnswered(const RequestRecord& record) {
+void ServedCameras::LogObserver::requestAnswered(const RequestRecord& record) {
     const bool classRequest = (record.setup.bmRequestType & uvc::typeMask) == uvc::typeClass;
     if (log_ != nullptr && classRequest) log_->write(number_, record);
 }

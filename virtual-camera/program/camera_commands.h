@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "virtual-camera/program/camera_rack.h"
+#include "virtual-camera/program/served_cameras.h"
 
 namespace tavelo {
 
@@ -27,14 +27,14 @@ namespace tavelo {
 ///     status CAMERA                                "gone", "free" or "attached", and the stream that runs
 ///
 /// Thread-safe.
-class RackCommands {
+class CameraCommands {
 public:
-    explicit RackCommands(CameraRack& rack) : rack_(rack) {}
+    explicit CameraCommands(ServedCameras& cameras) : cameras_(cameras) {}
 
     std::string execute(std::string_view line);
 
 private:
-    CameraRack& rack_;
+    ServedCameras& cameras_;
 };
 
 } // namespace tavelo

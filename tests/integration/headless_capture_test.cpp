@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "app/camera_errand.h"
+#include "app/headless_capture.h"
 
 #include <gmock/gmock.h>
 
@@ -29,7 +29,7 @@ public:
     void report(std::string_view, std::string_view) noexcept override {}
 };
 
-class CameraErrandTest : public ::testing::Test {
+class HeadlessCaptureTest : public ::testing::Test {
 protected:
     struct Outcome {
         int status = -1;
@@ -41,15 +41,16 @@ protected:
     }
 
     /// Runs the request to its end in the test's event loop.
-    Outcome run(const ErrandRequest& request, const std::function<void(CameraErrand&)>& meanwhile = {},
+    Outcome run(const HeadlessCaptureOptions& options,
+                const std::function<void(HeadlessCapture&)>& meanwhile = {},
                 CapturePlatform* platform = nullptr) {
         ::testing::internal::CaptureStderr();
         Outcome outcome;
         {
-            CameraErrand errand(platform != nullptr ? *platform : *backend_.capture, writers_, request,
-                                RendererChoice::cpu);
-            QMetaObject::invokeMethod(&errand, &CameraErrand::start, Qt::QueuedConnection);
-            if (meanwhile) meanwhile(errand);
+            HeadlessCapture capture(platform != nullptr ? *platform : *backend_.capture, writers_, options,
+                                    RendererChoice::cpu);
+            QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
+            if (meanwhile) meanwhile(capture);
             outcome.status = QCoreApplication::exec();
         }
         outcome.errors = ::testing::internal::GetCapturedStderr();
@@ -75,28 +76,28 @@ protected:
     QObject parent_;
 };
 
-ErrandRequest still(const std::string& path) {
-    ErrandRequest request;
-    request.file = path;
-    return request;
+HeadlessCaptureOptions still(const std::string& path) {
+    HeadlessCaptureOptions options;
+    options.file = path;
+    return options;
 }
 
-ErrandRequest movie(const std::string& path, std::optional<std::chrono::duration<double>> duration) {
-    ErrandRequest request;
-    request.kind = ErrandRequest::Kind::record;
-    request.file = path;
-    request.duration = duration;
-    return request;
+HeadlessCaptureOptions movie(const std::string& path, std::optional<std::chrono::duration<double>> duration) {
+    HeadlessCaptureOptions options;
+    options.kind = HeadlessCaptureOptions::Kind::record;
+    options.file = path;
+    options.duration = duration;
+    return options;
 }
 
-TEST_F(CameraErrandTest, StillHasTheCamerasSizeAndCanBeMirrored) {
+TEST_F(HeadlessCaptureTest, StillHasTheCamerasSizeAndCanBeMirrored) {
     const Outcome outcome = run(still(file("still.png")));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(outcome.errors, "");
     const QImage picture(QString::fromStdString(file("still.png")));
     EXPECT_EQ(picture.size(), QSize(1280, 720));
 
-    ErrandRequest mirrored = still(file("mirrored.png"));
+    HeadlessCaptureOptions mirrored = still(file("mirrored.png"));
     mirrored.mirror = true;
     EXPECT_EQ(run(mirrored).status, 0);
     const QImage mirror(QString::fromStdString(file("mirrored.png")));
@@ -106,12 +107,12 @@ TEST_F(CameraErrandTest, StillHasTheCamerasSizeAndCanBeMirrored) {
     EXPECT_NE(picture.pixelColor(5, 5), picture.pixelColor(1274, 5));
 }
 
-TEST_F(CameraErrandTest, CameraIsChosenByNumberOrIdentifier) {
+TEST_F(HeadlessCaptureTest, CameraIsChosenByNumberOrIdentifier) {
     const auto cameras = backend_.capture->devicesWithMediaType(MediaType::video);
-    ErrandRequest second = still(file("second.png"));
+    HeadlessCaptureOptions second = still(file("second.png"));
     second.camera = "2";
     EXPECT_EQ(run(second).status, 0);
-    ErrandRequest identified = still(file("identified.png"));
+    HeadlessCaptureOptions identified = still(file("identified.png"));
     identified.camera = cameras[1]->uniqueID();
     EXPECT_EQ(run(identified).status, 0);
     EXPECT_EQ(run(still(file("first.png"))).status, 0);
@@ -123,14 +124,14 @@ TEST_F(CameraErrandTest, CameraIsChosenByNumberOrIdentifier) {
     EXPECT_NE(plate("second.png"), plate("first.png"));
 }
 
-TEST_F(CameraErrandTest, ErrorNamesAMissingCamera) {
+TEST_F(HeadlessCaptureTest, ErrorNamesAMissingCamera) {
     for (const auto& [camera, message] :
          std::map<std::string, std::string>{{"3", "no camera 3: there are 2"},
                                             {"0", "no camera 0"},
                                             {"0xdeadbeef00000000", "no camera 0xdeadbeef00000000"}}) {
-        ErrandRequest request = still(file("none.png"));
-        request.camera = camera;
-        const Outcome outcome = run(request);
+        HeadlessCaptureOptions options = still(file("none.png"));
+        options.camera = camera;
+        const Outcome outcome = run(options);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.errors, HasSubstr(message));
         EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
@@ -141,7 +142,7 @@ TEST_F(CameraErrandTest, ErrorNamesAMissingCamera) {
     EXPECT_THAT(run(still(file("none.png"))).errors, HasSubstr("no camera is plugged in"));
 }
 
-TEST_F(CameraErrandTest, MovieHasTheRequestedDuration) {
+TEST_F(HeadlessCaptureTest, MovieHasTheRequestedDuration) {
     const Outcome outcome = run(movie(file("movie.mp4"), 1s));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(outcome.errors, "");
@@ -154,28 +155,31 @@ TEST_F(CameraErrandTest, MovieHasTheRequestedDuration) {
     EXPECT_GT(last, 0.3);
 }
 
-TEST_F(CameraErrandTest, StoppedMovieIsComplete) {
+TEST_F(HeadlessCaptureTest, StoppedMovieIsComplete) {
     const std::string path = file("stopped.mp4");
-    const Outcome outcome = run(
-        movie(path, {}), [&](CameraErrand& errand) { onceRecording(path, [&errand] { errand.stop(); }); });
+    const Outcome outcome = run(movie(path, {}), [&](HeadlessCapture& capture) {
+        onceRecording(path, [&capture] { capture.stop(); });
+    });
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
-TEST_F(CameraErrandTest, UnpluggingTheCameraLeavesAPlayableMovie) {
+TEST_F(HeadlessCaptureTest, UnpluggingTheCameraLeavesAPlayableMovie) {
     const std::string path = file("unplugged.mp4");
-    const Outcome outcome = run(
-        movie(path, 60s), [&](CameraErrand&) { onceRecording(path, [this] { backend_.bus->unplug(1); }); });
+    const Outcome outcome = run(movie(path, 60s), [&](HeadlessCapture&) {
+        onceRecording(path, [this] { backend_.bus->unplug(1); });
+    });
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + path + ": cut short: the camera was unplugged\n");
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
-TEST_F(CameraErrandTest, ErrorNamesAFileThatCannotBeWrittenAndTheReason) {
-    for (const ErrandRequest& request : {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
-        const Outcome outcome = run(request);
+TEST_F(HeadlessCaptureTest, ErrorNamesAFileThatCannotBeWrittenAndTheReason) {
+    for (const HeadlessCaptureOptions& options :
+         {still(file("no/folder.png")), movie(file("no/folder.mp4"), 1s)}) {
+        const Outcome outcome = run(options);
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.errors, HasSubstr(request.file));
+        EXPECT_THAT(outcome.errors, HasSubstr(options.file));
         EXPECT_THAT(outcome.errors, HasSubstr("No such file or directory"));
         EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
     }
@@ -228,21 +232,21 @@ private:
     const std::shared_ptr<CaptureDevice> camera_;
 };
 
-TEST_F(CameraErrandTest, ReportsABusyCameraAndItsHolderAtOnce) {
+TEST_F(HeadlessCaptureTest, ReportsABusyCameraAndItsHolderAtOnce) {
     UnavailablePlatform busy({ErrorCode::busy, "busy: in use by cheese, process 20"}, true);
-    for (const ErrandRequest& request : {still(file("busy.png")), movie(file("busy.mp4"), 1s)}) {
+    for (const HeadlessCaptureOptions& options : {still(file("busy.png")), movie(file("busy.mp4"), 1s)}) {
         QElapsedTimer clock;
         clock.start();
-        const Outcome outcome = run(request, {}, &busy);
-        EXPECT_LT(clock.elapsed(), 10'000) << "much less than the 20 s timeout for a silent camera";
+        const Outcome outcome = run(options, {}, &busy);
+        EXPECT_LT(clock.elapsed(), 10'000) << "far from the 20 s that a silent camera is given";
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + request.file +
+        EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + options.file +
                                       ": not written: the camera is busy: in use by cheese, process 20\n");
-        EXPECT_FALSE(std::filesystem::exists(request.file));
+        EXPECT_FALSE(std::filesystem::exists(options.file));
     }
 }
 
-TEST_F(CameraErrandTest, ReportsMissingRightsAtOnce) {
+TEST_F(HeadlessCaptureTest, ReportsMissingRightsAtOnce) {
     const Error denied{ErrorCode::denied, "cannot open /dev/video0: Permission denied"};
     for (const bool makesInput : {true, false}) {
         UnavailablePlatform platform(denied, makesInput);
@@ -252,7 +256,7 @@ TEST_F(CameraErrandTest, ReportsMissingRightsAtOnce) {
     }
 }
 
-TEST_F(CameraErrandTest, ReportsWhatIsKeptOfAFailedMovie) {
+TEST_F(HeadlessCaptureTest, ReportsWhatIsKeptOfAFailedMovie) {
     testing::WriterScript script;
     script.refuseSamples = true;
     script.error = {ErrorCode::refused, "the disk is full", "file system",
@@ -269,9 +273,9 @@ TEST_F(CameraErrandTest, ReportsWhatIsKeptOfAFailedMovie) {
     EXPECT_EQ(lost.errors, "tavelo-control-panel: " + path + ": not written: the disk is full\n");
 }
 
-TEST_F(CameraErrandTest, InterruptedBeforeThePictureWritesNothing) {
-    const Outcome outcome = run(still(file("interrupted.png")), [](CameraErrand& errand) {
-        QMetaObject::invokeMethod(&errand, &CameraErrand::stop, Qt::QueuedConnection);
+TEST_F(HeadlessCaptureTest, InterruptedBeforeThePictureWritesNothing) {
+    const Outcome outcome = run(still(file("interrupted.png")), [](HeadlessCapture& capture) {
+        QMetaObject::invokeMethod(&capture, &HeadlessCapture::stop, Qt::QueuedConnection);
     });
     EXPECT_EQ(outcome.status, 1);
     EXPECT_FALSE(std::filesystem::exists(file("interrupted.png")));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "virtual-camera/program/rack_commands.h"
+#include "virtual-camera/program/camera_commands.h"
 
 #include <charconv>
 #include <cstdint>
@@ -19,7 +19,7 @@ namespace {
 
 using Words = std::span<const std::string>;
 
-constexpr std::int64_t longestDelay = 600'000; // ms
+constexpr std::int64_t maxDelay = 600'000; // ms
 
 std::string failure(const std::string& reason) {
     return "error " + reason;
@@ -41,7 +41,7 @@ std::optional<std::int32_t> number32(const std::string& word) {
 
 /// The target of an order.
 struct Subject {
-    CameraRack& rack;
+    ServedCameras& cameras;
     int camera = 0;
     std::shared_ptr<VirtualCameraFirmware> firmware; ///< null while unplugged
 };
@@ -127,7 +127,7 @@ using CameraOrder = std::string (*)(VirtualCameraFirmware&, Words words);
 
 std::string delay(VirtualCameraFirmware& camera, Words words) {
     const std::optional<std::int64_t> wait = words.empty() ? std::nullopt : number(words[0]);
-    if (!wait || *wait < 0 || *wait > longestDelay || words.size() > 2)
+    if (!wait || *wait < 0 || *wait > maxDelay || words.size() > 2)
         return failure("delay CAMERA MILLISECONDS [CONTROL]");
     FirmwareFault fault = faultOf(FaultKind::delay, std::nullopt);
     fault.wait = std::chrono::milliseconds(*wait);
@@ -146,20 +146,20 @@ std::string clear(VirtualCameraFirmware& camera, Words words) {
     return "ok";
 }
 
-// Orders for a slot of the rack.
-using RackOrder = std::string (*)(const Subject&);
+// Orders for a camera that may be unplugged.
+using SlotOrder = std::string (*)(const Subject&);
 
 std::string vanish(const Subject& subject) {
-    return subject.rack.vanish(subject.camera) ? "ok" : failure("it is not plugged in");
+    return subject.cameras.vanish(subject.camera) ? "ok" : failure("it is not plugged in");
 }
 
 std::string plug(const Subject& subject) {
-    return subject.rack.plug(subject.camera) ? "ok" : failure("it is plugged in");
+    return subject.cameras.plug(subject.camera) ? "ok" : failure("it is plugged in");
 }
 
 std::string status(const Subject& subject) {
     if (!subject.firmware) return "ok gone";
-    std::string answer = subject.rack.isImported(subject.camera) ? "ok attached" : "ok free";
+    std::string answer = subject.cameras.isImported(subject.camera) ? "ok attached" : "ok free";
     const std::optional<StreamFormat> format = subject.firmware->committedFormat();
     if (subject.firmware->streaming() && format)
         answer += std::string(format->encoding == StreamEncoding::yuyv ? " YUYV " : " MJPG ") +
@@ -168,7 +168,7 @@ std::string status(const Subject& subject) {
 }
 
 std::string execute(const Subject& subject, const std::string& verb, Words words) {
-    static const std::map<std::string, RackOrder, std::less<>> rackOrders{
+    static const std::map<std::string, SlotOrder, std::less<>> slotOrders{
         {"vanish", vanish}, {"plug", plug}, {"status", status}};
     static const std::map<std::string, CameraOrder, std::less<>> cameraOrders{{"delay", delay},
                                                                               {"clear", clear}};
@@ -176,7 +176,7 @@ std::string execute(const Subject& subject, const std::string& verb, Words words
         {"get", get},     {"set", set},         {"limits", limits},
         {"stall", stall}, {"silence", silence}, {"short", shortReply}};
 
-    if (const auto order = rackOrders.find(verb); order != rackOrders.end())
+    if (const auto order = slotOrders.find(verb); order != slotOrders.end())
         return words.empty() ? order->second(subject) : failure(verb + " CAMERA");
     const auto cameraOrder = cameraOrders.find(verb);
     const auto controlOrder = controlOrders.find(verb);
@@ -192,15 +192,15 @@ std::string execute(const Subject& subject, const std::string& verb, Words words
 
 } // namespace
 
-std::string RackCommands::execute(std::string_view line) {
+std::string CameraCommands::execute(std::string_view line) {
     std::vector<std::string> words;
     std::istringstream stream{std::string(line)};
     for (std::string word; stream >> word;)
         words.push_back(std::move(word));
     if (words.empty()) return failure("no order");
     const std::optional<std::int32_t> camera = words.size() > 1 ? number32(words[1]) : std::nullopt;
-    if (!camera || *camera < 1 || *camera > rack_.size()) return failure("which camera?");
-    return tavelo::execute({rack_, *camera, rack_.camera(*camera)}, words[0], Words(words).subspan(2));
+    if (!camera || *camera < 1 || *camera > cameras_.size()) return failure("which camera?");
+    return tavelo::execute({cameras_, *camera, cameras_.camera(*camera)}, words[0], Words(words).subspan(2));
 }
 
 } // namespace tavelo

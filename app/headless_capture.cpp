@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "app/camera_errand.h"
+#include "app/headless_capture.h"
 
 #include <QCoreApplication>
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
+#include "app/error_line.h"
 #include "app/timed_recorder.h"
 #include "video/kt_display_view.h"
 
@@ -32,7 +32,7 @@ std::optional<std::size_t> numberOf(const std::string& text) {
 }
 
 // What an unfinished movie's file still holds.
-std::string whatIsThere(const Error& error) {
+std::string stateOfFile(const Error& error) {
     if (!error.kept) return "not written";
     std::array<char, 32> seconds{};
     const char* const end =
@@ -43,33 +43,33 @@ std::string whatIsThere(const Error& error) {
 
 } // namespace
 
-CameraErrand::CameraErrand(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                           ErrandRequest request, RendererChoice renderer)
+HeadlessCapture::HeadlessCapture(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                                 HeadlessCaptureOptions options, RendererChoice renderer)
     : capture_(capture),
       assetWriters_(std::move(assetWriters)),
-      request_(std::move(request)),
+      options_(std::move(options)),
       renderer_(renderer) {
-    connect(&timer_, &QTimer::timeout, this, &CameraErrand::poll);
+    connect(&timer_, &QTimer::timeout, this, &HeadlessCapture::poll);
 }
 
-CameraErrand::~CameraErrand() {
+HeadlessCapture::~HeadlessCapture() {
     if (observing_) capture_.removeObserver(this);
     // Finishes a movie that is still being recorded; its handler uses this object.
     view_.reset();
     recorder_.reset();
 }
 
-void CameraErrand::start() {
+void HeadlessCapture::start() {
     camera_ = chosenCamera();
     if (!camera_) return;
     view_ = KTDisplayView::create(viewFrame, capture_, renderer_);
     if (!view_) {
-        end(1, request_.file + ": not written: the camera's pictures cannot be received");
+        end(1, options_.file + ": not written: the camera's pictures cannot be received");
         return;
     }
-    recorder_ = std::make_shared<TimedRecorder>(assetWriters_, request_.duration);
+    recorder_ = std::make_shared<TimedRecorder>(assetWriters_, options_.duration);
     view_->mtkView()->setAssetWriteManager(recorder_);
-    view_->mtkView()->setShouldFlipHorizontal(request_.mirror);
+    view_->mtkView()->setShouldFlipHorizontal(options_.mirror);
     capture_.addObserver(this);
     observing_ = true;
     view_->showDevice(camera_);
@@ -77,10 +77,10 @@ void CameraErrand::start() {
     timer_.start(pollInterval);
 }
 
-std::shared_ptr<CaptureDevice> CameraErrand::chosenCamera() {
+std::shared_ptr<CaptureDevice> HeadlessCapture::chosenCamera() {
     const std::vector<std::shared_ptr<CaptureDevice>> cameras =
         capture_.devicesWithMediaType(MediaType::video);
-    if (const auto number = numberOf(request_.camera.empty() ? "1" : request_.camera)) {
+    if (const auto number = numberOf(options_.camera.empty() ? "1" : options_.camera)) {
         if (*number >= 1 && *number <= cameras.size()) return cameras[*number - 1];
         end(1, cameras.empty() ? "no camera is plugged in"
                                : "no camera " + std::to_string(*number) + ": there are " +
@@ -88,104 +88,104 @@ std::shared_ptr<CaptureDevice> CameraErrand::chosenCamera() {
         return nullptr;
     }
     const auto found = std::ranges::find_if(
-        cameras, [this](const auto& camera) { return camera->uniqueID() == request_.camera; });
+        cameras, [this](const auto& camera) { return camera->uniqueID() == options_.camera; });
     if (found != cameras.end()) return *found;
-    end(1, "no camera " + request_.camera);
+    end(1, "no camera " + options_.camera);
     return nullptr;
 }
 
-void CameraErrand::poll() {
+void HeadlessCapture::poll() {
     const std::uint64_t pictures = view_->mtkView()->drawnFrames();
     if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
     const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
 
     if (state_ == State::waiting) {
-        const bool still = request_.kind == ErrandRequest::Kind::snapshot;
+        const bool still = options_.kind == HeadlessCaptureOptions::Kind::snapshot;
         if (pictures >= (still ? picturesBeforeAStill : 1))
             begin();
-        else if (silent || cannotBeHad())
-            end(1, request_.file + ": not written: " + whyNoPicture());
+        else if (silent || isUnavailable())
+            end(1, options_.file + ": not written: " + noPictureReason());
     } else if (state_ == State::recording && silent) {
-        complaint_ = "the camera fell silent";
+        cutShortReason_ = "the camera fell silent";
         finishMovie();
     }
 }
 
 // These errors do not go away by waiting: another program streams, or permission is missing.
-bool CameraErrand::cannotBeHad() const {
+bool HeadlessCapture::isUnavailable() const {
     const auto input = view_->videoCaptureDeviceInput();
     const ErrorCode code = input ? input->trouble().code : ErrorCode::invalid;
     return !input || code == ErrorCode::busy || code == ErrorCode::denied;
 }
 
-Error CameraErrand::trouble() const {
+Error HeadlessCapture::trouble() const {
     if (const auto input = view_->videoCaptureDeviceInput()) return input->trouble();
     Error error; // no input could be made, and the view does not report why
     camera_->makeInput(error);
     return error;
 }
 
-std::string CameraErrand::whyNoPicture() const {
+std::string HeadlessCapture::noPictureReason() const {
     const Error error = trouble();
     if (error.text.empty()) return "the camera delivers no picture";
     if (error.code == ErrorCode::busy) return "the camera is " + error.text;
     return "the camera delivers no picture: " + error.text;
 }
 
-void CameraErrand::begin() {
+void HeadlessCapture::begin() {
     // Called on the render queue or on the writer's own thread.
     const auto report = [this](bool success, const Error& error) {
         QMetaObject::invokeMethod(
             this, [this, success, error] { didWrite(success, error); }, Qt::QueuedConnection);
     };
-    if (request_.kind == ErrandRequest::Kind::snapshot) {
+    if (options_.kind == HeadlessCaptureOptions::Kind::snapshot) {
         state_ = State::writing;
-        view_->mtkView()->screenShotWithFilePathCompletionHandler(request_.file, report);
+        view_->mtkView()->screenShotWithFilePathCompletionHandler(options_.file, report);
     } else {
         state_ = State::recording;
-        view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(request_.file, {},
+        view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(options_.file, {},
                                                                                       report);
     }
 }
 
-void CameraErrand::stop() {
+void HeadlessCapture::stop() {
     if (state_ == State::recording)
         finishMovie();
     else if (state_ == State::waiting)
-        end(1, request_.file + ": not written: interrupted");
+        end(1, options_.file + ": not written: interrupted");
 }
 
-void CameraErrand::finishMovie() {
+void HeadlessCapture::finishMovie() {
     state_ = State::finishing;
     view_->mtkView()->stopRecord();
 }
 
-void CameraErrand::didWrite(bool success, const Error& error) {
+void HeadlessCapture::didWrite(bool success, const Error& error) {
     if (!success)
-        end(1, request_.file + ": " + whatIsThere(error) + ": " + error.text);
-    else if (!complaint_.empty())
-        end(1, request_.file + ": cut short: " + complaint_);
+        end(1, options_.file + ": " + stateOfFile(error) + ": " + error.text);
+    else if (!cutShortReason_.empty())
+        end(1, options_.file + ": cut short: " + cutShortReason_);
     else
         end(0);
 }
 
-void CameraErrand::captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& /*device*/) {}
+void HeadlessCapture::captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& /*device*/) {}
 
-void CameraErrand::captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) {
+void HeadlessCapture::captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) {
     if (device != camera_) return;
     if (state_ == State::recording) {
-        complaint_ = "the camera was unplugged";
+        cutShortReason_ = "the camera was unplugged";
         finishMovie();
     } else if (state_ == State::waiting) {
-        end(1, request_.file + ": not written: the camera was unplugged");
+        end(1, options_.file + ": not written: the camera was unplugged");
     }
 }
 
-void CameraErrand::end(int status, const std::string& message) {
+void HeadlessCapture::end(int status, const std::string& message) {
     if (state_ == State::done) return;
     state_ = State::done;
     timer_.stop();
-    if (!message.empty()) std::fprintf(stderr, "tavelo-control-panel: %s\n", message.c_str());
+    if (!message.empty()) printErrorLine(message);
     QCoreApplication::exit(status);
 }
 

@@ -9,7 +9,7 @@
 
 namespace tavelo {
 
-struct ErrandRequest {
+struct HeadlessCaptureOptions {
     enum class Kind : std::uint8_t { snapshot, record };
 
     Kind kind = Kind::snapshot;
