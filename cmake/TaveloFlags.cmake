@@ -12,6 +12,13 @@ target_compile_options(tavelo_flags INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
     $<$<BOOL:${TAVELO_WERROR}>:-Werror>)
 
+# Links in a fraction of the time, if it is installed; there are more than a hundred test programs.
+find_program(TAVELO_MOLD mold)
+mark_as_advanced(TAVELO_MOLD)
+if(TAVELO_MOLD)
+    target_link_options(tavelo_flags INTERFACE -fuse-ld=mold)
+endif()
+
 if(TAVELO_SANITIZE)
     target_compile_options(tavelo_flags INTERFACE
         -fsanitize=${TAVELO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
