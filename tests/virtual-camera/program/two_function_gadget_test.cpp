@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/uvc/descriptors.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/program/served_cameras.h"
 
 namespace tavelo {

@@ -8,7 +8,7 @@
 #include "fake_usb_camera.h"
 #include "stream/stream_watching.h"
 #include "support/remembered_priorities.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {

@@ -7,7 +7,7 @@
 #include "fake_usb_camera.h"
 #include "platform/linux/usb/capture_input.h"
 #include "stream/stream_watching.h"
-#include "virtual-camera/firmware/uvc_protocol.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
