@@ -41,6 +41,10 @@ constexpr auto longestWait = 60s;
 constexpr std::size_t pictures = 4;
 constexpr int restarts = 10;
 
+// Of a virtual camera.
+constexpr std::uint8_t controlInterface = 0;
+constexpr std::uint8_t streamingInterface = 1;
+
 struct Camera {
     UsbCameraAddress address;
     std::vector<std::uint8_t> configurationDescriptor;
@@ -54,8 +58,7 @@ std::optional<Camera> cameraWithSerial(std::string_view serial) {
         const auto descriptors = usbDescriptors(device);
         if (told != serial || !descriptors) continue;
         const UsbAddress address{device.busNumber, device.deviceNumber};
-        return Camera{{address, uvc::controlInterface, {uvc::streamingInterface}},
-                      descriptors->configuration};
+        return Camera{{address, controlInterface, {streamingInterface}}, descriptors->configuration};
     }
     return std::nullopt;
 }
@@ -128,7 +131,7 @@ using Acquire = std::function<std::shared_ptr<UsbHandle>(Error&)>;
 std::unique_ptr<CaptureDeviceInput> makeInput(const Camera& camera, Diagnostics& diagnostics,
                                               const char* fourcc, Acquire acquire) {
     return std::make_unique<UsbCaptureInput>(
-        nullptr, UsbStreamSource{std::move(acquire), uvc::streamingInterface, camera.configurationDescriptor},
+        nullptr, UsbStreamSource{std::move(acquire), streamingInterface, camera.configurationDescriptor},
         CaptureInputOptions{.diagnostics = diagnostics,
                             .whoHolds = [] { return "busy: in use by another program"; },
                             .request = {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});

@@ -124,7 +124,7 @@ TEST_F(UsbBackendTest, AManagerBindsReadsAllControlsAndWritesThem) {
 
 TEST_F(UsbBackendTest, ACameraThatStallsTheRangeOfItsPowerLineFrequencyHasThatControl) {
     plug();
-    for (const std::uint8_t request : {std::uint8_t{0x82}, std::uint8_t{0x83}}) {
+    for (const UvcRequest request : {UvcRequest::getMin, UvcRequest::getMax}) {
         FirmwareFault stall;
         stall.control = control::powerLine;
         stall.request = request;

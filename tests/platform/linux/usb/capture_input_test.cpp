@@ -6,9 +6,9 @@
 #include <random>
 
 #include "fake_usb_camera.h"
+#include "platform/uvc/uvc_protocol.h"
 #include "stream/stream_watching.h"
 #include "support/remembered_priorities.h"
-#include "platform/uvc/uvc_protocol.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
@@ -78,8 +78,8 @@ protected:
                                              const CaptureFormatRequest& request = {}) {
         return std::make_unique<UsbCaptureInput>(
             nullptr,
-            UsbStreamSource{[&](Error& error) { return source.open({}, error); }, uvc::streamingInterface,
-                            source.configurationDescriptor()},
+            UsbStreamSource{[&](Error& error) { return source.open({}, error); },
+                            source.firmware().model().streamingInterface(), source.configurationDescriptor()},
             CaptureInputOptions{.diagnostics = lines,
                                 .whoHolds = [] { return "busy: in use by another program"; },
                                 .request = request,

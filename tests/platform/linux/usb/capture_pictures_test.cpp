@@ -6,8 +6,8 @@
 
 #include "fake_usb_camera.h"
 #include "platform/linux/usb/capture_input.h"
-#include "stream/stream_watching.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "stream/stream_watching.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
@@ -54,8 +54,8 @@ protected:
         const CaptureFormatRequest request{CaptureFormatRequest::Size{320, 240}, {}, std::get<1>(GetParam())};
         input = std::make_unique<UsbCaptureInput>(
             nullptr,
-            UsbStreamSource{[this](Error& error) { return camera->open({}, error); }, uvc::streamingInterface,
-                            camera->configurationDescriptor()},
+            UsbStreamSource{[this](Error& error) { return camera->open({}, error); },
+                            model.streamingInterface(), camera->configurationDescriptor()},
             CaptureInputOptions{.diagnostics = lines, .whoHolds = {}, .request = request});
     }
 
