@@ -40,6 +40,8 @@ function(tavelo_program NAME)
     set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
 
+set(TAVELO_TEST_FLAGS "" CACHE STRING "Compile flags of the test programs, after all others")
+
 # tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT] [BUS]): a GoogleTest program, one ctest entry.
 #   Labels: "unit" (default), "integration"; "threads" also runs the test under ThreadSanitizer.
 #   QT   creates a QApplication, without a display
@@ -48,6 +50,7 @@ function(tavelo_test NAME)
     cmake_parse_arguments(ARG "QT;BUS" "" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     add_executable(${NAME} ${ARG_SOURCES})
     target_include_directories(${NAME} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_compile_options(${NAME} PRIVATE ${TAVELO_TEST_FLAGS})
     target_link_libraries(${NAME} PRIVATE tavelo_flags GTest::gmock ${ARG_LIBRARIES})
     if(ARG_QT)
         target_link_libraries(${NAME} PRIVATE tavelo_qt_flags tavelo_qt_test_main)
