@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/common/standard_capture_session.h"
+#include "platform/common/listed_capture_platform.h"
 #include "platform/linux/bus/sysfs_usb_platform.h"
 #include "platform/linux/bus/udev_monitor.h"
 #include "platform/linux/kernel/control_interface.h"
@@ -57,27 +57,17 @@ std::unique_ptr<UsbPlatform> makeUsbPlatform(Diagnostics& diagnostics, KernelBac
                                  }});
 }
 
-class KernelCapturePlatform final : public CapturePlatform {
+class KernelCapturePlatform final : public ListedCapturePlatform<KernelDeviceList> {
 public:
     KernelCapturePlatform(const BackendOptions& options, const std::filesystem::path& sysfs)
-        : priority_(options.priority),
-          list_(options.mainQueue, {std::make_shared<KernelNodeOpener>(), options.diagnostics, options.format,
-                                    sysfs, options.priority}),
+        : ListedCapturePlatform(options.priority, options.mainQueue,
+                                KernelDeviceOptions{std::make_shared<KernelNodeOpener>(), options.diagnostics,
+                                                    options.format, sysfs, options.priority}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that no change is missed
     }
 
-    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {
-        return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
-    }
-    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
-    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
-    void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
-    void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
-
 private:
-    const std::shared_ptr<ThreadPriority> priority_;
-    KernelDeviceList list_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
 

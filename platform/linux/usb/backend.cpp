@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/common/standard_capture_session.h"
+#include "platform/common/listed_capture_platform.h"
 #include "platform/linux/bus/sysfs_usb_platform.h"
 #include "platform/linux/bus/udev_monitor.h"
 #include "platform/linux/device_holders.h"
@@ -102,26 +102,18 @@ UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnos
     };
 }
 
-class UsbCapturePlatform final : public CapturePlatform {
+class UsbCapturePlatform final : public ListedCapturePlatform<UsbDeviceList> {
 public:
     UsbCapturePlatform(const BackendOptions& options, const UsbBackendOptions& machine)
-        : priority_(options.priority),
-          list_(machine.sysfs, options.mainQueue,
-                inputMaker(machine.claims, options.diagnostics, options.format, options.priority)),
+        : ListedCapturePlatform(
+              options.priority, machine.sysfs, options.mainQueue,
+              inputMaker(machine.claims, options.diagnostics, options.format, options.priority)),
           monitor_(machine.hotplugEvents(), [this](const UdevEvent&) { rescan(); }) {
         list_.fill(); // after the monitor listens, so that no change is missed
     }
     ~UsbCapturePlatform() override { ending_.set(); }
     UsbCapturePlatform(const UsbCapturePlatform&) = delete;
     UsbCapturePlatform& operator=(const UsbCapturePlatform&) = delete;
-
-    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType type) override {
-        return type == MediaType::video ? list_.devices() : std::vector<std::shared_ptr<CaptureDevice>>();
-    }
-    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
-    std::shared_ptr<ThreadPriority> threadPriority() override { return priority_; }
-    void addObserver(CaptureDeviceObserver* observer) override { list_.addObserver(observer); }
-    void removeObserver(CaptureDeviceObserver* observer) override { list_.removeObserver(observer); }
 
 private:
     void rescan() {
@@ -130,8 +122,6 @@ private:
         }
     }
 
-    const std::shared_ptr<ThreadPriority> priority_;
-    UsbDeviceList list_;
     WakeEvent ending_;
     UdevMonitor monitor_; // last: its thread uses the list
 };
