@@ -50,14 +50,15 @@ stop_display() {
     display_server=''
 }
 
-# run_tests PRESET: runs the preset's tests and leaves the results in build/test-results/PRESET.
+# run_tests PRESET [ARGUMENT...]: runs the preset's tests and leaves the results in build/test-results/PRESET.
 # Fails only if the tests could not run; scripts/test-summary evaluates the results.
 run_tests() {
-    local results=$project/build/test-results/$1
+    local results=$project/build/test-results/$1 preset=$1
+    shift
     rm -rf "$results"
     mkdir -p "$results/cases" "$results/home"
     env -u DBUS_SESSION_BUS_ADDRESS XDG_CONFIG_HOME="$results/home" GTEST_OUTPUT="xml:$results/cases/" \
-        ctest --preset "$1" --parallel "$(nproc)" --no-tests=error --output-junit "$results/programs.xml" \
+        ctest --preset "$preset" "$@" --parallel "$(nproc)" --no-tests=error --output-junit "$results/programs.xml" \
         >"$results/log" || sed -n '/^ *[0-9]*\/[0-9]* Test.*\(Failed\|Timeout\|Exception\)/,/^$/p' "$results/log" >&2
-    [ -s "$results/programs.xml" ] || { tail -n 20 "$results/log" >&2; die "the tests of $1 did not run"; }
+    [ -s "$results/programs.xml" ] || { tail -n 20 "$results/log" >&2; die "the tests of $preset did not run"; }
 }

@@ -5,9 +5,10 @@
 #include <utility>
 
 namespace tavelo {
+
 std::vector<std::uint8_t> UsbCameraAddress::interfaces() const {
-    std::vector all{controlInterface};
-    all.insert(all.end(), streamingInterfaces.begin(), streamingInterfaces.end());
+    std::vector<std::uint8_t> all(1 + streamingInterfaces.size(), controlInterface);
+    std::ranges::copy(streamingInterfaces, all.begin() + 1);
     return all;
 }
 
