@@ -24,6 +24,7 @@
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/kernel/backend.h"
 #include "platform/linux/v4l2/v4l2_controls.h"
+#include "support/standard_error_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
@@ -66,14 +67,6 @@ std::string textOf(const Reply& reply) {
 class NoMainQueue final : public MainQueue {
 public:
     void post(Task /*task*/) override {}
-};
-
-class StandardError final : public Diagnostics {
-public:
-    void report(std::string_view device, std::string_view reason) noexcept override {
-        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
-                     reason.data());
-    }
 };
 
 // The camera behind the kernel's driver and the same firmware in this process ("twin").
@@ -333,7 +326,7 @@ int fail(const std::string& reason) {
 int setBrightness(const std::string& node, std::int64_t value) {
     const auto identity = usbIdentityOfVideoNode("/sys", node);
     if (!identity) return fail(node + " is no USB camera");
-    StandardError diagnostics;
+    testing::StandardErrorDiagnostics diagnostics;
     NoMainQueue mainQueue;
     const Backend backend = makeKernelBackend({mainQueue, diagnostics});
     KTUVCManager manager({backend.usb.get(), nullptr});
@@ -354,7 +347,7 @@ int check(const std::string& node) {
     if (!identity) return fail(node + " is no USB camera");
     std::printf("%s is %s \"%s\" at %s\n", node.c_str(), identity->captureIdentifier().c_str(),
                 identity->productName.c_str(), identity->deviceName.c_str());
-    StandardError diagnostics;
+    testing::StandardErrorDiagnostics diagnostics;
     NoMainQueue mainQueue;
     const Backend backend = makeKernelBackend({mainQueue, diagnostics});
     const auto listed = listedCamera(*backend.usb, identity->locationID, identity->interfaceNumber);

@@ -11,6 +11,8 @@
 #include <set>
 #include <string>
 
+#include "support/recorded_diagnostics.h"
+
 namespace tavelo {
 namespace {
 
@@ -18,11 +20,6 @@ namespace {
 class NoMainQueue final : public MainQueue {
 public:
     void post(Task /*task*/) override {}
-};
-
-class NoDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
 };
 
 class FirstFrames final : public SampleBufferDelegate {
@@ -55,10 +52,10 @@ private:
     int count_ = 0;
 };
 
-class BackendsTest : public testing::Test {
+class BackendsTest : public ::testing::Test {
 protected:
     NoMainQueue mainQueue;
-    NoDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
 };
 
 TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
@@ -104,7 +101,7 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
 
 // Runs on this machine's real devices: every USB camera listed by the capture half must be known to the
 // other half.
-class TheMachinesOwnHalves : public BackendsTest, public testing::WithParamInterface<CameraTransport> {};
+class TheMachinesOwnHalves : public BackendsTest, public ::testing::WithParamInterface<CameraTransport> {};
 
 TEST_P(TheMachinesOwnHalves, Agree) {
     CameraOptions options;
@@ -135,7 +132,7 @@ TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, TheMachinesOwnHalves,
-                         testing::Values(CameraTransport::kernel, CameraTransport::usb));
+                         ::testing::Values(CameraTransport::kernel, CameraTransport::usb));
 
 } // namespace
 } // namespace tavelo

@@ -10,12 +10,13 @@
 #include <thread>
 
 #include "fake_video_nodes.h"
+#include "support/recorded_diagnostics.h"
 
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class HandQueue final : public MainQueue {
 public:
@@ -41,11 +42,6 @@ private:
     std::deque<Task> tasks_;
 };
 
-class SilentDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
-};
-
 class RememberingObserver final : public CaptureDeviceObserver {
 public:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
@@ -60,7 +56,7 @@ public:
     std::shared_ptr<CaptureDevice> lastGone;
 };
 
-class KernelDeviceListTest : public testing::Test {
+class KernelDeviceListTest : public ::testing::Test {
 protected:
     void plug(int port, const std::string& product) {
         const std::string node = "video" + std::to_string(port);
@@ -85,7 +81,7 @@ protected:
     FakeVideoTree tree;
     const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
     HandQueue queue;
-    SilentDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     std::optional<KernelDeviceList> list{std::in_place, queue,
                                          KernelDeviceOptions{opener, diagnostics, {}, tree.root()}};
     RememberingObserver observer;

@@ -18,14 +18,14 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-class UsbBackendTest : public testing::Test {
+class UsbBackendTest : public ::testing::Test {
 protected:
     UsbBackendTest() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
@@ -45,7 +45,7 @@ protected:
         return answers ? std::move(devices.front()) : nullptr;
     }
 
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     ManualMainQueue mainQueue;
     FakeSysfs tree;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>(virtualCameraModel(1));
