@@ -25,17 +25,12 @@
 
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/usb/backend.h"
+#include "support/manual_main_queue.h"
 #include "support/standard_error_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo {
 namespace {
-
-// Drops all tasks: device changes are not needed here.
-class NoMainQueue final : public MainQueue {
-public:
-    void post(Task /*task*/) override {}
-};
 
 std::vector<std::uint8_t> bytesOf(const std::string& digits) {
     std::vector<std::uint8_t> bytes;
@@ -100,7 +95,7 @@ int check(const std::string& name, std::optional<std::uint8_t> interface) {
     const auto device = std::ranges::find(devices, name, &SysfsUsbDevice::name);
     if (device == devices.end()) return fail("no device " + name);
     const std::uint32_t location = device->locationID;
-    NoMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     testing::StandardErrorDiagnostics diagnostics;
     const Backend backend = makeUsbBackend({mainQueue, diagnostics});
     if (!backend.usb) return fail("the cameras cannot be taken over USB");

@@ -11,16 +11,11 @@
 #include <set>
 #include <string>
 
+#include "support/manual_main_queue.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo {
 namespace {
-
-// Drops all tasks: the main thread runs no event loop, so changes are not reported.
-class NoMainQueue final : public MainQueue {
-public:
-    void post(Task /*task*/) override {}
-};
 
 class FirstFrames final : public SampleBufferDelegate {
 public:
@@ -54,7 +49,7 @@ private:
 
 class BackendsTest : public ::testing::Test {
 protected:
-    NoMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     testing::RecordedDiagnostics diagnostics;
 };
 

@@ -12,8 +12,8 @@
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class NamedDevice final : public CaptureDevice {
 public:
@@ -46,7 +46,7 @@ private:
     }
 };
 
-class CaptureDeviceListTest : public testing::Test {
+class CaptureDeviceListTest : public ::testing::Test {
 protected:
     using List = CaptureDeviceList<std::string>;
 
@@ -65,7 +65,7 @@ protected:
     }
 
     std::vector<std::string> plugged;
-    ManualMainQueue queue;
+    testing::ManualMainQueue queue;
     std::optional<List> list{
         std::in_place, queue, std::equal_to<>(), [](const std::string& camera, CameraArrival arrival) {
             return std::make_shared<NamedDevice>(arrival == CameraArrival::atStart ? camera : camera + "*");

@@ -92,7 +92,7 @@ protected:
     }
 
     std::shared_ptr<VirtualBus> bus = std::make_shared<VirtualBus>();
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     CaptureFormatRequest format;
 };
 

@@ -13,7 +13,7 @@
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
+using ::testing::ElementsAre;
 
 constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
@@ -41,7 +41,7 @@ protected:
 
     ErrorCode send(UsbControlRequest& request) { return interface->ControlRequest(request); }
 
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     VirtualBackend backend;
     std::shared_ptr<UsbInterface> interface = openInterface(0);
     std::shared_ptr<VirtualCameraFirmware> camera = backend.bus->camera(1);

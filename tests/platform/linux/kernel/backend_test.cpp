@@ -100,7 +100,7 @@ protected:
 
     FakeSysfs tree;
     testing::RecordedDiagnostics diagnostics;
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     std::shared_ptr<FakeOpener> opener = std::make_shared<FakeOpener>();
     std::chrono::milliseconds paused{0};
     Backend backend;

@@ -5,11 +5,11 @@
 #include <linux/videodev2.h>
 
 #include <cerrno>
-#include <deque>
 #include <optional>
 #include <thread>
 
 #include "fake_video_nodes.h"
+#include "support/manual_main_queue.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo {
@@ -17,30 +17,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-class HandQueue final : public MainQueue {
-public:
-    void post(Task task) override {
-        const std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-    }
-    void run() {
-        for (;;) {
-            Task task;
-            {
-                const std::lock_guard lock(mutex_);
-                if (tasks_.empty()) return;
-                task = std::move(tasks_.front());
-                tasks_.pop_front();
-            }
-            task();
-        }
-    }
-
-private:
-    std::mutex mutex_; // guards tasks_
-    std::deque<Task> tasks_;
-};
 
 class RememberingObserver final : public CaptureDeviceObserver {
 public:
@@ -68,7 +44,7 @@ protected:
 
     void change() {
         list->rescan();
-        queue.run();
+        queue.drain();
     }
 
     std::vector<std::string> names() {
@@ -80,7 +56,7 @@ protected:
 
     FakeVideoTree tree;
     const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
-    HandQueue queue;
+    testing::ManualMainQueue queue;
     testing::RecordedDiagnostics diagnostics;
     std::optional<KernelDeviceList> list{std::in_place, queue,
                                          KernelDeviceOptions{opener, diagnostics, {}, tree.root()}};
@@ -92,7 +68,7 @@ TEST_F(KernelDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     plug(2, "B");
     list->fill();
     list->addObserver(&observer);
-    queue.run();
+    queue.drain();
     EXPECT_THAT(names(), ElementsAre("A", "B"));
     EXPECT_TRUE(list->devices().front()->hasMediaType(MediaType::video));
     EXPECT_FALSE(list->devices().front()->hasMediaType(MediaType::audio));
@@ -106,7 +82,7 @@ TEST_F(KernelDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     list->rescan();
     EXPECT_THAT(observer.events, IsEmpty());
     EXPECT_THAT(names(), IsEmpty());
-    queue.run();
+    queue.drain();
     EXPECT_THAT(names(), ElementsAre("A"));
     const auto device = list->devices().front();
     unplug(1);
@@ -162,9 +138,9 @@ TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
         const std::jthread first([&] { list->rescan(); });
         const std::jthread second([&] { list->rescan(); });
         for (int i = 0; i < 20; ++i)
-            queue.run();
+            queue.drain();
     }
-    queue.run();
+    queue.drain();
     EXPECT_THAT(observer.events, ElementsAre("+A"));
 }
 

@@ -46,7 +46,7 @@ protected:
     }
 
     testing::RecordedDiagnostics diagnostics;
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     FakeSysfs tree;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>(virtualCameraModel(1));
     VirtualCameraFirmware& firmware = camera->firmware();

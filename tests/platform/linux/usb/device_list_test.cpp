@@ -11,9 +11,9 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class News final : public CaptureDeviceObserver {
 public:
@@ -32,7 +32,7 @@ Bytes twoFunctions() {
                           interfaceDescriptor(3, 2)});
 }
 
-class CameraList : public testing::Test {
+class CameraList : public ::testing::Test {
 protected:
     CameraList() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
@@ -54,7 +54,7 @@ protected:
     }
 
     FakeSysfs tree;
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     std::vector<std::string> inputsOf;
     UsbDeviceList list{tree.root(), mainQueue,
                        [this](const auto& device, const UsbCamera& camera, Error& error) {
