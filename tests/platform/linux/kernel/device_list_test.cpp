@@ -10,6 +10,7 @@
 
 #include "fake_video_nodes.h"
 #include "support/manual_main_queue.h"
+#include "support/recorded_device_changes.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo {
@@ -17,20 +18,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-class RememberingObserver final : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("+" + device->localizedName());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("-" + device->localizedName());
-        lastGone = device;
-    }
-
-    std::vector<std::string> events;
-    std::shared_ptr<CaptureDevice> lastGone;
-};
 
 class KernelDeviceListTest : public ::testing::Test {
 protected:
@@ -60,35 +47,35 @@ protected:
     testing::RecordedDiagnostics diagnostics;
     std::optional<KernelDeviceList> list{std::in_place, queue,
                                          KernelDeviceOptions{opener, diagnostics, {}, tree.root()}};
-    RememberingObserver observer;
+    testing::RecordedDeviceChanges changes;
 };
 
 TEST_F(KernelDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     plug(1, "A");
     plug(2, "B");
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     queue.drain();
     EXPECT_THAT(names(), ElementsAre("A", "B"));
     EXPECT_TRUE(list->devices().front()->hasMediaType(MediaType::video));
     EXPECT_FALSE(list->devices().front()->hasMediaType(MediaType::audio));
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(KernelDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     plug(1, "A");
     list->rescan();
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
     EXPECT_THAT(names(), IsEmpty());
     queue.drain();
     EXPECT_THAT(names(), ElementsAre("A"));
     const auto device = list->devices().front();
     unplug(1);
     change();
-    EXPECT_THAT(observer.events, ElementsAre("+A", "-A"));
-    EXPECT_EQ(observer.lastGone, device);
+    EXPECT_THAT(changes.names(), ElementsAre("+A", "-A"));
+    EXPECT_EQ(changes.lastDisconnected(), device);
     EXPECT_THAT(names(), IsEmpty());
 }
 
@@ -110,12 +97,12 @@ TEST_F(KernelDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndG
 TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
     plug(1, "A");
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     const auto before = list->devices().front();
     unplug(1);
     plug(1, "A");
     change();
-    EXPECT_THAT(observer.events, ElementsAre("-A", "+A"));
+    EXPECT_THAT(changes.names(), ElementsAre("-A", "+A"));
     EXPECT_NE(list->devices().front(), before);
     EXPECT_EQ(list->devices().front()->uniqueID(), before->uniqueID())
         << "the same camera in the same socket";
@@ -124,15 +111,15 @@ TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
 TEST_F(KernelDeviceListTest, EventsWithoutAChangeTellNothing) {
     plug(1, "A");
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     list->rescan();
     change();
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     plug(1, "A");
     {
         const std::jthread first([&] { list->rescan(); });
@@ -141,7 +128,7 @@ TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
             queue.drain();
     }
     queue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("+A"));
+    EXPECT_THAT(changes.names(), ElementsAre("+A"));
 }
 
 TEST_F(KernelDeviceListTest, ADeviceMakesAnInputOfItself) {
