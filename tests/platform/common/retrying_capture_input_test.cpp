@@ -10,7 +10,7 @@
 
 #include "support/recorded_diagnostics.h"
 #include "support/recorded_frames.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_priorities.h"
 
 namespace tavelo {
 namespace {
@@ -114,7 +114,8 @@ protected:
     }
 
     testing::RecordedDiagnostics diagnostics;
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
     testing::RecordedFrames frames;
     Error trouble;
     std::unique_ptr<ScriptedInput> input;

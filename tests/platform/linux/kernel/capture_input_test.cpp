@@ -11,7 +11,7 @@
 #include "fake_camera.h"
 #include "support/recorded_diagnostics.h"
 #include "support/recorded_frames.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_priorities.h"
 
 namespace tavelo {
 namespace {
@@ -56,7 +56,8 @@ protected:
     // How often the node is still listed after it failed like that of an unplugged camera.
     std::atomic<int> listedTimes = 0;
     std::atomic<int> listedAsked = 0;
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
     testing::RecordedDiagnostics diagnostics;
     testing::RecordedFrames sink;
     std::unique_ptr<KernelCaptureInput> input;

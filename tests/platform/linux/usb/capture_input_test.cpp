@@ -9,7 +9,7 @@
 #include "platform/uvc/uvc_protocol.h"
 #include "support/recorded_diagnostics.h"
 #include "support/recorded_frames.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_priorities.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
@@ -108,7 +108,8 @@ protected:
     }
 
     std::unique_ptr<FakeUsbCamera> camera = std::make_unique<FakeUsbCamera>(smallCamera());
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
     testing::RecordedDiagnostics diagnostics;
     testing::RecordedFrames frames;
     FrameMaker maker;
