@@ -8,13 +8,13 @@
 #include <QTest>
 #include <QWindow>
 
-#include "support/held_main_queue.h"
+#include "support/manual_main_queue.h"
 #include "support/memory_preferences_store.h"
 
 namespace tavelo {
 namespace {
 
-class PanelMenuTest : public testing::Test {
+class PanelMenuTest : public ::testing::Test {
 protected:
     PanelMenuTest() {
         window_.resize(300, 200);
@@ -43,7 +43,7 @@ protected:
     }
 
     ResourceBundle bundle_{{"en-GB"}};
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
     MemoryPreferencesStore preferences_{mainQueue_};
     ProgramLanguage language_{bundle_, preferences_};
     QWidget window_;

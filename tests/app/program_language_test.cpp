@@ -3,19 +3,19 @@
 
 #include <gmock/gmock.h>
 
-#include "support/held_main_queue.h"
+#include "support/manual_main_queue.h"
 #include "support/memory_preferences_store.h"
 #include "text/localizer.h"
 
 namespace tavelo {
 namespace {
 
-class ProgramLanguageTest : public testing::Test {
+class ProgramLanguageTest : public ::testing::Test {
 protected:
     std::string brightness() const { return bundle_.localizedString("Brightness", {}); }
 
     ResourceBundle bundle_{{"de-DE"}};
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
     MemoryPreferencesStore preferences_{mainQueue_};
 };
 

@@ -16,6 +16,7 @@
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/backend.h"
+#include "support/recorded_diagnostics.h"
 #include "video/fake_asset_writer.h"
 
 namespace tavelo {
@@ -23,11 +24,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::HasSubstr;
-
-class SilentDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view, std::string_view) noexcept override {}
-};
 
 class HeadlessCaptureTest : public ::testing::Test {
 protected:
@@ -68,7 +64,7 @@ protected:
         watch->start(5ms);
     }
 
-    SilentDiagnostics diagnostics_;
+    testing::RecordedDiagnostics diagnostics_;
     QtMainQueue mainQueue_;
     QTemporaryDir folder_;
     VirtualBackend backend_ = makeVirtualBackend(2, {}, mainQueue_);

@@ -24,6 +24,8 @@
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/kernel/backend.h"
 #include "platform/linux/v4l2/v4l2_controls.h"
+#include "support/manual_main_queue.h"
+#include "support/standard_error_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
 #include "virtual-camera/firmware/virtual_camera_firmware.h"
 
@@ -61,20 +63,6 @@ std::string textOf(const Reply& reply) {
     }
     return text;
 }
-
-// Nobody waits for news of devices here.
-class NoMainQueue final : public MainQueue {
-public:
-    void post(Task /*task*/) override {}
-};
-
-class StandardError final : public Diagnostics {
-public:
-    void report(std::string_view device, std::string_view reason) noexcept override {
-        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
-                     reason.data());
-    }
-};
 
 // The camera behind the kernel's driver and the same firmware in this process ("twin").
 class Comparison {
@@ -333,8 +321,8 @@ int fail(const std::string& reason) {
 int setBrightness(const std::string& node, std::int64_t value) {
     const auto identity = usbIdentityOfVideoNode("/sys", node);
     if (!identity) return fail(node + " is no USB camera");
-    StandardError diagnostics;
-    NoMainQueue mainQueue;
+    testing::StandardErrorDiagnostics diagnostics;
+    testing::ManualMainQueue mainQueue;
     const Backend backend = makeKernelBackend({mainQueue, diagnostics});
     KTUVCManager manager({backend.usb.get(), nullptr});
     manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
@@ -354,8 +342,8 @@ int check(const std::string& node) {
     if (!identity) return fail(node + " is no USB camera");
     std::printf("%s is %s \"%s\" at %s\n", node.c_str(), identity->captureIdentifier().c_str(),
                 identity->productName.c_str(), identity->deviceName.c_str());
-    StandardError diagnostics;
-    NoMainQueue mainQueue;
+    testing::StandardErrorDiagnostics diagnostics;
+    testing::ManualMainQueue mainQueue;
     const Backend backend = makeKernelBackend({mainQueue, diagnostics});
     const auto listed = listedCamera(*backend.usb, identity->locationID, identity->interfaceNumber);
     if (!listed) return fail("the bus prober does not list it");

@@ -27,6 +27,8 @@
 #include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/usb_camera_claims.h"
 
+#include "support/recorded_frames.h"
+#include "support/standard_error_diagnostics.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
@@ -63,48 +65,6 @@ std::optional<Camera> cameraWithSerial(std::string_view serial) {
     return std::nullopt;
 }
 
-class StandardError final : public Diagnostics {
-public:
-    void report(std::string_view device, std::string_view reason) noexcept override {
-        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
-                     reason.data());
-    }
-};
-
-class Frames final : public FrameSink {
-public:
-    void consume(const SampleBuffer& sample) override {
-        const std::lock_guard lock(mutex_);
-        inOrder_ = inOrder_ && sample.presentationTimeStamp.value > last_.presentationTimeStamp.value;
-        last_ = sample;
-        ++count_;
-        changed_.notify_all();
-    }
-    bool waitFor(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, longestWait, [&] { return count_ >= count; });
-    }
-    std::size_t count() {
-        const std::lock_guard lock(mutex_);
-        return count_;
-    }
-    SampleBuffer last() {
-        const std::lock_guard lock(mutex_);
-        return last_;
-    }
-    bool inOrder() {
-        const std::lock_guard lock(mutex_);
-        return inOrder_;
-    }
-
-private:
-    std::mutex mutex_; // guards the rest
-    std::condition_variable changed_;
-    SampleBuffer last_;
-    std::size_t count_ = 0;
-    bool inOrder_ = true;
-};
-
 // Red, green, blue and yellow in the corners.
 bool isRight(PixelBuffer& picture) {
     struct Corner {
@@ -137,16 +97,20 @@ std::unique_ptr<CaptureDeviceInput> makeInput(const Camera& camera, Diagnostics&
                             .request = {CaptureFormatRequest::Size{320, 240}, {}, fourcc}});
 }
 
+bool inOrder(const std::vector<std::int64_t>& times) {
+    return (times.empty() || times.front() > 0) && std::ranges::is_sorted(times, std::less_equal<>());
+}
+
 bool looksRight(CaptureDeviceInput& input, std::size_t wanted) {
-    Frames frames;
+    testing::RecordedFrames frames;
     bool right = true;
     input.start(frames);
     for (std::size_t count = 1; count <= wanted && right; ++count)
-        right = frames.waitFor(count) && isRight(*frames.last().imageBuffer);
+        right = frames.waitForFrames(count) && isRight(*frames.last().imageBuffer);
     input.stop();
     const std::size_t count = frames.count();
     std::printf("     %zu pictures%s\n", count, right ? "" : ", the last one wrong");
-    return right && frames.inOrder();
+    return right && inOrder(frames.times());
 }
 
 bool say(bool right, const char* subject) {
@@ -185,10 +149,10 @@ bool checkUnplug(UsbCameraClaims& claims, const Camera& camera, Diagnostics& dia
             changed.notify_all();
         });
     };
-    Frames frames;
+    testing::RecordedFrames frames;
     const auto input = makeInput(camera, diagnostics, "YUYV", acquire);
     input->start(frames);
-    if (!say(frames.waitFor(2), "streaming")) return false;
+    if (!say(frames.waitForFrames(2), "streaming")) return false;
     std::fflush(stdout);
     std::unique_lock lock(mutex);
     const bool ended = changed.wait_for(lock, longestWait, [&] { return dropped; });
@@ -207,7 +171,7 @@ int check(std::string_view serial, std::string_view what) {
     if (!bus) return fail("libusb does not start");
     const auto camera = cameraWithSerial(serial);
     if (!camera) return fail("no camera of ours has that serial number");
-    StandardError diagnostics;
+    testing::StandardErrorDiagnostics diagnostics;
     UsbCameraClaims claims(bus, nullptr, diagnostics);
     const bool right = what == "pictures" ? checkPictures(claims, *camera, diagnostics)
                                           : checkUnplug(claims, *camera, diagnostics);

@@ -25,24 +25,12 @@
 
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/usb/backend.h"
+#include "support/manual_main_queue.h"
+#include "support/standard_error_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo {
 namespace {
-
-// Drops all tasks: device changes are not needed here.
-class NoMainQueue final : public MainQueue {
-public:
-    void post(Task /*task*/) override {}
-};
-
-class StandardError final : public Diagnostics {
-public:
-    void report(std::string_view device, std::string_view reason) noexcept override {
-        std::fprintf(stderr, "%.*s: %.*s\n", int(device.size()), device.data(), int(reason.size()),
-                     reason.data());
-    }
-};
 
 std::vector<std::uint8_t> bytesOf(const std::string& digits) {
     std::vector<std::uint8_t> bytes;
@@ -107,8 +95,8 @@ int check(const std::string& name, std::optional<std::uint8_t> interface) {
     const auto device = std::ranges::find(devices, name, &SysfsUsbDevice::name);
     if (device == devices.end()) return fail("no device " + name);
     const std::uint32_t location = device->locationID;
-    NoMainQueue mainQueue;
-    StandardError diagnostics;
+    testing::ManualMainQueue mainQueue;
+    testing::StandardErrorDiagnostics diagnostics;
     const Backend backend = makeUsbBackend({mainQueue, diagnostics});
     if (!backend.usb) return fail("the cameras cannot be taken over USB");
     KTUVCManager manager({backend.usb.get(), nullptr});

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "support/recorded_bus_changes.h"
 #include "uvc/manager_test.h"
 
 namespace tavelo {
@@ -11,11 +12,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-class SilentDelegate : public BusProberDelegate {
-public:
-    void busProberInformationDidChange() override {}
-};
 
 class BindingTest : public ManagerTest {
 protected:
@@ -36,12 +32,12 @@ protected:
 };
 
 TEST_F(BindingTest, ProberIsMadeWithScopeAndObserverAndRefreshedOnce) {
-    SilentDelegate delegate;
+    testing::RecordedBusChanges changes;
     platform.proberLog = {};
-    manager->initProberWithBusProberScopeProberDelegate(2, &delegate);
+    manager->initProberWithBusProberScopeProberDelegate(2, &changes);
     EXPECT_NE(manager->prober(), nullptr);
     EXPECT_EQ(platform.proberLog.scope, 2);
-    EXPECT_EQ(platform.proberLog.delegate, &delegate);
+    EXPECT_EQ(platform.proberLog.delegate, &changes);
     EXPECT_THAT(platform.proberLog.refreshes, ElementsAre(false));
 }
 
@@ -58,7 +54,7 @@ TEST_F(BindingTest, SevenDigitLocationIsFoundInTheSecondReading) {
     EXPECT_TRUE(manager->uniqueIDIsCorrect(sevenDigits));
     ASSERT_TRUE(manager->refreshDataWithUniqueIDString(sevenDigits));
     EXPECT_EQ(manager->deviceLocationID(), 0x1420000U);
-    EXPECT_THAT(other->requests(), testing::Not(IsEmpty()));
+    EXPECT_THAT(other->requests(), ::testing::Not(IsEmpty()));
     EXPECT_THAT(camera->requests(), IsEmpty());
 }
 

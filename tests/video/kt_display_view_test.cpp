@@ -6,7 +6,7 @@
 #include <future>
 
 #include "fake_capture.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_priorities.h"
 #include "test_picture.h"
 
 namespace tavelo::testing {
@@ -57,7 +57,7 @@ protected:
 
 TEST(KTDisplayViewCreation, AsksForAHigherPriorityOfTheThreadsThatCarryPictures) {
     FakeCapturePlatform platform;
-    const auto priorities = std::make_shared<RememberedPriorities>();
+    const auto priorities = std::make_shared<RecordedPriorities>();
     platform.priority = priorities;
     const auto view = KTDisplayView::create(frame, platform, RendererChoice::cpu);
     EXPECT_TRUE(priorities->waitFor("kt.captureQueue"));

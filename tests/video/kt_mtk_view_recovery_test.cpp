@@ -44,7 +44,7 @@ protected:
     int time_ = 0;
     int refusals_ = 0;
     std::vector<Renderer> remade_;
-    test::RecordedDiagnostics diagnostics_;
+    RecordedDiagnostics diagnostics_;
     BackendLog log_;
     BackendLog processorLog_;
     KTMTKView view_{QRect(), fakeBackend(log_, Renderer::gl),

@@ -67,7 +67,7 @@ protected:
 
     TemporaryFolder folder_;
     std::filesystem::path path_ = folder_.path() / "movie.mp4";
-    test::RecordedDiagnostics diagnostics_;
+    RecordedDiagnostics diagnostics_;
     std::promise<Ending> ended_;
     std::shared_ptr<NotingRecorder> recorder_ =
         std::make_shared<NotingRecorder>(makeFfmpegAssetWriterPlatform(diagnostics_));

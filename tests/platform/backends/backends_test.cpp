@@ -11,19 +11,11 @@
 #include <set>
 #include <string>
 
+#include "support/manual_main_queue.h"
+#include "support/recorded_diagnostics.h"
+
 namespace tavelo {
 namespace {
-
-// Drops all tasks: the main thread runs no event loop, so changes are not reported.
-class NoMainQueue final : public MainQueue {
-public:
-    void post(Task /*task*/) override {}
-};
-
-class NoDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
-};
 
 class FirstFrames final : public SampleBufferDelegate {
 public:
@@ -55,10 +47,10 @@ private:
     int count_ = 0;
 };
 
-class BackendsTest : public testing::Test {
+class BackendsTest : public ::testing::Test {
 protected:
-    NoMainQueue mainQueue;
-    NoDiagnostics diagnostics;
+    testing::ManualMainQueue mainQueue;
+    testing::RecordedDiagnostics diagnostics;
 };
 
 TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
@@ -104,7 +96,7 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
 
 // Runs on this machine's real devices: every USB camera listed by the capture half must be known to the
 // other half.
-class TheMachinesOwnHalves : public BackendsTest, public testing::WithParamInterface<CameraTransport> {};
+class TheMachinesOwnHalves : public BackendsTest, public ::testing::WithParamInterface<CameraTransport> {};
 
 TEST_P(TheMachinesOwnHalves, Agree) {
     CameraOptions options;
@@ -135,7 +127,7 @@ TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, TheMachinesOwnHalves,
-                         testing::Values(CameraTransport::kernel, CameraTransport::usb));
+                         ::testing::Values(CameraTransport::kernel, CameraTransport::usb));
 
 } // namespace
 } // namespace tavelo

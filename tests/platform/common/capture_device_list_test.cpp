@@ -8,12 +8,13 @@
 #include <thread>
 
 #include "support/manual_main_queue.h"
+#include "support/recorded_device_changes.h"
 
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class NamedDevice final : public CaptureDevice {
 public:
@@ -27,26 +28,7 @@ private:
     const std::string name_;
 };
 
-class News final : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        tell("+" + device->localizedName());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        tell("-" + device->localizedName());
-    }
-
-    std::vector<std::string> lines;
-    std::function<void()> whenTold;
-
-private:
-    void tell(std::string line) {
-        lines.push_back(std::move(line));
-        if (whenTold) whenTold();
-    }
-};
-
-class CaptureDeviceListTest : public testing::Test {
+class CaptureDeviceListTest : public ::testing::Test {
 protected:
     using List = CaptureDeviceList<std::string>;
 
@@ -65,12 +47,12 @@ protected:
     }
 
     std::vector<std::string> plugged;
-    ManualMainQueue queue;
+    testing::ManualMainQueue queue;
     std::optional<List> list{
         std::in_place, queue, std::equal_to<>(), [](const std::string& camera, CameraArrival arrival) {
             return std::make_shared<NamedDevice>(arrival == CameraArrival::atStart ? camera : camera + "*");
         }};
-    News news;
+    testing::RecordedDeviceChanges changes;
 };
 
 TEST_F(CaptureDeviceListTest, KeepsTheOrderOfArrivalAndKnowsWhoWasThereAtTheStart) {
@@ -88,63 +70,63 @@ TEST_F(CaptureDeviceListTest, KeepsTheOrderOfArrivalAndKnowsWhoWasThereAtTheStar
 TEST_F(CaptureDeviceListTest, TellsOfRemovalsBeforeArrivals) {
     plugged = {"A", "B"};
     fill();
-    list->addObserver(&news);
+    list->addObserver(&changes);
     plugged = {"C", "D"};
     rescan();
     queue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("-A", "-B", "+C*", "+D*"));
-    list->removeObserver(&news);
+    EXPECT_THAT(changes.names(), ElementsAre("-A", "-B", "+C*", "+D*"));
+    list->removeObserver(&changes);
     plugged.clear();
     rescan();
     queue.drain();
-    EXPECT_EQ(news.lines.size(), 4U);
+    EXPECT_EQ(changes.names().size(), 4U);
 }
 
 TEST_F(CaptureDeviceListTest, AScanThatWasOvertakenIsForgotten) {
     rescan(); // finds nothing, but is told only after fill() has found A
     plugged = {"A"};
     fill();
-    list->addObserver(&news);
+    list->addObserver(&changes);
     queue.drain();
     EXPECT_THAT(names(), ElementsAre("A"));
-    EXPECT_THAT(news.lines, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(CaptureDeviceListTest, AnObserverMayLeaveWhileItIsTold) {
-    News second;
-    list->addObserver(&news);
+    testing::RecordedDeviceChanges second;
+    list->addObserver(&changes);
     list->addObserver(&second);
-    news.whenTold = [&] {
-        list->removeObserver(&news);
+    changes.onChange = [&] {
+        list->removeObserver(&changes);
         list->removeObserver(&second);
     };
     plugged = {"A", "B"};
     rescan();
     queue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("+A*"));
-    EXPECT_THAT(second.lines, IsEmpty());
+    EXPECT_THAT(changes.names(), ElementsAre("+A*"));
+    EXPECT_THAT(second.names(), IsEmpty());
 }
 
 TEST_F(CaptureDeviceListTest, AnObserverMayScanWhileItIsTold) {
-    list->addObserver(&news);
+    list->addObserver(&changes);
     plugged = {"A"};
-    news.whenTold = [this] {
+    changes.onChange = [this] {
         plugged.clear();
-        news.whenTold = nullptr;
+        changes.onChange = nullptr;
         rescan();
     };
     rescan();
     queue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("+A*", "-A*"));
+    EXPECT_THAT(changes.names(), ElementsAre("+A*", "-A*"));
 }
 
 TEST_F(CaptureDeviceListTest, MayDieBeforeItsNewsIsTold) {
-    list->addObserver(&news);
+    list->addObserver(&changes);
     plugged = {"A"};
     rescan();
     list.reset();
     queue.drain();
-    EXPECT_THAT(news.lines, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(CaptureDeviceListTest, ScansOfSeveralThreadsNeverOverlap) {
@@ -153,7 +135,7 @@ TEST_F(CaptureDeviceListTest, ScansOfSeveralThreadsNeverOverlap) {
         ++scans;
         return std::vector<std::string>{"A"};
     };
-    list->addObserver(&news);
+    list->addObserver(&changes);
     const auto scanOften = [&] {
         for (int i = 0; i < 100; ++i)
             list->rescan(scan);
@@ -164,7 +146,7 @@ TEST_F(CaptureDeviceListTest, ScansOfSeveralThreadsNeverOverlap) {
     }
     queue.drain();
     EXPECT_EQ(scans, 200);
-    EXPECT_THAT(news.lines, ElementsAre("+A*"));
+    EXPECT_THAT(changes.names(), ElementsAre("+A*"));
 }
 
 } // namespace

@@ -9,26 +9,18 @@
 #include <mutex>
 
 #include "support/recorded_diagnostics.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_frames.h"
+#include "support/recorded_priorities.h"
 
 namespace tavelo {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 constexpr StreamPatience patience{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
-
-// Keeps the times of its frames.  Read after the input has stopped.
-class Times final : public FrameSink {
-public:
-    void consume(const SampleBuffer& sample) override {
-        values.push_back(sample.presentationTimeStamp.value);
-    }
-    std::vector<std::int64_t> values;
-};
 
 // Plays one run after another, and rests when none is left.
 class ScriptedInput final : public RetryingCaptureInput {
@@ -96,7 +88,7 @@ ScriptedInput::Run ends(StreamEnd end, const std::string& reason = "a reason") {
     return [=](ScriptedInput&) { return StreamOver{end, reason}; };
 }
 
-class RetryingCaptureInputTest : public testing::Test {
+class RetryingCaptureInputTest : public ::testing::Test {
 protected:
     // Plays the runs and stops; `listed` answers in turn whether the camera is still plugged in.
     void play(std::deque<ScriptedInput::Run> runs, std::deque<bool> listed = {}) {
@@ -108,7 +100,7 @@ protected:
                                 .isListed = [this] { return nextListed(); },
                                 .priority = priorities},
             std::move(runs));
-        input->start(times);
+        input->start(frames);
         EXPECT_TRUE(input->waitForEnd());
         trouble = input->trouble();
         input->stop();
@@ -121,9 +113,10 @@ protected:
         return next;
     }
 
-    test::RecordedDiagnostics diagnostics;
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
-    Times times;
+    testing::RecordedDiagnostics diagnostics;
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
+    testing::RecordedFrames frames;
     Error trouble;
     std::unique_ptr<ScriptedInput> input;
 
@@ -184,7 +177,7 @@ TEST_F(RetryingCaptureInputTest, TimesAlwaysAdvance) {
         return StreamOver{StreamEnd::failed, "over"};
     };
     play({deliver, deliver});
-    EXPECT_THAT(times.values,
+    EXPECT_THAT(frames.times(),
                 ElementsAre(99'600, 99'601, 99'602, 100'000, 100'001, 100'002, 100'003, 100'004));
 }
 
@@ -196,7 +189,7 @@ TEST_F(RetryingCaptureInputTest, SaysOnceThatEveryFrameIsDamaged) {
             self.countDamaged();
         return StreamOver{StreamEnd::failed, "over"};
     }});
-    EXPECT_THAT(times.values, IsEmpty());
+    EXPECT_THAT(frames.times(), IsEmpty());
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("damaged"), HasSubstr("over")));
 }
 
@@ -216,8 +209,8 @@ TEST_F(RetryingCaptureInputTest, MayBeStoppedDuringTheWaitAndStartedAgain) {
     const auto failed = ends(StreamEnd::failed);
     ScriptedInput again({.diagnostics = diagnostics, .whoHolds = {}, .patience = slow}, {failed, failed});
     for (int run = 1; run <= 2; ++run) {
-        again.start(times);
-        again.start(times);
+        again.start(frames);
+        again.start(frames);
         while (diagnostics.lines().size() < std::size_t(run))
             std::this_thread::yield();
         again.stop();

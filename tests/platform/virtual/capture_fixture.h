@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A virtual bus with two cameras, a capture platform on it, and recorders for frames and device changes.
+// A virtual bus with two cameras, a capture platform on it, and a recorder of frames.
 #pragma once
 
 #include <chrono>
@@ -62,17 +62,6 @@ public:
     bool hold_ = false;
 };
 
-class DeviceObserver : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("+" + device->uniqueID());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("-" + device->uniqueID());
-    }
-    std::vector<std::string> events;
-};
-
 class VirtualCaptureTest : public ::testing::Test {
 protected:
     VirtualCaptureTest() {
@@ -92,7 +81,7 @@ protected:
     }
 
     std::shared_ptr<VirtualBus> bus = std::make_shared<VirtualBus>();
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     CaptureFormatRequest format;
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "capture_fixture.h"
+#include "support/recorded_device_changes.h"
 #include "virtual-camera/picture/picture_instruments.h"
 
 namespace tavelo {
@@ -106,15 +107,15 @@ TEST_F(VirtualCaptureTest, aKnobTurnedWhileItStreamsShowsInThePicture) {
 
 TEST_F(VirtualCaptureTest, unpluggingWhileItStreamsEndsTheFramesAndTellsTheObserver) {
     const auto platform = makePlatform();
-    DeviceObserver observer;
-    platform->addObserver(&observer);
+    testing::RecordedDeviceChanges changes;
+    platform->addObserver(&changes);
     const auto input = makeInput(*platform);
     Collector collector;
     input->start(collector);
     ASSERT_TRUE(collector.waitForFrames(2));
     bus->unplug(1);
     mainQueue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("-0x7e10000012090001"));
+    EXPECT_THAT(changes.uniqueIDs(), ElementsAre("-0x7e10000012090001"));
     input->stop();
     const std::size_t count = collector.count();
     input->start(collector);

@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <array>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include <gmock/gmock.h>
 
 #include "platform/virtual/backend.h"
 #include "support/manual_main_queue.h"
+#include "support/recorded_bus_changes.h"
 #include "virtual-camera/firmware/firmware_client.h"
 
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
+using ::testing::ElementsAre;
 
 constexpr UsbInterfaceMatch videoControl{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
@@ -41,7 +40,7 @@ protected:
 
     ErrorCode send(UsbControlRequest& request) { return interface->ControlRequest(request); }
 
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     VirtualBackend backend;
     std::shared_ptr<UsbInterface> interface = openInterface(0);
     std::shared_ptr<VirtualCameraFirmware> camera = backend.bus->camera(1);
@@ -247,60 +246,30 @@ TEST_F(VirtualUsbTest, recordsHandedOutBeforeARescanStayValid) {
     EXPECT_EQ(record->name, "Tavelo Virtual Camera 1");
 }
 
-class CountingDelegate : public BusProberDelegate {
-public:
-    void busProberInformationDidChange() override {
-        const std::scoped_lock lock(mutex_);
-        ++calls_;
-        thread_ = std::this_thread::get_id();
-        changed_.notify_all();
-    }
-
-    /// False on timeout.
-    bool waitFor(int calls) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(30), [&] { return calls_ >= calls; });
-    }
-    int calls() {
-        const std::scoped_lock lock(mutex_);
-        return calls_;
-    }
-    std::thread::id thread() {
-        const std::scoped_lock lock(mutex_);
-        return thread_;
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int calls_ = 0;
-    std::thread::id thread_;
-};
-
 TEST_F(VirtualUsbTest, theProberReportsArrivalAndRemovalOnItsOwnThread) {
-    CountingDelegate delegate;
-    auto prober = backend.usb->initBusProber(2, &delegate);
+    testing::RecordedBusChanges changes;
+    auto prober = backend.usb->initBusProber(2, &changes);
     prober->refreshData(false);
     backend.bus->plug(virtualCameraModel(3));
-    EXPECT_TRUE(delegate.waitFor(1));
-    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
+    EXPECT_TRUE(changes.waitForChanges(1));
+    EXPECT_NE(changes.thread(), std::this_thread::get_id());
     backend.bus->unplug(3);
-    EXPECT_TRUE(delegate.waitFor(2));
+    EXPECT_TRUE(changes.waitForChanges(2));
     prober.reset();
     backend.bus->plug(virtualCameraModel(4));
-    EXPECT_EQ(delegate.calls(), 2);
+    EXPECT_EQ(changes.count(), 2);
 }
 
 TEST_F(VirtualUsbTest, aScanReportsAChangeOnlyIfAsked) {
-    CountingDelegate delegate;
-    auto prober = backend.usb->initBusProber(2, &delegate);
+    testing::RecordedBusChanges changes;
+    auto prober = backend.usb->initBusProber(2, &changes);
     prober->refreshData(false);
     prober->refreshData(true);                // nothing new
     backend.bus->plug(virtualCameraModel(3)); // the first call
     prober->refreshData(true);                // the second
-    EXPECT_TRUE(delegate.waitFor(2));
+    EXPECT_TRUE(changes.waitForChanges(2));
     prober.reset(); // runs what is queued
-    EXPECT_EQ(delegate.calls(), 2);
+    EXPECT_EQ(changes.count(), 2);
 }
 
 } // namespace

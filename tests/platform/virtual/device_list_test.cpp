@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "capture_fixture.h"
+#include "support/recorded_device_changes.h"
 
 namespace tavelo {
 namespace {
@@ -26,50 +27,50 @@ TEST_F(VirtualCaptureTest, theSameDeviceIsTheSameObject) {
 
 TEST_F(VirtualCaptureTest, reportsArrivalAndRemovalOnTheMainQueue) {
     const auto platform = makePlatform();
-    DeviceObserver observer;
-    platform->addObserver(&observer);
+    testing::RecordedDeviceChanges changes;
+    platform->addObserver(&changes);
     mainQueue.drain();
-    EXPECT_TRUE(observer.events.empty());
+    EXPECT_TRUE(changes.uniqueIDs().empty());
 
     bus->plug(virtualCameraModel(3));
-    EXPECT_TRUE(observer.events.empty());
+    EXPECT_TRUE(changes.uniqueIDs().empty());
     EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
     mainQueue.drain();
     EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 3U);
     bus->unplug(1);
     mainQueue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("+0x7e30000012090001", "-0x7e10000012090001"));
+    EXPECT_THAT(changes.uniqueIDs(), ElementsAre("+0x7e30000012090001", "-0x7e10000012090001"));
     EXPECT_EQ(platform->devicesWithMediaType(MediaType::video).size(), 2U);
 
-    platform->removeObserver(&observer);
+    platform->removeObserver(&changes);
     bus->unplug(2);
     mainQueue.drain();
-    EXPECT_EQ(observer.events.size(), 2U);
+    EXPECT_EQ(changes.uniqueIDs().size(), 2U);
 }
 
 TEST_F(VirtualCaptureTest, aRepluggedCameraIsANewDevice) {
     const auto platform = makePlatform();
-    DeviceObserver observer;
-    platform->addObserver(&observer);
+    testing::RecordedDeviceChanges changes;
+    platform->addObserver(&changes);
     const auto before = platform->devicesWithMediaType(MediaType::video)[0];
     bus->unplug(1);
     bus->plug(virtualCameraModel(1));
     mainQueue.drain();
-    EXPECT_THAT(observer.events, ElementsAre("-0x7e10000012090001", "+0x7e10000012090001"));
+    EXPECT_THAT(changes.uniqueIDs(), ElementsAre("-0x7e10000012090001", "+0x7e10000012090001"));
     EXPECT_NE(platform->devicesWithMediaType(MediaType::video)[1], before);
     EXPECT_EQ(platform->devicesWithMediaType(MediaType::video)[1]->uniqueID(), before->uniqueID());
 }
 
 TEST_F(VirtualCaptureTest, changesAfterThePlatformIsGoneAreDropped) {
     auto platform = makePlatform();
-    DeviceObserver observer;
-    platform->addObserver(&observer);
+    testing::RecordedDeviceChanges changes;
+    platform->addObserver(&changes);
     bus->unplug(1);
     platform.reset();
     mainQueue.drain();
     bus->unplug(2);
     mainQueue.drain();
-    EXPECT_TRUE(observer.events.empty());
+    EXPECT_TRUE(changes.uniqueIDs().empty());
 }
 
 TEST_F(VirtualCaptureTest, anUnpluggedDeviceCannotBeOpened) {

@@ -3,45 +3,18 @@
 
 #include <gmock/gmock.h>
 
-#include <mutex>
 #include <thread>
 
 #include "descriptor_builder.h"
 #include "fake_sysfs.h"
 #include "fake_udev_events.h"
+#include "support/recorded_bus_changes.h"
 
 namespace tavelo::test {
 namespace {
 
-using testing::IsEmpty;
-using testing::SizeIs;
-
-constexpr std::chrono::seconds patience(60);
-
-class Delegate final : public BusProberDelegate {
-public:
-    void busProberInformationDidChange() override {
-        const std::lock_guard lock(mutex_);
-        ++calls_;
-        thread_ = std::this_thread::get_id();
-        called.set();
-    }
-    int calls() const {
-        const std::lock_guard lock(mutex_);
-        return calls_;
-    }
-    std::thread::id thread() const {
-        const std::lock_guard lock(mutex_);
-        return thread_;
-    }
-
-    WakeEvent called;
-
-private:
-    mutable std::mutex mutex_; // guards the rest
-    int calls_ = 0;
-    std::thread::id thread_;
-};
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 // Descriptors set by the test, in place of libusb's.
 class FakeDescriptors final : public UsbDescriptorSource {
@@ -53,7 +26,7 @@ private:
     UsbDescriptorSnapshot descriptors_;
 };
 
-class BusProberOfLinux : public testing::Test {
+class BusProberOfLinux : public ::testing::Test {
 protected:
     BusProberOfLinux() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
@@ -66,12 +39,12 @@ protected:
     }
 
     std::unique_ptr<LinuxBusProber> prober(std::unique_ptr<UsbDescriptorSource> descriptors = nullptr) {
-        return std::make_unique<LinuxBusProber>(&delegate, tree.root(), std::move(descriptors),
+        return std::make_unique<LinuxBusProber>(&changes, tree.root(), std::move(descriptors),
                                                 std::make_unique<FakeUdevEvents>(feed));
     }
 
     FakeSysfs tree;
-    Delegate delegate;
+    testing::RecordedBusChanges changes;
     std::shared_ptr<UdevEventFeed> feed = std::make_shared<UdevEventFeed>();
 };
 
@@ -174,9 +147,9 @@ TEST_F(BusProberOfLinux, ReportsAChangeFoundByAScanOnItsOwnThread) {
     bus->refreshData(true);
     add("1-2", ordinaryCamera());
     bus->refreshData(true);
-    ASSERT_TRUE(delegate.called.waitFor(patience));
-    EXPECT_EQ(delegate.calls(), 1); // none for the first scan, which found nothing
-    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
+    ASSERT_TRUE(changes.waitForChanges(1));
+    EXPECT_EQ(changes.count(), 1); // none for the first scan, which found nothing
+    EXPECT_NE(changes.thread(), std::this_thread::get_id());
 }
 
 TEST_F(BusProberOfLinux, ReportsNothingIfToldNotTo) {
@@ -187,19 +160,19 @@ TEST_F(BusProberOfLinux, ReportsNothingIfToldNotTo) {
         // This notification runs on the same thread after the scan's, so a notification of the scan would be
         // first.
         feed->push({"add", "", "1-3", ""});
-        ASSERT_TRUE(delegate.called.waitFor(patience));
+        ASSERT_TRUE(changes.waitForChanges(1));
     }
-    EXPECT_EQ(delegate.calls(), 1);
+    EXPECT_EQ(changes.count(), 1);
 }
 
 TEST_F(BusProberOfLinux, ReportsUdevEvents) {
     const auto bus = prober();
     feed->push({"add", "/sys/devices/x", "1-2", ""});
-    ASSERT_TRUE(delegate.called.waitFor(patience));
-    EXPECT_NE(delegate.thread(), std::this_thread::get_id());
-    delegate.called.clear();
+    ASSERT_TRUE(changes.waitForChanges(1));
+    EXPECT_NE(changes.thread(), std::this_thread::get_id());
+    const int before = changes.count();
     feed->push({}); // events were lost
-    EXPECT_TRUE(delegate.called.waitFor(patience));
+    EXPECT_TRUE(changes.waitForChanges(before + 1));
 }
 
 TEST_F(BusProberOfLinux, NeedsNeitherDelegateNorUdev) {

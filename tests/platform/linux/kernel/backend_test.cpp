@@ -20,9 +20,9 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
@@ -58,7 +58,7 @@ public:
     std::function<void()> atOpening;
 };
 
-class KernelBackend : public testing::Test {
+class KernelBackend : public ::testing::Test {
 protected:
     KernelBackend() {
         opener->device->controls = everyControl();
@@ -99,8 +99,8 @@ protected:
     }
 
     FakeSysfs tree;
-    RecordedDiagnostics diagnostics;
-    ManualMainQueue mainQueue;
+    testing::RecordedDiagnostics diagnostics;
+    testing::ManualMainQueue mainQueue;
     std::shared_ptr<FakeOpener> opener = std::make_shared<FakeOpener>();
     std::chrono::milliseconds paused{0};
     Backend backend;

@@ -6,86 +6,20 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <new>
 #include <random>
 
 #include "fake_camera.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_diagnostics.h"
+#include "support/recorded_frames.h"
+#include "support/recorded_priorities.h"
 
 namespace tavelo {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-class RememberingDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view device, std::string_view reason) noexcept override {
-        const std::lock_guard lock(mutex_);
-        lines_.push_back(std::string(device) + ": " + std::string(reason));
-        changed_.notify_all();
-    }
-
-    bool waitForLines(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 10s, [&] { return lines_.size() >= count; });
-    }
-    std::vector<std::string> lines() {
-        const std::lock_guard lock(mutex_);
-        return lines_;
-    }
-
-private:
-    std::mutex mutex_; // guards lines_
-    std::condition_variable changed_;
-    std::vector<std::string> lines_;
-};
-
-class RememberingSink final : public FrameSink {
-public:
-    void consume(const SampleBuffer& sample) override {
-        std::unique_lock lock(mutex_);
-        holding_ = held_;
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return !held_; });
-        last_ = sample;
-        times_.push_back(sample.presentationTimeStamp.value);
-        changed_.notify_all();
-    }
-
-    bool waitForFrames(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 10s, [&] { return times_.size() >= count; });
-    }
-    /// While held, consume() blocks.
-    void hold(bool held) {
-        const std::lock_guard lock(mutex_);
-        held_ = held;
-        changed_.notify_all();
-    }
-    bool waitForHeld() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, 10s, [this] { return holding_; });
-    }
-    std::vector<std::int64_t> times() {
-        const std::lock_guard lock(mutex_);
-        return times_;
-    }
-    SampleBuffer last() {
-        const std::lock_guard lock(mutex_);
-        return last_;
-    }
-
-private:
-    std::mutex mutex_; // guards the rest
-    std::condition_variable changed_;
-    SampleBuffer last_;
-    std::vector<std::int64_t> times_;
-    bool held_ = false;
-    bool holding_ = false;
-};
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 // Long where a timeout must not happen in a test, short where a test waits for it.
 constexpr StreamPatience patient{60s, 60s, 1ms, 1ms, 5ms, 1ms, 4ms};
@@ -93,7 +27,7 @@ constexpr StreamPatience impatient{30ms, 30ms, 1ms, 1ms, 5ms, 1ms, 4ms};
 
 const Bytes wholeFrame(1024, 0x80);
 
-class KernelCaptureInputTest : public testing::Test {
+class KernelCaptureInputTest : public ::testing::Test {
 protected:
     KernelCaptureInput& start(const StreamPatience& patience = patient,
                               const CaptureFormatRequest& request = {}) {
@@ -122,9 +56,10 @@ protected:
     // How often the node is still listed after it failed like that of an unplugged camera.
     std::atomic<int> listedTimes = 0;
     std::atomic<int> listedAsked = 0;
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
-    RememberingDiagnostics diagnostics;
-    RememberingSink sink;
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
+    testing::RecordedDiagnostics diagnostics;
+    testing::RecordedFrames sink;
     std::unique_ptr<KernelCaptureInput> input;
 };
 
@@ -179,7 +114,7 @@ TEST_F(KernelCaptureInputTest, DropsDamagedShortAndEmptyFrames) {
     ASSERT_TRUE(camera.deliver(wholeFrame));
     ASSERT_TRUE(sink.waitForFrames(1));
     input->stop();
-    EXPECT_EQ(sink.times().size(), 1U);
+    EXPECT_EQ(sink.count(), 1U);
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
@@ -289,7 +224,7 @@ struct Lie {
     FakeCamera::Lies lies;
 };
 
-class KernelCaptureInputLieTest : public KernelCaptureInputTest, public testing::WithParamInterface<Lie> {};
+class KernelCaptureInputLieTest : public KernelCaptureInputTest, public ::testing::WithParamInterface<Lie> {};
 
 TEST_P(KernelCaptureInputLieTest, GivesWayToTheNextFormatBeforeMemoryIsMapped) {
     camera.offer(
@@ -317,10 +252,10 @@ TEST_P(KernelCaptureInputLieTest, IsALineIfThereIsNoOtherFormat) {
 constexpr std::uint32_t lots = 0xFFFF'F000;
 
 INSTANTIATE_TEST_SUITE_P(Sizes, KernelCaptureInputLieTest,
-                         testing::Values(Lie{"sizeimage", {.imageBytes = lots}},
-                                         Lie{"width", {.width = 65535}},
-                                         Lie{"bytesperline", {.bytesPerLine = lots}},
-                                         Lie{"bufferLength", {.bufferBytes = lots}}),
+                         ::testing::Values(Lie{"sizeimage", {.imageBytes = lots}},
+                                           Lie{"width", {.width = 65535}},
+                                           Lie{"bytesperline", {.bytesPerLine = lots}},
+                                           Lie{"bufferLength", {.bufferBytes = lots}}),
                          [](const auto& each) { return each.param.name; });
 
 TEST_F(KernelCaptureInputTest, TakesNoMoreBuffersThanAreOfUse) {
@@ -332,17 +267,11 @@ TEST_F(KernelCaptureInputTest, TakesNoMoreBuffersThanAreOfUse) {
     EXPECT_TRUE(sink.waitForFrames(1));
 }
 
-// Throws like a sink that runs out of memory.
-class ExhaustedSink final : public FrameSink {
-public:
-    void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
-};
-
 TEST_F(KernelCaptureInputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     input->stop();
-    ExhaustedSink exhausted;
+    testing::ExhaustedSink exhausted;
     input->start(exhausted);
     ASSERT_TRUE(camera.waitForStreamOn(2));
     ASSERT_TRUE(camera.deliver(wholeFrame));
@@ -399,7 +328,7 @@ TEST_F(KernelCaptureInputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAg
     ASSERT_TRUE(diagnostics.waitForLines(1));
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("lost the camera")));
     ASSERT_TRUE(camera.waitForStreamOn(2));
-    const std::size_t before = sink.times().size();
+    const std::size_t before = sink.count();
     ASSERT_TRUE(camera.deliver(wholeFrame));
     EXPECT_TRUE(sink.waitForFrames(before + 1));
 }
@@ -546,9 +475,9 @@ TEST_F(KernelCaptureInputTest, NoFrameComesAfterStop) {
     camera.deliver(wholeFrame);
     camera.deliver(wholeFrame);
     input->stop();
-    const auto count = sink.times().size();
+    const auto count = sink.count();
     EXPECT_FALSE(camera.deliver(wholeFrame));
-    EXPECT_EQ(sink.times().size(), count);
+    EXPECT_EQ(sink.count(), count);
 }
 
 TEST_F(KernelCaptureInputTest, MayBeStoppedAtAnyMoment) {

@@ -16,8 +16,8 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 constexpr std::uint8_t getCur = 0x81;
 constexpr std::uint8_t setCur = 0x01;
@@ -51,12 +51,12 @@ Answer write(UsbInterface& interface, std::uint8_t entity, std::uint8_t selector
     return ask(interface, 0x21, setCur, entity, selector, std::move(data));
 }
 
-class KernelInterface : public testing::Test {
+class KernelInterface : public ::testing::Test {
 protected:
     KernelInterface() { device->controls = everyControl(); }
 
     std::shared_ptr<FakeControlNode> device = std::make_shared<FakeControlNode>();
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     KernelControlInterface interface { device, {0, 3, 5, "/dev/video0"}, diagnostics };
 };
 
@@ -230,7 +230,7 @@ public:
 
 TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
     const auto device = std::make_shared<SilentNode>();
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<ErrorCode> written = ErrorCode::failed;
     std::thread writer([&] { written = write(interface, 5, 3, {1, 0}).status; });
@@ -246,7 +246,7 @@ TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
 TEST(KernelInterfaceThreads, TwoThreadsMayAskAndAThirdClose) {
     const auto device = std::make_shared<FakeControlNode>();
     device->controls = everyControl();
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     KernelControlInterface interface(device, {0, 3, 5, "/dev/video0"}, diagnostics);
     std::atomic<int> asked = 0;
     const auto askOn = [&](std::uint8_t selector) {

@@ -5,62 +5,21 @@
 #include <linux/videodev2.h>
 
 #include <cerrno>
-#include <deque>
 #include <optional>
 #include <thread>
 
 #include "fake_video_nodes.h"
+#include "support/manual_main_queue.h"
+#include "support/recorded_device_changes.h"
+#include "support/recorded_diagnostics.h"
 
 namespace tavelo {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
-class HandQueue final : public MainQueue {
-public:
-    void post(Task task) override {
-        const std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-    }
-    void run() {
-        for (;;) {
-            Task task;
-            {
-                const std::lock_guard lock(mutex_);
-                if (tasks_.empty()) return;
-                task = std::move(tasks_.front());
-                tasks_.pop_front();
-            }
-            task();
-        }
-    }
-
-private:
-    std::mutex mutex_; // guards tasks_
-    std::deque<Task> tasks_;
-};
-
-class SilentDiagnostics final : public Diagnostics {
-public:
-    void report(std::string_view /*device*/, std::string_view /*reason*/) noexcept override {}
-};
-
-class RememberingObserver final : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("+" + device->localizedName());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        events.push_back("-" + device->localizedName());
-        lastGone = device;
-    }
-
-    std::vector<std::string> events;
-    std::shared_ptr<CaptureDevice> lastGone;
-};
-
-class KernelDeviceListTest : public testing::Test {
+class KernelDeviceListTest : public ::testing::Test {
 protected:
     void plug(int port, const std::string& product) {
         const std::string node = "video" + std::to_string(port);
@@ -72,7 +31,7 @@ protected:
 
     void change() {
         list->rescan();
-        queue.run();
+        queue.drain();
     }
 
     std::vector<std::string> names() {
@@ -84,39 +43,39 @@ protected:
 
     FakeVideoTree tree;
     const std::shared_ptr<FakeNodeOpener> opener = std::make_shared<FakeNodeOpener>();
-    HandQueue queue;
-    SilentDiagnostics diagnostics;
+    testing::ManualMainQueue queue;
+    testing::RecordedDiagnostics diagnostics;
     std::optional<KernelDeviceList> list{std::in_place, queue,
                                          KernelDeviceOptions{opener, diagnostics, {}, tree.root()}};
-    RememberingObserver observer;
+    testing::RecordedDeviceChanges changes;
 };
 
 TEST_F(KernelDeviceListTest, ListsTheInitialDevicesWithoutReportingThem) {
     plug(1, "A");
     plug(2, "B");
     list->fill();
-    list->addObserver(&observer);
-    queue.run();
+    list->addObserver(&changes);
+    queue.drain();
     EXPECT_THAT(names(), ElementsAre("A", "B"));
     EXPECT_TRUE(list->devices().front()->hasMediaType(MediaType::video));
     EXPECT_FALSE(list->devices().front()->hasMediaType(MediaType::audio));
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(KernelDeviceListTest, ReportsArrivalAndRemovalOnlyOnTheMainQueue) {
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     plug(1, "A");
     list->rescan();
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
     EXPECT_THAT(names(), IsEmpty());
-    queue.run();
+    queue.drain();
     EXPECT_THAT(names(), ElementsAre("A"));
     const auto device = list->devices().front();
     unplug(1);
     change();
-    EXPECT_THAT(observer.events, ElementsAre("+A", "-A"));
-    EXPECT_EQ(observer.lastGone, device);
+    EXPECT_THAT(changes.names(), ElementsAre("+A", "-A"));
+    EXPECT_EQ(changes.lastDisconnected(), device);
     EXPECT_THAT(names(), IsEmpty());
 }
 
@@ -138,12 +97,12 @@ TEST_F(KernelDeviceListTest, KeepsOneObjectADeviceAndTheOrderWhileOthersComeAndG
 TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
     plug(1, "A");
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     const auto before = list->devices().front();
     unplug(1);
     plug(1, "A");
     change();
-    EXPECT_THAT(observer.events, ElementsAre("-A", "+A"));
+    EXPECT_THAT(changes.names(), ElementsAre("-A", "+A"));
     EXPECT_NE(list->devices().front(), before);
     EXPECT_EQ(list->devices().front()->uniqueID(), before->uniqueID())
         << "the same camera in the same socket";
@@ -152,24 +111,24 @@ TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
 TEST_F(KernelDeviceListTest, EventsWithoutAChangeTellNothing) {
     plug(1, "A");
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     list->rescan();
     change();
-    EXPECT_THAT(observer.events, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
     list->fill();
-    list->addObserver(&observer);
+    list->addObserver(&changes);
     plug(1, "A");
     {
         const std::jthread first([&] { list->rescan(); });
         const std::jthread second([&] { list->rescan(); });
         for (int i = 0; i < 20; ++i)
-            queue.run();
+            queue.drain();
     }
-    queue.run();
-    EXPECT_THAT(observer.events, ElementsAre("+A"));
+    queue.drain();
+    EXPECT_THAT(changes.names(), ElementsAre("+A"));
 }
 
 TEST_F(KernelDeviceListTest, ADeviceMakesAnInputOfItself) {

@@ -82,7 +82,7 @@ protected:
 
     TemporaryFolder folder_;
     std::filesystem::path path_ = folder_.path() / "movie.mp4";
-    test::RecordedDiagnostics diagnostics_;
+    RecordedDiagnostics diagnostics_;
     MovieTools tools_; // used by the writers of platforms made by useTools()
     std::shared_ptr<AssetWriterPlatform> platform_ = makeFfmpegAssetWriterPlatform(diagnostics_);
     std::shared_ptr<AssetWriterInput> video_;

@@ -42,7 +42,7 @@ std::string endingOf(const AssetWriter& writer) {
 }
 
 int record(char** arguments, bool sound, bool hidden) {
-    test::RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     const auto platform = makeFfmpegAssetWriterPlatform(diagnostics, toolsFor(hidden));
     Error error;
     const auto writer = platform->makeWriter(arguments[1], MovieFileType::mpeg4, error);

@@ -91,7 +91,7 @@ protected:
         ::testing::internal::CaptureStderr();
         Outcome outcome{};
         {
-            HeldMainQueue mainQueue;
+            testing::ManualMainQueue mainQueue;
             JsonPreferencesStore store(mainQueue, path(), {.lock = std::chrono::milliseconds(50)});
             store.setObject({value}, key);
             outcome.saved = synchronized(store, mainQueue);
@@ -163,7 +163,7 @@ TEST_P(Faults, AFullDiskKeepsTheOldContent) {
 TEST_P(Faults, AFullDiskHidesNothingThatAnotherProgramWrote) {
     FailingCalls failing(folder());
     prepare(failing);
-    HeldMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     JsonPreferencesStore store(mainQueue, path());
     ASSERT_TRUE(synchronized(store, mainQueue)) << "after the file was read";
     QFile file(path());

@@ -16,9 +16,9 @@
 namespace tavelo {
 namespace {
 
-using testing::HasSubstr;
+using ::testing::HasSubstr;
 
-class Hostile : public testing::Test {
+class Hostile : public ::testing::Test {
 protected:
     QString path() const { return folder_.filePath(QStringLiteral("panel.json")); }
 
@@ -35,15 +35,15 @@ protected:
 
     /// The output on standard error while a value is saved.
     std::string save(bool works) {
-        testing::internal::CaptureStderr();
+        ::testing::internal::CaptureStderr();
         JsonPreferencesStore store(mainQueue_, path());
         store.setObject({std::int64_t{1}}, "key");
         EXPECT_EQ(synchronized(store, mainQueue_), works);
-        return testing::internal::GetCapturedStderr();
+        return ::testing::internal::GetCapturedStderr();
     }
 
     QTemporaryDir folder_;
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
 };
 
 TEST_F(Hostile, AFileOfAHundredMegabytesIsLeftAlone) {

@@ -14,7 +14,7 @@
 namespace tavelo {
 namespace {
 
-class Links : public testing::Test {
+class Links : public ::testing::Test {
 protected:
     Links() {
         QDir(folder_.path()).mkdir(QStringLiteral("config"));
@@ -40,7 +40,7 @@ protected:
     }
 
     QTemporaryDir folder_;
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
 };
 
 TEST_F(Links, ToAnExistingFileStayLinks) {
@@ -90,16 +90,16 @@ TEST_F(Links, ABrokenTargetIsKeptBesideIt) {
     file.write("broken");
     file.close();
     link(target());
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     EXPECT_TRUE(save(1));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("kept as"));
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), ::testing::HasSubstr("kept as"));
     EXPECT_TRUE(QFile::exists(target() + QStringLiteral(".broken")));
     expectStoredInTarget(1);
 }
 
 /// Reads and writes as often as the program does at start.
-std::string manyTimes(MainQueue& mainQueue, HeldMainQueue& turns, const QString& path) {
-    testing::internal::CaptureStderr();
+std::string manyTimes(MainQueue& mainQueue, testing::ManualMainQueue& turns, const QString& path) {
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue, path);
     for (std::int64_t i = 0; i < 33; ++i) {
         EXPECT_EQ(store.objectForKey("absent"), std::nullopt);
@@ -107,13 +107,13 @@ std::string manyTimes(MainQueue& mainQueue, HeldMainQueue& turns, const QString&
         EXPECT_FALSE(synchronized(store, turns));
         EXPECT_EQ(store.objectForKey("key"), PreferencesValue{i});
     }
-    return testing::internal::GetCapturedStderr();
+    return ::testing::internal::GetCapturedStderr();
 }
 
 TEST_F(Links, ToAPlaceThatCannotBeWrittenAreReportedOnce) {
     link(QStringLiteral("/proc/nobody/panel.json"));
     const std::string said = manyTimes(mainQueue_, mainQueue_, path());
-    EXPECT_THAT(said, testing::HasSubstr(path().toStdString() + " cannot create the folder ("));
+    EXPECT_THAT(said, ::testing::HasSubstr(path().toStdString() + " cannot create the folder ("));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
     EXPECT_TRUE(QFileInfo(path()).isSymLink());
 }
@@ -121,7 +121,7 @@ TEST_F(Links, ToAPlaceThatCannotBeWrittenAreReportedOnce) {
 TEST_F(Links, ToThemselvesAreReportedOnce) {
     link(path());
     const std::string said = manyTimes(mainQueue_, mainQueue_, path());
-    EXPECT_THAT(said, testing::HasSubstr("Too many levels of symbolic links"));
+    EXPECT_THAT(said, ::testing::HasSubstr("Too many levels of symbolic links"));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
 }
 

@@ -19,14 +19,14 @@ namespace {
 
 constexpr int patience = 60'000; // milliseconds
 
-class Processes : public testing::Test {
+class Processes : public ::testing::Test {
 protected:
     void start(QProcess& process, const QString& prefix, int count) const {
         process.start(QStringLiteral(PREFERENCES_WRITER), {path_, prefix, QString::number(count)});
     }
 
     std::int64_t stored(const std::string& key) const {
-        HeldMainQueue mainQueue;
+        testing::ManualMainQueue mainQueue;
         const auto value = JsonPreferencesStore(mainQueue, path_).objectForKey(key);
         return value ? std::get<std::int64_t>(value->value) : 0;
     }
@@ -85,14 +85,14 @@ TEST_F(Processes, KilledAtAnyMomentLoseNothingThatWasWritten) {
         EXPECT_LE(last, confirmed + 1);
 
         // The lock is gone with the process, and the file is intact.
-        HeldMainQueue mainQueue;
+        testing::ManualMainQueue mainQueue;
         JsonPreferencesStore store(mainQueue, path_);
         store.setObject({std::int64_t{0}}, "key-even");
         store.setObject({std::int64_t{0}}, "key-odd");
         ASSERT_TRUE(synchronized(store, mainQueue));
         EXPECT_THAT(
             QDir(folder_.path()).entryList(QDir::Files | QDir::Hidden),
-            testing::UnorderedElementsAre(QStringLiteral("panel.json"), QStringLiteral("panel.json.lock")));
+            ::testing::UnorderedElementsAre(QStringLiteral("panel.json"), QStringLiteral("panel.json.lock")));
     }
 }
 

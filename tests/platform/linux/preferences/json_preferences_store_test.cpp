@@ -17,13 +17,13 @@
 namespace tavelo {
 namespace {
 
-using testing::HasSubstr;
+using ::testing::HasSubstr;
 
 PreferencesValue number(std::int64_t value) {
     return {value};
 }
 
-class Store : public testing::Test {
+class Store : public ::testing::Test {
 protected:
     QString path() const { return folder_.filePath(QStringLiteral("settings/panel.json")); }
 
@@ -40,7 +40,7 @@ protected:
     }
 
     QTemporaryDir folder_;
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
 };
 
 TEST_F(Store, IsEmptyWithoutAFile) {
@@ -112,16 +112,16 @@ TEST_F(Store, KeepsWhatItDoesNotUnderstand) {
     store.setObject(number(2), "key");
     ASSERT_TRUE(synchronized(store, mainQueue_));
     EXPECT_THAT(content().simplified().toStdString(),
-                testing::AllOf(HasSubstr("\"later\": null"), HasSubstr("[ null, { \"x\": null } ]")));
+                ::testing::AllOf(HasSubstr("\"later\": null"), HasSubstr("[ null, { \"x\": null } ]")));
 }
 
 TEST_F(Store, KeepsABrokenFileAsideSaysSoAndBeginsEmpty) {
     write("{\"key\": 1, ");
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path());
     EXPECT_EQ(store.objectForKey("key"), std::nullopt);
     EXPECT_TRUE(synchronized(store, mainQueue_)) << "after the file was looked at";
-    const std::string said = testing::internal::GetCapturedStderr();
+    const std::string said = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("does not parse"));
     EXPECT_THAT(said, HasSubstr("panel.json.broken"));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1);
@@ -136,11 +136,11 @@ TEST_F(Store, KeepsABrokenFileAsideSaysSoAndBeginsEmpty) {
 TEST_F(Store, KeepsEveryBrokenFile) {
     for (const char* broken : {"first", "[1, 2]", ""}) {
         write(broken);
-        testing::internal::CaptureStderr();
+        ::testing::internal::CaptureStderr();
         JsonPreferencesStore store(mainQueue_, path());
         store.setObject(number(1), "key");
         EXPECT_TRUE(synchronized(store, mainQueue_));
-        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("does not parse")) << broken;
+        EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("does not parse")) << broken;
     }
     EXPECT_EQ(content(QStringLiteral(".broken")), "first");
     EXPECT_EQ(content(QStringLiteral(".broken-2")), "[1, 2]");
@@ -150,11 +150,11 @@ TEST_F(Store, KeepsEveryBrokenFile) {
 TEST_F(Store, ReportsAFolderThatCannotBeMadeAndKeepsTheValue) {
     QFile obstacle(folder_.filePath(QStringLiteral("settings")));
     ASSERT_TRUE(obstacle.open(QIODevice::WriteOnly));
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path());
     store.setObject(number(1), "key");
     EXPECT_FALSE(synchronized(store, mainQueue_));
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot create the folder"));
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("cannot create the folder"));
     EXPECT_EQ(store.objectForKey("key"), number(1));
 
     obstacle.remove();
@@ -164,14 +164,14 @@ TEST_F(Store, ReportsAFolderThatCannotBeMadeAndKeepsTheValue) {
 
 TEST_F(Store, DoesNotReplaceWhatItCannotRead) {
     ASSERT_TRUE(QDir().mkpath(path())); // a folder at the file's path
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path());
     EXPECT_EQ(store.objectForKey("key"), std::nullopt);
     EXPECT_EQ(store.objectForKey("key"), std::nullopt);
     store.setObject(number(1), "key");
     EXPECT_FALSE(synchronized(store, mainQueue_));
     EXPECT_FALSE(synchronized(store, mainQueue_));
-    const std::string said = testing::internal::GetCapturedStderr();
+    const std::string said = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("cannot be read (not a regular file)"));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1) << "once is enough";
     EXPECT_TRUE(QFileInfo(path()).isDir());
@@ -182,12 +182,12 @@ TEST_F(Store, GivesUpOnALockThatAnotherProgramKeeps) {
     QFile lock(path() + QStringLiteral(".lock"));
     ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
     ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path(), {.lock = std::chrono::milliseconds(20)});
     store.setObject(number(1), "key");
     EXPECT_FALSE(synchronized(store, mainQueue_));
     EXPECT_FALSE(synchronized(store, mainQueue_));
-    const std::string said = testing::internal::GetCapturedStderr();
+    const std::string said = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, HasSubstr("another program holds the lock"));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1) << "once is enough";
     EXPECT_EQ(content(), "{}");
@@ -197,7 +197,7 @@ TEST_F(Store, GivesUpOnALockThatAnotherProgramKeeps) {
 }
 
 TEST_F(Store, SaysAgainWhyItCannotWriteOnceItCouldMeanwhile) {
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     JsonPreferencesStore store(mainQueue_, path(), {.lock = std::chrono::milliseconds(0)});
     for (std::int64_t round = 0; round < 2; ++round) {
         store.setObject(number(round), "key");
@@ -208,7 +208,7 @@ TEST_F(Store, SaysAgainWhyItCannotWriteOnceItCouldMeanwhile) {
         store.setObject(number(round + 10), "key");
         EXPECT_FALSE(synchronized(store, mainQueue_));
     }
-    EXPECT_EQ(std::ranges::count(testing::internal::GetCapturedStderr(), '\n'), 2);
+    EXPECT_EQ(std::ranges::count(::testing::internal::GetCapturedStderr(), '\n'), 2);
 }
 
 TEST_F(Store, ReadsAndSetsFromMemoryWhileAnotherProgramHoldsTheLock) {
@@ -255,12 +255,12 @@ TEST_F(Store, WaitsForNobodyWithABrokenFileWhileAnotherProgramHoldsTheLock) {
     QFile lock(path() + QStringLiteral(".lock"));
     ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
     ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     {
         const JsonPreferencesStore store(mainQueue_, path(), {std::chrono::hours(1), std::chrono::hours(1)});
         EXPECT_EQ(store.objectForKey("key"), std::nullopt);
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(content(), "broken") << "the other program may be about to replace it";
 }
 
@@ -302,15 +302,16 @@ TEST_F(Store, DoesNotKeepTheProgramFromEndingForLongAndSaysSo) {
     QFile lock(path() + QStringLiteral(".lock"));
     ASSERT_TRUE(lock.open(QIODevice::ReadWrite));
     ASSERT_EQ(flock(lock.handle(), LOCK_EX), 0);
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     {
         JsonPreferencesStore store(mainQueue_, path(),
                                    {.lock = std::chrono::seconds(2), .end = std::chrono::milliseconds(20)});
         store.setObject(number(1), "key");
         store.synchronize({});
     }
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::AllOf(HasSubstr(path().toStdString()), HasSubstr("may not hold what was set last")));
+    EXPECT_THAT(
+        ::testing::internal::GetCapturedStderr(),
+        ::testing::AllOf(HasSubstr(path().toStdString()), HasSubstr("may not hold what was set last")));
     lock.close();
     const JsonPreferencesStore reader(mainQueue_, path());
     EXPECT_TRUE(mainQueue_.runUntil([&] { return reader.objectForKey("key") == number(1); }))

@@ -10,13 +10,13 @@
 #include <QString>
 
 #include "platform/linux/preferences/json_preferences_store.h"
-#include "support/held_main_queue.h"
+#include "support/manual_main_queue.h"
 
 int main(int argc, char** argv) {
     if (argc != 4) return EXIT_FAILURE;
     const std::string prefix = argv[2];
     const std::int64_t count = std::atoll(argv[3]);
-    tavelo::HeldMainQueue mainQueue;
+    tavelo::testing::ManualMainQueue mainQueue;
     tavelo::JsonPreferencesStore store(mainQueue, QString::fromLocal8Bit(argv[1]));
     for (std::int64_t number = 1; count == 0 || number <= count; ++number) {
         store.setObject({number}, prefix + (number % 2 == 0 ? "-even" : "-odd"));

@@ -28,7 +28,7 @@ public:
 
 class OnDisk final : public StoreUnderTest {
 public:
-    explicit OnDisk(HeldMainQueue& mainQueue)
+    explicit OnDisk(testing::ManualMainQueue& mainQueue)
         : store_(mainQueue, folder_.filePath(QStringLiteral("panel.json")),
                  {.lock = std::chrono::milliseconds(0)}),
           lock_(folder_.filePath(QStringLiteral("panel.json.lock"))) {}
@@ -51,7 +51,7 @@ private:
 
 class InMemory final : public StoreUnderTest {
 public:
-    explicit InMemory(HeldMainQueue& mainQueue) : store_(mainQueue) {}
+    explicit InMemory(testing::ManualMainQueue& mainQueue) : store_(mainQueue) {}
 
     PreferencesStore& store() override { return store_; }
     void setFails(bool fails) override { store_.setFails(fails); }
@@ -61,15 +61,15 @@ private:
 };
 
 template <typename Kind>
-class StoreContract : public testing::Test {
+class StoreContract : public ::testing::Test {
 protected:
     PreferencesStore& store() { return kind_->store(); }
 
-    HeldMainQueue mainQueue_;
+    testing::ManualMainQueue mainQueue_;
     std::unique_ptr<StoreUnderTest> kind_ = std::make_unique<Kind>(mainQueue_);
 };
 
-using Kinds = testing::Types<OnDisk, InMemory>;
+using Kinds = ::testing::Types<OnDisk, InMemory>;
 
 class KindNames {
 public:
@@ -103,18 +103,18 @@ TYPED_TEST(StoreContract, HasNothingToWriteIfNothingChanged) {
 }
 
 TYPED_TEST(StoreContract, WhatCouldNotBeWrittenStaysAndIsWrittenWithTheNext) {
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     this->kind_->setFails(true);
     this->store().setObject(number(1), "key");
     EXPECT_FALSE(synchronized(this->store(), this->mainQueue_));
     EXPECT_EQ(this->store().objectForKey("key"), number(1));
     this->kind_->setFails(false);
     EXPECT_TRUE(synchronized(this->store(), this->mainQueue_));
-    testing::internal::GetCapturedStderr();
+    ::testing::internal::GetCapturedStderr();
 }
 
 TYPED_TEST(StoreContract, WhatAHandlerSetsAfterAFailureIsPartOfTheNextWrite) {
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     this->store().setObject(number(1), "key");
     ASSERT_TRUE(synchronized(this->store(), this->mainQueue_));
     this->kind_->setFails(true);
@@ -130,7 +130,7 @@ TYPED_TEST(StoreContract, WhatAHandlerSetsAfterAFailureIsPartOfTheNextWrite) {
     ASSERT_TRUE(this->mainQueue_.runUntil([&second] { return second.has_value(); }));
     EXPECT_EQ(this->store().objectForKey("key"), number(1));
     EXPECT_EQ(this->store().objectForKey("other"), number(5));
-    testing::internal::GetCapturedStderr();
+    ::testing::internal::GetCapturedStderr();
 }
 
 TYPED_TEST(StoreContract, AHandlerMayWaitInATurnOfTheMainQueueOfItsOwn) {

@@ -10,6 +10,7 @@
 #include "fake_udev_events.h"
 #include "fake_usb_camera.h"
 #include "support/manual_main_queue.h"
+#include "support/recorded_device_changes.h"
 #include "support/recorded_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
 #include "virtual-camera/firmware/virtual_camera_descriptors.h"
@@ -18,14 +19,15 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 constexpr UsbInterfaceMatch videoControlMatch{14, 1, UsbInterfaceMatch::any, UsbInterfaceMatch::any};
 
-class UsbBackendTest : public testing::Test {
+class UsbBackendTest : public ::testing::Test {
 protected:
     UsbBackendTest() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
@@ -45,8 +47,8 @@ protected:
         return answers ? std::move(devices.front()) : nullptr;
     }
 
-    RecordedDiagnostics diagnostics;
-    ManualMainQueue mainQueue;
+    testing::RecordedDiagnostics diagnostics;
+    testing::ManualMainQueue mainQueue;
     FakeSysfs tree;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>(virtualCameraModel(1));
     VirtualCameraFirmware& firmware = camera->firmware();
@@ -160,31 +162,22 @@ TEST_F(UsbBackendTest, ACameraThatVanishesInTheMiddleLosesOnlyTheControlsThatWer
 }
 
 TEST_F(UsbBackendTest, TheCaptureHalfHearsOfACameraFromTheHotplugEvents) {
-    class News final : public CaptureDeviceObserver {
-    public:
-        void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>&) override { ++arrived; }
-        void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>&) override { ++left; }
-        int arrived = 0;
-        int left = 0;
-    } news;
+    testing::RecordedDeviceChanges changes;
     const auto& capture = backend.capture;
-    capture->addObserver(&news);
+    capture->addObserver(&changes);
     EXPECT_THAT(capture->devicesWithMediaType(MediaType::video), IsEmpty());
     plug();
     feed->push({});
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (news.arrived == 0 && std::chrono::steady_clock::now() < end)
-        mainQueue.drain();
-    EXPECT_EQ(news.arrived, 1);
+    EXPECT_TRUE(mainQueue.runUntil([&] { return !changes.names().empty(); }));
+    EXPECT_THAT(changes.names(), ElementsAre(StartsWith("+")));
     EXPECT_THAT(capture->devicesWithMediaType(MediaType::video), SizeIs(1));
     EXPECT_THAT(capture->devicesWithMediaType(MediaType::audio), IsEmpty());
     tree.removeDevice("1-2");
     feed->push({});
-    while (news.left == 0 && std::chrono::steady_clock::now() < end)
-        mainQueue.drain();
-    EXPECT_EQ(news.left, 1);
+    EXPECT_TRUE(mainQueue.runUntil([&] { return changes.names().size() > 1; }));
+    EXPECT_THAT(changes.names(), ElementsAre(StartsWith("+"), StartsWith("-")));
     EXPECT_TRUE(capture->makeSession());
-    capture->removeObserver(&news);
+    capture->removeObserver(&changes);
 }
 
 TEST_F(UsbBackendTest, TheCaptureHalfEndsWhileADeviceIsUnsettled) {

@@ -7,8 +7,9 @@
 
 #include "fake_usb_camera.h"
 #include "platform/uvc/uvc_protocol.h"
-#include "stream/stream_watching.h"
-#include "support/remembered_priorities.h"
+#include "support/recorded_diagnostics.h"
+#include "support/recorded_frames.h"
+#include "support/recorded_priorities.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
@@ -16,11 +17,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::FakeUsbCamera;
-using test::RememberedFrames;
-using test::RememberedLines;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using Bytes = FakeUsbCamera::Bytes;
 using Counts = FakeUsbCamera::Counts;
 
@@ -70,7 +69,7 @@ private:
     std::uint8_t identifier_ = 0;
 };
 
-class UsbCaptureInputTest : public testing::Test {
+class UsbCaptureInputTest : public ::testing::Test {
 protected:
     void use(const VirtualCameraModel& model) { camera = std::make_unique<FakeUsbCamera>(model); }
 
@@ -80,7 +79,7 @@ protected:
             nullptr,
             UsbStreamSource{[&](Error& error) { return source.open({}, error); },
                             source.firmware().model().streamingInterface(), source.configurationDescriptor()},
-            CaptureInputOptions{.diagnostics = lines,
+            CaptureInputOptions{.diagnostics = diagnostics,
                                 .whoHolds = [] { return "busy: in use by another program"; },
                                 .request = request,
                                 .patience = patience,
@@ -109,9 +108,10 @@ protected:
     }
 
     std::unique_ptr<FakeUsbCamera> camera = std::make_unique<FakeUsbCamera>(smallCamera());
-    const std::shared_ptr<RememberedPriorities> priorities = std::make_shared<RememberedPriorities>();
-    RememberedLines lines;
-    RememberedFrames frames;
+    const std::shared_ptr<testing::RecordedPriorities> priorities =
+        std::make_shared<testing::RecordedPriorities>();
+    testing::RecordedDiagnostics diagnostics;
+    testing::RecordedFrames frames;
     FrameMaker maker;
     std::unique_ptr<UsbCaptureInput> input;
 };
@@ -121,7 +121,7 @@ TEST_F(UsbCaptureInputTest, DeliversPicturesWithTheTimeOfTheirFirstBytes) {
     ASSERT_TRUE(waitForStream());
     const auto before = std::chrono::steady_clock::now().time_since_epoch();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     const auto after = std::chrono::steady_clock::now().time_since_epoch();
     const SampleBuffer sample = frames.last();
     ASSERT_TRUE(sample.imageBuffer);
@@ -164,7 +164,7 @@ TEST_F(UsbCaptureInputTest, SubmitsTransfersAgainSoThatTheStreamGoesOn) {
     start();
     for (std::size_t count = 1; count <= 60; ++count) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
-        ASSERT_TRUE(frames.waitFor(count));
+        ASSERT_TRUE(frames.waitForFrames(count));
     }
     const auto times = frames.times();
     EXPECT_TRUE(std::ranges::is_sorted(times, std::less_equal<>())) << "each later than the one before";
@@ -179,7 +179,7 @@ TEST_F(UsbCaptureInputTest, JoinsAFrameOverTransfersAndTakesSeveralOfOne) {
         rest.push_back(packet);
     ASSERT_TRUE(camera->deliverSoon(head));
     ASSERT_TRUE(camera->deliverSoon(rest));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
 }
 
 TEST_F(UsbCaptureInputTest, DropsDamagedAndShortFrames) {
@@ -188,10 +188,10 @@ TEST_F(UsbCaptureInputTest, DropsDamagedAndShortFrames) {
     ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame - 1)));
     ASSERT_TRUE(camera->deliverSoon(maker.next(), ErrorCode::failed));
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     input->stop();
     EXPECT_EQ(frames.count(), 1U);
-    EXPECT_THAT(lines.lines(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
 TEST_F(UsbCaptureInputTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame) {
@@ -203,7 +203,7 @@ TEST_F(UsbCaptureInputTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame)
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
     ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.submitted >= 16 + 101; }));
     frames.hold(false);
-    ASSERT_TRUE(frames.waitFor(2));
+    ASSERT_TRUE(frames.waitForFrames(2));
     input->stop();
     EXPECT_LE(frames.count(), 3U);
     EXPECT_GE(frames.times().back(), lastOne.count());
@@ -212,7 +212,7 @@ TEST_F(UsbCaptureInputTest, ASlowReceiverHoldsUpNoTransferAndGetsTheNewestFrame)
 TEST_F(UsbCaptureInputTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuietly) {
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     auto half = maker.next();
     half.resize(3);
     ASSERT_TRUE(camera->deliverSoon(half));
@@ -223,7 +223,7 @@ TEST_F(UsbCaptureInputTest, ACameraPulledOutInTheMiddleOfAFrameEndsTheInputQuiet
     EXPECT_EQ(camera->counts().opened, 1) << "nothing to come back to";
     EXPECT_EQ(camera->requests().size(), requests);
     EXPECT_EQ(frames.count(), 1U);
-    EXPECT_THAT(lines.lines(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
     expectTidy();
 }
 
@@ -233,7 +233,7 @@ TEST_F(UsbCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) 
     ASSERT_TRUE(camera->waitFor([](const Counts& counts) { return counts.opened == 1; }));
     input->stop();
     EXPECT_EQ(camera->counts().opened, 1);
-    EXPECT_THAT(lines.lines(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
 TEST_F(UsbCaptureInputTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuietly) {
@@ -246,20 +246,20 @@ TEST_F(UsbCaptureInputTest, ACameraThatGoesDuringTheNegotiationEndsTheInputQuiet
         EXPECT_EQ(camera->counts().opened, 1);
         expectTidy();
     }
-    EXPECT_THAT(lines.lines(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
 TEST_F(UsbCaptureInputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     start(impatient);
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     ASSERT_TRUE(waitForAlternates(9));
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no frame came")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no frame came")));
     while (frames.count() < 2) // a delivery may fall between two runs
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
     input->stop();
     EXPECT_EQ(camera->counts().opened, 1) << "it is not given back in between";
-    EXPECT_THAT(camera->counts().alternates, testing::Contains(0).Times(testing::Ge(4)));
+    EXPECT_THAT(camera->counts().alternates, ::testing::Contains(0).Times(::testing::Ge(4)));
     expectTidy();
 }
 
@@ -267,9 +267,9 @@ TEST_F(UsbCaptureInputTest, FramesThatAreAllDamagedCountAsSilence) {
     StreamPatience halfASecond = impatient;
     halfASecond.firstFrame = 500ms;
     start(halfASecond);
-    while (lines.lines().empty())
+    while (diagnostics.lines().empty())
         ASSERT_TRUE(camera->deliverSoon(maker.next(wholeFrame, 0x40)));
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("every frame was damaged")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("every frame was damaged")));
     EXPECT_EQ(frames.count(), 0U);
 }
 
@@ -277,9 +277,9 @@ TEST_F(UsbCaptureInputTest, WaitsForAnotherProgramWithOneLine) {
     camera->fail("open", ErrorCode::busy, 5);
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     EXPECT_EQ(camera->counts().opened, 6);
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another program")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("another program")));
     input->stop();
     expectTidy();
 }
@@ -287,9 +287,9 @@ TEST_F(UsbCaptureInputTest, WaitsForAnotherProgramWithOneLine) {
 TEST_F(UsbCaptureInputTest, PermissionThatNeverComesEndsTheInputWithOneLine) {
     camera->fail("open", ErrorCode::denied, 1000);
     start();
-    ASSERT_TRUE(lines.waitFor(1));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
     input->stop();
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("permission")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("permission")));
     EXPECT_EQ(camera->counts().opened, 6) << "5 ms of patience, a try each";
 }
 
@@ -300,7 +300,7 @@ TEST_F(UsbCaptureInputTest, AFullBusGetsALighterFormat) {
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
     EXPECT_THAT(camera->counts().alternates, ElementsAre(0, 5, 0, 2));
-    EXPECT_THAT(lines.lines(), IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
 TEST_F(UsbCaptureInputTest, ABusThatRefusesTheFirstTransferGetsALighterFormatToo) {
@@ -325,7 +325,7 @@ TEST_F(UsbCaptureInputTest, ABusTooFullForAllIsTriedAgain) {
     camera->fail("alternate 1", ErrorCode::failed, 3);
     start();
     EXPECT_TRUE(waitForStream());
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no room")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no room")));
     EXPECT_EQ(camera->counts().opened, 1);
 }
 
@@ -352,7 +352,7 @@ TEST_F(UsbCaptureInputTest, ACameraThatAnswersWithNumbersOfNothingStreamsWhatWas
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = bytes[3] = 0; });
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    EXPECT_TRUE(frames.waitFor(1));
+    EXPECT_TRUE(frames.waitForFrames(1));
 }
 
 TEST_F(UsbCaptureInputTest, ALyingFrameSizeIsBounded) {
@@ -361,10 +361,10 @@ TEST_F(UsbCaptureInputTest, ALyingFrameSizeIsBounded) {
     });
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    EXPECT_TRUE(frames.waitFor(1));
+    EXPECT_TRUE(frames.waitForFrames(1));
     ASSERT_TRUE(camera->deliverSoon(maker.next(2 * wholeFrame + 1)));
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    EXPECT_TRUE(frames.waitFor(2));
+    EXPECT_TRUE(frames.waitForFrames(2));
     input->stop();
     EXPECT_EQ(frames.count(), 2U) << "the one that was too long is not there";
 }
@@ -375,8 +375,8 @@ TEST_F(UsbCaptureInputTest, PicturesLargerThanAnyAreNeverAskedFor) {
                     {StreamEncoding::mjpeg, 65535, 65535, {fps30}}};
     use(model);
     start();
-    ASSERT_TRUE(lines.waitFor(1));
-    EXPECT_THAT(lines.lines().front(), HasSubstr("no format that we know"));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("no format that we know"));
     EXPECT_EQ(camera->counts().transfers, 0);
 }
 
@@ -387,24 +387,18 @@ TEST_F(UsbCaptureInputTest, ACameraThatBendsARequestToAnImpossiblePictureStreams
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[3] = 2; });
     start();
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     EXPECT_EQ(frames.last().imageBuffer->width(), 32U);
 }
 
-// Throws like a sink that runs out of memory.
-class ExhaustedSink final : public FrameSink {
-public:
-    void consume(const SampleBuffer& /*sample*/) override { throw std::bad_alloc(); }
-};
-
 TEST_F(UsbCaptureInputTest, MemoryThatRunsOutEndsARunAndNotTheProgram) {
-    ExhaustedSink exhausted;
+    testing::ExhaustedSink exhausted;
     start();
     input->stop();
     input->start(exhausted);
     ASSERT_TRUE(camera->deliverSoon(maker.next()));
-    ASSERT_TRUE(lines.waitFor(1));
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("no memory")));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("no memory")));
     input->stop();
     expectTidy();
 }
@@ -414,7 +408,7 @@ TEST_F(UsbCaptureInputTest, ACameraThatDoesNotAnswerIsTriedAgainWithOneLine) {
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->counts().opened, 4);
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("does not answer")));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("does not answer")));
 }
 
 TEST_F(UsbCaptureInputTest, ACameraWithoutAFormatForUsSaysSo) {
@@ -425,8 +419,8 @@ TEST_F(UsbCaptureInputTest, ACameraWithoutAFormatForUsSaysSo) {
     };
     use(model);
     start();
-    ASSERT_TRUE(lines.waitFor(1));
-    EXPECT_THAT(lines.lines().front(), HasSubstr("no format"));
+    ASSERT_TRUE(diagnostics.waitForLines(1));
+    EXPECT_THAT(diagnostics.lines().front(), HasSubstr("no format"));
 }
 
 TEST_F(UsbCaptureInputTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
@@ -437,7 +431,7 @@ TEST_F(UsbCaptureInputTest, ABulkStreamIsSwitchedOffByClearingItsHalt) {
     Bytes payload{2, 0x82};
     payload.resize(2 + wholeFrame, 0x80);
     ASSERT_TRUE(camera->deliverSoon({payload}));
-    ASSERT_TRUE(frames.waitFor(1));
+    ASSERT_TRUE(frames.waitForFrames(1));
     EXPECT_TRUE(camera->firmware().streaming());
     input->stop();
     EXPECT_EQ(camera->counts().clearedHalts, 1);
@@ -454,15 +448,15 @@ TEST_F(UsbCaptureInputTest, AHaltedBulkEndpointIsStartedAgain) {
     Bytes payload{2, 0x82};
     payload.resize(2 + wholeFrame, 0x80);
     ASSERT_TRUE(camera->deliverSoon({payload}));
-    EXPECT_TRUE(frames.waitFor(1));
-    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("broke off")));
+    EXPECT_TRUE(frames.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("broke off")));
 }
 
 TEST_F(UsbCaptureInputTest, MayBeStoppedAndStartedTenTimes) {
     start();
     for (std::size_t run = 1; run <= 10; ++run) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
-        ASSERT_TRUE(frames.waitFor(run));
+        ASSERT_TRUE(frames.waitForFrames(run));
         input->stop();
         input->stop();
         expectTidy();
@@ -477,12 +471,12 @@ TEST_F(UsbCaptureInputTest, TwoCamerasMayTakeTurns) {
     start();
     for (std::size_t turn = 0; turn < 5; ++turn) {
         ASSERT_TRUE(camera->deliverSoon(maker.next()));
-        ASSERT_TRUE(frames.waitFor(2 * turn + 1));
+        ASSERT_TRUE(frames.waitForFrames(2 * turn + 1));
         input->stop();
         expectTidy();
         second->start(frames);
         ASSERT_TRUE(other.deliverSoon(maker.next()));
-        ASSERT_TRUE(frames.waitFor(2 * turn + 2));
+        ASSERT_TRUE(frames.waitForFrames(2 * turn + 2));
         second->stop();
         EXPECT_EQ(other.counts().transfers, 0);
         input->start(frames);
@@ -498,7 +492,7 @@ TEST_F(UsbCaptureInputTest, MayBeDestroyedWhileFramesPourIn) {
             while (!done)
                 if (!camera->deliver(frame.next())) std::this_thread::yield();
         });
-        EXPECT_TRUE(frames.waitFor(std::size_t(round) * 2 + 2));
+        EXPECT_TRUE(frames.waitForFrames(std::size_t(round) * 2 + 2));
         input.reset();
         const std::size_t count = frames.count();
         expectTidy();

@@ -7,7 +7,8 @@
 #include "fake_usb_camera.h"
 #include "platform/linux/usb/capture_input.h"
 #include "platform/uvc/uvc_protocol.h"
-#include "stream/stream_watching.h"
+#include "support/recorded_diagnostics.h"
+#include "support/recorded_frames.h"
 #include "virtual-camera/firmware/virtual_camera_model.h"
 #include "virtual-camera/picture/virtual_picture.h"
 
@@ -16,8 +17,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::FakeUsbCamera;
-using test::RememberedFrames;
-using test::RememberedLines;
 
 struct Corner {
     const char* name;
@@ -45,7 +44,7 @@ void expectCorners(PixelBuffer& picture) {
     }
 }
 
-class EachStream : public testing::TestWithParam<std::tuple<StreamTransport, const char*>> {
+class EachStream : public ::testing::TestWithParam<std::tuple<StreamTransport, const char*>> {
 protected:
     EachStream() {
         VirtualCameraModel model = virtualCameraModel(1);
@@ -56,19 +55,19 @@ protected:
             nullptr,
             UsbStreamSource{[this](Error& error) { return camera->open({}, error); },
                             model.streamingInterface(), camera->configurationDescriptor()},
-            CaptureInputOptions{.diagnostics = lines, .whoHolds = {}, .request = request});
+            CaptureInputOptions{.diagnostics = diagnostics, .whoHolds = {}, .request = request});
     }
 
     std::unique_ptr<FakeUsbCamera> camera;
-    RememberedLines lines;
-    RememberedFrames frames;
+    testing::RecordedDiagnostics diagnostics;
+    testing::RecordedFrames frames;
     std::unique_ptr<UsbCaptureInput> input;
 };
 
 TEST_P(EachStream, ShowsWhatTheCameraSees) {
     input->start(frames);
     for (std::size_t count = 1; count <= 5; ++count) {
-        ASSERT_TRUE(frames.waitFor(count));
+        ASSERT_TRUE(frames.waitForFrames(count));
         const SampleBuffer sample = frames.last();
         ASSERT_EQ(sample.imageBuffer->width(), 320U);
         ASSERT_EQ(sample.imageBuffer->height(), 240U);
@@ -76,7 +75,7 @@ TEST_P(EachStream, ShowsWhatTheCameraSees) {
     }
     input->stop();
     EXPECT_TRUE(std::ranges::is_sorted(frames.times(), std::less_equal<>()));
-    EXPECT_THAT(lines.lines(), testing::IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), ::testing::IsEmpty());
     EXPECT_FALSE(camera->firmware().streaming());
 }
 
@@ -84,28 +83,28 @@ TEST_P(EachStream, MayBeStoppedAndStartedTenTimes) {
     for (std::size_t run = 1; run <= 10; ++run) {
         const std::size_t before = frames.count();
         input->start(frames);
-        ASSERT_TRUE(frames.waitFor(before + 1)) << "run " << run;
+        ASSERT_TRUE(frames.waitForFrames(before + 1)) << "run " << run;
         expectCorners(*frames.last().imageBuffer);
         input->stop();
     }
     EXPECT_EQ(camera->counts().transfers, 0);
-    EXPECT_THAT(lines.lines(), testing::IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), ::testing::IsEmpty());
 }
 
 TEST_P(EachStream, EndsQuietlyWhenItIsPulledOut) {
     input->start(frames);
-    ASSERT_TRUE(frames.waitFor(2));
+    ASSERT_TRUE(frames.waitForFrames(2));
     camera->vanish();
     ASSERT_TRUE(camera->waitFor([](const auto& counts) { return counts.closed == 1; }));
     input->stop();
     EXPECT_EQ(camera->counts().transfers, 0);
-    EXPECT_THAT(lines.lines(), testing::IsEmpty());
+    EXPECT_THAT(diagnostics.lines(), ::testing::IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Stream, EachStream,
-    testing::Combine(testing::Values(StreamTransport::isochronous, StreamTransport::bulk),
-                     testing::Values("YUYV", "MJPG")),
+    ::testing::Combine(::testing::Values(StreamTransport::isochronous, StreamTransport::bulk),
+                       ::testing::Values("YUYV", "MJPG")),
     [](const auto& each) {
         return std::string(std::get<0>(each.param) == StreamTransport::bulk ? "Bulk" : "Isochronous") +
                std::get<1>(each.param);

@@ -13,10 +13,10 @@
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 constexpr int getCur = 0x81;
 constexpr int getMin = 0x82;
@@ -24,7 +24,7 @@ constexpr int getMax = 0x83;
 constexpr int getInfo = 0x86;
 constexpr int getDef = 0x87;
 
-class ControlInterface : public testing::Test {
+class ControlInterface : public ::testing::Test {
 protected:
     void SetUp() override { open(ordinaryCamera()); }
 
@@ -68,7 +68,7 @@ protected:
         camera->answer([result](const UsbSetupPacket&, std::span<std::uint8_t>) { return result; });
     }
 
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
     std::optional<UsbCameraClaims> claims{std::in_place, camera, nullptr, diagnostics};
     Error error;
@@ -216,7 +216,7 @@ struct LinkFault {
     ErrorCode expected;
 };
 
-class LinkFaults : public ControlInterface, public testing::WithParamInterface<LinkFault> {};
+class LinkFaults : public ControlInterface, public ::testing::WithParamInterface<LinkFault> {};
 
 TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
     answerWith({GetParam().error});
@@ -229,12 +229,12 @@ TEST_P(LinkFaults, FailReadsAndWritesAlikeAndAreReported) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, LinkFaults,
-                         testing::Values(LinkFault{ErrorCode::timeout, ErrorCode::timeout},
-                                         LinkFault{ErrorCode::gone, ErrorCode::gone},
-                                         LinkFault{ErrorCode::denied, ErrorCode::denied},
-                                         LinkFault{ErrorCode::invalid, ErrorCode::failed},
-                                         LinkFault{ErrorCode::failed, ErrorCode::failed},
-                                         LinkFault{ErrorCode::busy, ErrorCode::failed}));
+                         ::testing::Values(LinkFault{ErrorCode::timeout, ErrorCode::timeout},
+                                           LinkFault{ErrorCode::gone, ErrorCode::gone},
+                                           LinkFault{ErrorCode::denied, ErrorCode::denied},
+                                           LinkFault{ErrorCode::invalid, ErrorCode::failed},
+                                           LinkFault{ErrorCode::failed, ErrorCode::failed},
+                                           LinkFault{ErrorCode::busy, ErrorCode::failed}));
 
 } // namespace
 } // namespace tavelo::test

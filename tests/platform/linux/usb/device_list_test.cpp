@@ -7,24 +7,14 @@
 #include "fake_sysfs.h"
 #include "platform/linux/bus/sysfs_usb.h"
 #include "support/manual_main_queue.h"
+#include "support/recorded_device_changes.h"
 
 namespace tavelo::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-
-class News final : public CaptureDeviceObserver {
-public:
-    void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override {
-        lines.push_back("+" + device->localizedName());
-    }
-    void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override {
-        lines.push_back("-" + device->localizedName());
-    }
-    std::vector<std::string> lines;
-};
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 Bytes twoFunctions() {
     return configuration({videoControl(0), header(0x0110), interfaceDescriptor(1, 2), videoControl(2),
@@ -32,7 +22,7 @@ Bytes twoFunctions() {
                           interfaceDescriptor(3, 2)});
 }
 
-class CameraList : public testing::Test {
+class CameraList : public ::testing::Test {
 protected:
     CameraList() { tree.addRootHub("pci0000:00/0000:00:14.0", 1); }
 
@@ -54,7 +44,7 @@ protected:
     }
 
     FakeSysfs tree;
-    ManualMainQueue mainQueue;
+    testing::ManualMainQueue mainQueue;
     std::vector<std::string> inputsOf;
     UsbDeviceList list{tree.root(), mainQueue,
                        [this](const auto& device, const UsbCamera& camera, Error& error) {
@@ -62,7 +52,7 @@ protected:
                            error = {ErrorCode::busy, "taken"};
                            return nullptr;
                        }};
-    News news;
+    testing::RecordedDeviceChanges changes;
 };
 
 TEST_F(CameraList, ACameraHasTheIdentifierThatItsVideoNodeHas) {
@@ -109,22 +99,22 @@ TEST_F(CameraList, ANameThatWouldSteerATerminalIsMadeHarmless) {
 TEST_F(CameraList, ReportsArrivalAndRemovalOnTheMainQueue) {
     plug("1-2", "First");
     list.fill();
-    list.addObserver(&news);
+    list.addObserver(&changes);
     plug("1-1", "Second", 6);
     EXPECT_TRUE(list.rescan());
-    EXPECT_THAT(news.lines, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
     mainQueue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("+Second"));
+    EXPECT_THAT(changes.names(), ElementsAre("+Second"));
     EXPECT_THAT(names(), ElementsAre("First", "Second"));
     tree.removeDevice("1-2");
     list.rescan();
     mainQueue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("+Second", "-First"));
-    list.removeObserver(&news);
+    EXPECT_THAT(changes.names(), ElementsAre("+Second", "-First"));
+    list.removeObserver(&changes);
     tree.removeDevice("1-1");
     list.rescan();
     mainQueue.drain();
-    EXPECT_THAT(news.lines, SizeIs(2));
+    EXPECT_THAT(changes.names(), SizeIs(2));
     EXPECT_THAT(names(), IsEmpty());
 }
 
@@ -137,10 +127,10 @@ TEST_F(CameraList, ACameraThatStaysIsTheSameObjectAndAReplacedOneIsNot) {
     EXPECT_EQ(list.devices().front(), before);
     tree.removeDevice("1-2");
     plug("1-2", "Camera", 6); // pulled out and put back before anybody looked
-    list.addObserver(&news);
+    list.addObserver(&changes);
     list.rescan();
     mainQueue.drain();
-    EXPECT_THAT(news.lines, ElementsAre("-Camera", "+Camera"));
+    EXPECT_THAT(changes.names(), ElementsAre("-Camera", "+Camera"));
     EXPECT_NE(list.devices().front(), before);
     EXPECT_EQ(list.devices().front()->uniqueID(), before->uniqueID());
 }
@@ -172,12 +162,12 @@ TEST_F(CameraList, AnInputIsMadeForTheCameraThatWasAsked) {
 TEST_F(CameraList, DropsChangesAfterItsDestruction) {
     {
         UsbDeviceList brief(tree.root(), mainQueue, nullptr);
-        brief.addObserver(&news);
+        brief.addObserver(&changes);
         plug("1-2", "Camera");
         brief.rescan();
     }
     mainQueue.drain();
-    EXPECT_THAT(news.lines, IsEmpty());
+    EXPECT_THAT(changes.names(), IsEmpty());
 }
 
 } // namespace

@@ -13,19 +13,19 @@
 namespace tavelo::test {
 namespace {
 
-using testing::Contains;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::SizeIs;
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
 
 using Holder = FakeUsbCamera::Holder;
 
 const UsbCameraAddress address{{1, 5}, 0, {1}};
 
-class CameraClaims : public testing::Test {
+class CameraClaims : public ::testing::Test {
 protected:
     std::shared_ptr<UsbHandle> acquire() { return claims->acquire(address, error); }
 
@@ -37,7 +37,7 @@ protected:
     /// Destroys the claims, which waits until every camera is returned to its driver.
     void waitForReturns() { claims.reset(); }
 
-    RecordedDiagnostics diagnostics;
+    testing::RecordedDiagnostics diagnostics;
     std::shared_ptr<FakeUsbCamera> camera = std::make_shared<FakeUsbCamera>();
     std::unique_ptr<UsbCameraClaims> claims = std::make_unique<UsbCameraClaims>(camera, nullptr, diagnostics);
     Error error;
@@ -238,7 +238,7 @@ struct TakingFault {
     ErrorCode expected;
 };
 
-class FailingToTake : public CameraClaims, public testing::WithParamInterface<TakingFault> {};
+class FailingToTake : public CameraClaims, public ::testing::WithParamInterface<TakingFault> {};
 
 TEST_P(FailingToTake, SaysWhyAndLeavesTheCameraToItsDriver) {
     camera->fail(GetParam().call, GetParam().error);
@@ -251,17 +251,17 @@ TEST_P(FailingToTake, SaysWhyAndLeavesTheCameraToItsDriver) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, FailingToTake,
-                         testing::Values(TakingFault{"open", ErrorCode::gone, ErrorCode::gone},
-                                         TakingFault{"open", ErrorCode::denied, ErrorCode::denied},
-                                         TakingFault{"open", ErrorCode::busy, ErrorCode::busy},
-                                         TakingFault{"open", ErrorCode::failed, ErrorCode::failed},
-                                         TakingFault{"detach 1", ErrorCode::denied, ErrorCode::denied},
-                                         TakingFault{"detach 1", ErrorCode::gone, ErrorCode::gone},
-                                         TakingFault{"claim 1", ErrorCode::busy, ErrorCode::busy},
-                                         TakingFault{"claim 1", ErrorCode::invalid, ErrorCode::gone},
-                                         TakingFault{"detach 0", ErrorCode::timeout, ErrorCode::timeout},
-                                         TakingFault{"claim 0", ErrorCode::busy, ErrorCode::busy},
-                                         TakingFault{"claim 0", ErrorCode::gone, ErrorCode::gone}));
+                         ::testing::Values(TakingFault{"open", ErrorCode::gone, ErrorCode::gone},
+                                           TakingFault{"open", ErrorCode::denied, ErrorCode::denied},
+                                           TakingFault{"open", ErrorCode::busy, ErrorCode::busy},
+                                           TakingFault{"open", ErrorCode::failed, ErrorCode::failed},
+                                           TakingFault{"detach 1", ErrorCode::denied, ErrorCode::denied},
+                                           TakingFault{"detach 1", ErrorCode::gone, ErrorCode::gone},
+                                           TakingFault{"claim 1", ErrorCode::busy, ErrorCode::busy},
+                                           TakingFault{"claim 1", ErrorCode::invalid, ErrorCode::gone},
+                                           TakingFault{"detach 0", ErrorCode::timeout, ErrorCode::timeout},
+                                           TakingFault{"claim 0", ErrorCode::busy, ErrorCode::busy},
+                                           TakingFault{"claim 0", ErrorCode::gone, ErrorCode::gone}));
 
 TEST_F(CameraClaims, ACameraOfAnotherProgramIsBusyAndStaysItsOwn) {
     camera->setHolder(0, Holder::otherProgram);

@@ -6,18 +6,18 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "platform/thread_priority.h"
+#include "support/wait_limit.h"
 
-namespace tavelo {
+namespace tavelo::testing {
 
 /// Thread-safe.
-class RememberedPriorities final : public ThreadPriority {
+class RecordedPriorities final : public ThreadPriority {
 public:
     void raise() noexcept override {
         std::array<char, 16> name{};
@@ -27,10 +27,10 @@ public:
         changed_.notify_all();
     }
 
-    /// Waits up to ten seconds for a thread of that name to ask.
-    bool waitFor(const std::string& name) {
+    /// Waits for a thread of that name to ask.  False on timeout.
+    [[nodiscard]] bool waitFor(const std::string& name) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(10),
+        return changed_.wait_for(lock, waitLimit,
                                  [&] { return std::ranges::find(names_, name) != names_.end(); });
     }
 
@@ -40,4 +40,4 @@ private:
     std::vector<std::string> names_;
 };
 
-} // namespace tavelo
+} // namespace tavelo::testing
