@@ -11,8 +11,8 @@
 
 #include "platform/capture.h"
 #include "platform/common/pixel_buffer_pool.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
-#include "virtual-camera/picture/virtual_picture.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/picture/virtual_picture.h"
 
 namespace tavelo {
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "platform/usb_interface.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "platform/capture.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

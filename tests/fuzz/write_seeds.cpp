@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "virtual-camera/firmware/virtual_camera_descriptors.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
 
 namespace tavelo {
 namespace {

@@ -15,7 +15,7 @@
 #include <QCoreApplication>
 #include <QMetaObject>
 
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 

@@ -16,7 +16,7 @@
 #include "integration/panel_fixture.h"
 #include "integration/picture_comparison.h"
 #include "panel/saved_alert.h"
-#include "virtual-camera/picture/virtual_picture.h"
+#include "platform/virtual/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

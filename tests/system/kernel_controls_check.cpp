@@ -24,10 +24,10 @@
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/kernel/backend.h"
 #include "platform/linux/v4l2/v4l2_controls.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 #include "support/manual_main_queue.h"
 #include "support/standard_error_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
 namespace {

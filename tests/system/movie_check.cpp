@@ -16,11 +16,11 @@
 #include <string_view>
 #include <vector>
 
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
-#include "virtual-camera/picture/picture_font.h"
-#include "virtual-camera/picture/picture_instruments.h"
-#include "virtual-camera/picture/virtual_picture.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
+#include "platform/virtual/picture/picture_font.h"
+#include "platform/virtual/picture/picture_instruments.h"
+#include "platform/virtual/picture/virtual_picture.h"
 
 namespace {
 

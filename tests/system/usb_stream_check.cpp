@@ -27,9 +27,9 @@
 #include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/usb_camera_claims.h"
 
+#include "platform/virtual/picture/virtual_picture.h"
 #include "support/recorded_frames.h"
 #include "support/standard_error_diagnostics.h"
-#include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

@@ -6,8 +6,8 @@
 #include <chrono>
 
 #include "descriptor_builder.h"
-#include "virtual-camera/firmware/virtual_camera_descriptors.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo::test {
 namespace {

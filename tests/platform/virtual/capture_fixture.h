@@ -13,9 +13,9 @@
 #include <gmock/gmock.h>
 
 #include "platform/virtual/device_list.h"
+#include "platform/virtual/picture/picture_raster.h"
 #include "platform/virtual/virtual_bus.h"
 #include "support/manual_main_queue.h"
-#include "virtual-camera/picture/picture_raster.h"
 
 namespace tavelo {
 

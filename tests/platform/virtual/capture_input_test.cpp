@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "capture_fixture.h"
+#include "platform/virtual/picture/picture_instruments.h"
 #include "support/recorded_device_changes.h"
-#include "virtual-camera/picture/picture_instruments.h"
 
 namespace tavelo {
 namespace {

@@ -5,9 +5,9 @@
 #include <gmock/gmock.h>
 
 #include "platform/virtual/backend.h"
+#include "platform/virtual/firmware/firmware_client.h"
 #include "support/manual_main_queue.h"
 #include "support/recorded_bus_changes.h"
-#include "virtual-camera/firmware/firmware_client.h"
 
 namespace tavelo {
 namespace {

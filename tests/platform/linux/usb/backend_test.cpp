@@ -9,12 +9,12 @@
 #include "fake_sysfs.h"
 #include "fake_udev_events.h"
 #include "fake_usb_camera.h"
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
 #include "support/manual_main_queue.h"
 #include "support/recorded_device_changes.h"
 #include "support/recorded_diagnostics.h"
 #include "uvc/kt_uvc_manager.h"
-#include "virtual-camera/firmware/virtual_camera_descriptors.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
 
 namespace tavelo::test {
 namespace {

@@ -7,10 +7,10 @@
 
 #include "fake_usb_camera.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
 #include "support/recorded_diagnostics.h"
 #include "support/recorded_frames.h"
 #include "support/recorded_priorities.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
 namespace {

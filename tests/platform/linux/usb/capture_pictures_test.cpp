@@ -7,10 +7,10 @@
 #include "fake_usb_camera.h"
 #include "platform/linux/usb/capture_input.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
+#include "platform/virtual/picture/virtual_picture.h"
 #include "support/recorded_diagnostics.h"
 #include "support/recorded_frames.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
-#include "virtual-camera/picture/virtual_picture.h"
 
 namespace tavelo {
 namespace {

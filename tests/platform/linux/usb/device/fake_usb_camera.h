@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "platform/linux/usb/device/usb_handle.h"
-#include "virtual-camera/firmware/virtual_camera_firmware.h"
-#include "virtual-camera/program/virtual_camera_gadget.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
+#include "virtual-camera/virtual_camera_gadget.h"
 
 namespace tavelo::test {
 

@@ -5,9 +5,9 @@
 
 #include <random>
 
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
 #include "streaming_bytes.h"
-#include "virtual-camera/firmware/virtual_camera_descriptors.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
 
 namespace tavelo {
 namespace {

@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "fake_usb_camera.h"
-#include "virtual-camera/firmware/virtual_camera_model.h"
+#include "platform/virtual/firmware/virtual_camera_model.h"
 
 namespace tavelo {
 namespace {

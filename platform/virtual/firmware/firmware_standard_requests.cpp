@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+// The firmware's answers to USB standard requests.
+#include <utility>
+
+#include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+#include "platform/virtual/firmware/virtual_camera_firmware.h"
+
+namespace tavelo {
+
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerStandard(const UsbSetup& setup) {
+    switch (setup.bmRequestType & uvc::recipientMask) {
+        case uvc::recipientDevice:
+            return answerDevice(setup);
+        case uvc::recipientInterface:
+            return answerInterface(setup);
+        case uvc::recipientEndpoint:
+            return answerEndpoint(setup);
+        default:
+            return refused(0);
+    }
+}
+
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDevice(const UsbSetup& setup) {
+    switch (setup.bRequest) {
+        case uvc::getStatus:
+            return delivered({0, 0});
+        case uvc::setAddress:
+            return delivered({});
+        case uvc::getDescriptor:
+            return answerDescriptor(setup);
+        case uvc::getConfiguration:
+            return delivered({configuration_});
+        case uvc::setConfiguration:
+            if (setup.wValue > 1) return refused(0);
+            configuration_ = static_cast<std::uint8_t>(setup.wValue);
+            stopStream();
+            return delivered({});
+        default:
+            return refused(0);
+    }
+}
+
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDescriptor(const UsbSetup& setup) const {
+    const auto type = static_cast<std::uint8_t>(setup.wValue >> 8U);
+    const auto index = static_cast<std::uint8_t>(setup.wValue);
+    if (type == uvc::deviceType) return delivered(deviceDescriptor_);
+    if (type == uvc::configurationType && index == 0) return delivered(configurationDescriptor_);
+    if (type == uvc::stringType) {
+        std::vector<std::uint8_t> text = makeStringDescriptor(model_, index);
+        if (!text.empty()) return delivered(std::move(text));
+    }
+    return refused(0); // other speeds included: this is a high-speed device only
+}
+
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerInterface(const UsbSetup& setup) {
+    const bool streamingInterface = setup.wIndex == model_.streamingInterface();
+    if (!streamingInterface && setup.wIndex != model_.controlInterface()) return refused(0);
+    switch (setup.bRequest) {
+        case uvc::getStatus:
+            return delivered({0, 0});
+        case uvc::getInterface:
+            return delivered({streamingInterface ? alternateSetting_ : std::uint8_t{0}});
+        case uvc::setInterface: {
+            const bool isochronous = model_.transport == StreamTransport::isochronous;
+            const std::size_t last = streamingInterface && isochronous ? isochronousPacketSizes.size() : 0;
+            if (setup.wValue > last) return refused(0);
+            if (streamingInterface) {
+                stopStream();
+                alternateSetting_ = static_cast<std::uint8_t>(setup.wValue);
+            }
+            return delivered({});
+        }
+        default:
+            return refused(0);
+    }
+}
+
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerEndpoint(const UsbSetup& setup) {
+    const auto endpoint = static_cast<std::uint8_t>(setup.wIndex);
+    if (endpoint != model_.streamingEndpoint() && (endpoint & 0x7FU) != 0) return refused(0);
+    const bool streamingEndpoint = endpoint == model_.streamingEndpoint();
+    switch (setup.bRequest) {
+        case uvc::getStatus:
+            return delivered({static_cast<std::uint8_t>(streamingEndpoint && halted_ ? 1 : 0), 0});
+        case uvc::clearFeature:
+            // This is how a host ends a stream on a bulk endpoint.
+            if (streamingEndpoint) {
+                halted_ = false;
+                bulkRunning_ = false;
+            }
+            return delivered({});
+        case uvc::setFeature:
+            if (streamingEndpoint) halted_ = true;
+            return delivered({});
+        default:
+            return refused(0);
+    }
+}
+
+void VirtualCameraFirmware::stopStream() {
+    alternateSetting_ = 0;
+    bulkRunning_ = false;
+    halted_ = false;
+}
+
+} // namespace tavelo

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+
+#include "platform/uvc/little_endian.h"
+#include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/stream_negotiation.h"
+
+namespace tavelo {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Appends one descriptor; its length byte is computed.
+void append(Bytes& bytes, const Bytes& body) {
+    bytes.push_back(static_cast<std::uint8_t>(body.size() + 1));
+    bytes.insert(bytes.end(), body.begin(), body.end());
+}
+
+void setTotalLength(Bytes& bytes, std::size_t at, std::size_t length) {
+    putLittleEndian(length, std::span(bytes).subspan(at, 2));
+}
+
+void appendInterface(Bytes& bytes, std::uint8_t number, std::uint8_t alternate, std::uint8_t endpoints,
+                     std::uint8_t subClass) {
+    append(bytes, {uvc::interfaceType, number, alternate, endpoints, uvc::videoClass, subClass, 0, 0});
+}
+
+void appendEndpoint(Bytes& bytes, const VirtualCameraModel& model, std::uint8_t attributes,
+                    std::uint16_t maxPacketSize, std::uint8_t interval) {
+    append(bytes, {uvc::endpointType, model.streamingEndpoint(), attributes, lowByte(maxPacketSize),
+                   highByte(maxPacketSize), interval});
+}
+
+Bytes cameraTerminal(const VirtualCameraModel& model) {
+    Bytes body{uvc::classInterfaceType, uvc::inputTerminal, model.terminalID};
+    appendLittleEndian(body, uvc::cameraTerminal, 2);
+    appendLittleEndian(body, 0, 8); // bAssocTerminal, iTerminal, focal lengths: unknown
+    appendLittleEndian(body, 3, 1);
+    appendLittleEndian(body, model.terminalControls, 3);
+    return body;
+}
+
+Bytes processingUnit(const VirtualCameraModel& model) {
+    Bytes body{uvc::classInterfaceType, uvc::processingUnit, model.unitID, model.terminalID, 0, 0, 2};
+    appendLittleEndian(body, model.unitControls, 2);
+    appendLittleEndian(body, 0, 2);
+    return body;
+}
+
+Bytes outputTerminal(const VirtualCameraModel& model) {
+    Bytes body{uvc::classInterfaceType, uvc::outputTerminal, model.outputTerminalID};
+    appendLittleEndian(body, uvc::streamingTerminal, 2);
+    body.insert(body.end(), {0, model.unitID, 0});
+    return body;
+}
+
+void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
+    appendInterface(bytes, model.controlInterface(), 0, 0, uvc::controlSubClass);
+    const std::size_t start = bytes.size();
+    Bytes header{
+        uvc::classInterfaceType, uvc::controlHeader, lowByte(uvc::version11), highByte(uvc::version11), 0, 0};
+    appendLittleEndian(header, streamClockFrequency, 4);
+    appendLittleEndian(header, 1, 1); // one streaming interface
+    appendLittleEndian(header, model.streamingInterface(), 1);
+    append(bytes, header);
+    append(bytes, cameraTerminal(model));
+    append(bytes, processingUnit(model));
+    append(bytes, outputTerminal(model));
+    setTotalLength(bytes, start + 5, bytes.size() - start);
+}
+
+Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) {
+    const auto frames = static_cast<std::uint8_t>(offers.size());
+    if (offers.front().encoding == StreamEncoding::mjpeg)
+        return {uvc::classInterfaceType, uvc::mjpegFormat, index, frames, 0, 1, 0, 0, 0, 0};
+    Bytes body{uvc::classInterfaceType, uvc::uncompressedFormat, index, frames};
+    constexpr std::array<std::uint8_t, 16> yuy2{'Y',  'U',  'Y',  '2',  0x00, 0x00, 0x10, 0x00,
+                                                0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+    body.insert(body.end(), yuy2.begin(), yuy2.end());
+    constexpr std::array<std::uint8_t, 6> rest{16, 1, 0, 0, 0, 0}; // bits per pixel, default frame
+    body.insert(body.end(), rest.begin(), rest.end());
+    return body;
+}
+
+Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransport transport) {
+    const std::uint8_t subtype =
+        offer.encoding == StreamEncoding::mjpeg ? uvc::mjpegFrame : uvc::uncompressedFrame;
+    const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport).maxFrameSize;
+    const auto bitRate = [&](std::uint32_t interval) {
+        return std::uint64_t{frameSize} * 8 * 10'000'000 / interval;
+    };
+    Bytes body{uvc::classInterfaceType, subtype, index, 0};
+    appendLittleEndian(body, offer.width, 2);
+    appendLittleEndian(body, offer.height, 2);
+    appendLittleEndian(body, bitRate(offer.frameIntervals.back()), 4);
+    appendLittleEndian(body, bitRate(offer.frameIntervals.front()), 4);
+    appendLittleEndian(body, frameSize, 4);
+    appendLittleEndian(body, offer.frameIntervals.front(), 4);
+    body.push_back(static_cast<std::uint8_t>(offer.frameIntervals.size()));
+    for (const std::uint32_t interval : offer.frameIntervals)
+        appendLittleEndian(body, interval, 4);
+    return body;
+}
+
+void appendFormats(Bytes& bytes, const VirtualCameraModel& model) {
+    const auto formats = offersByFormat(model);
+    const std::size_t start = bytes.size();
+    Bytes header{uvc::classInterfaceType,
+                 uvc::inputHeader,
+                 static_cast<std::uint8_t>(formats.size()),
+                 0,
+                 0,
+                 model.streamingEndpoint(),
+                 0,
+                 model.outputTerminalID,
+                 0,
+                 0,
+                 0,
+                 1};
+    header.insert(header.end(), formats.size(), 0); // bmaControls
+    append(bytes, header);
+    std::uint8_t formatIndex = 0;
+    for (const auto& offers : formats) {
+        append(bytes, formatDescriptor(++formatIndex, offers));
+        std::uint8_t frameIndex = 0;
+        for (const StreamOffer& offer : offers)
+            append(bytes, frameDescriptor(++frameIndex, offer, model.transport));
+        append(bytes,
+               {uvc::classInterfaceType, uvc::colourMatching, 1, 1, 4}); // colours: BT.709, BT.709, BT.601
+    }
+    setTotalLength(bytes, start + 4, bytes.size() - start);
+}
+
+void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
+    const bool bulk = model.transport == StreamTransport::bulk;
+    appendInterface(bytes, model.streamingInterface(), 0, bulk ? 1 : 0, uvc::streamingSubClass);
+    appendFormats(bytes, model);
+    if (bulk) {
+        appendEndpoint(bytes, model, 0x02, 512, 0);
+        return;
+    }
+    std::uint8_t alternate = 0;
+    for (const std::uint16_t size : isochronousPacketSizes) {
+        appendInterface(bytes, model.streamingInterface(), ++alternate, 1, uvc::streamingSubClass);
+        appendEndpoint(bytes, model, 0x05, size, 1); // isochronous, asynchronous, every microframe
+    }
+}
+
+} // namespace
+
+std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) {
+    Bytes bytes;
+    append(bytes, {uvc::deviceType, 0x00, 0x02, // USB 2.0
+                   0xEF, 0x02, 0x01,            // class by interface association
+                   64, lowByte(model.vendorID), highByte(model.vendorID), lowByte(model.productID),
+                   highByte(model.productID), 0x00, 0x01, // release 1.0
+                   manufacturerString, productString, serialString, 1});
+    return bytes;
+}
+
+std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model) {
+    Bytes bytes;
+    append(bytes, {uvc::configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
+    append(bytes, {uvc::associationType, model.controlInterface(), 2, uvc::videoClass,
+                   uvc::collectionSubClass, 0, 0});
+    appendControlInterface(bytes, model);
+    appendStreamingInterface(bytes, model);
+    setTotalLength(bytes, 2, bytes.size());
+    if (model.alterConfiguration) model.alterConfiguration(bytes);
+    return bytes;
+}
+
+std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, std::uint8_t index) {
+    Bytes bytes;
+    if (index == 0) {
+        append(bytes, {uvc::stringType, 0x09, 0x04}); // English, United States
+        return bytes;
+    }
+    std::string text;
+    if (index == manufacturerString) text = model.manufacturer;
+    if (index == productString) text = model.product;
+    if (index == serialString) text = model.serial;
+    if (text.empty()) return bytes;
+    Bytes body{uvc::stringType};
+    for (const char letter : text.substr(0, 126))
+        appendLittleEndian(body, static_cast<std::uint8_t>(letter), 2);
+    append(bytes, body);
+    return bytes;
+}
+
+} // namespace tavelo

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// The command line of tavelo-virtual-camera.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/virtual/firmware/virtual_camera_model.h"
+
+namespace tavelo {
+
+struct Options {
+    std::uint16_t port = 3240;
+    int cameras = 1;
+    bool bulk = false;
+    bool twoFunctions = false;
+    std::optional<StreamEncoding> encoding; ///< offer this one only
+    std::string log;                        ///< empty: none
+    std::string control;                    ///< empty: none
+};
+
+/// A text to print before the program exits.
+struct Message {
+    std::string text;
+    int exitStatus = 0; ///< 0 for help, 2 for a mistake on the command line
+};
+
+std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments);
+
+/// The cameras that the options request.
+std::vector<VirtualCameraModel> modelsFor(const Options& options);
+
+} // namespace tavelo
