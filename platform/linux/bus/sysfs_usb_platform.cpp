@@ -4,7 +4,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/bus/bus_prober.h"
+#include "platform/linux/bus/sysfs_bus_prober.h"
 #include "platform/uvc/matching_interfaces.h"
 
 namespace tavelo {
@@ -45,7 +45,7 @@ public:
         : options_(std::make_shared<const SysfsUsbOptions>(std::move(options))) {}
 
     std::unique_ptr<BusProber> initBusProber(int /*scope*/, BusProberDelegate* delegate) override {
-        return std::make_unique<LinuxBusProber>(delegate, options_->sysfs,
+        return std::make_unique<SysfsBusProber>(delegate, options_->sysfs,
                                                 options_->descriptors ? options_->descriptors() : nullptr,
                                                 options_->hotplugEvents());
     }

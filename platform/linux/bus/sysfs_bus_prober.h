@@ -14,13 +14,13 @@ namespace tavelo {
 
 /// Lists the video functions of all devices.  Opens no device and sends no request, so any user may list
 /// any camera, even one in use.
-class LinuxBusProber final : public BusProber {
+class SysfsBusProber final : public BusProber {
 public:
     /// @param delegate    may be null; must outlive the prober
     /// @param sysfs       root of the tree
     /// @param descriptors may be null; sysfs is read then, and for devices that this source lacks
     /// @param events      changes of USB devices; may be null
-    LinuxBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
+    SysfsBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
                    std::unique_ptr<UsbDescriptorSource> descriptors, std::unique_ptr<UdevEventSource> events);
 
     void refreshData(bool notify) override;

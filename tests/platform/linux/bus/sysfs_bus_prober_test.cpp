@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/bus/bus_prober.h"
+#include "platform/linux/bus/sysfs_bus_prober.h"
 
 #include <gmock/gmock.h>
 
@@ -38,8 +38,8 @@ protected:
         tree.addDevice(device);
     }
 
-    std::unique_ptr<LinuxBusProber> prober(std::unique_ptr<UsbDescriptorSource> descriptors = nullptr) {
-        return std::make_unique<LinuxBusProber>(&changes, tree.root(), std::move(descriptors),
+    std::unique_ptr<SysfsBusProber> prober(std::unique_ptr<UsbDescriptorSource> descriptors = nullptr) {
+        return std::make_unique<SysfsBusProber>(&changes, tree.root(), std::move(descriptors),
                                                 std::make_unique<FakeUdevEvents>(feed));
     }
 
@@ -177,7 +177,7 @@ TEST_F(BusProberOfLinux, ReportsUdevEvents) {
 
 TEST_F(BusProberOfLinux, NeedsNeitherDelegateNorUdev) {
     add("1-2", ordinaryCamera());
-    LinuxBusProber bus(nullptr, tree.root(), nullptr, nullptr);
+    SysfsBusProber bus(nullptr, tree.root(), nullptr, nullptr);
     bus.refreshData(true);
     EXPECT_THAT(bus.devicesArray(), SizeIs(1));
 }
@@ -195,8 +195,8 @@ TEST(LibusbDescriptors, ReadAsTheKernelsDo) {
     const auto source = makeLibusbDescriptorSource();
     if (!source) GTEST_SKIP() << "no USB in this machine";
     const auto snapshot = source->snapshot();
-    LinuxBusProber cached(nullptr, "/sys", makeLibusbDescriptorSource(), nullptr);
-    LinuxBusProber direct(nullptr, "/sys", nullptr, nullptr);
+    SysfsBusProber cached(nullptr, "/sys", makeLibusbDescriptorSource(), nullptr);
+    SysfsBusProber direct(nullptr, "/sys", nullptr, nullptr);
     cached.refreshData(false);
     direct.refreshData(false);
     ASSERT_EQ(cached.devicesArray().size(), direct.devicesArray().size());

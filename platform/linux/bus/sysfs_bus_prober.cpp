@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/bus/bus_prober.h"
+#include "platform/linux/bus/sysfs_bus_prober.h"
 
 #include <algorithm>
 #include <utility>
@@ -16,7 +16,7 @@ bool hasVideoControl(const UsbDescriptors& descriptors) {
 
 } // namespace
 
-LinuxBusProber::LinuxBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
+SysfsBusProber::SysfsBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
                                std::unique_ptr<UsbDescriptorSource> descriptors,
                                std::unique_ptr<UdevEventSource> events)
     : delegate_(delegate),
@@ -26,7 +26,7 @@ LinuxBusProber::LinuxBusProber(BusProberDelegate* delegate, std::filesystem::pat
           if (delegate != nullptr) delegate->busProberInformationDidChange();
       }) {}
 
-void LinuxBusProber::refreshData(bool notify) {
+void SysfsBusProber::refreshData(bool notify) {
     std::vector<BusProberDevice> found = scan();
     const bool changed = !std::ranges::equal(
         found, devices_, [](const BusProberDevice& now, const auto& before) { return now == *before; });
@@ -40,7 +40,7 @@ void LinuxBusProber::refreshData(bool notify) {
     }
 }
 
-std::vector<BusProberDevice> LinuxBusProber::scan() {
+std::vector<BusProberDevice> SysfsBusProber::scan() {
     const UsbDescriptorSnapshot cached = descriptors_ ? descriptors_->snapshot() : UsbDescriptorSnapshot();
     std::vector<BusProberDevice> found;
     for (const SysfsUsbDevice& device : usbDevices(sysfs_)) {
