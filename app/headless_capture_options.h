@@ -14,7 +14,7 @@ struct HeadlessCaptureOptions {
 
     Kind kind = Kind::snapshot;
     std::string file;
-    /// Of the movie; absent: record until the program is told to end.
+    /// Of the movie; absent: record until the program is asked to end.
     std::optional<std::chrono::duration<double>> duration;
     /// A camera's number, from 1, or its identifier; empty: the first one.
     std::string camera;

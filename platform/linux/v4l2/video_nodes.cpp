@@ -46,7 +46,7 @@ std::vector<std::string> nodeNames(const fs::path& folder) {
 }
 
 // sysfs gives each folder it creates a new inode number, so a camera that was unplugged and plugged in
-// again under the same name is told from one that stayed.
+// again under the same name differs from one that stayed.
 std::optional<std::uint64_t> instanceOf(const fs::path& node) {
     struct stat status {};
     if (::stat(node.c_str(), &status) != 0) return std::nullopt;

@@ -83,7 +83,7 @@ TEST_F(CaptureDeviceListTest, TellsOfRemovalsBeforeArrivals) {
 }
 
 TEST_F(CaptureDeviceListTest, AScanThatWasOvertakenIsForgotten) {
-    rescan(); // finds nothing, but is told only after fill() has found A
+    rescan(); // finds nothing, but its result arrives only after fill() has found A
     plugged = {"A"};
     fill();
     list->addObserver(&changes);

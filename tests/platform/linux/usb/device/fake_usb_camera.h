@@ -43,7 +43,7 @@ public:
         int opened = 0;    ///< handles, and failed tries to open one
         int closed = 0;    ///< the same
         int transfers = 0; ///< that exist now
-        int underWay = 0;  ///< now, or being told of
+        int underWay = 0;  ///< now, or being reported
         int submitted = 0;
         int clearedHalts = 0;
         std::vector<int> alternates; ///< set one after another
@@ -128,7 +128,7 @@ private:
     const std::shared_ptr<VirtualCameraFirmware> firmware_; // null without a model
     const std::unique_ptr<VirtualCameraGadget> gadget_;     // null if transfers are filled by hand
 
-    std::mutex eventsMutex_; // held while listeners are told
+    std::mutex eventsMutex_; // held while listeners are called
 
     mutable std::mutex mutex_; // guards what follows
     mutable std::condition_variable changed_;

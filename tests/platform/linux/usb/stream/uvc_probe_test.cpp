@@ -18,7 +18,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t interface = 1;
 
-// A camera that answers what it is told.
+// A camera with scripted answers.
 class ProbedCamera : public testing::Test {
 protected:
     ProbedCamera() {
