@@ -52,7 +52,7 @@ void FrameDelivery::run() {
 }
 
 void FrameDelivery::tellDrops(std::unique_lock<std::mutex>& lock) {
-    // Drops that are added meanwhile are reported too, so a slow delegate hears of one full array at most.
+    // Drops that are added meanwhile are reported too, so a slow delegate gets one full array at most.
     for (std::size_t told = 0; told < dropCount_ && target_; ++told) {
         const Target target = *target_;
         const SampleBuffer sample{nullptr, drops_[told]};
