@@ -41,6 +41,7 @@ Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnost
 
 std::vector<TransportDescription> cameraTransports() {
     std::vector<TransportDescription> descriptions;
+    descriptions.reserve(transports.size());
     for (const Transport& row : transports)
         descriptions.push_back({row.transport, row.name, row.meaning});
     return descriptions;

@@ -10,7 +10,7 @@
 
 namespace tavelo {
 
-UsbCaptureInput::UsbCaptureInput(std::shared_ptr<CaptureDevice> device, UsbStreamSource source,
+UsbCaptureInput::UsbCaptureInput(const std::shared_ptr<CaptureDevice>& device, UsbStreamSource source,
                                  CaptureInputOptions options)
     : RetryingCaptureInput(device, device ? device->uniqueID() : "USB camera", "usb capture",
                            std::move(options)),

@@ -34,7 +34,7 @@ struct UsbStreamSource {
 /// a picture that is slow to decode causes no loss of data.
 class UsbCaptureInput final : public RetryingCaptureInput {
 public:
-    UsbCaptureInput(std::shared_ptr<CaptureDevice> device, UsbStreamSource source,
+    UsbCaptureInput(const std::shared_ptr<CaptureDevice>& device, UsbStreamSource source,
                     CaptureInputOptions options);
     ~UsbCaptureInput() override;
 

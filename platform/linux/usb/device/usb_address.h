@@ -2,9 +2,9 @@
 // The address of a USB device.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 namespace tavelo {
 
@@ -16,7 +16,10 @@ struct UsbAddress {
     /// "/dev/bus/usb/001/005"
     std::string path() const;
 
-    friend auto operator<=>(const UsbAddress&, const UsbAddress&) = default;
+    friend bool operator==(const UsbAddress&, const UsbAddress&) = default;
+    friend bool operator<(const UsbAddress& a, const UsbAddress& b) {
+        return std::tie(a.bus, a.device) < std::tie(b.bus, b.device);
+    }
 };
 
 } // namespace tavelo
