@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/control_watch.h"
 #include "platform/error.h"
 
 namespace tavelo {
@@ -49,6 +50,11 @@ public:
 
     /// The interface's number; also valid when closed.
     virtual std::uint8_t GetInterfaceNumber() const = 0;
+
+    /// Reports changes that are not made through this interface, until it is closed or destroyed.  One watch
+    /// at a time.  Null if another one lives, if the interface is closed or its camera gone, and if the
+    /// transport does not learn of changes: callers then have to ask the camera now and then.
+    virtual std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents /*events*/) { return nullptr; }
 };
 
 /// Which interfaces of a device to list.

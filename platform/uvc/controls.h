@@ -7,19 +7,10 @@
 #include <optional>
 #include <span>
 
+#include "platform/control_address.h"
 #include "platform/uvc/uvc_protocol.h"
 
 namespace tavelo {
-
-enum class UvcEntity : std::uint8_t { cameraTerminal, processingUnit };
-
-/// A control as the class names it.
-struct ControlAddress {
-    UvcEntity entity = UvcEntity::cameraTerminal;
-    std::uint8_t selector = 0;
-
-    friend constexpr bool operator==(const ControlAddress&, const ControlAddress&) = default;
-};
 
 namespace control {
 inline constexpr ControlAddress scanningMode{UvcEntity::cameraTerminal, 1};

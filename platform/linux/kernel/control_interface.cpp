@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/linux/kernel/control_watch.h"
 #include "platform/linux/kernel/kernel_controls.h"
 
 namespace tavelo {
@@ -79,6 +80,10 @@ KernelControlInterface::KernelControlInterface(std::shared_ptr<V4l2Node> device,
       heldPair_(std::move(pair)),
       device_(std::move(device)) {}
 
+KernelControlInterface::~KernelControlInterface() {
+    USBInterfaceClose();
+}
+
 ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
     std::shared_ptr<V4l2Node> device;
@@ -99,6 +104,25 @@ void KernelControlInterface::USBInterfaceClose() {
     std::shared_ptr<V4l2Node> closing;
     const std::lock_guard lock(mutex_);
     closing.swap(device_);
+    if (const auto ending = watchEnding_.lock()) ending->set();
+}
+
+// Subscribing may have to wait for a request of another program, so the lock is not held meanwhile.  If the
+// interface is closed by then, the watch ends at once.
+std::unique_ptr<ControlWatch> KernelControlInterface::watchControls(ControlWatchEvents events) {
+    try {
+        std::shared_ptr<V4l2Node> device;
+        const auto ending = std::make_shared<WakeEvent>();
+        {
+            const std::lock_guard lock(mutex_);
+            if (!device_ || !watchEnding_.expired()) return nullptr;
+            device = device_;
+            watchEnding_ = ending;
+        }
+        return KernelControlWatch::start(std::move(device), ending, std::move(events));
+    } catch (const std::system_error&) {
+        return nullptr; // the process has no descriptor or thread left
+    }
 }
 
 const KernelControl* KernelControlInterface::findControl(const UsbControlRequest& request) const {

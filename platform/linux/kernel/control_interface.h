@@ -12,6 +12,7 @@
 #include "platform/diagnostics.h"
 #include "platform/linux/kernel/kernel_control_table.h"
 #include "platform/linux/v4l2/v4l2_node.h"
+#include "platform/linux/wake_event.h"
 #include "platform/usb_interface.h"
 
 namespace tavelo {
@@ -52,10 +53,15 @@ public:
     KernelControlInterface(std::shared_ptr<V4l2Node> device, KernelInterfaceAddress address,
                            Diagnostics& diagnostics,
                            std::shared_ptr<HeldPair> pair = std::make_shared<HeldPair>());
+    ~KernelControlInterface() override;
+
+    KernelControlInterface(const KernelControlInterface&) = delete;
+    KernelControlInterface& operator=(const KernelControlInterface&) = delete;
 
     ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return address_.interfaceNumber; }
+    std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents events) override;
 
 private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
@@ -70,8 +76,9 @@ private:
 
     const std::shared_ptr<HeldPair> heldPair_;
 
-    std::mutex mutex_; // guards device_, not the object it points to
+    std::mutex mutex_; // guards the two pointers, not what they point to
     std::shared_ptr<V4l2Node> device_;
+    std::weak_ptr<WakeEvent> watchEnding_; // expires with the watch
 };
 
 } // namespace tavelo

@@ -66,4 +66,24 @@ int setControls(V4l2Node& node, std::span<V4l2ControlValue> values) {
     return exchange(node, VIDIOC_S_EXT_CTRLS, values);
 }
 
+int subscribeToControl(V4l2Node& node, std::uint32_t id) {
+    v4l2_event_subscription subscription{};
+    subscription.type = V4L2_EVENT_CTRL;
+    subscription.id = id;
+    return node.control(VIDIOC_SUBSCRIBE_EVENT, &subscription);
+}
+
+int unsubscribeFromControls(V4l2Node& node) {
+    v4l2_event_subscription subscription{};
+    subscription.type = V4L2_EVENT_ALL;
+    return node.control(VIDIOC_UNSUBSCRIBE_EVENT, &subscription);
+}
+
+int takeControlEvent(V4l2Node& node, std::uint32_t& id) {
+    v4l2_event event{};
+    if (const int error = node.control(VIDIOC_DQEVENT, &event)) return error;
+    id = event.type == V4L2_EVENT_CTRL ? event.id : 0;
+    return 0;
+}
+
 } // namespace tavelo

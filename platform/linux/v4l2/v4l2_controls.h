@@ -46,4 +46,15 @@ int getControls(V4l2Node& node, std::span<V4l2ControlValue> values);
 /// `values` holds what was written: the driver rounds to a control's step.
 int setControls(V4l2Node& node, std::span<V4l2ControlValue> values);
 
+/// From now on a change of the control, its range or its flags is an event of this node: poll() reports
+/// POLLPRI.  What this node writes is none, except for the flags of other controls that it changes.
+int subscribeToControl(V4l2Node& node, std::uint32_t id);
+
+/// Ends all subscriptions of this node and drops their events.
+int unsubscribeFromControls(V4l2Node& node);
+
+/// Takes the next event.  ENOENT: there is none.
+/// @param id of the control; 0 if the event is about something else
+int takeControlEvent(V4l2Node& node, std::uint32_t& id);
+
 } // namespace tavelo

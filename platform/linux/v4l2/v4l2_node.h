@@ -25,7 +25,8 @@ public:
     /// Null if the driver refuses.
     virtual V4l2Mapping map(std::size_t length, std::uint32_t offset) = 0;
 
-    /// For poll(): readable when a frame is ready, POLLERR or POLLHUP if none will come.
+    /// For poll(): readable when a frame is ready, POLLPRI while an event waits, POLLERR or POLLHUP if none
+    /// will come.
     virtual int descriptor() const = 0;
 };
 

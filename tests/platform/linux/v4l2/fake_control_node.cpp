@@ -24,7 +24,27 @@ std::vector<std::vector<V4l2ControlValue>> FakeControlNode::writes() const {
     return writes_;
 }
 
+void FakeControlNode::changeElsewhere(std::uint32_t id, std::int32_t value) {
+    {
+        const std::lock_guard lock(mutex_);
+        controls[id].value = value;
+    }
+    events.happen(id);
+}
+
+void FakeControlNode::vanish() {
+    {
+        const std::lock_guard lock(mutex_);
+        isGone_ = true;
+    }
+    events.hangUp();
+}
+
 int FakeControlNode::control(unsigned long request, void* argument) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (isGone_) return ENODEV;
+    }
     const auto entries = [&] {
         const auto& list = *static_cast<v4l2_ext_controls*>(argument);
         return std::span(list.controls, list.count);
@@ -45,7 +65,7 @@ int FakeControlNode::control(unsigned long request, void* argument) {
         case VIDIOC_S_EXT_CTRLS:
             return set(entries());
         default:
-            return ENOTTY;
+            return events.control(request, argument);
     }
 }
 
@@ -97,6 +117,7 @@ int FakeControlNode::set(std::span<v4l2_ext_control> values) {
     for (v4l2_ext_control& value : values) {
         Control& control = controls[value.id];
         control.value = value.value = nearest(control.info, value.value);
+        events.happen(value.id, V4L2_EVENT_CTRL_CH_VALUE, true);
     }
     return 0;
 }

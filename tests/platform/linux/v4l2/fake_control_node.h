@@ -10,6 +10,7 @@
 #include <set>
 #include <vector>
 
+#include "fake_control_events.h"
 #include "platform/linux/v4l2/v4l2_controls.h"
 
 namespace tavelo::test {
@@ -33,12 +34,20 @@ public:
     /// Of this node.
     std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
 
+    /// What other programs do reaches them; its own writes do not, as in the driver.
+    FakeControlEvents events;
+
+    /// Another program sets a control.
+    void changeElsewhere(std::uint32_t id, std::int32_t value);
+    /// Every request fails from now on, as after unplugging.
+    void vanish();
+
     /// Every write, in order, as it was asked.
     std::vector<std::vector<V4l2ControlValue>> writes() const;
 
     int control(unsigned long request, void* argument) override;
     V4l2Mapping map(std::size_t length, std::uint32_t offset) override;
-    int descriptor() const override { return -1; }
+    int descriptor() const override { return events.descriptor(); }
 
 private:
     int query(v4l2_queryctrl& query) const;
@@ -46,7 +55,8 @@ private:
     int get(std::span<v4l2_ext_control> values);
     int set(std::span<v4l2_ext_control> values);
 
-    mutable std::mutex mutex_; // guards values and writes_
+    mutable std::mutex mutex_; // guards values and the rest
+    bool isGone_ = false;
     std::vector<std::vector<V4l2ControlValue>> writes_;
 };
 
