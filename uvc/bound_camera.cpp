@@ -37,4 +37,8 @@ void BoundCamera::populateParam(const KTUVCParameters& record) const {
     if (binding.identity == identity_) manager_->readCurrent(binding, record);
 }
 
+ControlRefresh BoundCamera::refreshControl(KTUVCControl control) const {
+    return manager_->refresh(controlRow(control), identity_);
+}
+
 } // namespace tavelo

@@ -15,6 +15,14 @@ namespace tavelo {
 class KTUVCManager;
 class KTUVCParameters;
 
+/// What came of reading a control anew.
+enum class ControlRefresh : std::uint8_t {
+    same,
+    changed,   ///< the record holds another value now
+    overtaken, ///< this program wrote the control meanwhile: the record keeps that; ask again if in doubt
+    failed,    ///< no answer, no such control, or another binding; the record keeps its value
+};
+
 /// The camera that a manager is bound to when this is made.
 ///
 /// Once the manager is bound again every operation fails: nothing is sent and no record changes.
@@ -39,6 +47,7 @@ public:
     bool setBytesSizedToUnitSelector(const std::uint8_t* bytes, std::size_t size, std::int32_t unit,
                                      std::int32_t selector) const;
     void populateParam(const KTUVCParameters& record) const;
+    ControlRefresh refreshControl(KTUVCControl control) const;
 
 private:
     KTUVCManager* manager_;

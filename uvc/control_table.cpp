@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "uvc/control_table.h"
 
+#include <algorithm>
+
 namespace tavelo {
 namespace {
 
@@ -82,6 +84,14 @@ static_assert(isInOrder());
 
 const std::array<ControlRow, controlCount>& controlTable() {
     return table;
+}
+
+std::optional<KTUVCControl> controlAt(ControlAddress address) {
+    const std::int32_t unit = address.entity == UvcEntity::cameraTerminal ? ct : pu;
+    const auto found = std::ranges::find_if(table, [&](const ControlRow& row) {
+        return row.unit == unit && row.selector == address.selector;
+    });
+    return found == table.end() ? std::nullopt : std::optional(found->control);
 }
 
 } // namespace tavelo

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/bus_prober.h"
+#include "platform/control_address.h"
 #include "uvc/kt_uvc_parameters.h"
 
 namespace tavelo {
@@ -108,5 +109,8 @@ const std::array<ControlRow, controlCount>& controlTable();
 inline const ControlRow& controlRow(KTUVCControl control) {
     return controlTable()[indexOf(control)];
 }
+
+/// Nothing for a control of the class that the table does not have.  Reentrant.
+std::optional<KTUVCControl> controlAt(ControlAddress address);
 
 } // namespace tavelo

@@ -18,6 +18,7 @@
 #include "uvc/camera_binding.h"
 #include "uvc/kt_uvc_control_records.h"
 #include "uvc/location_candidates.h"
+#include "uvc/write_marks.h"
 
 namespace tavelo {
 
@@ -258,6 +259,8 @@ public:
     void _populate2x4ByteParamSupport(KTUVCParameters& record, bool support);
     /// Requests the current value and changes nothing.
     void populateParam(const KTUVCParameters& record);
+    /// Takes the current value of a control that somebody else may have changed into its record.
+    ControlRefresh refreshControl(KTUVCControl control);
     void _populateAllParams();
 
 private:
@@ -275,6 +278,7 @@ private:
     bool writeBytes(const CameraBinding& binding, const std::uint8_t* bytes, std::size_t size,
                     std::int32_t unit, std::int32_t selector);
     void readCurrent(const CameraBinding& binding, const KTUVCParameters& record);
+    ControlRefresh refresh(const ControlRow& row, Only only);
     void populate(KTUVCParameters& record, bool support, const Decode& decode);
     static void markUnsupported(KTUVCParameters& record);
     bool readAll(KTUVCParameters& record, const Decode& decode);
@@ -304,6 +308,7 @@ private:
     UsbPlatform* usb_;
     std::unique_ptr<BusProber> prober_;
     SharedCameraBinding binding_;
+    WriteMarks writeMarks_;
 };
 
 } // namespace tavelo

@@ -59,11 +59,13 @@ bool KTUVCManager::setScalar(const ControlRow& row, std::int64_t value, Only onl
     const std::int64_t wanted = accepted(row.argument, value);
     std::int64_t previous = 0;
     std::int32_t size = 0;
+    WriteMarks::Write mark(writeMarks_, row.control);
     // The record holds the new value while it is being sent.
     const auto binding = binding_.forWriting(only, [&] {
         previous = remembered(row.argument, target->val());
         size = target->actualSize();
         target->setVal(wanted);
+        mark.begin();
     });
     if (!binding) return false;
 
@@ -86,9 +88,11 @@ bool KTUVCManager::setPair(const std::function<std::int64_t(std::int64_t held)>&
     if (!target || !target->controlInfo()) return false;
     std::int64_t wanted = 0;
     std::int32_t size = 0;
+    WriteMarks::Write mark(writeMarks_, KTUVCControl::panTilt);
     const auto binding = binding_.forWriting(only, [&] {
         wanted = next(target->val());
         size = target->actualSize();
+        mark.begin();
     });
     if (!binding || size != sizeOfPair) return false;
 

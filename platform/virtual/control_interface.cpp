@@ -11,7 +11,27 @@ namespace tavelo {
 VirtualControlInterface::VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware,
                                                  std::uint8_t number)
     : firmware_(std::move(firmware)),
-      number_(number) {}
+      number_(number),
+      host_(firmware_->newHost()) {}
+
+VirtualControlInterface::~VirtualControlInterface() {
+    USBInterfaceClose();
+}
+
+void VirtualControlInterface::USBInterfaceClose() {
+    const std::scoped_lock lock(mutex_);
+    open_ = false;
+    watch_->end();
+}
+
+std::unique_ptr<ControlWatch> VirtualControlInterface::watchControls(ControlWatchEvents events) {
+    std::unique_lock lock(mutex_);
+    if (!open_ || watch_->finds()) return nullptr;
+    auto watch = std::make_unique<VirtualControlWatch>(firmware_, host_, watch_, std::move(events));
+    lock.unlock(); // the watch's destructor may wait for a call that closes this
+    // A camera that vanished before tells nobody.
+    return firmware_->present() ? std::move(watch) : nullptr;
+}
 
 ErrorCode VirtualControlInterface::ControlRequest(UsbControlRequest& request) {
     request.bytesDone = 0;
@@ -23,7 +43,7 @@ ErrorCode VirtualControlInterface::ControlRequest(UsbControlRequest& request) {
                          request.wLength};
     const std::span<const std::uint8_t> out =
         read ? std::span<const std::uint8_t>() : std::span<const std::uint8_t>(request.payload());
-    const UsbReply reply = firmware_->control(setup, out);
+    const UsbReply reply = firmware_->control(setup, out, host_);
     if (reply.kind != UsbReplyKind::done) return failure(request, reply.kind);
     if (read) {
         const std::size_t size = std::min<std::size_t>(reply.data.size(), request.wLength);

@@ -5,8 +5,10 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 #include "platform/usb_interface.h"
+#include "platform/virtual/control_watch.h"
 #include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
@@ -16,17 +18,26 @@ namespace tavelo {
 class VirtualControlInterface final : public UsbInterface {
 public:
     VirtualControlInterface(std::shared_ptr<VirtualCameraFirmware> firmware, std::uint8_t number);
+    ~VirtualControlInterface() override;
+
+    VirtualControlInterface(const VirtualControlInterface&) = delete;
+    VirtualControlInterface& operator=(const VirtualControlInterface&) = delete;
 
     ErrorCode ControlRequest(UsbControlRequest& request) override;
-    void USBInterfaceClose() override { open_ = false; }
+    void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return number_; }
+    std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents events) override;
 
 private:
     ErrorCode failure(const UsbControlRequest& request, UsbReplyKind kind) const;
 
     const std::shared_ptr<VirtualCameraFirmware> firmware_;
     const std::uint8_t number_;
+    const FirmwareHost host_;
     std::atomic<bool> open_ = true;
+
+    std::mutex mutex_; // makes one watch at a time, and none once closed
+    const std::shared_ptr<VirtualControlWatch::Reach> watch_ = std::make_shared<VirtualControlWatch::Reach>();
 };
 
 } // namespace tavelo

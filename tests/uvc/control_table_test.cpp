@@ -156,6 +156,15 @@ TEST_F(ControlTableTest, NoTwoControlsShareUnitAndSelector) {
         EXPECT_TRUE(seen.insert({row.unit, row.selector}).second) << row.text;
 }
 
+TEST_F(ControlTableTest, EveryControlIsFoundByItsAddress) {
+    for (const ControlRow& row : controlTable()) {
+        const auto entity = row.unit == 1 ? UvcEntity::cameraTerminal : UvcEntity::processingUnit;
+        EXPECT_EQ(controlAt({entity, static_cast<std::uint8_t>(row.selector)}), row.control);
+    }
+    EXPECT_EQ(controlAt({UvcEntity::cameraTerminal, 5}), std::nullopt) << "relative exposure time";
+    EXPECT_EQ(controlAt({UvcEntity::processingUnit, 0}), std::nullopt);
+}
+
 TEST_F(ControlTableTest, ReplacedRecordIsReplacedUnderBothNames) {
     auto other = std::make_shared<KTUVCParameters>(2, 2, 2, true, true, true, true, false,
                                                    KTUVCParameterType::range, "Other");

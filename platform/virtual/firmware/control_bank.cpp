@@ -105,7 +105,7 @@ std::uint8_t ControlBank::info(const FirmwareControl& control) const {
 
 ControlBank::Result ControlBank::read(ControlAddress address, UvcRequest request) const {
     const State* state = find(address);
-    if (state == nullptr) return {uvc::errorInvalidControl, {}};
+    if (state == nullptr) return {uvc::errorInvalidControl};
     const FirmwareControl& control = *state->control;
     const bool ranged = control.kind == ControlKind::range || control.kind == ControlKind::panTilt;
     const bool keepsValue = control.kind != ControlKind::relative;
@@ -132,33 +132,38 @@ ControlBank::Result ControlBank::read(ControlAddress address, UvcRequest request
         default:
             break;
     }
-    return {uvc::errorInvalidRequest, {}};
+    return {uvc::errorInvalidRequest};
 }
 
 ControlBank::Result ControlBank::write(ControlAddress address, std::span<const std::uint8_t> bytes) {
     State* state = find(address);
-    if (state == nullptr) return {uvc::errorInvalidControl, {}};
-    if (bytes.size() < state->control->size) return {uvc::errorUnknown, {}};
-    if (disabledByAutomatic(address)) return {uvc::errorWrongState, {}};
+    if (state == nullptr) return {uvc::errorInvalidControl};
+    if (bytes.size() < state->control->size) return {uvc::errorUnknown};
+    if (disabledByAutomatic(address)) return {uvc::errorWrongState};
     const std::int64_t value = decode(*state->control, bytes);
-    if (!accepts(*state->control, value)) return {uvc::errorOutOfRange, {}};
-    if (state->control->kind == ControlKind::relative)
-        stepExposure(value);
-    else
+    if (!accepts(*state->control, value)) return {uvc::errorOutOfRange};
+    Result result;
+    if (state->control->kind == ControlKind::relative) {
+        if (stepExposure(value)) result.set = control::exposureTime;
+    } else {
         state->value = value;
-    return {};
+        result.set = address;
+    }
+    return result;
 }
 
-void ControlBank::stepExposure(std::int64_t step) {
+bool ControlBank::stepExposure(std::int64_t step) {
     State* exposure = find(control::exposureTime);
-    if (exposure == nullptr || disabledByAutomatic(control::exposureTime)) return;
+    if (exposure == nullptr || disabledByAutomatic(control::exposureTime)) return false;
     if (step == 0) {
         exposure->value = exposure->factory;
-    } else if (step == 1 || step == -1) {
-        const FirmwareControl& row = *exposure->control;
-        exposure->value =
-            std::clamp<std::int64_t>(exposure->value + step * row.resolution, row.minimum, row.maximum);
+        return true;
     }
+    if (step != 1 && step != -1) return false;
+    const FirmwareControl& row = *exposure->control;
+    exposure->value =
+        std::clamp<std::int64_t>(exposure->value + step * row.resolution, row.minimum, row.maximum);
+    return true;
 }
 
 std::optional<std::int64_t> ControlBank::value(ControlAddress address) const {

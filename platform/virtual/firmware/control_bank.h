@@ -24,7 +24,8 @@ public:
     /// The result of a class request; `data` is the answer to a read.
     struct Result {
         std::uint8_t errorCode = 0; ///< 0 on success
-        std::vector<std::uint8_t> data;
+        std::vector<std::uint8_t> data = {};
+        std::optional<ControlAddress> set = {}; ///< the control whose value a write set
     };
     Result read(ControlAddress address, UvcRequest request) const;
     Result write(ControlAddress address, std::span<const std::uint8_t> bytes);
@@ -49,7 +50,8 @@ private:
     bool accepts(const FirmwareControl& control, std::int64_t value) const;
     bool disabledByAutomatic(ControlAddress address) const;
     std::uint8_t info(const FirmwareControl& control) const;
-    void stepExposure(std::int64_t step);
+    /// False if it did nothing.
+    bool stepExposure(std::int64_t step);
 
     std::uint8_t exposureModes_;
     std::vector<State> states_;

@@ -33,7 +33,8 @@ VirtualCameraFirmware::VirtualCameraFirmware(VirtualCameraModel model)
 
 VirtualCameraFirmware::~VirtualCameraFirmware() = default;
 
-UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const std::uint8_t> out) {
+UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const std::uint8_t> out,
+                                        FirmwareHost host) {
     std::unique_lock lock(mutex_);
     Answer given = answer(setup, out, lock);
     RequestRecord record{setup, {}, given.reply.kind, given.errorCode};
@@ -45,10 +46,24 @@ UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const s
     if (log_.size() > rememberedRequests) log_.pop_front();
     lock.unlock();
 
-    const std::scoped_lock watching(observersMutex_);
-    for (FirmwareObserver* observer : observers_)
-        observer->requestAnswered(record);
+    {
+        const std::scoped_lock watching(observersMutex_);
+        for (FirmwareObserver* observer : observers_)
+            observer->requestAnswered(record);
+    }
+    if (given.set) tellSet(*given.set, host);
     return std::move(given.reply);
+}
+
+void VirtualCameraFirmware::tellSet(ControlAddress address, FirmwareHost host) {
+    const std::scoped_lock watching(observersMutex_);
+    ControlChange change{address, {}};
+    {
+        const std::scoped_lock lock(mutex_);
+        change.value = controls_.read(address, UvcRequest::getCur).data;
+    }
+    for (FirmwareObserver* observer : observers_)
+        observer->controlSet(change, host);
 }
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answer(const UsbSetup& setup,
@@ -116,8 +131,11 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(UvcEntity ent
 
     if (!isRead(setup)) {
         if (request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
-        const std::uint8_t code = controls_.write(address, out).errorCode;
-        return code == 0 ? delivered({}) : refused(code);
+        const ControlBank::Result result = controls_.write(address, out);
+        if (result.errorCode != 0) return refused(result.errorCode);
+        Answer given = delivered({});
+        given.set = result.set;
+        return given;
     }
     ControlBank::Result result = controls_.read(address, request);
     if (result.errorCode != 0) return refused(result.errorCode);
@@ -193,8 +211,12 @@ std::optional<std::int64_t> VirtualCameraFirmware::controlValue(ControlAddress a
 }
 
 bool VirtualCameraFirmware::setControlValue(ControlAddress address, std::int64_t value) {
-    const std::scoped_lock lock(mutex_);
-    return controls_.setValue(address, value);
+    {
+        const std::scoped_lock lock(mutex_);
+        if (!controls_.setValue(address, value)) return false;
+    }
+    tellSet(address, 0);
+    return true;
 }
 
 PictureSettings VirtualCameraFirmware::pictureSettings() const {

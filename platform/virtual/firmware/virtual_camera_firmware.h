@@ -2,6 +2,7 @@
 // The firmware of a virtual USB camera: descriptors, controls, format negotiation, fault injection.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -11,6 +12,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/control_watch.h"
 #include "platform/virtual/firmware/control_bank.h"
 #include "platform/virtual/firmware/firmware_control.h"
 #include "platform/virtual/firmware/firmware_fault.h"
@@ -29,6 +31,9 @@ struct RequestRecord {
     std::uint8_t errorCode = 0; ///< for a stalled class request, else 0
 };
 
+/// Who sends requests to a camera, from VirtualCameraFirmware::newHost().
+using FirmwareHost = std::uint64_t;
+
 /// Observes a camera.
 class FirmwareObserver {
 public:
@@ -36,6 +41,11 @@ public:
 
     /// Called after each control transfer, on the requesting thread.
     virtual void requestAnswered(const RequestRecord& record) = 0;
+
+    /// Called after each write that set a value, and after setControlValue(), on the thread that made it.
+    /// @param change with the value that the control has now: a later one, if two threads write at once
+    /// @param host who wrote; 0 for setControlValue() and for a host without a number
+    virtual void controlSet(const ControlChange& /*change*/, FirmwareHost /*host*/) {}
 
     /// Called once, on the thread that calls vanish().
     virtual void vanished() = 0;
@@ -69,7 +79,11 @@ public:
     /// Answers a control transfer on endpoint 0, standard requests included; silence once vanished.  Blocks
     /// only for an injected delay.
     /// @param out the data stage of a write, empty for a read
-    UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out);
+    /// @param host whom observers are told as the writer
+    UsbReply control(const UsbSetup& setup, std::span<const std::uint8_t> out, FirmwareHost host = 0);
+
+    /// A number for one host; never 0, never the same again.
+    FirmwareHost newHost() { return ++hosts_; }
 
     /// The format that the host committed last, if any.
     std::optional<StreamFormat> committedFormat() const;
@@ -115,6 +129,7 @@ private:
     struct Answer {
         UsbReply reply;
         std::uint8_t errorCode = 0;
+        std::optional<ControlAddress> set = {}; ///< the control whose value it set
     };
 
     static Answer delivered(std::vector<std::uint8_t> data);
@@ -138,7 +153,9 @@ private:
     std::optional<FirmwareFault> orderedFault(ControlAddress address, const UsbSetup& setup,
                                               std::unique_lock<std::mutex>& lock);
     void stopStream();
+    void tellSet(ControlAddress address, FirmwareHost host);
 
+    std::atomic<FirmwareHost> hosts_ = 0;
     const VirtualCameraModel model_;
     const std::vector<std::uint8_t> deviceDescriptor_;
     const std::vector<std::uint8_t> configurationDescriptor_;
@@ -157,7 +174,7 @@ private:
     bool halted_ = false;
     bool vanished_ = false;
 
-    std::mutex observersMutex_; // guards observers_; held while they are called
+    std::mutex observersMutex_; // guards observers_; held while they are called; locked before mutex_
     std::vector<FirmwareObserver*> observers_;
 };
 
