@@ -34,7 +34,7 @@ VirtualControlWatch::~VirtualControlWatch() {
     reach_->watch_ = nullptr;
 }
 
-void VirtualControlWatch::controlSet(const ControlChange& change, FirmwareHost host) {
+void VirtualControlWatch::controlSet(const ChangedControl& change, FirmwareHost host) {
     if (host == host_ || hasEnded_) return;
     queue_.async([this, change] {
         if (!isDestroyed_ && events_.changed) events_.changed(change);

@@ -38,7 +38,7 @@ public:
 
 private:
     void requestAnswered(const RequestRecord& /*record*/) override {}
-    void controlSet(const ControlChange& change, FirmwareHost host) override;
+    void controlSet(const ChangedControl& change, FirmwareHost host) override;
     void vanished() override { end(); }
     void end();
 

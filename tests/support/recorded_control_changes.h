@@ -18,7 +18,7 @@ namespace tavelo::testing {
 class RecordedControlChanges {
 public:
     ControlWatchEvents events() {
-        return {[this](const ControlChange& change) { record(change); }, [this] { recordEnd(); }};
+        return {[this](const ChangedControl& change) { record(change); }, [this] { recordEnd(); }};
     }
 
     /// While held, a report does not return.
@@ -36,7 +36,7 @@ public:
         return waitFor([&] { return ends_ > 0; });
     }
 
-    std::vector<ControlChange> changes() const {
+    std::vector<ChangedControl> changes() const {
         const std::lock_guard lock(mutex_);
         return changes_;
     }
@@ -56,7 +56,7 @@ private:
         return changed_.wait_for(lock, waitLimit, condition);
     }
 
-    void record(const ControlChange& change) {
+    void record(const ChangedControl& change) {
         std::unique_lock lock(mutex_);
         changes_.push_back(change);
         thread_ = std::this_thread::get_id();
@@ -72,7 +72,7 @@ private:
 
     mutable std::mutex mutex_; // guards the rest
     std::condition_variable changed_;
-    std::vector<ControlChange> changes_;
+    std::vector<ChangedControl> changes_;
     int ends_ = 0;
     std::thread::id thread_;
     bool held_ = false;

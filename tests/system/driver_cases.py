@@ -84,8 +84,18 @@ def every_control_answers_through_the_driver(stage):
     assert result.returncode == 0, result.stdout + result.stderr
 
 
-def a_vanished_camera_leaves_nothing_behind(stage):
-    stage.cameras.ask("vanish", 2)
+def what_another_program_changes_is_told_until_the_camera_vanishes(stage):
+    checker = stage.programs.parent / "tests" / "control_watch_check"
+    with subprocess.Popen([checker, stage.nodes[2]], stdout=subprocess.PIPE, text=True) as watcher:
+        try:
+            assert watcher.stdout.readline() == "watching\n"
+            subprocess.run(["v4l2-ctl", "-d", stage.nodes[2], "-c", "brightness=-2"], check=True, timeout=60)
+            assert watcher.stdout.readline() == "unit 2 feff\n"
+            stage.cameras.ask("vanish", 2)
+            assert watcher.stdout.readline() == "ended\n"
+            assert watcher.wait(timeout=60) == 0
+        finally:
+            watcher.kill()
     stage.cameras.wait_until_gone(2)
 
 
@@ -100,7 +110,7 @@ CASES = [
     uncompressed_frames_arrive_whole,
     compressed_frames_arrive_whole,
     every_control_answers_through_the_driver,
-    a_vanished_camera_leaves_nothing_behind,
+    what_another_program_changes_is_told_until_the_camera_vanishes,
     the_server_ends_when_asked,
 ]
 

@@ -57,7 +57,7 @@ UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const s
 
 void VirtualCameraFirmware::tellSet(ControlAddress address, FirmwareHost host) {
     const std::scoped_lock watching(observersMutex_);
-    ControlChange change{address, {}};
+    ChangedControl change{address, {}};
     {
         const std::scoped_lock lock(mutex_);
         change.value = controls_.read(address, UvcRequest::getCur).data;

@@ -45,7 +45,7 @@ public:
     /// Called after each write that set a value, and after setControlValue(), on the thread that made it.
     /// @param change with the value that the control has now: a later one, if two threads write at once
     /// @param host who wrote; 0 for setControlValue() and for a host without a number
-    virtual void controlSet(const ControlChange& /*change*/, FirmwareHost /*host*/) {}
+    virtual void controlSet(const ChangedControl& /*change*/, FirmwareHost /*host*/) {}
 
     /// Called once, on the thread that calls vanish().
     virtual void vanished() = 0;

@@ -36,7 +36,7 @@ protected:
     }
 
     /// Everything reported before another host writes the gamma.
-    std::vector<ControlChange> changesSoFar() {
+    std::vector<ChangedControl> changesSoFar() {
         const std::size_t before = recorded.changes().size();
         camera->setControlValue(control::gamma, 100);
         for (std::size_t count = before + 1;; ++count) {
@@ -59,14 +59,14 @@ protected:
 TEST_F(VirtualWatch, reportsTheWritesOfAnotherHost) {
     otherHost.set(control::brightness, -2);
     ASSERT_TRUE(recorded.waitForChanges(1));
-    EXPECT_THAT(recorded.changes(), ElementsAre(ControlChange{control::brightness, {0xFE, 0xFF}}));
+    EXPECT_THAT(recorded.changes(), ElementsAre(ChangedControl{control::brightness, {0xFE, 0xFF}}));
     EXPECT_NE(recorded.thread(), std::this_thread::get_id());
 }
 
 TEST_F(VirtualWatch, reportsWhatTheCameraChangesItself) {
     ASSERT_TRUE(camera->setControlValue(control::contrast, 7));
     EXPECT_FALSE(camera->setControlValue(control::contrast, 70000));
-    EXPECT_THAT(changesSoFar(), ElementsAre(ControlChange{control::contrast, {7, 0}}));
+    EXPECT_THAT(changesSoFar(), ElementsAre(ChangedControl{control::contrast, {7, 0}}));
 }
 
 TEST_F(VirtualWatch, reportsTheWritesOfAnotherInterfaceButNotItsOwn) {
@@ -74,7 +74,7 @@ TEST_F(VirtualWatch, reportsTheWritesOfAnotherInterfaceButNotItsOwn) {
     EXPECT_THAT(changesSoFar(), IsEmpty());
     VirtualControlInterface another(camera, 0);
     EXPECT_EQ(write(another, control::brightness, {6, 0}), ErrorCode::none);
-    EXPECT_THAT(changesSoFar(), ElementsAre(ControlChange{control::brightness, {6, 0}}));
+    EXPECT_THAT(changesSoFar(), ElementsAre(ChangedControl{control::brightness, {6, 0}}));
 }
 
 TEST_F(VirtualWatch, reportsNeitherReadsNorRefusedWrites) {
@@ -155,7 +155,7 @@ TEST_F(VirtualWatch, itsListenerMayAskTheCamera) {
     std::int64_t seen = 0;
     ControlWatchEvents events = recorded.events();
     const auto record = events.changed;
-    events.changed = [&](const ControlChange& change) {
+    events.changed = [&](const ChangedControl& change) {
         otherHost.get(UvcRequest::getCur, change.control);
         seen = camera->controlValue(change.control).value_or(0);
         record(change);

@@ -29,7 +29,7 @@ protected:
     }
 
     /// Changes a control that no test looks at, and waits until that is reported: everything before it is, too.
-    std::vector<ControlChange> changesSoFar() {
+    std::vector<ChangedControl> changesSoFar() {
         const std::size_t before = recorded.changes().size();
         device->changeElsewhere(V4L2_CID_GAMMA, 100);
         for (std::size_t count = before + 1;; ++count) {
@@ -69,11 +69,11 @@ TEST_F(KernelWatch, ReportsWhatAnotherProgramWroteAsTheCamerasBytes) {
     start();
     device->changeElsewhere(V4L2_CID_BRIGHTNESS, -2);
     ASSERT_TRUE(recorded.waitForChanges(1));
-    EXPECT_THAT(recorded.changes(), ElementsAre(ControlChange{control::brightness, {0xFE, 0xFF}}));
+    EXPECT_THAT(recorded.changes(), ElementsAre(ChangedControl{control::brightness, {0xFE, 0xFF}}));
     EXPECT_NE(recorded.thread(), std::this_thread::get_id());
     device->changeElsewhere(V4L2_CID_ZOOM_ABSOLUTE, 0x112);
     ASSERT_TRUE(recorded.waitForChanges(2));
-    EXPECT_EQ(recorded.changes().back(), (ControlChange{control::zoom, {0x12, 0x01}}));
+    EXPECT_EQ(recorded.changes().back(), (ChangedControl{control::zoom, {0x12, 0x01}}));
 }
 
 TEST_F(KernelWatch, TheExposureModeIsABitAsInTheCamera) {
@@ -81,7 +81,7 @@ TEST_F(KernelWatch, TheExposureModeIsABitAsInTheCamera) {
     device->changeElsewhere(V4L2_CID_EXPOSURE_AUTO, V4L2_EXPOSURE_MANUAL);
     ASSERT_TRUE(recorded.waitForChanges(1));
     EXPECT_THAT(recorded.changes(),
-                ElementsAre(ControlChange{control::autoExposureMode, {uvc::manualExposure}}));
+                ElementsAre(ChangedControl{control::autoExposureMode, {uvc::manualExposure}}));
 }
 
 TEST_F(KernelWatch, EitherHalfOfAPairReportsTheWhole) {
@@ -89,11 +89,11 @@ TEST_F(KernelWatch, EitherHalfOfAPairReportsTheWhole) {
     device->changeElsewhere(V4L2_CID_TILT_ABSOLUTE, 7200);
     ASSERT_TRUE(recorded.waitForChanges(1));
     const std::vector<std::uint8_t> tilted{0xE0, 0xE3, 0xFF, 0xFF, 0x20, 0x1C, 0, 0};
-    EXPECT_THAT(recorded.changes(), ElementsAre(ControlChange{control::panTilt, tilted}));
+    EXPECT_THAT(recorded.changes(), ElementsAre(ChangedControl{control::panTilt, tilted}));
     device->changeElsewhere(V4L2_CID_PAN_ABSOLUTE, 0);
     ASSERT_TRUE(recorded.waitForChanges(2));
     EXPECT_EQ(recorded.changes().back(),
-              (ControlChange{control::panTilt, {0, 0, 0, 0, 0x20, 0x1C, 0, 0}}));
+              (ChangedControl{control::panTilt, {0, 0, 0, 0, 0x20, 0x1C, 0, 0}}));
 }
 
 TEST_F(KernelWatch, ChangesThatWaitTogetherAreReportedOncePerControl) {
@@ -107,9 +107,9 @@ TEST_F(KernelWatch, ChangesThatWaitTogetherAreReportedOncePerControl) {
     device->changeElsewhere(V4L2_CID_CONTRAST, 2);
     recorded.hold(false);
     ASSERT_TRUE(recorded.waitForChanges(3));
-    EXPECT_THAT(changesSoFar(), ElementsAre(ControlChange{control::gain, {1, 0}},
-                                            ControlChange{control::panTilt, {0, 0, 0, 0, 0, 0, 0, 0}},
-                                            ControlChange{control::contrast, {2, 0}}));
+    EXPECT_THAT(changesSoFar(), ElementsAre(ChangedControl{control::gain, {1, 0}},
+                                            ChangedControl{control::panTilt, {0, 0, 0, 0, 0, 0, 0, 0}},
+                                            ChangedControl{control::contrast, {2, 0}}));
 }
 
 TEST_F(KernelWatch, OwnWritesAreNotReported) {
@@ -123,8 +123,8 @@ TEST_F(KernelWatch, ChangedFlagsAndRangesAreReportedWithTheValue) {
     start();
     device->events.happen(V4L2_CID_EXPOSURE_ABSOLUTE, V4L2_EVENT_CTRL_CH_FLAGS);
     device->events.happen(V4L2_CID_FOCUS_ABSOLUTE, V4L2_EVENT_CTRL_CH_RANGE);
-    EXPECT_THAT(changesSoFar(), ElementsAre(ControlChange{control::exposureTime, {250, 0, 0, 0}},
-                                            ControlChange{control::focus, {30, 0}}));
+    EXPECT_THAT(changesSoFar(), ElementsAre(ChangedControl{control::exposureTime, {250, 0, 0, 0}},
+                                            ChangedControl{control::focus, {30, 0}}));
 }
 
 TEST_F(KernelWatch, AControlThatCannotBeReadIsReportedWithoutAValue) {
@@ -132,7 +132,7 @@ TEST_F(KernelWatch, AControlThatCannotBeReadIsReportedWithoutAValue) {
     start();
     device->changeElsewhere(V4L2_CID_HUE, 2);
     ASSERT_TRUE(recorded.waitForChanges(1));
-    EXPECT_THAT(recorded.changes(), ElementsAre(ControlChange{control::hue, {}}));
+    EXPECT_THAT(recorded.changes(), ElementsAre(ChangedControl{control::hue, {}}));
     EXPECT_EQ(recorded.ends(), 0);
 }
 
@@ -141,7 +141,7 @@ TEST_F(KernelWatch, AControlWithoutEventsLeavesTheOthers) {
     start();
     device->changeElsewhere(V4L2_CID_BRIGHTNESS, 1);
     device->changeElsewhere(V4L2_CID_CONTRAST, 1);
-    EXPECT_THAT(changesSoFar(), ElementsAre(ControlChange{control::contrast, {1, 0}}));
+    EXPECT_THAT(changesSoFar(), ElementsAre(ChangedControl{control::contrast, {1, 0}}));
 }
 
 TEST_F(KernelWatch, ADriverWithoutEventsCannotBeWatched) {
