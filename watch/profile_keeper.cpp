@@ -7,8 +7,20 @@
 #include "profiles/camera_settings.h"
 #include "profiles/profile_controls.h"
 #include "profiles/settings_push.h"
+#include "profiles/stored_profiles.h"
+#include "watch/monitor_lines.h"
 
 namespace tavelo {
+namespace {
+
+std::string names(const std::vector<KTUVCControl>& controls) {
+    std::string text;
+    for (const KTUVCControl control : controls)
+        text += (text.empty() ? "" : ", ") + controlName(control);
+    return text;
+}
+
+} // namespace
 
 template <typename F>
 void ProfileKeeper::later(std::chrono::milliseconds time, F function) {
@@ -25,19 +37,16 @@ ProfileKeeper::ProfileKeeper(WatchedCamera& camera, const ProfileWatchOptions& o
       key_(camera_settings::keyForCamera(camera.device().uniqueID())) {}
 
 std::optional<ProfileKeeper::Stored> ProfileKeeper::stored() const {
-    const auto object = parts_.store.objectForKey(key_);
-    const auto* record = object ? std::get_if<PreferencesArray>(&object->value) : nullptr;
-    if (record == nullptr) return std::nullopt;
-    const auto entry = [&](std::size_t position) -> const PreferencesDictionary* {
-        return position < record->size() ? std::get_if<PreferencesDictionary>(&(*record)[position].value)
-                                         : nullptr;
-    };
+    const auto record = storedRecord(parts_.store, key_);
+    if (!record) return std::nullopt;
     std::int64_t position = options_.profile.value_or(-1);
-    const auto* selected = entry(camera_settings::selectedProfilePosition);
-    if (!options_.profile && selected != nullptr && selected->contains(std::string(camera_settings::selectedProfileKey)))
-        position = camera_settings::integer(*selected, camera_settings::selectedProfileKey);
-    if (position < 0 || std::size_t(position) >= camera_settings::selectedProfilePosition) return std::nullopt;
-    const auto* profile = entry(static_cast<std::size_t>(position));
+    if (!options_.profile) {
+        const auto* selected = profileAt(*record, camera_settings::selectedProfilePosition);
+        const std::string key(camera_settings::selectedProfileKey);
+        if (selected != nullptr && selected->contains(key)) position = camera_settings::integer(*selected, key);
+    }
+    if (position >= storedProfileCount) return std::nullopt;
+    const auto* profile = profileAt(*record, position);
     return profile != nullptr ? std::optional(Stored{position, *profile}) : std::nullopt;
 }
 
@@ -166,13 +175,6 @@ std::vector<KTUVCControl> ProfileKeeper::differences(const PreferencesDictionary
 
 void ProfileKeeper::tell(const std::string& text) const {
     parts_.print(camera_.device().localizedName() + ": " + text);
-}
-
-std::string ProfileKeeper::names(const std::vector<KTUVCControl>& controls) const {
-    std::string text;
-    for (const KTUVCControl control : controls)
-        text += (text.empty() ? "" : ", ") + parts_.nameOf(control);
-    return text;
 }
 
 } // namespace tavelo

@@ -31,7 +31,6 @@ struct ProfileWatchParts {
     Clock& clock;
     /// Whether a panel of this user is open.
     std::function<bool()> panelIsOpen;
-    std::function<std::string(KTUVCControl control)> nameOf;
     std::function<void(const std::string& line)> print;
 };
 
@@ -88,7 +87,6 @@ private:
     void waitUntilDue();
     void look();
     void tell(const std::string& text) const;
-    std::string names(const std::vector<KTUVCControl>& controls) const;
 
     WatchedCamera& camera_;
     const ProfileWatchOptions& options_;
