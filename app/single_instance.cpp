@@ -6,11 +6,11 @@
 #include <QDBusReply>
 #include <utility>
 
+#include "process/panel_presence.h"
+
 namespace tavelo {
 namespace {
 
-// Must be the name of the desktop file.
-const QString serviceName = QStringLiteral("org.tavelo.ControlPanel");
 const QString objectPath = QStringLiteral("/org/tavelo/ControlPanel");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 const QString activationToken = QStringLiteral("activation-token");
@@ -31,19 +31,19 @@ SingleInstance::SingleInstance(QDBusConnection bus) : bus_(std::move(bus)) {
     // Registered before the name, so that nobody finds the name without the object.
     new ApplicationAdaptor(*this); // a child of this object
     bus_.registerObject(objectPath, this);
-    const auto reply = bus_.interface()->registerService(serviceName);
+    const auto reply = bus_.interface()->registerService(panelBusName());
     if (!reply.isValid()) return;
     role_ = reply.value() == QDBusConnectionInterface::ServiceRegistered ? Role::first : Role::second;
 }
 
 SingleInstance::~SingleInstance() {
     if (!bus_.isConnected()) return;
-    if (role_ == Role::first) bus_.interface()->unregisterService(serviceName);
+    if (role_ == Role::first) bus_.interface()->unregisterService(panelBusName());
     bus_.unregisterObject(objectPath);
 }
 
 QString SingleInstance::activateFirst() {
-    QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, applicationInterface,
+    QDBusMessage call = QDBusMessage::createMethodCall(panelBusName(), objectPath, applicationInterface,
                                                        QStringLiteral("Activate"));
     call << platformData();
     const QDBusMessage answer = bus_.call(call);

@@ -50,6 +50,8 @@ public:
 
     const std::vector<std::shared_ptr<CaptureDevice>>& cameras();
     CapturePlatform& capture();
+    Backend& backend();
+    MainQueue& mainQueue() { return environment_.mainQueue; }
 
     /// The camera that the user chose.
     std::shared_ptr<CaptureDevice> camera();
@@ -70,7 +72,6 @@ public:
     void printJson(QJsonObject object);
 
 private:
-    Backend& backend();
     [[noreturn]] void failToControl(CaptureDevice& camera);
 
     const SessionOptions options_;
