@@ -19,6 +19,8 @@
 namespace tavelo {
 namespace {
 
+constexpr int mostLines = 1'000'000'000;
+
 /// Runs until a signal asks for the end; prints lines as they come.
 class Running {
 public:
@@ -26,10 +28,8 @@ public:
         QObject::connect(&signals_, &QuitSignals::asked, &loop_, &QEventLoop::quit);
     }
 
-    /// Returns at once if there is nobody to print for any more.
     void wait() {
         if (!hasEnded_) loop_.exec();
-        if (!canPrint_) throw Failure(ExitStatus::failed, "nobody reads the output any more");
     }
     void end() {
         hasEnded_ = true;
@@ -38,9 +38,7 @@ public:
 
     void print(const std::string& line) {
         session_.print(line);
-        if (std::fflush(stdout) == 0) return;
-        canPrint_ = false;
-        end();
+        if (std::fflush(stdout) != 0) end(); // nobody reads it any more, which main() reports
     }
 
     WatchedCamerasParts cameras() {
@@ -74,7 +72,6 @@ private:
     QuitSignals signals_;
     QtClock clock_;
     bool hasEnded_ = false;
-    bool canPrint_ = true;
 };
 
 std::vector<std::string> jsonLines(const MonitorEvent& event) {
@@ -113,7 +110,7 @@ public:
 
     void addOptions(CLI::App& command) override {
         command.add_option("--count", count_, "End after this many lines")
-            ->check(CLI::PositiveNumber)
+            ->check(CLI::Range(1, mostLines))
             ->type_name("NUMBER");
     }
 

@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import sys
@@ -76,6 +77,28 @@ class Installation(unittest.TestCase):
         lines = [line for line in rule.read_text(encoding="utf-8").splitlines() if line and not line.startswith("#")]
         self.assertEqual(len(lines), 1)
         self.assertIn('TAG+="uaccess"', lines[0])
+
+    def test_the_service_that_watches_cameras_is_valid(self):
+        unit = self.prefix / "lib" / "systemd" / "user" / "tavelo-watch.service"
+        text = unit.read_text(encoding="utf-8")
+        self.assertIn("\nExecStart=taveloctl watch\n", text)
+        if not shutil.which("systemd-analyze"):
+            self.skipTest("systemd-analyze is not installed")
+        # The service finds the program in systemd's path, where this installation is not.
+        copy = pathlib.Path(self.folder.name) / unit.name
+        copy.write_text(text.replace("=taveloctl ", f"={self.prefix}/bin/taveloctl "), encoding="utf-8")
+        # Without a folder for run-time data it stops before it reads the file.
+        environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name)
+        result = subprocess.run(["systemd-analyze", "verify", "--user", "--man=no", copy], env=environment,
+                                capture_output=True, text=True, check=False, timeout=60)
+        complaints = [line for line in result.stderr.splitlines() if unit.name in line]
+        self.assertEqual((result.returncode, complaints), (0, []), result.stderr)
+
+    def test_the_watch_can_be_started_with_the_session_but_is_not(self):
+        entry = self.share / "tavelo" / "autostart" / f"{ID}.Watch.desktop"
+        subprocess.run(["desktop-file-validate", entry], check=True)
+        self.assertIn("\nExec=taveloctl watch\n", entry.read_text(encoding="utf-8"))
+        self.assertFalse((self.prefix / "etc").exists())
 
     def test_the_desktop_file_is_valid(self):
         subprocess.run(["desktop-file-validate", self.desktop_file], check=True)

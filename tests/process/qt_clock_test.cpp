@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "process/qt_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <QTest>
+#include <memory>
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(QtClock, CallsLaterInTheOrderOfTheTimes) {
+    QtClock clock;
+    std::string order;
+    const auto begun = clock.now();
+    Clock::TimePoint called{};
+    clock.callAfter(30ms, [&] {
+        order += "b";
+        called = clock.now();
+    });
+    clock.callAfter(0ms, [&] { order += "a"; });
+    EXPECT_EQ(order, "");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return order.size() == 2; }, 20'000));
+    EXPECT_EQ(order, "ab");
+    EXPECT_GE(called - begun, 30ms);
+}
+
+TEST(QtClock, TakesTasksThatCannotBeCopied) {
+    QtClock clock;
+    int result = 0;
+    clock.callAfter(1ms, [&result, number = std::make_unique<int>(7)] { result = *number; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return result == 7; }, 20'000));
+}
+
+TEST(QtClock, DropsTheCallsThatWaitWhenItEnds) {
+    const auto alive = std::make_shared<bool>(true);
+    std::weak_ptr<bool> held = alive;
+    int calls = 0;
+    {
+        QtClock clock;
+        clock.callAfter(1ms, [&calls, alive] { ++calls; });
+    }
+    bool done = false;
+    QtClock other;
+    other.callAfter(5ms, [&] { done = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return done; }, 20'000));
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(alive.use_count(), 1);
+}
+
+TEST(QtClock, AMachineThatIsAwakeSleepsNoLonger) {
+    const QtClock clock;
+    const auto before = clock.slept();
+    EXPECT_GE(before, -1ms);
+    EXPECT_LT(clock.slept() - before, 1s);
+}
+
+} // namespace
+} // namespace tavelo
