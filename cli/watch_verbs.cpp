@@ -94,6 +94,11 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
     return lines;
 }
 
+std::string jsonMessage(const std::string& line) {
+    return jsonLine({{QStringLiteral("event"), QStringLiteral("profile")},
+                     {QStringLiteral("message"), toQString(line)}});
+}
+
 std::vector<std::string> textLines(const MonitorEvent& event) {
     std::vector<std::string> lines = monitorLines(event);
     for (std::string& line : lines)
@@ -148,7 +153,9 @@ public:
         Running running(session);
         const ProfileWatchParts parts{session.preferences(), running.clock(),
                                       [] { return panelIsOpen(); },
-                                      [&](const std::string& line) { running.print(line + '\n'); }};
+                                      [&](const std::string& line) {
+                                          running.print(session.json() ? jsonMessage(line) : line + '\n');
+                                      }};
         ProfileWatchOptions options;
         if (profile_ > 0) options.profile = profile_ - 1;
         options.keep = keep_;
