@@ -95,8 +95,8 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
 }
 
 std::string jsonMessage(const std::string& line) {
-    return jsonLine({{QStringLiteral("event"), QStringLiteral("profile")},
-                     {QStringLiteral("message"), toQString(line)}});
+    return jsonLine(
+        {{QStringLiteral("event"), QStringLiteral("profile")}, {QStringLiteral("message"), toQString(line)}});
 }
 
 std::vector<std::string> textLines(const MonitorEvent& event) {
@@ -143,7 +143,8 @@ public:
 
     void addOptions(CLI::App& command) override {
         command
-            .add_option("profile", profile_, "Number of the profile; the one selected in the panel if not given")
+            .add_option("profile", profile_,
+                        "Number of the profile; the one selected in the panel if not given")
             ->check(CLI::Range(1, static_cast<int>(storedProfileCount)))
             ->type_name("PROFILE");
         command.add_flag("--keep", keep_, "Put back what other programs change, while no panel is open");
@@ -151,8 +152,7 @@ public:
 
     void run(Session& session) override {
         Running running(session);
-        const ProfileWatchParts parts{session.preferences(), running.clock(),
-                                      [] { return panelIsOpen(); },
+        const ProfileWatchParts parts{session.preferences(), running.clock(), [] { return panelIsOpen(); },
                                       [&](const std::string& line) {
                                           running.print(session.json() ? jsonMessage(line) : line + '\n');
                                       }};

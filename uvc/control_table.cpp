@@ -88,9 +88,8 @@ const std::array<ControlRow, controlCount>& controlTable() {
 
 std::optional<KTUVCControl> controlAt(ControlAddress address) {
     const std::int32_t unit = address.entity == UvcEntity::cameraTerminal ? ct : pu;
-    const auto found = std::ranges::find_if(table, [&](const ControlRow& row) {
-        return row.unit == unit && row.selector == address.selector;
-    });
+    const auto found = std::ranges::find_if(
+        table, [&](const ControlRow& row) { return row.unit == unit && row.selector == address.selector; });
     return found == table.end() ? std::nullopt : std::optional(found->control);
 }
 

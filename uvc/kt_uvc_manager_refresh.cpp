@@ -35,8 +35,7 @@ ControlRefresh KTUVCManager::refresh(const ControlRow& row, Only only) {
     if (!quietBefore) return ControlRefresh::overtaken;
 
     std::unique_ptr<std::uint8_t[]> reply;
-    const std::int32_t size =
-        requestValue(*binding, UvcRequest::getCur, *target->controlInfo(), reply);
+    const std::int32_t size = requestValue(*binding, UvcRequest::getCur, *target->controlInfo(), reply);
     if (size < 1) return ControlRefresh::failed;
     const auto value = decoded(row, {reply.get(), static_cast<std::size_t>(size)});
     if (!value) return ControlRefresh::failed;

@@ -29,7 +29,8 @@ public:
 
     enum class Answer : std::uint8_t { putBack, stayAway };
 
-    /// The camera differs from the profile, and the time has come.  After `stayAway`, due() is a minute later.
+    /// The camera differs from the profile, and the time has come.  After `stayAway`, due() is a minute
+    /// later.
     Answer differs(TimePoint now) {
         while (!putBack_.empty() && now - putBack_.front() >= minute)
             putBack_.pop_front();

@@ -43,7 +43,8 @@ std::optional<ProfileKeeper::Stored> ProfileKeeper::stored() const {
     if (!options_.profile) {
         const auto* selected = profileAt(*record, camera_settings::selectedProfilePosition);
         const std::string key(camera_settings::selectedProfileKey);
-        if (selected != nullptr && selected->contains(key)) position = camera_settings::integer(*selected, key);
+        if (selected != nullptr && selected->contains(key))
+            position = camera_settings::integer(*selected, key);
     }
     if (position >= storedProfileCount) return std::nullopt;
     const auto* profile = profileAt(*record, position);
@@ -118,7 +119,8 @@ void ProfileKeeper::pushed() {
 
 void ProfileKeeper::changed(KTUVCControl control) {
     const auto controls = profileControls();
-    if (!options_.keep || !wanted_ || std::ranges::find(controls, control, &ProfileControl::control) == controls.end())
+    if (!options_.keep || !wanted_ ||
+        std::ranges::find(controls, control, &ProfileControl::control) == controls.end())
         return;
     policy_.disturbed(parts_.clock.now());
     stored(); // makes the store look at its file

@@ -17,8 +17,8 @@
 
 namespace tavelo {
 
-/// Called on the main thread, never within the constructor, not after the camera object is destroyed; they must
-/// not destroy it themselves.
+/// Called on the main thread, never within the constructor, not after the camera object is destroyed; they
+/// must not destroy it themselves.
 struct WatchedCameraEvents {
     /// Its controls were read for the first time.
     std::function<void()> bound;

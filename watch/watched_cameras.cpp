@@ -40,8 +40,8 @@ void WatchedCameras::add(const std::shared_ptr<CaptureDevice>& device, Arrival a
 }
 
 void WatchedCameras::captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) {
-    const auto found = std::ranges::find_if(
-        cameras_, [&](const auto& camera) { return &camera->device() == device.get(); });
+    const auto found =
+        std::ranges::find_if(cameras_, [&](const auto& camera) { return &camera->device() == device.get(); });
     if (found == cameras_.end()) return;
     const std::unique_ptr<WatchedCamera> gone = std::move(*found);
     cameras_.erase(found);

@@ -2,7 +2,8 @@
 // Prints what other programs change on a camera behind the kernel's driver.
 //
 // Usage: control_watch_check /dev/videoN
-// Sets the contrast to its minimum, which must not be reported.  Prints "watching", then a line for each change
+// Sets the contrast to its minimum, which must not be reported.  Prints "watching", then a line for each
+// change
 // ("terminal" or "unit", selector, value in hexadecimal digits), and "ended" once the camera is gone.
 
 #include <cstdint>

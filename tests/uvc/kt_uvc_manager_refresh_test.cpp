@@ -121,8 +121,7 @@ TEST_F(RefreshTest, AWriteOfAnotherControlDoesNotMatter) {
 TEST_F(RefreshTest, AReadingDuringAWriteIsNotEvenBegun) {
     auto result = ControlRefresh::same;
     camera->requestArrived = [&](const FakeUsbRequest& request) {
-        if (request.bRequest == FakeUvcCamera::setCur)
-            result = manager->refreshControl(KTUVCControl::bright);
+        if (request.bRequest == FakeUvcCamera::setCur) result = manager->refreshControl(KTUVCControl::bright);
     };
     manager->setBrightWithComplitionHandle(7, {});
     EXPECT_EQ(result, ControlRefresh::overtaken);

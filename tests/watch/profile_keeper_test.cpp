@@ -133,7 +133,8 @@ TEST_F(ProfileKeeperTest, SaysWhatTheCameraDidNotTake) {
     makeKeeper();
     keeper->applySoon();
     pass(200ms);
-    EXPECT_THAT(lines, ElementsAre(text("profile 2 applied; the camera did not take white-balance-temperature")));
+    EXPECT_THAT(lines,
+                ElementsAre(text("profile 2 applied; the camera did not take white-balance-temperature")));
     EXPECT_EQ(value(), 20);
 }
 
@@ -285,7 +286,9 @@ TEST_F(ProfileKeeperTest, ARefusedValueIsNoDifference) {
     EXPECT_THAT(lines, IsEmpty());
     disturb(21);
     pass(1s);
-    EXPECT_THAT(lines, ElementsAre(text("profile 2 put back: brightness; the camera did not take white-balance-temperature")));
+    EXPECT_THAT(lines,
+                ElementsAre(text(
+                    "profile 2 put back: brightness; the camera did not take white-balance-temperature")));
 }
 
 TEST_F(ProfileKeeperTest, WhatAnAutomaticRulesIsNoDifference) {
@@ -307,8 +310,9 @@ TEST_F(ProfileKeeperTest, ACameraThatDoesNotAnswerIsTriedThreeTimes) {
     pass(200ms);
     EXPECT_THAT(lines, IsEmpty());
     pass(1s);
-    EXPECT_THAT(lines, ElementsAre(text(
-                           "the camera did not answer, so profile 2 may not be complete; trying again")));
+    EXPECT_THAT(
+        lines,
+        ElementsAre(text("the camera did not answer, so profile 2 may not be complete; trying again")));
     pass(1min);
     ASSERT_THAT(lines, SizeIs(3));
     EXPECT_EQ(lines.back(), text("the camera did not answer, so profile 2 may not be complete"));

@@ -25,7 +25,8 @@ protected:
     void start(UsbPlatform& usb) {
         camera = std::make_unique<WatchedCamera>(
             device(), WatchedCameraParts{&usb, mainQueue, clock},
-            WatchedCameraEvents{[this] { ++bound; }, [this](KTUVCControl control, std::int64_t before) {
+            WatchedCameraEvents{[this] { ++bound; },
+                                [this](KTUVCControl control, std::int64_t before) {
                                     changes.push_back({control, before});
                                 }});
         EXPECT_EQ(bound, 0);
@@ -60,7 +61,9 @@ private:
     class Interface final : public UsbInterface {
     public:
         explicit Interface(std::shared_ptr<UsbInterface> real) : real_(std::move(real)) {}
-        ErrorCode ControlRequest(UsbControlRequest& request) override { return real_->ControlRequest(request); }
+        ErrorCode ControlRequest(UsbControlRequest& request) override {
+            return real_->ControlRequest(request);
+        }
         void USBInterfaceClose() override { real_->USBInterfaceClose(); }
         std::uint8_t GetInterfaceNumber() const override { return real_->GetInterfaceNumber(); }
 

@@ -75,8 +75,7 @@ void KernelControlWatch::run() {
 
 /// False if none will come.
 bool KernelControlWatch::waitForEvent() const {
-    std::array<pollfd, 2> waiting{
-        {{ending_->descriptor(), POLLIN, 0}, {node_->descriptor(), POLLPRI, 0}}};
+    std::array<pollfd, 2> waiting{{{ending_->descriptor(), POLLIN, 0}, {node_->descriptor(), POLLPRI, 0}}};
     int ready = 0;
     do
         ready = ::poll(waiting.data(), waiting.size(), -1);

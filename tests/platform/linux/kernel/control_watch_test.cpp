@@ -28,7 +28,8 @@ protected:
         ASSERT_TRUE(watch);
     }
 
-    /// Changes a control that no test looks at, and waits until that is reported: everything before it is, too.
+    /// Changes a control that no test looks at, and waits until that is reported: everything before it is,
+    /// too.
     std::vector<ChangedControl> changesSoFar() {
         const std::size_t before = recorded.changes().size();
         device->changeElsewhere(V4L2_CID_GAMMA, 100);
@@ -42,9 +43,12 @@ protected:
     }
 
     ErrorCode write(std::uint8_t entity, std::uint8_t selector, std::vector<std::uint8_t> data) {
-        UsbControlRequest request{uvc::classInterfaceOut,       codeOf(UvcRequest::setCur),
-                                  std::uint16_t(selector << 8), std::uint16_t(entity << 8),
-                                  std::uint16_t(data.size()),   data.data(),
+        UsbControlRequest request{uvc::classInterfaceOut,
+                                  codeOf(UvcRequest::setCur),
+                                  std::uint16_t(selector << 8),
+                                  std::uint16_t(entity << 8),
+                                  std::uint16_t(data.size()),
+                                  data.data(),
                                   0};
         return interface->ControlRequest(request);
     }
@@ -92,8 +96,7 @@ TEST_F(KernelWatch, EitherHalfOfAPairReportsTheWhole) {
     EXPECT_THAT(recorded.changes(), ElementsAre(ChangedControl{control::panTilt, tilted}));
     device->changeElsewhere(V4L2_CID_PAN_ABSOLUTE, 0);
     ASSERT_TRUE(recorded.waitForChanges(2));
-    EXPECT_EQ(recorded.changes().back(),
-              (ChangedControl{control::panTilt, {0, 0, 0, 0, 0x20, 0x1C, 0, 0}}));
+    EXPECT_EQ(recorded.changes().back(), (ChangedControl{control::panTilt, {0, 0, 0, 0, 0x20, 0x1C, 0, 0}}));
 }
 
 TEST_F(KernelWatch, ChangesThatWaitTogetherAreReportedOncePerControl) {

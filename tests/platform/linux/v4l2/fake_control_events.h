@@ -44,7 +44,7 @@ private:
     int take(v4l2_event& event);
     void queue(const v4l2_event& event);
 
-    mutable std::mutex mutex_; // guards the rest
+    mutable std::mutex mutex_;                          // guards the rest
     std::map<std::uint32_t, std::uint32_t> subscribed_; // control and flags
     std::set<std::uint32_t> refused_;
     bool refusesAll_ = false;
