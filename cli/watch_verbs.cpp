@@ -147,12 +147,12 @@ public:
                         "Number of the profile; the one selected in the panel if not given")
             ->check(CLI::Range(1, static_cast<int>(storedProfileCount)))
             ->type_name("PROFILE");
-        command.add_flag("--keep", keep_, "Put back what other programs change, while no panel is open");
+        command.add_flag("--keep", keep_, "Put back what other programs change, while no panel runs");
     }
 
     void run(Session& session) override {
         Running running(session);
-        const ProfileWatchParts parts{session.preferences(), running.clock(), [] { return panelIsOpen(); },
+        const ProfileWatchParts parts{session.preferences(), running.clock(), [] { return panelRuns(); },
                                       [&](const std::string& line) {
                                           running.print(session.json() ? jsonMessage(line) : line + '\n');
                                       }};

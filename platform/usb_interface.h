@@ -54,7 +54,9 @@ public:
     /// Reports changes that are not made through this interface, until it is closed or destroyed.  One watch
     /// at a time.  Null if another one lives, if the interface is closed or its camera gone, and if the
     /// transport does not learn of changes: callers then have to ask the camera now and then.
-    virtual std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents /*events*/) { return nullptr; }
+    virtual std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& /*events*/) {
+        return nullptr;
+    }
 };
 
 /// Which interfaces of a device to list.

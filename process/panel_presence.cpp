@@ -9,7 +9,7 @@ QString panelBusName() {
     return QStringLiteral("org.tavelo.ControlPanel"); // also that of the desktop file
 }
 
-bool panelIsOpen(const QDBusConnection& bus) {
+bool panelRuns(const QDBusConnection& bus) {
     return bus.isConnected() && bus.interface()->isServiceRegistered(panelBusName()).value();
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whether the control panel is open.
+// Whether the control panel runs.
 #pragma once
 
 #include <QDBusConnection>
@@ -7,10 +7,11 @@
 
 namespace tavelo {
 
-/// The name that an open panel owns on the session bus.
+/// The name that a running panel owns on the session bus.
 QString panelBusName();
 
-/// False also if there is no session bus.  Main thread; asks the bus and waits for its answer.
-bool panelIsOpen(const QDBusConnection& bus = QDBusConnection::sessionBus());
+/// Whether a panel runs in this session, with its window shown or hidden.  False also if there is no session
+/// bus.  Main thread; asks the bus and waits for its answer.
+bool panelRuns(const QDBusConnection& bus = QDBusConnection::sessionBus());
 
 } // namespace tavelo

@@ -52,7 +52,7 @@ std::optional<ProfileKeeper::Stored> ProfileKeeper::stored() const {
 }
 
 void ProfileKeeper::applySoon() {
-    if (!camera_.isBound()) return; // it is applied once the camera is bound
+    if (!camera_.isBound()) return camera_.takeUp(); // which leads here again
     tries_ = 0;
     stored(); // makes the store look at its file
     later(readingTime, [this] { applyAnew(); });
@@ -103,9 +103,13 @@ void ProfileKeeper::pushed() {
         const KTUVCControl control = each.control->control;
         taken_[control] = {each.value, camera_.manager().record(control)->val()};
     }
-    camera_.followInterface();
+    const bool hasAnswered = failure == ErrorCode::none || failure == ErrorCode::refused;
+    if (hasAnswered && !options_.keep)
+        camera_.letGo();
+    else
+        camera_.followInterface();
     const std::string profile = "profile " + std::to_string(wanted_->position + 1);
-    if (failure == ErrorCode::none || failure == ErrorCode::refused) {
+    if (hasAnswered) {
         tell(profile + (because_.empty() ? " applied" : " put back: " + because_) +
              (refused_.empty() ? "" : "; the camera did not take " + names(refused_)));
         return;
@@ -139,7 +143,7 @@ void ProfileKeeper::waitUntilDue() {
 }
 
 void ProfileKeeper::look() {
-    if (parts_.panelIsOpen()) {
+    if (parts_.panelRuns()) {
         stored();
         waits_ = true;
         later(panelInterval, [this] {

@@ -29,8 +29,8 @@ struct ProfileWatchOptions {
 struct ProfileWatchParts {
     PreferencesStore& store;
     Clock& clock;
-    /// Whether a panel of this user is open.
-    std::function<bool()> panelIsOpen;
+    /// Whether a panel of this user runs.
+    std::function<bool()> panelRuns;
     std::function<void(const std::string& line)> print;
 };
 
@@ -38,8 +38,9 @@ struct ProfileWatchParts {
 ///
 /// The stored profile is read anew each time.  What is put back follows three rules, so that nobody who is at
 /// the controls is fought:
-/// - While a panel of this user is open nothing is put back: sliders that were moved are not saved yet.  The
-///   camera is looked at once the panel is closed.
+/// - While a panel of this user runs nothing is put back: sliders that were moved are not saved yet.  The
+/// camera
+///   is looked at once the panel has ended; closing its window only hides it.
 /// - If the stored profile itself has changed, its new values count from now on, and nothing else is done.
 /// - Other programs are answered as KeepingPolicy says.
 ///
@@ -59,7 +60,9 @@ public:
     ProfileKeeper(const ProfileKeeper&) = delete;
     ProfileKeeper& operator=(const ProfileKeeper&) = delete;
 
-    /// The camera appeared, or the machine slept: writes the whole profile a moment later.
+    /// The camera was bound, or the machine slept: writes the whole profile a moment later.  Without keeping,
+    /// the camera is closed afterwards until the next call, which it survives by being bound again: `bound`
+    /// must lead here.
     void applySoon();
 
     /// Another program changed a control.

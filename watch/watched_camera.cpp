@@ -26,14 +26,28 @@ WatchedCamera::WatchedCamera(std::shared_ptr<CaptureDevice> device, const Watche
       clock_(parts.clock),
       events_(std::move(events)),
       manager_(KTUVCEnvironment{.usb = parts.usb}) {
-    mainQueue_.post([this, alive = std::weak_ptr<const bool>(alive_)] {
-        if (!alive.expired()) bind();
-    });
+    bindSoon();
 }
 
 WatchedCamera::~WatchedCamera() {
     watch_.reset();
     manager_.letGoOfInterface(); // closes it now: a push may still hold it
+}
+
+void WatchedCamera::letGo() {
+    watch_.reset();
+    manager_.letGoOfInterface();
+    isBound_ = false;
+}
+
+void WatchedCamera::takeUp() {
+    if (!isBound_ && !triesAgain_) bindSoon();
+}
+
+void WatchedCamera::bindSoon() {
+    mainQueue_.post([this, alive = std::weak_ptr<const bool>(alive_)] {
+        if (!alive.expired() && !isBound_) bind();
+    });
 }
 
 WatchedCamera::Values WatchedCamera::values() const {
@@ -79,6 +93,7 @@ void WatchedCamera::tryAgain() {
 }
 
 void WatchedCamera::followInterface() {
+    if (!isBound_) return;
     // Opening it again sends nothing, so a refusal costs no time.
     if (manager_.failure() == ErrorCode::refused) manager_.openInterfaceAgain();
     const std::shared_ptr<UsbInterface> interface = manager_.interface();
@@ -110,7 +125,7 @@ void WatchedCamera::watch(UsbInterface& interface) {
 }
 
 void WatchedCamera::poll() {
-    polls_ = !watch_;
+    polls_ = isBound_ && !watch_;
     if (!polls_) return;
     later(pollInterval, [this] { poll(); });
     readAll();

@@ -20,7 +20,7 @@ namespace tavelo {
 /// Called on the main thread, never within the constructor, not after the camera object is destroyed; they
 /// must not destroy it themselves.
 struct WatchedCameraEvents {
-    /// Its controls were read for the first time.
+    /// Its controls were read, for the first time or after takeUp().
     std::function<void()> bound;
     /// A control has another value, which neither this object's owner wrote nor its record held: now it does.
     std::function<void(KTUVCControl control, std::int64_t before)> changed;
@@ -61,12 +61,18 @@ public:
     /// one.  Watches that one, and reports what changed in between.
     void followInterface();
 
+    /// Closes the camera until takeUp(): one that is open does not sleep.  Nothing is reported meanwhile.
+    void letGo();
+    /// Binds it again a moment later, unless that is under way.
+    void takeUp();
+
 private:
     template <typename F>
     void later(std::chrono::milliseconds time, F function);
     using Values = std::array<std::int64_t, controlCount>;
 
     Values values() const;
+    void bindSoon();
     void bind();
     void tryAgain();
     void watch(UsbInterface& interface);

@@ -24,10 +24,10 @@ void VirtualControlInterface::USBInterfaceClose() {
     watch_->end();
 }
 
-std::unique_ptr<ControlWatch> VirtualControlInterface::watchControls(ControlWatchEvents events) {
+std::unique_ptr<ControlWatch> VirtualControlInterface::watchControls(const ControlWatchEvents& events) {
     std::unique_lock lock(mutex_);
     if (!open_ || watch_->finds()) return nullptr;
-    auto watch = std::make_unique<VirtualControlWatch>(firmware_, host_, watch_, std::move(events));
+    auto watch = std::make_unique<VirtualControlWatch>(firmware_, host_, watch_, events);
     lock.unlock(); // the watch's destructor may wait for a call that closes this
     // A camera that vanished before tells nobody.
     return firmware_->present() ? std::move(watch) : nullptr;

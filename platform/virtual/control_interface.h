@@ -26,7 +26,7 @@ public:
     ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return number_; }
-    std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents events) override;
+    std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& events) override;
 
 private:
     ErrorCode failure(const UsbControlRequest& request, UsbReplyKind kind) const;

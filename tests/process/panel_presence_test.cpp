@@ -11,15 +11,15 @@ namespace {
 TEST(PanelPresence, IsWhoeverOwnsThePanelsName) {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     ASSERT_TRUE(bus.isConnected());
-    EXPECT_FALSE(panelIsOpen());
+    EXPECT_FALSE(panelRuns());
     ASSERT_TRUE(bus.interface()->registerService(panelBusName()).isValid());
-    EXPECT_TRUE(panelIsOpen());
+    EXPECT_TRUE(panelRuns());
     ASSERT_TRUE(bus.interface()->unregisterService(panelBusName()).value());
-    EXPECT_FALSE(panelIsOpen());
+    EXPECT_FALSE(panelRuns());
 }
 
 TEST(PanelPresence, WithoutABusThereIsNone) {
-    EXPECT_FALSE(panelIsOpen(QDBusConnection(QStringLiteral("no connection of this name"))));
+    EXPECT_FALSE(panelRuns(QDBusConnection(QStringLiteral("no connection of this name"))));
 }
 
 } // namespace

@@ -61,15 +61,18 @@ protected:
     std::string text(const std::string& rest) { return device()->localizedName() + ": " + rest; }
 
     int changes = 0;
-    bool panelIsOpen = false;
+    bool panelRuns = false;
     std::unique_ptr<ProfileKeeper> keeper;
     WatchedCamera camera{device(), WatchedCameraParts{backend.usb.get(), mainQueue, clock},
-                         WatchedCameraEvents{{}, [this](KTUVCControl control, std::int64_t) {
+                         WatchedCameraEvents{[this] {
+                                                 if (keeper) keeper->applySoon();
+                                             },
+                                             [this](KTUVCControl control, std::int64_t) {
                                                  ++changes;
                                                  if (keeper) keeper->changed(control);
                                              }}};
     ProfileWatchOptions options;
-    ProfileWatchParts keeperParts{store, clock, [this] { return panelIsOpen; },
+    ProfileWatchParts keeperParts{store, clock, [this] { return panelRuns; },
                                   [this](const std::string& line) { lines.push_back(line); }};
     PreferencesDictionary profile;
 };
@@ -162,6 +165,24 @@ TEST_F(ProfileKeeperTest, WithoutKeepingNothingIsPutBack) {
     EXPECT_EQ(value(), 5);
 }
 
+TEST_F(ProfileKeeperTest, WithoutKeepingTheCameraIsClosedUntilItIsNeededAgain) {
+    storeProfile();
+    options.profile = 1;
+    makeKeeper();
+    keeper->applySoon();
+    pass(200ms);
+    EXPECT_EQ(camera.manager().interface(), nullptr);
+    firmware()->clearRequestLog();
+    pass(1min);
+    EXPECT_THAT(firmware()->requestLog(), IsEmpty());
+    firmware()->setControlValue(control::brightness, 5);
+    keeper->applySoon();
+    pass(200ms);
+    EXPECT_EQ(value(), 20);
+    EXPECT_EQ(camera.manager().interface(), nullptr);
+    EXPECT_THAT(lines, SizeIs(2));
+}
+
 TEST_F(ProfileKeeperTest, WhatTheProfileDoesNotSetIsFree) {
     start();
     disturb(101, control::gamma);
@@ -209,13 +230,13 @@ TEST_F(ProfileKeeperTest, DoesNotFightAProgramThatInsists) {
     EXPECT_EQ(lines.back(), text("profile 2 put back: brightness"));
 }
 
-TEST_F(ProfileKeeperTest, WhileAPanelIsOpenNothingIsPutBack) {
+TEST_F(ProfileKeeperTest, WhileAPanelRunsNothingIsPutBack) {
     start();
-    panelIsOpen = true;
+    panelRuns = true;
     disturb(5);
     pass(56s); // asked after a second, then every five
     EXPECT_EQ(value(), 5);
-    panelIsOpen = false;
+    panelRuns = false;
     pass(4999ms);
     EXPECT_EQ(value(), 5);
     pass(1ms);
@@ -225,11 +246,11 @@ TEST_F(ProfileKeeperTest, WhileAPanelIsOpenNothingIsPutBack) {
 
 TEST_F(ProfileKeeperTest, WhatThePanelSavedIsWantedFromThenOn) {
     start();
-    panelIsOpen = true;
+    panelRuns = true;
     disturb(5);
     profile[brightnessKey] = {std::int64_t{5}};
     storeProfile();
-    panelIsOpen = false;
+    panelRuns = false;
     pass(1min);
     EXPECT_EQ(value(), 5);
     EXPECT_THAT(lines, IsEmpty());

@@ -23,6 +23,7 @@ class WatchedCameraTest : public WatchTest {
 protected:
     void start() { start(*backend.usb); }
     void start(UsbPlatform& usb) {
+        bound = 0;
         camera = std::make_unique<WatchedCamera>(
             device(), WatchedCameraParts{&usb, mainQueue, clock},
             WatchedCameraEvents{[this] { ++bound; },
@@ -197,6 +198,48 @@ TEST_F(WatchedCameraTest, WhatAnAutomaticRulesIsNotAskedAllTheTime) {
     firmware()->setControlValue(control::focus, 1);
     pass(4s);
     EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(WatchedCameraTest, LetGoItAsksAndTellsNothing) {
+    SilentUsb usb(*backend.usb);
+    for (UsbPlatform* each : {static_cast<UsbPlatform*>(&usb), backend.usb.get()}) {
+        start(*each);
+        firmware()->setControlValue(control::gamma, 101); // its report may wait in the queue
+        camera->letGo();
+        EXPECT_FALSE(camera->isBound());
+        firmware()->clearRequestLog();
+        camera->followInterface();
+        pass(1min);
+        EXPECT_THAT(firmware()->requestLog(), IsEmpty());
+        EXPECT_THAT(changes, IsEmpty());
+        EXPECT_EQ(clock.waiting(), 0U);
+    }
+}
+
+TEST_F(WatchedCameraTest, TakenUpItIsBoundAndWatchedAgain) {
+    start();
+    camera->letGo();
+    firmware()->setControlValue(control::brightness, 12);
+    camera->takeUp();
+    camera->takeUp();
+    mainQueue.drain();
+    EXPECT_EQ(bound, 2);
+    EXPECT_EQ(value(KTUVCControl::bright), 12);
+    EXPECT_THAT(changes, IsEmpty());
+    camera->takeUp();
+    mainQueue.drain();
+    EXPECT_EQ(bound, 2);
+    firmware()->setControlValue(control::brightness, 13);
+    EXPECT_TRUE(waitForChanges(1));
+}
+
+TEST_F(WatchedCameraTest, TakingUpDoesNotHurryACameraInTrouble) {
+    fault(FaultKind::silence, control::brightness, UvcRequest::getCur);
+    start();
+    firmware()->clearRequestLog();
+    camera->takeUp();
+    mainQueue.drain();
+    EXPECT_THAT(firmware()->requestLog(), IsEmpty());
 }
 
 TEST_F(WatchedCameraTest, NothingIsToldAfterItsEnd) {

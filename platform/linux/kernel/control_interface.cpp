@@ -109,7 +109,7 @@ void KernelControlInterface::USBInterfaceClose() {
 
 // Subscribing may have to wait for a request of another program, so the lock is not held meanwhile.  If the
 // interface is closed by then, the watch ends at once.
-std::unique_ptr<ControlWatch> KernelControlInterface::watchControls(ControlWatchEvents events) {
+std::unique_ptr<ControlWatch> KernelControlInterface::watchControls(const ControlWatchEvents& events) {
     try {
         std::shared_ptr<V4l2Node> device;
         const auto ending = std::make_shared<WakeEvent>();
@@ -119,7 +119,7 @@ std::unique_ptr<ControlWatch> KernelControlInterface::watchControls(ControlWatch
             device = device_;
             watchEnding_ = ending;
         }
-        return KernelControlWatch::start(std::move(device), ending, std::move(events));
+        return KernelControlWatch::start(std::move(device), ending, events);
     } catch (const std::system_error&) {
         return nullptr; // the process has no descriptor or thread left
     }

@@ -61,7 +61,7 @@ public:
     ErrorCode ControlRequest(UsbControlRequest& request) override;
     void USBInterfaceClose() override;
     std::uint8_t GetInterfaceNumber() const override { return address_.interfaceNumber; }
-    std::unique_ptr<ControlWatch> watchControls(ControlWatchEvents events) override;
+    std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& events) override;
 
 private:
     const KernelControl* findControl(const UsbControlRequest& request) const;
