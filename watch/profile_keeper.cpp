@@ -78,6 +78,7 @@ void ProfileKeeper::push() {
     if (camera_settings::valuesToWrite(wanted_->profile, camera_.manager()).empty()) return;
     pushes_ = true;
     refused_.clear();
+    camera_.beginWriting();
     SettingsPushEvents events;
     events.run = [this](const std::function<void()>& work) {
         pauses_ = false;
@@ -107,7 +108,7 @@ void ProfileKeeper::pushed() {
     if (hasAnswered && !options_.keep)
         camera_.letGo();
     else
-        camera_.followInterface();
+        camera_.endWriting();
     const std::string profile = "profile " + std::to_string(wanted_->position + 1);
     if (hasAnswered) {
         tell(profile + (because_.empty() ? " applied" : " put back: " + because_) +

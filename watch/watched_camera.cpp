@@ -34,7 +34,13 @@ WatchedCamera::~WatchedCamera() {
     manager_.letGoOfInterface(); // closes it now: a push may still hold it
 }
 
+void WatchedCamera::endWriting() {
+    isWritten_ = false;
+    followInterface();
+}
+
 void WatchedCamera::letGo() {
+    isWritten_ = false;
     watch_.reset();
     manager_.letGoOfInterface();
     isBound_ = false;
@@ -87,13 +93,14 @@ void WatchedCamera::tryAgain() {
     if (std::exchange(triesAgain_, true)) return;
     later(pause_, [this] {
         triesAgain_ = false;
+        if (isWritten_) return; // endWriting() sees what is to be done
         pause_ = std::min(2 * pause_, longestPause);
         bind();
     });
 }
 
 void WatchedCamera::followInterface() {
-    if (!isBound_) return;
+    if (!isBound_ || isWritten_) return;
     // Opening it again sends nothing, so a refusal costs no time.
     if (manager_.failure() == ErrorCode::refused) manager_.openInterfaceAgain();
     const std::shared_ptr<UsbInterface> interface = manager_.interface();

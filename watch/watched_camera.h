@@ -57,9 +57,11 @@ public:
     /// Whether its records can be trusted.
     bool isBound() const { return isBound_; }
 
-    /// Call it after writing: a refused write closes the interface, and whoever wrote may have opened another
-    /// one.  Watches that one, and reports what changed in between.
-    void followInterface();
+    /// Call these around writing.  A failed write closes the interface, and whoever writes may open another
+    /// one meanwhile: the camera is not bound again until the end, and the interface of then is watched. What
+    /// changed in between is reported.
+    void beginWriting() { isWritten_ = true; }
+    void endWriting();
 
     /// Closes the camera until takeUp(): one that is open does not sleep.  Nothing is reported meanwhile.
     void letGo();
@@ -72,6 +74,7 @@ private:
     using Values = std::array<std::int64_t, controlCount>;
 
     Values values() const;
+    void followInterface();
     void bindSoon();
     void bind();
     void tryAgain();
@@ -87,6 +90,7 @@ private:
     const WatchedCameraEvents events_;
     KTUVCManager manager_;
     bool isBound_ = false;
+    bool isWritten_ = false;
     std::optional<Values> known_; // before the records were read again
     bool triesAgain_ = false;
     bool polls_ = false;

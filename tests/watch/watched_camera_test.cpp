@@ -115,7 +115,7 @@ TEST_F(WatchedCameraTest, TakesWhatOthersChangeIntoItsRecordsAndTellsTheValueBef
 TEST_F(WatchedCameraTest, OwnWritesAreNoChange) {
     start();
     camera->manager().setBrightWithComplitionHandle(5, {});
-    camera->followInterface();
+    camera->endWriting();
     firmware()->setControlValue(control::contrast, 1);
     ASSERT_TRUE(waitForChanges(1));
     EXPECT_EQ(changes[0].control, KTUVCControl::contrast);
@@ -141,10 +141,11 @@ TEST_F(WatchedCameraTest, ACameraThatDoesNotAnswerIsBoundLaterAndLater) {
 
 TEST_F(WatchedCameraTest, AfterARefusalItWatchesTheNewInterface) {
     start();
+    camera->beginWriting();
     camera->manager().setBrightWithComplitionHandle(30000, {}); // closes the interface
     ASSERT_TRUE(camera->manager().interfaceIsClosed());
     firmware()->setControlValue(control::contrast, 1); // nobody watches
-    camera->followInterface();
+    camera->endWriting();
     EXPECT_FALSE(camera->manager().interfaceIsClosed());
     EXPECT_THAT(changes, ElementsAre(Change{KTUVCControl::contrast, 32}));
     firmware()->setControlValue(control::gamma, 101);
@@ -174,6 +175,22 @@ TEST_F(WatchedCameraTest, AfterSilenceItIsBoundAgainAndTheChangesSinceAreTold) {
     EXPECT_EQ(bound, 1) << "told once";
     firmware()->setControlValue(control::gamma, 101);
     EXPECT_TRUE(waitForChanges(3));
+}
+
+TEST_F(WatchedCameraTest, IsNotBoundAgainWhileSomebodyWrites) {
+    start();
+    const BindingIdentity binding = camera->manager().bindingIdentity();
+    camera->beginWriting();
+    fault(FaultKind::silence, control::brightness, UvcRequest::getCur);
+    firmware()->setControlValue(control::brightness, 3);
+    ASSERT_TRUE(mainQueue.runUntil([&] { return camera->manager().interfaceIsClosed(); }));
+    firmware()->clearFaults();
+    pass(1min);
+    EXPECT_EQ(camera->manager().bindingIdentity(), binding);
+    camera->endWriting();
+    pass(1s);
+    EXPECT_NE(camera->manager().bindingIdentity(), binding);
+    EXPECT_THAT(changes, ElementsAre(Change{KTUVCControl::bright, 0}));
 }
 
 TEST_F(WatchedCameraTest, ATransportThatTellsNothingIsAskedEveryTwoSeconds) {
@@ -208,7 +225,7 @@ TEST_F(WatchedCameraTest, LetGoItAsksAndTellsNothing) {
         camera->letGo();
         EXPECT_FALSE(camera->isBound());
         firmware()->clearRequestLog();
-        camera->followInterface();
+        camera->endWriting();
         pass(1min);
         EXPECT_THAT(firmware()->requestLog(), IsEmpty());
         EXPECT_THAT(changes, IsEmpty());
