@@ -127,7 +127,7 @@ void WatchedCamera::watch(UsbInterface& interface) {
         });
     };
     watch_.reset();
-    watch_ = interface.watchControls(std::move(events));
+    watch_ = interface.watchControls(events);
     if (!watch_ && !std::exchange(polls_, true)) later(pollInterval, [this] { poll(); });
 }
 
