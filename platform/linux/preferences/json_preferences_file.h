@@ -10,7 +10,7 @@
 #include <QJsonObject>
 
 #include "platform/linux/preferences/json_preferences_merge.h"
-#include "platform/linux/preferences/whole_file.h"
+#include "platform/linux/whole_file.h"
 
 namespace tavelo {
 

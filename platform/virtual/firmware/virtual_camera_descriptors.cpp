@@ -90,7 +90,7 @@ Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) 
 Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransport transport) {
     const std::uint8_t subtype =
         offer.encoding == StreamEncoding::mjpeg ? uvc::mjpegFrame : uvc::uncompressedFrame;
-    const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport).maxFrameSize;
+    const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport, {}).maxFrameSize;
     const auto bitRate = [&](std::uint32_t interval) {
         return std::uint64_t{frameSize} * 8 * 10'000'000 / interval;
     };
@@ -151,9 +151,23 @@ void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     }
 }
 
+struct StringIndexes {
+    std::uint8_t manufacturer = manufacturerString;
+    std::uint8_t product = productString;
+    std::uint8_t serial = serialString;
+};
+
+StringIndexes stringIndexes(const VirtualCameraModel& model) {
+    if (!model.recorded) return {};
+    const auto& device = model.recorded->record.descriptors.device;
+    if (device.size() < 17) return {0, 0, 0};
+    return {device[14], device[15], device[16]};
+}
+
 } // namespace
 
 std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) {
+    if (model.recorded) return model.recorded->record.descriptors.device;
     Bytes bytes;
     append(bytes, {uvc::deviceType, 0x00, 0x02, // USB 2.0
                    0xEF, 0x02, 0x01,            // class by interface association
@@ -164,6 +178,7 @@ std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) 
 }
 
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model) {
+    if (model.recorded) return model.recorded->record.descriptors.configuration;
     Bytes bytes;
     append(bytes, {uvc::configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
     append(bytes, {uvc::associationType, model.controlInterface(), 2, uvc::videoClass,
@@ -181,10 +196,11 @@ std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, 
         append(bytes, {uvc::stringType, 0x09, 0x04}); // English, United States
         return bytes;
     }
+    const StringIndexes indexes = stringIndexes(model);
     std::string text;
-    if (index == manufacturerString) text = model.manufacturer;
-    if (index == productString) text = model.product;
-    if (index == serialString) text = model.serial;
+    if (index == indexes.manufacturer) text = model.manufacturer;
+    if (index == indexes.serial) text = model.serial;
+    if (index == indexes.product) text = model.product;
     if (text.empty()) return bytes;
     Bytes body{uvc::stringType};
     for (const char letter : text.substr(0, 126))

@@ -13,7 +13,7 @@ namespace tavelo {
 /// Clock of the time stamps in payload headers, in hertz.
 inline constexpr std::uint32_t streamClockFrequency = 48'000'000;
 
-/// String descriptors' indexes.
+/// String descriptors' indexes, unless the camera is like a recorded one.
 inline constexpr std::uint8_t manufacturerString = 1;
 inline constexpr std::uint8_t productString = 2;
 inline constexpr std::uint8_t serialString = 3;

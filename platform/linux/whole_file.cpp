@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Reading, links and the lock; the rest is in whole_file_replacement.cpp.
-#include "platform/linux/preferences/whole_file.h"
+#include "platform/linux/whole_file.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

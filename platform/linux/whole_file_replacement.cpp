@@ -7,7 +7,7 @@
 
 #include "platform/linux/file_descriptor.h"
 #include "platform/linux/file_error.h"
-#include "platform/linux/preferences/whole_file.h"
+#include "platform/linux/whole_file.h"
 
 namespace tavelo {
 namespace {
