@@ -64,7 +64,7 @@ struct CameraRecord {
 inline constexpr std::size_t mostControlRecords = 1024;
 inline constexpr std::size_t longestAnswer = 4096;        ///< bytes
 inline constexpr std::size_t longestConfiguration = 65535; ///< bytes
-inline constexpr std::size_t longestRecordText = 256;     ///< bytes of each text
+inline constexpr std::size_t longestRecordText = 1024;    ///< bytes of each text
 inline constexpr std::size_t mostDriverControls = 4;      ///< for one control of the camera
 
 } // namespace tavelo
