@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "app/error_line.h"
 #include "app/timed_recorder.h"
+#include "process/error_line.h"
 #include "video/kt_display_view.h"
 
 namespace tavelo {

@@ -12,24 +12,25 @@
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
 #include "app/command_line.h"
-#include "app/error_line.h"
 #include "app/headless_capture.h"
 #include "app/kt_application.h"
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
 #include "app/panel_menu.h"
 #include "app/program_language.h"
-#include "app/qt_main_queue.h"
 #include "app/qt_messages.h"
-#include "app/quit_signals.h"
 #include "app/resources/resource_bundle.h"
 #include "app/screen_fit.h"
 #include "app/screenshot.h"
 #include "app/single_instance.h"
-#include "app/stderr_diagnostics.h"
 #include "panel/view_controller.h"
 #include "platform/backends/backends.h"
+#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/preferences/json_preferences_store.h"
+#include "process/error_line.h"
+#include "process/qt_main_queue.h"
+#include "process/quit_signals.h"
+#include "process/stderr_diagnostics.h"
 #include "text/localizer.h"
 #include "video/kt_display_view.h"
 
@@ -71,14 +72,14 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     JsonPreferencesStore userDefaults(mainQueue);
     ProgramLanguage language(bundle, userDefaults);
     const Localizer localizer(bundle, userDefaults);
-    const Backends backends = makeBackends(cameraOptions(commandLine), mainQueue, diagnostics);
-    KTUVCManager::setEnvironment({backends.cameras.usb.get(), &localizer});
+    const Backend cameras = makeCameras(cameraOptions(commandLine), mainQueue, diagnostics);
+    KTUVCManager::setEnvironment({cameras.usb.get(), &localizer});
 
     KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
     window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
     KTWindowController windowController(window);
-    ViewController panel({KTUVCManager::sharedManager(), *backends.cameras.capture, userDefaults, bundle,
-                          commandLine.renderer});
+    ViewController panel(
+        {KTUVCManager::sharedManager(), *cameras.capture, userDefaults, bundle, commandLine.renderer});
     QObject::connect(&panel, &ViewController::closeRequested, &windowController, &KTWindowController::close);
     QObject::connect(&panel, &ViewController::miniaturizeRequested, &windowController,
                      &KTWindowController::miniaturize);
@@ -88,7 +89,7 @@ int runPanel(const CommandLine& commandLine, KTApplication& application, const S
     windowController.windowDidLoad();
     if (KTDisplayView* display = panel.displayView()) {
         display->mtkView()->setAssetWriteManager(
-            std::make_shared<KTAssetWriterManager>(backends.assetWriters));
+            std::make_shared<KTAssetWriterManager>(makeFfmpegAssetWriterPlatform(diagnostics)));
         display->mtkView()->setDiagnostics(diagnostics);
     }
 
@@ -133,9 +134,9 @@ int runWindow(const CommandLine& commandLine, KTApplication& application) {
 int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
-    const Backends backends = makeBackends(cameraOptions(commandLine), mainQueue, diagnostics);
-    HeadlessCapture capture(*backends.cameras.capture, backends.assetWriters, *commandLine.headlessCapture,
-                            commandLine.renderer);
+    const Backend cameras = makeCameras(cameraOptions(commandLine), mainQueue, diagnostics);
+    HeadlessCapture capture(*cameras.capture, makeFfmpegAssetWriterPlatform(diagnostics),
+                            *commandLine.headlessCapture, commandLine.renderer);
     QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
     QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
     return KTApplication::exec();

@@ -5,7 +5,7 @@
 #include <QtGlobal>
 #include <cstdlib>
 
-#include "app/error_line.h"
+#include "process/error_line.h"
 
 namespace tavelo {
 namespace {

@@ -8,7 +8,7 @@
 #include <QScreen>
 #include <chrono>
 
-#include "app/error_line.h"
+#include "process/error_line.h"
 #include "video/kt_display_view.h"
 
 namespace tavelo {

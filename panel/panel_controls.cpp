@@ -16,16 +16,16 @@ constexpr bool no = false;
 
 // clang-format off
 constexpr std::array table{
-    //           control       slider             title             share        profile key                      default unchanged
-    PanelControl{bright,       Row::brightness,   "Brightness",     whole,       "kNSUserDefaultsKeyBrightness",   yes, yes},
-    PanelControl{contrast,     Row::contrast,     "Contrast",       whole,       "kNSUserDefaultsKeyContrast",     yes, yes},
-    PanelControl{saturation,   Row::saturation,   "Saturation",     whole,       "kNSUserDefaultsKeySaturation",   yes, no},
-    PanelControl{whiteBalance, Row::whiteBalance, "White_Balance",  whole,       "kNSUserDefaultsKeyWhiteBalance", yes, yes},
-    PanelControl{sharpness,    Row::sharpness,    "Sharpness",      whole,       "kNSUserDefaultsKeySharpness",    yes, yes},
-    PanelControl{zoom,         Row::zoom,         "Zoom",           whole,       "kNSUserDefaultsKeyZoom",         no,  yes},
-    PanelControl{panTilt,      Row::panUpDown,    "Pan_up_down",    tiltDegrees, "",                               no,  yes},
-    PanelControl{panTilt,      Row::panLeftRight, "Pan_left_right", panDegrees,  "kNSUserDefaultsKeyPanTilt",      no,  yes},
-    PanelControl{powerLine,    {},                "",               whole,       "kNSUserDefaultsKeyPowerLine",    yes, yes},
+    //           control       slider             title             share        unchanged
+    PanelControl{bright,       Row::brightness,   "Brightness",     whole,       yes},
+    PanelControl{contrast,     Row::contrast,     "Contrast",       whole,       yes},
+    PanelControl{saturation,   Row::saturation,   "Saturation",     whole,       no},
+    PanelControl{whiteBalance, Row::whiteBalance, "White_Balance",  whole,       yes},
+    PanelControl{sharpness,    Row::sharpness,    "Sharpness",      whole,       yes},
+    PanelControl{zoom,         Row::zoom,         "Zoom",           whole,       yes},
+    PanelControl{panTilt,      Row::panUpDown,    "Pan_up_down",    tiltDegrees, yes},
+    PanelControl{panTilt,      Row::panLeftRight, "Pan_left_right", panDegrees,  yes},
+    PanelControl{powerLine,    {},                "",               whole,       yes},
 };
 // clang-format on
 

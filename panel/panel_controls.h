@@ -26,16 +26,12 @@ struct PanelControl {
     /// The slider's title: a key of the string tables.
     std::string_view title;
     ValueShare share;
-    /// The control's entry in profiles.  Empty if the other half's row stores both.
-    std::string_view profileKey;
-    /// Whether areDefaults() considers it.
-    bool decidesDefaults;
     /// Whether a slider that did not change the value sends it again, such as on the release that ends a
     /// drag.
     bool sendsUnchanged;
 };
 
-/// All rows, in the order in which values are shown and in which profiles write them to the camera.
+/// All rows, in the order in which values are shown.
 std::span<const PanelControl> panelControls();
 
 const PanelControl& panelControl(PanelRow row);

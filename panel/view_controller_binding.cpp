@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Binds the controls to the camera shown, and handles cameras that fail or do not answer.
-#include "panel/camera_settings.h"
 #include "panel/view_controller.h"
+#include "profiles/camera_settings.h"
 #include "widgets/kt_slider.h"
 
 namespace tavelo {

@@ -2,12 +2,13 @@
 // The four profiles of a camera: selecting, applying, saving, restoring.
 #include <QCoreApplication>
 #include <QPointer>
+#include <QThreadPool>
 #include <utility>
 
-#include "panel/camera_settings.h"
 #include "panel/saved_alert.h"
-#include "panel/settings_push.h"
 #include "panel/view_controller.h"
+#include "profiles/camera_settings.h"
+#include "profiles/settings_push.h"
 #include "video/kt_display_view.h"
 #include "widgets/kt_profile_button.h"
 #include "widgets/kt_switch.h"
@@ -138,7 +139,9 @@ void ViewController::setCameraWithCameraSettingsDictionaryShouldGetBright(
 SettingsPushEvents ViewController::pushEvents() {
     const QPointer<ViewController> panel(this);
     SettingsPushEvents events;
-    events.accepted = [panel, binding = uvcManager_.bindingIdentity()](KTUVCControl control) {
+    events.run = [](std::function<void()> work) { QThreadPool::globalInstance()->start(std::move(work)); };
+    events.written = [panel, binding = uvcManager_.bindingIdentity()](KTUVCControl control, bool accepted) {
+        if (!accepted) return;
         onMainThread(panel, [control, binding](ViewController& self) {
             if (self.isBoundAs(binding)) self.showControl(control);
         });

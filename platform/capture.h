@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/audio_buffer.h"
+#include "platform/device_holders.h"
 #include "platform/error.h"
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
@@ -40,10 +41,21 @@ struct CaptureFormatRequest {
     struct Size {
         std::uint32_t width = 0;
         std::uint32_t height = 0;
+
+        friend bool operator==(const Size&, const Size&) = default;
     };
     std::optional<Size> size;
     std::optional<double> framesPerSecond;
     std::optional<std::string> fourcc; ///< "YUYV", "MJPG", ...
+};
+
+/// A size in a pixel format that a camera offers.
+struct CaptureFormat {
+    std::string fourcc; ///< "YUYV", "MJPG", ...
+    CaptureFormatRequest::Size size;
+    double framesPerSecond = 0; ///< the highest rate; 0 if the camera does not say
+
+    friend bool operator==(const CaptureFormat&, const CaptureFormat&) = default;
 };
 
 /// Receives the frames of a running input.  Called on the input's own thread.
@@ -89,6 +101,15 @@ public:
     virtual const std::string& uniqueID() const = 0;
     virtual const std::string& localizedName() const = 0;
     virtual bool hasMediaType(MediaType type) const = 0;
+
+    /// The system's name for it, such as "/dev/video0"; empty if it has none.
+    virtual std::string node() const { return {}; }
+    /// Where it is plugged in, such as "1-4.2"; empty if that is unknown.
+    virtual std::string place() const { return {}; }
+    /// In the camera's order.  Asks the camera; empty if it does not answer or cannot be opened.
+    virtual std::vector<CaptureFormat> formats() const { return {}; }
+    /// The other programs that have it open.  Takes milliseconds.
+    virtual DeviceHolders holders() const { return {}; }
 
     /// Null with `error` set if the device cannot be opened.
     virtual std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) = 0;

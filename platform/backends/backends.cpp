@@ -4,7 +4,6 @@
 #include <array>
 
 #include "platform/linux/kernel/backend.h"
-#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/priority/realtime_kit.h"
 #include "platform/linux/usb/backend.h"
 #include "platform/virtual/backend.h"
@@ -25,18 +24,6 @@ constexpr std::array transports{
               makeUsbBackend},
 };
 
-Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
-    if (options.virtualCameras > 0)
-        return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-    const BackendOptions machine{mainQueue, diagnostics, options.format, makeRealtimeKitPriority(),
-                                 options.warn};
-    for (const Transport& row : transports) {
-        if (row.transport != options.transport) continue;
-        if (Backend cameras = row.make(machine); cameras.usb) return cameras;
-    }
-    return makeKernelBackend(machine);
-}
-
 } // namespace
 
 std::vector<TransportDescription> cameraTransports() {
@@ -47,8 +34,16 @@ std::vector<TransportDescription> cameraTransports() {
     return descriptions;
 }
 
-Backends makeBackends(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
-    return {makeCameras(options, mainQueue, diagnostics), makeFfmpegAssetWriterPlatform(diagnostics)};
+Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    if (options.virtualCameras > 0)
+        return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
+    const BackendOptions machine{mainQueue, diagnostics, options.format, makeRealtimeKitPriority(),
+                                 options.warn};
+    for (const Transport& row : transports) {
+        if (row.transport != options.transport) continue;
+        if (Backend cameras = row.make(machine); cameras.usb) return cameras;
+    }
+    return makeKernelBackend(machine);
 }
 
 } // namespace tavelo

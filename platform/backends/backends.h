@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Chooses the backends that the program uses.
+// Chooses the backend that the program uses.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/asset_writer.h"
 #include "platform/backend.h"
 
 namespace tavelo {
@@ -37,13 +36,8 @@ struct CameraOptions {
     std::function<void(const std::string& line)> warn = {};
 };
 
-struct Backends {
-    Backend cameras;
-    std::shared_ptr<AssetWriterPlatform> assetWriters;
-};
-
 /// Falls back to the kernel's transport if the cameras cannot be used over USB.  Never fails: without
 /// cameras, USB or permissions the lists are empty.  `mainQueue` and `diagnostics` must outlive the result.
-Backends makeBackends(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
+Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics);
 
 } // namespace tavelo

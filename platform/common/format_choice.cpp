@@ -39,9 +39,6 @@ bool isKnown(Fourcc format) {
 double area(FrameSize size) {
     return double(size.width) * size.height;
 }
-bool same(FrameSize a, FrameSize b) {
-    return a.width == b.width && a.height == b.height;
-}
 bool fits(FrameSize size, FrameSize box) {
     return size.width <= box.width && size.height <= box.height;
 }
@@ -89,7 +86,7 @@ using Badness = std::tuple<bool, int, double, double, int, std::pair<bool, doubl
 
 Badness badness(const FormatChoice& choice, const CaptureFormatRequest& request) {
     const FrameSize box = request.size.value_or(defaultBox);
-    const bool wrongSize = request.size && !same(choice.size, *request.size);
+    const bool wrongSize = request.size && choice.size != *request.size;
     const bool fitting = fits(choice.size, box);
     // A camera that does not report its rates usually has one good rate.
     const double told = choice.interval.framesPerSecond();
@@ -135,6 +132,23 @@ double FormatChoice::bytesPerSecond() const {
     return area(size) * perPixel * (rate > 0 ? rate : defaultRate);
 }
 
+std::vector<CaptureFormat> captureFormats(std::span<const OfferedMode> offered) {
+    std::vector<CaptureFormat> formats;
+    for (const OfferedMode& mode : offered) {
+        CaptureFormat format{fourccText(mode.format), mode.size, 0};
+        for (const FrameIntervalRange& range : mode.intervals)
+            format.framesPerSecond = std::max(format.framesPerSecond, range.shortest.framesPerSecond());
+        const auto known = std::ranges::find_if(formats, [&format](const CaptureFormat& each) {
+            return each.fourcc == format.fourcc && each.size == format.size;
+        });
+        if (known == formats.end())
+            formats.push_back(std::move(format));
+        else
+            known->framesPerSecond = std::max(known->framesPerSecond, format.framesPerSecond);
+    }
+    return formats;
+}
+
 std::vector<FormatChoice> rankFormats(std::span<const OfferedMode> offered,
                                       const CaptureFormatRequest& request) {
     const auto demanded = request.fourcc ? fourccFromText(*request.fourcc) : std::nullopt;
@@ -168,7 +182,7 @@ std::vector<FrameSize> sizesToConsider(const FrameSizeRange& range, const Captur
         const FrameSize snapped{
             snap(size.width, range.smallest.width, range.largest.width, range.step.width),
             snap(size.height, range.smallest.height, range.largest.height, range.step.height)};
-        const bool known = std::ranges::any_of(sizes, [&](FrameSize other) { return same(other, snapped); });
+        const bool known = std::ranges::any_of(sizes, [&](FrameSize other) { return other == snapped; });
         if (!known && isShowable(snapped)) sizes.push_back(snapped);
     }
     return sizes;

@@ -62,6 +62,9 @@ struct OfferedMode {
     std::vector<FrameIntervalRange> intervals;
 };
 
+/// The modes for people and programs, without duplicates, in the order given; each at its highest rate.
+std::vector<CaptureFormat> captureFormats(std::span<const OfferedMode> offered);
+
 struct FormatChoice {
     Fourcc format = 0;
     FrameSize size;

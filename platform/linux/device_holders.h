@@ -1,26 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Which programs have a device open.
+// Finds out which programs have a device open.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
-#include <vector>
+
+#include "platform/device_holders.h"
 
 namespace tavelo {
-
-/// A process that has the device open; it need not be using it.
-struct DeviceHolder {
-    std::int64_t process = 0;
-    std::string program; ///< printable ASCII, never empty, 64 characters at most
-
-    friend bool operator==(const DeviceHolder&, const DeviceHolder&) = default;
-};
-
-struct DeviceHolders {
-    std::vector<DeviceHolder> seen; ///< by process number, the calling process left out
-    bool someHidden = false;        ///< processes of other users could not be examined
-};
 
 /// Searches the open files of every process that we may inspect.  Processes that end meanwhile are left
 /// out.  Takes milliseconds and never waits for a device.  Reentrant.

@@ -39,6 +39,9 @@ public:
     const std::string& uniqueID() const override { return uniqueID_; }
     const std::string& localizedName() const override { return firmware_->model().product; }
     bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+    std::vector<CaptureFormat> formats() const override {
+        return captureFormats(offeredModes(firmware_->model()));
+    }
 
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override {
         if (!firmware_->present()) {

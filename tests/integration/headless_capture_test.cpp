@@ -11,7 +11,7 @@
 #include <map>
 #include <thread>
 
-#include "app/qt_main_queue.h"
+#include "process/qt_main_queue.h"
 #include "movie_facts.h"
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"

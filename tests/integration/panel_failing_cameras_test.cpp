@@ -222,8 +222,8 @@ TEST_F(PanelFailingCameras, AControlThatTheCameraDoesNotHaveIsNotPushed) {
 TEST_F(PanelFailingCameras, ARecordMadeOfASilentCameraIsNotWrittenToIt) {
     start(1);
     PreferencesDictionary spoilt = storedProfile(0);
-    for (const PanelControl& control : panelControls())
-        if (!control.profileKey.empty()) spoilt[std::string(control.profileKey)] = {std::int64_t(-1)};
+    for (const ProfileControl& control : profileControls())
+        spoilt[std::string(control.key)] = {std::int64_t(-1)};
     storeProfile(0, spoilt);
     spoilt["kNSUserDefaultsKeyPowerLine"] = {std::int64_t(2)};
     storeProfile(1, spoilt);

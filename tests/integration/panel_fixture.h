@@ -15,9 +15,9 @@
 
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
-#include "app/qt_main_queue.h"
+#include "process/qt_main_queue.h"
 #include "app/resources/resource_bundle.h"
-#include "panel/camera_settings.h"
+#include "profiles/camera_settings.h"
 #include "panel/view_controller.h"
 #include "platform/virtual/backend.h"
 #include "support/memory_preferences_store.h"

@@ -7,6 +7,7 @@
 #include "platform/common/stream_retry_policy.h"
 #include "platform/linux/device_holders.h"
 #include "platform/linux/kernel/capture_input.h"
+#include "platform/linux/v4l2/v4l2_formats.h"
 
 namespace tavelo {
 
@@ -15,6 +16,16 @@ KernelCaptureDevice::KernelCaptureDevice(VideoNode node, KernelDeviceOptions opt
     : node_(std::move(node)),
       options_(std::move(options)),
       rightsMayComeUntil_(rightsMayComeUntil) {}
+
+std::vector<CaptureFormat> KernelCaptureDevice::formats() const {
+    int error = 0;
+    const auto node = options_.opener->open(node_.path(), error);
+    return node ? captureFormats(offeredModes(*node, {})) : std::vector<CaptureFormat>();
+}
+
+DeviceHolders KernelCaptureDevice::holders() const {
+    return deviceHolders(node_.path());
+}
 
 std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error) {
     error = {};

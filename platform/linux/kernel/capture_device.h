@@ -34,6 +34,10 @@ public:
     const std::string& uniqueID() const override { return node_.uniqueID; }
     const std::string& localizedName() const override { return node_.localizedName; }
     bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+    std::string node() const override { return node_.path(); }
+    std::string place() const override { return node_.place; }
+    std::vector<CaptureFormat> formats() const override;
+    DeviceHolders holders() const override;
 
     /// Also makes an input, which waits, if another program holds the node, or if the node is listed but
     /// not there yet: it is announced a moment before the driver opens it for all.

@@ -108,14 +108,14 @@ std::unique_ptr<CameraInspector> takeForInspection(UsbCameraClaims& claims, cons
 UsbInputMaker inputMaker(const std::shared_ptr<UsbCameraClaims>& claims, Diagnostics& diagnostics,
                          const CaptureFormatRequest& request,
                          const std::shared_ptr<ThreadPriority>& priority) {
-    return [claims, &diagnostics, request, priority](std::shared_ptr<CaptureDevice> device,
+    return [claims, &diagnostics, request, priority](const std::shared_ptr<CaptureDevice>& device,
                                                      const UsbCamera& camera, Error& /*error*/) {
         const auto open = [claims, address = camera.address](Error& error) {
             return claims->acquire(address, error);
         };
         const auto whoHolds = [node = camera.address.device.path()] { return busyText(deviceHolders(node)); };
         return std::make_unique<UsbCaptureInput>(
-            std::move(device),
+            device,
             UsbStreamSource{open, camera.address.streamingInterfaces.front(), camera.configurationDescriptor},
             CaptureInputOptions{
                 .diagnostics = diagnostics, .whoHolds = whoHolds, .request = request, .priority = priority});

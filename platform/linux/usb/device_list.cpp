@@ -8,7 +8,9 @@
 
 #include "platform/common/location_id.h"
 #include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/device_holders.h"
 #include "platform/linux/printable.h"
+#include "platform/linux/usb/stream/streaming_descriptors.h"
 #include "platform/uvc/descriptors.h"
 #include "platform/uvc/usb_video_function.h"
 
@@ -35,6 +37,7 @@ std::vector<UsbCamera> camerasOf(const SysfsUsbDevice& device, const UsbDescript
                            captureIdentifier(device.locationID, device.vendorID, device.productID,
                                              first ? std::nullopt : std::optional(number)),
                            first ? nameOf(device) : nameOf(device) + " (" + std::to_string(number) + ")",
+                           device.name,
                            descriptors.configuration});
     }
     return cameras;
@@ -49,6 +52,10 @@ public:
     const std::string& uniqueID() const override { return camera_.uniqueID; }
     const std::string& localizedName() const override { return camera_.localizedName; }
     bool hasMediaType(MediaType type) const override { return type == MediaType::video; }
+    std::string node() const override { return camera_.address.device.path(); }
+    std::string place() const override { return camera_.place; }
+    std::vector<CaptureFormat> formats() const override { return camera_.formats(); }
+    DeviceHolders holders() const override { return deviceHolders(node()); }
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override {
         error = {};
         return makeInput_(shared_from_this(), camera_, error);
@@ -64,6 +71,14 @@ private:
 bool UsbCamera::isSameAs(const UsbCamera& other) const {
     return address.device == other.address.device &&
            address.controlInterface == other.address.controlInterface && uniqueID == other.uniqueID;
+}
+
+std::vector<CaptureFormat> UsbCamera::formats() const {
+    std::vector<OfferedMode> modes;
+    for (const UvcFrameOffer& offer :
+         streamingInterfaceOf(configurationDescriptor, address.streamingInterfaces.front()).offers)
+        modes.push_back({offer.format, offer.size, offer.intervals});
+    return captureFormats(modes);
 }
 
 UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs) {

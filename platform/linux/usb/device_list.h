@@ -21,10 +21,13 @@ struct UsbCamera {
     UsbCameraAddress address;
     std::string uniqueID;      ///< the same as through the kernel's driver
     std::string localizedName; ///< printable, never empty
+    std::string place;         ///< see CaptureDevice
     /// The active configuration with all that follows it.
     std::vector<std::uint8_t> configurationDescriptor;
 
     bool isSameAs(const UsbCamera& other) const;
+    /// Those of its first streaming interface.
+    std::vector<CaptureFormat> formats() const;
 };
 
 struct UsbCameraScan {
@@ -38,7 +41,7 @@ UsbCameraScan scanUsbCameras(const std::filesystem::path& sysfs);
 
 /// Makes the input of a camera; null with the reason if it cannot.  Called on the main thread.
 using UsbInputMaker = std::function<std::unique_ptr<CaptureDeviceInput>(
-    std::shared_ptr<CaptureDevice> device, const UsbCamera& camera, Error& error)>;
+    const std::shared_ptr<CaptureDevice>& device, const UsbCamera& camera, Error& error)>;
 
 /// The video functions on the bus; those present at the start by bus and port.
 class UsbDeviceList : private CaptureDeviceList<UsbCamera> {

@@ -99,12 +99,13 @@ std::vector<VideoNode> VideoNodeScanner::scan() {
 }
 
 VideoNodeScanner::Seen VideoNodeScanner::look(const std::string& name, std::uint64_t instance) const {
-    Seen seen{{name, instance, {}, {}}, captures(name)};
+    Seen seen{{name, instance, {}, {}, {}}, captures(name)};
     if (!seen.captures) return seen;
     const fs::path folder = sysfs_ / "class/video4linux" / name;
     const auto identity = usbIdentityOfVideoNode(sysfs_, name);
     if (identity) {
         seen.node.uniqueID = identity->captureIdentifier();
+        seen.node.place = identity->deviceName;
     } else {
         // The node's place in the device tree, which is the same after every boot.
         std::error_code error;

@@ -18,6 +18,7 @@ struct VideoNode {
     std::uint64_t instance = 0; ///< differs each time a node appears, even under the same name
     std::string uniqueID;       ///< see CaptureDevice; "node:" and a stable text for a node off the USB bus
     std::string localizedName;  ///< printable, never empty
+    std::string place;          ///< see CaptureDevice
 
     std::string path() const { return "/dev/" + name; }
 };

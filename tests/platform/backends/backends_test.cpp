@@ -54,16 +54,16 @@ protected:
 };
 
 TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
-    const Backends backends = makeBackends({3, {}}, mainQueue, diagnostics);
-    const auto prober = backends.cameras.usb->initBusProber(2, nullptr);
+    const Backend cameras = makeCameras({3, {}}, mainQueue, diagnostics);
+    const auto prober = cameras.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     EXPECT_EQ(prober->devicesArray().size(), 3U);
     std::set<std::uint32_t> locations;
     for (const auto& device : prober->devicesArray())
         locations.insert(device->locationID);
-    const auto cameras = backends.cameras.capture->devicesWithMediaType(MediaType::video);
-    ASSERT_EQ(cameras.size(), 3U);
-    for (const auto& camera : cameras) {
+    const auto devices = cameras.capture->devicesWithMediaType(MediaType::video);
+    ASSERT_EQ(devices.size(), 3U);
+    for (const auto& camera : devices) {
         const std::string location = camera->uniqueID().substr(0, 10);
         EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
             << location;
@@ -76,12 +76,12 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
     CaptureVideoDataOutput output;
     output.setVideoSettings({PixelFormat::bgra32});
     output.setSampleBufferDelegate(&frames, &queue);
-    const Backends backends = makeBackends({1, {}}, mainQueue, diagnostics);
-    const auto camera = backends.cameras.capture->devicesWithMediaType(MediaType::video).front();
+    const Backend cameras = makeCameras({1, {}}, mainQueue, diagnostics);
+    const auto camera = cameras.capture->devicesWithMediaType(MediaType::video).front();
     Error error;
     const auto input = camera->makeInput(error);
     ASSERT_TRUE(input) << error.text;
-    const auto session = backends.cameras.capture->makeSession();
+    const auto session = cameras.capture->makeSession();
     session->addOutput(output);
     session->addInput(*input);
     session->startRunning();
@@ -101,19 +101,19 @@ class TheMachinesOwnHalves : public BackendsTest, public ::testing::WithParamInt
 TEST_P(TheMachinesOwnHalves, Agree) {
     CameraOptions options;
     options.transport = GetParam();
-    const Backends backends = makeBackends(options, mainQueue, diagnostics);
-    const auto prober = backends.cameras.usb->initBusProber(2, nullptr);
+    const Backend cameras = makeCameras(options, mainQueue, diagnostics);
+    const auto prober = cameras.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     std::set<std::uint32_t> locations;
     for (const auto& device : prober->devicesArray())
         locations.insert(device->locationID);
-    for (const auto& camera : backends.cameras.capture->devicesWithMediaType(MediaType::video)) {
+    for (const auto& camera : cameras.capture->devicesWithMediaType(MediaType::video)) {
         if (!camera->uniqueID().starts_with("0x")) continue;
         const std::string location = camera->uniqueID().substr(0, 10);
         EXPECT_TRUE(locations.contains(std::uint32_t(std::strtoul(location.c_str(), nullptr, 16))))
             << location;
     }
-    EXPECT_TRUE(backends.cameras.capture->makeSession());
+    EXPECT_TRUE(cameras.capture->makeSession());
 }
 
 TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {

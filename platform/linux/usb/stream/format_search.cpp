@@ -16,8 +16,7 @@ std::uint32_t unitsOf(FrameInterval interval) {
 }
 
 bool matches(const OfferedMode& mode, const FormatChoice& choice) {
-    return mode.format == choice.format && mode.size.width == choice.size.width &&
-           mode.size.height == choice.size.height;
+    return mode.format == choice.format && mode.size == choice.size;
 }
 
 } // namespace

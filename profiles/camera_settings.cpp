@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "panel/camera_settings.h"
+#include "profiles/camera_settings.h"
 
 #include <algorithm>
 
@@ -9,10 +9,6 @@ namespace {
 
 // Stored for a control that could not be read.
 constexpr std::int64_t unread = -1;
-
-bool isStored(const PanelControl& control) {
-    return !control.profileKey.empty();
-}
 
 bool canBe(std::int64_t value, KTUVCControl control, const KTUVCParameters& record) {
     const bool isPair = controlRow(control).argument == ControlArgument::pair;
@@ -30,22 +26,20 @@ std::string keyForCamera(std::string_view uniqueID) {
 
 PreferencesDictionary defaults(const KTUVCManager& manager) {
     PreferencesDictionary profile;
-    for (const PanelControl& control : panelControls())
-        if (isStored(control))
-            profile[std::string(control.profileKey)] = {manager.record(control.control)->def()};
+    for (const ProfileControl& control : profileControls())
+        profile[std::string(control.key)] = {manager.record(control.control)->def()};
     profile[std::string(mirrorKey)] = {std::int64_t(0)};
     return profile;
 }
 
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror) {
-    for (const PanelControl& control : panelControls()) {
-        if (!isStored(control)) continue;
+    for (const ProfileControl& control : profileControls()) {
         const KTUVCParameters& record = *manager.record(control.control);
         const PreferencesValue value{record.val()};
         if (record.supported())
-            profile.insert_or_assign(std::string(control.profileKey), value);
+            profile.insert_or_assign(std::string(control.key), value);
         else
-            profile.try_emplace(std::string(control.profileKey), value);
+            profile.try_emplace(std::string(control.key), value);
     }
     profile[std::string(mirrorKey)] = {mirror};
 }
@@ -81,10 +75,10 @@ bool boolean(const PreferencesDictionary& profile, std::string_view key) {
 std::vector<ValueToWrite> valuesToWrite(const PreferencesDictionary& profile, const KTUVCManager& manager) {
     std::vector<ValueToWrite> values;
     bool wasSilent = false; // whether the camera did not answer when the profile was created
-    for (const PanelControl& control : panelControls()) {
+    for (const ProfileControl& control : profileControls()) {
         const KTUVCParameters& record = *manager.record(control.control);
-        if (!isStored(control) || !record.supported()) continue;
-        const std::int64_t value = integer(profile, control.profileKey);
+        if (!record.supported()) continue;
+        const std::int64_t value = integer(profile, control.key);
         values.push_back({&control, value});
         wasSilent = wasSilent || (value == unread && !canBe(unread, control.control, record));
     }

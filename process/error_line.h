@@ -6,7 +6,7 @@
 
 namespace tavelo {
 
-/// Prints "tavelo-control-panel: TEXT" as one line, which does not mix with those of other threads.
+/// Prints "PROGRAM: TEXT" as one line, which does not mix with those of other threads.
 /// Thread-safe.
 void printErrorLine(std::string_view text) noexcept;
 

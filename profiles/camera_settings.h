@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "panel/panel_controls.h"
 #include "platform/preferences_store.h"
+#include "profiles/profile_controls.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo::camera_settings {
@@ -27,7 +27,7 @@ std::string keyForCamera(std::string_view uniqueID);
 /// The camera's own defaults, mirror off.
 PreferencesDictionary defaults(const KTUVCManager& manager);
 
-/// Overwrites the entries of panelControls() and the mirror with the current values.  Keeps other entries,
+/// Overwrites the entries of profileControls() and the mirror with the current values.  Keeps other entries,
 /// and the entries of controls that the camera does not have.
 void storeCurrent(PreferencesDictionary& profile, const KTUVCManager& manager, bool mirror);
 
@@ -41,11 +41,11 @@ std::int64_t integer(const PreferencesDictionary& profile, std::string_view key)
 bool boolean(const PreferencesDictionary& profile, std::string_view key);
 
 struct ValueToWrite {
-    const PanelControl* control;
+    const ProfileControl* control;
     std::int64_t value;
 };
 
-/// The values of a profile that the bound camera supports, in the order of panelControls().
+/// The values of a profile that the bound camera supports, in the order of profileControls().
 ///
 /// A profile created while the camera did not answer holds -1 for values that could not be read.  If any -1
 /// in a profile is outside its control's range, none of its -1 values is written.

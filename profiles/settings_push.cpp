@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "panel/settings_push.h"
+#include "profiles/settings_push.h"
 
-#include <QThreadPool>
 #include <array>
 #include <utility>
 #include <vector>
 
-#include "panel/camera_settings.h"
+#include "profiles/camera_settings.h"
 #include "uvc/bound_camera.h"
 #include "uvc/walk_patience.h"
 
@@ -34,7 +33,7 @@ public:
     bool isEmpty() const { return values_.empty(); }
 
     void queue() {
-        QThreadPool::globalInstance()->start([self = shared_from_this()] { self->run(); });
+        events_.run([self = shared_from_this()] { self->run(); });
     }
 
 private:
@@ -81,9 +80,8 @@ private:
 
     void write(const camera_settings::ValueToWrite& entry) {
         const KTUVCControl control = entry.control->control;
-        camera_.setControlWithComplitionHandle(control, entry.value, [this, control](bool accepted) {
-            if (accepted) events_.accepted(control);
-        });
+        camera_.setControlWithComplitionHandle(
+            control, entry.value, [this, control](bool accepted) { events_.written(control, accepted); });
     }
 
     const BoundCamera camera_;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "app/stderr_diagnostics.h"
+#include "process/stderr_diagnostics.h"
 
-#include "app/error_line.h"
+#include "process/error_line.h"
 
 namespace tavelo {
 

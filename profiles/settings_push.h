@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes a set of settings to the camera in the background.
+// Writes a set of settings to the camera.
 #pragma once
 
 #include <chrono>
@@ -11,17 +11,16 @@
 
 namespace tavelo {
 
-/// Callbacks of a push.  They are called from any thread, do their work later on the main thread, and do
-/// nothing once the panel is gone or another camera is bound.
+/// Where a push runs, and whom it tells.  All are called from the thread that the push runs on.
 struct SettingsPushEvents {
-    /// The camera accepted the value of this control.
-    std::function<void(KTUVCControl control)> accepted;
-    /// Call `proceed` after the pause.
+    /// Runs the push, or what is left of it after a pause: now, or later on another thread.
+    std::function<void(std::function<void()> work)> run;
+    /// Calls `proceed` after the pause.
     std::function<void(std::chrono::milliseconds pause, std::function<void()> proceed)> proceedLater;
+    /// Whether the camera took the value of this control.
+    std::function<void(KTUVCControl control, bool accepted)> written;
 };
 
-/// Queues the push on the global thread pool and returns at once.
-///
 /// Writes one control after another.  If a write fails, the push reopens the camera's interface and goes on
 /// with the next control: at once if the camera refused, after a pause if it did not answer.  It ends if the
 /// camera is gone or fails to answer a second time.  Two pushes may interleave; the last write of a control

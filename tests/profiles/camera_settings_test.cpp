@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "panel/camera_settings.h"
+#include "profiles/camera_settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "app/qt_main_queue.h"
+#include "process/qt_main_queue.h"
 
 #include <memory>
 #include <utility>

@@ -6,7 +6,7 @@
 
 namespace tavelo {
 
-/// Prints "tavelo-control-panel: DEVICE: REASON" when verbose, nothing otherwise.  Thread-safe.
+/// Prints "PROGRAM: DEVICE: REASON" when verbose, nothing otherwise.  Thread-safe.
 class StderrDiagnostics final : public Diagnostics {
 public:
     explicit StderrDiagnostics(bool verbose) : verbose_(verbose) {}

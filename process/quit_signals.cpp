@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "app/quit_signals.h"
+#include "process/quit_signals.h"
 
 #include <fcntl.h>
 #include <unistd.h>
