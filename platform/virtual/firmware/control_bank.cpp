@@ -182,6 +182,13 @@ bool ControlBank::setValue(ControlAddress address, std::int64_t value) {
     return true;
 }
 
+std::optional<ControlLimits> ControlBank::limits(ControlAddress address) const {
+    const State* state = find(address);
+    if (state == nullptr) return std::nullopt;
+    const FirmwareControl& row = *state->control;
+    return ControlLimits{row.minimum, row.maximum, row.resolution, state->factory};
+}
+
 PictureSettings ControlBank::pictureSettings() const {
     const auto number = [this](ControlAddress address) {
         const double neutral = firmwareControl(address)->defaultValue;

@@ -26,6 +26,7 @@ public:
                         std::span<const std::uint8_t> bytes) override;
     std::optional<std::int64_t> value(ControlAddress address) const override;
     bool setValue(ControlAddress address, std::int64_t value) override;
+    std::optional<ControlLimits> limits(ControlAddress address) const override;
     PictureSettings pictureSettings() const override;
 
 private:

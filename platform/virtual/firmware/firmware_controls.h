@@ -27,6 +27,16 @@ struct ControlResult {
     static ControlResult silence() { return {UsbReplyKind::silence, 0, {}}; }
 };
 
+/// A control's range; for pan and tilt, that of each half.
+struct ControlLimits {
+    std::int64_t minimum = 0;
+    std::int64_t maximum = 0;
+    std::int64_t resolution = 0;
+    std::int64_t defaultValue = 0;
+
+    friend bool operator==(const ControlLimits&, const ControlLimits&) = default;
+};
+
 /// Reentrant.
 class FirmwareControls {
 public:
@@ -49,6 +59,9 @@ public:
     /// Ignores automatic functions.  False if the camera does not have the control or the value is out of
     /// range.
     virtual bool setValue(ControlAddress address, std::int64_t value) = 0;
+
+    /// What is not known is 0; nothing if the camera does not have the control.
+    virtual std::optional<ControlLimits> limits(ControlAddress address) const = 0;
 
     virtual PictureSettings pictureSettings() const = 0;
 };

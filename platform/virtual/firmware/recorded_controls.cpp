@@ -203,18 +203,28 @@ bool RecordedControls::setValue(ControlAddress address, std::int64_t value) {
     return true;
 }
 
+std::optional<std::int64_t> RecordedControls::boundNumber(const State& state, UvcRequest request) const {
+    const auto bytes = bound(state, request);
+    if (!bytes) return std::nullopt;
+    const std::size_t size = state.known->form == ValueForm::signedPair ? state.size / 2 : state.size;
+    return integerOf(Bytes(*bytes).first(size), isSigned(*state.known));
+}
+
+std::optional<ControlLimits> RecordedControls::limits(ControlAddress address) const {
+    if (!value(address)) return std::nullopt;
+    const auto numberFor = [&](UvcRequest request) { return boundNumber(*find(address), request).value_or(0); };
+    return ControlLimits{numberFor(UvcRequest::getMin), numberFor(UvcRequest::getMax),
+                         numberFor(UvcRequest::getRes), numberFor(UvcRequest::getDef)};
+}
+
 double RecordedControls::pictureNumber(ControlAddress address) const {
     const FirmwareControl& own = *firmwareControl(address);
     const State* state = find(address);
     const auto now = value(address);
     if (!now || isDisabled(*state)) return own.defaultValue;
-    const auto numberFor = [&](UvcRequest request) {
-        const auto bytes = bound(*state, request);
-        return bytes ? std::optional(integerOf(*bytes, isSigned(*state->known))) : std::nullopt;
-    };
-    const auto minimum = numberFor(UvcRequest::getMin);
-    const auto maximum = numberFor(UvcRequest::getMax);
-    const auto neutral = numberFor(UvcRequest::getDef);
+    const auto minimum = boundNumber(*state, UvcRequest::getMin);
+    const auto maximum = boundNumber(*state, UvcRequest::getMax);
+    const auto neutral = boundNumber(*state, UvcRequest::getDef);
     if (!minimum || !maximum || !neutral) return own.defaultValue;
     return rescaled(static_cast<double>(*now), static_cast<double>(*minimum), static_cast<double>(*neutral),
                     static_cast<double>(*maximum), own);

@@ -35,6 +35,7 @@ public:
                         std::span<const std::uint8_t> bytes) override;
     std::optional<std::int64_t> value(ControlAddress address) const override;
     bool setValue(ControlAddress address, std::int64_t value) override;
+    std::optional<ControlLimits> limits(ControlAddress address) const override;
     PictureSettings pictureSettings() const override;
 
 private:
@@ -55,6 +56,7 @@ private:
     bool accepts(const State& state, std::span<const std::uint8_t> bytes) const;
     bool isWithinRange(const State& state, std::span<const std::uint8_t> bytes) const;
     std::optional<std::vector<std::uint8_t>> bound(const State& state, UvcRequest request) const;
+    std::optional<std::int64_t> boundNumber(const State& state, UvcRequest request) const;
     double pictureNumber(ControlAddress address) const;
 
     const std::shared_ptr<const RecordedCamera> camera_; // the states point into it

@@ -196,6 +196,11 @@ bool VirtualCameraFirmware::setControlValue(ControlAddress address, std::int64_t
     return controls_->setValue(address, value);
 }
 
+std::optional<ControlLimits> VirtualCameraFirmware::controlLimits(ControlAddress address) const {
+    const std::scoped_lock lock(mutex_);
+    return controls_->limits(address);
+}
+
 PictureSettings VirtualCameraFirmware::pictureSettings() const {
     const std::scoped_lock lock(mutex_);
     return controls_->pictureSettings();

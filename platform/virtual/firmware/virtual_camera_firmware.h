@@ -90,6 +90,8 @@ public:
     /// Sets a value even if its automatic is on.  False if the camera does not have the control or the value
     /// is out of range.
     bool setControlValue(ControlAddress address, std::int64_t value);
+    /// What is not known is 0; nothing if the camera does not have the control.
+    std::optional<ControlLimits> controlLimits(ControlAddress address) const;
     PictureSettings pictureSettings() const;
 
     // Faults.
