@@ -9,6 +9,7 @@
 #include "panel/view_controller.h"
 #include "profiles/camera_settings.h"
 #include "profiles/settings_push.h"
+#include "profiles/stored_profiles.h"
 #include "video/kt_display_view.h"
 #include "widgets/kt_profile_button.h"
 #include "widgets/kt_switch.h"
@@ -32,11 +33,6 @@ void onMainThread(const QPointer<ViewController>& panel, F function) {
         Qt::QueuedConnection);
 }
 
-const PreferencesDictionary* dictionaryAt(const PreferencesArray& record, std::int64_t index) {
-    if (index < 0 || static_cast<std::size_t>(index) >= record.size()) return nullptr;
-    return std::get_if<PreferencesDictionary>(&record[static_cast<std::size_t>(index)].value);
-}
-
 } // namespace
 
 void ViewController::createSettingsRecordIfMissing() {
@@ -48,12 +44,7 @@ void ViewController::createSettingsRecordIfMissing() {
 }
 
 std::optional<PreferencesArray> ViewController::settingsRecord() const {
-    if (!cameraSettingKey_) return {};
-    auto object = userDefaults_.objectForKey(*cameraSettingKey_);
-    if (!object) return {};
-    auto* record = std::get_if<PreferencesArray>(&object->value);
-    if (record == nullptr) return {};
-    return std::move(*record);
+    return cameraSettingKey_ ? storedRecord(userDefaults_, *cameraSettingKey_) : std::nullopt;
 }
 
 void ViewController::storeSettingsRecord(const PreferencesArray& record) {
@@ -96,7 +87,7 @@ void ViewController::profileButtonAction(std::int64_t index) {
     setProfileIndex(index);
     const auto record = settingsRecord();
     if (!record) return;
-    const PreferencesDictionary* profile = dictionaryAt(*record, index);
+    const PreferencesDictionary* profile = profileAt(*record, index);
     if (profile == nullptr) return;
     setCameraWithCameraSettingsDictionaryShouldGetBright(*profile, false);
     hiddenMtkViewAndShowAfterDelay(profileSettleTime);
@@ -107,7 +98,7 @@ void ViewController::saveProfileButtonAction(QObject* /*sender*/) {
     if (profileIndex_ < 0) return;
     const auto record = settingsRecord();
     if (!record) return;
-    const PreferencesDictionary* stored = dictionaryAt(*record, profileIndex_);
+    const PreferencesDictionary* stored = profileAt(*record, profileIndex_);
     if (stored == nullptr) return;
     PreferencesDictionary profile = *stored;
     camera_settings::storeCurrent(profile, uvcManager_, view_->mirrorSwitch()->on());

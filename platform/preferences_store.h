@@ -39,6 +39,9 @@ public:
     virtual std::optional<PreferencesValue> objectForKey(std::string_view key) const = 0;
     virtual void setObject(const PreferencesValue& value, std::string_view key) = 0;
 
+    /// The keys that objectForKey() has something for, in no order.
+    virtual std::vector<std::string> keys() const = 0;
+
     /// Sets a value for a key that seems to be absent.  If the key turns out to be on disk when this is
     /// written, the value on disk stays.
     virtual void setObjectIfMissing(const PreferencesValue& value, std::string_view key) = 0;

@@ -2,6 +2,8 @@
 #include "profiles/settings_push.h"
 
 #include <array>
+#include <memory>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -102,6 +104,24 @@ void pushSettings(KTUVCManager& manager, const PreferencesDictionary& settings, 
                   SettingsPushEvents events) {
     const auto push = std::make_shared<SettingsPush>(manager, settings, shouldGetBright, std::move(events));
     if (!push->isEmpty()) push->queue();
+}
+
+std::vector<KTUVCControl> pushSettingsAndWait(KTUVCManager& manager, const PreferencesDictionary& settings,
+                                              bool shouldGetBright) {
+    std::vector<KTUVCControl> missing;
+    for (const camera_settings::ValueToWrite& each : camera_settings::valuesToWrite(settings, manager))
+        missing.push_back(each.control->control);
+    SettingsPushEvents events;
+    events.run = [](const std::function<void()>& work) { work(); };
+    events.proceedLater = [](std::chrono::milliseconds pause, const std::function<void()>& proceed) {
+        std::this_thread::sleep_for(pause);
+        proceed();
+    };
+    events.written = [&missing](KTUVCControl control, bool accepted) {
+        if (accepted) std::erase(missing, control);
+    };
+    pushSettings(manager, settings, shouldGetBright, std::move(events));
+    return missing;
 }
 
 } // namespace tavelo

@@ -4,7 +4,7 @@
 
 #include <chrono>
 #include <functional>
-#include <memory>
+#include <vector>
 
 #include "platform/preferences_store.h"
 #include "uvc/kt_uvc_manager.h"
@@ -29,5 +29,11 @@ struct SettingsPushEvents {
 /// @param shouldGetBright skip the preparation that the camera needs for values of the user's own
 void pushSettings(KTUVCManager& manager, const PreferencesDictionary& settings, bool shouldGetBright,
                   SettingsPushEvents events);
+
+/// The same on the calling thread: returns once all is written, after about a second if the camera was
+/// silent.
+/// @return the controls that the camera did not take, in the order of the profile
+std::vector<KTUVCControl> pushSettingsAndWait(KTUVCManager& manager, const PreferencesDictionary& settings,
+                                              bool shouldGetBright);
 
 } // namespace tavelo

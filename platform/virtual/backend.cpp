@@ -72,10 +72,16 @@ private:
 } // namespace
 
 VirtualBackend makeVirtualBackend(int cameras, const CaptureFormatRequest& format, MainQueue& mainQueue) {
-    VirtualBackend backend;
-    backend.bus = std::make_shared<VirtualBus>();
+    auto bus = std::make_shared<VirtualBus>();
     for (int number = 1; number <= cameras; ++number)
-        backend.bus->plug(virtualCameraModel(number));
+        bus->plug(virtualCameraModel(number));
+    return makeVirtualBackend(std::move(bus), format, mainQueue);
+}
+
+VirtualBackend makeVirtualBackend(std::shared_ptr<VirtualBus> bus, const CaptureFormatRequest& format,
+                                  MainQueue& mainQueue) {
+    VirtualBackend backend;
+    backend.bus = std::move(bus);
     backend.usb = std::make_unique<VirtualUsbPlatform>(backend.bus);
     backend.capture = std::make_unique<VirtualCapturePlatform>(backend.bus, mainQueue, format);
     return backend;

@@ -18,4 +18,8 @@ struct VirtualBackend : Backend {
 /// @param mainQueue must outlive the result
 VirtualBackend makeVirtualBackend(int cameras, const CaptureFormatRequest& format, MainQueue& mainQueue);
 
+/// The same on a bus that exists already.
+VirtualBackend makeVirtualBackend(std::shared_ptr<VirtualBus> bus, const CaptureFormatRequest& format,
+                                  MainQueue& mainQueue);
+
 } // namespace tavelo

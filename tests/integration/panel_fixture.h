@@ -15,11 +15,11 @@
 
 #include "app/kt_window.h"
 #include "app/kt_window_controller.h"
-#include "process/qt_main_queue.h"
 #include "app/resources/resource_bundle.h"
-#include "profiles/camera_settings.h"
 #include "panel/view_controller.h"
 #include "platform/virtual/backend.h"
+#include "process/qt_main_queue.h"
+#include "profiles/camera_settings.h"
 #include "support/memory_preferences_store.h"
 #include "video/kt_display_view.h"
 #include "widgets/kt_camera_button.h"

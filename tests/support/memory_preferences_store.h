@@ -37,6 +37,13 @@ public:
         if (!objectForKey(key)) setObject(value, key);
     }
 
+    std::vector<std::string> keys() const override {
+        std::vector<std::string> names;
+        for (const auto& [name, value] : values_)
+            names.push_back(name);
+        return names;
+    }
+
     void synchronize(SynchronizeHandler handler) override {
         flushed_ = true;
         ++synchronizations_;

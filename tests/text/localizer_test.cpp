@@ -50,6 +50,7 @@ public:
     void setObjectIfMissing(const PreferencesValue& value, std::string_view key) override {
         values.try_emplace(std::string(key), value);
     }
+    std::vector<std::string> keys() const override { return {}; }
     void synchronize(SynchronizeHandler) override {}
 
     std::map<std::string, PreferencesValue> values;

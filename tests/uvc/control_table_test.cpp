@@ -34,6 +34,7 @@ public:
     std::optional<PreferencesValue> objectForKey(std::string_view) const override { return std::nullopt; }
     void setObject(const PreferencesValue&, std::string_view) override {}
     void setObjectIfMissing(const PreferencesValue&, std::string_view) override {}
+    std::vector<std::string> keys() const override { return {}; }
     void synchronize(SynchronizeHandler) override {}
 };
 

@@ -99,6 +99,16 @@ void JsonPreferencesStore::setObjectIfMissing(const PreferencesValue& value, std
     changed_.insert_or_assign(name, JsonChange{.base = json, .value = json});
 }
 
+std::vector<std::string> JsonPreferencesStore::keys() const {
+    look();
+    std::vector<std::string> names;
+    for (const QString& name : stored_.keys())
+        if (!changed_.contains(name)) names.push_back(name.toStdString());
+    for (const auto& [name, change] : changed_)
+        names.push_back(name.toStdString());
+    return names;
+}
+
 void JsonPreferencesStore::synchronize(SynchronizeHandler handler) {
     waiting_.push_back(std::move(handler));
     if (!writing_) writeWaiting();

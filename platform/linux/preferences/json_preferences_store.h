@@ -56,6 +56,7 @@ public:
     std::optional<PreferencesValue> objectForKey(std::string_view key) const override;
     void setObject(const PreferencesValue& value, std::string_view key) override;
     void setObjectIfMissing(const PreferencesValue& value, std::string_view key) override;
+    std::vector<std::string> keys() const override;
     void synchronize(SynchronizeHandler handler) override;
 
 private:

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// taveloctl snapshot, record
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <cerrno>
+#include <system_error>
+
+#include "cli/verbs.h"
+
+namespace tavelo {
+namespace {
+
+/// The control panel takes stills and movies without a window; it takes this process's place.
+class PanelCall {
+public:
+    PanelCall(const Session& session, const std::string& option, const std::string& file) {
+        add(option, file);
+        const CameraOptions& cameras = session.options().cameras;
+        if (cameras.virtualCameras > 0) add("--virtual-cameras", std::to_string(cameras.virtualCameras));
+        for (const TransportDescription& each : cameraTransports())
+            if (each.transport == cameras.transport) add("--transport", each.name);
+        if (session.options().verbose) arguments_.emplace_back("--verbose");
+    }
+
+    void add(const std::string& option, const std::string& value) {
+        arguments_.push_back(option);
+        arguments_.push_back(value);
+    }
+    void addFlag(const std::string& option) { arguments_.push_back(option); }
+
+    [[noreturn]] void replaceProcess() {
+        const std::string name = "tavelo-control-panel";
+        const std::string beside = QCoreApplication::applicationDirPath().toStdString() + "/" + name;
+        std::string self = "taveloctl"; // what the program calls itself in its messages
+        std::vector<char*> words{self.data()};
+        for (std::string& each : arguments_)
+            words.push_back(each.data());
+        words.push_back(nullptr);
+        ::execv(beside.c_str(), words.data());
+        ::execvp(name.c_str(), words.data());
+        throw Failure(ExitStatus::failed, name + " takes the picture, and cannot be started: " +
+                                              std::generic_category().message(errno) + " (install it)");
+    }
+
+private:
+    std::vector<std::string> arguments_;
+};
+
+class CaptureVerb : public Verb {
+protected:
+    void addCaptureOptions(CLI::App& command) {
+        command.add_option("file", file_, "The file to write")->required()->type_name("FILE");
+        command.add_flag("--mirror", mirror_, "Mirror the picture");
+        command.add_option("--size", size_, "Size, such as 1280x720")->type_name("WIDTHxHEIGHT");
+        command.add_option("--fps", rate_, "Frames in a second")->type_name("RATE");
+        command.add_option("--format", format_, "Pixel format, such as MJPG")->type_name("FORMAT");
+    }
+
+    PanelCall call(Session& session, const std::string& option) const {
+        const auto camera = session.camera();
+        Error error;
+        camera->makeInput(error);
+        if (error.code != ErrorCode::none)
+            throw Failure(statusOf(error.code), camera->localizedName() + ": " + error.text);
+        PanelCall panel(session, option, file_);
+        panel.add("--camera", camera->uniqueID());
+        if (mirror_) panel.addFlag("--mirror");
+        if (!size_.empty()) panel.add("--size", size_);
+        if (!rate_.empty()) panel.add("--fps", rate_);
+        if (!format_.empty()) panel.add("--format", format_);
+        return panel;
+    }
+
+private:
+    std::string file_;
+    bool mirror_ = false;
+    std::string size_;
+    std::string rate_;
+    std::string format_;
+};
+
+class SnapshotVerb final : public CaptureVerb {
+public:
+    const char* name() const override { return "snapshot"; }
+    const char* help() const override { return "Write a picture of the camera to a PNG file"; }
+    void addOptions(CLI::App& command) override { addCaptureOptions(command); }
+    void run(Session& session) override { call(session, "--snapshot").replaceProcess(); }
+};
+
+class RecordVerb final : public CaptureVerb {
+public:
+    const char* name() const override { return "record"; }
+    const char* help() const override { return "Record a movie until Ctrl+C, or for --duration seconds"; }
+    void addOptions(CLI::App& command) override {
+        addCaptureOptions(command);
+        command.add_option("--duration", duration_, "How long, in seconds")->type_name("SECONDS");
+    }
+    void run(Session& session) override {
+        PanelCall panel = call(session, "--record");
+        if (!duration_.empty()) panel.add("--duration", duration_);
+        panel.replaceProcess();
+    }
+
+private:
+    std::string duration_;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> makeSnapshotVerb() {
+    return std::make_unique<SnapshotVerb>();
+}
+std::unique_ptr<Verb> makeRecordVerb() {
+    return std::make_unique<RecordVerb>();
+}
+
+} // namespace tavelo

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "cli/session.h"
+
+#include <QEventLoop>
+#include <optional>
+#include <utility>
+
+#include "cli/json_output.h"
+#include "commands/camera_choice.h"
+#include "process/error_line.h"
+#include "process/stderr_diagnostics.h"
+
+namespace tavelo {
+
+Session::Session(SessionOptions options, const SessionEnvironment& environment)
+    : options_(std::move(options)),
+      environment_(environment),
+      diagnostics_(std::make_unique<StderrDiagnostics>(options_.verbose)) {}
+
+// The manager uses the backend until its end.
+Session::~Session() {
+    manager_.reset();
+    cameras_.clear();
+}
+
+Backend& Session::backend() {
+    if (!backend_) {
+        CameraOptions cameras = options_.cameras;
+        cameras.warn = [](const std::string& line) { printErrorLine(line); };
+        backend_ = std::make_unique<Backend>(environment_.makeCameras(cameras, *diagnostics_));
+    }
+    return *backend_;
+}
+
+CapturePlatform& Session::capture() {
+    return *backend().capture;
+}
+
+const std::vector<std::shared_ptr<CaptureDevice>>& Session::cameras() {
+    if (!std::exchange(hasListed_, true)) cameras_ = capture().devicesWithMediaType(MediaType::video);
+    return cameras_;
+}
+
+std::shared_ptr<CaptureDevice> Session::camera() {
+    return cameraNamed(options_.camera);
+}
+
+std::shared_ptr<CaptureDevice> Session::cameraNamed(std::string_view text) {
+    std::string reason;
+    const auto position = chooseCamera(cameras(), text, reason);
+    if (!position)
+        throw Failure(text.empty() && !cameras().empty() ? ExitStatus::usage : ExitStatus::noCamera, reason);
+    return cameras()[*position];
+}
+
+KTUVCManager& Session::controls() {
+    return controlsOf(camera());
+}
+
+KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) {
+    if (!manager_) {
+        manager_ = std::make_unique<KTUVCManager>(KTUVCEnvironment{.usb = backend().usb.get()});
+        manager_->initProberWithBusProberScopeProberDelegate(2, nullptr);
+    }
+    manager_->refreshDataWithUniqueIDString(camera->uniqueID());
+    if (!manager_->isControllable()) failToControl(*camera);
+    return *manager_;
+}
+
+void Session::failToControl(CaptureDevice& camera) {
+    Error error;
+    camera.makeInput(error);
+    const std::string name = camera.localizedName() + ": ";
+    if (error.code == ErrorCode::denied)
+        throw Failure(ExitStatus::denied, name + error.text + " (add yourself to the group \"video\")");
+    if (error.code != ErrorCode::none) throw Failure(statusOf(error.code), name + error.text);
+    throw Failure(ExitStatus::failed,
+                  name + "it has no controls, or does not answer (taveloctl probe says which)");
+}
+
+PreferencesStore& Session::preferences() {
+    if (!preferences_) preferences_ = environment_.makePreferences();
+    return *preferences_;
+}
+
+void Session::savePreferences() {
+    std::optional<bool> saved;
+    QEventLoop loop;
+    preferences().synchronize([&](bool success) {
+        saved = success;
+        loop.quit();
+    });
+    if (!saved) loop.exec();
+    // The store has printed why.
+    if (!saved.value_or(false)) throw Failure(ExitStatus::failed, "nothing was saved");
+}
+
+void Session::printJson(QJsonObject object) {
+    print(jsonLine(std::move(object)));
+}
+
+} // namespace tavelo

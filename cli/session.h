@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+// What the verbs of taveloctl work with: cameras, controls, stored settings, output.
+#pragma once
+
+#include <QJsonObject>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/failure.h"
+#include "platform/backends/backends.h"
+#include "platform/diagnostics.h"
+#include "platform/main_queue.h"
+#include "platform/preferences_store.h"
+#include "uvc/kt_uvc_manager.h"
+
+namespace tavelo {
+
+/// The options that every verb has.
+struct SessionOptions {
+    CameraOptions cameras;
+    std::string camera; ///< which one; see chooseCamera()
+    bool json = false;
+    bool verbose = false;
+};
+
+/// Where a session's parts come from; tests replace them.
+struct SessionEnvironment {
+    MainQueue& mainQueue;
+    std::function<Backend(const CameraOptions& options, Diagnostics& diagnostics)> makeCameras;
+    std::function<std::unique_ptr<PreferencesStore>()> makePreferences;
+    /// Receives all output, in pieces.
+    std::function<void(std::string_view text)> print;
+};
+
+/// One call of taveloctl.  Everything is made when it is first asked for.  Main thread only; whatever fails
+/// throws Failure.
+class Session {
+public:
+    Session(SessionOptions options, const SessionEnvironment& environment);
+    ~Session();
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const SessionOptions& options() const { return options_; }
+    bool json() const { return options_.json; }
+
+    const std::vector<std::shared_ptr<CaptureDevice>>& cameras();
+    CapturePlatform& capture();
+
+    /// The camera that the user chose.
+    std::shared_ptr<CaptureDevice> camera();
+    std::shared_ptr<CaptureDevice> cameraNamed(std::string_view text);
+
+    /// The controls of the chosen camera, all read.
+    KTUVCManager& controls();
+    /// The same for another camera; one camera is bound at a time.
+    KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
+
+    PreferencesStore& preferences();
+    /// Waits until everything that was set is on the disk.
+    void savePreferences();
+
+    /// Prints a text as it is.
+    void print(std::string_view text) { environment_.print(text); }
+    /// Prints an object in one line, with the version of its schema.
+    void printJson(QJsonObject object);
+
+private:
+    Backend& backend();
+    [[noreturn]] void failToControl(CaptureDevice& camera);
+
+    const SessionOptions options_;
+    const SessionEnvironment& environment_;
+    std::unique_ptr<Diagnostics> diagnostics_;
+    std::unique_ptr<Backend> backend_;
+    std::unique_ptr<KTUVCManager> manager_;
+    std::vector<std::shared_ptr<CaptureDevice>> cameras_;
+    bool hasListed_ = false;
+    std::unique_ptr<PreferencesStore> preferences_;
+};
+
+} // namespace tavelo

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Parses a command line of taveloctl and runs its verb.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/session.h"
+
+namespace tavelo {
+
+/// Needs an application object for verbs that wait.  Main thread.
+/// @param arguments without the program's name
+/// @param error receives one line without the program's name if the status is not 0
+/// @return the exit status
+int runTaveloctl(const std::vector<std::string>& arguments, const SessionEnvironment& environment,
+                 std::string& error);
+
+} // namespace tavelo

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "commands/camera_choice.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace tavelo {
+namespace {
+
+using Cameras = std::vector<std::shared_ptr<CaptureDevice>>;
+
+std::string lowered(std::string text) {
+    std::ranges::transform(text, text.begin(), [](char each) {
+        return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
+    });
+    return text;
+}
+
+std::optional<std::size_t> wholeNumber(std::string_view text) {
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+template <typename Matches>
+std::vector<std::size_t> positions(const Cameras& cameras, Matches matches) {
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < cameras.size(); ++i)
+        if (matches(*cameras[i])) found.push_back(i);
+    return found;
+}
+
+std::string howMany(const Cameras& cameras) {
+    if (cameras.size() == 1) return "there is one";
+    return cameras.empty() ? "none is plugged in" : "there are " + std::to_string(cameras.size());
+}
+
+} // namespace
+
+std::optional<std::size_t> chooseCamera(const Cameras& cameras, std::string_view text, std::string& reason) {
+    const std::string wanted(text);
+    if (cameras.empty()) {
+        reason = wanted.empty() ? "no camera is plugged in" : "no camera " + wanted + ": none is plugged in";
+        return {};
+    }
+    if (wanted.empty()) {
+        if (cameras.size() == 1) return 0;
+        reason = "there are " + std::to_string(cameras.size()) +
+                 " cameras: choose one with --camera (taveloctl list shows them)";
+        return {};
+    }
+    if (const auto number = wholeNumber(text)) {
+        if (*number >= 1 && *number <= cameras.size()) return *number - 1;
+        reason = "no camera " + wanted + ": " + howMany(cameras);
+        return {};
+    }
+    const std::string low = lowered(wanted);
+    const auto exact = positions(cameras, [&](const CaptureDevice& camera) {
+        return camera.uniqueID() == low || (!camera.node().empty() && camera.node() == wanted) ||
+               lowered(camera.localizedName()) == low;
+    });
+    if (exact.size() == 1) return exact.front();
+    const auto partial = positions(cameras, [&](const CaptureDevice& camera) {
+        return lowered(camera.localizedName()).find(low) != std::string::npos;
+    });
+    if (partial.size() == 1) return partial.front();
+    reason = partial.empty() ? "no camera " + wanted + " (taveloctl list shows the cameras)"
+                             : std::to_string(partial.size()) + " cameras are called " + wanted +
+                                   ": choose one by its number or identifier (taveloctl list shows them)";
+    return {};
+}
+
+} // namespace tavelo

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Finds the camera that the user means.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/capture.h"
+
+namespace tavelo {
+
+/// The position of the camera that a text names, or nothing with the reason.
+/// @param text a number from 1, an identifier, a node ("/dev/video0"), or a name or a part of one that only
+///     one camera has; empty is possible if there is one camera
+std::optional<std::size_t> chooseCamera(const std::vector<std::shared_ptr<CaptureDevice>>& cameras,
+                                        std::string_view text, std::string& reason);
+
+} // namespace tavelo

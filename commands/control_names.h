@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// The names of controls and of their choices, as people type them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "uvc/control_table.h"
+
+namespace tavelo {
+
+/// Pan and tilt are one control of the camera, and two for people.
+enum class ControlHalf : std::uint8_t { whole, pan, tilt };
+
+struct ChoiceWord {
+    std::int64_t value;
+    std::string_view word;
+};
+
+struct NamedControl {
+    KTUVCControl control;
+    ControlHalf half;
+    std::string_view name; ///< the words of the USB Video Class, with hyphens
+    /// Other programs' names for it, with underscores; empty texts fill the array.
+    std::array<std::string_view, 2> aliases;
+    /// The words for its values; empty for a number.
+    std::span<const ChoiceWord> words;
+    std::string_view unit; ///< of its numbers; empty if they have none
+};
+
+/// In the order of the control table, pan before tilt.  Constant.
+std::span<const NamedControl> namedControls();
+
+/// Finds a control by its name or an alias.  Case does not matter, nor whether words are joined with hyphens
+/// or underscores.  Null if there is none.
+const NamedControl* controlNamed(std::string_view name);
+
+/// The name of a control's whole, or of pan for the two halves.
+const NamedControl& namedControl(KTUVCControl control);
+
+/// The control's own number in a record's field.
+std::int64_t shareOf(const NamedControl& control, std::int64_t value);
+
+/// The word for a value, or the number in digits.
+std::string valueText(const NamedControl& control, std::int64_t value);
+
+} // namespace tavelo

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "commands/control_state.h"
+
+#include <memory>
+#include <span>
+
+#include "uvc/value_coding.h"
+
+namespace tavelo {
+namespace {
+
+const NamedControl* namedIfSupported(const KTUVCManager& manager, KTUVCControl control) {
+    return manager.record(control)->supported() ? &namedControl(control) : nullptr;
+}
+
+// GET_RES: the step of a number, the sum of a choice's values.
+std::optional<std::int64_t> resolution(KTUVCManager& manager, const NamedControl& control) {
+    const KTUVCControlInfo& info = *manager.record(control.control)->controlInfo();
+    std::unique_ptr<std::uint8_t[]> bytes;
+    const std::int32_t count = manager._requestValTypeForControlReturnVal(UvcRequest::getRes, info, bytes);
+    if (count <= 0 || !bytes) return {};
+    return shareOf(control, overlaid(0, std::span(bytes.get(), static_cast<std::size_t>(count))));
+}
+
+void addChoices(ControlState& state, KTUVCManager& manager, bool ask) {
+    const bool isBitMap = state.control->control == KTUVCControl::autoExposureMode;
+    const auto offered = isBitMap && ask ? resolution(manager, *state.control) : std::nullopt;
+    for (const ChoiceWord& choice : state.control->words) {
+        const bool isOffered = isBitMap
+                                   ? !offered || (*offered & choice.value) != 0 || choice.value == state.value
+                                   : !state.maximum || choice.value <= *state.maximum;
+        if (isOffered) state.choices.push_back(choice);
+    }
+}
+
+void addRulers(ControlState& state, const KTUVCManager& manager) {
+    const ControlRow& row = controlRow(state.control->control);
+    if (row.automatic) {
+        state.automatic = namedIfSupported(manager, row.automatic->control);
+        state.isAutomatic = !manager.controlSupported(row.control);
+    }
+    for (const NamedControl& other : namedControls()) {
+        const ControlRow& otherRow = controlRow(other.control);
+        if (otherRow.automatic && otherRow.automatic->control == row.control &&
+            manager.record(other.control)->supported())
+            state.rules.push_back(&other);
+    }
+}
+
+} // namespace
+
+std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep) {
+    const KTUVCParameters& record = *manager.record(control.control);
+    if (!record.supported()) return {};
+    const KTUVCControlInfo& info = *record.controlInfo();
+    ControlState state;
+    state.control = &control;
+    state.value = shareOf(control, record.val());
+    if (info.hasMin()) state.minimum = shareOf(control, record.min());
+    if (info.hasMax()) state.maximum = shareOf(control, record.max());
+    if (info.hasDef()) state.defaultValue = shareOf(control, record.def());
+    if (!control.words.empty())
+        addChoices(state, manager, withStep);
+    else if (withStep)
+        state.step = resolution(manager, control);
+    addRulers(state, manager);
+    return state;
+}
+
+std::vector<ControlState> controlStates(KTUVCManager& manager) {
+    std::vector<ControlState> states;
+    for (const NamedControl& control : namedControls())
+        if (auto state = controlState(manager, control, true)) states.push_back(std::move(*state));
+    return states;
+}
+
+} // namespace tavelo
