@@ -50,6 +50,7 @@ public:
 
     const std::vector<std::shared_ptr<CaptureDevice>>& cameras();
     CapturePlatform& capture();
+    UsbPlatform& usb();
 
     /// The camera that the user chose.
     std::shared_ptr<CaptureDevice> camera();
@@ -59,6 +60,10 @@ public:
     KTUVCManager& controls();
     /// The same for another camera; one camera is bound at a time.
     KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
+
+    /// Fails with the reason why a camera cannot be opened.
+    /// @param otherwise the reason if it can
+    [[noreturn]] static void failToReach(CaptureDevice& camera, const std::string& otherwise);
 
     PreferencesStore& preferences();
     /// Waits until everything that was set is on the disk.
@@ -71,7 +76,6 @@ public:
 
 private:
     Backend& backend();
-    [[noreturn]] void failToControl(CaptureDevice& camera);
 
     const SessionOptions options_;
     const SessionEnvironment& environment_;

@@ -24,6 +24,7 @@ std::unique_ptr<Verb> makeExportVerb();
 std::unique_ptr<Verb> makeImportVerb();
 std::unique_ptr<Verb> makeSnapshotVerb();
 std::unique_ptr<Verb> makeRecordVerb();
+std::unique_ptr<Verb> makeProbeVerb();
 
 /// In the order of the help.
 std::vector<std::unique_ptr<Verb>> allVerbs();
