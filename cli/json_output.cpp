@@ -3,6 +3,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <cmath>
 
 namespace tavelo {
 namespace {
@@ -20,7 +21,7 @@ QJsonObject formatJson(const CaptureFormat& format) {
                        {QStringLiteral("width"), static_cast<qint64>(format.size.width)},
                        {QStringLiteral("height"), static_cast<qint64>(format.size.height)}};
     if (format.framesPerSecond > 0)
-        object.insert(QStringLiteral("frames_per_second"), format.framesPerSecond);
+        object.insert(QStringLiteral("frames_per_second"), std::round(format.framesPerSecond * 100) / 100);
     return object;
 }
 

@@ -27,12 +27,15 @@ class CommandLine {
 public:
     CommandLine() {
         app_.set_version_flag("--version", "taveloctl " TAVELO_VERSION);
-        app_.require_subcommand(1);
+        app_.require_subcommand(0, 1);
         app_.fallthrough();
+        app_.get_formatter()->label("SUBCOMMAND", "VERB");
+        app_.get_formatter()->label("SUBCOMMANDS", "VERBS");
         addOptions();
         for (const auto& verb : verbs_) {
             CLI::App* command = app_.add_subcommand(verb->name(), verb->help());
             verb->addOptions(*command);
+            command->group("Verbs");
         }
     }
 
@@ -40,6 +43,7 @@ public:
     void parse(std::vector<std::string> arguments) {
         std::ranges::reverse(arguments);
         app_.parse(arguments);
+        if (app_.get_subcommands().empty()) throw CLI::RequiredError("A verb");
     }
 
     /// For help, version and errors of parse(): what to print, and the status.

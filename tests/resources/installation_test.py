@@ -66,6 +66,14 @@ class Installation(unittest.TestCase):
         program = self.prefix / "bin" / "tavelo-virtual-camera"
         subprocess.run([program, "--help"], check=True, stdout=subprocess.DEVNULL, timeout=60)
 
+    def test_the_command_line_is_installed_with_its_man_page_and_completion(self):
+        program = self.prefix / "bin" / "taveloctl"
+        listed = subprocess.run([program, "--virtual-cameras", "1", "list"], check=True, capture_output=True, text=True, timeout=60).stdout
+        self.assertIn("0x7e10000012090001", listed)
+        for file in ("man/man1/taveloctl.1", "bash-completion/completions/taveloctl", "zsh/site-functions/_taveloctl",
+                     "fish/vendor_completions.d/taveloctl.fish", "doc/TaveloControlPanel/taveloctl.schema.json"):
+            self.assertTrue((self.share / file).is_file(), file)
+
     def test_the_watch_over_taken_cameras_is_installed_where_the_panel_looks_for_it(self):
         program = self.prefix / "libexec" / "tavelo" / "tavelo-driver-watch"
         result = subprocess.run([program, "/nowhere", "0"], stdin=subprocess.DEVNULL, timeout=60, check=False)

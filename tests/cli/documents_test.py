@@ -1,0 +1,69 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Holds taveloctl against its documents: the schema of --json, and the man page.
+
+Usage: documents_test.py TAVELOCTL SCHEMA MAN_PAGE
+"""
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import jsonschema
+
+PROGRAM, SCHEMA, MAN_PAGE = sys.argv[1:]
+
+
+def call(home, *arguments):
+    return subprocess.run([PROGRAM, "--virtual-cameras", "2", "-c", "2", *arguments], check=True, text=True,
+                          capture_output=True, env={"XDG_CONFIG_HOME": home, "PATH": "/usr/bin:/bin"},
+                          timeout=60).stdout
+
+
+class Documents(unittest.TestCase):
+    schema = json.loads(pathlib.Path(SCHEMA).read_text(encoding="utf-8"))
+
+    def validate(self, document, definition):
+        jsonschema.validate(document, {**self.schema, "$ref": f"#/$defs/{definition}"},
+                            cls=jsonschema.Draft202012Validator)
+
+    def test_the_schema_is_one(self):
+        jsonschema.Draft202012Validator.check_schema(self.schema)
+
+    def test_every_verb_prints_what_the_schema_says(self):
+        with tempfile.TemporaryDirectory() as home:
+            call(home, "save", "1", "--mirror", "on")
+            for definition, *arguments in [
+                    ("list", "list"),
+                    ("controls", "controls"),
+                    ("values", "get", "zoom", "hue-auto", "power-line-frequency"),
+                    ("values", "set", "zoom=200", "focus-auto=off"),
+                    ("profiles", "profiles")]:
+                with self.subTest(arguments):
+                    output = call(home, "--json", *arguments)
+                    self.assertEqual(output.count("\n"), 1)
+                    document = json.loads(output)
+                    self.validate(document, definition)
+                    with self.assertRaises(jsonschema.ValidationError):
+                        self.validate({**document, "version": 2}, definition)
+            self.validate(json.loads(call(home, "export")), "file")
+
+    def test_the_man_page_names_every_verb_and_option(self):
+        page = pathlib.Path(MAN_PAGE).read_text(encoding="utf-8").replace("\\-", "-")
+        main = subprocess.run([PROGRAM, "--help"], check=True, text=True, capture_output=True).stdout
+        verbs = re.findall(r"^  ([a-z]+)  ", main.split("Verbs:\n")[1], re.MULTILINE)
+        self.assertGreater(len(verbs), 10)
+        helps = [main] + [subprocess.run([PROGRAM, verb, "--help"], check=True, text=True,
+                                         capture_output=True).stdout for verb in verbs]
+        options = {option for text in helps for option in re.findall(r"(?<![\w-])--[a-z][a-z-]+", text)}
+        for verb in verbs:
+            self.assertTrue(re.search(rf"(?m)^\.B[IR]? {verb}\b", page), verb)
+        for option in sorted(options):
+            self.assertTrue(re.search(rf"{option}(?![a-z-])", page), option)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// Calls of taveloctl on virtual cameras that stay between the calls.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/taveloctl.h"
+#include "platform/linux/preferences/json_preferences_store.h"
+#include "platform/virtual/backend.h"
+#include "process/qt_main_queue.h"
+#include "support/temporary_folder.h"
+
+namespace tavelo {
+
+struct Called {
+    int status = 0;
+    std::string output;
+    std::string error;
+};
+
+class TaveloctlTest : public ::testing::Test {
+protected:
+    void plug(int number) { bus_->plug(virtualCameraModel(number)); }
+    std::shared_ptr<VirtualCameraFirmware> camera(int number) { return bus_->camera(number); }
+
+    Called call(const std::vector<std::string>& arguments) {
+        Called called;
+        const SessionEnvironment environment{
+            .mainQueue = mainQueue_,
+            .makeCameras = [this](const CameraOptions& options, Diagnostics& /*diagnostics*/) -> Backend {
+                return makeVirtualBackend(bus_, options.format, mainQueue_);
+            },
+            .makePreferences =
+                [this] {
+                    return std::make_unique<JsonPreferencesStore>(mainQueue_,
+                                                                  QString::fromStdString(preferencesFile()));
+                },
+            .print = [&called](std::string_view text) { called.output += text; }};
+        called.status = runTaveloctl(arguments, environment, called.error);
+        return called;
+    }
+
+    /// The output of a call that must succeed.
+    std::string output(const std::vector<std::string>& arguments) {
+        const Called called = call(arguments);
+        EXPECT_EQ(called.status, 0) << called.error;
+        EXPECT_EQ(called.error, "");
+        return called.output;
+    }
+
+    /// Status and message of a call that must fail and print nothing.
+    std::string failure(const std::vector<std::string>& arguments) {
+        const Called called = call(arguments);
+        EXPECT_NE(called.status, 0);
+        EXPECT_EQ(called.output, "");
+        return std::to_string(called.status) + ": " + called.error;
+    }
+
+    std::string preferencesFile() const { return file("preferences.json"); }
+    std::string file(const std::string& name) const { return (folder_.path() / name).string(); }
+
+    static std::string read(const std::string& path) {
+        std::ifstream stream(path, std::ios::binary);
+        std::ostringstream text;
+        text << stream.rdbuf();
+        return text.str();
+    }
+    static void write(const std::string& path, const std::string& text) {
+        std::ofstream(path, std::ios::binary) << text;
+    }
+
+    /// Compares with a file in tests/cli/golden; with UPDATE_GOLDEN set, writes it instead.
+    static void expectGolden(const std::string& name, const std::string& text) {
+        const std::string path = std::string(GOLDEN_FOLDER "/") + name;
+        if (std::getenv("UPDATE_GOLDEN") != nullptr) write(path, text);
+        EXPECT_EQ(text, read(path)) << name;
+    }
+
+private:
+    testing::TemporaryFolder folder_;
+    QtMainQueue mainQueue_;
+    std::shared_ptr<VirtualBus> bus_ = std::make_shared<VirtualBus>();
+};
+
+} // namespace tavelo
