@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <QJsonDocument>
 
+#include "cli/json_output.h"
 #include "cli/verbs.h"
 #include "platform/linux/whole_file.h"
 #include "probe/camera_probe.h"
@@ -49,11 +50,10 @@ public:
                 throw Failure(ExitStatus::failed, "the camera answers too much for a pack");
             writeFile(pack_, pack);
         }
-        if (session.json())
-            session.printJson(
-                QJsonDocument::fromJson(QByteArray::fromStdString(reportJson(record))).object());
-        else
-            session.print(reportText(record));
+        if (!session.json()) return session.print(reportText(record));
+        QJsonObject report = QJsonDocument::fromJson(QByteArray::fromStdString(reportJson(record))).object();
+        report.insert(QStringLiteral("camera"), toQString(session.camera()->uniqueID()));
+        session.printJson(report);
     }
 
 private:

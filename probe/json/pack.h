@@ -12,7 +12,7 @@
 
 namespace tavelo {
 
-inline constexpr std::string_view packFormat = "tavelo-camera-pack";
+inline constexpr std::string_view packFormat = "tavelo camera pack";
 inline constexpr int packVersion = 1;
 
 /// The longest pack that is read, in bytes.

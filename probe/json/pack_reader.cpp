@@ -143,11 +143,11 @@ ControlRecord readControl(Reader& reader, const Json& control) {
     record.entity = reader.number<std::uint8_t>(control, "entity", 1, UINT8_MAX);
     record.selector = reader.number<std::uint8_t>(control, "selector", 1, UINT8_MAX);
     record.listed = reader.flag(control, "listed");
-    const std::string source = reader.text(control, "answeredBy");
+    const std::string source = reader.text(control, "answered_by");
     if (source == sourceText(AnswerSource::driver))
         record.source = AnswerSource::driver;
     else if (source != sourceText(AnswerSource::camera))
-        reader.fail("answeredBy", "neither camera nor driver");
+        reader.fail("answered_by", "neither camera nor driver");
     const Json& answers = reader.member(control, "answers");
     for (std::size_t i = 0; i < controlReads.size(); ++i)
         record.answers[i] = readAnswer(reader, answers, nameOf(controlReads[i]).data());
@@ -180,10 +180,10 @@ CameraRecord readRecord(Reader& reader, const Json& pack) {
     if (!record.node.empty() && !isVideoNode(record.node)) reader.fail("node", "no video node");
     record.product = reader.text(pack, "product");
     record.speed = reader.number<std::uint32_t>(pack, "speed", 0, highestSpeed);
-    record.controlInterface = reader.number<std::uint8_t>(pack, "controlInterface", 0, UINT8_MAX);
-    record.descriptors.device = reader.bytes(pack, "deviceDescriptor", deviceDescriptorLength);
+    record.controlInterface = reader.number<std::uint8_t>(pack, "control_interface", 0, UINT8_MAX);
+    record.descriptors.device = reader.bytes(pack, "device_descriptor", deviceDescriptorLength);
     record.descriptors.configuration =
-        reader.bytes(pack, "configurationDescriptor", longestConfiguration);
+        reader.bytes(pack, "configuration_descriptor", longestConfiguration);
     readControls(reader, pack, record);
     return record;
 }

@@ -46,7 +46,7 @@ Json controlOf(const ControlRecord& control) {
     return {{"entity", control.entity},
             {"selector", control.selector},
             {"listed", control.listed},
-            {"answeredBy", sourceText(control.source)},
+            {"answered_by", sourceText(control.source)},
             {"answers", answersOf(control)},
             {"driver", driverOf(control.driver)}};
 }
@@ -65,9 +65,9 @@ std::string writePack(const CameraRecord& record) {
                        {"node", isVideoNode(record.node) ? record.node : std::string()},
                        {"product", printableText(record.product)},
                        {"speed", record.speed},
-                       {"controlInterface", record.controlInterface},
-                       {"deviceDescriptor", hexText(record.descriptors.device)},
-                       {"configurationDescriptor", hexText(record.descriptors.configuration)},
+                       {"control_interface", record.controlInterface},
+                       {"device_descriptor", hexText(record.descriptors.device)},
+                       {"configuration_descriptor", hexText(record.descriptors.configuration)},
                        {"controls", controls}};
     constexpr int indent = 1;
     return pack.dump(indent, ' ', true, Json::error_handler_t::replace) + "\n";

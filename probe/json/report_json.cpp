@@ -21,15 +21,15 @@ Json identityOf(const CameraDescription& camera, const CameraRecord& record) {
             {"usb", versionText(camera.usbVersion)},
             {"uvc", versionText(camera.classVersion)},
             {"speed", record.speed},
-            {"controlInterface", record.controlInterface}};
+            {"control_interface", record.controlInterface}};
 }
 
 Json entityOf(const DescribedEntity& entity) {
     Json json = {{"id", entity.id}, {"kind", entity.kind()}};
-    if (entity.terminalType != 0) json["terminalType"] = hexNumber(entity.terminalType, 4);
+    if (entity.terminalType != 0) json["terminal_type"] = hexNumber(entity.terminalType, 4);
     if (entity.isExtensionUnit()) json["guid"] = guidText(entity.guid);
     json["sources"] = entity.sources;
-    json["bmControls"] = hexText(entity.bmControls);
+    json["bm_controls"] = hexText(entity.bmControls);
     json["selectors"] = entity.selectors;
     return json;
 }
@@ -38,7 +38,7 @@ Json frameOf(const DescribedFrame& frame) {
     return {{"index", frame.index},
             {"width", frame.width},
             {"height", frame.height},
-            {"defaultInterval", frame.defaultInterval},
+            {"default_interval", frame.defaultInterval},
             {"continuous", frame.isContinuous},
             {"intervals", frame.intervals}};
 }
@@ -102,7 +102,7 @@ Json controlsOf(const CameraDescription& camera, const CameraRecord& record) {
                             {"selector", control.selector},
                             {"name", controlName(camera, control)},
                             {"listed", control.listed},
-                            {"answeredBy", sourceText(control.source)},
+                            {"answered_by", sourceText(control.source)},
                             {"answers", answersOf(control, knownControl(camera, control))},
                             {"driver", driverOf(control.driver)}});
     return controls;
@@ -130,7 +130,7 @@ std::string reportJson(const CameraRecord& record) {
                          {"kernel", record.kernel},
                          {"transport", record.transport},
                          {"node", record.node},
-                         {"camera", identityOf(camera, record)},
+                         {"identity", identityOf(camera, record)},
                          {"entities", entities},
                          {"streams", streams},
                          {"controls", controlsOf(camera, record)},

@@ -79,7 +79,7 @@ TEST_F(LikeFileTest, SaysWhatIsWrongWithAFile) {
     EXPECT_THAT(reason("{\"format\": \"other\"}"), HasSubstr("no camera pack"));
     EXPECT_THAT(reason(std::string(longestPack + 1, ' ')), HasSubstr("larger than 4 MiB"));
     std::string elsewhere = pack;
-    elsewhere.replace(elsewhere.find("\"controlInterface\": 4"), 21, "\"controlInterface\": 9");
+    elsewhere.replace(elsewhere.find("\"control_interface\": 4"), 22, "\"control_interface\": 9");
     EXPECT_THAT(reason(elsewhere), HasSubstr("interface 9 is no video-control interface"));
     Error error;
     EXPECT_FALSE(modelsLike("/nowhere/at/all", 1, error));

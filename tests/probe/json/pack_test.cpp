@@ -64,7 +64,7 @@ TEST(Pack, IsReadAsItWasWritten) {
 }
 
 TEST(Pack, NamesItsFormatAndVersionFirst) {
-    EXPECT_TRUE(writePack(record()).starts_with("{\n \"format\": \"tavelo-camera-pack\",\n \"version\": 1,\n"));
+    EXPECT_TRUE(writePack(record()).starts_with("{\n \"format\": \"tavelo camera pack\",\n \"version\": 1,\n"));
 }
 
 TEST(Pack, IsPlainAscii) {
@@ -106,7 +106,7 @@ TEST(Pack, TheReaderNamesAnotherVersion) {
               "it is of version 2, this program reads version 1");
     EXPECT_EQ(reasonAgainst("\"version\": 1", "\"version\": \"1\""), "it names no version");
     EXPECT_EQ(reasonAgainst("\"version\": 1", "\"v\": 1"), "it names no version");
-    EXPECT_EQ(reasonAgainst("tavelo-camera-pack", "something"), "it is no camera pack");
+    EXPECT_EQ(reasonAgainst("tavelo camera pack", "something"), "it is no camera pack");
     Error error;
     EXPECT_FALSE(readPack("{}", error));
     EXPECT_FALSE(readPack("[1]", error));
@@ -119,13 +119,13 @@ TEST(Pack, TheReaderNamesWhatIsWrong) {
     EXPECT_THAT(reasonAgainst("\"speed\": 480", "\"speed\": 1000001"), HasSubstr("speed: out of range"));
     EXPECT_THAT(reasonAgainst("\"speed\": 480", "\"speed\": 4.5"), HasSubstr("speed: not a whole number"));
     EXPECT_THAT(reasonAgainst("\"speed\": 480", "\"speed\": 18446744073709551615"), HasSubstr("speed: not"));
-    EXPECT_THAT(reasonAgainst("\"controlInterface\": 2", "\"controlInterface\": 256"),
-                HasSubstr("controlInterface: out of range"));
+    EXPECT_THAT(reasonAgainst("\"control_interface\": 2", "\"control_interface\": 256"),
+                HasSubstr("control_interface: out of range"));
     EXPECT_THAT(reasonAgainst("\"entity\": 7", "\"entity\": 0"),
                 HasSubstr("control 2 of the list: entity: out of range"));
     EXPECT_THAT(reasonAgainst("\"selector\": 255", "\"selector\": 256"), HasSubstr("selector: out of range"));
     EXPECT_THAT(reasonAgainst("\"listed\": true", "\"listed\": 1"), HasSubstr("listed: neither"));
-    EXPECT_THAT(reasonAgainst("\"answeredBy\": \"driver\"", "\"answeredBy\": \"me\""), HasSubstr("answeredBy"));
+    EXPECT_THAT(reasonAgainst("\"answered_by\": \"driver\"", "\"answered_by\": \"me\""), HasSubstr("answered_by"));
     EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"fdf\""), HasSubstr("GET_CUR: neither"));
     EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"gdff\""), HasSubstr("GET_CUR: neither"));
     EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": 3"), HasSubstr("GET_CUR: not a text"));
@@ -134,8 +134,8 @@ TEST(Pack, TheReaderNamesWhatIsWrong) {
     EXPECT_THAT(reasonAgainst("\"/dev/video12\"", "\"/etc/passwd\""), HasSubstr("node: no video node"));
     EXPECT_THAT(reasonAgainst("\"kernel\",", "\"magic\","), HasSubstr("transport: unknown"));
     EXPECT_THAT(reasonAgainst("\"Cam\\u00e9ra\"", "\"Cam\\u001bra\""), HasSubstr("product: not printable"));
-    EXPECT_THAT(reasonAgainst("a5a5", "a5z5"), HasSubstr("deviceDescriptor"));
-    EXPECT_THAT(reasonAgainst("a5a5", "a5a5a5"), HasSubstr("deviceDescriptor: too long"));
+    EXPECT_THAT(reasonAgainst("a5a5", "a5z5"), HasSubstr("device_descriptor"));
+    EXPECT_THAT(reasonAgainst("a5a5", "a5a5a5"), HasSubstr("device_descriptor: too long"));
     EXPECT_THAT(reasonAgainst("\"entity\": 7,\n   \"selector\": 255", "\"entity\": 5,\n   \"selector\": 2"),
                 HasSubstr("control 2 of the list: listed twice"));
 }

@@ -34,9 +34,9 @@ TEST_F(ReportJson, TellsTheCameraItsEntitiesAndItsFormats) {
     ASSERT_TRUE(json.is_object());
     EXPECT_EQ(json["program"], "1.0.0");
     EXPECT_EQ(json["transport"], "virtual");
-    EXPECT_EQ(json["camera"]["name"], "Tavelo Virtual Camera 1");
-    EXPECT_EQ(json["camera"]["vendor"], "0x1209");
-    EXPECT_EQ(json["camera"]["uvc"], "1.10");
+    EXPECT_EQ(json["identity"]["name"], "Tavelo Virtual Camera 1");
+    EXPECT_EQ(json["identity"]["vendor"], "0x1209");
+    EXPECT_EQ(json["identity"]["uvc"], "1.10");
     EXPECT_EQ(json["entities"].size(), 3U);
     EXPECT_EQ(json["entities"][0]["kind"], "camera terminal");
     const Json& stream = json["streams"][0];
