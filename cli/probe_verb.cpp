@@ -37,8 +37,9 @@ public:
     }
     void addOptions(CLI::App& command) override {
         command
-            .add_option("--pack", pack_,
-                        "Also write all of it to this file, to attach to a bug report (without serial number)")
+            .add_option(
+                "--pack", pack_,
+                "Also write all of it to this file, to attach to a bug report (without serial number)")
             ->type_name("FILE");
     }
 

@@ -7,8 +7,7 @@ std::vector<std::unique_ptr<Verb>> allVerbs() {
     std::vector<std::unique_ptr<Verb>> verbs;
     for (const auto make : {makeListVerb, makeControlsVerb, makeGetVerb, makeSetVerb, makeResetVerb,
                             makeSendVerb, makeProfilesVerb, makeApplyVerb, makeSaveVerb, makeCopyVerb,
-                            makeExportVerb, makeImportVerb, makeSnapshotVerb, makeRecordVerb,
-                            makeProbeVerb})
+                            makeExportVerb, makeImportVerb, makeSnapshotVerb, makeRecordVerb, makeProbeVerb})
         verbs.push_back(make());
     return verbs;
 }

@@ -74,8 +74,8 @@ struct UsbDescriptors {
 /// What the operating system knows of a device without asking it.
 struct UsbDeviceFacts {
     UsbDescriptors descriptors;
-    std::string product;      ///< the product string, printable, or empty
-    std::uint32_t speed = 0;  ///< megabits per second; 0: unknown, or less than one
+    std::string product;     ///< the product string, printable, or empty
+    std::uint32_t speed = 0; ///< megabits per second; 0: unknown, or less than one
 };
 
 /// A device as the operating system lists it, and the way to its interfaces.

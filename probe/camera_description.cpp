@@ -65,8 +65,7 @@ void listSelectors(DescribedEntity& entity) {
     const std::size_t bits = 8 * entity.bmControls.size();
     if (entity.isExtensionUnit()) {
         for (std::size_t bit = 0; bit < std::min<std::size_t>(bits, 255); ++bit)
-            if (isSet(entity.bmControls, bit))
-                entity.selectors.push_back(static_cast<std::uint8_t>(bit + 1));
+            if (isSet(entity.bmControls, bit)) entity.selectors.push_back(static_cast<std::uint8_t>(bit + 1));
         return;
     }
     if (!entity.isCameraTerminal() && !entity.isProcessingUnit()) return;
@@ -138,8 +137,8 @@ CameraDescription describeCamera(const UsbDescriptors& descriptors, std::uint8_t
     for (const Bytes descriptor : videoControlDescriptors(descriptors.configuration, controlInterface)) {
         auto entity = readEntity(descriptor);
         if (!entity) continue;
-        const bool known = std::ranges::find(camera.entities, entity->id, &DescribedEntity::id) !=
-                           camera.entities.end();
+        const bool known =
+            std::ranges::find(camera.entities, entity->id, &DescribedEntity::id) != camera.entities.end();
         if (!known) camera.entities.push_back(std::move(*entity));
     }
     const UsbVideoFunction function = videoFunctionOf(descriptors.configuration, controlInterface);

@@ -66,8 +66,8 @@ private:
     RawAnswer ask(const ControlRecord& record, UvcRequest request, std::size_t length) {
         if (patience_.isOver(record.entity)) return {AnswerKind::skipped, {}};
         if (length == 0) return {};
-        RawAnswer answer = inspector_.ask({record.entity, record.selector, codeOf(request),
-                                           static_cast<std::uint16_t>(length)});
+        RawAnswer answer = inspector_.ask(
+            {record.entity, record.selector, codeOf(request), static_cast<std::uint16_t>(length)});
         notice(record.entity, answer.kind);
         return answer;
     }
@@ -150,8 +150,8 @@ std::optional<CameraRecord> probeCamera(UsbDevice& device, std::optional<std::ui
         return std::nullopt;
     }
     const auto functions = videoControlInterfaces(facts->descriptors.configuration);
-    if (functions.empty() || std::ranges::find(functions, controlInterface.value_or(functions.front())) ==
-                                 functions.end()) {
+    if (functions.empty() ||
+        std::ranges::find(functions, controlInterface.value_or(functions.front())) == functions.end()) {
         error = {ErrorCode::invalid, "the device has no such video-control interface"};
         return std::nullopt;
     }

@@ -18,13 +18,13 @@ struct ProbeOrigin {
     std::string kernel;  ///< the release of the running kernel
 };
 
-/// Reads every control that the camera's descriptors list: of the camera terminal and the processing units all
-/// that the class knows, of extension units all of their bitmap.  Of the class's controls that are not listed
-/// it asks GET_INFO and records those that do not refuse it.  Writes nothing.
+/// Reads every control that the camera's descriptors list: of the camera terminal and the processing units
+/// all that the class knows, of extension units all of their bitmap.  Of the class's controls that are not
+/// listed it asks GET_INFO and records those that do not refuse it.  Writes nothing.
 ///
 /// An entity that was silent twice is asked no more, and after eight silences nothing is: what is left is
-/// `skipped`.  So it takes a minute at worst.  Nothing, with the reason, if the camera cannot be opened or was
-/// unplugged meanwhile.
+/// `skipped`.  So it takes a minute at worst.  Nothing, with the reason, if the camera cannot be opened or
+/// was unplugged meanwhile.
 /// @param controlInterface which video function; absent: the first
 std::optional<CameraRecord> probeCamera(UsbDevice& device, std::optional<std::uint8_t> controlInterface,
                                         const ProbeOrigin& origin, Error& error);

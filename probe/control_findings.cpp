@@ -70,7 +70,8 @@ private:
     std::string nameText(UvcRequest request) const { return std::string(nameOf(request)); }
 
     void checkUnlisted() {
-        if (isAnswered(UvcRequest::getInfo)) add("GET_INFO is answered, although the descriptors do not list it");
+        if (isAnswered(UvcRequest::getInfo))
+            add("GET_INFO is answered, although the descriptors do not list it");
         checkSilence();
     }
 
@@ -102,7 +103,8 @@ private:
         const std::size_t length = wordAt(bytes, 0);
         if (length == 0) add("GET_LEN says 0");
         if (known_ != nullptr && length != 0 && length != known_->size)
-            add("GET_LEN says " + std::to_string(length) + ", the class says " + std::to_string(known_->size));
+            add("GET_LEN says " + std::to_string(length) + ", the class says " +
+                std::to_string(known_->size));
     }
 
     // What the values were asked with.
@@ -122,9 +124,9 @@ private:
     }
 
     bool isRanged() const {
-        return known_ != nullptr && (known_->form == ValueForm::number ||
-                                     known_->form == ValueForm::signedNumber ||
-                                     known_->form == ValueForm::signedPair);
+        return known_ != nullptr &&
+               (known_->form == ValueForm::number || known_->form == ValueForm::signedNumber ||
+                known_->form == ValueForm::signedPair);
     }
 
     // What the class requires; extension units need all.
@@ -132,8 +134,8 @@ private:
         if (request == UvcRequest::getCur) return false; // GET_INFO decides
         if (known_ == nullptr) return true;
         if (classRange(known_->address, request, camera_.classVersion)) return false;
-        const bool hasDefault = isRanged() || known_->form == ValueForm::bitmap ||
-                                known_->form == ValueForm::toggle;
+        const bool hasDefault =
+            isRanged() || known_->form == ValueForm::bitmap || known_->form == ValueForm::toggle;
         if (request == UvcRequest::getDef)
             return hasDefault && !(known_->address == control::autoExposurePriority);
         if (request == UvcRequest::getRes && known_->form == ValueForm::bitmap) return true;
@@ -208,7 +210,8 @@ private:
         const DriverView& driver = record_.driver;
         if (driver.kind == AnswerKind::answered && driver.controls.empty())
             add("the kernel's driver has no control for it");
-        if (driver.kind == AnswerKind::stalled) add("the kernel's driver cannot read its range: the camera refuses");
+        if (driver.kind == AnswerKind::stalled)
+            add("the kernel's driver cannot read its range: the camera refuses");
         for (const DriverControl& control : driver.controls) {
             if (control.minimum > control.maximum)
                 add("the kernel's driver has an empty range for " + control.name);
@@ -236,8 +239,9 @@ std::vector<Finding> findingsOf(const CameraDescription& camera, const CameraRec
     for (const DescribedEntity& entity : camera.entities) {
         listed += entity.selectors.size();
         for (const std::size_t bit : entity.unknownBits)
-            found.push_back({entity.id, 0, "bmControls sets bit " + std::to_string(bit) +
-                                               ", which the class does not assign"});
+            found.push_back(
+                {entity.id, 0,
+                 "bmControls sets bit " + std::to_string(bit) + ", which the class does not assign"});
         const auto skipped = std::ranges::find_if(record.controls, [&](const ControlRecord& control) {
             return control.entity == entity.id && wasSkipped(control);
         });
@@ -250,8 +254,9 @@ std::vector<Finding> findingsOf(const CameraDescription& camera, const CameraRec
         }
     }
     if (listed > mostControlRecords)
-        found.insert(found.begin(), {0, 0, "lists " + std::to_string(listed) + " controls; the first " +
-                                               std::to_string(mostControlRecords) + " were asked"});
+        found.insert(found.begin(), {0, 0,
+                                     "lists " + std::to_string(listed) + " controls; the first " +
+                                         std::to_string(mostControlRecords) + " were asked"});
     return found;
 }
 

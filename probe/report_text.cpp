@@ -121,10 +121,11 @@ private:
     void writeDriver(const DriverView& driver) {
         if (driver.kind == AnswerKind::notAsked) return;
         if (driver.kind != AnswerKind::answered) line(2, "driver " + outcomeText(driver.kind));
-        if (driver.kind == AnswerKind::answered && driver.controls.empty()) line(2, "driver has no control for it");
+        if (driver.kind == AnswerKind::answered && driver.controls.empty())
+            line(2, "driver has no control for it");
         for (const DriverControl& control : driver.controls)
-            line(2, "driver \"" + control.name + "\" (" + hexNumber(control.id, 8) + "): " +
-                        std::to_string(control.minimum) + " to " + std::to_string(control.maximum) +
+            line(2, "driver \"" + control.name + "\" (" + hexNumber(control.id, 8) +
+                        "): " + std::to_string(control.minimum) + " to " + std::to_string(control.maximum) +
                         ", step " + std::to_string(control.step) + ", default " +
                         std::to_string(control.defaultValue) + ", flags " + hexNumber(control.flags, 1));
     }

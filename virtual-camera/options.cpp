@@ -28,13 +28,13 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
         app.add_flag("--two-functions", options.twoFunctions,
                      "give each device a second video function, as cameras N+1 to 2N");
     std::string format;
-    CLI::Option* const onlyFormat =
-        app.add_option("--format", format, "offer only this format: YUYV or MJPG")
-            ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
-            ->type_name("FOURCC");
-    app.add_option("--like", options.like,
-                   "be like the camera in this pack, which \"taveloctl probe --pack\" wrote: its descriptors, "
-                   "controls and faults")
+    CLI::Option* const onlyFormat = app.add_option("--format", format, "offer only this format: YUYV or MJPG")
+                                        ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
+                                        ->type_name("FOURCC");
+    app.add_option(
+           "--like", options.like,
+           "be like the camera in this pack, which \"taveloctl probe --pack\" wrote: its descriptors, "
+           "controls and faults")
         ->type_name("FILE")
         ->excludes(bulk)
         ->excludes(twoFunctions)

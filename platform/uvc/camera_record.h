@@ -47,11 +47,11 @@ struct ControlRecord {
 
 /// One video function of a camera.  All texts are printable; none names its owner or its machine.
 struct CameraRecord {
-    std::string program;   ///< version of the program that asked
-    std::string kernel;    ///< release of the kernel that it ran on
-    std::string transport; ///< "kernel", "usb" or "virtual"
-    std::string node;      ///< "/dev/video0", or empty
-    std::string product;   ///< product string
+    std::string program;     ///< version of the program that asked
+    std::string kernel;      ///< release of the kernel that it ran on
+    std::string transport;   ///< "kernel", "usb" or "virtual"
+    std::string node;        ///< "/dev/video0", or empty
+    std::string product;     ///< product string
     std::uint32_t speed = 0; ///< megabits per second; 0: unknown
     std::uint8_t controlInterface = 0;
     UsbDescriptors descriptors;
@@ -62,9 +62,9 @@ struct CameraRecord {
 
 // Bounds of a record.
 inline constexpr std::size_t mostControlRecords = 1024;
-inline constexpr std::size_t longestAnswer = 4096;        ///< bytes
+inline constexpr std::size_t longestAnswer = 4096;         ///< bytes
 inline constexpr std::size_t longestConfiguration = 65535; ///< bytes
-inline constexpr std::size_t longestRecordText = 1024;    ///< bytes of each text
-inline constexpr std::size_t mostDriverControls = 4;      ///< for one control of the camera
+inline constexpr std::size_t longestRecordText = 1024;     ///< bytes of each text
+inline constexpr std::size_t mostDriverControls = 4;       ///< for one control of the camera
 
 } // namespace tavelo

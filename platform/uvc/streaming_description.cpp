@@ -27,10 +27,9 @@ constexpr std::uint8_t vp8Format = 0x16;
 constexpr std::uint8_t vp8Frame = 0x17;
 constexpr std::uint8_t vp8SimulcastFormat = 0x18;
 
-constexpr std::array formatSubtypes{uvc::uncompressedFormat, uvc::mjpegFormat, transportStreamFormat,
-                                    dvFormat,                frameBasedFormat, streamBasedFormat,
-                                    h264Format,              h264SimulcastFormat, vp8Format,
-                                    vp8SimulcastFormat};
+constexpr std::array formatSubtypes{
+    uvc::uncompressedFormat, uvc::mjpegFormat, transportStreamFormat, dvFormat,  frameBasedFormat,
+    streamBasedFormat,       h264Format,       h264SimulcastFormat,   vp8Format, vp8SimulcastFormat};
 
 bool isFormat(std::uint8_t subtype) {
     return std::ranges::find(formatSubtypes, subtype) != formatSubtypes.end();
@@ -39,14 +38,16 @@ bool isFormat(std::uint8_t subtype) {
 // Where the fields of a frame descriptor are.
 struct FrameFields {
     std::uint8_t subtype;
-    std::size_t size;            // of the picture: width, then height
+    std::size_t size; // of the picture: width, then height
     std::size_t defaultInterval;
     std::size_t intervalCount;
     std::size_t intervals;
 };
 constexpr std::array frameFields{
-    FrameFields{uvc::uncompressedFrame, 5, 21, 25, 26}, FrameFields{uvc::mjpegFrame, 5, 21, 25, 26},
-    FrameFields{frameBasedFrame, 5, 17, 21, 26},        FrameFields{h264Frame, 4, 39, 43, 44},
+    FrameFields{uvc::uncompressedFrame, 5, 21, 25, 26},
+    FrameFields{uvc::mjpegFrame, 5, 21, 25, 26},
+    FrameFields{frameBasedFrame, 5, 17, 21, 26},
+    FrameFields{h264Frame, 4, 39, 43, 44},
     FrameFields{vp8Frame, 4, 26, 30, 31},
 };
 
@@ -126,10 +127,10 @@ private:
         const bool isochronous = type == 1;
         const std::uint16_t told = wordAt(descriptor, 4);
         const std::uint32_t transactions = isochronous ? 1U + (told >> 11U & 3U) : 1U;
-        found_.settings.push_back({alternate_, descriptor[2],
-                                   isochronous ? StreamingEndpointKind::isochronous
-                                               : StreamingEndpointKind::bulk,
-                                   (told & 0x07FFU) * transactions});
+        found_.settings.push_back(
+            {alternate_, descriptor[2],
+             isochronous ? StreamingEndpointKind::isochronous : StreamingEndpointKind::bulk,
+             (told & 0x07FFU) * transactions});
         isochronousOpen_ = isochronous;
     }
 

@@ -22,8 +22,8 @@ struct DescribedFrame {
 
 struct DescribedFormat {
     std::uint8_t index = 0;
-    std::uint8_t subtype = 0;              ///< of its descriptor
-    std::array<std::uint8_t, 16> guid{};   ///< zeroes for a format that has none
+    std::uint8_t subtype = 0;            ///< of its descriptor
+    std::array<std::uint8_t, 16> guid{}; ///< zeroes for a format that has none
     std::vector<DescribedFrame> frames;
 
     /// "YUY2", "MJPEG", or the identifier in hexadecimal digits.

@@ -80,8 +80,8 @@ public:
     template <typename Number>
     Number number(const Json& object, const char* name, std::int64_t least, std::int64_t most) {
         const Json& value = member(object, name);
-        const bool fits =
-            value.is_number_integer() && (!value.is_number_unsigned() || value.get<std::uint64_t>() <= INT64_MAX);
+        const bool fits = value.is_number_integer() &&
+                          (!value.is_number_unsigned() || value.get<std::uint64_t>() <= INT64_MAX);
         if (!fits) fail(name, "not a whole number");
         const std::int64_t number = fits ? value.get<std::int64_t>() : 0;
         if (number < least || number > most) fail(name, "out of range");
@@ -182,8 +182,7 @@ CameraRecord readRecord(Reader& reader, const Json& pack) {
     record.speed = reader.number<std::uint32_t>(pack, "speed", 0, highestSpeed);
     record.controlInterface = reader.number<std::uint8_t>(pack, "control_interface", 0, UINT8_MAX);
     record.descriptors.device = reader.bytes(pack, "device_descriptor", deviceDescriptorLength);
-    record.descriptors.configuration =
-        reader.bytes(pack, "configuration_descriptor", longestConfiguration);
+    record.descriptors.configuration = reader.bytes(pack, "configuration_descriptor", longestConfiguration);
     readControls(reader, pack, record);
     return record;
 }

@@ -43,12 +43,9 @@ Json driverOf(const DriverView& driver) {
 }
 
 Json controlOf(const ControlRecord& control) {
-    return {{"entity", control.entity},
-            {"selector", control.selector},
-            {"listed", control.listed},
-            {"answered_by", sourceText(control.source)},
-            {"answers", answersOf(control)},
-            {"driver", driverOf(control.driver)}};
+    return {{"entity", control.entity},      {"selector", control.selector},
+            {"listed", control.listed},      {"answered_by", sourceText(control.source)},
+            {"answers", answersOf(control)}, {"driver", driverOf(control.driver)}};
 }
 
 } // namespace

@@ -8,10 +8,10 @@
 namespace tavelo {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using test::Bytes;
 using test::descriptor;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 CameraDescription described(std::initializer_list<Bytes> parts) {
     return describeCamera({test::deviceDescriptor(0x1234, 0x5678),
@@ -34,11 +34,11 @@ TEST(CameraDescription, ReadsEveryKindOfEntity) {
     for (std::uint8_t i = 0; i < 16; ++i)
         guid.push_back(i);
     const CameraDescription camera =
-        described({test::cameraTerminal(1, {0x02, 0, 0}), test::otherTerminal(2), test::selectorUnit(3, {1, 2}),
-                   test::processingUnit(4, 3, {0x01, 0x00}),
+        described({test::cameraTerminal(1, {0x02, 0, 0}), test::otherTerminal(2),
+                   test::selectorUnit(3, {1, 2}), test::processingUnit(4, 3, {0x01, 0x00}),
                    descriptor(test::join({{0x24, 0x06, 5}, guid, {2, 2, 4, 3, 2, 0x81, 0x01, 0}})),
-                   descriptor({0x24, 0x07, 6, 5, 0, 1, 0xFF, 0xFF}), descriptor({0x24, 0x03, 7, 1, 1, 0, 6, 0}),
-                   descriptor({0x24, 0x0F, 8})});
+                   descriptor({0x24, 0x07, 6, 5, 0, 1, 0xFF, 0xFF}),
+                   descriptor({0x24, 0x03, 7, 1, 1, 0, 6, 0}), descriptor({0x24, 0x0F, 8})});
     ASSERT_EQ(camera.entities.size(), 8U);
     EXPECT_EQ(camera.entities[0].kind(), "camera terminal");
     EXPECT_THAT(camera.entities[0].selectors, ElementsAre(2));
@@ -58,8 +58,8 @@ TEST(CameraDescription, ReadsEveryKindOfEntity) {
 }
 
 TEST(CameraDescription, NamesBitsThatTheClassDoesNotAssign) {
-    const CameraDescription camera = described({test::cameraTerminal(1, {0x00, 0x80, 0xC1}),
-                                                test::processingUnit(2, 1, {0x00, 0x00, 0x04, 0, 1})});
+    const CameraDescription camera = described(
+        {test::cameraTerminal(1, {0x00, 0x80, 0xC1}), test::processingUnit(2, 1, {0x00, 0x00, 0x04, 0, 1})});
     EXPECT_THAT(camera.entities[0].unknownBits, ElementsAre(15, 16, 22, 23));
     EXPECT_THAT(camera.entities[0].selectors, IsEmpty());
     EXPECT_THAT(camera.entities[1].selectors, ElementsAre(19));

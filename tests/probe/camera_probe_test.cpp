@@ -209,8 +209,10 @@ TEST_F(CameraProbe, AsksTheChosenVideoFunction) {
 TEST_F(CameraProbe, HoldsNoMoreControlsThanARecordDoes) {
     test::Bytes units;
     for (std::uint8_t id = 1; id <= 10; ++id)
-        units = test::join({units, test::descriptor(test::join({{0x24, 0x06, id}, test::Bytes(16, 0xAA),
-                                                                {255, 1, 0, 32}, test::Bytes(32, 0xFF), {0}}))});
+        units = test::join(
+            {units,
+             test::descriptor(test::join(
+                 {{0x24, 0x06, id}, test::Bytes(16, 0xAA), {255, 1, 0, 32}, test::Bytes(32, 0xFF), {0}}))});
     camera.facts->descriptors.configuration =
         test::configuration({test::videoControl(0), test::header(0x0110), units});
     EXPECT_EQ(probe()->controls.size(), mostControlRecords);

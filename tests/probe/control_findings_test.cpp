@@ -10,10 +10,10 @@ namespace {
 
 using testing::answered;
 using testing::answerIn;
-using testing::numberControl;
-using testing::toggleControl;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using testing::numberControl;
+using testing::toggleControl;
 
 constexpr std::uint8_t terminal = 1;
 constexpr std::uint8_t unit = 2;
@@ -71,7 +71,8 @@ TEST(ControlFindings, GetInfo) {
     answerIn(control, UvcRequest::getInfo) = answered({3, 0});
     EXPECT_THAT(textsOf(control), ElementsAre("GET_INFO answers 2 bytes in place of 1"));
     answerIn(control, UvcRequest::getInfo) = answered({4});
-    EXPECT_THAT(textsOf(control), ElementsAre("listed, but GET_INFO says that it can be neither read nor set"));
+    EXPECT_THAT(textsOf(control),
+                ElementsAre("listed, but GET_INFO says that it can be neither read nor set"));
     answerIn(control, UvcRequest::getInfo) = answered({1});
     answerIn(control, UvcRequest::getCur) = stalled;
     EXPECT_THAT(textsOf(control), ElementsAre("GET_INFO says that it can be read, but GET_CUR is refused"));
@@ -99,8 +100,8 @@ TEST(ControlFindings, AnswersOfTheWrongLength) {
     answerIn(control, UvcRequest::getCur) = answered({5});
     EXPECT_THAT(textsOf(control), ElementsAre("GET_CUR answers 1 byte in place of 2"));
     answerIn(control, UvcRequest::getMin) = answered({});
-    EXPECT_THAT(textsOf(control), ElementsAre("GET_MIN answers 0 bytes in place of 2",
-                                              "GET_CUR answers 1 byte in place of 2"));
+    EXPECT_THAT(textsOf(control),
+                ElementsAre("GET_MIN answers 0 bytes in place of 2", "GET_CUR answers 1 byte in place of 2"));
 }
 
 TEST(ControlFindings, RefusedRanges) {
@@ -108,8 +109,8 @@ TEST(ControlFindings, RefusedRanges) {
     for (const UvcRequest request :
          {UvcRequest::getMin, UvcRequest::getMax, UvcRequest::getRes, UvcRequest::getDef})
         answerIn(control, request) = stalled;
-    EXPECT_THAT(textsOf(control), ElementsAre("GET_MIN is refused", "GET_MAX is refused", "GET_RES is refused",
-                                              "GET_DEF is refused"));
+    EXPECT_THAT(textsOf(control), ElementsAre("GET_MIN is refused", "GET_MAX is refused",
+                                              "GET_RES is refused", "GET_DEF is refused"));
     control.entity = extension;
     EXPECT_THAT(textsOf(control), ::testing::SizeIs(4));
 }
@@ -135,8 +136,9 @@ TEST(ControlFindings, WhatTheClassDoesNotRequireMayBeRefused) {
 TEST(ControlFindings, ValuesOutsideTheRange) {
     EXPECT_THAT(textsOf(numberControl(unit, 2, 2, {10, -10, 1, 0, 0})),
                 ElementsAre("the minimum 10 is above the maximum -10"));
-    EXPECT_THAT(textsOf(numberControl(unit, 2, 2, {-10, 10, 1, 11, -11})),
-                ElementsAre("the default 11 is outside -10 to 10", "the current value -11 is outside -10 to 10"));
+    EXPECT_THAT(
+        textsOf(numberControl(unit, 2, 2, {-10, 10, 1, 11, -11})),
+        ElementsAre("the default 11 is outside -10 to 10", "the current value -11 is outside -10 to 10"));
     EXPECT_THAT(textsOf(numberControl(unit, 3, 2, {0, 0xFFFF, 1, 0x8000, 0xFFFF})), IsEmpty())
         << "contrast is not signed";
     EXPECT_THAT(textsOf(numberControl(unit, 2, 2, {-10, 10, 0, 0, 0})), ElementsAre("GET_RES says 0"));
@@ -147,9 +149,10 @@ TEST(ControlFindings, EachHalfOfPanAndTilt) {
         return static_cast<std::int64_t>(static_cast<std::uint64_t>(tilt) << 32U |
                                          static_cast<std::uint32_t>(pan));
     };
-    EXPECT_THAT(textsOf(numberControl(terminal, 13, 8, {pair(-9, -5), pair(9, 5), pair(1, 0), 0, pair(10, -6)})),
-                ElementsAre("pan: the current value 10 is outside -9 to 9", "tilt: GET_RES says 0",
-                            "tilt: the current value -6 is outside -5 to 5"));
+    EXPECT_THAT(
+        textsOf(numberControl(terminal, 13, 8, {pair(-9, -5), pair(9, 5), pair(1, 0), 0, pair(10, -6)})),
+        ElementsAre("pan: the current value 10 is outside -9 to 9", "tilt: GET_RES says 0",
+                    "tilt: the current value -6 is outside -5 to 5"));
 }
 
 TEST(ControlFindings, ModesAreSingleBitsOfTheMap) {
@@ -183,7 +186,8 @@ TEST(ControlFindings, AnUnlistedControlThatAnswers) {
     control.selector = 7;
     EXPECT_THAT(textsOf(control), IsEmpty());
     answerIn(control, UvcRequest::getInfo) = answered({3});
-    EXPECT_THAT(textsOf(control), ElementsAre("GET_INFO is answered, although the descriptors do not list it"));
+    EXPECT_THAT(textsOf(control),
+                ElementsAre("GET_INFO is answered, although the descriptors do not list it"));
     answerIn(control, UvcRequest::getInfo) = timedOut;
     EXPECT_THAT(textsOf(control), ElementsAre("GET_INFO is not answered"));
 }
@@ -195,7 +199,8 @@ TEST(ControlFindings, WhatTheDriverLacks) {
     control.driver = {AnswerKind::answered, {{1, "Brightness", -10, 10, 1, 0, 0}}};
     EXPECT_THAT(textsOf(control), IsEmpty());
     control.driver.controls[0].defaultValue = 11;
-    EXPECT_THAT(textsOf(control), ElementsAre("the kernel's driver has a default outside the range for Brightness"));
+    EXPECT_THAT(textsOf(control),
+                ElementsAre("the kernel's driver has a default outside the range for Brightness"));
     control.driver.controls[0].minimum = 11;
     EXPECT_THAT(textsOf(control), ElementsAre("the kernel's driver has an empty range for Brightness"));
     control.driver = {AnswerKind::stalled, {}};
@@ -217,7 +222,8 @@ TEST(ControlFindings, MoreControlsThanAreAsked) {
     odd.entities[2].selectors.resize(mostControlRecords);
     EXPECT_THAT(findingsOf(odd, {}), IsEmpty());
     odd.entities[1].selectors.resize(1);
-    EXPECT_THAT(findingsOf(odd, {}), ElementsAre(Finding{0, 0, "lists 1025 controls; the first 1024 were asked"}));
+    EXPECT_THAT(findingsOf(odd, {}),
+                ElementsAre(Finding{0, 0, "lists 1025 controls; the first 1024 were asked"}));
 }
 
 } // namespace

@@ -12,9 +12,9 @@ namespace {
 
 using testing::answered;
 using testing::answerIn;
-using testing::numberControl;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using testing::numberControl;
 
 CameraRecord record() {
     CameraRecord camera;
@@ -25,15 +25,15 @@ CameraRecord record() {
     camera.product = "Odd Camera";
     camera.speed = 480;
     const test::Bytes format = test::descriptor({0x24, 0x06, 1, 1, 0, 1, 0, 0, 0, 0});
-    const test::Bytes frame = test::descriptor({0x24, 0x07, 1,    0,    0x80, 0x02, 0xE0, 0x01, 0,    0,
-                                                0,    0,    0,    0,    0,    0,    0,    0,    0,    0,
-                                                0x15, 0x16, 0x05, 0x00, 1,    0x15, 0x16, 0x05, 0x00});
-    camera.descriptors = {test::deviceDescriptor(0x1234, 0xABCD),
-                          test::configuration({test::videoControl(0), test::header(0x0110),
-                                               test::processingUnit(5, 3, {0x01, 0}),
-                                               test::extensionUnit(7, 5), test::interfaceDescriptor(1, 2),
-                                               format, frame, test::interfaceDescriptor(1, 2, 0x0E, 1),
-                                               test::descriptor({5, 0x82, 5, 0x00, 0x14, 1})})};
+    const test::Bytes frame =
+        test::descriptor({0x24, 0x07, 1, 0, 0x80, 0x02, 0xE0, 0x01, 0,    0, 0,    0,    0,    0,   0,
+                          0,    0,    0, 0, 0,    0x15, 0x16, 0x05, 0x00, 1, 0x15, 0x16, 0x05, 0x00});
+    camera.descriptors = {
+        test::deviceDescriptor(0x1234, 0xABCD),
+        test::configuration(
+            {test::videoControl(0), test::header(0x0110), test::processingUnit(5, 3, {0x01, 0}),
+             test::extensionUnit(7, 5), test::interfaceDescriptor(1, 2), format, frame,
+             test::interfaceDescriptor(1, 2, 0x0E, 1), test::descriptor({5, 0x82, 5, 0x00, 0x14, 1})})};
     camera.controls = {numberControl(5, 2, 2, {-20, 40, 1, 0, -3})};
     camera.controls[0].driver = {AnswerKind::answered, {{0x00980900, "Brightness", -20, 40, 1, 0, 0}}};
     return camera;
@@ -54,7 +54,8 @@ TEST(ReportText, ListsEntitiesFormatsAndControls) {
     EXPECT_THAT(text, HasSubstr("alternate setting 1, endpoint 0x82, isochronous, 3072 bytes\n"));
     EXPECT_THAT(text, HasSubstr("entity 5, selector 2: brightness\n"));
     EXPECT_THAT(text, HasSubstr("GET_MIN ecff = -20\n"));
-    EXPECT_THAT(text, HasSubstr("driver \"Brightness\" (0x00980900): -20 to 40, step 1, default 0, flags 0x0\n"));
+    EXPECT_THAT(text,
+                HasSubstr("driver \"Brightness\" (0x00980900): -20 to 40, step 1, default 0, flags 0x0\n"));
     EXPECT_THAT(text, HasSubstr("\nNo disagreements\n"));
 }
 

@@ -60,8 +60,7 @@ private:
 
         RawAnswer ask(const RawQuestion& question) override {
             device_.questions.push_back(question);
-            const auto found =
-                device_.answers.find({question.entity, question.selector, question.bRequest});
+            const auto found = device_.answers.find({question.entity, question.selector, question.bRequest});
             return found != device_.answers.end() ? found->second : RawAnswer{AnswerKind::stalled, {}};
         }
         AnswerSource sourceOf(std::uint8_t /*entity*/) const override { return device_.source; }

@@ -74,8 +74,8 @@ TakenForRequests takeForRequests(UsbCameraClaims& claims, const SysfsUsbDevice& 
                                  Diagnostics& diagnostics) {
     const auto descriptors = usbDescriptors(device);
     if (!descriptors) return {};
-    TakenForRequests taken{
-        nullptr, videoFunctionOf(descriptors->configuration, number), "USB device " + device.name};
+    TakenForRequests taken{nullptr, videoFunctionOf(descriptors->configuration, number),
+                           "USB device " + device.name};
     const UsbCameraAddress address{
         {device.busNumber, device.deviceNumber}, number, taken.function.streamingInterfaces};
     Error error;

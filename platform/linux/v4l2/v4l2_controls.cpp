@@ -61,8 +61,13 @@ int describeControl(V4l2Node& node, std::uint32_t id, DriverControl& control) {
     query.id = id;
     if (const int error = node.control(VIDIOC_QUERYCTRL, &query)) return error;
     const auto end = std::ranges::find(query.name, '\0');
-    control = {id,         printableAscii({std::begin(query.name), end}), query.minimum, query.maximum,
-               query.step, query.default_value,                          query.flags};
+    control = {id,
+               printableAscii({std::begin(query.name), end}),
+               query.minimum,
+               query.maximum,
+               query.step,
+               query.default_value,
+               query.flags};
     return 0;
 }
 

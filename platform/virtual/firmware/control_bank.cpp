@@ -131,7 +131,8 @@ ControlResult ControlBank::read(std::uint8_t entity, std::uint8_t selector, UvcR
             if (ranged) return ControlResult::done(encodeBound(control, control.maximum));
             break;
         case UvcRequest::getRes:
-            if (control.kind == ControlKind::modes) return ControlResult::done(encode(control, exposureModes_));
+            if (control.kind == ControlKind::modes)
+                return ControlResult::done(encode(control, exposureModes_));
             if (ranged) return ControlResult::done(encodeBound(control, control.resolution));
             break;
         default:

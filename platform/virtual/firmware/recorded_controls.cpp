@@ -123,8 +123,8 @@ ControlResult RecordedControls::read(std::uint8_t entity, std::uint8_t selector,
         std::copy_n(state->value.begin(), std::min(bytes.size(), state->value.size()), bytes.begin());
     if (request == UvcRequest::getInfo && !bytes.empty()) {
         const unsigned others = bytes[0] & ~unsigned{uvc::infoDisabledByAutomatic};
-        bytes[0] = static_cast<std::uint8_t>(others |
-                                             (isDisabled(*state) ? uvc::infoDisabledByAutomatic : 0U));
+        bytes[0] =
+            static_cast<std::uint8_t>(others | (isDisabled(*state) ? uvc::infoDisabledByAutomatic : 0U));
     }
     return ControlResult::done(std::move(bytes));
 }
@@ -212,7 +212,9 @@ std::optional<std::int64_t> RecordedControls::boundNumber(const State& state, Uv
 
 std::optional<ControlLimits> RecordedControls::limits(ControlAddress address) const {
     if (!value(address)) return std::nullopt;
-    const auto numberFor = [&](UvcRequest request) { return boundNumber(*find(address), request).value_or(0); };
+    const auto numberFor = [&](UvcRequest request) {
+        return boundNumber(*find(address), request).value_or(0);
+    };
     return ControlLimits{numberFor(UvcRequest::getMin), numberFor(UvcRequest::getMax),
                          numberFor(UvcRequest::getRes), numberFor(UvcRequest::getDef)};
 }

@@ -27,8 +27,8 @@ std::optional<StreamEncoding> encodingOf(const DescribedFormat& format) {
     constexpr std::array<std::uint8_t, 12> tail{0x00, 0x00, 0x10, 0x00, 0x80, 0x00,
                                                 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
     const std::string name = format.name();
-    const bool isYuyv = (name == "YUY2" || name == "YUYV") &&
-                        std::ranges::equal(std::span(format.guid).subspan(4), tail);
+    const bool isYuyv =
+        (name == "YUY2" || name == "YUYV") && std::ranges::equal(std::span(format.guid).subspan(4), tail);
     return isYuyv ? std::optional(StreamEncoding::yuyv) : std::nullopt;
 }
 
@@ -40,8 +40,8 @@ bool isDrawable(const DescribedFrame& frame) {
 // The default first.  Of a continuous range, its ends.
 std::vector<std::uint32_t> intervalsOf(const DescribedFrame& frame) {
     std::vector<std::uint32_t> intervals{frame.defaultInterval};
-    const std::size_t count = frame.isContinuous ? std::min<std::size_t>(2, frame.intervals.size())
-                                                 : frame.intervals.size();
+    const std::size_t count =
+        frame.isContinuous ? std::min<std::size_t>(2, frame.intervals.size()) : frame.intervals.size();
     for (std::size_t i = 0; i < count; ++i)
         if (std::ranges::find(intervals, frame.intervals[i]) == intervals.end())
             intervals.push_back(frame.intervals[i]);
@@ -58,8 +58,8 @@ void addOffers(VirtualCameraModel& model, RecordedCamera& camera) {
         if (!encoding) continue;
         for (const DescribedFrame& frame : format.frames)
             if (isDrawable(frame))
-                model.offers.push_back({*encoding, frame.width, frame.height, intervalsOf(frame),
-                                        format.index, frame.index});
+                model.offers.push_back(
+                    {*encoding, frame.width, frame.height, intervalsOf(frame), format.index, frame.index});
     }
 }
 

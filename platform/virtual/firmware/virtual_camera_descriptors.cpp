@@ -90,7 +90,8 @@ Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) 
 Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransport transport) {
     const std::uint8_t subtype =
         offer.encoding == StreamEncoding::mjpeg ? uvc::mjpegFrame : uvc::uncompressedFrame;
-    const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport, {}).maxFrameSize;
+    const std::uint32_t frameSize =
+        streamFormat(offer, offer.frameIntervals.front(), transport, {}).maxFrameSize;
     const auto bitRate = [&](std::uint32_t interval) {
         return std::uint64_t{frameSize} * 8 * 10'000'000 / interval;
     };

@@ -119,8 +119,8 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(const UsbSetu
     if (fault && fault->kind == FaultKind::stall) return refused(fault->errorCode);
 
     if (!isRead(setup) && request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
-    ControlResult result = isRead(setup) ? controls_->read(entity, selector, request)
-                                         : controls_->write(entity, selector, out);
+    ControlResult result =
+        isRead(setup) ? controls_->read(entity, selector, request) : controls_->write(entity, selector, out);
     if (fault) result.data.resize(std::min(result.data.size(), fault->length));
     return {{result.kind, std::move(result.data)}, result.errorCode};
 }

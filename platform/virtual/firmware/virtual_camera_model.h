@@ -49,8 +49,8 @@ struct RecordedCamera {
     CameraRecord record;
     std::vector<std::uint8_t> entities; ///< identifiers of its control interface
     bool hasStream = false;
-    StreamingDescription stream;      ///< with the settings of the streaming endpoint only
-    std::bitset<256> undrawnFormats;  ///< by bFormatIndex
+    StreamingDescription stream;     ///< with the settings of the streaming endpoint only
+    std::bitset<256> undrawnFormats; ///< by bFormatIndex
 };
 
 struct VirtualCameraModel {

@@ -69,7 +69,8 @@ TEST(StreamingDescription, ReadsFramesOfEveryLayout) {
         {0x16, "VP8", frameAt(0x17, 4, 26, 31, 2, intervals)},
     };
     for (const Case& each : cases) {
-        const auto found = described({stream({inputHeader(0x81), guidFormat(each.format, 3, "YUY2"), each.frame})});
+        const auto found =
+            described({stream({inputHeader(0x81), guidFormat(each.format, 3, "YUY2"), each.frame})});
         ASSERT_EQ(found.formats.size(), 1U);
         EXPECT_EQ(found.formats[0].name(), each.name);
         EXPECT_EQ(found.formats[0].index, 3);
@@ -94,8 +95,8 @@ TEST(StreamingDescription, AFrameBasedFrameHasItsLineLengthBeforeTheIntervals) {
 }
 
 TEST(StreamingDescription, ReadsAContinuousRange) {
-    const auto found = described(
-        {stream({guidFormat(0x06, 1, ""), frameAt(0x07, 5, 21, 26, 0, {100'000, 900'000, 1})})});
+    const auto found =
+        described({stream({guidFormat(0x06, 1, ""), frameAt(0x07, 5, 21, 26, 0, {100'000, 900'000, 1})})});
     EXPECT_TRUE(found.formats.at(0).frames.at(0).isContinuous);
     EXPECT_THAT(found.formats[0].frames[0].intervals, ElementsAre(100'000, 900'000, 1));
 }
@@ -107,8 +108,8 @@ TEST(StreamingDescription, KeepsOnlyTheIntervalsThatAreThere) {
 }
 
 TEST(StreamingDescription, LeavesOutAFrameThatIsCutOffOrHasNoFormat) {
-    const auto found = described({stream({frameAt(0x07, 5, 21, 26, 1, {1}), guidFormat(0x06, 1, ""),
-                                          descriptor(Bytes(20, 0x07))})});
+    const auto found = described(
+        {stream({frameAt(0x07, 5, 21, 26, 1, {1}), guidFormat(0x06, 1, ""), descriptor(Bytes(20, 0x07))})});
     ASSERT_EQ(found.formats.size(), 1U);
     EXPECT_THAT(found.formats[0].frames, IsEmpty());
 }
@@ -138,16 +139,17 @@ TEST(StreamingDescription, ACompanionWidensAnIsochronousEndpoint) {
     EXPECT_EQ(found.settings.at(0).bytes, 0x3000U);
     found = described({stream({endpoint(0x82, 2, 0x0400), companion}, 1)});
     EXPECT_EQ(found.settings.at(0).bytes, 0x0400U);
-    found = described({stream({endpoint(0x82, 5, 0x0400), descriptor({0x31, 0, 0, 0x00, 0x00, 0x01, 0x00})}, 1)});
+    found =
+        described({stream({endpoint(0x82, 5, 0x0400), descriptor({0x31, 0, 0, 0x00, 0x00, 0x01, 0x00})}, 1)});
     EXPECT_EQ(found.settings.at(0).bytes, 0x10000U);
     found = described({stream({companion, endpoint(0x82, 5, 0x0400)}, 1)});
     EXPECT_EQ(found.settings.at(0).bytes, 0x0400U);
 }
 
 TEST(StreamingDescription, AnyCutIsHarmless) {
-    const Bytes whole = test::configuration({stream({inputHeader(0x81), guidFormat(0x04, 1, "YUY2"),
-                                                     frameAt(0x05, 5, 21, 26, 1, {333'333})}),
-                                             stream({endpoint(0x81, 5, 0x0400)}, 1)});
+    const Bytes whole = test::configuration(
+        {stream({inputHeader(0x81), guidFormat(0x04, 1, "YUY2"), frameAt(0x05, 5, 21, 26, 1, {333'333})}),
+         stream({endpoint(0x81, 5, 0x0400)}, 1)});
     for (std::size_t length = 0; length <= whole.size(); ++length)
         EXPECT_LE(streamingDescription(std::span(whole).first(length), 1).formats.size(), 1U);
 }

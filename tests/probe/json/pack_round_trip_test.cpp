@@ -20,7 +20,8 @@ protected:
     // The camera at this place of the bus.
     CameraRecord probe(std::size_t place) {
         Error error;
-        auto record = probeCamera(*backend.usb->listDevices().at(place), std::nullopt, {"1.2.3", "6.1.0"}, error);
+        auto record =
+            probeCamera(*backend.usb->listDevices().at(place), std::nullopt, {"1.2.3", "6.1.0"}, error);
         EXPECT_TRUE(record) << error.text;
         return record.value_or(CameraRecord());
     }

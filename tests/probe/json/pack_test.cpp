@@ -10,9 +10,9 @@ namespace {
 
 using testing::answered;
 using testing::answerIn;
-using testing::numberControl;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using testing::numberControl;
 
 CameraRecord record() {
     CameraRecord camera;
@@ -64,7 +64,8 @@ TEST(Pack, IsReadAsItWasWritten) {
 }
 
 TEST(Pack, NamesItsFormatAndVersionFirst) {
-    EXPECT_TRUE(writePack(record()).starts_with("{\n \"format\": \"tavelo camera pack\",\n \"version\": 1,\n"));
+    EXPECT_TRUE(
+        writePack(record()).starts_with("{\n \"format\": \"tavelo camera pack\",\n \"version\": 1,\n"));
 }
 
 TEST(Pack, IsPlainAscii) {
@@ -74,8 +75,8 @@ TEST(Pack, IsPlainAscii) {
 
 TEST(Pack, NamesNoPathBesidesAVideoNode) {
     CameraRecord camera = record();
-    for (const char* path : {"/dev/v4l/by-id/usb-Somebody", "/dev/video", "/dev/video1/../x", "video0",
-                             "/dev/video123456"}) {
+    for (const char* path :
+         {"/dev/v4l/by-id/usb-Somebody", "/dev/video", "/dev/video1/../x", "video0", "/dev/video123456"}) {
         camera.node = path;
         EXPECT_THAT(writePack(camera), HasSubstr("\"node\": \"\"")) << path;
     }
@@ -125,9 +126,12 @@ TEST(Pack, TheReaderNamesWhatIsWrong) {
                 HasSubstr("control 2 of the list: entity: out of range"));
     EXPECT_THAT(reasonAgainst("\"selector\": 255", "\"selector\": 256"), HasSubstr("selector: out of range"));
     EXPECT_THAT(reasonAgainst("\"listed\": true", "\"listed\": 1"), HasSubstr("listed: neither"));
-    EXPECT_THAT(reasonAgainst("\"answered_by\": \"driver\"", "\"answered_by\": \"me\""), HasSubstr("answered_by"));
-    EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"fdf\""), HasSubstr("GET_CUR: neither"));
-    EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"gdff\""), HasSubstr("GET_CUR: neither"));
+    EXPECT_THAT(reasonAgainst("\"answered_by\": \"driver\"", "\"answered_by\": \"me\""),
+                HasSubstr("answered_by"));
+    EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"fdf\""),
+                HasSubstr("GET_CUR: neither"));
+    EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": \"gdff\""),
+                HasSubstr("GET_CUR: neither"));
     EXPECT_THAT(reasonAgainst("\"GET_CUR\": \"fdff\"", "\"GET_CUR\": 3"), HasSubstr("GET_CUR: not a text"));
     EXPECT_THAT(reasonAgainst("\"skipped\"\n", "\"asleep\"\n"), HasSubstr("driver: no known outcome"));
     EXPECT_THAT(reasonAgainst("\"id\": 9963776", "\"id\": 4294967296"), HasSubstr("id: out of range"));

@@ -18,7 +18,8 @@ using Json = nlohmann::json;
 class ReportJson : public ::testing::Test {
 protected:
     Json report() {
-        const auto found = findVideoFunction(*backend.usb, backend.capture->devicesWithMediaType(MediaType::video).at(0)->uniqueID());
+        const auto found = findVideoFunction(
+            *backend.usb, backend.capture->devicesWithMediaType(MediaType::video).at(0)->uniqueID());
         if (!found.device) return {};
         Error error;
         const auto record = probeCamera(*found.device, found.controlInterface, {"1.0.0", "6.1.0"}, error);

@@ -60,9 +60,9 @@ TEST_F(KernelInspectorTest, TellsRefusalSilenceAndAbsenceApart) {
         int error;
         AnswerKind kind;
     };
-    for (const Case& each :
-         {Case{EPIPE, AnswerKind::stalled}, Case{EIO, AnswerKind::stalled}, Case{ETIMEDOUT, AnswerKind::timedOut},
-          Case{ENODEV, AnswerKind::gone}, Case{ENOMEM, AnswerKind::failed}}) {
+    for (const Case& each : {Case{EPIPE, AnswerKind::stalled}, Case{EIO, AnswerKind::stalled},
+                             Case{ETIMEDOUT, AnswerKind::timedOut}, Case{ENODEV, AnswerKind::gone},
+                             Case{ENOMEM, AnswerKind::failed}}) {
         node->controls[V4L2_CID_BRIGHTNESS].getError = each.error;
         EXPECT_EQ(ask(unit, 2, UvcRequest::getCur), (RawAnswer{each.kind, {}})) << each.error;
     }
@@ -80,11 +80,10 @@ TEST_F(KernelInspectorTest, TellsWhyAnExtensionUnitDidNotAnswer) {
         int error;
         AnswerKind kind;
     };
-    for (const Case& each :
-         {Case{EPIPE, AnswerKind::stalled}, Case{EREMOTE, AnswerKind::stalled},
-          Case{ETIMEDOUT, AnswerKind::timedOut}, Case{ENODEV, AnswerKind::gone},
-          Case{ENOENT, AnswerKind::notAsked}, Case{EBADRQC, AnswerKind::notAsked},
-          Case{ENOTTY, AnswerKind::notAsked}, Case{ENOMEM, AnswerKind::failed}}) {
+    for (const Case& each : {Case{EPIPE, AnswerKind::stalled}, Case{EREMOTE, AnswerKind::stalled},
+                             Case{ETIMEDOUT, AnswerKind::timedOut}, Case{ENODEV, AnswerKind::gone},
+                             Case{ENOENT, AnswerKind::notAsked}, Case{EBADRQC, AnswerKind::notAsked},
+                             Case{ENOTTY, AnswerKind::notAsked}, Case{ENOMEM, AnswerKind::failed}}) {
         answer.error = each.error;
         EXPECT_EQ(ask(extension, 4, UvcRequest::getCur), (RawAnswer{each.kind, {}})) << each.error;
     }
@@ -98,7 +97,8 @@ TEST_F(KernelInspectorTest, TellsTheDriversControl) {
     node->name = "Bright\x1b[m";
     const DriverView view = inspector.driverView(unit, 2);
     EXPECT_EQ(view.kind, AnswerKind::answered);
-    EXPECT_THAT(view.controls, ElementsAre(DriverControl{V4L2_CID_BRIGHTNESS, "Bright?[m", -64, 64, 1, -3, 0}));
+    EXPECT_THAT(view.controls,
+                ElementsAre(DriverControl{V4L2_CID_BRIGHTNESS, "Bright?[m", -64, 64, 1, -3, 0}));
 }
 
 TEST_F(KernelInspectorTest, TheNameOfAControlNeedsNoEnd) {

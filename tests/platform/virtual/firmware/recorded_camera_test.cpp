@@ -14,10 +14,10 @@ using test::descriptor;
 using test::join;
 using testing::answered;
 using testing::answerIn;
-using testing::numberControl;
-using testing::toggleControl;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using testing::numberControl;
+using testing::toggleControl;
 
 constexpr std::uint8_t terminal = 3;
 constexpr std::uint8_t unit = 5;
@@ -27,8 +27,22 @@ constexpr std::uint8_t streamNumber = 3;
 constexpr std::uint8_t endpointAddress = 0x86;
 
 Bytes formatGuid(char a, char b, char c, char d) {
-    return {std::uint8_t(a), std::uint8_t(b), std::uint8_t(c), std::uint8_t(d), 0, 0, 0x10, 0,
-            0x80,            0,               0,               0xAA,            0, 0x38, 0x9B, 0x71};
+    return {std::uint8_t(a),
+            std::uint8_t(b),
+            std::uint8_t(c),
+            std::uint8_t(d),
+            0,
+            0,
+            0x10,
+            0,
+            0x80,
+            0,
+            0,
+            0xAA,
+            0,
+            0x38,
+            0x9B,
+            0x71};
 }
 
 Bytes uncompressed(std::uint8_t index, const Bytes& guid) {
@@ -58,21 +72,30 @@ Bytes endpoint(std::uint8_t address, std::uint8_t attributes, std::uint16_t size
 
 // Its formats: 4 NV12, which is not drawn; 6 YUYV; 7 MJPEG with a continuous range of rates.
 Bytes configurationBytes() {
-    return test::configuration(
-        {test::interfaceDescriptor(0, 1, 1), test::interfaceDescriptor(1, 2, 1),
-         test::interfaceDescriptor(1, 2, 1, 1), endpoint(0x84, 5, 100), test::videoControl(controlNumber),
-         descriptor({0x24, 1, 0x00, 0x01, 100, 0, 0, 0, 0, 0, 1, streamNumber}),
-         test::cameraTerminal(terminal, {0x0A, 0, 0}), test::processingUnit(unit, terminal, {0x43, 0x10}),
-         test::extensionUnit(extension, unit), endpoint(0x87, 3, 16),
-         test::interfaceDescriptor(streamNumber, 2),
-         descriptor({0x24, 1, 3, 0, 0, endpointAddress, 0, 8, 0, 0, 0, 1, 0, 0, 0}),
-         uncompressed(4, formatGuid('N', 'V', '1', '2')), frame(5, 1, 640, 480, 333'333, 1, {333'333}),
-         uncompressed(6, formatGuid('Y', 'U', 'Y', '2')), frame(5, 9, 640, 480, 333'333, 1, {333'333}),
-         frame(5, 2, 320, 240, 666'666, 2, {333'333, 666'666}), mjpeg(7),
-         frame(7, 1, 1280, 720, 400'000, 0, {200'000, 800'000, 100'000}),
-         test::interfaceDescriptor(streamNumber, 2, 0x0E, 1), endpoint(endpointAddress, 5, 0x0200),
-         test::interfaceDescriptor(streamNumber, 2, 0x0E, 2), endpoint(endpointAddress, 5, 0x1400)},
-        3);
+    return test::configuration({test::interfaceDescriptor(0, 1, 1),
+                                test::interfaceDescriptor(1, 2, 1),
+                                test::interfaceDescriptor(1, 2, 1, 1),
+                                endpoint(0x84, 5, 100),
+                                test::videoControl(controlNumber),
+                                descriptor({0x24, 1, 0x00, 0x01, 100, 0, 0, 0, 0, 0, 1, streamNumber}),
+                                test::cameraTerminal(terminal, {0x0A, 0, 0}),
+                                test::processingUnit(unit, terminal, {0x43, 0x10}),
+                                test::extensionUnit(extension, unit),
+                                endpoint(0x87, 3, 16),
+                                test::interfaceDescriptor(streamNumber, 2),
+                                descriptor({0x24, 1, 3, 0, 0, endpointAddress, 0, 8, 0, 0, 0, 1, 0, 0, 0}),
+                                uncompressed(4, formatGuid('N', 'V', '1', '2')),
+                                frame(5, 1, 640, 480, 333'333, 1, {333'333}),
+                                uncompressed(6, formatGuid('Y', 'U', 'Y', '2')),
+                                frame(5, 9, 640, 480, 333'333, 1, {333'333}),
+                                frame(5, 2, 320, 240, 666'666, 2, {333'333, 666'666}),
+                                mjpeg(7),
+                                frame(7, 1, 1280, 720, 400'000, 0, {200'000, 800'000, 100'000}),
+                                test::interfaceDescriptor(streamNumber, 2, 0x0E, 1),
+                                endpoint(endpointAddress, 5, 0x0200),
+                                test::interfaceDescriptor(streamNumber, 2, 0x0E, 2),
+                                endpoint(endpointAddress, 5, 0x1400)},
+                               3);
 }
 
 CameraRecord record() {
@@ -82,9 +105,12 @@ CameraRecord record() {
     camera.controlInterface = controlNumber;
     camera.descriptors = {test::deviceDescriptor(0x1234, 0x5678), configurationBytes()};
     camera.controls = {
-        numberControl(terminal, 2, 1, {0, 0, 0x09, 8, 8}), numberControl(terminal, 4, 4, {10, 100, 1, 20, 30}),
-        numberControl(unit, 2, 2, {-20, 40, 2, 4, 6}),     numberControl(unit, 6, 2, {-9, 9, 1, 0, 1}),
-        toggleControl(unit, 11, 1, 1),                     numberControl(unit, 10, 2, {2800, 6500, 10, 4600, 5000}),
+        numberControl(terminal, 2, 1, {0, 0, 0x09, 8, 8}),
+        numberControl(terminal, 4, 4, {10, 100, 1, 20, 30}),
+        numberControl(unit, 2, 2, {-20, 40, 2, 4, 6}),
+        numberControl(unit, 6, 2, {-9, 9, 1, 0, 1}),
+        toggleControl(unit, 11, 1, 1),
+        numberControl(unit, 10, 2, {2800, 6500, 10, 4600, 5000}),
         numberControl(extension, 1, 3, {0, 0xFFFF, 1, 0, 0x010203}),
     };
     // Ruled by automatic exposure and automatic white balance.
@@ -105,24 +131,23 @@ protected:
     explicit RecordedCameraTest(const CameraRecord& like = record()) : firmware(modelOf(like)) {}
 
     UsbReply get(UvcRequest request, std::uint8_t entity, std::uint8_t selector, std::uint16_t length = 64) {
-        return firmware.control({uvc::classInterfaceIn, codeOf(request),
-                                 static_cast<std::uint16_t>(selector << 8),
-                                 static_cast<std::uint16_t>(entity << 8 | controlNumber), length},
-                                {});
+        return firmware.control(
+            {uvc::classInterfaceIn, codeOf(request), static_cast<std::uint16_t>(selector << 8),
+             static_cast<std::uint16_t>(entity << 8 | controlNumber), length},
+            {});
     }
     UsbReplyKind set(std::uint8_t entity, std::uint8_t selector, std::int64_t value, std::size_t size) {
         Bytes bytes;
         appendLittleEndian(bytes, static_cast<std::uint64_t>(value), size);
         return firmware
-            .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur),
-                      static_cast<std::uint16_t>(selector << 8),
-                      static_cast<std::uint16_t>(entity << 8 | controlNumber), static_cast<std::uint16_t>(size)},
-                     bytes)
+            .control(
+                {uvc::classInterfaceOut, codeOf(UvcRequest::setCur),
+                 static_cast<std::uint16_t>(selector << 8),
+                 static_cast<std::uint16_t>(entity << 8 | controlNumber), static_cast<std::uint16_t>(size)},
+                bytes)
             .kind;
     }
-    std::uint8_t errorCode() {
-        return get(UvcRequest::getCur, 0, uvc::requestErrorCodeControl).data.at(0);
-    }
+    std::uint8_t errorCode() { return get(UvcRequest::getCur, 0, uvc::requestErrorCodeControl).data.at(0); }
     UsbReply standard(std::uint8_t type, std::uint8_t request, std::uint16_t value, std::uint16_t index) {
         return firmware.control({type, request, value, index, 255}, {});
     }
@@ -235,9 +260,10 @@ TEST_F(RecordedCameraTest, AReadOnlyControlRefusesAWrite) {
     CameraRecord camera = record();
     answerIn(camera.controls[2], UvcRequest::getInfo) = answered({uvc::infoGet});
     VirtualCameraFirmware other(modelOf(camera));
-    EXPECT_FALSE(other.control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), 2 << 8,
-                                unit << 8 | controlNumber, 2},
-                               Bytes{0, 0})
+    EXPECT_FALSE(other
+                     .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), 2 << 8,
+                               unit << 8 | controlNumber, 2},
+                              Bytes{0, 0})
                      .kind == UsbReplyKind::done);
 }
 
@@ -384,8 +410,8 @@ TEST(RecordedModel, AnyCutOfTheDescriptorsIsHarmless) {
 TEST(RecordedModel, ACameraWithoutAStreamKeepsItsControls) {
     CameraRecord camera = record();
     camera.descriptors.configuration = test::configuration(
-        {test::videoControl(controlNumber), test::header(0x0110), test::cameraTerminal(terminal, {0x0A, 0, 0}),
-         test::processingUnit(unit, terminal, {0x43, 0x10})});
+        {test::videoControl(controlNumber), test::header(0x0110),
+         test::cameraTerminal(terminal, {0x0A, 0, 0}), test::processingUnit(unit, terminal, {0x43, 0x10})});
     VirtualCameraFirmware firmware(modelOf(camera));
     EXPECT_TRUE(firmware.model().offers.empty());
     EXPECT_EQ(firmware.controlValue(control::brightness), 6);

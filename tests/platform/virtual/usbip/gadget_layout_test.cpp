@@ -66,8 +66,11 @@ TEST(GadgetLayout, TheSpeedFollowsFromThePacketSizeOfEndpoint0) {
         std::vector<std::uint8_t> bytes;
         std::span<const std::uint8_t> deviceDescriptor() const override { return bytes; }
         std::span<const std::uint8_t> configurationDescriptor() const override { return {}; }
-        UsbReply control(const UsbSetup& /*setup*/, std::span<const std::uint8_t> /*out*/) override { return {}; }
-        std::optional<std::size_t> in(std::uint8_t /*endpoint*/, std::span<std::uint8_t> /*packet*/) override {
+        UsbReply control(const UsbSetup& /*setup*/, std::span<const std::uint8_t> /*out*/) override {
+            return {};
+        }
+        std::optional<std::size_t> in(std::uint8_t /*endpoint*/,
+                                      std::span<std::uint8_t> /*packet*/) override {
             return std::nullopt;
         }
     };
