@@ -63,8 +63,9 @@ RecordedControls::RecordedControls(const VirtualCameraModel& model)
         if (const auto address = addressOf(record.entity, record.selector))
             state.known = classControl(*address);
         state.size = sizeOfValue(record, state.known);
-        state.value = record.answerTo(UvcRequest::getCur).bytes;
-        state.value.resize(state.size);
+        const Bytes current = record.answerTo(UvcRequest::getCur).bytes;
+        state.value.assign(state.size, 0);
+        std::ranges::copy(current.first(std::min(current.size(), state.size)), state.value.begin());
         states_.emplace(Key(record.entity, record.selector), std::move(state));
     }
     for (auto& [key, state] : states_)

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
@@ -152,6 +154,34 @@ void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     }
 }
 
+// One character of UTF-8, removed from `text`; a question mark for what is none.
+std::uint32_t takeCharacter(std::string_view& text) {
+    const auto first = static_cast<std::uint8_t>(text.front());
+    text.remove_prefix(1);
+    if (first < 0x80) return first;
+    const std::size_t more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : 1;
+    if (first < 0xC2 || first > 0xF4 || text.size() < more) return '?';
+    std::uint32_t character = first & (0x3FU >> more);
+    for (std::size_t i = 0; i < more; ++i) {
+        const auto next = static_cast<std::uint8_t>(text[i]);
+        if ((next & 0xC0U) != 0x80U) return '?';
+        character = character << 6U | (next & 0x3FU);
+    }
+    text.remove_prefix(more);
+    return character;
+}
+
+std::vector<std::uint16_t> utf16Of(std::string_view text) {
+    std::vector<std::uint16_t> units;
+    while (!text.empty()) {
+        const std::uint32_t character = takeCharacter(text);
+        if (character >= 0x10000) units.push_back(static_cast<std::uint16_t>(0xD7C0 + (character >> 10U)));
+        units.push_back(
+            static_cast<std::uint16_t>(character >= 0x10000 ? 0xDC00 | (character & 0x3FFU) : character));
+    }
+    return units;
+}
+
 struct StringIndexes {
     std::uint8_t manufacturer = manufacturerString;
     std::uint8_t product = productString;
@@ -204,8 +234,10 @@ std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, 
     if (index == indexes.product) text = model.product;
     if (text.empty()) return bytes;
     Bytes body{uvc::stringType};
-    for (const char letter : text.substr(0, 126))
-        appendLittleEndian(body, static_cast<std::uint8_t>(letter), 2);
+    constexpr std::size_t longest = 126; // a descriptor's length is a byte
+    const std::vector<std::uint16_t> units = utf16Of(text);
+    for (const std::uint16_t unit : std::span(units).first(std::min(units.size(), longest)))
+        appendLittleEndian(body, unit, 2);
     append(bytes, body);
     return bytes;
 }

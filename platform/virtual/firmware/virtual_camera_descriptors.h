@@ -21,7 +21,7 @@ inline constexpr std::uint8_t serialString = 3;
 std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model);
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model);
 
-/// Empty if the model has no such string; index 0 lists the languages.  Texts are ASCII.
+/// Empty if the model has no such string; index 0 lists the languages.  Texts are UTF-8.
 std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, std::uint8_t index);
 
 } // namespace tavelo

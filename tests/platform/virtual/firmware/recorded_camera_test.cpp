@@ -185,6 +185,19 @@ TEST_F(RecordedCameraTest, HasTheRecordedDescriptorsAndName) {
     EXPECT_EQ(name[2], 'O');
 }
 
+TEST_F(RecordedCameraTest, ItsNameMayHaveAnyLetters) {
+    CameraRecord camera = record();
+    camera.product = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xFF\xC3";
+    VirtualCameraFirmware other(modelOf(camera));
+    EXPECT_THAT(other.control({0x80, uvc::getDescriptor, uvc::stringType << 8 | 2, 0x0409, 255}, {}).data,
+                ElementsAre(14, 3, 0xE9, 0, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE, '?', 0, '?', 0));
+    camera.product.assign(200, 'x');
+    VirtualCameraFirmware longNamed(modelOf(camera));
+    EXPECT_EQ(
+        longNamed.control({0x80, uvc::getDescriptor, uvc::stringType << 8 | 2, 0x0409, 255}, {}).data.size(),
+        254U);
+}
+
 TEST_F(RecordedCameraTest, HasNoSerialNumber) {
     CameraRecord camera = record();
     camera.descriptors.device[16] = 3;
