@@ -4,17 +4,12 @@
 #include <algorithm>
 #include <charconv>
 
+#include "commands/lower_case.h"
+
 namespace tavelo {
 namespace {
 
 using Cameras = std::vector<std::shared_ptr<CaptureDevice>>;
-
-std::string lowered(std::string text) {
-    std::ranges::transform(text, text.begin(), [](char each) {
-        return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
-    });
-    return text;
-}
 
 std::optional<std::size_t> wholeNumber(std::string_view text) {
     std::size_t number = 0;
@@ -54,14 +49,14 @@ std::optional<std::size_t> chooseCamera(const Cameras& cameras, std::string_view
         reason = "no camera " + wanted + ": " + howMany(cameras);
         return {};
     }
-    const std::string low = lowered(wanted);
+    const std::string low = lowerCase(wanted);
     const auto exact = positions(cameras, [&](const CaptureDevice& camera) {
         return camera.uniqueID() == low || (!camera.node().empty() && camera.node() == wanted) ||
-               lowered(camera.localizedName()) == low;
+               lowerCase(camera.localizedName()) == low;
     });
     if (exact.size() == 1) return exact.front();
     const auto partial = positions(cameras, [&](const CaptureDevice& camera) {
-        return lowered(camera.localizedName()).find(low) != std::string::npos;
+        return lowerCase(camera.localizedName()).find(low) != std::string::npos;
     });
     if (partial.size() == 1) return partial.front();
     reason = partial.empty() ? "no camera " + wanted + " (taveloctl list shows the cameras)"

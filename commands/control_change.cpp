@@ -7,6 +7,8 @@
 #include <limits>
 #include <map>
 
+#include "commands/lower_case.h"
+
 namespace tavelo {
 namespace {
 
@@ -23,14 +25,6 @@ std::optional<double> number(std::string_view text) {
 std::optional<double> wholeNumber(std::string_view text) {
     const auto value = number(text);
     return value && *value == std::floor(*value) ? value : std::nullopt;
-}
-
-std::string lowered(std::string_view text) {
-    std::string low(text);
-    std::ranges::transform(low, low.begin(), [](char each) {
-        return each >= 'A' && each <= 'Z' ? static_cast<char>(each - 'A' + 'a') : each;
-    });
-    return low;
 }
 
 std::string valueHelp(const NamedControl& control) {
@@ -53,7 +47,7 @@ std::optional<std::int64_t> valueOfWord(const NamedControl& control, const std::
 
 std::optional<ControlChange> parseValue(const NamedControl& control, std::string_view text) {
     using Kind = ControlChange::Kind;
-    const std::string word = lowered(text);
+    const std::string word = lowerCase(text);
     if (word == "default") return ControlChange{&control, Kind::defaultValue, 0};
     if (const auto value = valueOfWord(control, word))
         return ControlChange{&control, Kind::absolute, static_cast<double>(*value)};

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "commands/lower_case.h"
+
 namespace tavelo {
 namespace {
 
@@ -47,7 +49,7 @@ constexpr std::array<NamedControl, controlCount + 1> table{{
 
 char folded(char letter) {
     if (letter == '_') return '-';
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    return lowerCase(letter);
 }
 
 bool isSameName(std::string_view a, std::string_view b) {

@@ -7,6 +7,7 @@ Usage: system_test.py OUTPUT-FOLDER [GROUP...]
 import pathlib
 import sys
 
+import command_line_cases
 import driver_cases
 import function_cases
 import movie_cases
@@ -19,6 +20,7 @@ from rig.report import Report
 PROGRAMS = pathlib.Path(__file__).resolve().parents[2] / "build" / "bin"
 GROUPS = {
     "driver": (driver_cases.stage, driver_cases.CASES),
+    "command-line": (command_line_cases.stage, command_line_cases.CASES),
     "functions": (function_cases.stage, function_cases.CASES),
     "bulk": (driver_cases.bulk_stage, driver_cases.BULK_CASES),
     "movie": (movie_cases.stage, movie_cases.CASES),

@@ -225,6 +225,18 @@ TEST(FormatChoice, AGridWithoutEndIsCutToWhatCanBeShown) {
     }
 }
 
+TEST(FormatChoice, ListsEachModeOnceAtItsHighestRate) {
+    const std::vector<OfferedMode> offered{mode(fourcc::mjpeg, 640, 480, {15, 30}),
+                                           mode(fourcc::yuyv, 640, 480, {}),
+                                           mode(fourcc::mjpeg, 640, 480, {60, 5}),
+                                           mode(fourcc::mjpeg, 640, 360, {5}),
+                                           {fourcc::yuyv, {320, 240}, {{{1, 25}, {1, 5}}}}};
+    EXPECT_EQ(captureFormats(offered), (std::vector<CaptureFormat>{{"MJPG", {640, 480}, 60},
+                                                                   {"YUYV", {640, 480}, 0},
+                                                                   {"MJPG", {640, 360}, 5},
+                                                                   {"YUYV", {320, 240}, 25}}));
+}
+
 TEST(FormatChoice, NamesFormats) {
     EXPECT_EQ(fourccText(fourcc::mjpeg), "MJPG");
     EXPECT_EQ(fourccText(0x01594747), "GGY?");

@@ -131,6 +131,20 @@ TEST_F(KernelDeviceListTest, TakesNewsFromSeveralThreads) {
     EXPECT_THAT(changes.names(), ElementsAre("+A"));
 }
 
+TEST_F(KernelDeviceListTest, ADeviceNamesItsNodeAndItsPlace) {
+    plug(3, "A");
+    list->fill();
+    EXPECT_EQ(list->devices().front()->node(), "/dev/video3");
+    EXPECT_EQ(list->devices().front()->place(), "1-3");
+}
+
+TEST_F(KernelDeviceListTest, ADeviceThatCannotBeOpenedHasNoFormats) {
+    plug(1, "A");
+    list->fill();
+    opener->fail("video1", EACCES);
+    EXPECT_TRUE(list->devices().front()->formats().empty());
+}
+
 TEST_F(KernelDeviceListTest, ADeviceMakesAnInputOfItself) {
     plug(1, "A");
     list->fill();

@@ -144,6 +144,15 @@ TYPED_TEST(StoreContract, AHandlerMayWaitInATurnOfTheMainQueueOfItsOwn) {
     EXPECT_TRUE(this->mainQueue_.runUntil([&nested] { return nested; }));
 }
 
+TYPED_TEST(StoreContract, NamesTheKeysThatHaveAValueEachOnce) {
+    EXPECT_TRUE(this->store().keys().empty());
+    this->store().setObject(number(1), "stored");
+    EXPECT_TRUE(synchronized(this->store(), this->mainQueue_));
+    this->store().setObject(number(2), "stored");
+    this->store().setObject(number(3), "set");
+    EXPECT_THAT(this->store().keys(), ::testing::UnorderedElementsAre("stored", "set"));
+}
+
 TYPED_TEST(StoreContract, SetsAMissingKeyOnly) {
     this->store().setObjectIfMissing(number(1), "key");
     EXPECT_EQ(this->store().objectForKey("key"), number(1));

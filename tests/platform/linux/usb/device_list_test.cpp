@@ -6,6 +6,7 @@
 #include "descriptor_builder.h"
 #include "fake_sysfs.h"
 #include "platform/linux/bus/sysfs_usb.h"
+#include "platform/virtual/firmware/virtual_camera_descriptors.h"
 #include "support/manual_main_queue.h"
 #include "support/recorded_device_changes.h"
 
@@ -69,6 +70,18 @@ TEST_F(CameraList, ACameraHasTheIdentifierThatItsVideoNodeHas) {
     EXPECT_EQ(cameras[0].localizedName, "Camera");
     EXPECT_NE(cameras[1].localizedName, "Camera");
     EXPECT_EQ(cameras[0].configurationDescriptor, twoFunctions());
+}
+
+TEST_F(CameraList, ACameraNamesItsDeviceItsPlaceAndItsFormats) {
+    plug("1-2", "Camera", 5, makeConfigurationDescriptor(virtualCameraModel(1)));
+    list.fill();
+    const auto camera = list.devices().front();
+    EXPECT_EQ(camera->node(), "/dev/bus/usb/001/005");
+    EXPECT_EQ(camera->place(), "1-2");
+    ASSERT_THAT(camera->formats(), SizeIs(7));
+    EXPECT_EQ(camera->formats().front().fourcc, "YUYV");
+    EXPECT_EQ(camera->formats().front().size, (FrameSize{640, 480}));
+    EXPECT_NEAR(camera->formats().front().framesPerSecond, 30, 0.01);
 }
 
 TEST_F(CameraList, NeedsNoVideoNodeSinceADetachedDriverHasNone) {

@@ -71,6 +71,7 @@ TEST_F(VideoNodes, CarryTheIdentifierOfTheSocketAndTheProduct) {
     EXPECT_EQ(id.substr(4, 6), "200000") << "port 2 of the root hub";
     EXPECT_EQ(nodes.front().localizedName, "HD Webcam with a name that is longer than a driver keeps");
     EXPECT_EQ(nodes.front().path(), "/dev/video0");
+    EXPECT_EQ(nodes.front().place, "1-2");
 }
 
 TEST_F(VideoNodes, OfTwoEqualCamerasDiffer) {
@@ -111,6 +112,7 @@ TEST_F(VideoNodes, OffTheUsbBusHaveNoLocation) {
     ASSERT_EQ(nodes.size(), 1U);
     EXPECT_EQ(nodes.front().uniqueID, "node:devices/platform/sensor.0/video4linux/video0");
     EXPECT_EQ(nodes.front().localizedName, "Built-in Sensor");
+    EXPECT_EQ(nodes.front().place, "");
 }
 
 TEST_F(VideoNodes, WithoutRightsAreJudgedByTheirIndex) {

@@ -1,0 +1,183 @@
+# SPDX-License-Identifier: MIT
+"""taveloctl on the kernel's driver, while another program streams from the camera."""
+import contextlib
+import json
+import os
+import pathlib
+import subprocess
+
+from rig.virtual_cameras import VirtualCameras
+from rig.waiting import wait_until
+
+NOBODY = 65534
+
+
+class Stage:
+    def __init__(self, programs, out):
+        self.program = programs / "taveloctl"
+        self.out = pathlib.Path(out)
+        self.cameras = VirtualCameras(programs, out)
+        self.nodes = {}
+        self.streaming = None
+        self.home = pathlib.Path("/run/command-line-home")
+        self.home.mkdir(exist_ok=True)
+
+    def call(self, *arguments, **options):
+        """taveloctl on camera 1 unless the arguments choose another."""
+        camera = [] if "-c" in arguments else ["-c", self.nodes[1]]
+        return subprocess.run([self.program, *camera, *arguments], capture_output=True, text=True, timeout=120, check=False,
+                              env={**os.environ, "XDG_CONFIG_HOME": str(self.home), **options.pop("env", {})}, **options)
+
+    def output(self, *arguments):
+        done = self.call(*arguments)
+        assert done.returncode == 0 and done.stderr == "", f"{arguments}: {done.returncode} {done.stderr}"
+        return done.stdout
+
+    def failure(self, *arguments, **options):
+        done = self.call(*arguments, **options)
+        assert done.stdout == "" and done.stderr.count("\n") == 1, f"{arguments}: {done.stdout}{done.stderr}"
+        return done.returncode, done.stderr.strip()
+
+    def streams_still(self):
+        return self.streaming.poll() is None and self.cameras.streams(1)
+
+
+@contextlib.contextmanager
+def stage(programs, out):
+    stage = Stage(programs, out)
+    try:
+        yield stage
+    finally:
+        if stage.streaming:
+            stage.streaming.kill()
+            stage.streaming.wait()
+        stage.cameras.close()
+
+
+def two_cameras_attach_and_another_program_streams_from_the_first(stage):
+    for camera in (1, 2):
+        stage.nodes[camera] = stage.cameras.plug(camera)
+    stage.streaming = subprocess.Popen(
+        ["v4l2-ctl", "-d", stage.nodes[1], "--set-fmt-video=width=320,height=240,pixelformat=MJPG",
+         "--stream-mmap", "--stream-to=/dev/null"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    wait_until("the other program streams", stage.streams_still)
+
+
+def list_tells_node_place_formats_and_who_streams(stage):
+    text = stage.output("list")
+    (stage.out / "list.txt").write_text(text, encoding="utf-8")
+    cameras = json.loads(stage.output("list", "--json"))["cameras"]
+    assert [camera["node"] for camera in cameras] == sorted(stage.nodes.values()), cameras
+    first = next(camera for camera in cameras if camera["node"] == stage.nodes[1])
+    second = next(camera for camera in cameras if camera["node"] == stage.nodes[2])
+    assert first["open_in"] == [{"program": "v4l2-ctl", "process": stage.streaming.pid}], first
+    assert second["open_in"] == [], second
+    assert f"v4l2-ctl (process {stage.streaming.pid})" in text, text
+    assert pathlib.Path("/sys/bus/usb/devices", first["place"]).exists(), first
+    assert {"format": "YUYV", "width": 640, "height": 480, "frames_per_second": 30} in first["formats"], first
+
+
+def controls_are_those_that_the_driver_has(stage):
+    listed = {control["name"] for control in json.loads(stage.output("controls", "--json"))["controls"]}
+    (stage.out / "controls-of-taveloctl.txt").write_text(stage.output("controls"), encoding="utf-8")
+    assert len(listed) == 21, listed
+    assert not listed & {"scanning-mode", "roll"}, "the driver has neither"
+
+
+def values_are_set_and_read_while_the_other_program_streams(stage):
+    stage.output("set", "brightness=12", "zoom=50%", "power_line_frequency=60hz", "pan=3600")
+    assert stage.cameras.value(1, "brightness") == 12
+    assert stage.cameras.value(1, "zoom") == 250
+    assert stage.cameras.value(1, "powerLine") == 2
+    assert stage.output("get", "brightness", "zoom", "power-line-frequency", "pan", "tilt") == "12\n250\n60hz\n3600\n0\n"
+    assert stage.streams_still()
+
+
+def reading_one_value_needs_little_memory(stage):
+    """Writes what it costs beside v4l2-ctl into cost.txt."""
+    node = stage.nodes[1]
+    calls = {"taveloctl": [stage.program, "-c", node, "get", "brightness"],
+             "v4l2-ctl": ["v4l2-ctl", "-d", node, "-C", "brightness"]}
+    lines = []
+    for name, call in calls.items():
+        costs = [cost_of(call) for _ in range(5)]
+        memory = max(cost.ru_maxrss for cost in costs) // 1024
+        seconds = min(cost.ru_utime + cost.ru_stime for cost in costs)
+        lines.append(f"{name}: {1000 * seconds:.0f} ms of processor time, {memory} MB\n")
+        if name == "taveloctl":
+            assert memory <= 20, lines
+    (stage.out / "cost.txt").write_text("".join(lines), encoding="utf-8")
+
+
+def cost_of(call):
+    process = subprocess.Popen(call, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    assert process.returncode == 0, call
+    return usage
+
+
+def a_value_between_two_steps_is_told_as_the_driver_rounded_it(stage):
+    assert stage.output("set", "iris=290") in ("iris: the camera took 280\n", "iris: the camera took 300\n")
+
+
+def a_value_that_an_automatic_sets_is_refused_unless_forced(stage):
+    status, message = stage.failure("set", "focus_absolute=50")
+    assert status == 1 and "focus-auto sets it" in message, message
+    stage.output("set", "--force", "focus_absolute=50")
+    assert stage.cameras.value(1, "focus") == 50
+
+
+def the_camera_is_found_by_identifier_and_by_a_part_of_its_name(stage):
+    cameras = json.loads(stage.output("list", "--json"))["cameras"]
+    second = next(camera for camera in cameras if camera["node"] == stage.nodes[2])
+    stage.output("-c", second["identifier"], "set", "contrast=7")
+    assert stage.cameras.value(2, "contrast") == 7
+    assert stage.output("-c", second["name"].upper(), "get", "contrast") == "7\n"
+    assert stage.cameras.value(1, "contrast") != 7
+
+
+def a_saved_profile_comes_back_after_a_reset(stage):
+    stage.output("save", "1")
+    stage.output("reset")
+    assert stage.cameras.value(1, "brightness") == 0
+    stage.output("apply", "1")
+    assert stage.cameras.value(1, "brightness") == 12
+    assert stage.cameras.value(1, "zoom") == 250
+    assert stage.streams_still()
+
+
+def a_profile_of_one_camera_is_given_to_the_other(stage):
+    stage.output("export", "/run/profiles.json")
+    stage.output("-c", stage.nodes[2], "import", "/run/profiles.json")
+    stage.output("-c", stage.nodes[2], "apply", "1")
+    assert stage.cameras.value(2, "brightness") == 12
+
+
+def whoever_has_no_right_to_the_camera_is_told_so(stage):
+    status, message = stage.failure("get", "brightness", user=NOBODY, group=NOBODY, extra_groups=[],
+                                    env={"HOME": "/nonexistent"})
+    assert status == 5 and "video" in message, f"{status} {message}"
+
+
+def a_camera_that_vanishes_is_no_longer_found(stage):
+    node = stage.nodes[2]
+    stage.cameras.unplug(2)
+    status, message = stage.failure("-c", node, "get", "brightness")
+    assert status == 3, f"{status} {message}"
+
+
+CASES = [
+    two_cameras_attach_and_another_program_streams_from_the_first,
+    list_tells_node_place_formats_and_who_streams,
+    controls_are_those_that_the_driver_has,
+    values_are_set_and_read_while_the_other_program_streams,
+    reading_one_value_needs_little_memory,
+    a_value_between_two_steps_is_told_as_the_driver_rounded_it,
+    a_value_that_an_automatic_sets_is_refused_unless_forced,
+    the_camera_is_found_by_identifier_and_by_a_part_of_its_name,
+    a_saved_profile_comes_back_after_a_reset,
+    a_profile_of_one_camera_is_given_to_the_other,
+    whoever_has_no_right_to_the_camera_is_told_so,
+    a_camera_that_vanishes_is_no_longer_found,
+]
