@@ -36,6 +36,10 @@ CapturePlatform& Session::capture() {
     return *backend().capture;
 }
 
+UsbPlatform& Session::usb() {
+    return *backend().usb;
+}
+
 const std::vector<std::shared_ptr<CaptureDevice>>& Session::cameras() {
     if (!std::exchange(hasListed_, true)) cameras_ = capture().devicesWithMediaType(MediaType::video);
     return cameras_;
@@ -63,19 +67,19 @@ KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) 
         manager_->initProberWithBusProberScopeProberDelegate(2, nullptr);
     }
     manager_->refreshDataWithUniqueIDString(camera->uniqueID());
-    if (!manager_->isControllable()) failToControl(*camera);
+    if (!manager_->isControllable())
+        failToReach(*camera, "it has no controls, or does not answer (taveloctl probe says which)");
     return *manager_;
 }
 
-void Session::failToControl(CaptureDevice& camera) {
+void Session::failToReach(CaptureDevice& camera, const std::string& otherwise) {
     Error error;
     camera.makeInput(error);
     const std::string name = camera.localizedName() + ": ";
     if (error.code == ErrorCode::denied)
         throw Failure(ExitStatus::denied, name + error.text + " (add yourself to the group \"video\")");
     if (error.code != ErrorCode::none) throw Failure(statusOf(error.code), name + error.text);
-    throw Failure(ExitStatus::failed,
-                  name + "it has no controls, or does not answer (taveloctl probe says which)");
+    throw Failure(ExitStatus::failed, name + otherwise);
 }
 
 PreferencesStore& Session::preferences() {

@@ -52,6 +52,7 @@ public:
     CapturePlatform& capture();
     Backend& backend();
     MainQueue& mainQueue() { return environment_.mainQueue; }
+    UsbPlatform& usb();
 
     /// The camera that the user chose.
     std::shared_ptr<CaptureDevice> camera();
@@ -61,6 +62,10 @@ public:
     KTUVCManager& controls();
     /// The same for another camera; one camera is bound at a time.
     KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
+
+    /// Fails with the reason why a camera cannot be opened.
+    /// @param otherwise the reason if it can
+    [[noreturn]] static void failToReach(CaptureDevice& camera, const std::string& otherwise);
 
     PreferencesStore& preferences();
     /// Waits until everything that was set is on the disk.
@@ -72,8 +77,6 @@ public:
     void printJson(QJsonObject object);
 
 private:
-    [[noreturn]] void failToControl(CaptureDevice& camera);
-
     const SessionOptions options_;
     const SessionEnvironment& environment_;
     std::unique_ptr<Diagnostics> diagnostics_;

@@ -8,7 +8,7 @@ std::vector<std::unique_ptr<Verb>> allVerbs() {
     for (const auto make :
          {makeListVerb, makeControlsVerb, makeGetVerb, makeSetVerb, makeResetVerb, makeSendVerb,
           makeProfilesVerb, makeApplyVerb, makeSaveVerb, makeCopyVerb, makeExportVerb, makeImportVerb,
-          makeSnapshotVerb, makeRecordVerb, makeWatchVerb, makeMonitorVerb})
+          makeSnapshotVerb, makeRecordVerb, makeWatchVerb, makeMonitorVerb, makeProbeVerb})
         verbs.push_back(make());
     return verbs;
 }

@@ -26,6 +26,7 @@ std::unique_ptr<Verb> makeSnapshotVerb();
 std::unique_ptr<Verb> makeRecordVerb();
 std::unique_ptr<Verb> makeWatchVerb();
 std::unique_ptr<Verb> makeMonitorVerb();
+std::unique_ptr<Verb> makeProbeVerb();
 
 /// In the order of the help.
 std::vector<std::unique_ptr<Verb>> allVerbs();

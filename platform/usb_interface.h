@@ -6,8 +6,10 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
+#include "platform/camera_inspector.h"
 #include "platform/control_watch.h"
 #include "platform/error.h"
 
@@ -69,6 +71,21 @@ struct UsbInterfaceMatch {
     std::uint16_t alternateSetting = any;
 };
 
+/// The descriptors of a device as the operating system cached them when it was plugged in.
+struct UsbDescriptors {
+    std::vector<std::uint8_t> device;        ///< up to 18 bytes
+    std::vector<std::uint8_t> configuration; ///< the active one with all that follows it, or empty
+
+    friend bool operator==(const UsbDescriptors&, const UsbDescriptors&) = default;
+};
+
+/// What the operating system knows of a device without asking it.
+struct UsbDeviceFacts {
+    UsbDescriptors descriptors;
+    std::string product;     ///< the product string, printable, or empty
+    std::uint32_t speed = 0; ///< megabits per second; 0: unknown, or less than one
+};
+
 /// A device as the operating system lists it, and the way to its interfaces.
 ///
 ///     CreatePlugInInterface --> QueryInterface --> CreateInterfaceIterator --> openInterface
@@ -94,6 +111,12 @@ public:
 
     /// Null if it cannot be opened (no permission, unplugged, no driver to go through).
     virtual std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) = 0;
+
+    /// Nothing if the device is gone.
+    virtual std::optional<UsbDeviceFacts> facts() = 0;
+
+    /// Opens a video-control interface only to read from it.  Null as for openInterface.
+    virtual std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) = 0;
 };
 
 } // namespace tavelo

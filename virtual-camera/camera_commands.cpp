@@ -71,11 +71,12 @@ std::string set(VirtualCameraFirmware& camera, const FirmwareControl& control, W
     return camera.setControlValue(control.address, *value) ? "ok" : failure("the camera does not take it");
 }
 
-std::string limits(VirtualCameraFirmware& /*camera*/, const FirmwareControl& control, Words words) {
+std::string limits(VirtualCameraFirmware& camera, const FirmwareControl& control, Words words) {
     if (!words.empty()) return failure("limits CAMERA CONTROL");
+    const std::optional<ControlLimits> told = camera.controlLimits(control.address);
+    if (!told) return failure("the camera does not have it");
     std::string answer = "ok";
-    for (const std::int32_t value :
-         {control.minimum, control.maximum, control.resolution, control.defaultValue})
+    for (const std::int64_t value : {told->minimum, told->maximum, told->resolution, told->defaultValue})
         answer += ' ' + std::to_string(value);
     return answer;
 }

@@ -5,9 +5,11 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "virtual-camera/camera_commands.h"
+#include "virtual-camera/like_file.h"
 #include "virtual-camera/line_server.h"
 #include "virtual-camera/options.h"
 #include "virtual-camera/served_cameras.h"
@@ -28,9 +30,12 @@ int serve(const Options& options, const sigset_t& endSignals) {
         if (!log->isOpen()) return fail("cannot write " + options.log);
     }
     Error error;
+    const auto models = options.like.empty() ? std::optional(modelsFor(options))
+                                             : modelsLike(options.like, options.cameras, error);
+    if (!models) return fail(options.like + ": " + error.text);
     const auto server = usbip::UsbipServer::listen(options.port, error);
     if (!server) return fail(error.text);
-    ServedCameras cameras(*server, modelsFor(options), log.get(), options.twoFunctions);
+    ServedCameras cameras(*server, *models, log.get(), options.twoFunctions);
     CameraCommands commands(cameras);
     std::unique_ptr<LineServer> control;
     if (!options.control.empty()) {

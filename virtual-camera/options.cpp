@@ -22,13 +22,23 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
     app.add_option("--cameras", options.cameras, "how many cameras: 1-1, 1-2, ...")
         ->check(CLI::Range(1, maxCameras))
         ->capture_default_str();
-    app.add_flag("--bulk", options.bulk, "stream over a bulk endpoint in place of an isochronous one");
-    app.add_flag("--two-functions", options.twoFunctions,
-                 "give each device a second video function, as cameras N+1 to 2N");
+    CLI::Option* const bulk =
+        app.add_flag("--bulk", options.bulk, "stream over a bulk endpoint in place of an isochronous one");
+    CLI::Option* const twoFunctions =
+        app.add_flag("--two-functions", options.twoFunctions,
+                     "give each device a second video function, as cameras N+1 to 2N");
     std::string format;
-    app.add_option("--format", format, "offer only this format: YUYV or MJPG")
-        ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
-        ->type_name("FOURCC");
+    CLI::Option* const onlyFormat = app.add_option("--format", format, "offer only this format: YUYV or MJPG")
+                                        ->transform(CLI::IsMember({"YUYV", "MJPG"}, CLI::ignore_case))
+                                        ->type_name("FOURCC");
+    app.add_option(
+           "--like", options.like,
+           "be like the camera in this pack, which \"taveloctl probe --pack\" wrote: its descriptors, "
+           "controls and faults")
+        ->type_name("FILE")
+        ->excludes(bulk)
+        ->excludes(twoFunctions)
+        ->excludes(onlyFormat);
     app.add_option("--log", options.log, "append a line for each class request to this file")
         ->type_name("FILE");
     app.add_option("--control", options.control, "take orders on this Unix socket")->type_name("SOCKET");

@@ -18,6 +18,7 @@ struct Options {
     bool bulk = false;
     bool twoFunctions = false;
     std::optional<StreamEncoding> encoding; ///< offer this one only
+    std::string like;                       ///< a camera pack; empty: none
     std::string log;                        ///< empty: none
     std::string control;                    ///< empty: none
 };
@@ -30,7 +31,7 @@ struct Message {
 
 std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments);
 
-/// The cameras that the options request.
+/// The cameras that the options request, if they name no camera pack.
 std::vector<VirtualCameraModel> modelsFor(const Options& options);
 
 } // namespace tavelo

@@ -7,6 +7,7 @@
 #include "platform/virtual/control_interface.h"
 #include "platform/virtual/device_list.h"
 #include "platform/virtual/virtual_bus_prober.h"
+#include "platform/virtual/virtual_inspector.h"
 
 namespace tavelo {
 namespace {
@@ -29,6 +30,20 @@ public:
     std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
         if (!firmware_->present()) return nullptr;
         return std::make_shared<VirtualControlInterface>(firmware_, number);
+    }
+
+    std::optional<UsbDeviceFacts> facts() override {
+        if (!firmware_->present()) return std::nullopt;
+        const auto device = firmware_->deviceDescriptor();
+        const auto configuration = firmware_->configurationDescriptor();
+        return UsbDeviceFacts{{{device.begin(), device.end()}, {configuration.begin(), configuration.end()}},
+                              firmware_->model().product,
+                              firmware_->model().speed};
+    }
+
+    std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
+        if (!firmware_->present()) return nullptr;
+        return std::make_unique<VirtualInspector>(firmware_, number);
     }
 
 private:

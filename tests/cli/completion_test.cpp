@@ -32,7 +32,7 @@ protected:
 };
 
 TEST_F(CompletionTest, VerbsComeFirst) {
-    EXPECT_EQ(words({"pro"}), Words{"profiles"});
+    EXPECT_EQ(words({"pro"}), (Words{"profiles", "probe"}));
     EXPECT_EQ(words({"re"}), (Words{"reset", "record"}));
     EXPECT_GE(words({""}).size(), 14U);
     EXPECT_FALSE(offers({""}, completionVerb));

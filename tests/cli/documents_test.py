@@ -41,7 +41,8 @@ class Documents(unittest.TestCase):
                     ("controls", "controls"),
                     ("values", "get", "zoom", "hue-auto", "power-line-frequency"),
                     ("values", "set", "zoom=200", "focus-auto=off"),
-                    ("profiles", "profiles")]:
+                    ("profiles", "profiles"),
+                    ("probe", "probe")]:
                 with self.subTest(arguments):
                     output = call(home, "--json", *arguments)
                     self.assertEqual(output.count("\n"), 1)

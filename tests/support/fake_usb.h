@@ -242,6 +242,9 @@ public:
         return nullptr;
     }
 
+    std::optional<UsbDeviceFacts> facts() override { return std::nullopt; }
+    std::unique_ptr<CameraInspector> openInspector(std::uint8_t /*number*/) override { return nullptr; }
+
 private:
     std::shared_ptr<FakeUsbDevice> device_;
 };

@@ -50,10 +50,22 @@ TEST(VirtualCameraOptions, FormatsAreCaseInsensitive) {
     EXPECT_EQ(parsed({"--format", "MJPG"}).encoding, StreamEncoding::mjpeg);
 }
 
+TEST(VirtualCameraOptions, ACameraPackExcludesWhatItDecides) {
+    EXPECT_EQ(parsed({"--like", "pack.json", "--cameras", "2"}).like, "pack.json");
+    for (const std::vector<const char*>& other :
+         {std::vector<const char*>{"--bulk"}, {"--two-functions"}, {"--format", "YUYV"}}) {
+        std::vector<const char*> words{"--like", "pack.json"};
+        words.insert(words.end(), other.begin(), other.end());
+        const auto result = parse(words);
+        ASSERT_TRUE(std::holds_alternative<Message>(result)) << other[0];
+        EXPECT_EQ(std::get<Message>(result).exitStatus, 2);
+    }
+}
+
 TEST(VirtualCameraOptions, HelpIsNotAnError) {
     const Message message = std::get<Message>(parse({"--help"}));
     EXPECT_EQ(message.exitStatus, 0);
-    for (const char* option : {"--port", "--cameras", "--bulk", "--format", "--log", "--control"})
+    for (const char* option : {"--port", "--cameras", "--bulk", "--format", "--log", "--control", "--like"})
         EXPECT_THAT(message.text, HasSubstr(option));
 }
 

@@ -107,6 +107,12 @@ TEST(VirtualCameraProgram, ExitsWithStatus1IfItsLogCannotBeWritten) {
     EXPECT_EQ(program.status(), 1);
 }
 
+TEST(VirtualCameraProgram, ExitsWithStatus1IfThereIsNoSuchPack) {
+    Program program({"--port", "0", "--like", "/nowhere/pack.json"});
+    EXPECT_EQ(program.line(), "tavelo-virtual-camera: /nowhere/pack.json: there is no such file");
+    EXPECT_EQ(program.status(), 1);
+}
+
 TEST(VirtualCameraProgram, ExitsWithStatus2ForAnUnknownOption) {
     Program program({"--nothing"});
     EXPECT_THAT(program.line(), testing::HasSubstr("--nothing"));

@@ -183,6 +183,10 @@ std::optional<UsbDescriptors> usbDescriptors(const SysfsUsbDevice& device) {
     return descriptors;
 }
 
+std::uint32_t usbSpeed(const SysfsUsbDevice& device) {
+    return parseNumber<std::uint32_t>(readText(device.path / "speed")).value_or(0);
+}
+
 std::optional<UsbIdentity> usbIdentityOfVideoNode(const fs::path& sysfs, std::string_view node) {
     const fs::path name = fs::path(node).filename();
     if (name.empty()) return std::nullopt;

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/usb_interface.h"
+
 namespace tavelo {
 
 // Devices vanish while they are read: anything missing, truncated or unreadable makes an entry absent or
@@ -45,17 +47,14 @@ struct UsbIdentity {
     std::string captureIdentifier() const;
 };
 
-/// The descriptors of a device as the kernel cached them when it was plugged in.
-struct UsbDescriptors {
-    std::vector<std::uint8_t> device;        ///< up to 18 bytes
-    std::vector<std::uint8_t> configuration; ///< the active one with all that follows it, or empty
-};
-
 /// Every USB device, by bus and port, so that the order is the same each time.
 std::vector<SysfsUsbDevice> usbDevices(const std::filesystem::path& sysfs);
 
 /// Nothing if the device is gone.
 std::optional<UsbDescriptors> usbDescriptors(const SysfsUsbDevice& device);
+
+/// In megabits per second; 0 if the kernel does not say, or less than one.
+std::uint32_t usbSpeed(const SysfsUsbDevice& device);
 
 /// @param node "video0", "/dev/video0" or a node's folder in sysfs
 /// @return nothing for a node that is not on the USB bus (a loopback device, a built-in sensor)

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/bus/sysfs_bus_prober.h"
+#include "platform/linux/printable.h"
 #include "platform/uvc/matching_interfaces.h"
 
 namespace tavelo {
@@ -32,6 +33,16 @@ public:
 
     std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
         return options_->openInterface(device_, number);
+    }
+
+    std::optional<UsbDeviceFacts> facts() override {
+        auto descriptors = usbDescriptors(device_);
+        if (!descriptors) return std::nullopt;
+        return UsbDeviceFacts{std::move(*descriptors), printable(device_.product), usbSpeed(device_)};
+    }
+
+    std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
+        return options_->openInspector ? options_->openInspector(device_, number) : nullptr;
     }
 
 private:

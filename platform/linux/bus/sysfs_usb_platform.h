@@ -23,11 +23,15 @@ struct SysfsUsbOptions {
     /// Null if the interface cannot be opened.
     std::function<std::shared_ptr<UsbInterface>(const SysfsUsbDevice& device, std::uint8_t interfaceNumber)>
         openInterface;
+    /// Null if the interface cannot be opened.
+    std::function<std::unique_ptr<CameraInspector>(const SysfsUsbDevice& device,
+                                                   std::uint8_t interfaceNumber)>
+        openInspector = {};
 };
 
 /// Lists every USB device, by bus and port.  Nothing is opened before the interface itself, so no permission
 /// is needed: a device that vanished has no plug-in, one with unreadable descriptors has no interfaces.  The
-/// devices may outlive everything except what `openInterface` holds.
+/// devices may outlive everything except what `openInterface` and `openInspector` hold.
 std::unique_ptr<UsbPlatform> makeSysfsUsbPlatform(SysfsUsbOptions options);
 
 } // namespace tavelo

@@ -11,6 +11,7 @@
 #include "platform/linux/bus/udev_monitor.h"
 #include "platform/linux/kernel/control_interface.h"
 #include "platform/linux/kernel/device_list.h"
+#include "platform/linux/kernel/kernel_inspector.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/uvc/descriptors.h"
 
@@ -47,14 +48,29 @@ std::shared_ptr<UsbInterface> openThroughNode(const ControlNodeOptions& nodes, H
         diagnostics, heldPairs.of(usb.name, number));
 }
 
+std::unique_ptr<CameraInspector> inspectThroughNode(const ControlNodeOptions& nodes,
+                                                    const SysfsUsbDevice& usb, std::uint8_t number,
+                                                    Diagnostics& diagnostics) {
+    OpenedControlNode node = openControlNode(nodes, usb, number, diagnostics);
+    const auto descriptors = usbDescriptors(usb);
+    if (!node.device || !descriptors) return nullptr;
+    return std::make_unique<KernelInspector>(std::move(node.device), std::move(node.path),
+                                             videoFunctionOf(descriptors->configuration, number));
+}
+
 std::unique_ptr<UsbPlatform> makeUsbPlatform(Diagnostics& diagnostics, KernelBackendOptions machine) {
+    const auto inspect = [nodes = machine.nodes, &diagnostics](const SysfsUsbDevice& device,
+                                                               std::uint8_t interfaceNumber) {
+        return inspectThroughNode(nodes, device, interfaceNumber, diagnostics);
+    };
     return makeSysfsUsbPlatform({std::move(machine.sysfs), [] { return openUdevEvents("usb", "usb_device"); },
                                  makeLibusbDescriptorSource,
                                  [nodes = std::move(machine.nodes), pairs = std::make_shared<HeldPairs>(),
                                   &diagnostics](const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
                                      return openThroughNode(nodes, *pairs, device, interfaceNumber,
                                                             diagnostics);
-                                 }});
+                                 },
+                                 inspect});
 }
 
 class KernelCapturePlatform final : public ListedCapturePlatform<KernelDeviceList> {

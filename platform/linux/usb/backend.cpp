@@ -16,6 +16,7 @@
 #include "platform/linux/usb/device/libusb_bus.h"
 #include "platform/linux/usb/device_list.h"
 #include "platform/linux/usb/driver_watch.h"
+#include "platform/linux/usb/usb_inspector.h"
 #include "platform/linux/usb/usb_permissions.h"
 #include "platform/linux/wake_event.h"
 #include "platform/uvc/usb_video_function.h"
@@ -62,26 +63,45 @@ UsbCameraClaims::WatchStarter watchStarter() {
     };
 }
 
-std::shared_ptr<UsbInterface> takeForControl(UsbCameraClaims& claims, const SysfsUsbDevice& device,
-                                             std::uint8_t number, Diagnostics& diagnostics) {
+/// A camera taken from its driver to send it requests.
+struct TakenForRequests {
+    std::shared_ptr<UsbHandle> camera; ///< null if it cannot be taken
+    UsbVideoFunction function;
+    std::string name; ///< in diagnostics
+};
+
+TakenForRequests takeForRequests(UsbCameraClaims& claims, const SysfsUsbDevice& device, std::uint8_t number,
+                                 Diagnostics& diagnostics) {
     const auto descriptors = usbDescriptors(device);
-    if (!descriptors) return nullptr;
-    UsbVideoFunction function = videoFunctionOf(descriptors->configuration, number);
+    if (!descriptors) return {};
+    TakenForRequests taken{nullptr, videoFunctionOf(descriptors->configuration, number),
+                           "USB device " + device.name};
     const UsbCameraAddress address{
-        {device.busNumber, device.deviceNumber}, number, function.streamingInterfaces};
-    const std::string name = "USB device " + device.name;
+        {device.busNumber, device.deviceNumber}, number, taken.function.streamingInterfaces};
     Error error;
-    auto claim = claims.acquire(address, error);
+    taken.camera = claims.acquire(address, error);
     // A device just plugged in may need a moment to get ready.
     for (int tries = 1; tries < mostTries && error.code == ErrorCode::failed; ++tries) {
         std::this_thread::sleep_for(betweenTries);
-        claim = claims.acquire(address, error);
+        taken.camera = claims.acquire(address, error);
     }
-    if (!claim) {
-        diagnostics.report(name, error.text);
-        return nullptr;
-    }
-    return std::make_shared<UsbControlInterface>(std::move(claim), std::move(function), name, diagnostics);
+    if (!taken.camera) diagnostics.report(taken.name, error.text);
+    return taken;
+}
+
+std::shared_ptr<UsbInterface> takeForControl(UsbCameraClaims& claims, const SysfsUsbDevice& device,
+                                             std::uint8_t number, Diagnostics& diagnostics) {
+    TakenForRequests taken = takeForRequests(claims, device, number, diagnostics);
+    if (!taken.camera) return nullptr;
+    return std::make_shared<UsbControlInterface>(std::move(taken.camera), std::move(taken.function),
+                                                 taken.name, diagnostics);
+}
+
+std::unique_ptr<CameraInspector> takeForInspection(UsbCameraClaims& claims, const SysfsUsbDevice& device,
+                                                   std::uint8_t number, Diagnostics& diagnostics) {
+    TakenForRequests taken = takeForRequests(claims, device, number, diagnostics);
+    if (!taken.camera) return nullptr;
+    return std::make_unique<UsbInspector>(std::move(taken.camera), number);
 }
 
 // The camera is taken on the stream's thread when the stream starts.
@@ -133,7 +153,11 @@ Backend makeUsbBackend(const BackendOptions& options, const UsbBackendOptions& m
                                    const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
         return takeForControl(*claims, device, interfaceNumber, diagnostics);
     };
-    return {makeSysfsUsbPlatform({machine.sysfs, machine.hotplugEvents, {}, openInterface}),
+    const auto openInspector = [claims = machine.claims, &diagnostics = options.diagnostics](
+                                   const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
+        return takeForInspection(*claims, device, interfaceNumber, diagnostics);
+    };
+    return {makeSysfsUsbPlatform({machine.sysfs, machine.hotplugEvents, {}, openInterface, openInspector}),
             std::make_unique<UsbCapturePlatform>(options, machine)};
 }
 

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/v4l2/v4l2_controls.h"
 
+#include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <limits>
 #include <vector>
+
+#include "platform/linux/printable.h"
 
 namespace tavelo {
 
@@ -51,6 +56,21 @@ int queryControl(V4l2Node& node, std::uint32_t id, V4l2ControlInfo& info) {
     return 0;
 }
 
+int describeControl(V4l2Node& node, std::uint32_t id, DriverControl& control) {
+    v4l2_queryctrl query{};
+    query.id = id;
+    if (const int error = node.control(VIDIOC_QUERYCTRL, &query)) return error;
+    const auto end = std::ranges::find(query.name, '\0');
+    control = {id,
+               printableAscii({std::begin(query.name), end}),
+               query.minimum,
+               query.maximum,
+               query.step,
+               query.default_value,
+               query.flags};
+    return 0;
+}
+
 int queryMenu(V4l2Node& node, std::uint32_t id, std::uint32_t index) {
     v4l2_querymenu query{};
     query.id = id;
@@ -84,6 +104,18 @@ int takeControlEvent(V4l2Node& node, std::uint32_t& id) {
     if (const int error = node.control(VIDIOC_DQEVENT, &event)) return error;
     id = event.type == V4L2_EVENT_CTRL ? event.id : 0;
     return 0;
+}
+
+int readExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
+                      std::span<std::uint8_t> data) {
+    if (data.size() > std::numeric_limits<std::uint16_t>::max()) return ENOBUFS;
+    uvc_xu_control_query query{};
+    query.unit = unit;
+    query.selector = selector;
+    query.query = request;
+    query.size = static_cast<std::uint16_t>(data.size());
+    query.data = data.data();
+    return node.control(UVCIOC_CTRL_QUERY, &query);
 }
 
 } // namespace tavelo

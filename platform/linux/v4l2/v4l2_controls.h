@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 
+#include "platform/camera_inspector.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 
 namespace tavelo {
@@ -36,6 +37,9 @@ std::unique_ptr<V4l2Node> openForControls(V4l2NodeOpener& opener, const std::str
 /// EINVAL: the driver has no such control.
 int queryControl(V4l2Node& node, std::uint32_t id, V4l2ControlInfo& info);
 
+/// The same with the control's name.
+int describeControl(V4l2Node& node, std::uint32_t id, DriverControl& control);
+
 /// EINVAL: the menu has no such entry.
 int queryMenu(V4l2Node& node, std::uint32_t id, std::uint32_t index);
 
@@ -56,5 +60,12 @@ int unsubscribeFromControls(V4l2Node& node);
 /// Takes the next event.  ENOENT: there is none.
 /// @param id of the control; 0 if the event is about something else
 int takeControlEvent(V4l2Node& node, std::uint32_t& id);
+
+/// Reads from an extension unit, past the V4L2 controls.  The driver asks the camera for exactly
+/// `data.size()` bytes; ENOBUFS if it knows another length.  ENOENT: it has no such unit or the unit does not
+/// list the selector.  EBADRQC: GET_INFO excludes the request.
+/// @param request bRequest of a read (GET_...)
+int readExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
+                      std::span<std::uint8_t> data);
 
 } // namespace tavelo

@@ -2,11 +2,11 @@
 #include "platform/virtual/firmware/control_bank.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/control_effects.h"
 
 namespace tavelo {
 namespace {
@@ -37,7 +37,11 @@ bool hasAutomatic(ControlAddress address) {
 
 } // namespace
 
-ControlBank::ControlBank(const VirtualCameraModel& model) : exposureModes_(model.exposureModes) {
+ControlBank::ControlBank(const VirtualCameraModel& model)
+    : terminalID_(model.terminalID),
+      unitID_(model.unitID),
+      outputTerminalID_(model.outputTerminalID),
+      exposureModes_(model.exposureModes) {
     for (const FirmwareControl& row : firmwareControls()) {
         const bool terminal = row.address.entity == UvcEntity::cameraTerminal;
         const std::uint32_t map = terminal ? model.terminalControls : model.unitControls;
@@ -61,13 +65,20 @@ ControlBank::State* ControlBank::find(ControlAddress address) {
     return found != states_.end() ? std::to_address(found) : nullptr;
 }
 
-bool ControlBank::has(ControlAddress address) const {
-    return find(address) != nullptr;
+std::uint8_t ControlBank::entityError(std::uint8_t entity) const {
+    if (entity == terminalID_ || entity == unitID_) return uvc::errorNone;
+    return entity == outputTerminalID_ ? uvc::errorInvalidControl : uvc::errorInvalidUnit;
 }
 
-std::int64_t ControlBank::valueOr(ControlAddress address, std::int64_t otherwise) const {
-    const State* state = find(address);
-    return state != nullptr ? state->value : otherwise;
+std::optional<ControlAddress> ControlBank::addressOf(std::uint8_t entity, std::uint8_t selector) const {
+    if (entity == terminalID_) return ControlAddress{UvcEntity::cameraTerminal, selector};
+    if (entity == unitID_) return ControlAddress{UvcEntity::processingUnit, selector};
+    return std::nullopt;
+}
+
+bool ControlBank::lists(std::uint8_t entity, std::uint8_t selector) const {
+    const auto address = addressOf(entity, selector);
+    return address && find(*address) != nullptr;
 }
 
 bool ControlBank::accepts(const FirmwareControl& control, std::int64_t value) const {
@@ -86,14 +97,7 @@ bool ControlBank::accepts(const FirmwareControl& control, std::int64_t value) co
 }
 
 bool ControlBank::disabledByAutomatic(ControlAddress address) const {
-    const std::int64_t mode = valueOr(control::autoExposureMode, uvc::manualExposure);
-    if (address == control::exposureTime)
-        return mode == uvc::automaticExposure || mode == uvc::aperturePriority;
-    if (address == control::iris) return mode == uvc::automaticExposure || mode == uvc::shutterPriority;
-    if (address == control::focus) return valueOr(control::autoFocus, 0) != 0;
-    if (address == control::hue) return valueOr(control::autoHue, 0) != 0;
-    if (address == control::whiteBalance) return valueOr(control::autoWhiteBalance, 0) != 0;
-    return false;
+    return isRuledByAutomatic(address, [this](ControlAddress other) { return value(other); });
 }
 
 std::uint8_t ControlBank::info(const FirmwareControl& control) const {
@@ -103,51 +107,55 @@ std::uint8_t ControlBank::info(const FirmwareControl& control) const {
     return bits;
 }
 
-ControlBank::Result ControlBank::read(ControlAddress address, UvcRequest request) const {
-    const State* state = find(address);
-    if (state == nullptr) return {uvc::errorInvalidControl};
+ControlResult ControlBank::read(std::uint8_t entity, std::uint8_t selector, UvcRequest request) const {
+    const auto address = addressOf(entity, selector);
+    const State* state = address ? find(*address) : nullptr;
+    if (state == nullptr) return ControlResult::stall(uvc::errorInvalidControl);
     const FirmwareControl& control = *state->control;
     const bool ranged = control.kind == ControlKind::range || control.kind == ControlKind::panTilt;
     const bool keepsValue = control.kind != ControlKind::relative;
     switch (request) {
         case UvcRequest::getInfo:
-            return {0, {info(control)}};
+            return ControlResult::done({info(control)});
         case UvcRequest::getLen:
-            return {0, {control.size, 0}};
+            return ControlResult::done({control.size, 0});
         case UvcRequest::getCur:
-            return {0, encode(control, state->value)};
+            return ControlResult::done(encode(control, state->value));
         case UvcRequest::getDef:
-            if (keepsValue) return {0, encode(control, state->factory)};
+            if (keepsValue) return ControlResult::done(encode(control, state->factory));
             break;
         case UvcRequest::getMin:
-            if (ranged) return {0, encodeBound(control, control.minimum)};
+            if (ranged) return ControlResult::done(encodeBound(control, control.minimum));
             break;
         case UvcRequest::getMax:
-            if (ranged) return {0, encodeBound(control, control.maximum)};
+            if (ranged) return ControlResult::done(encodeBound(control, control.maximum));
             break;
         case UvcRequest::getRes:
-            if (control.kind == ControlKind::modes) return {0, encode(control, exposureModes_)};
-            if (ranged) return {0, encodeBound(control, control.resolution)};
+            if (control.kind == ControlKind::modes)
+                return ControlResult::done(encode(control, exposureModes_));
+            if (ranged) return ControlResult::done(encodeBound(control, control.resolution));
             break;
         default:
             break;
     }
-    return {uvc::errorInvalidRequest};
+    return ControlResult::stall(uvc::errorInvalidRequest);
 }
 
-ControlBank::Result ControlBank::write(ControlAddress address, std::span<const std::uint8_t> bytes) {
-    State* state = find(address);
-    if (state == nullptr) return {uvc::errorInvalidControl};
-    if (bytes.size() < state->control->size) return {uvc::errorUnknown};
-    if (disabledByAutomatic(address)) return {uvc::errorWrongState};
+ControlResult ControlBank::write(std::uint8_t entity, std::uint8_t selector,
+                                 std::span<const std::uint8_t> bytes) {
+    const auto address = addressOf(entity, selector);
+    State* state = address ? find(*address) : nullptr;
+    if (state == nullptr) return ControlResult::stall(uvc::errorInvalidControl);
+    if (bytes.size() < state->control->size) return ControlResult::stall(uvc::errorUnknown);
+    if (disabledByAutomatic(*address)) return ControlResult::stall(uvc::errorWrongState);
     const std::int64_t value = decode(*state->control, bytes);
-    if (!accepts(*state->control, value)) return {uvc::errorOutOfRange};
-    Result result;
+    if (!accepts(*state->control, value)) return ControlResult::stall(uvc::errorOutOfRange);
+    ControlResult result = ControlResult::done();
     if (state->control->kind == ControlKind::relative) {
         if (stepExposure(value)) result.set = control::exposureTime;
     } else {
         state->value = value;
-        result.set = address;
+        result.set = *address;
     }
     return result;
 }
@@ -180,6 +188,13 @@ bool ControlBank::setValue(ControlAddress address, std::int64_t value) {
     return true;
 }
 
+std::optional<ControlLimits> ControlBank::limits(ControlAddress address) const {
+    const State* state = find(address);
+    if (state == nullptr) return std::nullopt;
+    const FirmwareControl& row = *state->control;
+    return ControlLimits{row.minimum, row.maximum, row.resolution, state->factory};
+}
+
 PictureSettings ControlBank::pictureSettings() const {
     const auto number = [this](ControlAddress address) {
         const double neutral = firmwareControl(address)->defaultValue;
@@ -187,26 +202,7 @@ PictureSettings ControlBank::pictureSettings() const {
         const State* state = find(address);
         return state != nullptr ? static_cast<double>(state->value) : neutral;
     };
-    PictureSettings settings;
-    settings.brightness = number(control::brightness) / 64 * 0.6;
-    settings.contrast = number(control::contrast) / 32;
-    settings.saturation = number(control::saturation) / 64;
-    settings.hue = number(control::hue) / 100;
-    settings.whiteBalance = (number(control::whiteBalance) - 4600) / 1900;
-    settings.gamma = number(control::gamma) / 100;
-    const double stops = std::log2(number(control::exposureTime) / 156) -
-                         2 * std::log2(number(control::iris) / 280) + number(control::gain) / 50 +
-                         number(control::backlight) / 8;
-    settings.exposure = std::exp2(std::clamp(stops / 2, -4.0, 3.0));
-    settings.sharpness = number(control::sharpness) / 10;
-    settings.defocus = number(control::focus) / 250;
-    settings.zoom = number(control::zoom) / 100;
-    const std::int64_t panTilt = valueOr(control::panTilt, 0);
-    settings.pan = panOf(panTilt) / 3600.0;
-    settings.tilt = tiltOf(panTilt) / 3600.0;
-    settings.roll = number(control::roll);
-    settings.interlaced = valueOr(control::scanningMode, 1) == 0;
-    return settings;
+    return pictureSettingsOf(number, [this](ControlAddress address) { return value(address); });
 }
 
 } // namespace tavelo

@@ -8,34 +8,26 @@
 #include <vector>
 
 #include "platform/virtual/firmware/firmware_control.h"
+#include "platform/virtual/firmware/firmware_controls.h"
 #include "platform/virtual/firmware/virtual_camera_model.h"
-#include "platform/virtual/picture/picture_settings.h"
 
 namespace tavelo {
 
-/// Values of all controls that a model lists.  Reentrant.
-class ControlBank {
+/// Values of all controls that a model lists, by the static table.  Reentrant.
+class ControlBank final : public FirmwareControls {
 public:
     explicit ControlBank(const VirtualCameraModel& model);
 
-    /// Whether the camera has the control.
-    bool has(ControlAddress address) const;
-
-    /// The result of a class request; `data` is the answer to a read.
-    struct Result {
-        std::uint8_t errorCode = 0; ///< 0 on success
-        std::vector<std::uint8_t> data = {};
-        std::optional<ControlAddress> set = {}; ///< the control whose value a write set
-    };
-    Result read(ControlAddress address, UvcRequest request) const;
-    Result write(ControlAddress address, std::span<const std::uint8_t> bytes);
-
-    std::optional<std::int64_t> value(ControlAddress address) const;
-    /// Ignores automatic functions.  False if the camera does not have the control or the value is out of
-    /// range.
-    bool setValue(ControlAddress address, std::int64_t value);
-
-    PictureSettings pictureSettings() const;
+    std::uint8_t entityError(std::uint8_t entity) const override;
+    std::optional<ControlAddress> addressOf(std::uint8_t entity, std::uint8_t selector) const override;
+    bool lists(std::uint8_t entity, std::uint8_t selector) const override;
+    ControlResult read(std::uint8_t entity, std::uint8_t selector, UvcRequest request) const override;
+    ControlResult write(std::uint8_t entity, std::uint8_t selector,
+                        std::span<const std::uint8_t> bytes) override;
+    std::optional<std::int64_t> value(ControlAddress address) const override;
+    bool setValue(ControlAddress address, std::int64_t value) override;
+    std::optional<ControlLimits> limits(ControlAddress address) const override;
+    PictureSettings pictureSettings() const override;
 
 private:
     struct State {
@@ -46,13 +38,15 @@ private:
 
     const State* find(ControlAddress address) const;
     State* find(ControlAddress address);
-    std::int64_t valueOr(ControlAddress address, std::int64_t otherwise) const;
     bool accepts(const FirmwareControl& control, std::int64_t value) const;
     bool disabledByAutomatic(ControlAddress address) const;
     std::uint8_t info(const FirmwareControl& control) const;
     /// False if it did nothing.
     bool stepExposure(std::int64_t step);
 
+    std::uint8_t terminalID_;
+    std::uint8_t unitID_;
+    std::uint8_t outputTerminalID_;
     std::uint8_t exposureModes_;
     std::vector<State> states_;
 };

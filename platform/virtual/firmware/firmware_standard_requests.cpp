@@ -1,12 +1,25 @@
 // SPDX-License-Identifier: MIT
 // The firmware's answers to USB standard requests.
+#include <algorithm>
 #include <utility>
 
+#include "platform/uvc/descriptor_walk.h"
+#include "platform/uvc/descriptors.h"
 #include "platform/uvc/uvc_protocol.h"
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 #include "platform/virtual/firmware/virtual_camera_firmware.h"
 
 namespace tavelo {
+namespace {
+
+bool hasEndpoint(std::span<const std::uint8_t> configuration, std::uint8_t address) {
+    while (const auto descriptor = takeDescriptor(configuration))
+        if ((*descriptor)[1] == uvc::endpointType && descriptor->size() >= 3 && (*descriptor)[2] == address)
+            return true;
+    return false;
+}
+
+} // namespace
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerStandard(const UsbSetup& setup) {
     switch (setup.bmRequestType & uvc::recipientMask) {
@@ -32,7 +45,7 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDevice(const UsbSetup
         case uvc::getConfiguration:
             return delivered({configuration_});
         case uvc::setConfiguration:
-            if (setup.wValue > 1) return refused(0);
+            if (setup.wValue != 0 && setup.wValue != configurationValue()) return refused(0);
             configuration_ = static_cast<std::uint8_t>(setup.wValue);
             stopStream();
             return delivered({});
@@ -55,19 +68,21 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerDescriptor(const UsbS
 
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerInterface(const UsbSetup& setup) {
     const bool streamingInterface = setup.wIndex == model_.streamingInterface();
-    if (!streamingInterface && setup.wIndex != model_.controlInterface()) return refused(0);
+    if (!hasSetting(setup.wIndex, 0)) return refused(0);
+    const auto interface = static_cast<std::uint8_t>(setup.wIndex);
     switch (setup.bRequest) {
         case uvc::getStatus:
             return delivered({0, 0});
         case uvc::getInterface:
-            return delivered({streamingInterface ? alternateSetting_ : std::uint8_t{0}});
+            return delivered({streamingInterface ? alternateSetting_ : otherSettings_[interface]});
         case uvc::setInterface: {
-            const bool isochronous = model_.transport == StreamTransport::isochronous;
-            const std::size_t last = streamingInterface && isochronous ? isochronousPacketSizes.size() : 0;
-            if (setup.wValue > last) return refused(0);
+            if (!hasSetting(setup.wIndex, setup.wValue)) return refused(0);
+            const auto setting = static_cast<std::uint8_t>(setup.wValue);
             if (streamingInterface) {
                 stopStream();
-                alternateSetting_ = static_cast<std::uint8_t>(setup.wValue);
+                alternateSetting_ = setting;
+            } else {
+                otherSettings_[interface] = setting;
             }
             return delivered({});
         }
@@ -76,9 +91,26 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerInterface(const UsbSe
     }
 }
 
+std::uint8_t VirtualCameraFirmware::configurationValue() const {
+    return configurationDescriptor_.size() > 5 ? configurationDescriptor_[5] : std::uint8_t{1};
+}
+
+// A recorded camera may have interfaces that are no part of its video function.
+bool VirtualCameraFirmware::hasSetting(unsigned interface, unsigned setting) const {
+    if (!model_.recorded) {
+        const bool streams = interface == model_.streamingInterface();
+        return (streams && setting <= model_.payloadSizes().size()) ||
+               (interface == model_.controlInterface() && setting == 0);
+    }
+    return std::ranges::any_of(interfacesOf(configurationDescriptor_), [&](const auto& each) {
+        return each.number == interface && each.alternateSetting == setting;
+    });
+}
+
 VirtualCameraFirmware::Answer VirtualCameraFirmware::answerEndpoint(const UsbSetup& setup) {
     const auto endpoint = static_cast<std::uint8_t>(setup.wIndex);
-    if (endpoint != model_.streamingEndpoint() && (endpoint & 0x7FU) != 0) return refused(0);
+    const bool other = model_.recorded && hasEndpoint(configurationDescriptor_, endpoint);
+    if (endpoint != model_.streamingEndpoint() && (endpoint & 0x7FU) != 0 && !other) return refused(0);
     const bool streamingEndpoint = endpoint == model_.streamingEndpoint();
     switch (setup.bRequest) {
         case uvc::getStatus:

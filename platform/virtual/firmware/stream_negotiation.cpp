@@ -4,12 +4,14 @@
 #include <algorithm>
 
 #include "platform/uvc/little_endian.h"
+#include "platform/uvc/usb_video_function.h"
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 
 namespace tavelo {
 namespace {
 
 constexpr std::size_t probeSizeVersion10 = 26; // hosts of version 1.0 send this much
+constexpr std::size_t probeSizeVersion15 = 48;
 constexpr std::uint32_t payloadHeader = 12;
 constexpr std::uint32_t bulkPayload = 32'768;
 constexpr std::uint64_t microframesPerSecond = 8000;
@@ -26,21 +28,49 @@ std::uint32_t expectedFrame(const StreamOffer& offer) {
     return offer.encoding == StreamEncoding::yuyv ? largest : largest / 4;
 }
 
-std::uint32_t isochronousPayload(const StreamOffer& offer, std::uint32_t interval) {
+std::uint32_t isochronousPayload(const StreamOffer& offer, std::uint32_t interval,
+                                 std::span<const std::uint32_t> sizes) {
     const std::uint64_t bytesPerSecond = expectedFrame(offer) * unitsPerSecond / interval;
     const std::uint64_t needed = bytesPerSecond / microframesPerSecond * 21 / 20 + payloadHeader;
-    for (const std::uint16_t size : isochronousPacketSizes)
-        if (bytesPerMicroframe(size) >= needed) return bytesPerMicroframe(size);
-    return bytesPerMicroframe(isochronousPacketSizes.back());
+    for (const std::uint32_t size : sizes)
+        if (size >= needed) return size;
+    return sizes.empty() ? 0 : sizes.back();
+}
+
+// The offers with the indexes that the descriptors give them.
+std::vector<StreamOffer> indexedOffers(const VirtualCameraModel& model) {
+    if (model.recorded) return model.offers;
+    std::vector<StreamOffer> indexed;
+    std::uint8_t format = 0;
+    for (const auto& group : offersByFormat(model)) {
+        ++format;
+        std::uint8_t frame = 0;
+        for (const StreamOffer& offer : group) {
+            indexed.push_back(offer);
+            indexed.back().formatIndex = format;
+            indexed.back().frameIndex = ++frame;
+        }
+    }
+    return indexed;
+}
+
+std::size_t probeSizeOf(const VirtualCameraModel& model) {
+    if (!model.recorded) return StreamNegotiation::probeSize;
+    const CameraRecord& record = model.recorded->record;
+    const auto version =
+        videoFunctionOf(record.descriptors.configuration, record.controlInterface).classVersion;
+    if (version >= uvc::version15) return probeSizeVersion15;
+    return version >= uvc::version11 ? StreamNegotiation::probeSize : probeSizeVersion10;
 }
 
 } // namespace
 
-StreamFormat streamFormat(const StreamOffer& offer, std::uint32_t interval, StreamTransport transport) {
+StreamFormat streamFormat(const StreamOffer& offer, std::uint32_t interval, StreamTransport transport,
+                          std::span<const std::uint32_t> payloadSizes) {
     StreamFormat format{offer.encoding, offer.width, offer.height, interval, largestFrame(offer), 0};
     format.maxPayload = transport == StreamTransport::bulk
                             ? std::min(format.maxFrameSize + payloadHeader, bulkPayload)
-                            : isochronousPayload(offer, interval);
+                            : isochronousPayload(offer, interval, payloadSizes);
     return format;
 }
 
@@ -58,29 +88,36 @@ std::vector<std::vector<StreamOffer>> offersByFormat(const VirtualCameraModel& m
 }
 
 StreamNegotiation::StreamNegotiation(const VirtualCameraModel& model)
-    : formats_(offersByFormat(model)),
+    : offers_(indexedOffers(model)),
       transport_(model.transport),
-      probe_(choose(1, 1, 0)) {}
+      payloadSizes_(model.payloadSizes()),
+      undrawnFormats_(model.recorded ? model.recorded->undrawnFormats : std::bitset<256>()),
+      probeSize_(probeSizeOf(model)),
+      probe_(choose(0, 0, 0)) {}
 
 StreamNegotiation::Choice StreamNegotiation::choose(std::uint8_t format, std::uint8_t frame,
                                                     std::uint32_t interval) const {
     Choice choice;
-    if (formats_.empty()) return choice;
-    choice.format = format >= 1 && format <= formats_.size() ? format : std::uint8_t{1};
-    const auto& offers = formats_[choice.format - 1U];
-    choice.frame = frame >= 1 && frame <= offers.size() ? frame : std::uint8_t{1};
-    const StreamOffer& offer = offers[choice.frame - 1U];
-    std::uint32_t nearest = offer.frameIntervals.front();
+    if (offers_.empty()) return choice;
+    auto offer = std::ranges::find(offers_, format, &StreamOffer::formatIndex);
+    if (offer == offers_.end()) offer = offers_.begin();
+    const auto exact = std::ranges::find_if(offers_, [&](const StreamOffer& each) {
+        return each.formatIndex == offer->formatIndex && each.frameIndex == frame;
+    });
+    if (exact != offers_.end()) offer = exact;
+    choice.format = offer->formatIndex;
+    choice.frame = offer->frameIndex;
+    std::uint32_t nearest = offer->frameIntervals.front();
     const auto distance = [interval](std::uint32_t a) { return a > interval ? a - interval : interval - a; };
-    for (const std::uint32_t candidate : offer.frameIntervals)
+    for (const std::uint32_t candidate : offer->frameIntervals)
         if (interval != 0 && distance(candidate) < distance(nearest)) nearest = candidate;
-    choice.stream = streamFormat(offer, nearest, transport_);
+    choice.stream = streamFormat(*offer, nearest, transport_, payloadSizes_);
     return choice;
 }
 
 std::vector<std::uint8_t> StreamNegotiation::encode(const Choice& choice) const {
     std::vector<std::uint8_t> bytes;
-    bytes.reserve(probeSize);
+    bytes.reserve(probeSizeVersion15);
     appendLittleEndian(bytes, 1, 2); // bmHint: keep the frame interval
     appendLittleEndian(bytes, choice.format, 1);
     appendLittleEndian(bytes, choice.frame, 1);
@@ -92,6 +129,7 @@ std::vector<std::uint8_t> StreamNegotiation::encode(const Choice& choice) const 
     appendLittleEndian(bytes, streamClockFrequency, 4);
     appendLittleEndian(bytes, 3, 1); // bmFramingInfo: frame identifier and end of frame are used
     appendLittleEndian(bytes, 0, 3); // payload versions: none
+    bytes.resize(probeSize_);        // what version 1.5 adds concerns formats that are not drawn
     return bytes;
 }
 
@@ -108,7 +146,7 @@ StreamNegotiation::Result StreamNegotiation::read(std::uint8_t selector, UvcRequ
             if (selector == uvc::probeControl) return {0, encode(choose(probe_.format, probe_.frame, 0))};
             break;
         case UvcRequest::getLen:
-            return {0, {static_cast<std::uint8_t>(probeSize), 0}};
+            return {0, {static_cast<std::uint8_t>(probeSize_), 0}};
         case UvcRequest::getInfo:
             return {0, {static_cast<std::uint8_t>(uvc::infoGet | uvc::infoSet)}};
         default:
@@ -121,7 +159,8 @@ StreamNegotiation::Result StreamNegotiation::write(std::uint8_t selector,
                                                    std::span<const std::uint8_t> bytes) {
     if (selector != uvc::probeControl && selector != uvc::commitControl)
         return {uvc::errorInvalidControl, {}};
-    if (bytes.size() < probeSizeVersion10 || formats_.empty()) return {uvc::errorUnknown, {}};
+    if (bytes.size() < probeSizeVersion10 || offers_.empty()) return {uvc::errorUnknown, {}};
+    if (undrawnFormats_[bytes[2]]) return {uvc::errorOutOfRange, {}};
     const auto interval = doubleWordAt(bytes, 4);
     const Choice choice = choose(bytes[2], bytes[3], interval);
     if (selector == uvc::commitControl) {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
@@ -90,7 +92,8 @@ Bytes formatDescriptor(std::uint8_t index, std::span<const StreamOffer> offers) 
 Bytes frameDescriptor(std::uint8_t index, const StreamOffer& offer, StreamTransport transport) {
     const std::uint8_t subtype =
         offer.encoding == StreamEncoding::mjpeg ? uvc::mjpegFrame : uvc::uncompressedFrame;
-    const std::uint32_t frameSize = streamFormat(offer, offer.frameIntervals.front(), transport).maxFrameSize;
+    const std::uint32_t frameSize =
+        streamFormat(offer, offer.frameIntervals.front(), transport, {}).maxFrameSize;
     const auto bitRate = [&](std::uint32_t interval) {
         return std::uint64_t{frameSize} * 8 * 10'000'000 / interval;
     };
@@ -151,9 +154,51 @@ void appendStreamingInterface(Bytes& bytes, const VirtualCameraModel& model) {
     }
 }
 
+// One character of UTF-8, removed from `text`; a question mark for what is none.
+std::uint32_t takeCharacter(std::string_view& text) {
+    const auto first = static_cast<std::uint8_t>(text.front());
+    text.remove_prefix(1);
+    if (first < 0x80) return first;
+    const std::size_t more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : 1;
+    if (first < 0xC2 || first > 0xF4 || text.size() < more) return '?';
+    std::uint32_t character = first & (0x3FU >> more);
+    for (std::size_t i = 0; i < more; ++i) {
+        const auto next = static_cast<std::uint8_t>(text[i]);
+        if ((next & 0xC0U) != 0x80U) return '?';
+        character = character << 6U | (next & 0x3FU);
+    }
+    text.remove_prefix(more);
+    return character;
+}
+
+std::vector<std::uint16_t> utf16Of(std::string_view text) {
+    std::vector<std::uint16_t> units;
+    while (!text.empty()) {
+        const std::uint32_t character = takeCharacter(text);
+        if (character >= 0x10000) units.push_back(static_cast<std::uint16_t>(0xD7C0 + (character >> 10U)));
+        units.push_back(
+            static_cast<std::uint16_t>(character >= 0x10000 ? 0xDC00 | (character & 0x3FFU) : character));
+    }
+    return units;
+}
+
+struct StringIndexes {
+    std::uint8_t manufacturer = manufacturerString;
+    std::uint8_t product = productString;
+    std::uint8_t serial = serialString;
+};
+
+StringIndexes stringIndexes(const VirtualCameraModel& model) {
+    if (!model.recorded) return {};
+    const auto& device = model.recorded->record.descriptors.device;
+    if (device.size() < 17) return {0, 0, 0};
+    return {device[14], device[15], device[16]};
+}
+
 } // namespace
 
 std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) {
+    if (model.recorded) return model.recorded->record.descriptors.device;
     Bytes bytes;
     append(bytes, {uvc::deviceType, 0x00, 0x02, // USB 2.0
                    0xEF, 0x02, 0x01,            // class by interface association
@@ -164,6 +209,7 @@ std::vector<std::uint8_t> makeDeviceDescriptor(const VirtualCameraModel& model) 
 }
 
 std::vector<std::uint8_t> makeConfigurationDescriptor(const VirtualCameraModel& model) {
+    if (model.recorded) return model.recorded->record.descriptors.configuration;
     Bytes bytes;
     append(bytes, {uvc::configurationType, 0, 0, 2, 1, 0, 0x80, 250}); // two interfaces, bus-powered, 500 mA
     append(bytes, {uvc::associationType, model.controlInterface(), 2, uvc::videoClass,
@@ -181,14 +227,17 @@ std::vector<std::uint8_t> makeStringDescriptor(const VirtualCameraModel& model, 
         append(bytes, {uvc::stringType, 0x09, 0x04}); // English, United States
         return bytes;
     }
+    const StringIndexes indexes = stringIndexes(model);
     std::string text;
-    if (index == manufacturerString) text = model.manufacturer;
-    if (index == productString) text = model.product;
-    if (index == serialString) text = model.serial;
+    if (index == indexes.manufacturer) text = model.manufacturer;
+    if (index == indexes.serial) text = model.serial;
+    if (index == indexes.product) text = model.product;
     if (text.empty()) return bytes;
     Bytes body{uvc::stringType};
-    for (const char letter : text.substr(0, 126))
-        appendLittleEndian(body, static_cast<std::uint8_t>(letter), 2);
+    constexpr std::size_t longest = 126; // a descriptor's length is a byte
+    const std::vector<std::uint16_t> units = utf16Of(text);
+    for (const std::uint16_t unit : std::span(units).first(std::min(units.size(), longest)))
+        appendLittleEndian(body, unit, 2);
     append(bytes, body);
     return bytes;
 }

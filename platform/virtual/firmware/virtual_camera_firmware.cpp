@@ -6,6 +6,8 @@
 
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
+#include "platform/virtual/firmware/control_bank.h"
+#include "platform/virtual/firmware/recorded_controls.h"
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 
 namespace tavelo {
@@ -28,10 +30,15 @@ VirtualCameraFirmware::VirtualCameraFirmware(VirtualCameraModel model)
     : model_(std::move(model)),
       deviceDescriptor_(makeDeviceDescriptor(model_)),
       configurationDescriptor_(makeConfigurationDescriptor(model_)),
-      controls_(model_),
+      controls_(makeControls(model_)),
       negotiation_(model_) {}
 
 VirtualCameraFirmware::~VirtualCameraFirmware() = default;
+
+std::unique_ptr<FirmwareControls> VirtualCameraFirmware::makeControls(const VirtualCameraModel& model) {
+    if (model.recorded) return std::make_unique<RecordedControls>(model);
+    return std::make_unique<ControlBank>(model);
+}
 
 UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const std::uint8_t> out,
                                         FirmwareHost host) {
@@ -56,11 +63,13 @@ UsbReply VirtualCameraFirmware::control(const UsbSetup& setup, std::span<const s
 }
 
 void VirtualCameraFirmware::tellSet(ControlAddress address, FirmwareHost host) {
+    const std::uint8_t entity =
+        address.entity == UvcEntity::cameraTerminal ? model_.terminalID : model_.unitID;
     const std::scoped_lock watching(observersMutex_);
     ChangedControl change{address, {}};
     {
         const std::scoped_lock lock(mutex_);
-        change.value = controls_.read(address, UvcRequest::getCur).data;
+        change.value = controls_->read(entity, address.selector, UvcRequest::getCur).data;
     }
     for (FirmwareObserver* observer : observers_)
         observer->controlSet(change, host);
@@ -109,38 +118,28 @@ VirtualCameraFirmware::Answer VirtualCameraFirmware::answerClass(const UsbSetup&
     if (interface != model_.controlInterface()) return refused(uvc::errorInvalidRequest);
     if (entity == 0) return answerErrorCode(setup);
 
-    Answer given;
-    if (entity == model_.terminalID)
-        given = answerControl(UvcEntity::cameraTerminal, setup, out, lock);
-    else if (entity == model_.unitID)
-        given = answerControl(UvcEntity::processingUnit, setup, out, lock);
-    else
-        given = refused(entity == model_.outputTerminalID ? uvc::errorInvalidControl : uvc::errorInvalidUnit);
+    const std::uint8_t unreachable = controls_->entityError(entity);
+    Answer given = unreachable != 0 ? refused(unreachable) : answerControl(setup, out, lock);
     if (given.reply.kind != UsbReplyKind::silence) errorCode_ = given.errorCode;
     return given;
 }
 
-VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(UvcEntity entity, const UsbSetup& setup,
+VirtualCameraFirmware::Answer VirtualCameraFirmware::answerControl(const UsbSetup& setup,
                                                                    std::span<const std::uint8_t> out,
                                                                    std::unique_lock<std::mutex>& lock) {
-    const ControlAddress address{entity, highByte(setup.wValue)};
+    const std::uint8_t entity = highByte(setup.wIndex);
+    const std::uint8_t selector = highByte(setup.wValue);
     const auto request = static_cast<UvcRequest>(setup.bRequest);
-    std::optional<FirmwareFault> fault = orderedFault(address, setup, lock);
+    const std::optional<ControlAddress> address = controls_->addressOf(entity, selector);
+    const auto fault = address ? orderedFault(*address, setup, lock) : std::nullopt;
     if (vanished_ || (fault && fault->kind == FaultKind::silence)) return silent();
     if (fault && fault->kind == FaultKind::stall) return refused(fault->errorCode);
 
-    if (!isRead(setup)) {
-        if (request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
-        const ControlBank::Result result = controls_.write(address, out);
-        if (result.errorCode != 0) return refused(result.errorCode);
-        Answer given = delivered({});
-        given.set = result.set;
-        return given;
-    }
-    ControlBank::Result result = controls_.read(address, request);
-    if (result.errorCode != 0) return refused(result.errorCode);
+    if (!isRead(setup) && request != UvcRequest::setCur) return refused(uvc::errorInvalidRequest);
+    ControlResult result =
+        isRead(setup) ? controls_->read(entity, selector, request) : controls_->write(entity, selector, out);
     if (fault) result.data.resize(std::min(result.data.size(), fault->length));
-    return delivered(std::move(result.data));
+    return {{result.kind, std::move(result.data)}, result.errorCode, result.set};
 }
 
 // The fault that applies: silence before stall before short reply.  Waits for delays itself.
@@ -201,27 +200,31 @@ std::uint8_t VirtualCameraFirmware::alternateSetting() const {
 
 bool VirtualCameraFirmware::listsControl(std::uint8_t entityID, std::uint8_t selector) const {
     const std::scoped_lock lock(mutex_);
-    if (entityID == model_.terminalID) return controls_.has({UvcEntity::cameraTerminal, selector});
-    return entityID == model_.unitID && controls_.has({UvcEntity::processingUnit, selector});
+    return controls_->lists(entityID, selector);
 }
 
 std::optional<std::int64_t> VirtualCameraFirmware::controlValue(ControlAddress address) const {
     const std::scoped_lock lock(mutex_);
-    return controls_.value(address);
+    return controls_->value(address);
 }
 
 bool VirtualCameraFirmware::setControlValue(ControlAddress address, std::int64_t value) {
     {
         const std::scoped_lock lock(mutex_);
-        if (!controls_.setValue(address, value)) return false;
+        if (!controls_->setValue(address, value)) return false;
     }
     tellSet(address, 0);
     return true;
 }
 
+std::optional<ControlLimits> VirtualCameraFirmware::controlLimits(ControlAddress address) const {
+    const std::scoped_lock lock(mutex_);
+    return controls_->limits(address);
+}
+
 PictureSettings VirtualCameraFirmware::pictureSettings() const {
     const std::scoped_lock lock(mutex_);
-    return controls_.pictureSettings();
+    return controls_->pictureSettings();
 }
 
 void VirtualCameraFirmware::order(const FirmwareFault& fault) {

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -13,8 +14,8 @@
 #include <vector>
 
 #include "platform/control_watch.h"
-#include "platform/virtual/firmware/control_bank.h"
 #include "platform/virtual/firmware/firmware_control.h"
+#include "platform/virtual/firmware/firmware_controls.h"
 #include "platform/virtual/firmware/firmware_fault.h"
 #include "platform/virtual/firmware/stream_negotiation.h"
 #include "platform/virtual/firmware/usb_gadget.h"
@@ -51,8 +52,8 @@ public:
     virtual void vanished() = 0;
 };
 
-/// A USB Video Class 1.1 camera without its bus: answers control transfers and stores the values of its
-/// controls.
+/// A USB Video Class camera without its bus: answers control transfers and stores the values of its
+/// controls.  A model that is like a recorded camera answers as that one did, see recorded_controls.h.
 ///
 /// Like real cameras, it accepts wrong lengths: a read of more bytes than a control has returns the control's
 /// own size, and a longer write uses the low bytes.  It stalls a value out of range, a manual control while
@@ -103,6 +104,8 @@ public:
     /// Sets a value even if its automatic is on.  False if the camera does not have the control or the value
     /// is out of range.
     bool setControlValue(ControlAddress address, std::int64_t value);
+    /// What is not known is 0; nothing if the camera does not have the control.
+    std::optional<ControlLimits> controlLimits(ControlAddress address) const;
     PictureSettings pictureSettings() const;
 
     // Faults.
@@ -132,6 +135,7 @@ private:
         std::optional<ControlAddress> set = {}; ///< the control whose value it set
     };
 
+    static std::unique_ptr<FirmwareControls> makeControls(const VirtualCameraModel& model);
     static Answer delivered(std::vector<std::uint8_t> data);
     static Answer refused(std::uint8_t errorCode);
     static Answer silent();
@@ -144,9 +148,11 @@ private:
     Answer answerDescriptor(const UsbSetup& setup) const;
     Answer answerInterface(const UsbSetup& setup);
     Answer answerEndpoint(const UsbSetup& setup);
+    std::uint8_t configurationValue() const;
+    bool hasSetting(unsigned interface, unsigned setting) const;
     Answer answerClass(const UsbSetup& setup, std::span<const std::uint8_t> out,
                        std::unique_lock<std::mutex>& lock);
-    Answer answerControl(UvcEntity entity, const UsbSetup& setup, std::span<const std::uint8_t> out,
+    Answer answerControl(const UsbSetup& setup, std::span<const std::uint8_t> out,
                          std::unique_lock<std::mutex>& lock);
     Answer answerErrorCode(const UsbSetup& setup) const;
     Answer answerStreaming(const UsbSetup& setup, std::span<const std::uint8_t> out);
@@ -162,7 +168,7 @@ private:
 
     mutable std::mutex mutex_;        // guards everything up to the blank line
     std::condition_variable changed_; // signals changes of vanished_ and faultsCleared_
-    ControlBank controls_;
+    std::unique_ptr<FirmwareControls> controls_;
     StreamNegotiation negotiation_;
     std::vector<FirmwareFault> faults_;
     std::uint64_t faultsCleared_ = 0;
@@ -170,6 +176,7 @@ private:
     std::uint8_t errorCode_ = 0;
     std::uint8_t configuration_ = 0;
     std::uint8_t alternateSetting_ = 0;
+    std::map<std::uint8_t, std::uint8_t> otherSettings_; // of interfaces that do not stream
     bool bulkRunning_ = false;
     bool halted_ = false;
     bool vanished_ = false;

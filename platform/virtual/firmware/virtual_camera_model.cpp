@@ -47,7 +47,39 @@ std::vector<StreamOffer> standardOffers() {
     };
 }
 
+constexpr std::uint8_t noInterface = 0xFF;
+
 } // namespace
+
+std::uint8_t VirtualCameraModel::controlInterface() const {
+    return recorded ? recorded->record.controlInterface : firstInterface;
+}
+
+std::uint8_t VirtualCameraModel::streamingInterface() const {
+    if (recorded) return recorded->hasStream ? recorded->stream.interface : noInterface;
+    return static_cast<std::uint8_t>(firstInterface + 1);
+}
+
+std::uint8_t VirtualCameraModel::streamingEndpoint() const {
+    if (!recorded) return static_cast<std::uint8_t>(0x81 + firstInterface / 2);
+    const auto& settings = recorded->stream.settings;
+    return settings.empty() ? recorded->stream.endpoint : settings.front().endpoint;
+}
+
+std::vector<std::uint32_t> VirtualCameraModel::payloadSizes() const {
+    std::vector<std::uint32_t> sizes;
+    if (transport == StreamTransport::bulk) return sizes;
+    if (!recorded) {
+        for (const std::uint16_t size : isochronousPacketSizes)
+            sizes.push_back(bytesPerMicroframe(size));
+        return sizes;
+    }
+    for (const DescribedSetting& setting : recorded->stream.settings)
+        if (setting.kind == StreamingEndpointKind::isochronous && setting.bytes > 0)
+            sizes.push_back(setting.bytes);
+    std::ranges::sort(sizes);
+    return sizes;
+}
 
 VirtualCameraModel virtualCameraModel(int number) {
     VirtualCameraModel model;

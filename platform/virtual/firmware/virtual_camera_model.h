@@ -3,12 +3,16 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "platform/uvc/camera_record.h"
+#include "platform/uvc/streaming_description.h"
 #include "platform/virtual/firmware/firmware_control.h"
 
 namespace tavelo {
@@ -22,6 +26,9 @@ struct StreamOffer {
     std::uint16_t width = 0;
     std::uint16_t height = 0;
     std::vector<std::uint32_t> frameIntervals; ///< in 100 ns, shortest first; the first is the default
+    /// bFormatIndex and bFrameIndex; 0 if they follow from the place among the offers.
+    std::uint8_t formatIndex = 0;
+    std::uint8_t frameIndex = 0;
 };
 
 /// The format that host and camera have agreed on.
@@ -35,6 +42,15 @@ struct StreamFormat {
     std::uint32_t maxPayload = 0;
 
     friend bool operator==(const StreamFormat&, const StreamFormat&) = default;
+};
+
+/// What a model is like.
+struct RecordedCamera {
+    CameraRecord record;
+    std::vector<std::uint8_t> entities; ///< identifiers of its control interface
+    bool hasStream = false;
+    StreamingDescription stream;     ///< with the settings of the streaming endpoint only
+    std::bitset<256> undrawnFormats; ///< by bFormatIndex
 };
 
 struct VirtualCameraModel {
@@ -59,15 +75,23 @@ struct VirtualCameraModel {
     /// The first of the camera's two interface numbers: 0, or 2 for the second video function of a device.
     /// The endpoint number depends on it too.
     std::uint8_t firstInterface = 0;
-    std::uint8_t controlInterface() const { return firstInterface; }
-    std::uint8_t streamingInterface() const { return static_cast<std::uint8_t>(firstInterface + 1); }
-    std::uint8_t streamingEndpoint() const { return static_cast<std::uint8_t>(0x81 + firstInterface / 2); }
+    std::uint8_t controlInterface() const;
+    std::uint8_t streamingInterface() const;
+    std::uint8_t streamingEndpoint() const;
+    /// Bytes in one service interval at each alternate setting that streams; empty for a bulk endpoint.
+    std::vector<std::uint32_t> payloadSizes() const;
+
+    std::uint32_t speed = 480; ///< of the bus, in megabits per second
 
     StreamTransport transport = StreamTransport::isochronous;
     std::vector<StreamOffer> offers; ///< grouped by encoding; the first of each is its default
 
     /// Modifies the finished configuration descriptor, for cameras with broken descriptors.
     std::function<void(std::vector<std::uint8_t>&)> alterConfiguration;
+
+    /// The camera that this one is like, or null.  Its descriptors and answers replace those that follow from
+    /// the rest; see modelLike.
+    std::shared_ptr<const RecordedCamera> recorded;
 };
 
 /// The camera with this number, from 1.  All share one vendor and product; no two share a location, a serial

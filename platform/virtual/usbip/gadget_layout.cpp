@@ -31,6 +31,16 @@ void take(GadgetLayout& layout, std::span<const std::uint8_t> descriptor) {
         layout.endpoints.push_back(readEndpoint(descriptor));
 }
 
+// A host takes a device only at the speed that the packet size of its endpoint 0 is for.
+DeviceSpeed speedOf(std::span<const std::uint8_t> deviceDescriptor) {
+    constexpr std::uint16_t version3 = 0x0300;
+    constexpr std::uint8_t superSpeedExponent = 9;
+    constexpr std::uint8_t highSpeedSize = 64;
+    const std::uint8_t size = deviceDescriptor[7];
+    if (size == superSpeedExponent && wordAt(deviceDescriptor, 2) >= version3) return DeviceSpeed::super;
+    return size < highSpeedSize ? DeviceSpeed::full : DeviceSpeed::high;
+}
+
 std::uint32_t numberIn(std::string_view text) {
     std::uint32_t number = 0;
     std::from_chars(text.data(), text.data() + text.size(), number);
@@ -67,6 +77,7 @@ ExportedDevice describe(const UsbGadget& gadget, const std::string& busId) {
         device.vendorID = wordAt(descriptor, 8);
         device.productID = wordAt(descriptor, 10);
         device.release = wordAt(descriptor, 12);
+        device.speed = speedOf(descriptor);
         device.configurationCount = descriptor[17];
     }
     const GadgetLayout layout = layoutOf(gadget.configurationDescriptor());

@@ -8,7 +8,6 @@ namespace tavelo::usbip {
 namespace {
 
 constexpr std::size_t pathSize = 256;
-constexpr std::uint32_t speedHigh = 3;
 constexpr std::uint32_t noPackets =
     0xFFFFFFFF; // what some clients write for "not isochronous", others write 0
 
@@ -59,7 +58,7 @@ public:
         text(device.busId, busIdSize);
         dword(device.busNumber);
         dword(device.deviceNumber);
-        dword(speedHigh);
+        dword(static_cast<std::uint32_t>(device.speed));
         word(device.vendorID);
         word(device.productID);
         word(device.release);

@@ -59,6 +59,9 @@ struct InterfaceClass {
 };
 
 /// A device in the list of exported devices.
+/// As the kernel numbers them.
+enum class DeviceSpeed : std::uint32_t { full = 2, high = 3, super = 5 };
+
 struct ExportedDevice {
     std::string path;
     std::string busId;
@@ -67,6 +70,7 @@ struct ExportedDevice {
     std::uint16_t vendorID = 0;
     std::uint16_t productID = 0;
     std::uint16_t release = 0; ///< bcdDevice
+    DeviceSpeed speed = DeviceSpeed::high;
     InterfaceClass deviceClass;
     std::uint8_t configurationValue = 0;
     std::uint8_t configurationCount = 0;

@@ -127,6 +127,34 @@ TEST_F(KernelBackend, WalksFromTheDeviceDownToAControl) {
     EXPECT_EQ(paused.count(), 0);
 }
 
+TEST_F(KernelBackend, TellsADevicesFactsWithoutOpeningIt) {
+    addCamera();
+    FakeSysfs::write(tree.folderOf("1-2") / "speed", "5000\n");
+    FakeSysfs::write(tree.folderOf("1-2") / "product", "Camera\x1b\n");
+    const auto device = onlyDevice();
+    ASSERT_TRUE(device);
+    const auto facts = device->facts();
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->descriptors.device, deviceDescriptor());
+    EXPECT_EQ(facts->descriptors.configuration, ordinaryCamera());
+    EXPECT_EQ(facts->product, "Camera ");
+    EXPECT_EQ(facts->speed, 5000U);
+    EXPECT_THAT(opener->opened, IsEmpty());
+    FakeSysfs::write(tree.folderOf("1-2") / "speed", "1.5\n");
+    EXPECT_EQ(device->facts()->speed, 0U);
+    tree.removeDevice("1-2");
+    EXPECT_FALSE(device->facts());
+}
+
+TEST_F(KernelBackend, InspectsACameraThroughItsNode) {
+    addCamera();
+    const auto inspector = onlyDevice()->openInspector(0);
+    ASSERT_TRUE(inspector);
+    EXPECT_EQ(inspector->node(), "/dev/video0");
+    EXPECT_EQ(inspector->ask({5, 2, 0x81, 2}), (RawAnswer{AnswerKind::answered, {0xFD, 0xFF}}));
+    EXPECT_EQ(onlyDevice()->openInspector(7), nullptr);
+}
+
 TEST_F(KernelBackend, ADeviceThatVanishedAfterTheListingIsSkipped) {
     addCamera();
     const auto devices = backend.usb->listDevices();

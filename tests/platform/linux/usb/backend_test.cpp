@@ -58,6 +58,24 @@ protected:
                                    [this] { return std::make_unique<FakeUdevEvents>(feed); }, tree.root()});
 };
 
+TEST_F(UsbBackendTest, AnInspectorTakesTheCameraAndGivesItBack) {
+    plug();
+    auto inspector = onlyDevice()->openInspector(0);
+    ASSERT_TRUE(inspector);
+    EXPECT_EQ(camera->holder(0), FakeUsbCamera::Holder::us);
+    const std::uint8_t unit = firmware.model().unitID;
+    EXPECT_EQ(inspector->ask({unit, 2, 0x82, 2}), (RawAnswer{AnswerKind::answered, {0xC0, 0xFF}}));
+    inspector.reset();
+    EXPECT_TRUE(camera->waitForHolder(0, FakeUsbCamera::Holder::driver));
+}
+
+TEST_F(UsbBackendTest, ACameraThatCannotBeTakenHasNoInspector) {
+    plug();
+    camera->fail("claim 0", ErrorCode::busy);
+    EXPECT_EQ(onlyDevice()->openInspector(0), nullptr);
+    EXPECT_THAT(diagnostics.lines(), SizeIs(1));
+}
+
 TEST_F(UsbBackendTest, TheWalkLeadsFromTheDeviceToItsControlInterfaceAndTakesTheCamera) {
     plug();
     const auto device = onlyDevice();

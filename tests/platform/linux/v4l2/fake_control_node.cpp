@@ -64,6 +64,8 @@ int FakeControlNode::control(unsigned long request, void* argument) {
             return get(entries());
         case VIDIOC_S_EXT_CTRLS:
             return set(entries());
+        case UVCIOC_CTRL_QUERY:
+            return queryUnit(*static_cast<uvc_xu_control_query*>(argument));
         default:
             return events.control(request, argument);
     }
@@ -83,6 +85,17 @@ int FakeControlNode::query(v4l2_queryctrl& query) const {
     query.step = info.step;
     query.default_value = info.defaultValue;
     query.flags = info.flags;
+    for (std::size_t i = 0; i < std::min(name.size(), sizeof query.name); ++i)
+        query.name[i] = static_cast<std::uint8_t>(name[i]);
+    return 0;
+}
+
+int FakeControlNode::queryUnit(const uvc_xu_control_query& query) const {
+    const auto found = units.find({query.unit, query.selector, query.query});
+    if (found == units.end()) return ENOENT;
+    if (found->second.error != 0) return found->second.error;
+    if (query.size != found->second.bytes.size()) return ENOBUFS;
+    std::ranges::copy(found->second.bytes, query.data);
     return 0;
 }
 

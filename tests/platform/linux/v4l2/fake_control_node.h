@@ -2,12 +2,15 @@
 // V4L2 controls in memory that follow the driver's rules and fail on request.
 #pragma once
 
+#include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
 
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <set>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "fake_control_events.h"
@@ -31,6 +34,17 @@ public:
     /// Set up before use.
     std::map<std::uint32_t, Control> controls;
 
+    /// What an extension unit answers to a read; as many bytes are asked as there are here.
+    struct UnitAnswer {
+        std::vector<std::uint8_t> bytes;
+        int error = 0;
+    };
+    /// By unit, selector and request.  Set up before use; what is missing is unknown to the driver.
+    std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UnitAnswer> units;
+
+    /// The name of every control.
+    std::string name = "A control";
+
     /// Of this node.
     std::uint32_t capabilities = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
 
@@ -51,6 +65,7 @@ public:
 
 private:
     int query(v4l2_queryctrl& query) const;
+    int queryUnit(const uvc_xu_control_query& query) const;
     int queryMenu(const v4l2_querymenu& query) const;
     int get(std::span<v4l2_ext_control> values);
     int set(std::span<v4l2_ext_control> values);

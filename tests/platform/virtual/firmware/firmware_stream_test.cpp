@@ -118,7 +118,8 @@ TEST_F(StreamNegotiationTest, tellsLengthInfoAndDefaults) {
 TEST_F(StreamNegotiationTest, everyOfferHasAnAlternateSettingOfItsPayload) {
     for (const StreamOffer& offer : firmware.model().offers) {
         for (const std::uint32_t interval : offer.frameIntervals) {
-            const StreamFormat format = streamFormat(offer, interval, StreamTransport::isochronous);
+            const StreamFormat format =
+                streamFormat(offer, interval, StreamTransport::isochronous, firmware.model().payloadSizes());
             bool found = false;
             for (const std::uint16_t size : isochronousPacketSizes)
                 found = found || bytesPerMicroframe(size) == format.maxPayload;

@@ -61,5 +61,30 @@ TEST(GadgetLayout, DescribesTheDeviceFromItsDescriptors) {
     EXPECT_EQ(device.configurationCount, 1);
 }
 
+TEST(GadgetLayout, TheSpeedFollowsFromThePacketSizeOfEndpoint0) {
+    struct Device final : UsbGadget {
+        std::vector<std::uint8_t> bytes;
+        std::span<const std::uint8_t> deviceDescriptor() const override { return bytes; }
+        std::span<const std::uint8_t> configurationDescriptor() const override { return {}; }
+        UsbReply control(const UsbSetup& /*setup*/, std::span<const std::uint8_t> /*out*/) override {
+            return {};
+        }
+        std::optional<std::size_t> in(std::uint8_t /*endpoint*/,
+                                      std::span<std::uint8_t> /*packet*/) override {
+            return std::nullopt;
+        }
+    };
+    Device device;
+    const auto speed = [&](std::uint8_t version, std::uint8_t size) {
+        device.bytes = {18, 1, 0, version, 0xEF, 2, 1, size, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+        return describe(device, "1-1").speed;
+    };
+    EXPECT_EQ(speed(2, 64), DeviceSpeed::high);
+    EXPECT_EQ(speed(3, 64), DeviceSpeed::high);
+    EXPECT_EQ(speed(3, 9), DeviceSpeed::super);
+    EXPECT_EQ(speed(2, 9), DeviceSpeed::full);
+    EXPECT_EQ(speed(2, 8), DeviceSpeed::full);
+}
+
 } // namespace
 } // namespace tavelo::usbip
