@@ -14,6 +14,7 @@ NOBODY = 65534
 
 class Stage:
     def __init__(self, programs, out):
+        self.programs = programs
         self.program = programs / "taveloctl"
         self.out = pathlib.Path(out)
         self.cameras = VirtualCameras(programs, out)
@@ -37,6 +38,23 @@ class Stage:
         done = self.call(*arguments, **options)
         assert done.stdout == "" and done.stderr.count("\n") == 1, f"{arguments}: {done.stdout}{done.stderr}"
         return done.returncode, done.stderr.strip()
+
+    def running(self, *arguments):
+        camera = [] if "-c" in arguments else ["-c", self.nodes[1]]
+        return subprocess.Popen([self.program, *camera, *arguments], stdout=subprocess.PIPE, text=True,
+                                env={**os.environ, "XDG_CONFIG_HOME": str(self.home)})
+
+    def wait_until_watching(self, process):
+        """Until it has a thread that waits for the driver's events."""
+        tasks = pathlib.Path(f"/proc/{process.pid}/task")
+        wait_until("the watch", lambda: any((task / "comm").read_text() == "v4l2 events\n" for task in tasks.iterdir()))
+
+    def pack(self, name):
+        """Probes camera 1; the pack without the node, which depends on the order of plugging in."""
+        self.output("probe", "--pack", str(self.out / name))
+        pack = json.loads((self.out / name).read_text(encoding="utf-8"))
+        del pack["node"]
+        return pack
 
     def streams_still(self):
         return self.streaming.poll() is None and self.cameras.streams(1)
@@ -160,11 +178,54 @@ def whoever_has_no_right_to_the_camera_is_told_so(stage):
     assert status == 5 and "video" in message, f"{status} {message}"
 
 
+def monitor_tells_what_another_program_changes_as_it_happens(stage):
+    with stage.running("monitor", "--json") as monitor:
+        stage.wait_until_watching(monitor)
+        subprocess.run(["v4l2-ctl", "-d", stage.nodes[1], "-c", "contrast=9"], check=True, timeout=60)
+        event = json.loads(monitor.stdout.readline())
+        assert (event["event"], event["control"], event["value"]) == ("changed", "contrast", 9), event
+        monitor.terminate()
+        assert monitor.wait(timeout=60) == 0
+
+
+def watch_brings_a_profile_back_after_a_replug_and_keeps_it(stage):
+    """Camera 2 holds the profile of camera 1 since it was imported."""
+    identifier = next(camera["identifier"] for camera in json.loads(stage.output("list", "--json"))["cameras"]
+                      if camera["node"] == stage.nodes[2])
+    with stage.running("-c", identifier, "watch", "1", "--keep") as watch:
+        assert "profile 1 applied" in watch.stdout.readline()
+        stage.cameras.unplug(2)
+        stage.cameras.ask("set", 2, "brightness", -9)
+        stage.nodes[2] = stage.cameras.plug(2)
+        assert "profile 1 applied" in watch.stdout.readline()
+        assert stage.cameras.value(2, "brightness") == 12
+        # Another program resets the camera, as a web browser does.
+        subprocess.run(["v4l2-ctl", "-d", stage.nodes[2], "-c", "brightness=0,zoom_absolute=100"], check=True, timeout=60)
+        assert "put back: brightness, zoom" in watch.stdout.readline()
+        assert stage.cameras.value(2, "brightness") == 12 and stage.cameras.value(2, "zoom") == 250
+        watch.terminate()
+        assert watch.wait(timeout=60) == 0
+
+
 def a_camera_that_vanishes_is_no_longer_found(stage):
     node = stage.nodes[2]
     stage.cameras.unplug(2)
     status, message = stage.failure("-c", node, "get", "brightness")
     assert status == 3, f"{status} {message}"
+
+
+def a_camera_reborn_from_its_pack_gives_the_same_pack(stage):
+    stage.streaming.kill()
+    stage.streaming.wait()
+    first = stage.pack("probed.json")
+    stage.cameras.unplug_all()
+    assert stage.cameras.close() == 0
+    stage.cameras = VirtualCameras(stage.programs, stage.out, cameras=1, options=["--like", stage.out / "probed.json"])
+    stage.nodes = {1: stage.cameras.plug(1)}
+    reborn = stage.pack("reborn.json")
+    assert reborn == first, "probed.json and reborn.json differ"
+    mapped = [control for control in first["controls"] if isinstance(control["driver"], list)]
+    assert len(mapped) > 18, first["controls"]
 
 
 CASES = [
@@ -179,5 +240,8 @@ CASES = [
     a_saved_profile_comes_back_after_a_reset,
     a_profile_of_one_camera_is_given_to_the_other,
     whoever_has_no_right_to_the_camera_is_told_so,
+    monitor_tells_what_another_program_changes_as_it_happens,
+    watch_brings_a_profile_back_after_a_replug_and_keeps_it,
     a_camera_that_vanishes_is_no_longer_found,
+    a_camera_reborn_from_its_pack_gives_the_same_pack,
 ]
