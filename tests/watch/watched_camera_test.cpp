@@ -85,6 +85,10 @@ private:
             auto real = real_->openInterface(number);
             return real ? std::make_shared<Interface>(std::move(real)) : nullptr;
         }
+        std::optional<UsbDeviceFacts> facts() override { return real_->facts(); }
+        std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
+            return real_->openInspector(number);
+        }
 
     private:
         const std::unique_ptr<UsbDevice> real_;

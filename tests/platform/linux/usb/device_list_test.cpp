@@ -80,7 +80,7 @@ TEST_F(CameraList, ACameraNamesItsDeviceItsPlaceAndItsFormats) {
     EXPECT_EQ(camera->place(), "1-2");
     ASSERT_THAT(camera->formats(), SizeIs(7));
     EXPECT_EQ(camera->formats().front().fourcc, "YUYV");
-    EXPECT_EQ(camera->formats().front().size, (FrameSize{640, 480}));
+    EXPECT_EQ(camera->formats().front().size, (CaptureFormatRequest::Size{640, 480}));
     EXPECT_NEAR(camera->formats().front().framesPerSecond, 30, 0.01);
 }
 
