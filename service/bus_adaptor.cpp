@@ -11,6 +11,8 @@ namespace tavelo {
 using Kind = ServiceError::Kind;
 
 void registerBusTypes() {
+    // Qt finds the types of arguments by the names that the slots have for them.
+    qRegisterMetaType<CameraDescriptions>("tavelo::CameraDescriptions");
     qDBusRegisterMetaType<CameraDescriptions>();
     qDBusRegisterMetaType<HolderNames>();
 }
