@@ -70,6 +70,9 @@ void PanelProgram::serve(SingleInstance& instance) {
 
 void PanelProgram::endWhenIdle(SingleInstance& instance) {
     idleEnd_.emplace(idlePatience, [this] { return !window_ && !service_->hasPendingCalls(); });
+    QObject::connect(&instance, &SingleInstance::busWasLost, &host_, [this] {
+        if (!window_) KTApplication::quit();
+    });
     QObject::connect(&*service_, &ControlPanelService::called, &*idleEnd_, &IdleEnd::restart);
     QObject::connect(&*idleEnd_, &IdleEnd::reached, &host_, [this, &instance] {
         instance.letGoOfName();

@@ -31,6 +31,10 @@ SingleInstance::SingleInstance(QDBusConnection bus, Purpose purpose) : bus_(std:
     new ApplicationAdaptor(*this); // a child of this object, like the next
     busAdaptor_ = new BusAdaptor(*this, bus_);
     bus_.registerObject(bus_names::object, this);
+    // The library itself reports the loss of the connection, as if a message had come.
+    const QString local = QStringLiteral("org.freedesktop.DBus.Local");
+    bus_.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), local,
+                 QStringLiteral("Disconnected"), this, SIGNAL(busWasLost()));
     QDBusConnectionInterface& daemon = *bus_.interface();
     const bool hasNoWindow = purpose == Purpose::serviceWithoutWindow;
     const auto reply = daemon.registerService(bus_names::service,

@@ -48,6 +48,8 @@ Q_SIGNALS:
     void reopened();
     /// A panel has taken the place of this process.
     void replaced();
+    /// The session bus has ended.
+    void busWasLost();
 
 private:
     QDBusConnection bus_;

@@ -13,6 +13,7 @@ using Kind = ServiceError::Kind;
 void registerBusTypes() {
     // Qt finds the types of arguments by the names that the slots have for them.
     qRegisterMetaType<CameraDescriptions>("tavelo::CameraDescriptions");
+    qRegisterMetaType<QDBusVariant>("QDBusVariant");
     qDBusRegisterMetaType<CameraDescriptions>();
     qDBusRegisterMetaType<HolderNames>();
 }

@@ -17,6 +17,19 @@ using Kind = ServiceError::Kind;
 
 constexpr int patience = 30'000; // ms; the panel waits for pictures before it answers
 
+// The panel ended meanwhile, or is one without this interface.
+bool runsNoService(const QDBusError& error) {
+    switch (error.type()) {
+        case QDBusError::ServiceUnknown:
+        case QDBusError::UnknownInterface:
+        case QDBusError::UnknownMethod:
+        case QDBusError::UnknownObject:
+            return true;
+        default: // Qt has no type for it
+            return error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+    }
+}
+
 } // namespace
 
 PanelClient::PanelClient(QDBusConnection bus) : bus_(std::move(bus)) {}
@@ -52,16 +65,8 @@ std::optional<ServiceError> PanelClient::call(const QString& method, const QVari
     const QDBusError error = watcher.error();
     if (const auto kind = errorKindNamed(error.name()))
         return ServiceError{*kind, error.message().toStdString()};
-    // A panel that ended meanwhile, or one without this interface, shows nothing.
-    switch (error.type()) {
-        case QDBusError::ServiceUnknown:
-        case QDBusError::UnknownInterface:
-        case QDBusError::UnknownMethod:
-        case QDBusError::UnknownObject:
-            return ServiceError{Kind::notShown, "the panel does not run"};
-        default:
-            return ServiceError{Kind::failed, "the panel did not answer: " + error.message().toStdString()};
-    }
+    if (runsNoService(error)) return ServiceError{Kind::notShown, "no panel with this service runs"};
+    return ServiceError{Kind::failed, "the panel did not answer: " + error.message().toStdString()};
 }
 
 bool PanelClient::follow() {

@@ -105,17 +105,17 @@ TEST_F(ServiceControls, HostileValuesAreInvalid) {
 }
 
 TEST_F(ServiceControls, AnAutomaticIsTurnedOffOnlyByForce) {
-    camera(1)->setControlValue(control::focusAuto, 1);
+    camera(1)->setControlValue(control::autoFocus, 1);
     EXPECT_THAT(set(QStringLiteral("1"), one("focus", 20)), StartsWith("Refused: focus: focus-auto sets it"));
-    EXPECT_EQ(inCamera(1, control::focusAuto), 1);
+    EXPECT_EQ(inCamera(1, control::autoFocus), 1);
     EXPECT_EQ(set(QStringLiteral("1"), one("focus", 20), one("force", true)), "");
-    EXPECT_EQ(inCamera(1, control::focusAuto), 0);
+    EXPECT_EQ(inCamera(1, control::autoFocus), 0);
     EXPECT_EQ(inCamera(1, control::focus), 20);
     EXPECT_EQ(taken_.value(QStringLiteral("focus-auto")), QVariant(false));
 }
 
 TEST_F(ServiceControls, AutomaticAndItsValueCanBeSetTogether) {
-    camera(1)->setControlValue(control::focusAuto, 1);
+    camera(1)->setControlValue(control::autoFocus, 1);
     EXPECT_EQ(
         set(QStringLiteral("1"), {{QStringLiteral("focus"), 20}, {QStringLiteral("focus-auto"), false}}), "");
     EXPECT_EQ(inCamera(1, control::focus), 20);
