@@ -21,9 +21,11 @@ public:
     PanelCall(const Session& session, const std::string& option, const std::string& file) {
         add(option, file);
         const CameraOptions& cameras = session.options().cameras;
-        if (cameras.virtualCameras > 0) add("--virtual-cameras", std::to_string(cameras.virtualCameras));
-        for (const TransportDescription& each : cameraTransports())
-            if (each.transport == cameras.transport) add("--transport", each.name);
+        if (cameras.virtualCameras > 0)
+            add("--virtual-cameras", std::to_string(cameras.virtualCameras));
+        else // virtual ones have no transport
+            for (const TransportDescription& each : cameraTransports())
+                if (each.transport == cameras.transport) add("--transport", each.name);
         if (session.options().verbose) arguments_.emplace_back("--verbose");
     }
 

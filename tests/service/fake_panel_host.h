@@ -25,10 +25,10 @@ public:
         snapshots.emplace_back(file, std::move(ended));
     }
     void startRecording(const std::string& file, std::optional<Seconds> length, Handler started) override {
+        ++starts;
         recording = file;
         duration = length;
-        started_ = std::move(started);
-        if (answersAtOnce) started_(recordingError);
+        started(recordingError);
     }
     bool stopRecording() override { return !std::exchange(recording, {}).empty(); }
     std::string recordingFile() const override { return recording; }
@@ -42,16 +42,15 @@ public:
     std::vector<KTUVCControl> changed;
     std::vector<std::pair<std::int64_t, bool>> applied;
     std::vector<std::pair<std::string, Handler>> snapshots;
+    int starts = 0;
     std::string recording;
     std::optional<Seconds> duration;
-    bool answersAtOnce = true;
     std::optional<ServiceError> recordingError;
     int shows = 0;
     std::optional<ServiceError> showError;
 
 private:
     KTUVCManager& manager_;
-    Handler started_;
 };
 
 } // namespace tavelo
