@@ -14,6 +14,8 @@ namespace tavelo {
 namespace {
 
 using Error = std::optional<ServiceError>;
+using ::testing::Contains;
+using ::testing::ElementsAre;
 
 class PanelServiceTest : public PanelTest {
 protected:
@@ -32,7 +34,8 @@ protected:
     }
     bool record(const char* name, std::optional<PanelHost::Seconds> duration = {}) {
         host_->startRecording(path(name), duration, keep());
-        return waitFor([this] { return answers_.size() == 1; }) && !answers_[0];
+        const bool answered = waitFor([this] { return answers_.size() == 1; });
+        return answered && !answers_[0];
     }
 
     QTemporaryDir folder_;
@@ -65,13 +68,13 @@ TEST_F(PanelServiceTest, ValuesThatThePanelSetsAreReported) {
     QObject::connect(host_.get(), &WindowHost::controlChanged, host_.get(),
                      [&](KTUVCControl control) { changed.push_back(control); });
     click(view().hz60Button());
-    EXPECT_THAT(changed, testing::ElementsAre(KTUVCControl::powerLine));
+    EXPECT_THAT(changed, ElementsAre(KTUVCControl::powerLine));
     press(view().row(PanelRow::brightness).slider, 0.9);
     release(view().row(PanelRow::brightness).slider, 0.9);
     EXPECT_EQ(changed.back(), KTUVCControl::bright);
     changed.clear();
     push(view().restoreProfileButton());
-    EXPECT_THAT(changed, testing::Contains(KTUVCControl::contrast));
+    EXPECT_THAT(changed, Contains(KTUVCControl::contrast));
 }
 
 TEST_F(PanelServiceTest, ShownCameraFollowsSwitchesAndUnplugging) {
@@ -146,7 +149,7 @@ TEST_F(PanelServiceTest, MoviesFollowEachOtherAndExcludeEachOther) {
                      });
     for (int movie = 1; movie <= 2; ++movie) {
         answers_.clear();
-        ASSERT_TRUE(record("movie.mp4"));
+        ASSERT_TRUE(record(movie == 1 ? "first.mp4" : "second.mp4"));
         host_->startRecording(path("other.mp4"), {}, keep());
         ASSERT_EQ(answers_.size(), 2U);
         EXPECT_EQ(answers_[1]->kind, ServiceError::Kind::busy);
@@ -160,6 +163,8 @@ TEST_F(PanelServiceTest, AMovieThatCannotBeWrittenOnlyFailsToBegin) {
     startWithHost(1);
     QSignalSpy ends(host_.get(), &WindowHost::recordingEnded);
     EXPECT_FALSE(record("no such folder/movie.mp4"));
+    ASSERT_EQ(answers_.size(), 1U);
+    EXPECT_EQ(answers_[0]->text, "not written: the movie file cannot be made: No such file or directory");
     EXPECT_TRUE(waitFor([this] { return host_->recordingFile().empty(); }));
     EXPECT_TRUE(ends.isEmpty());
     EXPECT_FALSE(host_->stopRecording());

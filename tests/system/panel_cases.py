@@ -7,6 +7,7 @@ import subprocess
 
 from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel, slider_point
 from rig.screen import Screen
+from rig.session_bus import SessionBus
 from rig.virtual_cameras import VirtualCameras, bind_driver, capture_nodes, entities, unbind_driver, usb_device_of
 
 SIZE = (320, 240)  # small, because the guest's processor is emulated
@@ -20,6 +21,7 @@ class Stage:
         self.programs = programs
         self.out = out
         self.screen = Screen()
+        self.bus = SessionBus()
         self.cameras = VirtualCameras(programs, out, options=options)
         self.unit = None
         self.panel = None
@@ -33,6 +35,7 @@ class Stage:
             self.panel.save_picture("panel-at-the-end")
             self.panel.kill()
         self.cameras.close()
+        self.bus.close()
         self.screen.close()
 
     def corners(self):
