@@ -177,6 +177,11 @@ private:
                                       "picture shows, then quit")
                           ->check(fileValidator)
                           ->type_name("FILE");
+        service_ =
+            app_.add_flag("--service", line_.service,
+                          "Serve other programs on the session bus, and show the window only when asked; "
+                          "the bus starts it so")
+                ->excludes(screenshot_);
     }
 
     void addHeadlessCapture() {
@@ -184,13 +189,15 @@ private:
                                     "Write the camera's picture to this PNG file, without a window")
                         ->check(fileValidator)
                         ->type_name("FILE")
-                        ->excludes(screenshot_);
+                        ->excludes(screenshot_)
+                        ->excludes(service_);
         record_ = app_.add_option("--record", recordFile_,
                                   "Record the camera to this MPEG-4 file, without sound and without a "
                                   "window, until Ctrl+C")
                       ->check(fileValidator)
                       ->type_name("FILE")
                       ->excludes(screenshot_)
+                      ->excludes(service_)
                       ->excludes(snapshot_);
         duration_ = app_.add_option("--duration", seconds_, "Record for this many seconds only")
                         ->type_name("SECONDS")
@@ -238,6 +245,7 @@ private:
     std::string recordFile_;
     double seconds_ = 0;
     CLI::Option* screenshot_ = nullptr;
+    CLI::Option* service_ = nullptr;
     CLI::Option* snapshot_ = nullptr;
     CLI::Option* record_ = nullptr;
     CLI::Option* duration_ = nullptr;

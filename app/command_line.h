@@ -19,6 +19,8 @@ struct CommandLine {
     bool verbose = false;
     /// A file: write a picture of the window to it once the camera's picture shows, then quit.
     std::optional<std::string> screenshot;
+    /// Serve the session bus, and show the window only when asked.
+    bool service = false;
     /// A still or a movie to take instead of showing the window.
     std::optional<HeadlessCaptureOptions> headlessCapture;
     /// The names of the options that the user gave.

@@ -3,11 +3,11 @@
 
 #include <QCoreApplication>
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <utility>
 #include <vector>
 
+#include "app/capture_texts.h"
 #include "app/timed_recorder.h"
 #include "process/error_line.h"
 #include "video/kt_display_view.h"
@@ -29,16 +29,6 @@ std::optional<std::size_t> numberOf(const std::string& text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) return {};
     return number;
-}
-
-// What an unfinished movie's file still holds.
-std::string stateOfFile(const Error& error) {
-    if (!error.kept) return "not written";
-    std::array<char, 32> seconds{};
-    const char* const end =
-        std::to_chars(seconds.begin(), seconds.end(), error.kept->count(), std::chars_format::fixed, 1).ptr;
-    return "kept the first " + std::string(seconds.data(), static_cast<std::size_t>(end - seconds.data())) +
-           " s";
 }
 
 } // namespace
@@ -64,7 +54,7 @@ void HeadlessCapture::start() {
     if (!camera_) return;
     view_ = KTDisplayView::create(viewFrame, capture_, renderer_);
     if (!view_) {
-        end(1, options_.file + ": not written: the camera's pictures cannot be received");
+        end(ExitStatus::failed, options_.file + ": not written: the camera's pictures cannot be received");
         return;
     }
     recorder_ = std::make_shared<TimedRecorder>(assetWriters_, options_.duration);
@@ -82,15 +72,15 @@ std::shared_ptr<CaptureDevice> HeadlessCapture::chosenCamera() {
         capture_.devicesWithMediaType(MediaType::video);
     if (const auto number = numberOf(options_.camera.empty() ? "1" : options_.camera)) {
         if (*number >= 1 && *number <= cameras.size()) return cameras[*number - 1];
-        end(1, cameras.empty() ? "no camera is plugged in"
-                               : "no camera " + std::to_string(*number) + ": there are " +
-                                     std::to_string(cameras.size()));
+        end(ExitStatus::noCamera, cameras.empty() ? "no camera is plugged in"
+                                                  : "no camera " + std::to_string(*number) + ": there are " +
+                                                        std::to_string(cameras.size()));
         return nullptr;
     }
     const auto found = std::ranges::find_if(
         cameras, [this](const auto& camera) { return camera->uniqueID() == options_.camera; });
     if (found != cameras.end()) return *found;
-    end(1, "no camera " + options_.camera);
+    end(ExitStatus::noCamera, "no camera " + options_.camera);
     return nullptr;
 }
 
@@ -103,33 +93,18 @@ void HeadlessCapture::poll() {
         const bool still = options_.kind == HeadlessCaptureOptions::Kind::snapshot;
         if (pictures >= (still ? picturesBeforeAStill : 1))
             begin();
-        else if (silent || isUnavailable())
-            end(1, options_.file + ": not written: " + noPictureReason());
+        else if (silent || cameraIsUnavailable(*view_))
+            endWithoutPicture();
     } else if (state_ == State::recording && silent) {
         cutShortReason_ = "the camera fell silent";
         finishMovie();
     }
 }
 
-// These errors do not go away by waiting: another program streams, or permission is missing.
-bool HeadlessCapture::isUnavailable() const {
-    const auto input = view_->videoCaptureDeviceInput();
-    const ErrorCode code = input ? input->trouble().code : ErrorCode::invalid;
-    return !input || code == ErrorCode::busy || code == ErrorCode::denied;
-}
-
-Error HeadlessCapture::trouble() const {
-    if (const auto input = view_->videoCaptureDeviceInput()) return input->trouble();
-    Error error; // no input could be made, and the view does not report why
-    camera_->makeInput(error);
-    return error;
-}
-
-std::string HeadlessCapture::noPictureReason() const {
-    const Error error = trouble();
-    if (error.text.empty()) return "the camera delivers no picture";
-    if (error.code == ErrorCode::busy) return "the camera is " + error.text;
-    return "the camera delivers no picture: " + error.text;
+void HeadlessCapture::endWithoutPicture() {
+    const Error trouble = streamTrouble(*view_, *camera_);
+    const ExitStatus status = trouble.code == ErrorCode::none ? ExitStatus::failed : statusOf(trouble.code);
+    end(status, options_.file + ": not written: " + noPictureReason(trouble));
 }
 
 void HeadlessCapture::begin() {
@@ -152,7 +127,7 @@ void HeadlessCapture::stop() {
     if (state_ == State::recording)
         finishMovie();
     else if (state_ == State::waiting)
-        end(1, options_.file + ": not written: interrupted");
+        end(ExitStatus::failed, options_.file + ": not written: interrupted");
 }
 
 void HeadlessCapture::finishMovie() {
@@ -162,11 +137,11 @@ void HeadlessCapture::finishMovie() {
 
 void HeadlessCapture::didWrite(bool success, const Error& error) {
     if (!success)
-        end(1, options_.file + ": " + stateOfFile(error) + ": " + error.text);
+        end(ExitStatus::failed, options_.file + ": " + stateOfUnfinishedFile(error) + ": " + error.text);
     else if (!cutShortReason_.empty())
-        end(1, options_.file + ": cut short: " + cutShortReason_);
+        end(ExitStatus::failed, options_.file + ": cut short: " + cutShortReason_);
     else
-        end(0);
+        end(ExitStatus::done);
 }
 
 void HeadlessCapture::captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& /*device*/) {}
@@ -177,16 +152,16 @@ void HeadlessCapture::captureDeviceWasDisconnected(const std::shared_ptr<Capture
         cutShortReason_ = "the camera was unplugged";
         finishMovie();
     } else if (state_ == State::waiting) {
-        end(1, options_.file + ": not written: the camera was unplugged");
+        end(ExitStatus::noCamera, options_.file + ": not written: the camera was unplugged");
     }
 }
 
-void HeadlessCapture::end(int status, const std::string& message) {
+void HeadlessCapture::end(ExitStatus status, const std::string& message) {
     if (state_ == State::done) return;
     state_ = State::done;
     timer_.stop();
     if (!message.empty()) printErrorLine(message);
-    QCoreApplication::exit(status);
+    QCoreApplication::exit(static_cast<int>(status));
 }
 
 } // namespace tavelo

@@ -13,6 +13,7 @@
 #include "app/headless_capture_options.h"
 #include "platform/asset_writer.h"
 #include "platform/capture.h"
+#include "process/exit_status.h"
 #include "video/renderer_choice.h"
 
 namespace tavelo {
@@ -20,8 +21,8 @@ namespace tavelo {
 class KTDisplayView;
 class TimedRecorder;
 
-/// Uses the same capture view, renderer and recorder as the panel.  Ends the event loop with 0, or with 1 and
-/// one line on the standard error stream.
+/// Uses the same capture view, renderer and recorder as the panel.  Ends the event loop with an
+/// ExitStatus, and with one line on the standard error stream unless it is done.
 ///
 ///     waiting for pictures --> writing the still ------------------------------> done
 ///                          --> recording --time over, stop(), camera gone--> finishing --> done
@@ -50,13 +51,11 @@ private:
 
     std::shared_ptr<CaptureDevice> chosenCamera();
     void poll();
-    bool isUnavailable() const;
-    Error trouble() const;
-    std::string noPictureReason() const;
+    void endWithoutPicture();
     void begin();
     void finishMovie();
     void didWrite(bool success, const Error& error);
-    void end(int status, const std::string& message = {});
+    void end(ExitStatus status, const std::string& message = {});
 
     CapturePlatform& capture_;
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;

@@ -1,38 +1,23 @@
 // SPDX-License-Identifier: MIT
 // The program's entry point: creates the parts, connects them and runs the event loop.
 #include <QIcon>
-#include <QThreadPool>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <optional>
 #include <string>
 #include <variant>
 
-#include "app/app_delegate.h"
-#include "app/camera_access.h"
 #include "app/command_line.h"
 #include "app/headless_capture.h"
 #include "app/kt_application.h"
-#include "app/kt_window.h"
-#include "app/kt_window_controller.h"
-#include "app/panel_menu.h"
-#include "app/program_language.h"
+#include "app/panel_program.h"
 #include "app/qt_messages.h"
-#include "app/resources/resource_bundle.h"
-#include "app/screen_fit.h"
-#include "app/screenshot.h"
 #include "app/single_instance.h"
-#include "panel/view_controller.h"
 #include "platform/backends/backends.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
-#include "platform/linux/preferences/json_preferences_store.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
 #include "process/quit_signals.h"
 #include "process/stderr_diagnostics.h"
-#include "text/localizer.h"
-#include "video/kt_display_view.h"
 
 namespace tavelo {
 namespace {
@@ -44,12 +29,6 @@ bool haveDisplay() {
         if (value != nullptr && *value != '\0') return true;
     }
     return false;
-}
-
-CameraOptions cameraOptions(const CommandLine& commandLine) {
-    CameraOptions options = commandLine.cameras;
-    options.warn = [](const std::string& line) { printErrorLine(line); };
-    return options;
 }
 
 // Another process runs the panel: brings its window to the front, and prints which options of this process
@@ -65,76 +44,31 @@ int showFirstPanel(SingleInstance& instance, const CommandLine& commandLine) {
     return 1;
 }
 
-int runPanel(const CommandLine& commandLine, KTApplication& application, const SingleInstance* instance) {
-    QtMainQueue mainQueue;
-    StderrDiagnostics diagnostics(commandLine.verbose);
-    ResourceBundle bundle;
-    JsonPreferencesStore userDefaults(mainQueue);
-    ProgramLanguage language(bundle, userDefaults);
-    const Localizer localizer(bundle, userDefaults);
-    const Backend cameras = makeCameras(cameraOptions(commandLine), mainQueue, diagnostics);
-    KTUVCManager::setEnvironment({cameras.usb.get(), &localizer});
-
-    KTWindow window(QRect(QPoint(), panelSize.toSize()), WindowStyle::borderless, true, true);
-    window.setWindowTitle(KTApplication::applicationDisplayName()); // for task bars and screen readers
-    KTWindowController windowController(window);
-    ViewController panel(
-        {KTUVCManager::sharedManager(), *cameras.capture, userDefaults, bundle, commandLine.renderer});
-    QObject::connect(&panel, &ViewController::closeRequested, &windowController, &KTWindowController::close);
-    QObject::connect(&panel, &ViewController::miniaturizeRequested, &windowController,
-                     &KTWindowController::miniaturize);
-    panel.viewDidLoad();
-    panel.putInto(window);
-    const ScreenFit screenFit(window, *panel.view());
-    windowController.windowDidLoad();
-    if (KTDisplayView* display = panel.displayView()) {
-        display->mtkView()->setAssetWriteManager(
-            std::make_shared<KTAssetWriterManager>(makeFfmpegAssetWriterPlatform(diagnostics)));
-        display->mtkView()->setDiagnostics(diagnostics);
-    }
-
-    const CameraAccess cameraAccess;
-    AppDelegate delegate(windowController, cameraAccess);
-    delegate.applicationDidFinishLaunching();
-    if (instance != nullptr)
-        QObject::connect(instance, &SingleInstance::reopened, &window, [&] {
-            delegate.applicationShouldHandleReopenHasVisibleWindows(window.isVisible());
-        });
-
-    const PanelMenu menu(window, bundle, language);
-    QObject::connect(&menu, &PanelMenu::aboutChosen, &application,
-                     [&] { application.orderFrontStandardAboutPanelWithOptions({}, bundle); });
-    QObject::connect(&menu, &PanelMenu::reconnectChosen, &panel, &ViewController::reconnectCamera);
-    QObject::connect(&menu, &PanelMenu::languageChanged, &panel, &ViewController::languageDidChange);
-    QObject::connect(&menu, &PanelMenu::quitChosen, &application, &KTApplication::quit);
-
-    std::optional<Screenshot> screenshot;
-    if (commandLine.screenshot) screenshot.emplace(window, panel.displayView(), *commandLine.screenshot);
-    const int status = KTApplication::exec();
-    delegate.applicationWillTerminate();
-    // Settings pushes that still run use the manager, and the manager uses the backends.
-    QThreadPool::globalInstance()->waitForDone();
-    KTUVCManager::sharedManager().releasePlatform();
-    return status;
-}
-
-int runWindow(const CommandLine& commandLine, KTApplication& application) {
+int runWindow(const CommandLine& commandLine, KTApplication& application, bool hasDisplay) {
     application.setWindowIcon(QIcon(QStringLiteral(":/images/tavelo-control-panel.svg")));
     // A screenshot gets its own window, even if a panel is already running.
-    if (commandLine.screenshot) return runPanel(commandLine, application, nullptr);
+    if (commandLine.screenshot) return PanelProgram(commandLine, application, nullptr, hasDisplay).run();
 
-    SingleInstance instance;
-    if (instance.role() == SingleInstance::Role::second) return showFirstPanel(instance, commandLine);
+    using Role = SingleInstance::Role;
+    SingleInstance instance(
+        QDBusConnection::sessionBus(),
+        hasDisplay ? SingleInstance::Purpose::panel : SingleInstance::Purpose::serviceWithoutWindow);
+    if (commandLine.service && instance.role() == Role::alone) {
+        printErrorLine("--service: there is no session bus");
+        return 1;
+    }
+    if (instance.role() == Role::second)
+        return commandLine.service ? 0 : showFirstPanel(instance, commandLine);
     // Starting the program again shows a closed window, but only if there is a bus to ask for it.
-    application.setQuitOnLastWindowClosed(instance.role() == SingleInstance::Role::alone);
-    return runPanel(commandLine, application, &instance);
+    application.setQuitOnLastWindowClosed(instance.role() == Role::alone);
+    return PanelProgram(commandLine, application, &instance, hasDisplay).run();
 }
 
 // Takes a still or a movie, even if a panel is already running.
 int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSignals) {
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
-    const Backend cameras = makeCameras(cameraOptions(commandLine), mainQueue, diagnostics);
+    const Backend cameras = makeCameras(panelCameraOptions(commandLine), mainQueue, diagnostics);
     HeadlessCapture capture(*cameras.capture, makeFfmpegAssetWriterPlatform(diagnostics),
                             *commandLine.headlessCapture, commandLine.renderer);
     QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
@@ -143,14 +77,15 @@ int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSi
 }
 
 int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
-    // Stills and movies need no display.
-    if (commandLine.headlessCapture) qputenv("QT_QPA_PLATFORM", "offscreen");
+    const bool hasDisplay = haveDisplay();
+    // Stills and movies need no display, nor does the service until its window is to be shown.
+    if (commandLine.headlessCapture || !hasDisplay) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
     KTApplication application(argc, argv);
     const QuitSignals quitSignals;
     if (commandLine.headlessCapture) return runHeadlessCapture(commandLine, quitSignals);
     QObject::connect(&quitSignals, &QuitSignals::asked, &application, &KTApplication::quit);
-    return runWindow(commandLine, application);
+    return runWindow(commandLine, application, hasDisplay);
 }
 
 } // namespace
@@ -164,7 +99,7 @@ int main(int argc, char** argv) {
         return exit->status;
     }
     const auto& commandLine = std::get<tavelo::CommandLine>(parsed);
-    if (!commandLine.headlessCapture && !tavelo::haveDisplay()) {
+    if (!commandLine.headlessCapture && !commandLine.service && !tavelo::haveDisplay()) {
         tavelo::printErrorLine("no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
         return 1;
     }

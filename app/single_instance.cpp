@@ -6,12 +6,11 @@
 #include <QDBusReply>
 #include <utility>
 
-#include "process/panel_presence.h"
+#include "service/bus_names.h"
 
 namespace tavelo {
 namespace {
 
-const QString objectPath = QStringLiteral("/org/tavelo/ControlPanel");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 const QString activationToken = QStringLiteral("activation-token");
 
@@ -26,25 +25,45 @@ QVariantMap platformData() {
 
 } // namespace
 
-SingleInstance::SingleInstance(QDBusConnection bus) : bus_(std::move(bus)) {
+SingleInstance::SingleInstance(QDBusConnection bus, Purpose purpose) : bus_(std::move(bus)) {
     if (!bus_.isConnected()) return;
     // Registered before the name, so that nobody finds the name without the object.
-    new ApplicationAdaptor(*this); // a child of this object
-    bus_.registerObject(objectPath, this);
-    const auto reply = bus_.interface()->registerService(panelBusName());
+    new ApplicationAdaptor(*this); // a child of this object, like the next
+    busAdaptor_ = new BusAdaptor(*this, bus_);
+    bus_.registerObject(bus_names::object, this);
+    // The library itself reports the loss of the connection, as if a message had come.
+    const QString local = QStringLiteral("org.freedesktop.DBus.Local");
+    bus_.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), local,
+                 QStringLiteral("Disconnected"), this, SIGNAL(busWasLost()));
+    QDBusConnectionInterface& daemon = *bus_.interface();
+    const bool hasNoWindow = purpose == Purpose::serviceWithoutWindow;
+    const auto reply = daemon.registerService(bus_names::service,
+                                              hasNoWindow ? QDBusConnectionInterface::DontQueueService
+                                                          : QDBusConnectionInterface::ReplaceExistingService,
+                                              hasNoWindow ? QDBusConnectionInterface::AllowReplacement
+                                                          : QDBusConnectionInterface::DontAllowReplacement);
     if (!reply.isValid()) return;
     role_ = reply.value() == QDBusConnectionInterface::ServiceRegistered ? Role::first : Role::second;
+    connect(&daemon, &QDBusConnectionInterface::serviceUnregistered, this, [this](const QString& name) {
+        if (name == bus_names::service) Q_EMIT replaced();
+    });
 }
 
 SingleInstance::~SingleInstance() {
     if (!bus_.isConnected()) return;
-    if (role_ == Role::first) bus_.interface()->unregisterService(panelBusName());
-    bus_.unregisterObject(objectPath);
+    letGoOfName();
+    bus_.unregisterObject(bus_names::object);
+}
+
+void SingleInstance::letGoOfName() {
+    if (role_ != Role::first) return;
+    disconnect(bus_.interface(), nullptr, this, nullptr);
+    bus_.interface()->unregisterService(bus_names::service);
 }
 
 QString SingleInstance::activateFirst() {
-    QDBusMessage call = QDBusMessage::createMethodCall(panelBusName(), objectPath, applicationInterface,
-                                                       QStringLiteral("Activate"));
+    QDBusMessage call = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
+                                                       applicationInterface, QStringLiteral("Activate"));
     call << platformData();
     const QDBusMessage answer = bus_.call(call);
     return answer.type() == QDBusMessage::ReplyMessage ? QString() : answer.errorMessage();

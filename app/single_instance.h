@@ -8,6 +8,8 @@
 #include <QVariantMap>
 #include <cstdint>
 
+#include "service/bus_adaptor.h"
+
 namespace tavelo {
 
 /// Tries to own the program's name on the session bus.  Main thread.
@@ -21,7 +23,13 @@ public:
         alone,  ///< there is no session bus; every process runs its own panel
     };
 
-    explicit SingleInstance(QDBusConnection bus = QDBusConnection::sessionBus());
+    enum class Purpose : std::uint8_t {
+        panel,                ///< or a service that can show a window
+        serviceWithoutWindow, ///< has no display; a panel that starts takes its place
+    };
+
+    explicit SingleInstance(QDBusConnection bus = QDBusConnection::sessionBus(),
+                            Purpose purpose = Purpose::panel);
     ~SingleInstance() override;
 
     Role role() const { return role_; }
@@ -30,11 +38,22 @@ public:
     /// @return empty on success, else the reason of the failure
     QString activateFirst();
 
+    /// The service's interface on the bus; null without a bus.  Owned by this object.
+    BusAdaptor* busAdaptor() const { return busAdaptor_; }
+
+    /// Gives the name up, so that no more calls arrive.
+    void letGoOfName();
+
 Q_SIGNALS:
     void reopened();
+    /// A panel has taken the place of this process.
+    void replaced();
+    /// The session bus has ended.
+    void busWasLost();
 
 private:
     QDBusConnection bus_;
+    BusAdaptor* busAdaptor_ = nullptr;
     Role role_ = Role::alone;
 };
 

@@ -5,8 +5,11 @@
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <cerrno>
+#include <charconv>
+#include <optional>
 #include <system_error>
 
+#include "cli/panel_capture.h"
 #include "cli/verbs.h"
 
 namespace tavelo {
@@ -20,7 +23,7 @@ public:
         const CameraOptions& cameras = session.options().cameras;
         if (cameras.virtualCameras > 0)
             add("--virtual-cameras", std::to_string(cameras.virtualCameras));
-        else
+        else // virtual ones have no transport
             for (const TransportDescription& each : cameraTransports())
                 if (each.transport == cameras.transport) add("--transport", each.name);
         if (session.options().verbose) arguments_.emplace_back("--verbose");
@@ -75,6 +78,13 @@ protected:
         return panel;
     }
 
+    const std::string& file() const { return file_; }
+
+    /// Whether the picture that a panel shows is what the user wants: it cannot be changed for one file.
+    bool takesPicturesAsTheyAre() const {
+        return !file_.empty() && !mirror_ && size_.empty() && rate_.empty() && format_.empty();
+    }
+
 private:
     std::string file_;
     bool mirror_ = false;
@@ -88,7 +98,10 @@ public:
     const char* name() const override { return "snapshot"; }
     const char* help() const override { return "Write a picture of the camera to a PNG file"; }
     void addOptions(CLI::App& command) override { addCaptureOptions(command); }
-    void run(Session& session) override { call(session, "--snapshot").replaceProcess(); }
+    void run(Session& session) override {
+        if (takesPicturesAsTheyAre() && snapshotThroughPanel(session, file())) return;
+        call(session, "--snapshot").replaceProcess();
+    }
 };
 
 class RecordVerb final : public CaptureVerb {
@@ -100,12 +113,25 @@ public:
         command.add_option("--duration", duration_, "How long, in seconds")->type_name("SECONDS");
     }
     void run(Session& session) override {
+        if (const auto seconds = length();
+            seconds && takesPicturesAsTheyAre() && recordThroughPanel(session, file(), *seconds))
+            return;
         PanelCall panel = call(session, "--record");
         if (!duration_.empty()) panel.add("--duration", duration_);
         panel.replaceProcess();
     }
 
 private:
+    // 0 for no limit; nothing if it is no number, which the control panel then explains.
+    std::optional<double> length() const {
+        if (duration_.empty()) return 0;
+        double seconds = 0;
+        const auto [end, error] =
+            std::from_chars(duration_.data(), duration_.data() + duration_.size(), seconds);
+        const bool isNumber = error == std::errc() && end == duration_.data() + duration_.size();
+        return isNumber && seconds > 0 ? std::optional(seconds) : std::nullopt;
+    }
+
     std::string duration_;
 };
 

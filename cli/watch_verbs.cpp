@@ -8,10 +8,10 @@
 #include "cli/verbs.h"
 #include "commands/camera_choice.h"
 #include "process/error_line.h"
-#include "process/panel_presence.h"
 #include "process/qt_clock.h"
 #include "process/quit_signals.h"
 #include "profiles/stored_profiles.h"
+#include "service/panel_client.h"
 #include "watch/monitor.h"
 #include "watch/monitor_lines.h"
 #include "watch/profile_watch.h"
@@ -152,7 +152,9 @@ public:
 
     void run(Session& session) override {
         Running running(session);
-        const ProfileWatchParts parts{session.preferences(), running.clock(), [] { return panelRuns(); },
+        const PanelClient panel(PanelClient::sessionBusIfAny());
+        const ProfileWatchParts parts{session.preferences(), running.clock(),
+                                      [&panel] { return panel.panelRuns(); },
                                       [&](const std::string& line) {
                                           running.print(session.json() ? jsonMessage(line) : line + '\n');
                                       }};

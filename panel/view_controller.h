@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "panel/panel_view.h"
-#include "panel/profile_saves.h"
 #include "panel/reopening_policy.h"
 #include "platform/bundle.h"
 #include "platform/capture.h"
 #include "platform/preferences_store.h"
+#include "profiles/profile_saves.h"
 #include "uvc/kt_uvc_manager.h"
 #include "video/renderer_choice.h"
 
@@ -68,6 +68,8 @@ public:
     PreferencesStore& userDefaults() const { return userDefaults_; }
     KTDisplayView* displayView() const { return view_->displayView(); }
     const std::vector<std::shared_ptr<CaptureDevice>>& devicesArray() const { return devicesArray_; }
+    /// Null if none is shown.
+    std::shared_ptr<CaptureDevice> shownCamera() const;
     /// 0 to 3, or -1 if no profile is selected.
     std::int64_t profileIndex() const { return profileIndex_; }
     /// Empty while no camera is bound.
@@ -105,6 +107,8 @@ public:
     void hz50CheckButtonAction(QObject* sender);
     void hz60CheckButtonAction(QObject* sender);
     void refreshCameraSettingData();
+    /// Shows a value that somebody else wrote; the manager's record holds it already.
+    void controlDidChange(KTUVCControl control) { showControl(control); }
 
     // Profiles
     void setProfileIndex(std::int64_t index);
@@ -121,6 +125,11 @@ Q_SIGNALS:
     /// The user asked to close or to minimise the window.
     void closeRequested();
     void miniaturizeRequested();
+
+    /// The camera took a value from the panel; the manager's record holds it.
+    void controlChanged(tavelo::KTUVCControl control);
+    /// Another camera is shown, or none.
+    void shownCameraChanged();
 
 private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;

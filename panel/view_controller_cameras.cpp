@@ -43,6 +43,7 @@ void ViewController::switchCameraWithIndex(std::size_t index) {
     showCameraButtons(index);
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
     if (displayView() != nullptr) displayView()->showDevice(device);
+    Q_EMIT shownCameraChanged();
     pause_(settleTime);
     profileIndex_ = -1;
     for (KTProfileButton* button : view_->profileButtons())
@@ -103,6 +104,7 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
         if (displayView() != nullptr) displayView()->stopRunning();
         showCameraButtons({});
         setCameraControlViewEnable(false);
+        Q_EMIT shownCameraChanged();
     } else if (wasShown) {
         switchCameraWithIndex(0);
     } else {
@@ -121,6 +123,11 @@ std::optional<std::size_t> ViewController::indexOf(const std::shared_ptr<Capture
 
 std::optional<std::size_t> ViewController::shownIndex() const {
     return displayView() != nullptr ? indexOf(displayView()->captureDevice()) : std::nullopt;
+}
+
+std::shared_ptr<CaptureDevice> ViewController::shownCamera() const {
+    const auto index = shownIndex();
+    return index ? devicesArray_[*index] : nullptr;
 }
 
 } // namespace tavelo

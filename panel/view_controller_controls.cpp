@@ -30,7 +30,9 @@ void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
     cameraAction(sender->isHeld(), [&] {
         const BindingIdentity binding = uvcManager_.bindingIdentity();
         sendPosition(uvcManager_, control, position, [panel = QPointer(this), row, binding](bool accepted) {
-            if (accepted && panel && panel->isBoundAs(binding)) panel->showValueText(row);
+            if (!accepted || !panel || !panel->isBoundAs(binding)) return;
+            panel->showValueText(row);
+            Q_EMIT panel->controlChanged(panelControl(row).control);
         });
     });
 }
@@ -55,7 +57,9 @@ void ViewController::powerLineAction(std::int64_t value) {
     cameraAction(false, [&] {
         const BindingIdentity binding = uvcManager_.bindingIdentity();
         uvcManager_.setPowerLineWithComplitionHandle(value, [panel = QPointer(this), binding](bool accepted) {
-            if (accepted && panel && panel->isBoundAs(binding)) panel->showPowerLine();
+            if (!accepted || !panel || !panel->isBoundAs(binding)) return;
+            panel->showPowerLine();
+            Q_EMIT panel->controlChanged(KTUVCControl::powerLine);
         });
     });
 }

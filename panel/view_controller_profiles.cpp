@@ -134,7 +134,9 @@ SettingsPushEvents ViewController::pushEvents() {
     events.written = [panel, binding = uvcManager_.bindingIdentity()](KTUVCControl control, bool accepted) {
         if (!accepted) return;
         onMainThread(panel, [control, binding](ViewController& self) {
-            if (self.isBoundAs(binding)) self.showControl(control);
+            if (!self.isBoundAs(binding)) return;
+            self.showControl(control);
+            Q_EMIT self.controlChanged(control);
         });
     };
     events.proceedLater = [panel](std::chrono::milliseconds pause, std::function<void()> proceed) {

@@ -76,6 +76,28 @@ TEST(SingleInstance, StartAfterTheFirstEndedIsAFirstStart) {
     EXPECT_EQ(startAgain().role, Role::first);
 }
 
+TEST(SingleInstance, APanelTakesThePlaceOfAServiceWithoutAWindow) {
+    using Purpose = SingleInstance::Purpose;
+    const Process process(QStringLiteral("first"));
+    const SingleInstance service(process.bus(), Purpose::serviceWithoutWindow);
+    QSignalSpy replaced(&service, &SingleInstance::replaced);
+    ASSERT_EQ(service.role(), Role::first);
+    const Process other(QStringLiteral("other"));
+    EXPECT_EQ(SingleInstance(other.bus(), Purpose::serviceWithoutWindow).role(), Role::second);
+    const SingleInstance panel(other.bus());
+    EXPECT_EQ(panel.role(), Role::first);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return replaced.size() == 1; }, 20'000));
+}
+
+TEST(SingleInstance, WithoutItsNameItIsNotTheFirstAnyMore) {
+    const Process process(QStringLiteral("first"));
+    SingleInstance instance(process.bus());
+    QSignalSpy replaced(&instance, &SingleInstance::replaced);
+    instance.letGoOfName();
+    EXPECT_EQ(startAgain().role, Role::first);
+    EXPECT_TRUE(replaced.isEmpty()) << "it wanted that";
+}
+
 TEST(SingleInstance, PassesTheActivationTokenToTheFirst) {
     const Process process(QStringLiteral("first"));
     const SingleInstance instance(process.bus());

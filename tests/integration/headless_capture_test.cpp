@@ -11,11 +11,11 @@
 #include <map>
 #include <thread>
 
-#include "process/qt_main_queue.h"
 #include "movie_facts.h"
 #include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/backend.h"
+#include "process/qt_main_queue.h"
 #include "support/recorded_diagnostics.h"
 #include "video/fake_asset_writer.h"
 
@@ -128,7 +128,7 @@ TEST_F(HeadlessCaptureTest, ErrorNamesAMissingCamera) {
         HeadlessCaptureOptions options = still(file("none.png"));
         options.camera = camera;
         const Outcome outcome = run(options);
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 3);
         EXPECT_THAT(outcome.errors, HasSubstr(message));
         EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1);
     }
@@ -166,7 +166,7 @@ TEST_F(HeadlessCaptureTest, UnpluggingTheCameraLeavesAPlayableMovie) {
         onceRecording(path, [this] { backend_.bus->unplug(1); });
     });
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + path + ": cut short: the camera was unplugged\n");
+    EXPECT_EQ(outcome.errors, "headless_capture_test: " + path + ": cut short: the camera was unplugged\n");
     EXPECT_GT(testing::decodedPictureCount(path), 0U);
 }
 
@@ -235,8 +235,8 @@ TEST_F(HeadlessCaptureTest, ReportsABusyCameraAndItsHolderAtOnce) {
         clock.start();
         const Outcome outcome = run(options, {}, &busy);
         EXPECT_LT(clock.elapsed(), 10'000) << "far from the 20 s that a silent camera is given";
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.errors, "tavelo-control-panel: " + options.file +
+        EXPECT_EQ(outcome.status, 4);
+        EXPECT_EQ(outcome.errors, "headless_capture_test: " + options.file +
                                       ": not written: the camera is busy: in use by cheese, process 20\n");
         EXPECT_FALSE(std::filesystem::exists(options.file));
     }
@@ -247,7 +247,7 @@ TEST_F(HeadlessCaptureTest, ReportsMissingRightsAtOnce) {
     for (const bool makesInput : {true, false}) {
         UnavailablePlatform platform(denied, makesInput);
         const Outcome outcome = run(still(file("denied.png")), {}, &platform);
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 5);
         EXPECT_THAT(outcome.errors, HasSubstr("no picture: cannot open /dev/video0: Permission denied\n"));
     }
 }
@@ -261,12 +261,12 @@ TEST_F(HeadlessCaptureTest, ReportsWhatIsKeptOfAFailedMovie) {
     const std::string path = file("full.mp4");
     const Outcome kept = run(movie(path, {}));
     EXPECT_EQ(kept.status, 1);
-    EXPECT_EQ(kept.errors, "tavelo-control-panel: " + path + ": kept the first 6.5 s: the disk is full\n");
+    EXPECT_EQ(kept.errors, "headless_capture_test: " + path + ": kept the first 6.5 s: the disk is full\n");
 
     script.error.kept.reset();
     const Outcome lost = run(movie(path, {}));
     EXPECT_EQ(lost.status, 1);
-    EXPECT_EQ(lost.errors, "tavelo-control-panel: " + path + ": not written: the disk is full\n");
+    EXPECT_EQ(lost.errors, "headless_capture_test: " + path + ": not written: the disk is full\n");
 }
 
 TEST_F(HeadlessCaptureTest, InterruptedBeforeThePictureWritesNothing) {

@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import struct
 import subprocess
@@ -107,6 +108,15 @@ class Installation(unittest.TestCase):
         subprocess.run(["desktop-file-validate", entry], check=True)
         self.assertIn("\nExec=taveloctl watch\n", entry.read_text(encoding="utf-8"))
         self.assertFalse((self.prefix / "etc").exists())
+
+    def test_the_session_bus_can_start_the_installed_panel(self):
+        parser = configparser.ConfigParser(interpolation=None)
+        parser.read(self.share / "dbus-1" / "services" / f"{ID}.service", encoding="utf-8")
+        self.assertEqual(parser["D-BUS Service"]["Name"], ID)
+        program, option = shlex.split(parser["D-BUS Service"]["Exec"])
+        self.assertEqual((program, option), (str(self.prefix / "bin" / self.entry["Exec"]), "--service"))
+        interfaces = ElementTree.parse(self.share / "dbus-1" / "interfaces" / f"{ID}1.xml").getroot().findall("interface")
+        self.assertEqual([interface.get("name") for interface in interfaces], [f"{ID}1"])
 
     def test_the_desktop_file_is_valid(self):
         subprocess.run(["desktop-file-validate", self.desktop_file], check=True)

@@ -1,10 +1,13 @@
 # SPDX-License-Identifier: MIT
 """The panel on a real kernel: a camera's picture, a slider that controls the camera, unplugging and replugging."""
 import contextlib
+import pathlib
+import struct
 import subprocess
 
 from rig.panel import BRIGHTNESS_SLIDER, PREVIEW, Panel, slider_point
 from rig.screen import Screen
+from rig.session_bus import SessionBus
 from rig.virtual_cameras import VirtualCameras, bind_driver, capture_nodes, entities, unbind_driver, usb_device_of
 
 SIZE = (320, 240)  # small, because the guest's processor is emulated
@@ -18,6 +21,7 @@ class Stage:
         self.programs = programs
         self.out = out
         self.screen = Screen()
+        self.bus = SessionBus()
         self.cameras = VirtualCameras(programs, out, options=options)
         self.unit = None
         self.panel = None
@@ -31,6 +35,7 @@ class Stage:
             self.panel.save_picture("panel-at-the-end")
             self.panel.kill()
         self.cameras.close()
+        self.bus.close()
         self.screen.close()
 
     def corners(self):
@@ -107,9 +112,23 @@ def the_picture_moves(stage):
 def a_still_of_a_camera_in_use_names_the_program_that_has_it(stage):
     result = subprocess.run([f"{stage.programs}/tavelo-control-panel", "--snapshot", "/run/busy.png"],
                             capture_output=True, text=True, timeout=120)
-    assert result.returncode == 1, f"status {result.returncode}"
+    assert result.returncode == 4, f"status {result.returncode}"
     wanted = f"busy: in use by tavelo-control-panel, process {stage.panel.process_number()}"
     assert wanted in result.stderr, result.stderr
+
+
+def a_still_and_a_movie_are_taken_through_the_panel_that_shows_the_camera(stage):
+    """The panel and taveloctl are on the same session bus; the panel's picture goes on."""
+    still, movie = pathlib.Path("/run/through-panel.png"), pathlib.Path("/run/through-panel.mp4")
+    for arguments in (["snapshot", still], ["record", movie, "--duration", "5"]):
+        result = subprocess.run([f"{stage.programs}/taveloctl", *map(str, arguments)], capture_output=True, text=True,
+                                timeout=240)
+        assert (result.returncode, result.stderr) == (0, ""), f"{arguments[0]}: {result.returncode}, {result.stderr}"
+    width, height = struct.unpack(">II", still.read_bytes()[16:24])
+    assert (width, height) == SIZE, f"{width}x{height}"
+    data = movie.read_bytes()
+    assert b"moov" in data and b"moof" not in data, "the movie is not finished"
+    the_picture_moves(stage)
 
 
 def a_dragged_slider_moves_the_value_in_the_camera(stage):
@@ -210,6 +229,7 @@ CASES = [
     a_camera_plugged_in_shows_its_picture,
     the_picture_moves,
     a_still_of_a_camera_in_use_names_the_program_that_has_it,
+    a_still_and_a_movie_are_taken_through_the_panel_that_shows_the_camera,
     a_dragged_slider_moves_the_value_in_the_camera,
     the_request_carries_the_value_byte_for_byte,
     the_picture_follows_the_slider,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "panel/profile_saves.h"
+#include "profiles/profile_saves.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "app/panel_recording.h"
+
+#include <chrono>
+#include <utility>
+
+#include "app/capture_texts.h"
+#include "app/timed_recorder.h"
+#include "video/kt_display_view.h"
+
+namespace tavelo {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = ServiceError::Kind;
+
+constexpr auto pollInterval = 10ms;
+// Shorter than a client's patience, long enough for a slow, emulated machine.
+constexpr auto patience = 15s;
+
+} // namespace
+
+PanelRecording::PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                               Request request)
+    : view_(view),
+      assetWriters_(std::move(assetWriters)),
+      request_(std::move(request)),
+      recorder_(std::make_shared<TimedRecorder>(assetWriters_, request_.duration)),
+      pictures_(view.mtkView()->drawnFrames()) {
+    connect(&timer_, &QTimer::timeout, this, &PanelRecording::poll);
+    timer_.start(pollInterval);
+    silence_.start();
+}
+
+PanelRecording::~PanelRecording() {
+    KTMTKView& view = *view_.mtkView();
+    view.setAssetWriteManager(std::make_shared<KTAssetWriterManager>(assetWriters_));
+    view.renderQueue().sync([] {}); // the view has let go of the recorder
+    recorder_.reset();              // waits for the movie, whose handler uses this object
+}
+
+void PanelRecording::poll() {
+    const std::uint64_t pictures = view_.mtkView()->drawnFrames();
+    if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
+    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
+
+    switch (state_) {
+        case State::waiting:
+            if (pictures >= request_.firstPicture)
+                begin();
+            else if (silent || cameraIsUnavailable(view_))
+                failToBegin();
+            break;
+        case State::starting:
+            if (!recorder_->isRecording() || recorder_->isFirstSample()) {
+                if (silent) stop("the camera fell silent");
+                break;
+            }
+            state_ = State::recording;
+            hasBegun_ = true;
+            request_.started({});
+            break;
+        case State::recording:
+            if (silent) stop("the camera fell silent");
+            break;
+        case State::finishing:
+        case State::done:
+            break;
+    }
+}
+
+void PanelRecording::begin() {
+    state_ = State::starting;
+    KTMTKView& view = *view_.mtkView();
+    view.setAssetWriteManager(recorder_);
+    // Called on the render queue or on the writer's own thread.
+    view.startRecordWithFilePathAudioOutputSettingsCompletionHandler(
+        request_.file, {}, [this](bool success, const Error& error) {
+            QMetaObject::invokeMethod(
+                this, [this, success, error] { didWrite(success, error); }, Qt::QueuedConnection);
+        });
+}
+
+void PanelRecording::failToBegin() {
+    const Error trouble = streamTrouble(view_, *request_.camera);
+    end(ServiceError{errorKindOf(trouble.code), noPictureReason(trouble)});
+}
+
+void PanelRecording::stop(const std::string& reason) {
+    switch (state_) {
+        case State::waiting:
+            return end(ServiceError{Kind::failed, reason.empty() ? "stopped before it began" : reason});
+        case State::starting:
+        case State::recording:
+            state_ = State::finishing;
+            cutShortReason_ = reason;
+            view_.mtkView()->stopRecord();
+            break;
+        case State::finishing:
+        case State::done:
+            break;
+    }
+}
+
+void PanelRecording::didWrite(bool success, const Error& error) {
+    if (!success)
+        end(ServiceError{Kind::failed, stateOfUnfinishedFile(error) + ": " + error.text});
+    else if (!cutShortReason_.empty())
+        end(ServiceError{Kind::failed, "cut short: " + cutShortReason_});
+    else
+        end({});
+}
+
+void PanelRecording::end(const std::optional<ServiceError>& error) {
+    if (std::exchange(state_, State::done) == State::done) return;
+    timer_.stop();
+    // A movie so short that nobody saw it begin has begun, too.
+    if (!hasBegun_) request_.started(error);
+    const bool begun = hasBegun_ || !error;
+    Q_EMIT ended(begun, !error, error ? error->text : std::string());
+}
+
+} // namespace tavelo

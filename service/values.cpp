@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "service/values.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tavelo {
+namespace {
+
+constexpr qsizetype mostValues = 64;
+constexpr qsizetype longestName = 64;
+constexpr qsizetype longestValue = 64;
+
+bool isSwitch(const NamedControl& control) {
+    return controlRow(control.control).type == KTUVCParameterType::flag;
+}
+
+bool rulesOthers(const ControlChange& change) {
+    return std::ranges::any_of(namedControls(), [&](const NamedControl& other) {
+        const auto& automatic = controlRow(other.control).automatic;
+        return automatic && automatic->control == change.control->control;
+    });
+}
+
+// Nothing if it is no whole number that a control could have.
+std::optional<double> wholeNumber(const QVariant& value) {
+    double number = 0;
+    switch (value.typeId()) {
+        case QMetaType::UChar:
+        case QMetaType::Short:
+        case QMetaType::UShort:
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+        case QMetaType::Double:
+            number = value.toDouble();
+            break;
+        default:
+            return {};
+    }
+    constexpr double largest = std::numeric_limits<std::uint32_t>::max();
+    const bool isPossible = std::isfinite(number) && std::abs(number) <= largest; // not so with NaN
+    return isPossible && number == std::floor(number) ? std::optional(number) : std::nullopt;
+}
+
+std::optional<ControlChange> changeOf(const NamedControl& control, const QVariant& value,
+                                      std::string& reason) {
+    using Kind = ControlChange::Kind;
+    const std::string name(control.name);
+    if (value.typeId() == QMetaType::QString) {
+        const QString text = value.toString();
+        if (text.size() <= longestValue) return parseControlChange(name + "=" + text.toStdString(), reason);
+        reason = name + ": the value is too long";
+        return {};
+    }
+    if (value.typeId() == QMetaType::Bool && isSwitch(control))
+        return ControlChange{&control, Kind::absolute, value.toBool() ? 1.0 : 0.0};
+    if (const auto number = wholeNumber(value)) return ControlChange{&control, Kind::absolute, *number};
+    reason = name + ": the value has no type or size that this control takes";
+    return {};
+}
+
+} // namespace
+
+QVariant variantOf(const NamedControl& control, std::int64_t value) {
+    if (isSwitch(control)) return value != 0;
+    const auto word = std::ranges::find(control.words, value, &ChoiceWord::value);
+    if (word == control.words.end()) return static_cast<qlonglong>(value);
+    return QString::fromUtf8(word->word.data(), static_cast<qsizetype>(word->word.size()));
+}
+
+std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, ServiceError& error) {
+    error.kind = ServiceError::Kind::invalid;
+    if (values.isEmpty() || values.size() > mostValues) {
+        error.text = "it takes 1 to " + std::to_string(mostValues) + " values";
+        return {};
+    }
+    std::vector<ControlChange> changes;
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        const std::string name = value.key().left(longestName + 1).toStdString();
+        const NamedControl* const control = value.key().size() <= longestName ? controlNamed(name) : nullptr;
+        if (control == nullptr) {
+            error.text = "no control is called \"" + name + "\"";
+            return {};
+        }
+        if (std::ranges::find(changes, control, &ControlChange::control) != changes.end()) {
+            error.text = std::string(control->name) + " is named twice";
+            return {};
+        }
+        const auto change = changeOf(*control, value.value(), error.text);
+        if (!change) return {};
+        changes.push_back(*change);
+    }
+    std::ranges::stable_partition(changes, rulesOthers);
+    return changes;
+}
+
+} // namespace tavelo
