@@ -98,18 +98,18 @@ void ControlPanelService::reset(const Call& call, const QString& camera) {
     const auto controls = controlsOf(camera, error);
     if (!controls) return call.fail(error);
     // The walk takes a slow camera seconds.
-    QThreadPool::globalInstance()->start(
-        [this, controls = *controls, call, binding = controls->manager->bindingIdentity()]() mutable {
-            if (controls.manager->bindingIdentity() == binding) controls.manager->resetParamsToDefaults();
-            // Moved, because a manager is released on the main thread.
-            QMetaObject::invokeMethod(
-                this,
-                [this, controls = std::move(controls), call = std::move(call), binding] {
-                    if (controls.manager->bindingIdentity() == binding) return resetEnded(controls, call);
-                    call.fail({Kind::failed, "the panel shows another camera now"});
-                },
-                Qt::QueuedConnection);
-        });
+    QThreadPool::globalInstance()->start([this, controls = *controls, call = Call(call),
+                                          binding = controls->manager->bindingIdentity()]() mutable {
+        if (controls.manager->bindingIdentity() == binding) controls.manager->resetParamsToDefaults();
+        // Moved, because a manager is released on the main thread.
+        QMetaObject::invokeMethod(
+            this,
+            [this, controls = std::move(controls), call = std::move(call), binding] {
+                if (controls.manager->bindingIdentity() == binding) return resetEnded(controls, call);
+                call.fail({Kind::failed, "the panel shows another camera now"});
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void ControlPanelService::resetEnded(const Controls& controls, const Call& call) {

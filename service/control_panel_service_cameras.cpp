@@ -71,7 +71,7 @@ std::shared_ptr<CaptureDevice> ControlPanelService::cameraNamed(const QString& t
 
 std::shared_ptr<CaptureDevice> ControlPanelService::shownCameraNamed(const QString& text,
                                                                      ServiceError& error) {
-    const auto camera = cameraNamed(text, error);
+    auto camera = cameraNamed(text, error);
     if (!camera || camera == parts_.host.shownCamera()) return camera;
     error = {Kind::notShown, camera->localizedName() + ": the panel does not show it"};
     return nullptr;

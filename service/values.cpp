@@ -93,7 +93,7 @@ std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, S
         if (!change) return {};
         changes.push_back(*change);
     }
-    std::ranges::stable_partition(changes, rulesOthers);
+    std::stable_partition(changes.begin(), changes.end(), rulesOthers);
     return changes;
 }
 
