@@ -77,6 +77,10 @@ std::optional<std::int64_t> numberOf(const QJsonValue& json, const NamedControl&
     return static_cast<std::int64_t>(number);
 }
 
+std::string unknownEntry(const std::string& where, const std::string& name) {
+    return where + "profiles have no \"" + name + "\"";
+}
+
 // Collects what a file says and the first thing that is wrong with it.
 class Reader {
 public:
@@ -116,7 +120,7 @@ private:
             complain("camera " + camera + " does not have 1 to " + std::to_string(storedProfileCount) +
                      " profiles");
         else
-            for (const QJsonValue& profile : list)
+            for (const QJsonValue profile : list)
                 profiles.push_back(readProfile(camera, profile, profiles.size() + 1));
         return profiles;
     }
@@ -130,7 +134,7 @@ private:
             const std::string name = each.key().toStdString();
             const auto entry = entryNamed(name);
             if (!entry) {
-                complain(where + "profiles have no \"" + name + "\"");
+                complain(unknownEntry(where, name));
             } else if (entry->control == nullptr) {
                 if (!each.value().isBool()) complain(where + name + " is neither true nor false");
                 profile[std::string(entry->key)] = {each.value().toBool()};
