@@ -9,31 +9,15 @@
 
 #include "platform/linux/kernel/control_watch.h"
 #include "platform/linux/kernel/kernel_controls.h"
+#include "platform/uvc/camera_record.h"
 
 namespace tavelo {
 
 namespace {
 
-std::string_view nameOf(std::uint8_t request) {
-    switch (static_cast<UvcRequest>(request)) {
-        case UvcRequest::setCur:
-            return "SET_CUR";
-        case UvcRequest::getCur:
-            return "GET_CUR";
-        case UvcRequest::getMin:
-            return "GET_MIN";
-        case UvcRequest::getMax:
-            return "GET_MAX";
-        case UvcRequest::getRes:
-            return "GET_RES";
-        case UvcRequest::getLen:
-            return "GET_LEN";
-        case UvcRequest::getInfo:
-            return "GET_INFO";
-        case UvcRequest::getDef:
-            return "GET_DEF";
-    }
-    return "unknown request";
+std::string_view nameOrUnknown(std::uint8_t request) {
+    const std::string_view name = nameOf(static_cast<UvcRequest>(request));
+    return name.empty() ? "unknown request" : name;
 }
 
 // The driver's errno in words.
@@ -172,7 +156,7 @@ void KernelControlInterface::hold(const KernelControl& control, const std::vecto
 
 void KernelControlInterface::report(const KernelControl& control, const UsbControlRequest& request,
                                     int error) noexcept {
-    std::string reason(nameOf(request.bRequest));
+    std::string reason(nameOrUnknown(request.bRequest));
     reason.append(" of ").append(control.name).append(": ").append(reasonOf(error));
     diagnostics_.report(address_.name, reason);
 }
