@@ -50,7 +50,7 @@ std::unique_ptr<LineServer> LineServer::listen(const std::string& path, Handler 
     std::ranges::copy(path, address.sun_path);
     FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM, 0));
     const auto reason = [] { return std::generic_category().message(errno); };
-    if (!listener) return fail(reason());
+    if (!listener.isOpen()) return fail(reason());
     ::fcntl(listener.get(), F_SETFD, FD_CLOEXEC);
     ::fcntl(listener.get(), F_SETFL, O_NONBLOCK);
     removeLeftover(path);
@@ -87,7 +87,7 @@ void LineServer::run() {
         clients_.remove_if([&](Client& client) { return watched[index++].revents != 0 && !serve(client); });
         if (watched[1].revents == 0) continue;
         FileDescriptor connection(::accept(listener_.get(), nullptr, nullptr));
-        if (!connection) continue;
+        if (!connection.isOpen()) continue;
         ::fcntl(connection.get(), F_SETFD, FD_CLOEXEC);
         ::fcntl(connection.get(), F_SETFL, O_NONBLOCK);
         clients_.push_back({std::move(connection), {}});

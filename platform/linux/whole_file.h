@@ -9,8 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/common/file_descriptor.h"
 #include "platform/error.h"
-#include "platform/linux/file_descriptor.h"
 
 namespace tavelo {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 #include "platform/linux/file_error.h"
 #include "platform/linux/whole_file.h"
 

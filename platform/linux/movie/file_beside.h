@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 
 namespace tavelo {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/common/file_descriptor.h"
 #include "platform/error.h"
-#include "platform/linux/file_descriptor.h"
 #include "platform/linux/movie/ffmpeg_handles.h"
 
 namespace tavelo {

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 #include "platform/linux/usb/device/usb_address.h"
 
 namespace tavelo {

@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 #include "platform/linux/usb/device_list.h"
 
 namespace tavelo {

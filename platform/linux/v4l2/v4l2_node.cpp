@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 
 namespace tavelo {
 namespace {

@@ -38,10 +38,6 @@ void closeOnExec(int descriptor) {
 
 } // namespace
 
-FileDescriptor::~FileDescriptor() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-}
-
 bool StreamSocket::read(std::span<std::uint8_t> bytes) {
     while (!bytes.empty()) {
         const ssize_t count = ::recv(descriptor_.get(), bytes.data(), bytes.size(), 0);
@@ -118,7 +114,7 @@ FileDescriptor listenOnLoopback(std::uint16_t port, Error& error) {
         error = {code, "cannot listen on port " + std::to_string(port) + ": " + reasonOf(errorNumber)};
         return FileDescriptor();
     };
-    if (!listener) return fail(errno);
+    if (!listener.isOpen()) return fail(errno);
     closeOnExec(listener.get());
     // accept() must not block if the connection is gone again after poll() reported it.
     ::fcntl(listener.get(), F_SETFL, O_NONBLOCK);
@@ -143,7 +139,7 @@ std::uint16_t localPort(const FileDescriptor& listener) {
 
 FileDescriptor acceptConnection(const FileDescriptor& listener) {
     FileDescriptor connection(::accept(listener.get(), nullptr, nullptr));
-    if (!connection) return connection;
+    if (!connection.isOpen()) return connection;
     closeOnExec(connection.get());
     ::fcntl(connection.get(), F_SETFL, 0); // on some systems it inherits O_NONBLOCK from the listener
     const int yes = 1;

@@ -10,29 +10,10 @@
 #include <string>
 #include <utility>
 
+#include "platform/common/file_descriptor.h"
 #include "platform/error.h"
 
 namespace tavelo {
-
-/// Owns a descriptor.  Thread-bound.
-class FileDescriptor {
-public:
-    FileDescriptor() = default;
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
-    ~FileDescriptor();
-
-    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-
-    int get() const { return descriptor_; } ///< -1 for none
-    explicit operator bool() const { return descriptor_ >= 0; }
-
-private:
-    int descriptor_ = -1;
-};
 
 /// One thread may read while another writes; shutdown() may come from a third.
 class StreamSocket {

@@ -20,9 +20,9 @@ constexpr int pauseAfterFailure = 100; // ms
 
 std::unique_ptr<UsbipServer> UsbipServer::listen(std::uint16_t port, Error& error) {
     FileDescriptor listener = listenOnLoopback(port, error);
-    if (!listener) return nullptr;
+    if (!listener.isOpen()) return nullptr;
     WakePipe pipe = WakePipe::make();
-    if (!pipe.readEnd) {
+    if (!pipe.readEnd.isOpen()) {
         error = {ErrorCode::invalid, "cannot make a pipe"};
         return nullptr;
     }
@@ -105,7 +105,7 @@ void UsbipServer::run() {
 
 void UsbipServer::accept() {
     FileDescriptor descriptor = acceptConnection(listener_);
-    if (!descriptor) {
+    if (!descriptor.isOpen()) {
         pollfd pipe{pipe_.readEnd.get(), POLLIN, 0};
         ::poll(&pipe, 1, pauseAfterFailure);
         return;

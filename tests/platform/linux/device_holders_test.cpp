@@ -11,7 +11,7 @@
 #include <csignal>
 #include <fstream>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 #include "support/temporary_folder.h"
 
 namespace tavelo {

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 #include "platform/linux/usb/device/libusb_errors.h"
 
 namespace tavelo {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "fake_udev_events.h"
+#include "platform/common/file_descriptor.h"
 #include "platform/linux/bus/udev_monitor.h"
-#include "platform/linux/file_descriptor.h"
 
 namespace tavelo::test {
 namespace {

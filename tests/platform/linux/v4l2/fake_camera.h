@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/common/file_descriptor.h"
 #include "platform/common/format_choice.h"
-#include "platform/linux/file_descriptor.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 #include "test_pictures.h"
 

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <set>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/common/file_descriptor.h"
 
 namespace tavelo::test {
 

@@ -11,7 +11,8 @@ namespace tavelo {
 
 class FileDescriptor {
 public:
-    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
     ~FileDescriptor() { reset(); }
     FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
@@ -30,7 +31,7 @@ public:
     bool close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0 || errno == EINTR; }
 
 private:
-    int descriptor_;
+    int descriptor_ = -1; // -1 for none
 };
 
 } // namespace tavelo
