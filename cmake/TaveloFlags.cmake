@@ -10,6 +10,8 @@ target_compile_options(tavelo_flags INTERFACE
     -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
     # With optimisation GCC 12 wrongly warns about members of its own std::variant and std::optional.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+    # Clang wants two pairs of braces for a std::array.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-missing-braces>
     $<$<BOOL:${TAVELO_WERROR}>:-Werror>)
 
 # Links in a fraction of the time, if it is installed; there are more than a hundred test programs.

@@ -41,6 +41,7 @@ function(tavelo_program NAME)
 endfunction()
 
 set(TAVELO_TEST_FLAGS "" CACHE STRING "Compile flags of the test programs, after all others")
+option(TAVELO_PRECOMPILE_TESTS "Read the headers that most tests include only once" OFF)
 
 # tavelo_test(NAME SOURCES file... LIBRARIES lib... [LABELS label...] [QT] [BUS]): a GoogleTest program, one ctest entry.
 #   Labels: "unit" (default), "integration"; "threads" also runs the test under ThreadSanitizer.
@@ -59,6 +60,11 @@ function(tavelo_test NAME)
         target_link_libraries(${NAME} PRIVATE GTest::gmock_main)
     endif()
     set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    if(TAVELO_PRECOMPILE_TESTS AND ARG_QT)
+        target_precompile_headers(${NAME} REUSE_FROM tavelo_qt_test_headers)
+    elseif(TAVELO_PRECOMPILE_TESTS)
+        target_precompile_headers(${NAME} REUSE_FROM tavelo_test_headers)
+    endif()
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()

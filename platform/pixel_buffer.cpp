@@ -16,10 +16,10 @@ constexpr std::size_t alignedRow(std::size_t bytes) {
 }
 
 std::shared_ptr<std::uint8_t> zeroedMemory(std::size_t bytes) {
-    const auto alignment = std::align_val_t(rowAlignment);
+    constexpr auto alignment = std::align_val_t(rowAlignment);
     auto* memory = static_cast<std::uint8_t*>(::operator new(bytes, alignment));
     std::fill_n(memory, bytes, std::uint8_t(0));
-    return {memory, [alignment](std::uint8_t* address) { ::operator delete(address, alignment); }};
+    return {memory, [](std::uint8_t* address) { ::operator delete(address, alignment); }};
 }
 
 } // namespace

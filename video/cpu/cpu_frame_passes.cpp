@@ -16,11 +16,11 @@ namespace {
 constexpr std::size_t memoryAlignment = 64;
 
 std::shared_ptr<std::uint8_t> zeroedMemory(std::size_t bytes) {
-    const auto alignment = std::align_val_t(memoryAlignment);
+    constexpr auto alignment = std::align_val_t(memoryAlignment);
     auto* memory = static_cast<std::uint8_t*>(::operator new(bytes, alignment, std::nothrow));
     if (memory == nullptr) return nullptr;
     std::fill_n(memory, bytes, std::uint8_t(0));
-    return {memory, [alignment](std::uint8_t* address) { ::operator delete(address, alignment); }};
+    return {memory, [](std::uint8_t* address) { ::operator delete(address, alignment); }};
 }
 
 void fillBlack(const Pixels& target) {

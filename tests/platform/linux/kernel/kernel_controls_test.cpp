@@ -272,7 +272,7 @@ TEST_F(KernelControls, AControlThatTheDriverLacksAnswersNothingAndRefusesNothing
             EXPECT_THAT(reply.bytes, IsEmpty()) << control.name;
             EXPECT_EQ(controlErrorOf(reply.error, false), ErrorCode::none) << control.name;
         }
-        for (const std::size_t length : {0, 1, 8}) {
+        for (const std::size_t length : {0U, 1U, 8U}) {
             const auto reply = writeKernelControl(device, control, Bytes(length, 0));
             EXPECT_EQ(reply.error, 0) << control.name;
             EXPECT_FALSE(reply.written) << control.name;

@@ -249,7 +249,7 @@ TEST(VirtualPictureTest, placeAndFocusLeaveTheCornersAlone) {
         s.sharpness = 1;
         s.defocus = 1;
     });
-    for (const std::uint64_t frame : {0, 100, 200, 300, 400, 500})
+    for (const std::uint64_t frame : {0U, 100U, 200U, 300U, 400U, 500U})
         EXPECT_EQ(corners(shot(settings, frame)), patchColours);
 }
 
