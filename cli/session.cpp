@@ -7,7 +7,6 @@
 
 #include "cli/json_output.h"
 #include "commands/camera_choice.h"
-#include "process/error_line.h"
 #include "process/stderr_diagnostics.h"
 
 namespace tavelo {
@@ -26,7 +25,7 @@ Session::~Session() {
 Backend& Session::backend() {
     if (!backend_) {
         CameraOptions cameras = options_.cameras;
-        cameras.warn = [](const std::string& line) { printErrorLine(line); };
+        cameras.warn = [this](const std::string& line) { warn(line); };
         backend_ = std::make_unique<Backend>(environment_.makeCameras(cameras, *diagnostics_));
     }
     return *backend_;
@@ -70,6 +69,27 @@ KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) 
     if (!manager_->isControllable())
         failToReach(*camera, "it has no controls, or does not answer (taveloctl probe says which)");
     return *manager_;
+}
+
+const ControlCatalog& Session::catalog() {
+    if (!catalog_) {
+        std::vector<ExtensionControl> described;
+        if (environment_.readDescriptions)
+            described = environment_.readDescriptions([this](const std::string& line) { warn(line); });
+        catalog_ = std::make_unique<const ControlCatalog>(std::move(described));
+    }
+    return *catalog_;
+}
+
+const NamedControl* Session::controlNamed(std::string_view name) {
+    // The class's names need no file.
+    if (const NamedControl* ofTheClass = tavelo::controlNamed(name)) return ofTheClass;
+    const bool needsCamera = catalog().needsCamera(name);
+    return catalog().find(name, needsCamera ? controls().device().get() : nullptr);
+}
+
+void Session::warn(const std::string& line) const {
+    if (environment_.warn) environment_.warn(line);
 }
 
 void Session::failToReach(CaptureDevice& camera, const std::string& otherwise) {
