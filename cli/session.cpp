@@ -7,9 +7,23 @@
 
 #include "cli/json_output.h"
 #include "commands/camera_choice.h"
+#include "platform/uvc/descriptors.h"
+#include "probe/video_function_search.h"
 #include "process/stderr_diagnostics.h"
 
 namespace tavelo {
+namespace {
+
+// From the descriptors: a camera need not be opened to know which units it has.
+BusProberDevice unitsOf(UsbPlatform& usb, const std::string& uniqueID) {
+    const FoundVideoFunction found = findVideoFunction(usb, uniqueID);
+    const auto facts = found.device ? found.device->facts() : std::nullopt;
+    if (!facts) return {};
+    return probeDescriptors(facts->descriptors.device, facts->descriptors.configuration,
+                            found.controlInterface);
+}
+
+} // namespace
 
 Session::Session(SessionOptions options, const SessionEnvironment& environment)
     : options_(std::move(options)),
@@ -84,8 +98,9 @@ const ControlCatalog& Session::catalog() {
 const NamedControl* Session::controlNamed(std::string_view name) {
     // The class's names need no file.
     if (const NamedControl* ofTheClass = tavelo::controlNamed(name)) return ofTheClass;
-    const bool needsCamera = catalog().needsCamera(name);
-    return catalog().find(name, needsCamera ? controls().device().get() : nullptr);
+    if (!catalog().needsCamera(name)) return catalog().find(name, nullptr);
+    const BusProberDevice units = unitsOf(usb(), camera()->uniqueID());
+    return catalog().find(name, &units);
 }
 
 void Session::warn(const std::string& line) const {

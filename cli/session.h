@@ -71,7 +71,7 @@ public:
 
     /// The class's controls and those of described extension units.
     const ControlCatalog& catalog();
-    /// Null if no control has this name.  If it depends on the camera, that is bound.
+    /// Null if no control has this name.  If it depends on the camera, that of the chosen one.
     const NamedControl* controlNamed(std::string_view name);
 
     /// Fails with the reason why a camera cannot be opened.

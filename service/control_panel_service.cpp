@@ -49,10 +49,11 @@ ControlPanelService::~ControlPanelService() {
 void ControlPanelService::get(const Call& call, const QString& camera, const QString& control) {
     ServiceError error{Kind::invalid,
                        "no control is called \"" + control.left(longestControl).toStdString() + "\""};
+    std::optional<Controls> controls;
     const NamedControl* const named =
-        control.size() <= longestControl ? controlNamed(control.toStdString(), camera) : nullptr;
+        control.size() <= longestControl ? controlNamed(control.toStdString(), camera, controls) : nullptr;
     if (named == nullptr) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
+    if (!controls) controls = controlsOf(camera, error);
     if (!controls) return call.fail(error);
     const auto state = controlState(*controls->manager, *named, false);
     if (!state) return call.fail({Kind::refused, absenceText(*controls->manager, *named)});
@@ -64,10 +65,11 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     ServiceError error;
     const auto setOptions = arguments::setOptions(options, error);
     if (!setOptions) return call.fail(error);
-    const auto find = [&](std::string_view name) { return controlNamed(name, camera); };
+    std::optional<Controls> controls;
+    const auto find = [&](std::string_view name) { return controlNamed(name, camera, controls); };
     const auto changes = changesOf(values, find, error);
     if (!changes) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
+    if (!controls) controls = controlsOf(camera, error);
     if (!controls) return call.fail(error);
     error.kind = Kind::refused;
     const auto plan = planChanges(*controls->manager, *changes, setOptions->force, error.text);
@@ -78,9 +80,10 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     call.answer({taken});
 }
 
-const NamedControl* ControlPanelService::controlNamed(std::string_view name, const QString& camera) {
-    ServiceError error; // that of the camera is told by what follows
-    const auto controls = parts_.catalog.needsCamera(name) ? controlsOf(camera, error) : std::nullopt;
+const NamedControl* ControlPanelService::controlNamed(std::string_view name, const QString& camera,
+                                                      std::optional<Controls>& controls) {
+    ServiceError error; // what is wrong with the camera is told once it is needed
+    if (!controls && parts_.catalog.needsCamera(name)) controls = controlsOf(camera, error);
     return parts_.catalog.find(name, controls ? controls->manager->device().get() : nullptr);
 }
 

@@ -102,8 +102,10 @@ private:
     /// Writes the plan up to the first value that the camera does not take.
     QVariantMap write(const Controls& controls, const std::vector<PlannedWrite>& plan,
                       std::optional<ServiceError>& error);
-    /// Finds a control by its name; if that depends on the camera, the camera that a text names.
-    const NamedControl* controlNamed(std::string_view name, const QString& camera);
+    /// Finds a control by its name.
+    /// @param controls of the camera that a text names; bound here if the name depends on the camera
+    const NamedControl* controlNamed(std::string_view name, const QString& camera,
+                                     std::optional<Controls>& controls);
     void tellChanged(const Controls& controls, KTUVCControl control);
     void tellValue(const std::string& camera, const NamedControl& control, std::int64_t value);
     void resetEnded(const Controls& controls, const Call& call);
