@@ -17,7 +17,7 @@ std::int64_t BitField::valueIn(std::span<const std::uint8_t> bytes) const {
         const std::size_t bit = first + i;
         value |= std::uint64_t{bytes[bit / 8] >> bit % 8 & 1U} << i;
     }
-    const std::uint64_t sign = isSigned ? std::uint64_t{1} << (count - 1) : 0;
+    const std::uint64_t sign = isSigned && count > 0 ? std::uint64_t{1} << (count - 1) : 0;
     return static_cast<std::int64_t>((value ^ sign) - sign);
 }
 

@@ -164,6 +164,7 @@ TEST_F(OtherDescription, ThatDoesNotFitIsToldWhy) {
 
 TEST_F(OtherDescription, WithoutARangeAValueMustFitIntoTheBits) {
     EXPECT_FALSE(state("rangeless")->minimum || state("rangeless")->maximum);
+    EXPECT_FALSE(state("rangeless")->step) << "the camera answers 0";
     EXPECT_EQ(plan({"rangeless=15"}), "rangeless=15 ");
     EXPECT_EQ(plan({"rangeless=16"}),
               "rangeless: 16 is not possible: the camera names no range, and it holds 0 to 15");
