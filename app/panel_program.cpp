@@ -5,9 +5,11 @@
 #include <QTimer>
 #include <chrono>
 
+#include "extensions/json/description_folders.h"
 #include "platform/backends/backends.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/linux/preferences/json_preferences_store.h"
+#include "process/data_folders.h"
 #include "process/error_line.h"
 #include "video/kt_display_view.h"
 
@@ -51,7 +53,9 @@ PanelProgram::~PanelProgram() {
 }
 
 void PanelProgram::serve(SingleInstance& instance) {
-    service_.emplace(ServiceParts{*cameras_.capture, cameras_.usb.get(), *userDefaults_, host_});
+    catalog_.emplace(readDescriptions(extensionUnitFolders(), isClassControl,
+                                      [](const std::string& line) { printErrorLine(line); }));
+    service_.emplace(ServiceParts{*cameras_.capture, cameras_.usb.get(), *userDefaults_, host_, *catalog_});
     ControlPanelService& service = *service_;
     instance.busAdaptor()->setService(service);
     QObject::connect(&host_, &WindowHost::shownCameraChanged, &service,

@@ -14,6 +14,7 @@
 #include "app/screenshot.h"
 #include "app/single_instance.h"
 #include "app/window_host.h"
+#include "commands/control_catalog.h"
 #include "platform/backend.h"
 #include "platform/preferences_store.h"
 #include "process/qt_main_queue.h"
@@ -60,6 +61,7 @@ private:
     const Localizer localizer_;
     const Backend cameras_;
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;
+    std::optional<const ControlCatalog> catalog_; // once there is a service
 
     // Each uses those above it.
     std::optional<PanelWindow> window_;

@@ -129,11 +129,13 @@ int printCandidates(const CLI::App& app, const std::vector<std::unique_ptr<Verb>
     Reader reader(app, verbs);
     Typed typed = reader.read(words);
     std::vector<Candidate> found;
+    // A shell that completes a word shows no messages.
+    SessionEnvironment quiet = environment;
+    quiet.warn = {};
     try {
-        Session session(typed.options, environment);
+        Session session(typed.options, quiet);
         found = candidatesFor(app, reader.command(), verbs, typed, session);
     } catch (const std::exception&) {
-        // A shell that completes a word shows no messages.
         found.clear();
     }
     for (const Candidate& each : found)

@@ -39,7 +39,7 @@ public:
     void addOptions(CLI::App& /*command*/) override {}
 
     void run(Session& session) override {
-        const std::vector<ControlState> states = controlStates(session.controls());
+        const std::vector<ControlState> states = controlStates(session.controls(), session.catalog());
         if (session.json()) return printJson(session, states);
         TextTable table;
         table.add({"CONTROL", "VALUE", "DEFAULT", "RANGE", "AUTOMATIC"});

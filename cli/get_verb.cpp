@@ -21,15 +21,15 @@ public:
     void run(Session& session) override {
         std::vector<const NamedControl*> wanted;
         for (const std::string& name : names_)
-            wanted.push_back(&known(name));
+            wanted.push_back(&known(session, name));
         KTUVCManager& manager = session.controls();
         QJsonObject values;
         std::string text;
         for (const NamedControl* control : wanted) {
             const auto state = controlState(manager, *control, false);
             if (!state)
-                throw Failure(ExitStatus::failed, "the camera has no " + std::string(control->name) +
-                                                      " (taveloctl controls lists what it has)");
+                throw Failure(ExitStatus::failed,
+                              absenceText(manager, *control) + " (taveloctl controls lists what it has)");
             values.insert(toQString(control->name), valueJson(*control, state->value));
             text += valueText(*control, state->value) + '\n';
         }
@@ -46,8 +46,8 @@ public:
     }
 
 private:
-    static const NamedControl& known(const std::string& name) {
-        const NamedControl* control = controlNamed(name);
+    static const NamedControl& known(Session& session, const std::string& name) {
+        const NamedControl* control = session.controlNamed(name);
         if (control == nullptr)
             throw Failure(ExitStatus::usage,
                           "no control is called \"" + name + "\" (taveloctl controls lists the names)");
@@ -62,9 +62,9 @@ private:
 std::vector<Candidate> controlCandidates(Session& session, const std::string& ending) {
     std::vector<Candidate> found;
     KTUVCManager& manager = session.controls();
-    for (const NamedControl& control : namedControls())
-        if (const auto state = controlState(manager, control, false))
-            found.push_back({std::string(control.name) + ending, valueText(control, state->value)});
+    for (const NamedControl* control : session.catalog().controlsOf(manager.device().get()))
+        if (const auto state = controlState(manager, *control, false))
+            found.push_back({std::string(control->name) + ending, valueText(*control, state->value)});
     return found;
 }
 

@@ -56,7 +56,7 @@ QJsonObject cameraJson(const CaptureDevice& camera, std::size_t number) {
 }
 
 QJsonValue valueJson(const NamedControl& control, std::int64_t value) {
-    if (controlRow(control.control).type == KTUVCParameterType::flag) return value != 0;
+    if (isSwitch(control)) return value != 0;
     for (const ChoiceWord& choice : control.words)
         if (choice.value == value) return toQString(choice.word);
     return static_cast<qint64>(value);

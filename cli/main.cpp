@@ -7,7 +7,10 @@
 #include <vector>
 
 #include "cli/taveloctl.h"
+#include "commands/control_names.h"
+#include "extensions/json/description_folders.h"
 #include "platform/linux/preferences/json_preferences_store.h"
+#include "process/data_folders.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
 
@@ -21,7 +24,12 @@ int main(int argc, char** argv) {
                            const CameraOptions& options,
                            Diagnostics& diagnostics) { return makeCameras(options, mainQueue, diagnostics); },
         .makePreferences = [&mainQueue] { return std::make_unique<JsonPreferencesStore>(mainQueue); },
-        .print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }};
+        .print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); },
+        .warn = [](const std::string& line) { printErrorLine(line); },
+        .readDescriptions =
+            [](const std::function<void(const std::string&)>& warn) {
+                return readDescriptions(extensionUnitFolders(), isClassControl, warn);
+            }};
     std::string error;
     int status = runTaveloctl({argv + 1, argv + argc}, environment, error);
     if (!error.empty()) printErrorLine(error);

@@ -7,10 +7,23 @@
 
 #include "cli/json_output.h"
 #include "commands/camera_choice.h"
-#include "process/error_line.h"
+#include "platform/uvc/descriptors.h"
+#include "probe/video_function_search.h"
 #include "process/stderr_diagnostics.h"
 
 namespace tavelo {
+namespace {
+
+// From the descriptors: a camera need not be opened to know which units it has.
+BusProberDevice unitsOf(UsbPlatform& usb, const std::string& uniqueID) {
+    const FoundVideoFunction found = findVideoFunction(usb, uniqueID);
+    const auto facts = found.device ? found.device->facts() : std::nullopt;
+    if (!facts) return {};
+    return probeDescriptors(facts->descriptors.device, facts->descriptors.configuration,
+                            found.controlInterface);
+}
+
+} // namespace
 
 Session::Session(SessionOptions options, const SessionEnvironment& environment)
     : options_(std::move(options)),
@@ -26,7 +39,7 @@ Session::~Session() {
 Backend& Session::backend() {
     if (!backend_) {
         CameraOptions cameras = options_.cameras;
-        cameras.warn = [](const std::string& line) { printErrorLine(line); };
+        cameras.warn = [this](const std::string& line) { warn(line); };
         backend_ = std::make_unique<Backend>(environment_.makeCameras(cameras, *diagnostics_));
     }
     return *backend_;
@@ -70,6 +83,28 @@ KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) 
     if (!manager_->isControllable())
         failToReach(*camera, "it has no controls, or does not answer (taveloctl probe says which)");
     return *manager_;
+}
+
+const ControlCatalog& Session::catalog() {
+    if (!catalog_) {
+        std::vector<ExtensionControl> described;
+        if (environment_.readDescriptions)
+            described = environment_.readDescriptions([this](const std::string& line) { warn(line); });
+        catalog_ = std::make_unique<const ControlCatalog>(std::move(described));
+    }
+    return *catalog_;
+}
+
+const NamedControl* Session::controlNamed(std::string_view name) {
+    // The class's names need no file.
+    if (const NamedControl* ofTheClass = tavelo::controlNamed(name)) return ofTheClass;
+    if (!catalog().needsCamera(name)) return catalog().find(name, nullptr);
+    const BusProberDevice units = unitsOf(usb(), camera()->uniqueID());
+    return catalog().find(name, &units);
+}
+
+void Session::warn(const std::string& line) const {
+    if (environment_.warn) environment_.warn(line);
 }
 
 void Session::failToReach(CaptureDevice& camera, const std::string& otherwise) {

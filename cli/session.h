@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/failure.h"
+#include "commands/control_catalog.h"
 #include "platform/backends/backends.h"
 #include "platform/diagnostics.h"
 #include "platform/main_queue.h"
@@ -33,6 +34,11 @@ struct SessionEnvironment {
     std::function<std::unique_ptr<PreferencesStore>()> makePreferences;
     /// Receives all output, in pieces.
     std::function<void(std::string_view text)> print;
+    /// Receives what the user must know beside that, line for line; may be empty.
+    std::function<void(const std::string& line)> warn = {};
+    /// Reads the descriptions of extension units; empty: there are none.
+    std::function<std::vector<ExtensionControl>(const std::function<void(const std::string& line)>& warn)>
+        readDescriptions = {};
 };
 
 /// One call of taveloctl.  Everything is made when it is first asked for.  Main thread only; whatever fails
@@ -63,6 +69,11 @@ public:
     /// The same for another camera; one camera is bound at a time.
     KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
 
+    /// The class's controls and those of described extension units.
+    const ControlCatalog& catalog();
+    /// Null if no control has this name.  If it depends on the camera, that of the chosen one.
+    const NamedControl* controlNamed(std::string_view name);
+
     /// Fails with the reason why a camera cannot be opened.
     /// @param otherwise the reason if it can
     [[noreturn]] static void failToReach(CaptureDevice& camera, const std::string& otherwise);
@@ -77,11 +88,14 @@ public:
     void printJson(QJsonObject object);
 
 private:
+    void warn(const std::string& line) const;
+
     const SessionOptions options_;
     const SessionEnvironment& environment_;
     std::unique_ptr<Diagnostics> diagnostics_;
     std::unique_ptr<Backend> backend_;
     std::unique_ptr<KTUVCManager> manager_;
+    std::unique_ptr<const ControlCatalog> catalog_;
     std::vector<std::shared_ptr<CaptureDevice>> cameras_;
     bool hasListed_ = false;
     std::unique_ptr<PreferencesStore> preferences_;

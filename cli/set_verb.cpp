@@ -24,10 +24,11 @@ public:
     }
 
     void run(Session& session) override {
+        const auto find = [&session](std::string_view name) { return session.controlNamed(name); };
         std::string reason;
         std::vector<ControlChange> changes;
         for (const std::string& text : changes_) {
-            const auto change = parseControlChange(text, reason);
+            const auto change = parseControlChange(text, find, reason);
             if (!change) throw Failure(ExitStatus::usage, reason);
             changes.push_back(*change);
         }
@@ -46,7 +47,7 @@ public:
                                       const std::string& begun) override {
         const std::size_t equals = begun.find('=');
         if (equals == std::string::npos) return controlCandidates(session, "=");
-        const NamedControl* control = controlNamed(begun.substr(0, equals));
+        const NamedControl* control = session.controlNamed(begun.substr(0, equals));
         if (control == nullptr) return {};
         const auto state = controlState(session.controls(), *control, true);
         if (!state) return {};
@@ -64,16 +65,16 @@ private:
     static QJsonValue writeOne(Session& session, KTUVCManager& manager, const PlannedWrite& planned) {
         const NamedControl& control = *planned.control;
         const std::string name(control.name);
-        if (!write(manager, planned)) {
+        const auto taken = write(manager, planned);
+        if (!taken) {
             const bool gone = manager.failure() == ErrorCode::gone;
             throw Failure(gone ? ExitStatus::noCamera : ExitStatus::failed,
                           name + ": the camera " + (gone ? "was unplugged" : "refused") + " " +
                               valueText(control, planned.value));
         }
-        const std::int64_t taken = shareOf(control, manager.record(control.control)->val());
-        if (taken != planned.value && !session.json())
-            session.print(name + ": the camera took " + valueText(control, taken) + "\n");
-        return valueJson(control, taken);
+        if (*taken != planned.value && !session.json())
+            session.print(name + ": the camera took " + valueText(control, *taken) + "\n");
+        return valueJson(control, *taken);
     }
 
     std::vector<std::string> changes_;

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <limits>
 #include <map>
 
 #include "commands/lower_case.h"
+#include "commands/unit_control.h"
 
 namespace tavelo {
 namespace {
@@ -39,9 +39,8 @@ std::optional<std::int64_t> valueOfWord(const NamedControl& control, const std::
     const auto found = std::ranges::find(control.words, word, &ChoiceWord::word);
     if (found != control.words.end()) return found->value;
     // As other programs write switches.
-    const bool isSwitch = controlRow(control.control).type == KTUVCParameterType::flag;
-    if (isSwitch && (word == "true" || word == "yes")) return 1;
-    if (isSwitch && (word == "false" || word == "no")) return 0;
+    if (isSwitch(control) && (word == "true" || word == "yes")) return 1;
+    if (isSwitch(control) && (word == "false" || word == "no")) return 0;
     return {};
 }
 
@@ -79,8 +78,7 @@ public:
     bool add(const ControlChange& change, std::string& reason) {
         const auto state = controlState(manager_, *change.control, true);
         if (!state) {
-            reason = "the camera has no " + std::string(change.control->name) +
-                     " (taveloctl controls lists what it has)";
+            reason = absenceText(manager_, *change.control) + " (taveloctl controls lists what it has)";
             return false;
         }
         const auto value = valueFor(change, *state, reason);
@@ -100,8 +98,8 @@ private:
     std::optional<std::int64_t> valueFor(const ControlChange& change, const ControlState& state,
                                          std::string& reason) const {
         const std::string name(state.control->name);
-        const std::int64_t lowest = state.minimum.value_or(std::numeric_limits<std::int32_t>::min());
-        const std::int64_t highest = state.maximum.value_or(std::numeric_limits<std::uint32_t>::max());
+        const std::int64_t lowest = state.minimum.value_or(state.lowest);
+        const std::int64_t highest = state.maximum.value_or(state.highest);
         const auto number = static_cast<std::int64_t>(change.number);
         switch (change.kind) {
             case ControlChange::Kind::defaultValue:
@@ -130,7 +128,7 @@ private:
     // Whether no automatic rules the control, or none will.
     bool isFree(const ControlState& state, std::string& reason) {
         if (state.automatic == nullptr) return true;
-        const std::int64_t manual = controlRow(state.control->control).automatic->manualValue;
+        const std::int64_t manual = controlRow(state.control->control.value()).automatic->manualValue;
         const auto planned = values_.find(state.automatic);
         const bool rules = planned != values_.end() ? planned->second != manual : state.isAutomatic;
         if (!rules) return true;
@@ -157,13 +155,14 @@ private:
 
 } // namespace
 
-std::optional<ControlChange> parseControlChange(std::string_view text, std::string& reason) {
+std::optional<ControlChange> parseControlChange(std::string_view text, const FindControl& find,
+                                                std::string& reason) {
     const std::size_t equals = text.find('=');
     if (equals == std::string_view::npos || equals == 0) {
         reason = quoted(text) + " is not NAME=VALUE";
         return {};
     }
-    const NamedControl* const control = controlNamed(text.substr(0, equals));
+    const NamedControl* const control = find(text.substr(0, equals));
     if (control == nullptr) {
         reason = "no control is called " + quoted(text.substr(0, equals)) +
                  " (taveloctl controls lists the names)";
@@ -185,12 +184,15 @@ std::optional<std::vector<PlannedWrite>> planChanges(KTUVCManager& manager,
     return std::move(plan).writes();
 }
 
-bool write(KTUVCManager& manager, const PlannedWrite& planned) {
+std::optional<std::int64_t> write(KTUVCManager& manager, const PlannedWrite& planned) {
+    const NamedControl& control = *planned.control;
+    if (control.extension != nullptr) return writeUnitControl(manager, control, planned.value);
+    const KTUVCControl ofTheClass = control.control.value();
     bool taken = false;
     const auto handle = [&taken](bool success) { taken = success; };
-    switch (planned.control->half) {
+    switch (control.half) {
         case ControlHalf::whole:
-            manager.setControlWithComplitionHandle(planned.control->control, planned.value, handle);
+            manager.setControlWithComplitionHandle(ofTheClass, planned.value, handle);
             break;
         case ControlHalf::pan:
             manager.setPanWithComplitionHandle(planned.value, handle);
@@ -199,7 +201,8 @@ bool write(KTUVCManager& manager, const PlannedWrite& planned) {
             manager.setTiltWithComplitionHandle(planned.value, handle);
             break;
     }
-    return taken;
+    if (!taken) return {};
+    return shareOf(control, manager.record(ofTheClass)->val());
 }
 
 std::string rangeText(const ControlState& state) {
@@ -207,7 +210,12 @@ std::string rangeText(const ControlState& state) {
     for (const ChoiceWord& choice : state.choices)
         text += (text.empty() ? "it is one of " : ", ") + std::string(choice.word);
     if (!text.empty()) return text;
-    if (!state.minimum || !state.maximum) return "the camera names no range";
+    if (!state.minimum || !state.maximum) {
+        text = "the camera names no range";
+        if (state.control->extension == nullptr) return text;
+        return text + ", and it holds " + std::to_string(state.minimum.value_or(state.lowest)) + " to " +
+               std::to_string(state.maximum.value_or(state.highest));
+    }
     return "it goes from " + std::to_string(*state.minimum) + " to " + std::to_string(*state.maximum);
 }
 

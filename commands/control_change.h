@@ -29,7 +29,8 @@ struct ControlChange {
 };
 
 /// Nothing, with the reason, if the text is no change.
-std::optional<ControlChange> parseControlChange(std::string_view text, std::string& reason);
+std::optional<ControlChange> parseControlChange(std::string_view text, const FindControl& find,
+                                                std::string& reason);
 
 struct PlannedWrite {
     const NamedControl* control = nullptr;
@@ -44,9 +45,9 @@ std::optional<std::vector<PlannedWrite>> planChanges(KTUVCManager& manager,
                                                      std::span<const ControlChange> changes, bool force,
                                                      std::string& reason);
 
-/// Writes one value; afterwards the record holds what the camera took.
-/// @return whether the camera took it
-bool write(KTUVCManager& manager, const PlannedWrite& planned);
+/// Writes one value; afterwards the record of a control of the class holds what the camera took.
+/// @return what the camera took; nothing if it did not
+std::optional<std::int64_t> write(KTUVCManager& manager, const PlannedWrite& planned);
 
 /// The words for a refused value: the range or the choices.
 std::string rangeText(const ControlState& state);

@@ -52,11 +52,15 @@ char folded(char letter) {
     return lowerCase(letter);
 }
 
-bool isSameName(std::string_view a, std::string_view b) {
+} // namespace
+
+bool isSameControlName(std::string_view a, std::string_view b) {
     return std::ranges::equal(a, b, {}, folded, folded);
 }
 
-} // namespace
+std::span<const ChoiceWord> switchWords() {
+    return switches;
+}
 
 std::span<const NamedControl> namedControls() {
     return table;
@@ -65,15 +69,24 @@ std::span<const NamedControl> namedControls() {
 const NamedControl* controlNamed(std::string_view name) {
     if (name.empty()) return nullptr;
     const auto found = std::ranges::find_if(table, [name](const NamedControl& each) {
-        return isSameName(each.name, name) ||
+        return isSameControlName(each.name, name) ||
                std::ranges::any_of(each.aliases,
-                                   [name](std::string_view alias) { return isSameName(alias, name); });
+                                   [name](std::string_view alias) { return isSameControlName(alias, name); });
     });
     return found != table.end() ? &*found : nullptr;
 }
 
+bool isClassControl(std::string_view name) {
+    return controlNamed(name) != nullptr;
+}
+
 const NamedControl& namedControl(KTUVCControl control) {
     return *std::ranges::find(table, control, &NamedControl::control);
+}
+
+bool isSwitch(const NamedControl& control) {
+    if (control.extension != nullptr) return control.extension->form == ExtensionForm::toggle;
+    return control.control && controlRow(*control.control).type == KTUVCParameterType::flag;
 }
 
 std::int64_t shareOf(const NamedControl& control, std::int64_t value) {

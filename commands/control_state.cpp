@@ -3,7 +3,9 @@
 
 #include <memory>
 #include <span>
+#include <utility>
 
+#include "commands/unit_control.h"
 #include "uvc/value_coding.h"
 
 namespace tavelo {
@@ -14,17 +16,17 @@ const NamedControl* namedIfSupported(const KTUVCManager& manager, KTUVCControl c
 }
 
 // GET_RES: the step of a number, the sum of a choice's values.
-std::optional<std::int64_t> resolution(KTUVCManager& manager, const NamedControl& control) {
-    const KTUVCControlInfo& info = *manager.record(control.control)->controlInfo();
+std::optional<std::int64_t> resolution(KTUVCManager& manager, const NamedControl& control,
+                                       const KTUVCControlInfo& info) {
     std::unique_ptr<std::uint8_t[]> bytes;
     const std::int32_t count = manager._requestValTypeForControlReturnVal(UvcRequest::getRes, info, bytes);
     if (count <= 0 || !bytes) return {};
     return shareOf(control, overlaid(0, std::span(bytes.get(), static_cast<std::size_t>(count))));
 }
 
-void addChoices(ControlState& state, KTUVCManager& manager, bool ask) {
+void addChoices(ControlState& state, KTUVCManager& manager, const KTUVCControlInfo& info, bool ask) {
     const bool isBitMap = state.control->control == KTUVCControl::autoExposureMode;
-    const auto offered = isBitMap && ask ? resolution(manager, *state.control) : std::nullopt;
+    const auto offered = isBitMap && ask ? resolution(manager, *state.control, info) : std::nullopt;
     for (const ChoiceWord& choice : state.control->words) {
         const bool isOffered = isBitMap
                                    ? !offered || (*offered & choice.value) != 0 || choice.value == state.value
@@ -33,24 +35,22 @@ void addChoices(ControlState& state, KTUVCManager& manager, bool ask) {
     }
 }
 
-void addRulers(ControlState& state, const KTUVCManager& manager) {
-    const ControlRow& row = controlRow(state.control->control);
+void addRulers(ControlState& state, const KTUVCManager& manager, const ControlRow& row) {
     if (row.automatic) {
         state.automatic = namedIfSupported(manager, row.automatic->control);
         state.isAutomatic = !manager.controlSupported(row.control);
     }
     for (const NamedControl& other : namedControls()) {
-        const ControlRow& otherRow = controlRow(other.control);
+        const ControlRow& otherRow = controlRow(*other.control);
         if (otherRow.automatic && otherRow.automatic->control == row.control &&
-            manager.record(other.control)->supported())
+            manager.record(otherRow.control)->supported())
             state.rules.push_back(&other);
     }
 }
 
-} // namespace
-
-std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep) {
-    const KTUVCParameters& record = *manager.record(control.control);
+std::optional<ControlState> classControlState(KTUVCManager& manager, const NamedControl& control,
+                                              const ControlRow& row, bool withStep) {
+    const KTUVCParameters& record = *manager.record(row.control);
     if (!record.supported()) return {};
     const KTUVCControlInfo& info = *record.controlInfo();
     ControlState state;
@@ -60,18 +60,30 @@ std::optional<ControlState> controlState(KTUVCManager& manager, const NamedContr
     if (info.hasMax()) state.maximum = shareOf(control, record.max());
     if (info.hasDef()) state.defaultValue = shareOf(control, record.def());
     if (!control.words.empty())
-        addChoices(state, manager, withStep);
+        addChoices(state, manager, info, withStep);
     else if (withStep)
-        state.step = resolution(manager, control);
-    addRulers(state, manager);
+        state.step = resolution(manager, control, info);
+    addRulers(state, manager, row);
     return state;
 }
 
-std::vector<ControlState> controlStates(KTUVCManager& manager) {
+} // namespace
+
+std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep) {
+    if (control.extension != nullptr) return unitControlState(manager, control, withStep);
+    return classControlState(manager, control, controlRow(control.control.value()), withStep);
+}
+
+std::vector<ControlState> controlStates(KTUVCManager& manager, const ControlCatalog& catalog) {
     std::vector<ControlState> states;
-    for (const NamedControl& control : namedControls())
-        if (auto state = controlState(manager, control, true)) states.push_back(std::move(*state));
+    for (const NamedControl* control : catalog.controlsOf(manager.device().get()))
+        if (auto state = controlState(manager, *control, true)) states.push_back(std::move(*state));
     return states;
+}
+
+std::string absenceText(KTUVCManager& manager, const NamedControl& control) {
+    const std::string reason = control.extension != nullptr ? unitAbsence(manager, control) : std::string();
+    return reason.empty() ? "the camera has no " + std::string(control.name) : reason;
 }
 
 } // namespace tavelo

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
-#include <string_view>
+#include <string>
 #include <vector>
 
+#include "commands/control_catalog.h"
 #include "commands/control_names.h"
 #include "uvc/kt_uvc_manager.h"
 
@@ -20,6 +22,9 @@ struct ControlState {
     std::optional<std::int64_t> maximum;
     std::optional<std::int64_t> step; ///< absent too if the camera does not say
     std::optional<std::int64_t> defaultValue;
+    /// What the control can hold at all, whatever the camera takes of it.
+    std::int64_t lowest = std::numeric_limits<std::int32_t>::min();
+    std::int64_t highest = std::numeric_limits<std::uint32_t>::max();
     /// The choices that the camera has; empty for numbers.
     std::vector<ChoiceWord> choices;
     /// The automatic control that rules this one, if the camera has it.
@@ -30,12 +35,17 @@ struct ControlState {
     std::vector<const NamedControl*> rules;
 };
 
-/// The bound camera's state of one control, from the records; nothing if it does not have it.  Sends at most
-/// one request.
-/// @param withStep whether to ask the camera for the step and for the choices that it offers
+/// The bound camera's state of one control; nothing if it does not have it.  Of a control of the class it
+/// comes from the records, and at most one request is sent; one of an extension unit is read from the camera.
+/// @param withStep whether to ask the camera for the step and for the choices that it offers, and an
+/// extension
+///     unit for its range and its default
 std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep);
 
 /// Every control that the bound camera has.
-std::vector<ControlState> controlStates(KTUVCManager& manager);
+std::vector<ControlState> controlStates(KTUVCManager& manager, const ControlCatalog& catalog);
+
+/// Why the bound camera has no state of a control, in words.
+std::string absenceText(KTUVCManager& manager, const NamedControl& control);
 
 } // namespace tavelo

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/extension_unit.h"
+
 namespace tavelo {
 
 /// A camera on the bus.  A device with several video functions (such as a colour and an infrared camera) has
@@ -19,6 +21,7 @@ struct BusProberDevice {
     /// Entity identifiers; -1 if the descriptors do not say.
     std::int32_t terminalID = -1;
     std::int32_t unitID = -1;
+    std::vector<ExtensionUnit> extensionUnits; ///< no identifier twice
     std::uint16_t vendorID = 0;
     std::uint16_t productID = 0;
     std::string name; ///< the product string, or empty

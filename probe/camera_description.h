@@ -2,11 +2,11 @@
 // A camera's descriptors, taken apart.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "platform/extension_unit.h"
 #include "platform/uvc/camera_record.h"
 #include "platform/uvc/streaming_description.h"
 
@@ -18,7 +18,7 @@ struct DescribedEntity {
     std::uint8_t subtype = 0;       ///< of its descriptor
     std::uint16_t terminalType = 0; ///< of a terminal
     std::vector<std::uint8_t> sources;
-    std::array<std::uint8_t, 16> guid{}; ///< of an extension unit
+    Guid guid{}; ///< of an extension unit
     std::vector<std::uint8_t> bmControls;
     /// Of the controls that bmControls lists, in order.  Bits that the class does not assign are left out.
     std::vector<std::uint8_t> selectors;

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+#include "platform/uvc/guid.h"
 #include "probe/camera_description.h"
 #include "probe/control_findings.h"
 #include "probe/probe_text.h"

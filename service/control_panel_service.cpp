@@ -49,13 +49,14 @@ ControlPanelService::~ControlPanelService() {
 void ControlPanelService::get(const Call& call, const QString& camera, const QString& control) {
     ServiceError error{Kind::invalid,
                        "no control is called \"" + control.left(longestControl).toStdString() + "\""};
+    std::optional<Controls> controls;
     const NamedControl* const named =
-        control.size() <= longestControl ? controlNamed(control.toStdString()) : nullptr;
+        control.size() <= longestControl ? controlNamed(control.toStdString(), camera, controls) : nullptr;
     if (named == nullptr) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
+    if (!controls) controls = controlsOf(camera, error);
     if (!controls) return call.fail(error);
     const auto state = controlState(*controls->manager, *named, false);
-    if (!state) return call.fail({Kind::refused, "the camera has no " + std::string(named->name)});
+    if (!state) return call.fail({Kind::refused, absenceText(*controls->manager, *named)});
     call.answer({QVariant::fromValue(QDBusVariant(variantOf(*named, state->value)))});
 }
 
@@ -64,9 +65,11 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     ServiceError error;
     const auto setOptions = arguments::setOptions(options, error);
     if (!setOptions) return call.fail(error);
-    const auto changes = changesOf(values, error);
+    std::optional<Controls> controls;
+    const auto find = [&](std::string_view name) { return controlNamed(name, camera, controls); };
+    const auto changes = changesOf(values, find, error);
     if (!changes) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
+    if (!controls) controls = controlsOf(camera, error);
     if (!controls) return call.fail(error);
     error.kind = Kind::refused;
     const auto plan = planChanges(*controls->manager, *changes, setOptions->force, error.text);
@@ -77,18 +80,28 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     call.answer({taken});
 }
 
+const NamedControl* ControlPanelService::controlNamed(std::string_view name, const QString& camera,
+                                                      std::optional<Controls>& controls) {
+    ServiceError error; // what is wrong with the camera is told once it is needed
+    if (!controls && parts_.catalog.needsCamera(name)) controls = controlsOf(camera, error);
+    return parts_.catalog.find(name, controls ? controls->manager->device().get() : nullptr);
+}
+
 QVariantMap ControlPanelService::write(const Controls& controls, const std::vector<PlannedWrite>& plan,
                                        std::optional<ServiceError>& error) {
     QVariantMap taken;
     for (const PlannedWrite& planned : plan) {
-        if (!tavelo::write(*controls.manager, planned)) {
+        const auto value = tavelo::write(*controls.manager, planned);
+        if (!value) {
             error = refusal(*controls.manager, planned);
             break;
         }
         const NamedControl& control = *planned.control;
-        const std::int64_t value = shareOf(control, controls.manager->record(control.control)->val());
-        taken.insert(toQString(control.name), variantOf(control, value));
-        tellChanged(controls, control.control);
+        taken.insert(toQString(control.name), variantOf(control, *value));
+        if (control.control)
+            tellChanged(controls, *control.control);
+        else
+            tellValue(controls.camera->uniqueID(), control, *value);
     }
     return taken;
 }
@@ -164,10 +177,14 @@ void ControlPanelService::controlDidChange(const std::string& camera, KTUVCContr
                                            KTUVCManager& manager) {
     for (const NamedControl& named : namedControls()) {
         if (named.control != control) continue;
-        const std::int64_t value = shareOf(named, manager.record(control)->val());
-        Q_EMIT controlChanged(QString::fromStdString(camera), toQString(named.name),
-                              QDBusVariant(variantOf(named, value)));
+        tellValue(camera, named, shareOf(named, manager.record(control)->val()));
     }
+}
+
+void ControlPanelService::tellValue(const std::string& camera, const NamedControl& control,
+                                    std::int64_t value) {
+    Q_EMIT controlChanged(QString::fromStdString(camera), toQString(control.name),
+                          QDBusVariant(variantOf(control, value)));
 }
 
 void ControlPanelService::shownCameraDidChange() {

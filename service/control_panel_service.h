@@ -9,8 +9,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "commands/control_catalog.h"
 #include "commands/control_change.h"
 #include "platform/capture.h"
 #include "platform/preferences_store.h"
@@ -27,6 +29,7 @@ struct ServiceParts {
     UsbPlatform* usb = nullptr;
     PreferencesStore& preferences;
     PanelHost& host;
+    const ControlCatalog& catalog;
 };
 
 /// The methods of org.tavelo.ControlPanel1, which its introspection file describes.  The shown camera is
@@ -99,7 +102,12 @@ private:
     /// Writes the plan up to the first value that the camera does not take.
     QVariantMap write(const Controls& controls, const std::vector<PlannedWrite>& plan,
                       std::optional<ServiceError>& error);
+    /// Finds a control by its name.
+    /// @param controls of the camera that a text names; bound here if the name depends on the camera
+    const NamedControl* controlNamed(std::string_view name, const QString& camera,
+                                     std::optional<Controls>& controls);
     void tellChanged(const Controls& controls, KTUVCControl control);
+    void tellValue(const std::string& camera, const NamedControl& control, std::int64_t value);
     void resetEnded(const Controls& controls, const Call& call);
 
     const ServiceParts parts_;

@@ -12,13 +12,9 @@ constexpr qsizetype mostValues = 64;
 constexpr qsizetype longestName = 64;
 constexpr qsizetype longestValue = 64;
 
-bool isSwitch(const NamedControl& control) {
-    return controlRow(control.control).type == KTUVCParameterType::flag;
-}
-
 bool rulesOthers(const ControlChange& change) {
     return std::ranges::any_of(namedControls(), [&](const NamedControl& other) {
-        const auto& automatic = controlRow(other.control).automatic;
+        const auto& automatic = controlRow(other.control.value()).automatic;
         return automatic && automatic->control == change.control->control;
     });
 }
@@ -51,7 +47,9 @@ std::optional<ControlChange> changeOf(const NamedControl& control, const QVarian
     const std::string name(control.name);
     if (value.typeId() == QMetaType::QString) {
         const QString text = value.toString();
-        if (text.size() <= longestValue) return parseControlChange(name + "=" + text.toStdString(), reason);
+        const auto same = [&control](std::string_view /*name*/) { return &control; };
+        if (text.size() <= longestValue)
+            return parseControlChange(name + "=" + text.toStdString(), same, reason);
         reason = name + ": the value is too long";
         return {};
     }
@@ -71,7 +69,8 @@ QVariant variantOf(const NamedControl& control, std::int64_t value) {
     return QString::fromUtf8(word->word.data(), static_cast<qsizetype>(word->word.size()));
 }
 
-std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, ServiceError& error) {
+std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, const FindControl& find,
+                                                    ServiceError& error) {
     error.kind = ServiceError::Kind::invalid;
     if (values.isEmpty() || values.size() > mostValues) {
         error.text = "it takes 1 to " + std::to_string(mostValues) + " values";
@@ -80,7 +79,7 @@ std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, S
     std::vector<ControlChange> changes;
     for (auto value = values.begin(); value != values.end(); ++value) {
         const std::string name = value.key().left(longestName + 1).toStdString();
-        const NamedControl* const control = value.key().size() <= longestName ? controlNamed(name) : nullptr;
+        const NamedControl* const control = value.key().size() <= longestName ? find(name) : nullptr;
         if (control == nullptr) {
             error.text = "no control is called \"" + name + "\"";
             return {};

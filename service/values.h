@@ -20,6 +20,7 @@ QVariant variantOf(const NamedControl& control, std::int64_t value);
 /// The changes that a client asks for, automatic controls first because they rule others.  A value is one of
 /// variantOf()'s types, any other whole number, or a text as in parseControlChange().  Nothing, with the
 /// error, if a name or a value is wrong.
-std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, ServiceError& error);
+std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, const FindControl& find,
+                                                    ServiceError& error);
 
 } // namespace tavelo

@@ -7,6 +7,7 @@
 #include <bitset>
 
 #include "platform/uvc/controls.h"
+#include "platform/uvc/extension_units.h"
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
 
@@ -163,7 +164,9 @@ BusProberDevice probeDescriptors(Bytes deviceDescriptor, Bytes configurationDesc
         interfaceNumber ? std::ranges::find(functions, *interfaceNumber) : functions.begin();
     if (function != functions.end()) device.controlInterface = *function;
     std::vector<Entity> entities;
-    for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor, interfaceNumber)) {
+    const std::vector<Bytes> descriptors = videoControlDescriptors(configurationDescriptor, interfaceNumber);
+    device.extensionUnits = extensionUnitsOf(descriptors);
+    for (const Bytes descriptor : descriptors) {
         if (auto entity = asEntity(descriptor)) entities.push_back(std::move(*entity));
     }
     const Entity* terminal = firstOf(entities, uvc::inputTerminal);

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/uvc/descriptor_walk.h"
+#include "platform/uvc/guid.h"
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
 
@@ -171,19 +172,6 @@ StreamingDescription streamingDescription(Bytes configurationDescriptor, std::ui
     while (const auto descriptor = takeDescriptor(configurationDescriptor))
         walk.read(*descriptor);
     return walk.result();
-}
-
-std::string guidText(const std::array<std::uint8_t, 16>& guid) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    // The first three groups are numbers, the last two are bytes.
-    constexpr std::array<std::size_t, 16> order{3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-    std::string text;
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-        text += digits[guid[order[i]] >> 4U];
-        text += digits[guid[order[i]] & 0x0FU];
-    }
-    return text;
 }
 
 } // namespace tavelo

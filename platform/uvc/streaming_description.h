@@ -2,11 +2,12 @@
 // A video-streaming interface as its descriptors describe it, whatever its formats are.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "platform/extension_unit.h"
 
 namespace tavelo {
 
@@ -22,8 +23,8 @@ struct DescribedFrame {
 
 struct DescribedFormat {
     std::uint8_t index = 0;
-    std::uint8_t subtype = 0;            ///< of its descriptor
-    std::array<std::uint8_t, 16> guid{}; ///< zeroes for a format that has none
+    std::uint8_t subtype = 0; ///< of its descriptor
+    Guid guid{};              ///< zeroes for a format that has none
     std::vector<DescribedFrame> frames;
 
     /// "YUY2", "MJPEG", or the identifier in hexadecimal digits.
@@ -50,8 +51,5 @@ struct StreamingDescription {
 /// Accepts any bytes and leaves out what is cut off.  Pure and reentrant.
 StreamingDescription streamingDescription(std::span<const std::uint8_t> configurationDescriptor,
                                           std::uint8_t interfaceNumber);
-
-/// A class identifier as text, in the usual groups.  Reentrant.
-std::string guidText(const std::array<std::uint8_t, 16>& guid);
 
 } // namespace tavelo

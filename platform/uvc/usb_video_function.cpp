@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/uvc/usb_video_function.h"
 
+#include <algorithm>
+
 #include "platform/uvc/descriptors.h"
+#include "platform/uvc/extension_units.h"
 #include "platform/uvc/little_endian.h"
 
 namespace tavelo {
@@ -52,8 +55,10 @@ void keepStreamingInterfaces(std::vector<std::uint8_t>& numbers, Bytes configura
 
 bool UsbVideoFunction::lists(std::uint8_t entity, std::uint8_t selector) const {
     if (entities.empty()) return true;
-    const auto found = entities.find(entity);
-    return found != entities.end() && found->second.selectors[selector];
+    if (const auto found = entities.find(entity); found != entities.end())
+        return found->second.selectors[selector];
+    const auto unit = std::ranges::find(extensionUnits, entity, &ExtensionUnit::id);
+    return unit != extensionUnits.end() && unit->selectors[selector];
 }
 
 std::optional<UvcEntity> UsbVideoFunction::kindOf(std::uint8_t entity) const {
@@ -67,8 +72,10 @@ std::optional<UvcEntity> UsbVideoFunction::kindOf(std::uint8_t entity) const {
 UsbVideoFunction videoFunctionOf(Bytes configurationDescriptor, std::uint8_t controlInterface) {
     UsbVideoFunction function;
     function.controlInterface = controlInterface;
-    for (const Bytes descriptor : videoControlDescriptors(configurationDescriptor, controlInterface))
+    const std::vector<Bytes> descriptors = videoControlDescriptors(configurationDescriptor, controlInterface);
+    for (const Bytes descriptor : descriptors)
         addClassSpecific(function, descriptor);
+    function.extensionUnits = extensionUnitsOf(descriptors);
     keepStreamingInterfaces(function.streamingInterfaces, configurationDescriptor);
     return function;
 }

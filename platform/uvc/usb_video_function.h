@@ -9,6 +9,7 @@
 #include <span>
 #include <vector>
 
+#include "platform/extension_unit.h"
 #include "platform/uvc/controls.h"
 
 namespace tavelo {
@@ -34,6 +35,7 @@ struct UsbVideoFunction {
     };
     /// By identifier; empty if no control map can be read.
     std::map<std::uint8_t, Entity> entities;
+    std::vector<ExtensionUnit> extensionUnits; ///< no identifier twice
 };
 
 /// Reads the function of a video-control interface.  Accepts any bytes and ignores what makes no sense.

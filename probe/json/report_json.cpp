@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/uvc/guid.h"
 #include "probe/camera_description.h"
 #include "probe/control_findings.h"
 #include "probe/json/pack_words.h"

@@ -39,8 +39,8 @@ class Documents(unittest.TestCase):
             for definition, *arguments in [
                     ("list", "list"),
                     ("controls", "controls"),
-                    ("values", "get", "zoom", "hue-auto", "power-line-frequency"),
-                    ("values", "set", "zoom=200", "focus-auto=off"),
+                    ("values", "get", "zoom", "hue-auto", "power-line-frequency", "lamp-mode", "lamp-frequency"),
+                    ("values", "set", "zoom=200", "focus-auto=off", "lamp-mode=blink", "hdr=on", "warmth==-3"),
                     ("profiles", "profiles"),
                     ("probe", "probe")]:
                 with self.subTest(arguments):
@@ -51,6 +51,13 @@ class Documents(unittest.TestCase):
                     with self.assertRaises(jsonschema.ValidationError):
                         self.validate({**document, "version": 2}, definition)
             self.validate(json.loads(call(home, "export")), "file")
+
+    def test_every_name_that_a_description_may_give_fits_the_schema(self):
+        for name in ("a", "led-mode", "led1-mode", "8-bit"):
+            self.validate(name, "controlName")
+        for name in ("", "Led", "led_mode", "-led", "led-", "led--mode"):
+            with self.assertRaises(jsonschema.ValidationError):
+                self.validate(name, "controlName")
 
     def test_watch_prints_what_the_schema_says(self):
         with tempfile.TemporaryDirectory() as home:

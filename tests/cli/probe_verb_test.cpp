@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "platform/virtual/firmware/virtual_unit.h"
 #include "probe/json/pack.h"
 #include "taveloctl_fixture.h"
 
@@ -42,7 +43,7 @@ TEST_F(ProbeVerbTest, PrintsJsonInOneLine) {
     EXPECT_EQ(report.value(QStringLiteral("version")).toInt(), 1);
     EXPECT_EQ(report.value(QStringLiteral("transport")).toString(), QStringLiteral("virtual"));
     EXPECT_EQ(report.value(QStringLiteral("controls")).toArray().size(),
-              static_cast<int>(firmwareControls().size()));
+              static_cast<int>(firmwareControls().size() + VirtualUnit::controlCount));
 }
 
 TEST_F(ProbeVerbTest, WritesAPackBesidesTheReport) {
@@ -53,7 +54,7 @@ TEST_F(ProbeVerbTest, WritesAPackBesidesTheReport) {
     EXPECT_EQ(record->product, "Tavelo Virtual Camera 1");
     EXPECT_EQ(record->program, TAVELO_VERSION);
     EXPECT_FALSE(record->kernel.empty());
-    EXPECT_EQ(record->controls.size(), firmwareControls().size());
+    EXPECT_EQ(record->controls.size(), firmwareControls().size() + VirtualUnit::controlCount);
 }
 
 TEST_F(ProbeVerbTest, ReplacesAnOldPackThroughALink) {

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -12,6 +14,8 @@
 #include <vector>
 
 #include "cli/taveloctl.h"
+#include "commands/control_names.h"
+#include "extensions/json/description_folders.h"
 #include "platform/linux/preferences/json_preferences_store.h"
 #include "platform/virtual/backend.h"
 #include "process/qt_main_queue.h"
@@ -23,6 +27,7 @@ struct Called {
     int status = 0;
     std::string output;
     std::string error;
+    std::vector<std::string> warnings;
 };
 
 class TaveloctlTest : public ::testing::Test {
@@ -42,7 +47,13 @@ protected:
                     return std::make_unique<JsonPreferencesStore>(mainQueue_,
                                                                   QString::fromStdString(preferencesFile()));
                 },
-            .print = [&called](std::string_view text) { called.output += text; }};
+            .print = [&called](std::string_view text) { called.output += text; },
+            .warn = [&called](const std::string& line) { called.warnings.push_back(line); },
+            .readDescriptions =
+                [this](const std::function<void(const std::string&)>& warn) {
+                    const std::array<std::filesystem::path, 2> folders{DESCRIPTIONS_FOLDER, file("units")};
+                    return readDescriptions(folders, isClassControl, warn);
+                }};
         called.status = runTaveloctl(arguments, environment, called.error);
         return called;
     }

@@ -19,7 +19,7 @@ class GoodChange : public ::testing::TestWithParam<Parsed> {};
 
 TEST_P(GoodChange, IsUnderstood) {
     std::string reason;
-    const auto change = parseControlChange(GetParam().text, reason);
+    const auto change = parseControlChange(GetParam().text, controlNamed, reason);
     ASSERT_TRUE(change) << reason;
     EXPECT_EQ(change->control->name, GetParam().control);
     EXPECT_EQ(change->kind, GetParam().kind);
@@ -57,7 +57,7 @@ class BadChange : public ::testing::TestWithParam<Wrong> {};
 
 TEST_P(BadChange, IsRefusedWithAReason) {
     std::string reason;
-    EXPECT_FALSE(parseControlChange(GetParam().text, reason));
+    EXPECT_FALSE(parseControlChange(GetParam().text, controlNamed, reason));
     EXPECT_EQ(reason, GetParam().reason);
 }
 
@@ -91,7 +91,7 @@ protected:
         std::string reason;
         std::vector<ControlChange> changes;
         for (const char* text : texts)
-            changes.push_back(parseControlChange(text, reason).value());
+            changes.push_back(parseControlChange(text, controlNamed, reason).value());
         const auto plan = planChanges(bound.manager, changes, force, reason);
         if (!plan) return reason;
         std::string done;
@@ -194,7 +194,7 @@ TEST(ChangeOfOtherCameras, AMissingControlIsNamed) {
     model.unitControls &= ~controlBit(control::gamma);
     testing::BoundVirtualCamera bound(model);
     std::string reason;
-    const ControlChange change = parseControlChange("gamma=100", reason).value();
+    const ControlChange change = parseControlChange("gamma=100", controlNamed, reason).value();
     EXPECT_FALSE(planChanges(bound.manager, {&change, 1}, false, reason));
     EXPECT_EQ(reason, "the camera has no gamma (taveloctl controls lists what it has)");
 }

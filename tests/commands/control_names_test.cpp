@@ -17,7 +17,7 @@ std::string controlOf(std::string_view name) {
 TEST(ControlNames, EveryControlOfTheTableHasOne) {
     std::set<KTUVCControl> named;
     for (const NamedControl& each : namedControls())
-        named.insert(each.control);
+        named.insert(each.control.value());
     EXPECT_EQ(named.size(), controlCount);
 }
 

@@ -98,7 +98,7 @@ TEST(ControlStateRulers, AnAutomaticThatTheCameraLacksRulesNothing) {
 }
 
 TEST_F(ControlStateTest, AllControlsAreListedInTheTablesOrder) {
-    const std::vector<ControlState> states = controlStates(bound.manager);
+    const std::vector<ControlState> states = controlStates(bound.manager, {});
     ASSERT_EQ(states.size(), namedControls().size());
     for (std::size_t i = 0; i < states.size(); ++i)
         EXPECT_EQ(states[i].control, &namedControls()[i]);

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "descriptor_builder.h"
+#include "platform/uvc/guid.h"
 
 namespace tavelo {
 namespace {

@@ -76,6 +76,15 @@ class Installation(unittest.TestCase):
                      "fish/vendor_completions.d/taveloctl.fish", "doc/TaveloControlPanel/taveloctl.schema.json"):
             self.assertTrue((self.share / file).is_file(), file)
 
+    def test_the_descriptions_of_extension_units_are_installed_where_the_program_looks_for_them(self):
+        names = {file.name for file in (self.share / "tavelo-control-panel" / "extension-units").iterdir()}
+        self.assertLessEqual({"tavelo-virtual-camera.json", "logitech-hardware.json"}, names)
+        moved = pathlib.Path(self.folder.name) / "moved"
+        shutil.copytree(self.prefix, moved)
+        value = subprocess.run([moved / "bin" / "taveloctl", "--virtual-cameras", "1", "get", "lamp-mode"], check=True,
+                               capture_output=True, text=True, timeout=60).stdout
+        self.assertEqual(value, "off\n")
+
     def test_the_watch_over_taken_cameras_is_installed_where_the_panel_looks_for_it(self):
         program = self.prefix / "libexec" / "tavelo" / "tavelo-driver-watch"
         result = subprocess.run([program, "/nowhere", "0"], stdin=subprocess.DEVNULL, timeout=60, check=False)

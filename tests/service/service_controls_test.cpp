@@ -75,6 +75,43 @@ TEST_F(ServiceControls, SetOfTheShownCameraGoesThroughThePanelsManager) {
     EXPECT_THAT(host_.changed, ElementsAre(KTUVCControl::bright));
 }
 
+TEST_F(ServiceControls, ControlsOfExtensionUnitsAreLikeTheOthers) {
+    show(1);
+    EXPECT_EQ(value(QStringLiteral("1"), "lamp-mode"), QVariant(QStringLiteral("off")));
+    EXPECT_EQ(value(QStringLiteral("2"), "hdr"), QVariant(false));
+    EXPECT_EQ(set(QStringLiteral("1"), {{QStringLiteral("lamp-mode"), QStringLiteral("blink")},
+                                        {QStringLiteral("lamp-frequency"), QStringLiteral("+5")},
+                                        {QStringLiteral("hdr"), true},
+                                        {QStringLiteral("warmth"), -2}}),
+              "");
+    EXPECT_EQ(taken_, (QVariantMap{{QStringLiteral("lamp-mode"), QStringLiteral("blink")},
+                                   {QStringLiteral("lamp-frequency"), qlonglong(15)},
+                                   {QStringLiteral("hdr"), true},
+                                   {QStringLiteral("warmth"), qlonglong(-2)}}));
+    EXPECT_EQ(value(QStringLiteral("1"), "lamp-frequency"), QVariant(qlonglong(15)));
+    EXPECT_EQ(value(QStringLiteral("2"), "lamp-mode"), QVariant(QStringLiteral("off")));
+    EXPECT_TRUE(waitFor([this] { return signals_.lines.size() == 4; }));
+    EXPECT_THAT(signals_.lines,
+                Contains(QStringLiteral("ControlChanged %1 lamp-mode blink").arg(identifier(1))));
+    EXPECT_TRUE(host_.changed.empty()) << "the panel has no widget for them";
+}
+
+TEST_F(ServiceControls, ANameOfSeveralExtensionUnitsIsTheCameras) {
+    EXPECT_EQ(set(QStringLiteral("2"), one("field-of-view", QStringLiteral("narrow"))), "");
+    EXPECT_EQ(value(QStringLiteral("2"), "field-of-view"), QVariant(QStringLiteral("narrow")));
+    EXPECT_THAT(errorOf("Get", {QStringLiteral("9"), QStringLiteral("field-of-view")}),
+                StartsWith("NoSuchCamera: "));
+}
+
+TEST_F(ServiceControls, ExtensionUnitsRefuseAsTheOthersDo) {
+    EXPECT_EQ(set(QStringLiteral("1"), one("lamp-frequency", 201)),
+              "Refused: lamp-frequency: 201 is not possible: it goes from 1 to 200");
+    EXPECT_THAT(set(QStringLiteral("1"), one("lamp-mode", QStringLiteral("dim"))),
+                StartsWith("Invalid: lamp-mode: \"dim\" is not off, on, blink"));
+    EXPECT_EQ(errorOf("Get", {QStringLiteral("1"), QStringLiteral("led-mode")}),
+              "Refused: the camera has no led-mode");
+}
+
 TEST_F(ServiceControls, PanAndTiltAreBothReported) {
     EXPECT_EQ(set(QStringLiteral("1"), one("pan", 3600)), "");
     EXPECT_TRUE(waitFor([this] { return signals_.lines.size() == 2; }));

@@ -11,11 +11,15 @@
 #include <QTest>
 #include <QThreadPool>
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
+#include "commands/control_catalog.h"
+#include "extensions/json/description_folders.h"
 #include "platform/virtual/backend.h"
 #include "process/qt_main_queue.h"
 #include "service/bus_adaptor.h"
@@ -122,6 +126,9 @@ protected:
     std::atomic<std::chrono::steady_clock::time_point> now_ = std::chrono::steady_clock::now();
     KTUVCManager manager_{{backend_.usb.get(), nullptr, [this] { return now_.load(); }}};
     FakePanelHost host_{manager_};
+    ControlCatalog catalog_{readDescriptions(std::array<std::filesystem::path, 1>{DESCRIPTIONS_FOLDER},
+                                             isClassControl,
+                                             [](const std::string& line) { FAIL() << line; })};
     QDBusConnection bus_ =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("service"));
     QDBusConnection client_ =
@@ -129,7 +136,7 @@ protected:
     QObject object_;
     BusAdaptor* adaptor_ = new BusAdaptor(object_, bus_);
     std::unique_ptr<ControlPanelService> service_ = std::make_unique<ControlPanelService>(
-        ServiceParts{*backend_.capture, backend_.usb.get(), store_, host_});
+        ServiceParts{*backend_.capture, backend_.usb.get(), store_, host_, catalog_});
     RecordedSignals signals_;
 };
 

@@ -18,7 +18,7 @@ const NamedControl& control(const char* name) {
 
 /// The only change for one value; nothing, with the error, if it is wrong.
 std::optional<ControlChange> change(const char* name, const QVariant& value, ServiceError& error) {
-    const auto changes = changesOf({{QString::fromUtf8(name), value}}, error);
+    const auto changes = changesOf({{QString::fromUtf8(name), value}}, controlNamed, error);
     return changes && changes->size() == 1 ? std::optional(changes->front()) : std::nullopt;
 }
 
@@ -88,28 +88,29 @@ TEST(ServiceValues, UnknownAndOverlongNamesAreErrors) {
         EXPECT_THAT(error.text, HasSubstr("no control is called"));
     }
     ServiceError error;
-    EXPECT_FALSE(changesOf({{QString(100'000, QLatin1Char('b')), 1}}, error));
+    EXPECT_FALSE(changesOf({{QString(100'000, QLatin1Char('b')), 1}}, controlNamed, error));
     EXPECT_LT(error.text.size(), 200U);
 }
 
 TEST(ServiceValues, OneControlMayNotHaveTwoValues) {
     ServiceError error;
     EXPECT_FALSE(
-        changesOf({{QStringLiteral("brightness"), 1}, {QStringLiteral("Brightness"), 2}}, error).has_value());
+        changesOf({{QStringLiteral("brightness"), 1}, {QStringLiteral("Brightness"), 2}}, controlNamed, error)
+            .has_value());
     EXPECT_THAT(error.text, HasSubstr("brightness is named twice"));
 }
 
 TEST(ServiceValues, NoneAndTooManyAreErrors) {
     ServiceError error;
-    EXPECT_FALSE(changesOf({}, error));
+    EXPECT_FALSE(changesOf({}, controlNamed, error));
     EXPECT_THAT(error.text, HasSubstr("1 to 64"));
     QVariantMap values;
     for (int i = 0; i < 65; ++i)
         values.insert(QString::number(i), i);
-    EXPECT_FALSE(changesOf(values, error));
+    EXPECT_FALSE(changesOf(values, controlNamed, error));
     EXPECT_THAT(error.text, HasSubstr("1 to 64"));
     values.remove(QStringLiteral("0"));
-    EXPECT_FALSE(changesOf(values, error));
+    EXPECT_FALSE(changesOf(values, controlNamed, error));
     EXPECT_THAT(error.text, HasSubstr("no control is called")) << "64 are not too many";
 }
 
@@ -119,7 +120,7 @@ TEST(ServiceValues, AutomaticControlsComeFirst) {
     const auto changes = changesOf({{QStringLiteral("brightness"), 3},
                                     {QStringLiteral("focus"), 1},
                                     {QStringLiteral("focus-auto"), false}},
-                                   error);
+                                   controlNamed, error);
     ASSERT_TRUE(changes);
     EXPECT_EQ(changes->at(0).control->name, "focus-auto");
     EXPECT_EQ(changes->at(1).control->name, "brightness");

@@ -6,7 +6,7 @@ import os
 import pathlib
 import subprocess
 
-from rig.virtual_cameras import VirtualCameras
+from rig.virtual_cameras import VirtualCameras, extension_unit
 from rig.waiting import wait_until
 
 NOBODY = 65534
@@ -27,7 +27,8 @@ class Stage:
         """taveloctl on camera 1 unless the arguments choose another."""
         camera = [] if "-c" in arguments else ["-c", self.nodes[1]]
         return subprocess.run([self.program, *camera, *arguments], capture_output=True, text=True, timeout=120, check=False,
-                              env={**os.environ, "XDG_CONFIG_HOME": str(self.home), **options.pop("env", {})}, **options)
+                              env={**os.environ, "XDG_CONFIG_HOME": str(self.home), "XDG_DATA_HOME": str(self.home),
+                                   **options.pop("env", {})}, **options)
 
     def output(self, *arguments):
         done = self.call(*arguments)
@@ -98,7 +99,8 @@ def list_tells_node_place_formats_and_who_streams(stage):
 def controls_are_those_that_the_driver_has(stage):
     listed = {control["name"] for control in json.loads(stage.output("controls", "--json"))["controls"]}
     (stage.out / "controls-of-taveloctl.txt").write_text(stage.output("controls"), encoding="utf-8")
-    assert len(listed) == 21, listed
+    unit = {"lamp-mode", "lamp-frequency", "field-of-view", "hdr", "warmth"}
+    assert len(listed) == 21 + len(unit) and unit <= listed, listed
     assert not listed & {"scanning-mode", "roll"}, "the driver has neither"
 
 
@@ -109,6 +111,35 @@ def values_are_set_and_read_while_the_other_program_streams(stage):
     assert stage.cameras.value(1, "powerLine") == 2
     assert stage.output("get", "brightness", "zoom", "power-line-frequency", "pan", "tilt") == "12\n250\n60hz\n3600\n0\n"
     assert stage.streams_still()
+
+
+def the_lamp_of_the_extension_unit_is_set_through_the_driver(stage):
+    stage.output("set", "lamp-mode=blink", "lamp-frequency=25", "warmth==-4", "hdr=on", "field-of-view=narrow")
+    assert stage.output("get", "lamp-mode", "lamp-frequency", "warmth", "hdr", "field-of-view") == "blink\n25\n-4\non\nnarrow\n"
+    unit = extension_unit(stage.nodes[1])
+    lamp, tone = ([request.data.hex() for request in stage.cameras.requests(1, request_type=0x21, selector=selector, entity=unit)]
+                  for selector in (1, 3))
+    assert lamp == ["020a", "0219"], lamp
+    assert tone == ["38", "39"], "the bits of the other control are kept"
+    stage.output("set", "lamp-frequency=+1", "lamp-mode=default")
+    assert stage.output("get", "lamp-mode", "lamp-frequency") == "off\n26\n"
+    status, message = stage.failure("set", "lamp-frequency=201")
+    assert status == 1 and "it goes from 1 to 200" in message, message
+    assert stage.streams_still()
+
+
+def a_description_of_another_length_is_refused_before_the_camera_is_written(stage):
+    folder = stage.home / "tavelo-control-panel" / "extension-units"
+    folder.mkdir(parents=True)
+    shipped = stage.programs.parent / "share" / "tavelo-control-panel" / "extension-units" / "tavelo-virtual-camera.json"
+    description = json.loads(shipped.read_text(encoding="utf-8"))
+    for control in description["controls"]:
+        control["length"] += 1
+    (folder / shipped.name).write_text(json.dumps(description), encoding="utf-8")
+    status, message = stage.failure("set", "lamp-mode=on")
+    assert status == 1 and "2 bytes in this camera, and 3 in its description" in message, message
+    (folder / shipped.name).unlink()
+    assert stage.output("get", "lamp-mode") == "off\n"
 
 
 def reading_one_value_needs_little_memory(stage):
@@ -233,6 +264,8 @@ CASES = [
     list_tells_node_place_formats_and_who_streams,
     controls_are_those_that_the_driver_has,
     values_are_set_and_read_while_the_other_program_streams,
+    the_lamp_of_the_extension_unit_is_set_through_the_driver,
+    a_description_of_another_length_is_refused_before_the_camera_is_written,
     reading_one_value_needs_little_memory,
     a_value_between_two_steps_is_told_as_the_driver_rounded_it,
     a_value_that_an_automatic_sets_is_refused_unless_forced,

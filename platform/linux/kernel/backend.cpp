@@ -44,7 +44,8 @@ std::shared_ptr<UsbInterface> openThroughNode(const ControlNodeOptions& nodes, H
         probeDescriptors(descriptors->device, descriptors->configuration, number);
     return std::make_shared<KernelControlInterface>(
         std::move(node.device),
-        KernelInterfaceAddress{number, entities.terminalID, entities.unitID, std::move(node.path)},
+        KernelInterfaceAddress{number, entities.terminalID, entities.unitID, std::move(node.path),
+                               entities.extensionUnits},
         diagnostics, heldPairs.of(usb.name, number));
 }
 

@@ -41,6 +41,10 @@ std::string reasonOf(int error) {
             return "the camera does not answer";
         case ENODEV:
             return "the camera is gone";
+        case ENOBUFS:
+            return "the driver knows another length";
+        case EBADRQC:
+            return "the camera excludes it";
         default:
             return std::generic_category().message(error);
     }
@@ -79,6 +83,7 @@ ErrorCode KernelControlInterface::ControlRequest(UsbControlRequest& request) {
     const bool isWrite = request.bmRequestType == uvc::classInterfaceOut;
     if (!isWrite && request.bmRequestType != uvc::classInterfaceIn) return ErrorCode::failed;
     if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
+    if (isForUnit(request)) return exchange(*device, request);
     const KernelControl* control = findControl(request);
     if (control == nullptr) return ErrorCode::none;
     return isWrite ? write(*device, *control, request) : read(*device, *control, request);
@@ -116,11 +121,32 @@ const KernelControl* KernelControlInterface::findControl(const UsbControlRequest
     return findKernelControl({*entity, static_cast<std::uint8_t>(request.wValue >> 8)});
 }
 
+bool KernelControlInterface::isForUnit(const UsbControlRequest& request) const {
+    if ((request.wIndex & 0xFF) != address_.interfaceNumber || entityOf(address_, request.wIndex >> 8))
+        return false;
+    return std::ranges::find(address_.units, request.wIndex >> 8, &ExtensionUnit::id) != address_.units.end();
+}
+
+ErrorCode KernelControlInterface::exchange(V4l2Node& device, UsbControlRequest& request) {
+    const bool isWrite = request.bmRequestType == uvc::classInterfaceOut;
+    const auto unit = static_cast<std::uint8_t>(request.wIndex >> 8);
+    const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
+    const int error = queryExtensionUnit(device, unit, selector, request.bRequest, request.payload());
+    if (error == 0) {
+        request.bytesDone = request.wLength;
+        return ErrorCode::none;
+    }
+    const ErrorCode code = unitErrorOf(error, isWrite);
+    if (code != ErrorCode::none || error != ENOENT)
+        report("control " + std::to_string(selector) + " of unit " + std::to_string(unit), request, error);
+    return code;
+}
+
 ErrorCode KernelControlInterface::read(V4l2Node& device, const KernelControl& control,
                                        UsbControlRequest& request) {
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
-    if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
+    if (reply.error != 0 && reply.error != EINVAL) report(control.name, request, reply.error);
     const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
     if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
         hold(control, reply.bytes);
@@ -135,7 +161,7 @@ ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& c
     const bool known = static_cast<UvcRequest>(request.bRequest) == UvcRequest::setCur;
     const KernelReply reply = known ? writeKernelControl(device, control, request.payload(), heldOf(control))
                                     : KernelReply{EINVAL, {}, false};
-    if (reply.error != 0) report(control, request, reply.error);
+    if (reply.error != 0) report(control.name, request, reply.error);
     if (reply.written) {
         request.bytesDone = request.wLength;
         std::ranges::copy(reply.bytes, request.payload().begin());
@@ -154,10 +180,10 @@ void KernelControlInterface::hold(const KernelControl& control, const std::vecto
     heldPair_->set(bytes);
 }
 
-void KernelControlInterface::report(const KernelControl& control, const UsbControlRequest& request,
+void KernelControlInterface::report(std::string_view control, const UsbControlRequest& request,
                                     int error) noexcept {
     std::string reason(nameOrUnknown(request.bRequest));
-    reason.append(" of ").append(control.name).append(": ").append(reasonOf(error));
+    reason.append(" of ").append(control).append(": ").append(reasonOf(error));
     diagnostics_.report(address_.name, reason);
 }
 

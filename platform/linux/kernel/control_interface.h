@@ -6,10 +6,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "platform/diagnostics.h"
+#include "platform/extension_unit.h"
 #include "platform/linux/kernel/kernel_control_table.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/linux/wake_event.h"
@@ -24,6 +26,7 @@ struct KernelInterfaceAddress {
     std::int32_t terminalID = -1;
     std::int32_t unitID = -1;
     std::string name; ///< of the device in Diagnostics: "/dev/video0"
+    std::vector<ExtensionUnit> units = {};
 };
 
 /// Pan and tilt as the caller knows them: last read or last written.  Thread-safe.
@@ -64,12 +67,16 @@ public:
     std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& events) override;
 
 private:
+    /// A control of the class; null if the driver has none for it.
     const KernelControl* findControl(const UsbControlRequest& request) const;
+    bool isForUnit(const UsbControlRequest& request) const;
     ErrorCode read(V4l2Node& device, const KernelControl& control, UsbControlRequest& request);
     ErrorCode write(V4l2Node& device, const KernelControl& control, UsbControlRequest& request);
+    /// Of an extension unit, which the driver passes on.
+    ErrorCode exchange(V4l2Node& device, UsbControlRequest& request);
     std::vector<std::uint8_t> heldOf(const KernelControl& control);
     void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
-    void report(const KernelControl& control, const UsbControlRequest& request, int error) noexcept;
+    void report(std::string_view control, const UsbControlRequest& request, int error) noexcept;
 
     const KernelInterfaceAddress address_;
     Diagnostics& diagnostics_;

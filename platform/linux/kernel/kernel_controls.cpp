@@ -261,4 +261,17 @@ ErrorCode controlErrorOf(int error, bool isWrite) {
     }
 }
 
+ErrorCode unitErrorOf(int error, bool isWrite) {
+    switch (error) {
+        case ENOENT: // no such control
+        case ENOTTY: // another driver, which has no such request
+            return ErrorCode::none;
+        case ENOBUFS: // another length
+        case EBADRQC: // excluded by GET_INFO
+            return isWrite ? ErrorCode::refused : ErrorCode::none;
+        default:
+            return controlErrorOf(error, isWrite);
+    }
+}
+
 } // namespace tavelo

@@ -38,4 +38,8 @@ KernelReply writeKernelControl(V4l2Node& device, const KernelControl& control,
 /// read is an answer (no error, no bytes), a stalled write a refusal.
 ErrorCode controlErrorOf(int error, bool isWrite);
 
+/// The same for a request to an extension unit: what the driver itself does not let through counts as
+/// stalled, and a control that the unit does not list as answered with nothing.
+ErrorCode unitErrorOf(int error, bool isWrite);
+
 } // namespace tavelo

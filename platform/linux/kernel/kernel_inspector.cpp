@@ -81,7 +81,7 @@ RawAnswer KernelInspector::askCamera(const RawQuestion& question) {
     if (question.wLength == 0) return {};
     RawAnswer answer{AnswerKind::answered, std::vector<std::uint8_t>(question.wLength)};
     const int error =
-        readExtensionUnit(*node_, question.entity, question.selector, question.bRequest, answer.bytes);
+        queryExtensionUnit(*node_, question.entity, question.selector, question.bRequest, answer.bytes);
     if (error == 0) return answer;
     // The driver did not ask the camera, or has no such request.
     if (error == ENOENT || error == EBADRQC || error == ENOBUFS || error == ENOTTY) return {};

@@ -106,8 +106,8 @@ int takeControlEvent(V4l2Node& node, std::uint32_t& id) {
     return 0;
 }
 
-int readExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
-                      std::span<std::uint8_t> data) {
+int queryExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
+                       std::span<std::uint8_t> data) {
     if (data.size() > std::numeric_limits<std::uint16_t>::max()) return ENOBUFS;
     uvc_xu_control_query query{};
     query.unit = unit;

@@ -61,11 +61,11 @@ int unsubscribeFromControls(V4l2Node& node);
 /// @param id of the control; 0 if the event is about something else
 int takeControlEvent(V4l2Node& node, std::uint32_t& id);
 
-/// Reads from an extension unit, past the V4L2 controls.  The driver asks the camera for exactly
-/// `data.size()` bytes; ENOBUFS if it knows another length.  ENOENT: it has no such unit or the unit does not
-/// list the selector.  EBADRQC: GET_INFO excludes the request.
-/// @param request bRequest of a read (GET_...)
-int readExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
-                      std::span<std::uint8_t> data);
+/// Asks an extension unit, past the V4L2 controls.  The driver asks the camera for exactly `data.size()`
+/// bytes, or gives it these; ENOBUFS if it knows another length.  ENOENT: it has no such unit or the unit
+/// does not list the selector.  EBADRQC: GET_INFO excludes the request.
+/// @param request bRequest: a read (GET_...) or SET_CUR
+int queryExtensionUnit(V4l2Node& node, std::uint8_t unit, std::uint8_t selector, std::uint8_t request,
+                       std::span<std::uint8_t> data);
 
 } // namespace tavelo

@@ -41,6 +41,7 @@ ControlBank::ControlBank(const VirtualCameraModel& model)
     : terminalID_(model.terminalID),
       unitID_(model.unitID),
       outputTerminalID_(model.outputTerminalID),
+      extensionUnitID_(model.extensionUnitID),
       exposureModes_(model.exposureModes) {
     for (const FirmwareControl& row : firmwareControls()) {
         const bool terminal = row.address.entity == UvcEntity::cameraTerminal;
@@ -51,6 +52,10 @@ ControlBank::ControlBank(const VirtualCameraModel& model)
             if (address == row.address) factory = value;
         states_.push_back({&row, factory, factory});
     }
+}
+
+bool ControlBank::isExtensionUnit(std::uint8_t entity) const {
+    return extensionUnitID_ != 0 && entity == extensionUnitID_;
 }
 
 const ControlBank::State* ControlBank::find(ControlAddress address) const {
@@ -66,7 +71,7 @@ ControlBank::State* ControlBank::find(ControlAddress address) {
 }
 
 std::uint8_t ControlBank::entityError(std::uint8_t entity) const {
-    if (entity == terminalID_ || entity == unitID_) return uvc::errorNone;
+    if (entity == terminalID_ || entity == unitID_ || isExtensionUnit(entity)) return uvc::errorNone;
     return entity == outputTerminalID_ ? uvc::errorInvalidControl : uvc::errorInvalidUnit;
 }
 
@@ -77,6 +82,7 @@ std::optional<ControlAddress> ControlBank::addressOf(std::uint8_t entity, std::u
 }
 
 bool ControlBank::lists(std::uint8_t entity, std::uint8_t selector) const {
+    if (isExtensionUnit(entity)) return VirtualUnit::lists(selector);
     const auto address = addressOf(entity, selector);
     return address && find(*address) != nullptr;
 }
@@ -108,6 +114,7 @@ std::uint8_t ControlBank::info(const FirmwareControl& control) const {
 }
 
 ControlResult ControlBank::read(std::uint8_t entity, std::uint8_t selector, UvcRequest request) const {
+    if (isExtensionUnit(entity)) return unit_.read(selector, request);
     const auto address = addressOf(entity, selector);
     const State* state = address ? find(*address) : nullptr;
     if (state == nullptr) return ControlResult::stall(uvc::errorInvalidControl);
@@ -143,6 +150,7 @@ ControlResult ControlBank::read(std::uint8_t entity, std::uint8_t selector, UvcR
 
 ControlResult ControlBank::write(std::uint8_t entity, std::uint8_t selector,
                                  std::span<const std::uint8_t> bytes) {
+    if (isExtensionUnit(entity)) return unit_.write(selector, bytes);
     const auto address = addressOf(entity, selector);
     State* state = address ? find(*address) : nullptr;
     if (state == nullptr) return ControlResult::stall(uvc::errorInvalidControl);

@@ -10,6 +10,7 @@
 #include "platform/virtual/firmware/firmware_control.h"
 #include "platform/virtual/firmware/firmware_controls.h"
 #include "platform/virtual/firmware/virtual_camera_model.h"
+#include "platform/virtual/firmware/virtual_unit.h"
 
 namespace tavelo {
 
@@ -36,6 +37,7 @@ private:
         std::int64_t factory = 0;
     };
 
+    bool isExtensionUnit(std::uint8_t entity) const;
     const State* find(ControlAddress address) const;
     State* find(ControlAddress address);
     bool accepts(const FirmwareControl& control, std::int64_t value) const;
@@ -47,8 +49,10 @@ private:
     std::uint8_t terminalID_;
     std::uint8_t unitID_;
     std::uint8_t outputTerminalID_;
+    std::uint8_t extensionUnitID_;
     std::uint8_t exposureModes_;
     std::vector<State> states_;
+    VirtualUnit unit_;
 };
 
 } // namespace tavelo

@@ -11,6 +11,7 @@
 #include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
 #include "platform/virtual/firmware/stream_negotiation.h"
+#include "platform/virtual/firmware/virtual_unit.h"
 
 namespace tavelo {
 namespace {
@@ -61,6 +62,15 @@ Bytes outputTerminal(const VirtualCameraModel& model) {
     return body;
 }
 
+// Beside the path of the picture, as in many cameras: nothing follows it.
+Bytes extensionUnit(const VirtualCameraModel& model) {
+    Bytes body{uvc::classInterfaceType, uvc::extensionUnit, model.extensionUnitID};
+    body.insert(body.end(), virtualUnitGuid.begin(), virtualUnitGuid.end());
+    constexpr std::uint8_t count = VirtualUnit::controlCount;
+    body.insert(body.end(), {count, 1, model.unitID, 1, (1U << count) - 1, 0});
+    return body;
+}
+
 void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
     appendInterface(bytes, model.controlInterface(), 0, 0, uvc::controlSubClass);
     const std::size_t start = bytes.size();
@@ -73,6 +83,7 @@ void appendControlInterface(Bytes& bytes, const VirtualCameraModel& model) {
     append(bytes, cameraTerminal(model));
     append(bytes, processingUnit(model));
     append(bytes, outputTerminal(model));
+    if (model.extensionUnitID != 0) append(bytes, extensionUnit(model));
     setTotalLength(bytes, start + 5, bytes.size() - start);
 }
 

@@ -23,6 +23,7 @@ void giveEntities(VirtualCameraModel& model) {
     model.terminalID = odd ? first : second;
     model.unitID = odd ? second : first;
     model.outputTerminalID = static_cast<std::uint8_t>(first + 2);
+    model.extensionUnitID = static_cast<std::uint8_t>(first + 3);
 }
 
 void giveControls(VirtualCameraModel& model) {

@@ -65,6 +65,7 @@ struct VirtualCameraModel {
     std::uint8_t terminalID = 1;
     std::uint8_t unitID = 2;
     std::uint8_t outputTerminalID = 3;
+    std::uint8_t extensionUnitID = 0; ///< 0: it has none
     /// bmControls: the controls that the descriptors list and the firmware has.
     std::uint32_t terminalControls = 0;
     std::uint32_t unitControls = 0;

@@ -80,6 +80,16 @@ inline Bytes extensionUnit(std::uint8_t id, std::uint8_t source) {
     return descriptor(join({{0x24, 0x06, id}, Bytes(16, 0xAA), {1, 1, source, 1, 0xFF, 0}}));
 }
 
+inline Bytes extensionUnit(std::uint8_t id, const Bytes& guid, const Bytes& sources, const Bytes& controls) {
+    return descriptor(join({{0x24, 0x06, id},
+                            guid,
+                            {8, std::uint8_t(sources.size())},
+                            sources,
+                            {std::uint8_t(controls.size())},
+                            controls,
+                            {0}}));
+}
+
 inline Bytes endpoint() {
     return descriptor({0x05, 0x81, 0x03, 16, 0, 8});
 }

@@ -5,7 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/uvc/guid.h"
 #include "platform/virtual/backend.h"
+#include "platform/virtual/firmware/virtual_unit.h"
 #include "probe/camera_probe.h"
 #include "probe/video_function_search.h"
 #include "support/manual_main_queue.h"
@@ -38,8 +40,9 @@ TEST_F(ReportJson, TellsTheCameraItsEntitiesAndItsFormats) {
     EXPECT_EQ(json["identity"]["name"], "Tavelo Virtual Camera 1");
     EXPECT_EQ(json["identity"]["vendor"], "0x1209");
     EXPECT_EQ(json["identity"]["uvc"], "1.10");
-    EXPECT_EQ(json["entities"].size(), 3U);
+    ASSERT_EQ(json["entities"].size(), 4U);
     EXPECT_EQ(json["entities"][0]["kind"], "camera terminal");
+    EXPECT_EQ(json["entities"][3]["guid"], guidText(virtualUnitGuid));
     const Json& stream = json["streams"][0];
     EXPECT_EQ(stream["formats"][0]["name"], "YUY2");
     EXPECT_EQ(stream["formats"][1]["frames"][0]["width"], 1280);
@@ -49,7 +52,7 @@ TEST_F(ReportJson, TellsTheCameraItsEntitiesAndItsFormats) {
 TEST_F(ReportJson, TellsEveryControlWithItsValues) {
     const Json json = report();
     ASSERT_TRUE(json.is_object());
-    EXPECT_EQ(json["controls"].size(), firmwareControls().size());
+    EXPECT_EQ(json["controls"].size(), firmwareControls().size() + VirtualUnit::controlCount);
     bool found = false;
     for (const Json& control : json["controls"]) {
         if (control["name"] != "brightness") continue;

@@ -183,15 +183,28 @@ def capture_nodes():
     return found
 
 
+def descriptors_of(node):
+    """The descriptors of a node's device, one after the other."""
+    data = (usb_device_of(node) / "descriptors").read_bytes()
+    at = 0
+    while at + 2 < len(data) and data[at]:
+        yield data[at:at + data[at]]
+        at += data[at]
+
+
 def entities(node):
     """(camera terminal, processing unit): entity identifiers from the descriptors of a node's device."""
-    data = (usb_device_of(node) / "descriptors").read_bytes()
-    terminal = unit = at = 0
-    while at + 2 < len(data) and data[at]:
-        kind, subtype = data[at + 1:at + 3]
-        if kind == 0x24 and subtype == 0x02 and data[at + 4:at + 6] == b"\x01\x02":
-            terminal = data[at + 3]
+    terminal = unit = 0
+    for descriptor in descriptors_of(node):
+        kind, subtype = descriptor[1:3]
+        if kind == 0x24 and subtype == 0x02 and descriptor[4:6] == b"\x01\x02":
+            terminal = descriptor[3]
         elif kind == 0x24 and subtype == 0x05 and not unit:
-            unit = data[at + 3]
-        at += data[at]
+            unit = descriptor[3]
     return terminal, unit
+
+
+def extension_unit(node):
+    """The identifier of the first extension unit."""
+    return next(descriptor[3] for descriptor in descriptors_of(node)
+                if descriptor[1:3] == b"\x24\x06" and len(descriptor) > 20)

@@ -127,6 +127,20 @@ TEST_F(KernelBackend, WalksFromTheDeviceDownToAControl) {
     EXPECT_EQ(paused.count(), 0);
 }
 
+TEST_F(KernelBackend, ReachesTheExtensionUnitsOfItsDescriptors) {
+    addDevice("1-2",
+              configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0xFF}),
+                             processingUnit(5, 3, {0xFF}), extensionUnit(7, Bytes(16, 1), {5}, {0b1000})}));
+    tree.addVideoNode("1-2:1.0", "video0", 0);
+    opener->device->units[{7, 4, 0x81}] = {{1, 2, 3}};
+    const auto interface = openFirstInterface();
+    ASSERT_TRUE(interface);
+    Bytes data(3, 0);
+    UsbControlRequest request{0xA1, 0x81, 0x0400, 0x0700, 3, data.data(), 0};
+    EXPECT_EQ(interface->ControlRequest(request), ErrorCode::none);
+    EXPECT_THAT(data, ElementsAre(1, 2, 3));
+}
+
 TEST_F(KernelBackend, TellsADevicesFactsWithoutOpeningIt) {
     addCamera();
     FakeSysfs::write(tree.folderOf("1-2") / "speed", "5000\n");

@@ -228,6 +228,94 @@ public:
     WakeEvent answer;
 };
 
+// With an extension unit 7.
+class KernelInterfaceUnits : public ::testing::Test {
+protected:
+    KernelInterfaceUnits() {
+        device->controls = everyControl();
+        device->units[{7, 4, getCur}] = {{1, 2, 3}};
+        device->unitValues[{7, 4}] = {{0, 0, 0}};
+    }
+
+    int lastError(int error, bool isWrite) {
+        device->units[{7, 4, getCur}].error = error;
+        device->unitValues[{7, 4}].error = error;
+        const Answer answer = isWrite ? write(interface, 7, 4, {9, 8, 7}) : read(interface, 7, 4, getCur, 3);
+        EXPECT_EQ(answer.bytesDone, 0U) << error;
+        return static_cast<int>(answer.status);
+    }
+
+    std::shared_ptr<FakeControlNode> device = std::make_shared<FakeControlNode>();
+    testing::RecordedDiagnostics diagnostics;
+    KernelControlInterface interface {
+        device, {0, 3, 5, "/dev/video0", {ExtensionUnit{7, {}, {}}}}, diagnostics
+    };
+};
+
+TEST_F(KernelInterfaceUnits, AReadIsTheDriversQuery) {
+    const auto answer = read(interface, 7, 4, getCur, 3);
+    EXPECT_EQ(answer.status, ErrorCode::none);
+    EXPECT_EQ(answer.bytesDone, 3U);
+    EXPECT_THAT(answer.bytes, ElementsAre(1, 2, 3));
+    device->units[{7, 4, 0x85}] = {{3, 0}};
+    EXPECT_THAT(read(interface, 7, 4, 0x85, 2).bytes, ElementsAre(3, 0));
+}
+
+TEST_F(KernelInterfaceUnits, AWriteIsTheDriversQueryToo) {
+    const auto answer = write(interface, 7, 4, {9, 8, 7});
+    EXPECT_EQ(answer.status, ErrorCode::none);
+    EXPECT_EQ(answer.bytesDone, 3U);
+    EXPECT_THAT((device->unitValues[{7, 4}].bytes), ElementsAre(9, 8, 7));
+    EXPECT_THAT(device->writes(), IsEmpty()) << "no V4L2 control is involved";
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
+TEST_F(KernelInterfaceUnits, AStalledReadIsAnAnswerAndAStalledWriteARefusal) {
+    for (const int error : {EPIPE, EBUSY, EILSEQ, ERANGE, EIO, EINVAL, EACCES, ENOBUFS, EBADRQC}) {
+        EXPECT_EQ(lastError(error, false), static_cast<int>(ErrorCode::none)) << error;
+        EXPECT_EQ(lastError(error, true), static_cast<int>(ErrorCode::refused)) << error;
+    }
+}
+
+TEST_F(KernelInterfaceUnits, WhatTheUnitDoesNotListIsAnsweredWithNothing) {
+    for (const int error : {ENOENT, ENOTTY}) {
+        EXPECT_EQ(lastError(error, false), static_cast<int>(ErrorCode::none)) << error;
+        EXPECT_EQ(lastError(error, true), static_cast<int>(ErrorCode::none)) << error;
+    }
+    EXPECT_EQ(write(interface, 7, 5, {1}).status, ErrorCode::none);
+    EXPECT_EQ(write(interface, 7, 5, {1}).bytesDone, 0U);
+}
+
+TEST_F(KernelInterfaceUnits, ALostCameraIsAFailure) {
+    for (const bool isWrite : {false, true}) {
+        EXPECT_EQ(lastError(ENODEV, isWrite), static_cast<int>(ErrorCode::gone));
+        EXPECT_EQ(lastError(ETIMEDOUT, isWrite), static_cast<int>(ErrorCode::timeout));
+        EXPECT_EQ(lastError(ENOMEM, isWrite), static_cast<int>(ErrorCode::failed));
+    }
+}
+
+TEST_F(KernelInterfaceUnits, ARefusalIsReportedWithItsReason) {
+    lastError(EPIPE, true);
+    lastError(ENOBUFS, false);
+    lastError(ENOENT, false);
+    EXPECT_THAT(diagnostics.lines(),
+                ElementsAre("/dev/video0: SET_CUR of control 4 of unit 7: the camera refuses",
+                            "/dev/video0: GET_CUR of control 4 of unit 7: the driver knows another length"));
+}
+
+TEST_F(KernelInterfaceUnits, OtherEntitiesAndInterfacesAreNotAsked) {
+    device->units[{8, 4, getCur}] = {{1, 2, 3}};
+    EXPECT_EQ(read(interface, 8, 4, getCur, 3).bytesDone, 0U);
+    EXPECT_EQ(ask(interface, 0xA1, getCur, 7, 4, {0, 0, 0}, 2).bytesDone, 0U);
+    interface.USBInterfaceClose();
+    EXPECT_EQ(read(interface, 7, 4, getCur, 3).status, ErrorCode::closed);
+}
+
+TEST_F(KernelInterfaceUnits, AUnitWithTheTerminalsIdentifierIsTheTerminal) {
+    KernelControlInterface other(device, {0, 7, 5, "/dev/video0", {ExtensionUnit{7, {}, {}}}}, diagnostics);
+    EXPECT_THAT(read(other, 7, 11).bytes, ElementsAre(100, 0)) << "the zoom";
+}
+
 TEST(KernelInterfaceThreads, ABlockedWriteHoldsUpNeitherReadersNorTheClose) {
     const auto device = std::make_shared<SilentNode>();
     testing::RecordedDiagnostics diagnostics;

@@ -185,6 +185,14 @@ TEST_F(ControlInterface, AStalledWriteToAnUnlistedControlSucceedsWithoutEffect) 
     EXPECT_EQ(write(0x02, 9, {1, 0}), ErrorCode::none); // no such entity
 }
 
+TEST_F(ControlInterface, AStalledWriteToAListedControlOfAnExtensionUnitIsARefusal) {
+    open(configuration({videoControl(0), header(0x0110), cameraTerminal(3, {0xFF}),
+                        processingUnit(5, 3, {0xFF}), extensionUnit(7, Bytes(16, 1), {5}, {0b10})}));
+    answerWith({ErrorCode::refused, 0});
+    EXPECT_EQ(write(2, 7, {1, 0}), ErrorCode::refused);
+    EXPECT_EQ(write(1, 7, {1, 0}), ErrorCode::none) << "not listed";
+}
+
 TEST_F(ControlInterface, ACameraWhoseControlMapsCannotBeReadRefusesWhatItStalls) {
     open(configuration({videoControl(0), interfaceDescriptor(1, 2)}));
     answerWith({ErrorCode::refused});

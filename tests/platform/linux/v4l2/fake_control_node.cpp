@@ -90,7 +90,16 @@ int FakeControlNode::query(v4l2_queryctrl& query) const {
     return 0;
 }
 
-int FakeControlNode::queryUnit(const uvc_xu_control_query& query) const {
+int FakeControlNode::queryUnit(const uvc_xu_control_query& query) {
+    constexpr std::uint8_t setCur = 0x01;
+    if (query.query == setCur) {
+        const auto value = unitValues.find({query.unit, query.selector});
+        if (value == unitValues.end()) return ENOENT;
+        if (value->second.error != 0) return value->second.error;
+        if (query.size != value->second.bytes.size()) return ENOBUFS;
+        value->second.bytes.assign(query.data, query.data + query.size);
+        return 0;
+    }
     const auto found = units.find({query.unit, query.selector, query.query});
     if (found == units.end()) return ENOENT;
     if (found->second.error != 0) return found->second.error;

@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "fake_control_events.h"
@@ -41,6 +42,9 @@ public:
     };
     /// By unit, selector and request.  Set up before use; what is missing is unknown to the driver.
     std::map<std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>, UnitAnswer> units;
+    /// SET_CUR, by unit and selector: the last value, whose length a write must have.  What is missing is
+    /// unknown.
+    std::map<std::pair<std::uint8_t, std::uint8_t>, UnitAnswer> unitValues;
 
     /// The name of every control.
     std::string name = "A control";
@@ -65,7 +69,7 @@ public:
 
 private:
     int query(v4l2_queryctrl& query) const;
-    int queryUnit(const uvc_xu_control_query& query) const;
+    int queryUnit(const uvc_xu_control_query& query);
     int queryMenu(const v4l2_querymenu& query) const;
     int get(std::span<v4l2_ext_control> values);
     int set(std::span<v4l2_ext_control> values);

@@ -175,12 +175,12 @@ TEST(VirtualCameraModelTest, noTwoCamerasShareALocationASerialNumberOrEntities) 
         const VirtualCameraModel model = virtualCameraModel(number);
         locations.insert(model.locationID);
         serials.insert(model.serial);
-        entities.insert({model.terminalID, model.unitID, model.outputTerminalID});
+        entities.insert({model.terminalID, model.unitID, model.outputTerminalID, model.extensionUnitID});
         EXPECT_EQ(model.number, number);
     }
     EXPECT_EQ(locations.size(), 60U);
     EXPECT_EQ(serials.size(), 60U);
-    EXPECT_EQ(entities.size(), 180U);
+    EXPECT_EQ(entities.size(), 240U);
     EXPECT_FALSE(entities.contains(0));
     EXPECT_FALSE(entities.contains(1)) << "a host that takes identifiers for granted is found out";
     EXPECT_FALSE(entities.contains(2));
