@@ -31,9 +31,10 @@ void RecordingTitle::show() {
 
 QIcon withRedDot(const QIcon& icon) {
     QIcon marked;
-    for (const int size : {22, 32, 48, 64, 128}) {
-        QPixmap picture = icon.isNull() ? QPixmap(size, size) : icon.pixmap(size, size);
+    for (const int wanted : {22, 32, 48, 64, 128}) {
+        QPixmap picture = icon.isNull() ? QPixmap(wanted, wanted) : icon.pixmap(wanted, wanted);
         if (icon.isNull()) picture.fill(Qt::transparent);
+        const int size = picture.width(); // smaller if the icon does not have that size
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(Qt::white, size / 24.0));
