@@ -49,6 +49,9 @@ void PanelMenu::arrange() {
     menu_.addAction(&about_);
     menu_.addSeparator();
     menu_.addAction(&quit_);
+    // A line to read cannot have the focus, so screen readers get it with the menu.
+    const QAction* const first = menu_.actions().constFirst();
+    menu_.setAccessibleName(first->isEnabled() ? QString() : first->text());
 }
 
 void PanelMenu::connectActions() {
