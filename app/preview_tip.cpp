@@ -13,7 +13,8 @@ PreviewTip::PreviewTip(QWidget* preview, const Bundle& bundle, Diagnostics& diag
 void PreviewTip::show(const PictureStatus& status) {
     if (preview_ != nullptr) {
         const bool explains = status.kind != PictureStatus::Kind::shown;
-        preview_->setToolTip(explains ? statusText(status, bundle_) : QString());
+        preview_->setToolTip(explains ? statusText(status, bundle_)
+                                      : QString::fromStdString(bundle_.localizedString("Tip_preview", {})));
     }
     const auto advice = adviceFor(status);
     const std::string line = advice ? advice->subject + advice->text : std::string();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Says over the preview why it is black.
+// Says over the preview why it is black, or what can be done with the picture.
 #pragma once
 
 #include <QWidget>

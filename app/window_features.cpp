@@ -11,6 +11,8 @@ WindowFeatures::WindowFeatures(const Parts& parts)
       tip_(parts.panel.displayView(), parts.bundle, parts.diagnostics),
       title_(parts.window, clock_),
       fullScreen_(parts.window, *parts.panel.view()),
+      hands_(parts.panel, parts.window),
+      tips_(parts.panel, parts.bundle),
       camera_(parts.panel, parts.bundle, [this] { return picture_.status(); }),
       capture_(parts.window, parts.host, clock_, parts.bundle, parts.folders),
       windowMenu_(parts.window, fullScreen_, parts.bundle) {
@@ -31,7 +33,10 @@ void WindowFeatures::followPicture(const Parts& parts) {
     };
     connect(&picture_, &PictureWatch::changed, this, show);
     connect(&parts.menu, &PanelMenu::aboutToOpen, &picture_, &PictureWatch::refresh);
-    connect(&parts.menu, &PanelMenu::languageChanged, this, show);
+    connect(&parts.menu, &PanelMenu::languageChanged, this, [this, show] {
+        tips_.retranslate();
+        show();
+    });
     show();
 }
 

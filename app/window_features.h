@@ -11,6 +11,8 @@
 #include "app/recording_clock.h"
 #include "app/recording_title.h"
 #include "app/window_menu.h"
+#include "panel/panel_hands.h"
+#include "panel/panel_tips.h"
 #include "platform/diagnostics.h"
 
 namespace tavelo {
@@ -42,6 +44,8 @@ private:
     RecordingClock clock_;
     RecordingTitle title_;
     FullScreenPicture fullScreen_;
+    PanelHands hands_;
+    PanelTips tips_;
     CameraMenu camera_;
     CaptureMenu capture_;
     WindowMenu windowMenu_;

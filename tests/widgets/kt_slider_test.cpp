@@ -318,5 +318,27 @@ TEST_F(ShownSlider, LooksPaleWhileDisabled) {
     EXPECT_GT(knob.red(), 2 * knob.green());
 }
 
+TEST_F(ShownSlider, ADoubleClickAsksForTheDefaultOnlyIfItsFirstPressWasOnTheKnob) {
+    QSignalSpy wanted(&slider_, &KTSlider::defaultWanted);
+    QTest::mouseDClick(&slider_, Qt::LeftButton, {}, middle); // moves the knob there
+    EXPECT_EQ(wanted.size(), 0);
+    EXPECT_EQ(slider_.intValue(), 172);
+    QTest::mouseDClick(&slider_, Qt::LeftButton, {}, middle);
+    EXPECT_EQ(wanted.size(), 1);
+    EXPECT_EQ(slider_.intValue(), 172) << "the owner sets it";
+    EXPECT_FALSE(slider_.isHeld());
+    QTest::mouseDClick(&slider_, Qt::RightButton, {}, middle);
+    EXPECT_EQ(wanted.size(), 1);
+}
+
+TEST_F(ShownSlider, StepsAreThoseOfTheWheel) {
+    slider_.setIntValue(100);
+    slider_.step(2);
+    EXPECT_EQ(slider_.intValue(), 114); // 2 x 2 % of 344, rounded to 7 each
+    slider_.step(-1);
+    EXPECT_EQ(slider_.intValue(), 107);
+    EXPECT_EQ(values_.size(), 2U);
+}
+
 } // namespace
 } // namespace tavelo
