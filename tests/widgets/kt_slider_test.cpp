@@ -320,14 +320,19 @@ TEST_F(ShownSlider, LooksPaleWhileDisabled) {
 
 TEST_F(ShownSlider, ADoubleClickAsksForTheDefaultOnlyIfItsFirstPressWasOnTheKnob) {
     QSignalSpy wanted(&slider_, &KTSlider::defaultWanted);
-    QTest::mouseDClick(&slider_, Qt::LeftButton, {}, middle); // moves the knob there
+    const auto doubleClick = [this](Qt::MouseButton button) {
+        QTest::mouseClick(&slider_, button, {}, middle);
+        QTest::mouseDClick(&slider_, button, {}, middle);
+        QTest::mouseRelease(&slider_, button, {}, middle);
+    };
+    doubleClick(Qt::LeftButton); // moves the knob there
     EXPECT_EQ(wanted.size(), 0);
     EXPECT_EQ(slider_.intValue(), 172);
-    QTest::mouseDClick(&slider_, Qt::LeftButton, {}, middle);
+    doubleClick(Qt::LeftButton);
     EXPECT_EQ(wanted.size(), 1);
     EXPECT_EQ(slider_.intValue(), 172) << "the owner sets it";
     EXPECT_FALSE(slider_.isHeld());
-    QTest::mouseDClick(&slider_, Qt::RightButton, {}, middle);
+    doubleClick(Qt::RightButton);
     EXPECT_EQ(wanted.size(), 1);
 }
 
