@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "panel/preview_keys.h"
 
+#include <QApplication>
 #include <QEvent>
 
 #include "video/kt_display_view.h"
@@ -11,6 +12,10 @@ namespace tavelo {
 PreviewKeys::PreviewKeys(QWidget& window, PanelView& view) : view_(view) {
     if (view.displayView() == nullptr) return;
     view.displayView()->installEventFilter(this);
+    view.displayView()->setAttribute(Qt::WA_Hover); // reports moves without a button
+    connect(qApp, &QApplication::focusChanged, this, [this](const QWidget*, const QWidget* now) {
+        if (now != nullptr) setEnabled(false);
+    });
     const auto turn = [](int degrees) {
         return [degrees](KTSlider& slider) { slider.choose(slider.intValue() + degrees); };
     };
@@ -34,11 +39,24 @@ void PreviewKeys::add(QWidget& window, Qt::Key key, PanelRow row,
     });
 }
 
+void PreviewKeys::setEnabled(bool enabled) {
+    for (const std::unique_ptr<QShortcut>& key : keys_)
+        key->setEnabled(enabled);
+}
+
 bool PreviewKeys::eventFilter(QObject* watched, QEvent* event) {
-    const bool enters = event->type() == QEvent::Enter;
-    if (enters || event->type() == QEvent::Leave || event->type() == QEvent::Hide)
-        for (const std::unique_ptr<QShortcut>& key : keys_)
-            key->setEnabled(enters);
+    switch (event->type()) {
+        case QEvent::Enter:
+        case QEvent::HoverMove:
+            setEnabled(true);
+            break;
+        case QEvent::Leave:
+        case QEvent::Hide:
+            setEnabled(false);
+            break;
+        default:
+            break;
+    }
     return QObject::eventFilter(watched, event);
 }
 

@@ -13,8 +13,9 @@
 
 namespace tavelo {
 
-/// The arrow keys pan and tilt by a degree, plus and minus zoom, as the sliders would.  Elsewhere these keys
-/// belong to the control with the focus.  Main thread.
+/// The arrow keys pan and tilt by a degree, plus and minus zoom, as the sliders would.  Otherwise these keys
+/// belong to the control with the focus: also when it got the focus after the pointer came to rest over the
+/// picture, for then the user works with the keyboard.  Main thread.
 class PreviewKeys final : public QObject {
     Q_OBJECT
 
@@ -26,6 +27,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void setEnabled(bool enabled);
     void add(QWidget& window, Qt::Key key, PanelRow row, const std::function<void(KTSlider&)>& move);
 
     PanelView& view_;

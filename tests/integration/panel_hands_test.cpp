@@ -179,6 +179,21 @@ TEST_F(PanelHandsTest, KeysOverThePreviewPanTiltAndZoom) {
     EXPECT_EQ(view().panLeftRightSlider()->intValue(), 1);
 }
 
+TEST_F(PanelHandsTest, AControlThatGetsTheFocusGetsTheKeysUntilThePointerMoves) {
+    startWithFeatures(1);
+    pointAt(view().displayView());
+    view().contrastSlider()->setFocus(Qt::TabFocusReason);
+    press(Qt::Key_Right);
+    EXPECT_EQ(manager_.contrast()->val(), 33);
+    EXPECT_EQ(view().panLeftRightSlider()->intValue(), 0);
+    const QPoint beside = view().displayView()->rect().center() + QPoint(3, 3);
+    QTest::mouseMove(window_.windowHandle(), view().displayView()->mapTo(&window_, beside));
+    QCoreApplication::processEvents();
+    press(Qt::Key_Right);
+    EXPECT_EQ(manager_.contrast()->val(), 33);
+    EXPECT_EQ(view().panLeftRightSlider()->intValue(), 1);
+}
+
 TEST_F(PanelHandsTest, KeysOverThePreviewDoNothingWithoutACamera) {
     startWithFeatures(0);
     pointAt(view().displayView());
