@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QSignalSpy>
 
+#include "app/panel_snapshot.h"
 #include "integration/features_fixture.h"
 #include "movie_facts.h"
 
@@ -56,6 +57,18 @@ TEST_F(PanelCaptureMenu, TwoPicturesInOneSecondAreTwoFiles) {
         choose("Save Picture");
         ASSERT_TRUE(waitFor([&] { return files("Pictures").size() == count; })) << count;
     }
+}
+
+TEST_F(PanelCaptureMenu, AKeyThatIsPressedWhileAPictureIsSavedSavesNoOther) {
+    startWithFeatures(1);
+    ASSERT_TRUE(pictureIsShown());
+    QApplication::activePopupWidget()->close();
+    const qsizetype before = host_->findChildren<PanelSnapshot*>().size();
+    press(Qt::Key_S);
+    press(Qt::Key_S); // both would have the same name
+    EXPECT_EQ(host_->findChildren<PanelSnapshot*>().size(), before + 1);
+    ASSERT_TRUE(waitFor([this] { return entry("Show File") != nullptr; }));
+    EXPECT_EQ(files("Pictures").size(), 1);
 }
 
 TEST_F(PanelCaptureMenu, KeyRecordsAndStopsTheMovie) {

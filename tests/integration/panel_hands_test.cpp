@@ -2,6 +2,7 @@
 // Double clicks, typed numbers, the wheel and keys, and the tool tips that tell of them.
 #include <QHelpEvent>
 #include <QLineEdit>
+#include <QSignalSpy>
 #include <QToolTip>
 #include <QWheelEvent>
 
@@ -60,6 +61,22 @@ TEST_F(PanelHandsTest, ADoubleClickOnTheKnobSetsTheDefault) {
         EXPECT_FALSE(slider->isHeld());
     }
     EXPECT_EQ(manager_.contrast()->val(), 32);
+}
+
+TEST_F(PanelHandsTest, ADoubleClickSendsNothingForAControlThatTheCameraLacks) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    constexpr std::uint32_t zoom = 1U << 9; // its bit in bmControls
+    ASSERT_NE(model.terminalControls & zoom, 0U);
+    model.terminalControls &= ~zoom;
+    backend_.bus->plug(model);
+    startWithFeatures(0);
+    ASSERT_TRUE(waitFor([this] { return view().zoomSlider()->isEnabled(); }));
+    ASSERT_FALSE(manager_.zoom()->supported());
+    QSignalSpy actions(view().zoomSlider(), &KTSlider::action);
+    Q_EMIT view().zoomSlider()->defaultWanted();
+    EXPECT_EQ(actions.size(), 0);
+    Q_EMIT view().contrastSlider()->defaultWanted();
+    EXPECT_EQ(view().contrastSlider()->intValue(), 32);
 }
 
 TEST_F(PanelHandsTest, ADoubleClickElsewhereOnTheTrackMovesTheKnobThere) {
