@@ -147,8 +147,9 @@ TEST_F(PanelTroubledCamera, ABusyCameraNamesWhoHasItAndThePictureComesByItself) 
     trouble_->setTrouble({ErrorCode::busy, "busy: in use by firefox, process 4711"});
     trouble_->setHolders({{{4711, "firefox"}}, false});
     startTroubled();
-    ASSERT_TRUE(firstLineBecomes("In use by firefox, process 4711"));
-    EXPECT_EQ(view().displayView()->toolTip(), QStringLiteral("In use by firefox, process 4711"));
+    const QString who = QStringLiteral("In use by firefox, process 4711");
+    ASSERT_TRUE(waitFor([&] { return view().displayView()->toolTip() == who; })) << "without any menu";
+    EXPECT_EQ(firstLine(), who.toStdString());
     EXPECT_FALSE(entry("Save Picture")->isEnabled());
     EXPECT_FALSE(entry("Record")->isEnabled());
     trouble_->setHolders({{{4712, "cheese"}}, false});
