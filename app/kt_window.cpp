@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/kt_window.h"
 
+#include <QWindow>
+
 namespace tavelo {
 
 KTWindow::KTWindow(const QRect& contentRect, WindowStyle style, bool backingAlpha, bool defer) {
@@ -13,6 +15,12 @@ KTWindow::KTWindow(const QRect& contentRect, WindowStyle style, bool backingAlph
     resize(contentRect.size());
     if (!contentRect.topLeft().isNull()) move(contentRect.topLeft());
     if (!defer) create();
+}
+
+// QWidget::setWindowFlag() would hide the window and make its native window again, and with it the preview's.
+void KTWindow::setStaysOnTop(bool stays) {
+    overrideWindowFlags(windowFlags().setFlag(Qt::WindowStaysOnTopHint, stays));
+    if (windowHandle() != nullptr) windowHandle()->setFlag(Qt::WindowStaysOnTopHint, stays);
 }
 
 } // namespace tavelo

@@ -24,6 +24,9 @@ public:
     /// @param backingAlpha whether the window has an alpha channel; false only on screens without one
     /// @param defer create the native window only when it is first shown
     KTWindow(const QRect& contentRect, WindowStyle style, bool backingAlpha, bool defer);
+
+    /// Keeps the window above all others, also while it is shown.
+    void setStaysOnTop(bool stays);
 };
 
 } // namespace tavelo

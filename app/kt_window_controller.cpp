@@ -35,7 +35,8 @@ void KTWindowController::miniaturize() {
 bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
     if (watched == &window_ && event->type() == QEvent::MouseButtonPress) {
         const auto* press = static_cast<QMouseEvent*>(event);
-        if (press->button() == Qt::LeftButton && window_.windowHandle() != nullptr) {
+        if (press->button() == Qt::LeftButton && window_.windowHandle() != nullptr &&
+            !window_.isFullScreen()) {
             window_.windowHandle()->startSystemMove();
             return true;
         }

@@ -28,7 +28,7 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
       languages_(nullptr),
       menuKey_(Qt::SHIFT | Qt::Key_F10, &window) {
     menu_.setObjectName(QStringLiteral("contextMenu"));
-    addActions();
+    connectActions();
     addLanguages();
     applyPanelLook(menu_);
     applyPanelLook(languageMenu_);
@@ -37,15 +37,26 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     window_.installEventFilter(this);
 }
 
-void PanelMenu::addActions() {
-    setKey(reconnect_, Qt::Key_F5);
-    setKey(quit_, Qt::CTRL | Qt::Key_Q);
-    menu_.addAction(&about_);
-    menu_.addSeparator();
+// The sections' entries depend on the camera.
+void PanelMenu::arrange() {
+    menu_.clear(); // deletes only the separators
+    for (MenuSection* section : sections_) {
+        menu_.addActions(section->entries());
+        menu_.addSeparator(); // shown only between entries
+    }
     menu_.addAction(&reconnect_);
     menu_.addMenu(&languageMenu_);
+    menu_.addAction(&about_);
     menu_.addSeparator();
     menu_.addAction(&quit_);
+    // A line to read cannot have the focus, so screen readers get it with the menu.
+    const QAction* const first = menu_.actions().constFirst();
+    menu_.setAccessibleName(first->isEnabled() ? QString() : first->text());
+}
+
+void PanelMenu::connectActions() {
+    setKey(reconnect_, Qt::Key_F5);
+    setKey(quit_, Qt::CTRL | Qt::Key_Q);
     connect(&about_, &QAction::triggered, this, &PanelMenu::aboutChosen);
     connect(&reconnect_, &QAction::triggered, this, &PanelMenu::reconnectChosen);
     connect(&quit_, &QAction::triggered, this, &PanelMenu::quitChosen);
@@ -84,6 +95,8 @@ void PanelMenu::retranslate() {
     languageMenu_.setTitle(text(bundle_, "Language"));
     systemLanguage_.setText(text(bundle_, "System_language"));
     quit_.setText(text(bundle_, "Quit"));
+    for (MenuSection* section : sections_)
+        section->retranslate();
 }
 
 bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
@@ -94,6 +107,8 @@ bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void PanelMenu::popup(const QPoint& globalPosition) {
+    Q_EMIT aboutToOpen();
+    arrange();
     // Some window systems show a menu only if it has a parent window.
     menu_.winId();
     menu_.windowHandle()->setTransientParent(window_.windowHandle());

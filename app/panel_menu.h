@@ -9,15 +9,17 @@
 #include <QPoint>
 #include <QShortcut>
 #include <QWidget>
+#include <vector>
 
+#include "app/menu_section.h"
 #include "app/program_language.h"
 #include "platform/bundle.h"
 
 namespace tavelo {
 
-/// About, reconnect (F5), language, quit (Ctrl+Q).  The right mouse button, the menu key or Shift+F10 open
-/// the menu anywhere in the window; F5 and Ctrl+Q also work while it is closed.  Thread-bound to the main
-/// thread.
+/// The entries of its sections, then reconnect (F5), language, about, quit (Ctrl+Q).  The right mouse button,
+/// the menu key or Shift+F10 open the menu anywhere in the window; F5 and Ctrl+Q also work while it is
+/// closed. Thread-bound to the main thread.
 class PanelMenu final : public QObject {
     Q_OBJECT
 
@@ -25,7 +27,12 @@ public:
     /// All must outlive the menu.
     PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& language);
 
+    /// Puts a section below those added before.  It must live as long as the window is used.
+    void addSection(MenuSection& section) { sections_.push_back(&section); }
+
 Q_SIGNALS:
+    /// Sent before the sections are asked for their entries.
+    void aboutToOpen();
     void aboutChosen();
     void reconnectChosen();
     /// The bundle's language has changed.
@@ -36,8 +43,9 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void addActions();
+    void connectActions();
     void addLanguages();
+    void arrange();
     void retranslate();
     void popup(const QPoint& globalPosition);
     void choose(const std::string& localization);
@@ -45,6 +53,7 @@ private:
     QWidget& window_;
     const Bundle& bundle_;
     ProgramLanguage& language_;
+    std::vector<MenuSection*> sections_;
     QMenu menu_;
     QMenu languageMenu_;
     QActionGroup languages_;

@@ -103,7 +103,8 @@ std::optional<ServiceError> PanelProgram::show() {
         {KTUVCManager::sharedManager(), *cameras_.capture, *userDefaults_, bundle_, commandLine_.renderer},
         language_,
         assetWriters_,
-        diagnostics_});
+        diagnostics_,
+        host_});
     host_.setPanel(window_->panel());
     return {};
 }

@@ -21,7 +21,8 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
       panel_(parts.panel),
       contents_(window_, windowController_, panel_),
       screenFit_(window_, *panel_.view()),
-      menu_(window_, parts.panel.bundle, parts.language) {
+      menu_(window_, parts.panel.bundle, parts.language),
+      features_({window_, panel_, parts.host, menu_, parts.panel.bundle, parts.diagnostics}) {
     windowController_.windowDidLoad();
     if (KTDisplayView* display = panel_.displayView()) {
         display->mtkView()->setAssetWriteManager(std::make_shared<KTAssetWriterManager>(parts.assetWriters));

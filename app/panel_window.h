@@ -12,19 +12,21 @@
 #include "app/panel_menu.h"
 #include "app/program_language.h"
 #include "app/screen_fit.h"
+#include "app/window_features.h"
 #include "panel/view_controller.h"
 #include "platform/asset_writer.h"
 #include "platform/diagnostics.h"
 
 namespace tavelo {
 
-/// What the window is made of.  Everything must outlive it.
+/// What the window is made of.  Everything but the host must outlive it.
 struct PanelWindowParts {
     KTApplication& application;
     PanelOptions panel;
     ProgramLanguage& language;
     std::shared_ptr<AssetWriterPlatform> assetWriters;
     Diagnostics& diagnostics;
+    WindowHost& host; ///< of stills and movies; not used in the constructor nor by the destructor
 };
 
 /// Shows the first camera and the window when it is made.  Main thread.
@@ -55,7 +57,8 @@ private:
     const ScreenFit screenFit_;
     const CameraAccess cameraAccess_;
     AppDelegate delegate_{windowController_, cameraAccess_};
-    const PanelMenu menu_;
+    PanelMenu menu_;
+    const WindowFeatures features_;
 };
 
 } // namespace tavelo

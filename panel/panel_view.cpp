@@ -239,7 +239,8 @@ void PanelView::viewDidLayout() {
     place(saveProfileButton_, layout.saveProfileButton);
     place(restoreProfileButton_, layout.restoreProfileButton);
     if (displayView_ != nullptr)
-        displayView_->setGeometry(scaledFrame(wholeFrame(layout.display, height), scale_));
+        displayView_->setGeometry(
+            showsPictureAlone_ ? rect() : scaledFrame(wholeFrame(layout.display, height), scale_));
     place(logoImageView_, layout.logo);
     place(minButton_, layout.minButton);
     place(closeButton_, layout.closeButton);

@@ -43,6 +43,10 @@ public:
     double scale() const { return scale_; }
     void setScale(double scale);
 
+    /// Hides everything but the preview, which then fills the view.
+    bool showsPictureAlone() const { return showsPictureAlone_; }
+    void setShowsPictureAlone(bool alone);
+
     /// The settings panel, and the patch that makes its corner under the camera tabs square.  In units, with
     /// y downward.
     const QRectF& settingBackgroundView() const { return settingBackgroundView_; }
@@ -144,6 +148,7 @@ private:
     KTProfileButton* closeButton_ = nullptr;
 
     double scale_ = 1;
+    bool showsPictureAlone_ = false;
     QRectF settingBackgroundView_;
     QRectF settingBackgroundView_leftTop_;
 };

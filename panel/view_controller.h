@@ -24,6 +24,7 @@
 
 namespace tavelo {
 
+struct AutomaticFunction;
 struct SettingsPushEvents;
 
 /// What the panel works with.  Everything must outlive it.
@@ -80,6 +81,8 @@ public:
     void switchCameraWithIndex(std::size_t index);
     void camera1ButtonAction(QObject* sender);
     void camera2ButtonAction(QObject* sender);
+    /// Switches to a camera of devicesArray(), unless it is shown already.
+    void showCamera(const std::shared_ptr<CaptureDevice>& camera);
     void addNotifiction();
     void captureDeviceWasConnectedNotification(const std::shared_ptr<CaptureDevice>& device);
     void captureDeviceWasDisconnectedNotification(const std::shared_ptr<CaptureDevice>& device);
@@ -106,6 +109,8 @@ public:
     void mirrorSwitchAction(KTSwitch* sender);
     void hz50CheckButtonAction(QObject* sender);
     void hz60CheckButtonAction(QObject* sender);
+    /// Switches one of the camera's automatic functions.
+    void setAutomatic(const AutomaticFunction& function, bool on);
     void refreshCameraSettingData();
     /// Shows a value that somebody else wrote; the manager's record holds it already.
     void controlDidChange(KTUVCControl control) { showControl(control); }

@@ -36,6 +36,15 @@ void ViewController::showCameraButtons(std::optional<std::size_t> shown) {
     view_->camera2Button()->setEnabled(devicesArray_.size() > 1);
     view_->camera1Button()->setSelected(shown == 0U);
     view_->camera2Button()->setSelected(shown == 1U);
+    const auto name = [this](std::size_t index, KTCameraButton* button) {
+        const bool exists = index < devicesArray_.size();
+        const QString text =
+            exists ? QString::fromStdString(devicesArray_[index]->localizedName()) : QString();
+        button->setToolTip(text);
+        button->setAccessibleDescription(text); // the name is the button's own
+    };
+    name(0, view_->camera1Button());
+    name(1, view_->camera2Button());
 }
 
 void ViewController::switchCameraWithIndex(std::size_t index) {

@@ -120,9 +120,9 @@ void KTSlider::mousePressEvent(QMouseEvent* event) {
     const double diameter = bounds().height();
     const double pointer = pointerAt(*event);
     const double knob = knobPosition(bounds().width(), diameter);
-    const bool onKnob = pointer >= knob && pointer < knob + diameter;
-    grip_ = onKnob ? pointer - knob : diameter / 2;
-    choose(onKnob ? value_ : valueAt(pointer - *grip_));
+    wasOnKnob_ = pointer >= knob && pointer < knob + diameter;
+    grip_ = wasOnKnob_ ? pointer - knob : diameter / 2;
+    choose(wasOnKnob_ ? value_ : valueAt(pointer - *grip_));
 }
 
 void KTSlider::mouseMoveEvent(QMouseEvent* event) {
@@ -140,6 +140,14 @@ void KTSlider::mouseReleaseEvent(QMouseEvent* event) {
     }
     grip_.reset();
     Q_EMIT action();
+}
+
+// A first press beside the knob moves it under the pointer; then the second one is just a press.
+void KTSlider::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && wasOnKnob_)
+        Q_EMIT defaultWanted();
+    else
+        mousePressEvent(event);
 }
 
 // A whole number of units, at least one.
@@ -169,8 +177,12 @@ void KTSlider::keyPressEvent(QKeyEvent* event) {
     }
 }
 
+void KTSlider::step(int notches) {
+    choose(intValue() + notches * wholeStep(wheelShare));
+}
+
 void KTSlider::wheelEvent(QWheelEvent* event) {
-    if (!hasFocus()) {
+    if (!hasFocus() && !event->modifiers().testFlag(Qt::ControlModifier)) {
         event->ignore();
         return;
     }
@@ -180,7 +192,7 @@ void KTSlider::wheelEvent(QWheelEvent* event) {
     wheelRemainder_ += std::abs(turned.x()) > std::abs(turned.y()) ? turned.x() : turned.y();
     const int notches = wheelRemainder_ / notch;
     wheelRemainder_ %= notch;
-    if (notches != 0) choose(intValue() + notches * wholeStep(wheelShare));
+    if (notches != 0) step(notches);
 }
 
 void KTSlider::changeEvent(QEvent* event) {

@@ -50,6 +50,9 @@ public:
     /// Sets a value as if the user had chosen it: sends action().
     void choose(double value);
 
+    /// Moves the knob as notches of the wheel do: sends action().
+    void step(int notches);
+
     /// Whether the user is dragging the knob.  Already false during the action() of the release.
     bool isHeld() const { return grip_.has_value(); }
     /// Ends a drag without an action; the user has to press again.
@@ -60,12 +63,15 @@ public:
 Q_SIGNALS:
     /// Sent on press, on every move while dragging, on release, and on each key and wheel step.
     void action();
+    /// A double click on the knob: the user wants the value that the owner knows as the default.
+    void defaultWanted();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void changeEvent(QEvent* event) override;
@@ -85,6 +91,7 @@ private:
 
     // Distance from the knob's left end to the pointer, while the knob is held.
     std::optional<double> grip_;
+    bool wasOnKnob_ = false; // the last press
     int wheelRemainder_ = 0; // eighths of a degree that do not make a step yet
 };
 

@@ -54,8 +54,36 @@ TEST_F(PanelMenuTest, RightPressOpensIt) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
     EXPECT_EQ(texts(*menu),
-              QStringList({QStringLiteral("About Tavelo Control Panel"), QStringLiteral("Reconnect Camera"),
-                           QStringLiteral("Language"), QStringLiteral("Quit")}));
+              QStringList({QStringLiteral("Reconnect Camera"), QStringLiteral("Language"),
+                           QStringLiteral("About Tavelo Control Panel"), QStringLiteral("Quit")}));
+}
+
+class TestSection final : public MenuSection {
+public:
+    QList<QAction*> entries() override { return {&entry_}; }
+    void retranslate() override { ++retranslations_; }
+
+    QAction entry_;
+    int retranslations_ = 0;
+};
+
+TEST_F(PanelMenuTest, SectionsComeFirstAndSayWhatTheyHaveEachTime) {
+    TestSection first;
+    TestSection second;
+    panelMenu_.addSection(first);
+    panelMenu_.addSection(second);
+    for (const auto* name : {"today", "tomorrow"}) {
+        first.entry_.setText(QLatin1String(name));
+        second.entry_.setText(QStringLiteral("second"));
+        QMenu* menu = openedMenu();
+        ASSERT_NE(menu, nullptr);
+        EXPECT_EQ(texts(*menu).first(3), QStringList({QLatin1String(name), QStringLiteral("second"),
+                                                      QStringLiteral("Reconnect Camera")}));
+        menu->close();
+    }
+    action(*action(*openedMenu(), QStringLiteral("Language"))->menu(), QStringLiteral("Deutsch"))->trigger();
+    EXPECT_EQ(first.retranslations_, 1);
+    EXPECT_EQ(second.retranslations_, 1);
 }
 
 TEST_F(PanelMenuTest, ShiftF10OpensItToo) {

@@ -223,6 +223,49 @@ class AccessibilityTree(unittest.TestCase):
         self.assertFalse(has(second, Atspi.StateType.SENSITIVE))
         self.assertNotIn("Press", actions(second))
 
+    def test_the_context_menu_names_the_cameras_and_their_functions(self):
+        """Qt tells of a menu and of the entry with the focus, but does not list the menu with the windows."""
+        program = self.start(3)
+        opened, focused = [], []
+
+        def told(event):
+            role = event.source.get_role()
+            if event.detail1 and role == Atspi.Role.POPUP_MENU:
+                opened.append(event.source)
+            elif event.detail1 and role == Atspi.Role.MENU_ITEM:
+                focused.append(event.source.get_name())
+        listener = Atspi.EventListener.new(told)
+        for kind in ("object:state-changed:showing", "object:state-changed:focused"):
+            listener.register(kind)
+            self.addCleanup(listener.deregister, kind)
+
+        def heard(condition):
+            while GLib.MainContext.default().iteration(False):
+                pass
+            return condition()
+
+        def pressed(key, condition):
+            press_key(key)
+            wait_until(key, lambda: heard(condition))
+
+        def opens_with_picture():
+            opened.clear()
+            pressed("shift+F10", lambda: opened)
+            if "1280 × 720" in opened[-1].get_name():
+                return True
+            press_key("Escape")
+            return False
+        wait_until("the picture in the menu's name", opens_with_picture)
+        menu = {entry.get_name(): entry for entry in children(opened[-1])}
+        self.assertTrue(has(menu["1  Tavelo Virtual Camera 1"], Atspi.StateType.CHECKED))
+        self.assertFalse(has(menu["3  Tavelo Virtual Camera 3"], Atspi.StateType.CHECKED))
+        self.assertTrue(has(menu["Auto Focus"], Atspi.StateType.CHECKED))
+        self.assertFalse(has(menu["Auto White Balance"], Atspi.StateType.CHECKED))
+        for name in ("1  Tavelo Virtual Camera 1", "2  Tavelo Virtual Camera 2"):
+            pressed("Down", lambda: name in focused)
+        press_key("Return")
+        self.wait_checked(self.choice(program, "Cam 2"))
+
     def test_the_close_button_puts_the_window_away(self):
         program = self.start(1)
         act(self.button(program, "Close"), "Press")

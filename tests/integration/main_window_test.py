@@ -178,6 +178,15 @@ class MainWindow(unittest.TestCase):
         self.manager.set_resolution(1280, 720)
         wait_until("the panel in its own size", lambda: dict(self.windows()).get(window) == (14, 0, 1111, 660))
 
+    def test_a_double_click_on_the_picture_shows_it_alone_until_escape(self):
+        preview = next(place for _, place in self.windows() if place[2:] == (536, 424))
+        xdotool("mousemove", 813, 360, "click", "--repeat", 2, "--delay", 60, 1)
+        # Without a window manager the window keeps its size.
+        wait_until("the picture over the whole window", lambda: (0, 0, 1111, 660) in
+                   [place for window, place in self.windows() if window != self.shown()])
+        xdotool("key", "Escape")
+        wait_until("the preview in its place", lambda: preview in [place for _, place in self.windows()])
+
     def test_a_closed_window_comes_back_by_starting_the_program_again(self):
         xdotool("mousemove", 1066, 45, "click", 1)
         wait_until("the window to close", lambda: not self.shown())

@@ -9,10 +9,14 @@
 #include <QTemporaryDir>
 
 #include "app/about_panel.h"
+#include "app/camera_menu.h"
+#include "app/capture_menu.h"
+#include "app/full_screen_picture.h"
 #include "app/kt_application.h"
 #include "app/panel_menu.h"
 #include "app/program_language.h"
 #include "app/software_list.h"
+#include "app/window_menu.h"
 #include "integration/panel_fixture.h"
 #include "integration/picture_comparison.h"
 #include "panel/saved_alert.h"
@@ -140,19 +144,61 @@ TEST_F(PanelPicture, Message) {
     showSavedAlert(nullptr, bundle_);
 }
 
-TEST_F(PanelPicture, ContextMenu) {
+TEST_F(PanelPicture, Languages) {
     ProgramLanguage language(bundle_, store_);
     window_.show();
     const PanelMenu menu(window_, bundle_, language);
     QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));
     auto* opened = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(opened, nullptr);
-    opened->setActiveAction(opened->actions().at(2));
-    expectPicture("menu", opened->grab().toImage());
-    QMenu* languages = opened->actions().at(3)->menu();
+    QMenu* languages = opened->actions().at(1)->menu();
     ASSERT_NE(languages, nullptr);
     expectPicture("languages", languages->grab().toImage());
     opened->close();
+}
+
+TEST_F(PanelPicture, ContextMenuOfEachState) {
+    start(2);
+    ASSERT_TRUE(waitFor([this] { return panel().devicesArray().size() == 2; }));
+    ProgramLanguage language(bundle_, store_);
+    PictureStatus status;
+    WindowHost host(nullptr, [] { return std::optional<ServiceError>(); });
+    host.setPanel(panel());
+    FullScreenPicture fullScreen(window_, view());
+    RecordingClock clock;
+    CameraMenu camera(panel(), bundle_, [&status] { return status; });
+    CaptureMenu capture(window_, host, clock, bundle_,
+                        {QStringLiteral("/proc/none"), QStringLiteral("/proc/none")});
+    WindowMenu windowMenu(window_, fullScreen, bundle_);
+    PanelMenu menu(window_, bundle_, language);
+    for (MenuSection* section : std::initializer_list<MenuSection*>{&camera, &capture, &windowMenu})
+        menu.addSection(*section);
+    const auto expectMenu = [&](const char* state) {
+        QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));
+        auto* opened = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        ASSERT_NE(opened, nullptr);
+        opened->setActiveAction(opened->actions().constLast());
+        expectPicture(state, opened->grab().toImage());
+        opened->close();
+    };
+
+    status = {PictureStatus::Kind::shown, "Tavelo Virtual Camera 1", {}, QSize(1280, 720), 30, {}};
+    capture.setPictureShown(true);
+    expectMenu("menu-camera");
+    clock.start();
+    QTest::keyClick(&window_, Qt::Key_S, Qt::ControlModifier); // into a folder that nobody can make
+    expectMenu("menu-recording");
+    clock.stop();
+    capture.setPictureShown(false);
+    status = {PictureStatus::Kind::busy, "Tavelo Virtual Camera 1", {}, {}, 0, {{4711, "firefox"}}};
+    expectMenu("menu-busy");
+    status = {PictureStatus::Kind::denied, "Tavelo Virtual Camera 1", "/dev/video0", {}, 0, {}};
+    expectMenu("menu-denied");
+    backend_.bus->unplug(1);
+    backend_.bus->unplug(2);
+    ASSERT_TRUE(waitFor([this] { return panel().devicesArray().empty(); }));
+    status = {};
+    expectMenu("menu-no-camera");
 }
 
 TEST_F(PanelPicture, AboutPanelAndSoftwareList) {

@@ -318,5 +318,32 @@ TEST_F(ShownSlider, LooksPaleWhileDisabled) {
     EXPECT_GT(knob.red(), 2 * knob.green());
 }
 
+TEST_F(ShownSlider, ADoubleClickAsksForTheDefaultOnlyIfItsFirstPressWasOnTheKnob) {
+    QSignalSpy wanted(&slider_, &KTSlider::defaultWanted);
+    const auto doubleClick = [this](Qt::MouseButton button) {
+        QTest::mouseClick(&slider_, button, {}, middle);
+        QTest::mouseDClick(&slider_, button, {}, middle);
+        QTest::mouseRelease(&slider_, button, {}, middle);
+    };
+    doubleClick(Qt::LeftButton); // moves the knob there
+    EXPECT_EQ(wanted.size(), 0);
+    EXPECT_EQ(slider_.intValue(), 172);
+    doubleClick(Qt::LeftButton);
+    EXPECT_EQ(wanted.size(), 1);
+    EXPECT_EQ(slider_.intValue(), 172) << "the owner sets it";
+    EXPECT_FALSE(slider_.isHeld());
+    doubleClick(Qt::RightButton);
+    EXPECT_EQ(wanted.size(), 1);
+}
+
+TEST_F(ShownSlider, StepsAreThoseOfTheWheel) {
+    slider_.setIntValue(100);
+    slider_.step(2);
+    EXPECT_EQ(slider_.intValue(), 114); // 2 x 2 % of 344, rounded to 7 each
+    slider_.step(-1);
+    EXPECT_EQ(slider_.intValue(), 107);
+    EXPECT_EQ(values_.size(), 2U);
+}
+
 } // namespace
 } // namespace tavelo

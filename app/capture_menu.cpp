@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#include "app/capture_menu.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QPointer>
+#include <QStandardPaths>
+#include <utility>
+
+#include "app/picture_files.h"
+#include "process/error_line.h"
+
+namespace tavelo {
+namespace {
+
+void setUp(QAction& action, const QKeySequence& key, QWidget& window) {
+    action.setShortcut(key);
+    action.setShortcutVisibleInContextMenu(true);
+    action.setAutoRepeat(false);
+    window.addAction(&action);
+}
+
+} // namespace
+
+CaptureMenu::Folders CaptureMenu::userFolders() {
+    return {QStandardPaths::writableLocation(QStandardPaths::PicturesLocation),
+            QStandardPaths::writableLocation(QStandardPaths::MoviesLocation)};
+}
+
+CaptureMenu::CaptureMenu(QWidget& window, WindowHost& host, const RecordingClock& clock, const Bundle& bundle,
+                         Folders folders)
+    : host_(host),
+      clock_(clock),
+      bundle_(bundle),
+      folders_(std::move(folders)) {
+    setUp(save_, Qt::CTRL | Qt::Key_S, window);
+    setUp(record_, Qt::CTRL | Qt::Key_R, window);
+    failure_.setEnabled(false);
+    connect(&save_, &QAction::triggered, this, &CaptureMenu::savePicture);
+    connect(&record_, &QAction::triggered, this, &CaptureMenu::toggleRecording);
+    connect(&showFile_, &QAction::triggered, this, [this] { Q_EMIT showFileChosen(lastFile_); });
+    connect(&host, &WindowHost::recordingEnded, this, &CaptureMenu::recordingDidEnd);
+    connect(&clock, &RecordingClock::changed, this, &CaptureMenu::showRecording);
+    setPictureShown(false);
+    retranslate();
+}
+
+QList<QAction*> CaptureMenu::entries() {
+    QList<QAction*> entries{&save_, &record_};
+    if (!lastReason_.isEmpty()) entries << &failure_;
+    if (!lastFile_.isEmpty()) entries << &showFile_;
+    return entries;
+}
+
+void CaptureMenu::retranslate() {
+    const auto text = [this](std::string_view key) {
+        return QString::fromStdString(bundle_.localizedString(key, {}));
+    };
+    save_.setText(text("Save_picture"));
+    showFile_.setText(text("Show_file"));
+    failure_.setText(text("Not_saved").arg(lastReason_).replace(u'&', QStringLiteral("&&")));
+    showRecording();
+}
+
+void CaptureMenu::setPictureShown(bool shown) {
+    pictureShown_ = shown;
+    save_.setEnabled(shown);
+    showRecording();
+}
+
+void CaptureMenu::showRecording() {
+    const bool runs = clock_.isRunning();
+    const std::string text = bundle_.localizedString(runs ? "Stop_recording" : "Record", {});
+    record_.setText(runs ? QString::fromStdString(text).arg(clock_.text()) : QString::fromStdString(text));
+    record_.setEnabled(runs || pictureShown_); // a camera that has fallen silent can still be stopped
+}
+
+void CaptureMenu::savePicture() {
+    const auto camera = host_.shownCamera();
+    if (!camera || saving_) return;
+    QString reason;
+    const auto file = freePictureFile(folders_.pictures, camera->localizedName(),
+                                      QDateTime::currentDateTime(), QStringLiteral("png"), reason);
+    if (!file) return fail(folders_.pictures, QStringLiteral("cannot make the folder: ") + reason, reason);
+    saving_ = true; // until then, the next picture would get the same name
+    host_.takeSnapshot(file->toStdString(),
+                       [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
+                           if (!self) return;
+                           self->saving_ = false;
+                           if (!error) return self->keep(file);
+                           const QString why = QString::fromStdString(error->text);
+                           self->fail(file, QStringLiteral("not written: ") + why, why);
+                       });
+}
+
+void CaptureMenu::toggleRecording() {
+    if (!host_.stopRecording()) startRecording();
+}
+
+void CaptureMenu::startRecording() {
+    const auto camera = host_.shownCamera();
+    if (!camera) return;
+    QString reason;
+    const auto file = freePictureFile(folders_.movies, camera->localizedName(), QDateTime::currentDateTime(),
+                                      QStringLiteral("mp4"), reason);
+    if (!file) return fail(folders_.movies, QStringLiteral("cannot make the folder: ") + reason, reason);
+    ownMovie_ = *file;
+    host_.startRecording(file->toStdString(), {},
+                         [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
+                             if (!self || !error) return;
+                             const QString why = QString::fromStdString(error->text);
+                             self->fail(file, why, why);
+                         });
+}
+
+void CaptureMenu::recordingDidEnd(const std::string& file, bool success, const std::string& reason) {
+    const QString name = QString::fromStdString(file);
+    if (name != std::exchange(ownMovie_, {})) return;
+    const QString why = QString::fromStdString(reason);
+    if (success)
+        keep(name);
+    else
+        fail(name, why, why);
+    // A movie that was cut short plays.
+    if (QFileInfo::exists(name)) lastFile_ = name;
+}
+
+void CaptureMenu::keep(const QString& file) {
+    lastFile_ = file;
+    lastReason_.clear();
+}
+
+void CaptureMenu::fail(const QString& file, const QString& line, const QString& reason) {
+    printErrorLine(file.toStdString(), line.toStdString());
+    lastReason_ = reason;
+    retranslate();
+}
+
+} // namespace tavelo

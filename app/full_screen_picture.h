@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// The picture alone on the whole screen.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QShortcut>
+
+#include "app/kt_window.h"
+#include "panel/panel_view.h"
+
+namespace tavelo {
+
+/// A double click on the preview shows the picture alone, and another one or Esc shows the panel again.
+/// Main thread.
+class FullScreenPicture final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Both must outlive this object.
+    FullScreenPicture(KTWindow& window, PanelView& view);
+
+    bool isOn() const { return view_.showsPictureAlone(); }
+    /// Does nothing without a preview.
+    void setOn(bool on);
+
+Q_SIGNALS:
+    void changed();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    KTWindow& window_;
+    PanelView& view_;
+    QShortcut escape_;
+    QPointer<QWidget> focus_; // had it before
+};
+
+} // namespace tavelo

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "app/window_menu.h"
+
+#include <QGuiApplication>
+
+namespace tavelo {
+
+WindowMenu::WindowMenu(KTWindow& window, FullScreenPicture& picture, const Bundle& bundle)
+    : window_(window),
+      bundle_(bundle) {
+    onTop_.setCheckable(true);
+    connect(&onTop_, &QAction::triggered, this, [this](bool on) { window_.setStaysOnTop(on); });
+    fullScreen_.setCheckable(true);
+    fullScreen_.setShortcut(Qt::Key_F11);
+    fullScreen_.setShortcutVisibleInContextMenu(true);
+    window.addAction(&fullScreen_);
+    connect(&fullScreen_, &QAction::triggered, &picture, [&picture](bool on) { picture.setOn(on); });
+    connect(&picture, &FullScreenPicture::changed, this,
+            [this, &picture] { fullScreen_.setChecked(picture.isOn()); });
+    retranslate();
+}
+
+QList<QAction*> WindowMenu::entries() {
+    // Wayland has no request for it.
+    if (QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))) return {&fullScreen_};
+    return {&onTop_, &fullScreen_};
+}
+
+void WindowMenu::retranslate() {
+    onTop_.setText(QString::fromStdString(bundle_.localizedString("Always_on_top", {})));
+    fullScreen_.setText(QString::fromStdString(bundle_.localizedString("Full_screen", {})));
+}
+
+} // namespace tavelo

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "app/recording_title.h"
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace tavelo {
+namespace {
+
+TEST(RecordingTitle, DurationsAreReadable) {
+    EXPECT_EQ(durationText(0), QStringLiteral("0:00"));
+    EXPECT_EQ(durationText(59), QStringLiteral("0:59"));
+    EXPECT_EQ(durationText(60), QStringLiteral("1:00"));
+    EXPECT_EQ(durationText(3599), QStringLiteral("59:59"));
+    EXPECT_EQ(durationText(3600 + 2 * 60 + 3), QStringLiteral("1:02:03"));
+}
+
+TEST(RecordingTitle, ShowsARedDotAndTheTimeWhileRecording) {
+    QPixmap plain(64, 64);
+    plain.fill(Qt::blue);
+    QApplication::setWindowIcon(QIcon(plain));
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Panel"));
+    RecordingClock clock;
+    const RecordingTitle title(window, clock);
+    const auto corner = [&window] { return window.windowIcon().pixmap(64, 64).toImage().pixelColor(50, 50); };
+
+    clock.start();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("\U0001F534 0:00 Panel"));
+    EXPECT_GT(corner().red(), 200);
+    EXPECT_LT(corner().blue(), 80);
+    QSignalSpy ticks(&clock, &RecordingClock::changed);
+    ASSERT_TRUE(QTest::qWaitFor([&ticks] { return ticks.size() == 1; }, 20'000));
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("\U0001F534 0:01 Panel"));
+    clock.start();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("\U0001F534 0:01 Panel")) << "it runs already";
+
+    clock.stop();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Panel"));
+    EXPECT_EQ(corner(), QColor(Qt::blue));
+    QApplication::setWindowIcon({});
+}
+
+} // namespace
+} // namespace tavelo
