@@ -98,13 +98,17 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
     const auto removed = indexOf(device);
     if (!removed) return;
     const bool wasShown = removed == shownIndex();
-    if (wasShown) uvcManager_.letGoOfInterface();
+    if (wasShown) {
+        follower_.stop();
+        uvcManager_.letGoOfInterface();
+    }
     devicesArray_.erase(devicesArray_.begin() + static_cast<std::ptrdiff_t>(*removed));
     if (devicesArray_.empty()) {
         if (displayView() != nullptr) displayView()->stopRunning();
         showCameraButtons({});
         setCameraControlViewEnable(false);
         Q_EMIT shownCameraChanged();
+        Q_EMIT controlsBound();
     } else if (wasShown) {
         switchCameraWithIndex(0);
     } else {

@@ -118,12 +118,14 @@ const KernelControl* KernelControlInterface::findControl(const UsbControlRequest
 
 ErrorCode KernelControlInterface::read(V4l2Node& device, const KernelControl& control,
                                        UsbControlRequest& request) {
+    const std::uint64_t writesBefore = heldPair_->writes();
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
     if (reply.error != 0 && reply.error != EINVAL) report(control, request, reply.error);
     const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
-    if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
-        hold(control, reply.bytes);
+    const bool isPair = control.encoding == KernelEncoding::pair;
+    if (isPair && static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
+        heldPair_->setRead(reply.bytes, writesBefore);
     std::copy_n(reply.bytes.begin(), count, request.payload().begin());
     request.bytesDone = static_cast<std::uint32_t>(count);
     return controlErrorOf(reply.error, false);
@@ -139,7 +141,7 @@ ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& c
     if (reply.written) {
         request.bytesDone = request.wLength;
         std::ranges::copy(reply.bytes, request.payload().begin());
-        hold(control, reply.bytes);
+        if (control.encoding == KernelEncoding::pair) heldPair_->setWritten(reply.bytes);
     }
     return controlErrorOf(reply.error, true);
 }
@@ -147,11 +149,6 @@ ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& c
 std::vector<std::uint8_t> KernelControlInterface::heldOf(const KernelControl& control) {
     if (control.encoding != KernelEncoding::pair) return {};
     return heldPair_->get();
-}
-
-void KernelControlInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
-    if (control.encoding != KernelEncoding::pair) return;
-    heldPair_->set(bytes);
 }
 
 void KernelControlInterface::report(const KernelControl& control, const UsbControlRequest& request,
