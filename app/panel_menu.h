@@ -15,9 +15,9 @@
 
 namespace tavelo {
 
-/// About, reconnect (F5), language, quit (Ctrl+Q).  The right mouse button, the menu key or Shift+F10 open
-/// the menu anywhere in the window; F5 and Ctrl+Q also work while it is closed.  Thread-bound to the main
-/// thread.
+/// About, all controls (Ctrl+A), reconnect (F5), language, quit (Ctrl+Q).  The right mouse button, the menu
+/// key or Shift+F10 open the menu anywhere in the window; the other keys also work while it is closed.
+/// Thread-bound to the main thread.
 class PanelMenu final : public QObject {
     Q_OBJECT
 
@@ -27,6 +27,7 @@ public:
 
 Q_SIGNALS:
     void aboutChosen();
+    void allControlsChosen();
     void reconnectChosen();
     /// The bundle's language has changed.
     void languageChanged();
@@ -49,6 +50,7 @@ private:
     QMenu languageMenu_;
     QActionGroup languages_;
     QAction about_;
+    QAction allControls_;
     QAction reconnect_;
     QAction systemLanguage_;
     QAction quit_;

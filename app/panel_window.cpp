@@ -21,7 +21,8 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
       panel_(parts.panel),
       contents_(window_, windowController_, panel_),
       screenFit_(window_, *panel_.view()),
-      menu_(window_, parts.panel.bundle, parts.language) {
+      menu_(window_, parts.panel.bundle, parts.language),
+      allControls_(panel_, parts.panel.bundle, window_) {
     windowController_.windowDidLoad();
     if (KTDisplayView* display = panel_.displayView()) {
         display->mtkView()->setAssetWriteManager(std::make_shared<KTAssetWriterManager>(parts.assetWriters));
@@ -35,7 +36,9 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
         application.orderFrontStandardAboutPanelWithOptions({}, bundle);
     });
     QObject::connect(&menu_, &PanelMenu::reconnectChosen, &panel_, &ViewController::reconnectCamera);
+    QObject::connect(&menu_, &PanelMenu::allControlsChosen, &allControls_, &AllControls::show);
     QObject::connect(&menu_, &PanelMenu::languageChanged, &panel_, &ViewController::languageDidChange);
+    QObject::connect(&menu_, &PanelMenu::languageChanged, &allControls_, &AllControls::languageDidChange);
     QObject::connect(&menu_, &PanelMenu::quitChosen, &application, &KTApplication::quit);
 }
 

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "app/all_controls.h"
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
 #include "app/kt_application.h"
@@ -38,6 +39,7 @@ public:
 
     KTWindow& window() { return window_; }
     ViewController& panel() { return panel_; }
+    AllControls& allControls() { return allControls_; }
 
     /// Shows the window again and brings it to the front.
     void show();
@@ -56,6 +58,7 @@ private:
     const CameraAccess cameraAccess_;
     AppDelegate delegate_{windowController_, cameraAccess_};
     const PanelMenu menu_;
+    AllControls allControls_;
 };
 
 } // namespace tavelo

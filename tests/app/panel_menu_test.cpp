@@ -53,9 +53,9 @@ protected:
 TEST_F(PanelMenuTest, RightPressOpensIt) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
-    EXPECT_EQ(texts(*menu),
-              QStringList({QStringLiteral("About Tavelo Control Panel"), QStringLiteral("Reconnect Camera"),
-                           QStringLiteral("Language"), QStringLiteral("Quit")}));
+    EXPECT_EQ(texts(*menu), QStringList({QStringLiteral("About Tavelo Control Panel"),
+                                         QStringLiteral("All Controls"), QStringLiteral("Reconnect Camera"),
+                                         QStringLiteral("Language"), QStringLiteral("Quit")}));
 }
 
 TEST_F(PanelMenuTest, ShiftF10OpensItToo) {
@@ -67,6 +67,7 @@ TEST_F(PanelMenuTest, ShiftF10OpensItToo) {
 
 TEST_F(PanelMenuTest, EachEntryEmitsItsSignal) {
     for (const auto& [text, signal] : {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
+                                       std::pair{"All Controls", &PanelMenu::allControlsChosen},
                                        std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen},
                                        std::pair{"Quit", &PanelMenu::quitChosen}}) {
         QMenu* menu = openedMenu();
@@ -86,6 +87,9 @@ TEST_F(PanelMenuTest, KeysWorkWithoutTheMenu) {
     EXPECT_EQ(quit.size(), 0);
     QTest::keyClick(&window_, Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(quit.size(), 1);
+    QSignalSpy allControls(&panelMenu_, &PanelMenu::allControlsChosen);
+    QTest::keyClick(&window_, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(allControls.size(), 1);
 }
 
 TEST_F(PanelMenuTest, ListsTheBundlesLanguagesByTheirNativeNames) {

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include "app/about_panel.h"
+#include "app/all_controls.h"
 #include "app/kt_application.h"
 #include "app/panel_menu.h"
 #include "app/program_language.h"
@@ -119,6 +120,22 @@ TEST_F(PanelPicture, CameraBound) {
     expectPicture("camera");
 }
 
+TEST_F(PanelPicture, AllControls) {
+    start(1);
+    manager_.setAutoWhiteBalanceWithComplitionHandle(1, {});
+    manager_.setSaturationWithComplitionHandle(110, {}); // shows the mark of its default
+    AllControls allControls(panel(), bundle_, window_);
+    allControls.show();
+    const auto isAnswered = [&] { // the widgets are not made again after that
+        return std::ranges::any_of(allControls.window()->lines(),
+                                   [](const ControlLine* line) { return line->control().step > 1; });
+    };
+    ASSERT_TRUE(waitFor(isAnswered));
+    allControls.window()->resize(660, 1180); // all of them
+    QCoreApplication::processEvents();
+    expectPicture("all-controls", allControls.window()->grab().toImage());
+}
+
 TEST_F(PanelPicture, ScaledDownToASmallScreen) {
     start(1);
     view().setScale(scaleToFit({1024, 600}));
@@ -149,7 +166,7 @@ TEST_F(PanelPicture, ContextMenu) {
     ASSERT_NE(opened, nullptr);
     opened->setActiveAction(opened->actions().at(2));
     expectPicture("menu", opened->grab().toImage());
-    QMenu* languages = opened->actions().at(3)->menu();
+    QMenu* languages = opened->actions().at(4)->menu();
     ASSERT_NE(languages, nullptr);
     expectPicture("languages", languages->grab().toImage());
     opened->close();

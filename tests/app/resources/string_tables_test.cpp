@@ -35,6 +35,9 @@ constexpr std::array keys{
     "Minimise", "Close", "OK",
     // The context menu.
     "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit",
+    // The window of all controls.
+    "All_controls", "Camera", "Image_processing", "Defaults", "Send_all", "Default_value", "Set_by",
+    "No_controls", "Off", "Automatic",
     // The about panel.
     "Third_party_open_source_software_used", "Open_source_software", "Software", "Licence"};
 
