@@ -139,7 +139,7 @@ void AllControlsWindow::rebuild(const std::vector<Shown>& groups) {
     layout->setSpacing(20);
     for (const Shown& shown : groups) {
         groupTitles_ += shown.group.title;
-        layout->addWidget(makeGroup(shown));
+        layout->addWidget(makeGroup(shown, *contents));
     }
     if (groups.empty()) {
         auto* none = new QLabel(text("No_controls"));
@@ -187,8 +187,8 @@ void AllControlsWindow::focusLine(const QString& key) {
     if (line != lines_.end()) (*line)->firstPart()->setFocus();
 }
 
-QWidget* AllControlsWindow::makeGroup(const Shown& shown) {
-    auto* group = new QWidget;
+QWidget* AllControlsWindow::makeGroup(const Shown& shown, QWidget& contents) {
+    auto* group = new QWidget(&contents);
     auto* layout = new QVBoxLayout(group);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
@@ -197,7 +197,7 @@ QWidget* AllControlsWindow::makeGroup(const Shown& shown) {
     layout->addWidget(title);
     const ControlLineTexts texts{text("Set_by"), text("Default_value")};
     for (const ControlDescription& control : shown.group.controls) {
-        auto* line = new ControlLine(control, texts);
+        auto* line = new ControlLine(control, texts, group);
         connect(line, &ControlLine::chosen, this,
                 [this, model = shown.model, line](std::int64_t value, bool held) {
                     write(*model, *line, value, held);

@@ -60,7 +60,7 @@ private:
     std::vector<Shown> shownGroups() const;
     void showModels();
     void rebuild(const std::vector<Shown>& groups);
-    QWidget* makeGroup(const Shown& shown);
+    QWidget* makeGroup(const Shown& shown, QWidget& contents);
     void write(ControlModel& model, ControlLine& line, std::int64_t value, bool held);
     void fitContents();
     QString focusedKey() const;

@@ -74,6 +74,7 @@ QWidget* ControlLine::lastPart() const {
     return menu_ != nullptr ? static_cast<QWidget*>(menu_) : switch_;
 }
 
+// The widget must have its parent: Qt asks for its role now, and takes one without for a window.
 void ControlLine::name(QWidget& widget) {
     widget.setAccessibleName(control_.title);
     widget.installEventFilter(this);
@@ -90,7 +91,7 @@ QString ControlLine::defaultText() const {
 }
 
 void ControlLine::makeRange(QHBoxLayout& place) {
-    slider_ = new KTSlider;
+    slider_ = new KTSlider(this);
     slider_->setFixedHeight(sliderHeight);
     slider_->setMinValue(static_cast<double>(control_.minimum));
     slider_->setMaxValue(static_cast<double>(control_.maximum));
@@ -104,7 +105,7 @@ void ControlLine::makeRange(QHBoxLayout& place) {
         if (std::exchange(isBehind_, false)) showValue();
     });
 
-    field_ = new QDoubleSpinBox; // an int holds not every 32-bit value
+    field_ = new QDoubleSpinBox(this); // an int holds not every 32-bit value
     field_->setDecimals(0);
     field_->setRange(static_cast<double>(control_.minimum), static_cast<double>(control_.maximum));
     field_->setSingleStep(static_cast<double>(control_.step));
@@ -120,7 +121,7 @@ void ControlLine::makeRange(QHBoxLayout& place) {
 }
 
 void ControlLine::makeChoice(QHBoxLayout& place) {
-    menu_ = new QComboBox;
+    menu_ = new QComboBox(this);
     menu_->setFocusPolicy(Qt::StrongFocus);
     for (const ShownChoice& choice : control_.choices)
         menu_->addItem(choice.text, QVariant::fromValue<qlonglong>(choice.value));
@@ -133,7 +134,7 @@ void ControlLine::makeChoice(QHBoxLayout& place) {
 }
 
 void ControlLine::makeFlag(QHBoxLayout& place) {
-    switch_ = new KTSwitch;
+    switch_ = new KTSwitch(this);
     switch_->setFixedSize(switchSize);
     name(*switch_);
     connect(switch_, &KTSwitch::clicked, this, [this] { Q_EMIT chosen(switch_->on() ? 0 : 1, false); });

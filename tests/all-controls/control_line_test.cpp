@@ -222,6 +222,19 @@ TEST_F(LineTest, TellsScreenReadersTitleDefaultAndAutomatic) {
                   u"Set by Auto Gain");
 }
 
+TEST_F(LineTest, ScreenReadersFindEachKindOfWidget) {
+    QAccessible::setActive(true);
+    const auto role = [](QWidget& widget) { return QAccessible::queryAccessibleInterface(&widget)->role(); };
+    show(range(30));
+    EXPECT_EQ(role(part<KTSlider>()), QAccessible::Slider);
+    EXPECT_EQ(role(part<QDoubleSpinBox>()), QAccessible::SpinBox);
+    ControlLine menu(choice(1), {}, &window);
+    EXPECT_EQ(role(*menu.findChild<QComboBox*>()), QAccessible::ComboBox);
+    ControlLine flagLine(flag(1), {}, &window);
+    EXPECT_EQ(role(*flagLine.findChild<KTSwitch*>()), QAccessible::CheckBox);
+    QAccessible::setActive(false);
+}
+
 TEST_F(LineTest, TheDefaultOfAChoiceIsItsWord) {
     show(choice(1));
     EXPECT_EQ(part<QComboBox>().toolTip(), u"Default: twenty");

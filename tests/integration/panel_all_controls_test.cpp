@@ -9,6 +9,8 @@
 #include "app/panel_menu.h"
 #include "integration/main_thread_watch.h"
 #include "integration/panel_fixture.h"
+#include "platform/virtual/control_interface.h"
+#include "support/untold_interface.h"
 
 namespace tavelo {
 namespace {
@@ -219,6 +221,27 @@ TEST_F(PanelAllControls, TheFocusStaysAtItsControlWhenTheWidgetsAreMadeAgain) {
     language.choose("de");
     allControls_->languageDidChange();
     EXPECT_EQ(window().focusWidget(), slider("gain"));
+}
+
+TEST_F(PanelAllControls, EnterInANumberFieldPressesNoButton) {
+    startAndOpen(1);
+    QSignalSpy defaults(&window(), &AllControlsWindow::defaultsChosen);
+    auto* field = part<QDoubleSpinBox>("gain");
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_Return);
+    EXPECT_EQ(defaults.size(), 0);
+}
+
+TEST_F(PanelAllControls, ACameraThatTellsNothingIsReadWhenTheWindowGetsTheFocus) {
+    startAndOpen(1);
+    manager_.setInterface(
+        std::make_shared<testing::UntoldInterface>(std::make_shared<VirtualControlInterface>(camera(1), 0)));
+    camera(1)->setControlValue(control::gain, 9);
+    ASSERT_TRUE(waitFor([this] { // until the panel knows of the other interface
+        QApplication::setActiveWindow(nullptr);
+        QApplication::setActiveWindow(&window());
+        return slider("gain")->intValue() == 9;
+    }));
 }
 
 TEST_F(PanelAllControls, ADragSendsEachValueOnce) {

@@ -95,7 +95,7 @@ def a_manual_control_is_disabled_while_its_automatic_is_on(stage):
 
 def following_goes_on_after_a_refused_value(stage):
     stage.change(white_balance_automatic=1)
-    stage.panel.put_sliders(whiteBalance=1)  # the driver refuses it
+    stage.panel.put_sliders(whiteBalance=0)  # the driver refuses it; the other window covers the right end
     stage.change(brightness=-7)
     stage.wait_for_slider("Brightness", -7)
 
