@@ -158,7 +158,6 @@ void AllControlsWindow::rebuild(const std::vector<Shown>& groups) {
     scroll_->verticalScrollBar()->setValue(scrolled);
     setWalking(isWalking_);
     if (lines_.empty()) return;
-    orderTabs();
     focusLine(focused);
     fitContents();
 }
@@ -169,12 +168,6 @@ QString AllControlsWindow::focusedKey() const {
         return focused != nullptr && each->isAncestorOf(focused);
     });
     return line != lines_.end() ? (*line)->control().key : QString();
-}
-
-// The buttons were made first, but the keyboard reaches them last.
-void AllControlsWindow::orderTabs() {
-    setTabOrder(lines_.back()->lastPart(), defaults_);
-    setTabOrder(defaults_, sendAll_);
 }
 
 /// The control with that key, or the first one that can be changed.

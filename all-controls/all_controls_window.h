@@ -64,7 +64,6 @@ private:
     void write(ControlModel& model, ControlLine& line, std::int64_t value, bool held);
     void fitContents();
     QString focusedKey() const;
-    void orderTabs();
     void focusLine(const QString& key);
     bool hasSameShape(const std::vector<Shown>& groups) const;
     QString text(std::string_view key) const;

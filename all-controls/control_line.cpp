@@ -66,11 +66,7 @@ ControlLine::ControlLine(const ControlDescription& control, ControlLineTexts tex
 }
 
 QWidget* ControlLine::firstPart() const {
-    return slider_ != nullptr ? static_cast<QWidget*>(slider_) : lastPart();
-}
-
-QWidget* ControlLine::lastPart() const {
-    if (field_ != nullptr) return field_;
+    if (slider_ != nullptr) return slider_;
     return menu_ != nullptr ? static_cast<QWidget*>(menu_) : switch_;
 }
 

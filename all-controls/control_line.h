@@ -31,9 +31,8 @@ public:
     ControlLine(const ControlDescription& control, ControlLineTexts texts, QWidget* parent = nullptr);
 
     const ControlDescription& control() const { return control_; }
-    /// What the keyboard reaches first and last.
+    /// What the keyboard reaches first.
     QWidget* firstPart() const;
-    QWidget* lastPart() const;
 
     /// Shows a value, and whether an automatic control sets it.  A slider that the user holds and a field
     /// that the user types into stay as they are.

@@ -80,7 +80,6 @@ void ControlFollower::watch(const std::shared_ptr<UsbInterface>& interface) {
     };
     // Starting it may have to wait for a request of another program.
     queue_.async([this, interface, events, binding = binding_] {
-        watch_.reset();
         if (binding->isOver) return;
         watch_ = interface->watchControls(events);
         const bool tells = watch_ != nullptr;
@@ -90,7 +89,10 @@ void ControlFollower::watch(const std::shared_ptr<UsbInterface>& interface) {
 }
 
 void ControlFollower::watchHasStarted(const std::shared_ptr<const Binding>& binding, bool tells) {
-    if (binding == binding_) tellsChanges_ = tells;
+    if (binding != binding_) return;
+    tellsChanges_ = tells;
+    // A request that failed before the watch began: there is no watch to tell its end.
+    if (!tells && manager_.interfaceIsClosed()) followInterface();
 }
 
 // On the watch's thread or the queue's.

@@ -31,11 +31,9 @@ public:
     /// Waits until the camera has answered a request of the follower.
     ~ControlFollower() override;
 
-    /// Follows the manager's interface of now.  Call it after a binding and after opening the interface
-    /// again.
+    /// Follows the manager's interface of now, if it has one.  Call it after a binding and after opening the
+    /// interface again.
     void followInterface();
-    /// Call before the manager is bound anew.
-    void stop();
     /// Reads all values in the background if changes may have been missed: the transport does not tell them,
     /// or there was no open interface to tell them.
     void catchUp();
@@ -47,6 +45,7 @@ Q_SIGNALS:
 private:
     struct Binding;
 
+    void stop();
     void watch(const std::shared_ptr<UsbInterface>& interface);
     void watchHasStarted(const std::shared_ptr<const Binding>& binding, bool tells);
     void readControl(const Binding& binding, KTUVCControl control);

@@ -9,7 +9,6 @@ namespace tavelo {
 void ViewController::bindControls(const CaptureDevice& device) {
     readAgainTimer_.stop();
     cameraSettingKey_.reset();
-    follower_.stop();
     isBehind_.fill(false);
     // Ends a drag that began with another camera, or with values that are about to change.
     for (const SliderRow& row : view_->rows())

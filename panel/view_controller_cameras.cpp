@@ -98,10 +98,7 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
     const auto removed = indexOf(device);
     if (!removed) return;
     const bool wasShown = removed == shownIndex();
-    if (wasShown) {
-        follower_.stop();
-        uvcManager_.letGoOfInterface();
-    }
+    if (wasShown) uvcManager_.letGoOfInterface();
     devicesArray_.erase(devicesArray_.begin() + static_cast<std::ptrdiff_t>(*removed));
     if (devicesArray_.empty()) {
         if (displayView() != nullptr) displayView()->stopRunning();

@@ -66,15 +66,13 @@ ControlRefresh KTUVCManager::takeReported(const ControlRow& row, BindingIdentity
     // A transport remembers the pair that it last read or wrote, so a pair has to pass through it.
     const bool isUsable = !value.empty() && row.argument != ControlArgument::pair;
     const auto reported = isUsable ? decoded(row, value) : std::nullopt;
-    bool isCurrent = false;
     auto result = ControlRefresh::failed;
     binding_.ifCurrent(only, [&] {
-        isCurrent = true;
         // Written meanwhile: nobody knows which of the two came last.
         if (!reported || !unwrittenSince || writeMarks_.quiet(row.control) != unwrittenSince) return;
         result = stored(*target, *reported);
     });
-    return isCurrent && result == ControlRefresh::failed ? refresh(row, only) : result;
+    return result == ControlRefresh::failed ? refresh(row, only) : result;
 }
 
 } // namespace tavelo

@@ -148,6 +148,7 @@ TEST_F(CameraModelTest, AsksEachBindingOnce) {
     ask();
     bound.camera->clearRequestLog();
     model.ask();
+    QThreadPool::globalInstance()->waitForDone();
     EXPECT_THAT(bound.camera->requestLog(), IsEmpty());
     bound.bind();
     EXPECT_EQ(described("white-balance-temperature").step, 1) << "the answers were another camera's";

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QTest>
+#include <atomic>
 #include <thread>
 
 #include "integration/main_thread_watch.h"
@@ -180,23 +181,16 @@ TEST_F(FollowerTest, ReadingACameraEndsWithItsFirstFailure) {
     EXPECT_EQ(camera->requestLog().size(), 1U);
 }
 
-TEST_F(FollowerTest, OnceStoppedItTakesNothing) {
+TEST_F(FollowerTest, TakesNothingAfterTheManagerHasLetGo) {
     follow();
-    follower->stop();
-    camera->setControlValue(control::contrast, 7);
+    manager.letGoOfInterface();
     follower->followInterface();
-    expectToFollow();
-    EXPECT_THAT(changes, IsEmpty());
-    EXPECT_NE(manager.contrast()->val(), 7);
-}
-
-TEST_F(FollowerTest, FollowsTheNextBinding) {
-    follow();
-    follower->stop();
-    bound.bind();
-    follow();
     camera->setControlValue(control::contrast, 7);
-    EXPECT_TRUE(waitFor([&] { return manager.contrast()->val() == 7; }));
+    bound.bind();
+    manager.contrast()->setVal(32);
+    follow();
+    EXPECT_THAT(changes, IsEmpty());
+    EXPECT_EQ(manager.contrast()->val(), 32);
 }
 
 TEST_F(FollowerTest, NoticesThatTheManagerWasBoundAgain) {
@@ -220,6 +214,81 @@ TEST_F(FollowerTest, AChangeDuringAWriteEndsWithTheCamerasValue) {
     camera->clearFaults();
     camera->setControlValue(control::contrast, 11);
     EXPECT_TRUE(waitFor([&] { return manager.contrast()->val() == 11; }));
+}
+
+/// Another program writes the contrast after each write of this one, and that is reported before the write
+/// has returned.
+class InterruptedInterface final : public UsbInterface {
+public:
+    explicit InterruptedInterface(std::shared_ptr<VirtualCameraFirmware> camera)
+        : camera_(std::move(camera)),
+          interface_(camera_, 0) {}
+
+    ErrorCode ControlRequest(UsbControlRequest& request) override {
+        const ErrorCode result = interface_.ControlRequest(request);
+        if (request.bmRequestType == uvc::classInterfaceOut && events_.changed) {
+            camera_->setControlValue(control::contrast, 9);
+            events_.changed({control::contrast, {9, 0}});
+        }
+        return result;
+    }
+    void USBInterfaceClose() override { interface_.USBInterfaceClose(); }
+    std::uint8_t GetInterfaceNumber() const override { return interface_.GetInterfaceNumber(); }
+    std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& events) override {
+        events_ = events;
+        isWatched = true;
+        return std::make_unique<ControlWatch>();
+    }
+
+    std::atomic<bool> isWatched = false;
+
+private:
+    const std::shared_ptr<VirtualCameraFirmware> camera_;
+    VirtualControlInterface interface_;
+    ControlWatchEvents events_;
+};
+
+TEST_F(FollowerTest, AChangeThatIsReportedDuringAWriteIsReadAfterIt) {
+    const auto interface = std::make_shared<InterruptedInterface>(camera);
+    manager.setInterface(interface);
+    follower->followInterface();
+    ASSERT_TRUE(waitFor([&] { return interface->isWatched.load(); }));
+    manager.setContrastWithComplitionHandle(7, {});
+    EXPECT_EQ(manager.contrast()->val(), 7);
+    EXPECT_TRUE(waitFor([&] { return manager.contrast()->val() == 9; }));
+    EXPECT_TRUE(waitFor([&] { return !changes.empty(); }));
+    EXPECT_THAT(changes, ElementsAre(KTUVCControl::contrast));
+}
+
+/// A refusal closes it just before its watch begins.
+class HastyInterface final : public UsbInterface {
+public:
+    HastyInterface(std::unique_ptr<UsbInterface> interface, std::function<void()> refuse)
+        : interface_(std::move(interface)),
+          refuse_(std::move(refuse)) {}
+
+    ErrorCode ControlRequest(UsbControlRequest& request) override {
+        return interface_->ControlRequest(request);
+    }
+    void USBInterfaceClose() override { interface_->USBInterfaceClose(); }
+    std::uint8_t GetInterfaceNumber() const override { return interface_->GetInterfaceNumber(); }
+    std::unique_ptr<ControlWatch> watchControls(const ControlWatchEvents& events) override {
+        refuse_();
+        return interface_->watchControls(events);
+    }
+
+private:
+    const std::unique_ptr<UsbInterface> interface_;
+    const std::function<void()> refuse_;
+};
+
+TEST_F(FollowerTest, GoesOnAfterARefusalJustBeforeItsWatchBegan) {
+    camera->order({.kind = FaultKind::stall, .control = control::brightness});
+    manager.setInterface(
+        std::make_shared<HastyInterface>(std::make_unique<VirtualControlInterface>(camera, 0),
+                                         [this] { manager.setBrightWithComplitionHandle(5, {}); }));
+    follower->followInterface();
+    expectToFollow();
 }
 
 TEST_F(FollowerTest, EndsDuringAReading) {
