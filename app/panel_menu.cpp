@@ -33,7 +33,7 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     applyPanelLook(menu_);
     applyPanelLook(languageMenu_);
     retranslate();
-    window_.addActions({&reconnect_, &quit_});
+    window_.addActions({&allControls_, &reconnect_, &quit_});
     window_.installEventFilter(this);
 }
 
@@ -44,6 +44,7 @@ void PanelMenu::arrange() {
         menu_.addActions(section->entries());
         menu_.addSeparator(); // shown only between entries
     }
+    menu_.addAction(&allControls_);
     menu_.addAction(&reconnect_);
     menu_.addMenu(&languageMenu_);
     menu_.addAction(&about_);
@@ -55,9 +56,11 @@ void PanelMenu::arrange() {
 }
 
 void PanelMenu::connectActions() {
+    setKey(allControls_, Qt::CTRL | Qt::Key_A);
     setKey(reconnect_, Qt::Key_F5);
     setKey(quit_, Qt::CTRL | Qt::Key_Q);
     connect(&about_, &QAction::triggered, this, &PanelMenu::aboutChosen);
+    connect(&allControls_, &QAction::triggered, this, &PanelMenu::allControlsChosen);
     connect(&reconnect_, &QAction::triggered, this, &PanelMenu::reconnectChosen);
     connect(&quit_, &QAction::triggered, this, &PanelMenu::quitChosen);
     connect(&menuKey_, &QShortcut::activated, this, [this] {
@@ -91,6 +94,7 @@ void PanelMenu::choose(const std::string& localization) {
 
 void PanelMenu::retranslate() {
     about_.setText(text(bundle_, "About"));
+    allControls_.setText(text(bundle_, "All_controls"));
     reconnect_.setText(text(bundle_, "Reconnect_camera"));
     languageMenu_.setTitle(text(bundle_, "Language"));
     systemLanguage_.setText(text(bundle_, "System_language"));

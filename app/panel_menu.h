@@ -17,9 +17,9 @@
 
 namespace tavelo {
 
-/// The entries of its sections, then reconnect (F5), language, about, quit (Ctrl+Q).  The right mouse button,
-/// the menu key or Shift+F10 open the menu anywhere in the window; F5 and Ctrl+Q also work while it is
-/// closed. Thread-bound to the main thread.
+/// The entries of its sections, then all controls (Ctrl+A), reconnect (F5), language, about, quit (Ctrl+Q).
+/// The right mouse button, the menu key or Shift+F10 open the menu anywhere in the window; the other keys
+/// also work while it is closed.  Thread-bound to the main thread.
 class PanelMenu final : public QObject {
     Q_OBJECT
 
@@ -34,6 +34,7 @@ Q_SIGNALS:
     /// Sent before the sections are asked for their entries.
     void aboutToOpen();
     void aboutChosen();
+    void allControlsChosen();
     void reconnectChosen();
     /// The bundle's language has changed.
     void languageChanged();
@@ -58,6 +59,7 @@ private:
     QMenu languageMenu_;
     QActionGroup languages_;
     QAction about_;
+    QAction allControls_;
     QAction reconnect_;
     QAction systemLanguage_;
     QAction quit_;

@@ -40,6 +40,8 @@ PanelProgram::PanelProgram(const CommandLine& commandLine, KTApplication& applic
       localizer_(bundle_, *userDefaults_),
       cameras_(makeCameras(panelCameraOptions(commandLine), mainQueue_, diagnostics_)),
       assetWriters_(makeFfmpegAssetWriterPlatform(diagnostics_)),
+      catalog_(readDescriptions(extensionUnitFolders(), isClassControl,
+                                [](const std::string& line) { printErrorLine(line); })),
       host_(assetWriters_, [this] { return show(); }) {
     KTUVCManager::setEnvironment({cameras_.usb.get(), &localizer_});
     if (instance != nullptr && instance->role() == SingleInstance::Role::first) serve(*instance);
@@ -53,9 +55,7 @@ PanelProgram::~PanelProgram() {
 }
 
 void PanelProgram::serve(SingleInstance& instance) {
-    catalog_.emplace(readDescriptions(extensionUnitFolders(), isClassControl,
-                                      [](const std::string& line) { printErrorLine(line); }));
-    service_.emplace(ServiceParts{*cameras_.capture, cameras_.usb.get(), *userDefaults_, host_, *catalog_});
+    service_.emplace(ServiceParts{*cameras_.capture, cameras_.usb.get(), *userDefaults_, host_, catalog_});
     ControlPanelService& service = *service_;
     instance.busAdaptor()->setService(service);
     QObject::connect(&host_, &WindowHost::shownCameraChanged, &service,
@@ -104,6 +104,7 @@ std::optional<ServiceError> PanelProgram::show() {
         language_,
         assetWriters_,
         diagnostics_,
+        catalog_,
         host_});
     host_.setPanel(window_->panel());
     return {};

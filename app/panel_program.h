@@ -61,7 +61,7 @@ private:
     const Localizer localizer_;
     const Backend cameras_;
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;
-    std::optional<const ControlCatalog> catalog_; // once there is a service
+    const ControlCatalog catalog_;
 
     // Each uses those above it.
     std::optional<PanelWindow> window_;

@@ -22,7 +22,8 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
       contents_(window_, windowController_, panel_),
       screenFit_(window_, *panel_.view()),
       menu_(window_, parts.panel.bundle, parts.language),
-      features_({window_, panel_, parts.host, menu_, parts.panel.bundle, parts.diagnostics}) {
+      features_({window_, panel_, parts.host, menu_, parts.panel.bundle, parts.diagnostics}),
+      allControls_(panel_, parts.panel.bundle, parts.catalog, window_) {
     windowController_.windowDidLoad();
     if (KTDisplayView* display = panel_.displayView()) {
         display->mtkView()->setAssetWriteManager(std::make_shared<KTAssetWriterManager>(parts.assetWriters));
@@ -36,7 +37,9 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
         application.orderFrontStandardAboutPanelWithOptions({}, bundle);
     });
     QObject::connect(&menu_, &PanelMenu::reconnectChosen, &panel_, &ViewController::reconnectCamera);
+    QObject::connect(&menu_, &PanelMenu::allControlsChosen, &allControls_, &AllControls::show);
     QObject::connect(&menu_, &PanelMenu::languageChanged, &panel_, &ViewController::languageDidChange);
+    QObject::connect(&menu_, &PanelMenu::languageChanged, &allControls_, &AllControls::languageDidChange);
     QObject::connect(&menu_, &PanelMenu::quitChosen, &application, &KTApplication::quit);
 }
 

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "app/all_controls.h"
 #include "app/app_delegate.h"
 #include "app/camera_access.h"
 #include "app/kt_application.h"
@@ -13,6 +14,7 @@
 #include "app/program_language.h"
 #include "app/screen_fit.h"
 #include "app/window_features.h"
+#include "commands/control_catalog.h"
 #include "panel/view_controller.h"
 #include "platform/asset_writer.h"
 #include "platform/diagnostics.h"
@@ -26,6 +28,7 @@ struct PanelWindowParts {
     ProgramLanguage& language;
     std::shared_ptr<AssetWriterPlatform> assetWriters;
     Diagnostics& diagnostics;
+    const ControlCatalog& catalog;
     WindowHost& host; ///< of stills and movies; not used in the constructor nor by the destructor
 };
 
@@ -40,6 +43,7 @@ public:
 
     KTWindow& window() { return window_; }
     ViewController& panel() { return panel_; }
+    AllControls& allControls() { return allControls_; }
 
     /// Shows the window again and brings it to the front.
     void show();
@@ -59,6 +63,7 @@ private:
     AppDelegate delegate_{windowController_, cameraAccess_};
     PanelMenu menu_;
     const WindowFeatures features_;
+    AllControls allControls_;
 };
 
 } // namespace tavelo

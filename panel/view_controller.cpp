@@ -32,6 +32,7 @@ ViewController::ViewController(const PanelOptions& options)
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
     readAgainTimer_.setSingleShot(true);
     connect(&readAgainTimer_, &QTimer::timeout, this, &ViewController::readAgain);
+    connect(&follower_, &ControlFollower::changed, this, &ViewController::controlWasFollowed);
 }
 
 ViewController::~ViewController() {
@@ -46,6 +47,7 @@ void ViewController::viewDidLoad() {
     ownedView_ = std::make_unique<PanelView>(bundle_, KTDisplayView::create(QRect(), capture_, renderer_));
     view_ = ownedView_.get();
     connectActions();
+    view_->installEventFilter(this);
 
     view_->camera1Button()->setEnabled(false);
     view_->camera2Button()->setEnabled(false);
@@ -71,6 +73,8 @@ void ViewController::connectActions() {
         KTSlider* slider = view_->rows()[i].slider;
         connect(slider, &KTSlider::action, this,
                 [this, row = static_cast<PanelRow>(i), slider] { sliderAction(row, slider); });
+        connect(slider, &KTSlider::dragEnded, this,
+                [this, row = static_cast<PanelRow>(i)] { dragEnded(row); });
     }
     KTSwitch* mirror = view_->mirrorSwitch();
     connect(mirror, &KTSwitch::clicked, this, [this, mirror] { mirrorSwitchAction(mirror); });

@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -13,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "panel/control_follower.h"
 #include "panel/panel_view.h"
 #include "panel/reopening_policy.h"
 #include "platform/bundle.h"
@@ -26,6 +28,12 @@ namespace tavelo {
 
 struct AutomaticFunction;
 struct SettingsPushEvents;
+
+/// The two walks over all controls.
+enum class ControlWalk : std::uint8_t {
+    defaults,   ///< writes the camera's defaults
+    heldValues, ///< writes the values that the records hold
+};
 
 /// What the panel works with.  Everything must outlive it.
 struct PanelOptions {
@@ -112,8 +120,21 @@ public:
     /// Switches one of the camera's automatic functions.
     void setAutomatic(const AutomaticFunction& function, bool on);
     void refreshCameraSettingData();
-    /// Shows a value that somebody else wrote; the manager's record holds it already.
-    void controlDidChange(KTUVCControl control) { showControl(control); }
+    /// Shows a value that another part of the program wrote; the manager's record holds it already.
+    void controlDidChange(KTUVCControl control);
+    /// Writes a control of the shown camera as a slider's action does, and shows what the camera took.
+    /// @param control nothing for one that no record holds
+    /// @param held whether it is part of a drag that continues
+    /// @param write writes the control and returns whether the camera took the value; called at once or not
+    ///     at all
+    /// @return whether the camera took the value
+    bool writeControl(std::optional<KTUVCControl> control, bool held,
+                      const std::function<bool(KTUVCManager&)>& write);
+    /// Walks over all controls on the global pool; controlWalkEnded() follows.
+    void walkControls(ControlWalk walk);
+    /// Call when one of the program's windows gets the focus.  If the camera's transport does not tell of
+    /// changes, the values are read in the background.
+    void windowWasActivated();
 
     // Profiles
     void setProfileIndex(std::int64_t index);
@@ -131,10 +152,19 @@ Q_SIGNALS:
     void closeRequested();
     void miniaturizeRequested();
 
-    /// The camera took a value from the panel; the manager's record holds it.
+    /// The camera took a value from the panel, or somebody outside the program changed it; the manager's
+    /// record holds it.
     void controlChanged(tavelo::KTUVCControl control);
+    /// The same, and also for values that other parts of the program wrote.
+    void recordChanged(tavelo::KTUVCControl control);
+    /// The controls were bound to the shown camera, or could not be: all records may be others.
+    void controlsBound();
+    void controlWalkEnded();
     /// Another camera is shown, or none.
     void shownCameraChanged();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
@@ -160,6 +190,7 @@ private:
     /// @return whether the widgets already showed the camera's values, so that the user's choice may be sent
     bool prepareAction();
     /// Runs a slider's or button's action that sends a value, unless prepareAction() returns false.
+    /// @param control nothing for one that no record holds
     /// @param held whether it is part of a drag that continues
     void cameraAction(bool held, const std::function<void()>& action);
     bool isBoundAs(BindingIdentity binding) const { return uvcManager_.bindingIdentity() == binding; }
@@ -172,6 +203,12 @@ private:
     void showValue(PanelRow row);
     void showPowerLine();
     void showControl(KTUVCControl control);
+    /// Shows a value in label and slider, but leaves a slider alone that the user holds.
+    void showValueUnlessHeld(PanelRow row);
+    void dragEnded(PanelRow row);
+    /// Tells others of a value that they do not know yet.
+    void tellChanged(KTUVCControl control);
+    void controlWasFollowed(KTUVCControl control);
 
     std::optional<PreferencesArray> settingsRecord() const;
     void storeSettingsRecord(const PreferencesArray& record);
@@ -191,6 +228,9 @@ private:
     QTimer showTimer_{this}; // shows the preview again
     QTimer readAgainTimer_{this};
     ReopeningPolicy reopening_;
+    ControlFollower follower_{uvcManager_};
+    /// The rows whose slider was held when its control changed, and was not set since.
+    std::array<bool, panelRowCount> isBehind_{};
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesArray_;
     std::int64_t profileIndex_ = -1;

@@ -25,11 +25,11 @@ void ViewController::setAutomatic(const AutomaticFunction& function, bool on) {
         });
     }
     if (!taken) return;
-    Q_EMIT controlChanged(function.automatic);
+    tellChanged(function.automatic);
     // The camera has chosen a value meanwhile.
     if (on || uvcManager_.refreshControl(function.manual) != ControlRefresh::changed) return;
     showControl(function.manual);
-    Q_EMIT controlChanged(function.manual);
+    tellChanged(function.manual);
 }
 
 } // namespace tavelo

@@ -9,6 +9,7 @@ namespace tavelo {
 void ViewController::bindControls(const CaptureDevice& device) {
     readAgainTimer_.stop();
     cameraSettingKey_.reset();
+    isBehind_.fill(false);
     // Ends a drag that began with another camera, or with values that are about to change.
     for (const SliderRow& row : view_->rows())
         row.slider->cancelDrag();
@@ -23,6 +24,8 @@ void ViewController::bindControls(const CaptureDevice& device) {
         if (uvcManager_.recordsAreRead()) createSettingsRecordIfMissing();
     }
     setCameraControlViewEnable(bound);
+    follower_.followInterface();
+    Q_EMIT controlsBound();
 }
 
 void ViewController::readAgainAfterQuiet() {
@@ -44,6 +47,7 @@ bool ViewController::prepareAction() {
         return isRead;
     if (isRead) {
         uvcManager_.openInterfaceAgain();
+        follower_.followInterface();
         return true;
     }
     bindControls(*devicesArray_[*index]);

@@ -114,6 +114,7 @@ void ViewController::captureDeviceWasDisconnectedNotification(const std::shared_
         showCameraButtons({});
         setCameraControlViewEnable(false);
         Q_EMIT shownCameraChanged();
+        Q_EMIT controlsBound();
     } else if (wasShown) {
         switchCameraWithIndex(0);
     } else {

@@ -28,11 +28,12 @@ void ViewController::sliderAction(PanelRow row, const KTSlider* sender) {
         return;
     }
     cameraAction(sender->isHeld(), [&] {
+        isBehind_[static_cast<std::size_t>(row)] = false;
         const BindingIdentity binding = uvcManager_.bindingIdentity();
         sendPosition(uvcManager_, control, position, [panel = QPointer(this), row, binding](bool accepted) {
             if (!accepted || !panel || !panel->isBoundAs(binding)) return;
             panel->showValueText(row);
-            Q_EMIT panel->controlChanged(panelControl(row).control);
+            panel->tellChanged(panelControl(row).control);
         });
     });
 }
@@ -59,7 +60,7 @@ void ViewController::powerLineAction(std::int64_t value) {
         uvcManager_.setPowerLineWithComplitionHandle(value, [panel = QPointer(this), binding](bool accepted) {
             if (!accepted || !panel || !panel->isBoundAs(binding)) return;
             panel->showPowerLine();
-            Q_EMIT panel->controlChanged(KTUVCControl::powerLine);
+            panel->tellChanged(KTUVCControl::powerLine);
         });
     });
 }
@@ -78,7 +79,7 @@ void ViewController::refreshCameraSettingData() {
 
 void ViewController::showControl(KTUVCControl control) {
     for (const PanelControl& shown : panelControls())
-        if (shown.control == control && shown.row) showValue(*shown.row);
+        if (shown.control == control && shown.row) showValueUnlessHeld(*shown.row);
     if (control == KTUVCControl::powerLine) showPowerLine();
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The four profiles of a camera: selecting, applying, saving, restoring.
-#include <QCoreApplication>
 #include <QPointer>
 #include <QThreadPool>
 #include <utility>
 
+#include "panel/on_main_thread.h"
 #include "panel/saved_alert.h"
 #include "panel/view_controller.h"
 #include "profiles/camera_settings.h"
@@ -21,17 +21,6 @@ using namespace std::chrono_literals;
 
 // How long the picture is hidden while the camera applies a profile.
 constexpr auto profileSettleTime = 300ms;
-
-/// Runs `function(panel)` later on the main thread, unless the panel is gone by then.  Thread-safe.
-template <typename F>
-void onMainThread(const QPointer<ViewController>& panel, F function) {
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [panel, function = std::move(function)] {
-            if (panel) function(*panel);
-        },
-        Qt::QueuedConnection);
-}
 
 } // namespace
 
@@ -136,7 +125,7 @@ SettingsPushEvents ViewController::pushEvents() {
         onMainThread(panel, [control, binding](ViewController& self) {
             if (!self.isBoundAs(binding)) return;
             self.showControl(control);
-            Q_EMIT self.controlChanged(control);
+            self.tellChanged(control);
         });
     };
     events.proceedLater = [panel](std::chrono::milliseconds pause, std::function<void()> proceed) {

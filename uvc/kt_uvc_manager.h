@@ -265,6 +265,7 @@ public:
 
 private:
     friend class BoundCamera;
+    friend class ReportedChanges;
 
     using Decode = std::function<std::int64_t(std::int64_t previous, std::span<const std::uint8_t> reply)>;
     using Only = std::optional<BindingIdentity>; // the only binding allowed, or any
@@ -279,6 +280,10 @@ private:
                     std::int32_t unit, std::int32_t selector);
     void readCurrent(const CameraBinding& binding, const KTUVCParameters& record);
     ControlRefresh refresh(const ControlRow& row, Only only);
+    /// @param unwrittenSince the control's mark before the value was read; nothing if it was being written
+    ControlRefresh takeReported(const ControlRow& row, BindingIdentity only,
+                                std::span<const std::uint8_t> value,
+                                std::optional<std::uint64_t> unwrittenSince);
     void populate(KTUVCParameters& record, bool support, const Decode& decode);
     static void markUnsupported(KTUVCParameters& record);
     bool readAll(KTUVCParameters& record, const Decode& decode);

@@ -11,6 +11,12 @@
 namespace tavelo {
 namespace {
 
+ControlRefresh stored(KTUVCParameters& record, std::int64_t value) {
+    const bool isSame = record.val() == value;
+    record.setVal(value);
+    return isSame ? ControlRefresh::same : ControlRefresh::changed;
+}
+
 /// As when the record was filled.  Nothing for an answer that is too short for a pair: half of one would be
 /// taken for the whole.
 std::optional<std::int64_t> decoded(const ControlRow& row, std::span<const std::uint8_t> reply) {
@@ -47,10 +53,26 @@ ControlRefresh KTUVCManager::refresh(const ControlRow& row, Only only) {
             result = ControlRefresh::overtaken;
             return;
         }
-        result = target->val() == *value ? ControlRefresh::same : ControlRefresh::changed;
-        target->setVal(*value);
+        result = stored(*target, *value);
     });
     return result;
+}
+
+ControlRefresh KTUVCManager::takeReported(const ControlRow& row, BindingIdentity only,
+                                          std::span<const std::uint8_t> value,
+                                          std::optional<std::uint64_t> unwrittenSince) {
+    const Record target = record(row.control);
+    if (!target || !target->supported()) return ControlRefresh::failed;
+    // A transport remembers the pair that it last read or wrote, so a pair has to pass through it.
+    const bool isUsable = !value.empty() && row.argument != ControlArgument::pair;
+    const auto reported = isUsable ? decoded(row, value) : std::nullopt;
+    auto result = ControlRefresh::failed;
+    binding_.ifCurrent(only, [&] {
+        // Written meanwhile: nobody knows which of the two came last.
+        if (!reported || !unwrittenSince || writeMarks_.quiet(row.control) != unwrittenSince) return;
+        result = stored(*target, *reported);
+    });
+    return result == ControlRefresh::failed ? refresh(row, only) : result;
 }
 
 } // namespace tavelo

@@ -83,9 +83,20 @@ void KTSlider::choose(double value) {
     Q_EMIT action();
 }
 
-double KTSlider::knobPosition(double width, double height) const {
+void KTSlider::setMarkedValue(const std::optional<double>& value) {
+    markedValue_ = value;
+    update();
+}
+
+void KTSlider::endDrag() {
+    if (!grip_) return;
+    grip_.reset();
+    Q_EMIT dragEnded();
+}
+
+double KTSlider::positionOf(double value, double width, double height) const {
     const double range = maxValue_ - minValue_;
-    return range != 0 ? (width - height) * (value_ - minValue_) / range : 0;
+    return range != 0 ? (width - height) * (value - minValue_) / range : 0;
 }
 
 double KTSlider::valueAt(double knobPosition) const {
@@ -102,7 +113,18 @@ double KTSlider::pointerAt(const QMouseEvent& event) const {
 void KTSlider::drawRect(QPainter& painter, const QRectF& rect) {
     const QRectF track = drawing::snapped(painter, rect);
     drawing::drawRounded(painter, track, track.height() / 2, palette::outlineGrey, palette::trackGrey);
+    drawMark(painter, track);
     drawing::drawKnob(painter, track, knobPosition(track.width(), track.height()));
+}
+
+// A line under the knob, where its centre is at the marked value.
+void KTSlider::drawMark(QPainter& painter, const QRectF& track) const {
+    if (!markedValue_ || *markedValue_ < minValue_ || *markedValue_ > maxValue_) return;
+    constexpr double thickness = 2;
+    const double height = track.height();
+    const double centre = track.left() + positionOf(*markedValue_, track.width(), height) + height / 2;
+    painter.fillRect(QRectF(centre - thickness / 2, track.top() + height / 4, thickness, height / 2),
+                     palette::outlineGrey);
 }
 
 void KTSlider::paintEvent(QPaintEvent*) {
@@ -140,6 +162,7 @@ void KTSlider::mouseReleaseEvent(QMouseEvent* event) {
     }
     grip_.reset();
     Q_EMIT action();
+    Q_EMIT dragEnded();
 }
 
 // A first press beside the knob moves it under the pointer; then the second one is just a press.
@@ -198,14 +221,14 @@ void KTSlider::wheelEvent(QWheelEvent* event) {
 void KTSlider::changeEvent(QEvent* event) {
     // The camera may be unplugged during a drag.
     if (event->type() == QEvent::EnabledChange) {
-        if (!isEnabled()) grip_.reset();
+        if (!isEnabled()) endDrag();
         update();
     }
     QWidget::changeEvent(event);
 }
 
 void KTSlider::hideEvent(QHideEvent* event) {
-    grip_.reset();
+    endDrag();
     QWidget::hideEvent(event);
 }
 

@@ -56,7 +56,11 @@ public:
     /// Whether the user is dragging the knob.  Already false during the action() of the release.
     bool isHeld() const { return grip_.has_value(); }
     /// Ends a drag without an action; the user has to press again.
-    void cancelDrag() { grip_.reset(); }
+    void cancelDrag() { endDrag(); }
+
+    /// A value that the track marks, such as the camera's default; nothing for no mark.
+    const std::optional<double>& markedValue() const { return markedValue_; }
+    void setMarkedValue(const std::optional<double>& value);
 
     QSize sizeHint() const override { return {160, 16}; }
 
@@ -65,6 +69,8 @@ Q_SIGNALS:
     void action();
     /// A double click on the knob: the user wants the value that the owner knows as the default.
     void defaultWanted();
+    /// A drag is over: after the action of the release, or because it was cancelled.
+    void dragEnded();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -79,7 +85,10 @@ protected:
 
 private:
     void store(double value);
-    double knobPosition(double width, double height) const;
+    void endDrag();
+    void drawMark(QPainter& painter, const QRectF& track) const;
+    double knobPosition(double width, double height) const { return positionOf(value_, width, height); }
+    double positionOf(double value, double width, double height) const;
     double valueAt(double knobPosition) const;
     double pointerAt(const QMouseEvent& event) const;
     double wholeStep(double shareOfRange) const;
@@ -88,6 +97,7 @@ private:
     double maxValue_ = 1;
     double value_ = 0;
     std::optional<QRectF> trackingArea_;
+    std::optional<double> markedValue_;
 
     // Distance from the knob's left end to the pointer, while the knob is held.
     std::optional<double> grip_;

@@ -14,6 +14,7 @@ namespace {
 // "@name" is replaced by a colour of the palette.
 constexpr const char* styleSheet = R"(
 QDialog, QMessageBox { background: @panel; color: white; border: 1px solid @disabled; }
+QLabel:disabled { color: @outline; }
 QLabel { color: white; background: transparent; font-family: Arial; font-size: 14px; }
 QMessageBox QLabel#qt_msgbox_label {
     min-width: 220px; min-height: 40px; font-size: 16px; qproperty-alignment: AlignVCenter;
@@ -37,6 +38,25 @@ QMenu::separator { height: 1px; background: @disabled; margin: 6px 0; }
 QMenu::indicator { width: 14px; height: 14px; left: 12px; }
 QMenu::indicator:checked { image: url(:/images/check.svg); }
 QMenu::right-arrow { image: url(:/images/submenu.svg); width: 12px; height: 12px; right: 10px; }
+QScrollArea { background: @panel; border: none; }
+QComboBox, QAbstractSpinBox {
+    min-height: 26px; padding: 0 8px; border: 1px solid @outline; border-radius: 6px; background: @track;
+    color: white; font-family: Arial; font-size: 14px; selection-background-color: @accent;
+    selection-color: white;
+}
+QComboBox:focus, QAbstractSpinBox:focus { border: 2px solid @focus; padding: 0 7px; }
+QComboBox:disabled, QAbstractSpinBox:disabled { color: @outline; border-color: @disabled; }
+QComboBox::drop-down, QAbstractSpinBox::up-button, QAbstractSpinBox::down-button {
+    border: none; background: transparent; width: 18px;
+}
+QComboBox::down-arrow, QAbstractSpinBox::down-arrow {
+    image: url(:/images/menu_arrow.svg); width: 10px; height: 10px;
+}
+QAbstractSpinBox::up-arrow { image: url(:/images/menu_arrow_up.svg); width: 10px; height: 10px; }
+QComboBox QAbstractItemView {
+    background: @setting; color: white; border: 1px solid @disabled; font-family: Arial; font-size: 14px;
+    selection-background-color: @accent; selection-color: white; outline: none;
+}
 QTableView {
     background: @setting; alternate-background-color: @button; color: white; border: 1px solid @disabled;
     font-family: Arial; font-size: 14px; selection-background-color: @accent; selection-color: white;

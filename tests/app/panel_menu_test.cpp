@@ -54,8 +54,9 @@ TEST_F(PanelMenuTest, RightPressOpensIt) {
     const QMenu* menu = openedMenu();
     ASSERT_NE(menu, nullptr);
     EXPECT_EQ(texts(*menu),
-              QStringList({QStringLiteral("Reconnect Camera"), QStringLiteral("Language"),
-                           QStringLiteral("About Tavelo Control Panel"), QStringLiteral("Quit")}));
+              QStringList({QStringLiteral("All Controls"), QStringLiteral("Reconnect Camera"),
+                           QStringLiteral("Language"), QStringLiteral("About Tavelo Control Panel"),
+                           QStringLiteral("Quit")}));
 }
 
 class TestSection final : public MenuSection {
@@ -78,7 +79,7 @@ TEST_F(PanelMenuTest, SectionsComeFirstAndSayWhatTheyHaveEachTime) {
         QMenu* menu = openedMenu();
         ASSERT_NE(menu, nullptr);
         EXPECT_EQ(texts(*menu).first(3), QStringList({QLatin1String(name), QStringLiteral("second"),
-                                                      QStringLiteral("Reconnect Camera")}));
+                                                      QStringLiteral("All Controls")}));
         menu->close();
     }
     action(*action(*openedMenu(), QStringLiteral("Language"))->menu(), QStringLiteral("Deutsch"))->trigger();
@@ -95,6 +96,7 @@ TEST_F(PanelMenuTest, ShiftF10OpensItToo) {
 
 TEST_F(PanelMenuTest, EachEntryEmitsItsSignal) {
     for (const auto& [text, signal] : {std::pair{"About Tavelo Control Panel", &PanelMenu::aboutChosen},
+                                       std::pair{"All Controls", &PanelMenu::allControlsChosen},
                                        std::pair{"Reconnect Camera", &PanelMenu::reconnectChosen},
                                        std::pair{"Quit", &PanelMenu::quitChosen}}) {
         QMenu* menu = openedMenu();
@@ -114,6 +116,9 @@ TEST_F(PanelMenuTest, KeysWorkWithoutTheMenu) {
     EXPECT_EQ(quit.size(), 0);
     QTest::keyClick(&window_, Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(quit.size(), 1);
+    QSignalSpy allControls(&panelMenu_, &PanelMenu::allControlsChosen);
+    QTest::keyClick(&window_, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(allControls.size(), 1);
 }
 
 TEST_F(PanelMenuTest, ListsTheBundlesLanguagesByTheirNativeNames) {

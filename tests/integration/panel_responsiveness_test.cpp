@@ -126,6 +126,21 @@ TEST_F(PanelResponsiveness, ASecondCameraPluggedInWhileAProfileIsPushedIsNotAske
     EXPECT_TRUE(second->requestLog().empty());
 }
 
+TEST_F(PanelResponsiveness, AChangeByAnotherProgramIsShownWithin100Milliseconds) {
+    start(1);
+    std::int64_t brightness = 0;
+    ASSERT_TRUE(waitFor([&] { // until the panel follows
+        camera(1)->setControlValue(control::brightness, ++brightness);
+        return view().brightnessSlider()->intValue() > 0;
+    }));
+    QElapsedTimer passed;
+    passed.start();
+    camera(1)->setControlValue(control::contrast, 9);
+    runUntil([this] { return view().contrastSlider()->intValue() == 9; });
+    RecordProperty("microseconds", static_cast<int>(passed.nsecsElapsed() / 1000));
+    EXPECT_LT(passed.elapsed(), 100);
+}
+
 /// The panel with a preferences file that another program has locked.
 class PanelOnLockedPreferences : public PanelResponsiveness {
 protected:

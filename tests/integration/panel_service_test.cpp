@@ -77,6 +77,31 @@ TEST_F(PanelServiceTest, ValuesThatThePanelSetsAreReported) {
     EXPECT_THAT(changed, Contains(KTUVCControl::contrast));
 }
 
+TEST_F(PanelServiceTest, AChangeOfAnotherProgramIsReportedOnce) {
+    startWithHost(1);
+    std::vector<KTUVCControl> changed;
+    QObject::connect(host_.get(), &WindowHost::controlChanged, host_.get(),
+                     [&](KTUVCControl control) { changed.push_back(control); });
+    std::int64_t brightness = 0;
+    ASSERT_TRUE(waitFor([&] { // until the panel follows
+        camera(1)->setControlValue(control::brightness, ++brightness);
+        return !changed.empty();
+    }));
+    camera(1)->setControlValue(control::contrast, 9);
+    ASSERT_TRUE(waitFor([&] { return changed.back() == KTUVCControl::contrast; }));
+    EXPECT_EQ(std::ranges::count(changed, KTUVCControl::contrast), 1);
+}
+
+TEST_F(PanelServiceTest, AValueThatTheServiceWroteIsNotReportedByThePanel) {
+    startWithHost(1);
+    QSignalSpy reports(host_.get(), &WindowHost::controlChanged);
+    QSignalSpy records(&panel(), &ViewController::recordChanged);
+    manager_.setBrightWithComplitionHandle(20, {});
+    host_->controlDidChange(KTUVCControl::bright);
+    EXPECT_EQ(reports.size(), 0);
+    EXPECT_EQ(records.size(), 1);
+}
+
 TEST_F(PanelServiceTest, ShownCameraFollowsSwitchesAndUnplugging) {
     startWithHost(2);
     QSignalSpy changes(host_.get(), &WindowHost::shownCameraChanged);

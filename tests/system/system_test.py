@@ -9,6 +9,7 @@ import sys
 
 import command_line_cases
 import driver_cases
+import following_cases
 import function_cases
 import menu_cases
 import movie_cases
@@ -29,6 +30,7 @@ GROUPS = {
     "usb-stream-bulk": (usb_stream_cases.bulk_stage, usb_stream_cases.CASES),
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
     "menu": (menu_cases.stage, menu_cases.CASES),
+    "following": (following_cases.stage, following_cases.CASES),
     "usb": (usb_cases.stage, usb_cases.CASES),
     "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
 }

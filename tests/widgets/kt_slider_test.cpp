@@ -239,6 +239,46 @@ TEST_F(ShownSlider, IsHeldFromPressToReleaseUnlessItsOwnerLetsGo) {
     EXPECT_EQ(slider_.floatValue(), 100);
 }
 
+TEST_F(ShownSlider, TellsTheEndOfEachDragOnceHoweverItEnds) {
+    QSignalSpy ends(&slider_, &KTSlider::dragEnded);
+    slider_.cancelDrag();
+    EXPECT_EQ(ends.size(), 0) << "there was none";
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, middle);
+    EXPECT_EQ(ends.size(), 0);
+    QTest::mouseRelease(&slider_, Qt::LeftButton, {}, middle);
+    EXPECT_EQ(ends.size(), 1);
+    EXPECT_EQ(values_.size(), 2U) << "the action of the release comes first";
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, middle);
+    slider_.cancelDrag();
+    EXPECT_EQ(ends.size(), 2);
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, middle);
+    slider_.setEnabled(false);
+    EXPECT_EQ(ends.size(), 3);
+    slider_.setEnabled(true);
+    QTest::mousePress(&slider_, Qt::LeftButton, {}, middle);
+    window_.hide();
+    EXPECT_EQ(ends.size(), 4);
+}
+
+TEST_F(ShownSlider, MarksAValueUnderTheKnobsCentre) {
+    const auto isMarked = [this](int value) {
+        const QImage image = drawn(slider_, size);
+        return image.pixelColor(value + size.height() / 2, 8) == palette::outlineGrey;
+    };
+    slider_.setIntValue(0);
+    EXPECT_FALSE(isMarked(172));
+    slider_.setMarkedValue(172);
+    EXPECT_TRUE(isMarked(172));
+    EXPECT_FALSE(isMarked(100));
+    slider_.setIntValue(172);
+    EXPECT_FALSE(isMarked(172)) << "the knob covers it";
+    slider_.setIntValue(0);
+    slider_.setMarkedValue(345);
+    EXPECT_FALSE(isMarked(344)) << "out of range";
+    slider_.setMarkedValue({});
+    EXPECT_FALSE(isMarked(172));
+}
+
 TEST_F(ShownSlider, DoesNothingWhileDisabled) {
     slider_.setEnabled(false);
     QTest::mouseClick(&slider_, Qt::LeftButton, {}, middle);

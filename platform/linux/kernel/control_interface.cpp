@@ -144,12 +144,14 @@ ErrorCode KernelControlInterface::exchange(V4l2Node& device, UsbControlRequest& 
 
 ErrorCode KernelControlInterface::read(V4l2Node& device, const KernelControl& control,
                                        UsbControlRequest& request) {
+    const std::uint64_t writesBefore = heldPair_->writes();
     const KernelReply reply = readKernelControl(device, control, static_cast<UvcRequest>(request.bRequest));
     // EINVAL usually means that the camera lacks the control, which is no failure.
     if (reply.error != 0 && reply.error != EINVAL) report(control.name, request, reply.error);
     const std::size_t count = std::min<std::size_t>(reply.bytes.size(), request.wLength);
-    if (static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
-        hold(control, reply.bytes);
+    const bool isPair = control.encoding == KernelEncoding::pair;
+    if (isPair && static_cast<UvcRequest>(request.bRequest) == UvcRequest::getCur && count == control.size)
+        heldPair_->setRead(reply.bytes, writesBefore);
     std::copy_n(reply.bytes.begin(), count, request.payload().begin());
     request.bytesDone = static_cast<std::uint32_t>(count);
     return controlErrorOf(reply.error, false);
@@ -165,7 +167,7 @@ ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& c
     if (reply.written) {
         request.bytesDone = request.wLength;
         std::ranges::copy(reply.bytes, request.payload().begin());
-        hold(control, reply.bytes);
+        if (control.encoding == KernelEncoding::pair) heldPair_->setWritten(reply.bytes);
     }
     return controlErrorOf(reply.error, true);
 }
@@ -173,11 +175,6 @@ ErrorCode KernelControlInterface::write(V4l2Node& device, const KernelControl& c
 std::vector<std::uint8_t> KernelControlInterface::heldOf(const KernelControl& control) {
     if (control.encoding != KernelEncoding::pair) return {};
     return heldPair_->get();
-}
-
-void KernelControlInterface::hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes) {
-    if (control.encoding != KernelEncoding::pair) return;
-    heldPair_->set(bytes);
 }
 
 void KernelControlInterface::report(std::string_view control, const UsbControlRequest& request,

@@ -36,14 +36,26 @@ public:
         const std::lock_guard lock(mutex_);
         return bytes_;
     }
-    void set(std::vector<std::uint8_t> bytes) {
+    void setWritten(std::vector<std::uint8_t> bytes) {
         const std::lock_guard lock(mutex_);
         bytes_ = std::move(bytes);
+        ++writes_;
+    }
+    /// An answer does not replace what was written while it was awaited.
+    /// @param writesBefore writes() before the camera was asked
+    void setRead(std::vector<std::uint8_t> bytes, std::uint64_t writesBefore) {
+        const std::lock_guard lock(mutex_);
+        if (writes_ == writesBefore) bytes_ = std::move(bytes);
+    }
+    std::uint64_t writes() const {
+        const std::lock_guard lock(mutex_);
+        return writes_;
     }
 
 private:
-    mutable std::mutex mutex_; // guards bytes_
+    mutable std::mutex mutex_; // guards the members below
     std::vector<std::uint8_t> bytes_;
+    std::uint64_t writes_ = 0;
 };
 
 /// Thread-safe.  No lock is held while the camera is asked: a write that blocks delays nobody else, and
@@ -75,7 +87,6 @@ private:
     /// Of an extension unit, which the driver passes on.
     ErrorCode exchange(V4l2Node& device, UsbControlRequest& request);
     std::vector<std::uint8_t> heldOf(const KernelControl& control);
-    void hold(const KernelControl& control, const std::vector<std::uint8_t>& bytes);
     void report(std::string_view control, const UsbControlRequest& request, int error) noexcept;
 
     const KernelInterfaceAddress address_;

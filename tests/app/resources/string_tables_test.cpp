@@ -34,13 +34,16 @@ constexpr std::array keys{
     "Brightness", "PROFILE", "SAVE_TO_PROFILE", "RESTORE_PROFILE_TO_DEFAULT", "Saved_successfully", "Preview",
     "Minimise", "Close", "OK",
     // The context menu.
-    "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit",
-    "No_camera", "Waiting_for_picture", "In_use_by", "In_use_by_another_program", "Program_and_process",
-    "No_permission", "No_picture", "Frames_per_second", "Save_picture", "Record", "Stop_recording",
-    "Show_file", "Not_saved", "Always_on_top", "Full_screen",
+    "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit", "No_camera",
+    "Waiting_for_picture", "In_use_by", "In_use_by_another_program", "Program_and_process", "No_permission",
+    "No_picture", "Frames_per_second", "Save_picture", "Record", "Stop_recording", "Show_file", "Not_saved",
+    "Always_on_top", "Full_screen",
     // Tool tips.
     "Tip_slider", "Tip_zoom", "Tip_tilt", "Tip_pan", "Tip_ruled", "Tip_value", "Tip_mirror", "Tip_mains",
     "Tip_profile", "Tip_save", "Tip_restore", "Tip_space", "Tip_preview",
+    // The window of all controls.
+    "All_controls", "Camera", "Image_processing", "Extras", "Defaults", "Send_all", "Default_value", "Set_by",
+    "No_controls", "Off", "Automatic",
     // The about panel.
     "Third_party_open_source_software_used", "Open_source_software", "Software", "Licence"};
 

@@ -124,6 +124,18 @@ TEST_F(KernelInterface, AfterARefusalTheHalvesAreThoseOfTheLastValueThatWasTaken
     EXPECT_NE(value, before);
 }
 
+TEST(KernelHeldPair, AnAnswerDoesNotReplaceWhatWasWrittenWhileItWasAwaited) {
+    HeldPair pair;
+    pair.setRead({1}, pair.writes());
+    EXPECT_THAT(pair.get(), ElementsAre(1));
+    const std::uint64_t before = pair.writes();
+    pair.setWritten({2});
+    pair.setRead({3}, before);
+    EXPECT_THAT(pair.get(), ElementsAre(2));
+    pair.setRead({4}, pair.writes());
+    EXPECT_THAT(pair.get(), ElementsAre(4));
+}
+
 TEST_F(KernelInterface, WithoutAValueReadBeforeBothHalvesAreWritten) {
     write(interface, 3, 13, {0x10, 0x0E, 0, 0, 0, 0, 0, 0});
     ASSERT_EQ(device->writes().size(), 1U);
