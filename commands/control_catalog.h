@@ -38,7 +38,7 @@ public:
     std::vector<const NamedControl*> controlsOf(const BusProberDevice* camera) const;
 
 private:
-    const std::vector<ExtensionControl> extensions_;
+    const std::vector<ExtensionControl> extensions_ = {};
     std::vector<std::vector<ChoiceWord>> words_; // of each
     std::vector<NamedControl> named_;            // each
 };
