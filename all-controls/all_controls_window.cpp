@@ -57,7 +57,7 @@ void AllControlsWindow::makeButtons(QVBoxLayout& layout) {
     auto* row = new QHBoxLayout;
     row->setContentsMargins(24, 14, 24, 16);
     row->setSpacing(12);
-    const auto add = [this, row](const char* name) {
+    const auto add = [row](const char* name) {
         auto* button = new QPushButton;
         button->setObjectName(QLatin1String(name));
         button->setAutoDefault(false); // Enter belongs to the number fields
@@ -130,6 +130,9 @@ void AllControlsWindow::showModels() {
 void AllControlsWindow::rebuild(const std::vector<Shown>& groups) {
     const int scrolled = scroll_->verticalScrollBar()->value();
     const QString focused = focusedKey();
+    // What is half typed may have been meant for another camera, and is told when it loses the focus.
+    for (ControlLine* line : lines_)
+        line->disconnect(this);
     lines_.clear();
     groupTitles_.clear();
     auto* contents = new QWidget;

@@ -78,6 +78,10 @@ void ControlLine::name(QWidget& widget) {
     widget.setToolTip(defaultText());
 }
 
+ControlLine::~ControlLine() {
+    if (field_ != nullptr) field_->blockSignals(true); // it would tell what was typed when it loses the focus
+}
+
 QString ControlLine::defaultText() const {
     if (!control_.defaultValue) return {};
     QString value = QString::number(*control_.defaultValue) + control_.suffix;

@@ -29,6 +29,8 @@ class ControlLine final : public QWidget {
 
 public:
     ControlLine(const ControlDescription& control, ControlLineTexts texts, QWidget* parent = nullptr);
+    /// A number that is half typed is forgotten.
+    ~ControlLine() override;
 
     const ControlDescription& control() const { return control_; }
     /// What the keyboard reaches first.

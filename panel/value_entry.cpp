@@ -33,6 +33,7 @@ ValueEntry::ValueEntry(KTText& field, KTSlider& slider) : field_(field), slider_
 }
 
 ValueEntry::~ValueEntry() {
+    if (edit_) edit_->removeEventFilter(this); // on its way out it is no line edit any more
     delete edit_;
 }
 

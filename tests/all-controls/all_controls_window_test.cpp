@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QComboBox>
+#include <QDoubleSpinBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -98,6 +99,25 @@ TEST_F(WindowTest, ValuesFollowInTheSameWidgets) {
     change(first);
     EXPECT_EQ(window.lines()[0], before);
     EXPECT_TRUE(switchAt(0).on());
+}
+
+TEST_F(WindowTest, AHalfTypedNumberGoesToNoOtherCamera) {
+    ControlDescription gain = flag("gain", 3);
+    gain.kind = ControlShape::range;
+    gain.maximum = 90;
+    first.contents[0].controls = {gain};
+    change(first);
+    QApplication::setActiveWindow(&window);
+    auto& field = *window.lines()[0]->findChild<QDoubleSpinBox*>();
+    field.setFocus();
+    field.selectAll();
+    QTest::keyClicks(&field, QStringLiteral("45"));
+    ASSERT_TRUE(field.hasFocus());
+    first.contents[0].controls[0].maximum = 60; // the same control of another camera
+    change(first);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(window.lines()[0]->findChild<QDoubleSpinBox*>()->value(), 3);
+    EXPECT_TRUE(first.writes.empty());
 }
 
 TEST_F(WindowTest, OtherControlsGetOtherWidgets) {

@@ -77,9 +77,9 @@ protected:
         return event.isAccepted();
     }
 
+    std::vector<Chosen> chosen; // before the window, which tells what is half typed when it goes
     QWidget window;
     ControlLine* line = nullptr;
-    std::vector<Chosen> chosen;
 };
 
 TEST_F(LineTest, ARangeIsASliderWithANumberField) {
