@@ -12,7 +12,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib
 
-PATIENCE = 15  # s; the caller tries again
+PATIENCE = 30  # s; the caller tries again
 
 
 def entries(menu):
