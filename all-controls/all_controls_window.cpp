@@ -130,7 +130,7 @@ void AllControlsWindow::showModels() {
 void AllControlsWindow::rebuild(const std::vector<Shown>& groups) {
     const int scrolled = scroll_->verticalScrollBar()->value();
     const QString focused = focusedKey();
-    // What is half typed may have been meant for another camera, and is told when it loses the focus.
+    // A field reports a half-typed number when it loses the focus, and the camera may be another one by then.
     for (ControlLine* line : lines_)
         line->disconnect(this);
     lines_.clear();

@@ -11,10 +11,6 @@
 namespace tavelo {
 namespace {
 
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 /// The string table that the bundle uses now.
 std::string languageOf(const Bundle& bundle) {
     constexpr auto key = "language_name";
@@ -24,8 +20,8 @@ std::string languageOf(const Bundle& bundle) {
 }
 
 QString suffixOf(const ExtensionControl& control) {
-    if (control.measure.empty() || control.measure == "°") return toQString(control.measure);
-    return u' ' + toQString(control.measure);
+    if (control.measure.empty() || control.measure == "°") return QString::fromUtf8(control.measure);
+    return u' ' + QString::fromUtf8(control.measure);
 }
 
 ControlShape shapeOf(const ExtensionControl& control) {
@@ -38,6 +34,27 @@ ControlShape shapeOf(const ExtensionControl& control) {
             return ControlShape::choice;
     }
     return ControlShape::range;
+}
+
+ControlDescription described(const ControlState& state, std::string_view language) {
+    const ExtensionControl& control = *state.control->extension;
+    ControlDescription shown;
+    shown.key = QString::fromUtf8(control.name);
+    shown.title = QString::fromUtf8(titleIn(control.titles, language));
+    shown.kind = shapeOf(control);
+    shown.minimum = state.minimum.value_or(state.lowest);
+    shown.maximum = state.maximum.value_or(state.highest);
+    shown.step = state.step.value_or(1);
+    shown.suffix = suffixOf(control);
+    shown.defaultValue = state.defaultValue;
+    shown.value = state.value;
+    for (const ExtensionChoice& choice : control.choices)
+        shown.choices.push_back({choice.value, QString::fromUtf8(titleIn(choice.titles, language))});
+    const bool isNamed =
+        std::ranges::find(shown.choices, state.value, &ShownChoice::value) != shown.choices.end();
+    if (shown.kind == ControlShape::choice && !isNamed)
+        shown.choices.push_back({state.value, QString::number(state.value)});
+    return shown;
 }
 
 std::vector<ControlState> unitStates(KTUVCManager& manager, const ControlCatalog& catalog) {
@@ -61,40 +78,19 @@ bool UnitControlModel::isAnswered() const {
            binding_ == parts_.manager.bindingIdentity();
 }
 
-ControlDescription UnitControlModel::described(const ControlState& state) const {
-    const ExtensionControl& control = *state.control->extension;
-    const std::string language = languageOf(parts_.bundle);
-    ControlDescription shown;
-    shown.key = toQString(control.name);
-    shown.title = toQString(titleIn(control.titles, language));
-    shown.kind = shapeOf(control);
-    shown.minimum = state.minimum.value_or(state.lowest);
-    shown.maximum = state.maximum.value_or(state.highest);
-    shown.step = state.step.value_or(1);
-    shown.suffix = suffixOf(control);
-    shown.defaultValue = state.defaultValue;
-    shown.value = state.value;
-    for (const ExtensionChoice& choice : control.choices)
-        shown.choices.push_back({choice.value, toQString(titleIn(choice.titles, language))});
-    const bool isNamed =
-        std::ranges::find(shown.choices, state.value, &ShownChoice::value) != shown.choices.end();
-    if (shown.kind == ControlShape::choice && !isNamed)
-        shown.choices.push_back({state.value, QString::number(state.value)});
-    return shown;
-}
-
 std::vector<ControlGroup> UnitControlModel::groups() const {
     if (!isAnswered()) return {};
     ControlGroup group{QString::fromStdString(parts_.bundle.localizedString("Extras", {})), {}};
+    const std::string language = languageOf(parts_.bundle);
     for (const ControlState& state : states_)
-        group.controls.push_back(described(state));
+        group.controls.push_back(described(state, language));
     return {std::move(group)};
 }
 
 bool UnitControlModel::write(const QString& key, std::int64_t value, bool held) {
     if (!isAnswered()) return false;
     const auto state = std::ranges::find(
-        states_, key, [](const ControlState& each) { return toQString(each.control->name); });
+        states_, key, [](const ControlState& each) { return QString::fromUtf8(each.control->name); });
     if (state == states_.end()) return false;
     ++writes_;
     const auto taken = parts_.write({state->control, value}, held);

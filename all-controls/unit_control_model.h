@@ -47,7 +47,6 @@ public:
 private:
     bool isAnswered() const;
     void takeAnswer(BindingIdentity binding, std::uint64_t writes, std::vector<ControlState> states);
-    ControlDescription described(const ControlState& state) const;
 
     const UnitControlParts parts_;
     std::vector<ControlState> states_;

@@ -36,7 +36,7 @@ struct NamedControl {
     const ExtensionControl* extension = nullptr;
 };
 
-/// The controls of the class, in the order of the control table, pan before tilt.  Constant.  ControlNames
+/// The controls of the class, in the order of the control table, pan before tilt.  Constant.  ControlCatalog
 /// has those of extension units too.
 std::span<const NamedControl> namedControls();
 
