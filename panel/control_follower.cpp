@@ -44,6 +44,8 @@ void ControlFollower::stop() {
     retryTimer_.stop();
     overtaken_.reset();
     followed_.reset();
+    isStarting_ = false;
+    catchesUpLater_ = false;
     tellsChanges_ = false;
     missedChanges_ = false;
     if (!binding_) return;
@@ -70,6 +72,7 @@ void ControlFollower::watch(const std::shared_ptr<UsbInterface>& interface) {
     missedChanges_ = missedChanges_ || binding_ != nullptr;
     if (!binding_) binding_ = std::make_shared<Binding>(manager_);
     followed_ = interface;
+    isStarting_ = true;
     ControlWatchEvents events;
     events.changed = [this, binding = binding_](const ChangedControl& change) {
         const auto control = controlAt(change.control);
@@ -90,9 +93,11 @@ void ControlFollower::watch(const std::shared_ptr<UsbInterface>& interface) {
 
 void ControlFollower::watchHasStarted(const std::shared_ptr<const Binding>& binding, bool tells) {
     if (binding != binding_) return;
+    isStarting_ = false;
     tellsChanges_ = tells;
     // A request that failed before the watch began: there is no watch to tell its end.
     if (!tells && manager_.interfaceIsClosed()) followInterface();
+    if (std::exchange(catchesUpLater_, false)) catchUp();
 }
 
 // On the watch's thread or the queue's.
@@ -125,7 +130,8 @@ void ControlFollower::readControl(const Binding& binding, KTUVCControl control) 
 }
 
 void ControlFollower::catchUp() {
-    if (!binding_ || (tellsChanges_ && !missedChanges_) || binding_->isRead) return;
+    catchesUpLater_ = isStarting_;
+    if (isStarting_ || !binding_ || (tellsChanges_ && !missedChanges_) || binding_->isRead) return;
     missedChanges_ = false;
     binding_->isRead = true;
     queue_.async([this, binding = binding_] {

@@ -35,7 +35,7 @@ public:
     /// interface again.
     void followInterface();
     /// Reads all values in the background if changes may have been missed: the transport does not tell them,
-    /// or there was no open interface to tell them.
+    /// or there was no open interface to tell them.  While a watch starts, waits for what it can tell.
     void catchUp();
 
 Q_SIGNALS:
@@ -56,6 +56,8 @@ private:
     KTUVCManager& manager_;
     std::shared_ptr<Binding> binding_; // null if nothing is followed
     std::weak_ptr<UsbInterface> followed_;
+    bool isStarting_ = false;             // the watch
+    bool catchesUpLater_ = false;         // once the watch has started
     bool tellsChanges_ = false;           // the transport does
     bool missedChanges_ = false;          // perhaps, while no watch lived
     std::bitset<controlCount> overtaken_; // reports that came during a write

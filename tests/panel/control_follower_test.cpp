@@ -144,6 +144,21 @@ TEST_F(FollowerTest, ACameraThatTellsChangesIsNotAsked) {
     EXPECT_THAT(camera->requestLog(), IsEmpty());
 }
 
+TEST_F(FollowerTest, ACameraThatWillTellChangesIsNotAskedWhileItsWatchStarts) {
+    camera->clearRequestLog();
+    follower->followInterface();
+    follower->catchUp();
+    expectToFollow();
+    EXPECT_THAT(camera->requestLog(), IsEmpty());
+}
+
+TEST_F(FollowerTest, ACameraThatTellsNothingIsReadOnceItsWatchCouldNotStart) {
+    stopTelling();
+    camera->setControlValue(control::contrast, 7);
+    follower->catchUp();
+    EXPECT_TRUE(waitFor([&] { return manager.contrast()->val() == 7; }));
+}
+
 TEST_F(FollowerTest, ACameraThatTellsNothingIsReadWhenAskedAndNotOnTheMainThread) {
     stopTelling();
     camera->setControlValue(control::contrast, 7);
