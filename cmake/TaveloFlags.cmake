@@ -6,8 +6,10 @@ set(TAVELO_SANITIZE "" CACHE STRING "Sanitizers to build with, for example addre
 add_library(tavelo_flags INTERFACE)
 target_compile_features(tavelo_flags INTERFACE cxx_std_20)
 target_compile_options(tavelo_flags INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Wconversion
+    -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-qual -Wconversion
     -Woverloaded-virtual -Wformat=2 -Wimplicit-fallthrough -Wextra-semi
+    # Sources that are compiled as one see each other's names.
+    $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
     # With optimisation GCC 12 wrongly warns about members of its own std::variant and std::optional.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
     # Clang wants two pairs of braces for a std::array.

@@ -22,7 +22,7 @@ std::optional<double> number(std::string_view text) {
     return isNumber && std::abs(value) <= largest ? std::optional(value) : std::nullopt;
 }
 
-std::optional<double> wholeNumber(std::string_view text) {
+std::optional<double> wholeValue(std::string_view text) {
     const auto value = number(text);
     return value && *value == std::floor(*value) ? value : std::nullopt;
 }
@@ -57,11 +57,11 @@ std::optional<ControlChange> parseValue(const NamedControl& control, std::string
         return ControlChange{&control, Kind::percent, *percent};
     }
     if (text.starts_with('=')) { // a number below zero
-        const auto exact = wholeNumber(text.substr(1));
+        const auto exact = wholeValue(text.substr(1));
         return exact ? std::optional(ControlChange{&control, Kind::absolute, *exact}) : std::nullopt;
     }
     const bool hasSign = text.starts_with('+') || text.starts_with('-');
-    const auto value = wholeNumber(text.starts_with('+') ? text.substr(1) : text);
+    const auto value = wholeValue(text.starts_with('+') ? text.substr(1) : text);
     if (!value || text.starts_with("+-") || (hasSign && !isNumber)) return {};
     return ControlChange{&control, hasSign ? Kind::relative : Kind::absolute, *value};
 }

@@ -9,7 +9,7 @@ namespace {
 
 using enum KTUVCControl;
 
-constexpr std::array table{
+constexpr std::array functions{
     AutomaticFunction{autoWhiteBalance, whiteBalance, "auto_white_balance"},
     AutomaticFunction{autoExposureMode, exposureTime, "auto_exposure"},
     AutomaticFunction{autoFocus, focus, "auto_focus"},
@@ -26,12 +26,12 @@ constexpr std::array<std::int64_t, 2> automaticExposures{8, 2};
 } // namespace
 
 std::span<const AutomaticFunction> automaticFunctions() {
-    return table;
+    return functions;
 }
 
 const AutomaticFunction* automaticFunctionOf(KTUVCControl manual) {
-    const auto* const found = std::ranges::find(table, manual, &AutomaticFunction::manual);
-    return found != table.end() ? found : nullptr;
+    const auto* const found = std::ranges::find(functions, manual, &AutomaticFunction::manual);
+    return found != functions.end() ? found : nullptr;
 }
 
 bool isSupported(const KTUVCManager& manager, const AutomaticFunction& function) {

@@ -18,7 +18,6 @@ namespace tavelo {
 namespace {
 
 constexpr std::chrono::milliseconds retryEvery(5);
-constexpr mode_t newFileMode = 0666; // minus the user's umask
 
 FileVersion versionOf(const struct stat& status) {
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;

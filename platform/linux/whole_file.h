@@ -2,6 +2,8 @@
 // Reads and replaces files as a whole.
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +15,8 @@
 #include "platform/error.h"
 
 namespace tavelo {
+
+inline constexpr mode_t newFileMode = 0666; ///< minus the user's umask
 
 /// Tells versions of a file apart; each replacement is a new file.
 struct FileVersion {

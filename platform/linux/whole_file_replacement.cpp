@@ -12,7 +12,6 @@
 namespace tavelo {
 namespace {
 
-constexpr mode_t newFileMode = 0666; // minus the user's umask
 constexpr mode_t permissionBits = 07777;
 
 /// Links to open files; through them a file without a name gets one.

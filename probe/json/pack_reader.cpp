@@ -12,7 +12,7 @@
 namespace tavelo {
 namespace {
 
-using Json = nlohmann::json;
+using AnyJson = nlohmann::json;
 
 constexpr int mostLevels = 8; // a pack has five
 constexpr std::size_t deviceDescriptorLength = 18;
@@ -53,16 +53,16 @@ public:
         if (!failed()) error_ = std::string(place) + ": " + std::string(reason);
     }
 
-    const Json& member(const Json& object, const char* name) {
-        static const Json none;
+    const AnyJson& member(const AnyJson& object, const char* name) {
+        static const AnyJson none;
         const auto found = object.is_object() ? object.find(name) : object.end();
         if (object.is_object() && found != object.end()) return *found;
         fail(name, "missing");
         return none;
     }
 
-    std::string text(const Json& object, const char* name, std::size_t longest = longestRecordText) {
-        const Json& value = member(object, name);
+    std::string text(const AnyJson& object, const char* name, std::size_t longest = longestRecordText) {
+        const AnyJson& value = member(object, name);
         const auto* text = value.get_ptr<const std::string*>();
         if (text == nullptr) fail(name, "not a text");
         if (text != nullptr && text->size() > longest) fail(name, "too long");
@@ -71,15 +71,15 @@ public:
         return *text;
     }
 
-    std::vector<std::uint8_t> bytes(const Json& object, const char* name, std::size_t longest) {
+    std::vector<std::uint8_t> bytes(const AnyJson& object, const char* name, std::size_t longest) {
         const auto read = bytesOf(text(object, name, 2 * longest));
         if (!read) fail(name, "not pairs of hexadecimal digits");
         return read.value_or(std::vector<std::uint8_t>());
     }
 
     template <typename Number>
-    Number number(const Json& object, const char* name, std::int64_t least, std::int64_t most) {
-        const Json& value = member(object, name);
+    Number number(const AnyJson& object, const char* name, std::int64_t least, std::int64_t most) {
+        const AnyJson& value = member(object, name);
         const bool fits = value.is_number_integer() &&
                           (!value.is_number_unsigned() || value.get<std::uint64_t>() <= INT64_MAX);
         if (!fits) fail(name, "not a whole number");
@@ -88,15 +88,15 @@ public:
         return static_cast<Number>(number);
     }
 
-    bool flag(const Json& object, const char* name) {
-        const Json& value = member(object, name);
+    bool flag(const AnyJson& object, const char* name) {
+        const AnyJson& value = member(object, name);
         if (!value.is_boolean()) fail(name, "neither true nor false");
         return value.is_boolean() && value.get<bool>();
     }
 
     /// Null if it is none.
-    const Json* array(const Json& object, const char* name, std::size_t longest) {
-        const Json& value = member(object, name);
+    const AnyJson* array(const AnyJson& object, const char* name, std::size_t longest) {
+        const AnyJson& value = member(object, name);
         if (!value.is_array()) fail(name, "not a list");
         if (value.size() > longest) fail(name, "too long");
         return failed() ? nullptr : &value;
@@ -106,7 +106,7 @@ private:
     std::string error_;
 };
 
-RawAnswer readAnswer(Reader& reader, const Json& answers, const char* name) {
+RawAnswer readAnswer(Reader& reader, const AnyJson& answers, const char* name) {
     const std::string text = reader.text(answers, name, 2 * longestAnswer);
     if (const auto outcome = outcomeOf(text)) return {*outcome, {}};
     auto bytes = bytesOf(text);
@@ -114,17 +114,17 @@ RawAnswer readAnswer(Reader& reader, const Json& answers, const char* name) {
     return {AnswerKind::answered, std::move(bytes).value_or(std::vector<std::uint8_t>())};
 }
 
-DriverView readDriver(Reader& reader, const Json& control) {
-    const Json& value = reader.member(control, "driver");
+DriverView readDriver(Reader& reader, const AnyJson& control) {
+    const AnyJson& value = reader.member(control, "driver");
     if (const auto* text = value.get_ptr<const std::string*>()) {
         const auto outcome = outcomeOf(*text);
         if (!outcome) reader.fail("driver", "no known outcome");
         return {outcome.value_or(AnswerKind::notAsked), {}};
     }
     DriverView view{AnswerKind::answered, {}};
-    const Json* list = reader.array(control, "driver", mostDriverControls);
+    const AnyJson* list = reader.array(control, "driver", mostDriverControls);
     if (list == nullptr) return view;
-    for (const Json& each : *list) {
+    for (const AnyJson& each : *list) {
         DriverControl read;
         read.id = reader.number<std::uint32_t>(each, "id", 0, UINT32_MAX);
         read.name = reader.text(each, "name");
@@ -138,7 +138,7 @@ DriverView readDriver(Reader& reader, const Json& control) {
     return view;
 }
 
-ControlRecord readControl(Reader& reader, const Json& control) {
+ControlRecord readControl(Reader& reader, const AnyJson& control) {
     ControlRecord record;
     record.entity = reader.number<std::uint8_t>(control, "entity", 1, UINT8_MAX);
     record.selector = reader.number<std::uint8_t>(control, "selector", 1, UINT8_MAX);
@@ -148,15 +148,15 @@ ControlRecord readControl(Reader& reader, const Json& control) {
         record.source = AnswerSource::driver;
     else if (source != sourceText(AnswerSource::camera))
         reader.fail("answered_by", "neither camera nor driver");
-    const Json& answers = reader.member(control, "answers");
+    const AnyJson& answers = reader.member(control, "answers");
     for (std::size_t i = 0; i < controlReads.size(); ++i)
         record.answers[i] = readAnswer(reader, answers, nameOf(controlReads[i]).data());
     record.driver = readDriver(reader, control);
     return record;
 }
 
-void readControls(Reader& reader, const Json& pack, CameraRecord& record) {
-    const Json* list = reader.array(pack, "controls", mostControlRecords);
+void readControls(Reader& reader, const AnyJson& pack, CameraRecord& record) {
+    const AnyJson* list = reader.array(pack, "controls", mostControlRecords);
     if (list == nullptr) return;
     std::set<std::pair<std::uint8_t, std::uint8_t>> seen;
     for (std::size_t i = 0; i < list->size() && !reader.failed(); ++i) {
@@ -169,7 +169,7 @@ void readControls(Reader& reader, const Json& pack, CameraRecord& record) {
     }
 }
 
-CameraRecord readRecord(Reader& reader, const Json& pack) {
+CameraRecord readRecord(Reader& reader, const AnyJson& pack) {
     CameraRecord record;
     record.program = reader.text(pack, "program");
     record.kernel = reader.text(pack, "kernel");
@@ -188,18 +188,18 @@ CameraRecord readRecord(Reader& reader, const Json& pack) {
 }
 
 // Nothing if it is no JSON, or JSON of more levels than any pack has.
-std::optional<Json> parse(std::string_view text) {
+std::optional<AnyJson> parse(std::string_view text) {
     bool tooDeep = false;
-    const auto watch = [&](int depth, Json::parse_event_t /*event*/, Json& /*parsed*/) {
+    const auto watch = [&](int depth, AnyJson::parse_event_t /*event*/, AnyJson& /*parsed*/) {
         tooDeep = tooDeep || depth > mostLevels;
         return !tooDeep;
     };
-    Json parsed = Json::parse(text.begin(), text.end(), watch, false);
+    AnyJson parsed = AnyJson::parse(text.begin(), text.end(), watch, false);
     if (tooDeep || !parsed.is_object()) return std::nullopt;
     return parsed;
 }
 
-std::string versionMistake(const Json& pack) {
+std::string versionMistake(const AnyJson& pack) {
     const auto format = pack.find("format");
     const auto version = pack.find("version");
     if (format == pack.end() || *format != packFormat) return "it is no camera pack";

@@ -82,7 +82,7 @@ Json answersOf(const ControlRecord& control, const ClassControl* known) {
     return answers;
 }
 
-Json driverOf(const DriverView& driver) {
+Json driverViewOf(const DriverView& driver) {
     Json controls = Json::array();
     for (const DriverControl& control : driver.controls)
         controls.push_back({{"id", hexNumber(control.id, 8)},
@@ -105,7 +105,7 @@ Json controlsOf(const CameraDescription& camera, const CameraRecord& record) {
                             {"listed", control.listed},
                             {"answered_by", sourceText(control.source)},
                             {"answers", answersOf(control, knownControl(camera, control))},
-                            {"driver", driverOf(control.driver)}});
+                            {"driver", driverViewOf(control.driver)}});
     return controls;
 }
 

@@ -17,7 +17,7 @@ namespace tavelo {
 namespace {
 
 // Bounds one look at the events if another program writes faster than they are taken.
-constexpr int mostTakenAtOnce = 64;
+constexpr int mostEventsAtOnce = 64;
 
 bool subscribe(V4l2Node& node) {
     bool any = false;
@@ -87,7 +87,7 @@ bool KernelControlWatch::waitForEvent() const {
 bool KernelControlWatch::takeEvents(std::vector<const KernelControl*>& changed) {
     std::uint32_t id = 0;
     int taken = 0;
-    while (taken < mostTakenAtOnce && takeControlEvent(*node_, id) == 0) {
+    while (taken < mostEventsAtOnce && takeControlEvent(*node_, id) == 0) {
         ++taken;
         const KernelControl* control = controlOf(id);
         if (control != nullptr && std::ranges::find(changed, control) == changed.end())

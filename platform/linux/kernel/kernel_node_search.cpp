@@ -32,7 +32,7 @@ OpenedControlNode tryNodes(const ControlNodeOptions& options, const std::vector<
     return opened;
 }
 
-std::string reasonOf(int error) {
+std::string reasonNotOpened(int error) {
     if (error == ENOTTY) return "cannot be used: it captures no pictures";
     return "cannot be opened: " + std::generic_category().message(error);
 }
@@ -53,7 +53,7 @@ OpenedControlNode openControlNode(const ControlNodeOptions& options, const Sysfs
         options.pause(betweenTries);
         opened = tryNodes(options, nodes, error);
     }
-    if (!opened.device) diagnostics.report(opened.path, reasonOf(error));
+    if (!opened.device) diagnostics.report(opened.path, reasonNotOpened(error));
     return opened;
 }
 

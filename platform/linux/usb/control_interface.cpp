@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -12,10 +11,6 @@
 
 namespace tavelo {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto patience = 1s;
 
 bool isRead(const UsbControlRequest& request) {
     return (request.bmRequestType & uvc::directionIn) != 0;
@@ -53,7 +48,7 @@ ErrorCode UsbControlInterface::ControlRequest(UsbControlRequest& request) {
     }
     if (request.data == nullptr && request.wLength > 0) return ErrorCode::failed;
     const UsbSetupPacket setup{request.bmRequestType, request.bRequest, request.wValue, request.wIndex};
-    const UsbResult result = camera_->request(setup, request.payload(), patience);
+    const UsbResult result = camera_->request(setup, request.payload(), controlPatience);
     if (result.code == ErrorCode::none) {
         request.bytesDone = static_cast<std::uint32_t>(std::min<std::size_t>(result.bytes, request.wLength));
         return ErrorCode::none;

@@ -9,9 +9,6 @@
 namespace tavelo {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto patience = 1s;
 constexpr std::uint16_t longestRead = 4096; // the kernel takes no longer control transfer
 
 AnswerKind kindOf(ErrorCode code) {
@@ -41,7 +38,7 @@ RawAnswer UsbInspector::ask(const RawQuestion& question) {
     const UsbSetupPacket setup{uvc::classInterfaceIn, question.bRequest,
                                static_cast<std::uint16_t>(question.selector << 8U),
                                static_cast<std::uint16_t>(question.entity << 8U | controlInterface_)};
-    const UsbResult result = camera_->request(setup, bytes, patience);
+    const UsbResult result = camera_->request(setup, bytes, controlPatience);
     bytes.resize(result.code == ErrorCode::none ? std::min(result.bytes, bytes.size()) : 0);
     return {kindOf(result.code), std::move(bytes)};
 }

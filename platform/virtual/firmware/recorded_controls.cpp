@@ -12,7 +12,7 @@
 namespace tavelo {
 namespace {
 
-using Bytes = std::span<const std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
 
 const RawAnswer* answered(const ControlRecord& record, UvcRequest request) {
     const RawAnswer& answer = record.answerTo(request);
@@ -36,7 +36,7 @@ bool isSigned(const ClassControl& control) {
     return control.form == ValueForm::signedNumber || control.form == ValueForm::signedPair;
 }
 
-bool isBetween(Bytes value, Bytes minimum, Bytes maximum, bool isSigned) {
+bool isBetween(ByteView value, ByteView minimum, ByteView maximum, bool isSigned) {
     const std::int64_t number = integerOf(value, isSigned);
     return number >= integerOf(minimum, isSigned) && number <= integerOf(maximum, isSigned);
 }
@@ -63,7 +63,7 @@ RecordedControls::RecordedControls(const VirtualCameraModel& model)
         if (const auto address = addressOf(record.entity, record.selector))
             state.known = classControl(*address);
         state.size = sizeOfValue(record, state.known);
-        const Bytes current = record.answerTo(UvcRequest::getCur).bytes;
+        const ByteView current = record.answerTo(UvcRequest::getCur).bytes;
         state.value.assign(state.size, 0);
         std::ranges::copy(current.first(std::min(current.size(), state.size)), state.value.begin());
         states_.emplace(Key(record.entity, record.selector), std::move(state));
@@ -130,7 +130,7 @@ ControlResult RecordedControls::read(std::uint8_t entity, std::uint8_t selector,
     return ControlResult::done(std::move(bytes));
 }
 
-ControlResult RecordedControls::write(std::uint8_t entity, std::uint8_t selector, Bytes bytes) {
+ControlResult RecordedControls::write(std::uint8_t entity, std::uint8_t selector, ByteView bytes) {
     const auto found = states_.find({entity, selector});
     if (found == states_.end()) return ControlResult::stall(uvc::errorInvalidControl);
     State& state = found->second;
@@ -159,19 +159,21 @@ std::optional<std::vector<std::uint8_t>> RecordedControls::bound(const State& st
     return std::nullopt;
 }
 
-bool RecordedControls::isWithinRange(const State& state, Bytes bytes) const {
+bool RecordedControls::isWithinRange(const State& state, ByteView bytes) const {
     const auto minimum = bound(state, UvcRequest::getMin);
     const auto maximum = bound(state, UvcRequest::getMax);
     if (!minimum || !maximum) return true;
     if (state.known->form != ValueForm::signedPair)
         return isBetween(bytes, *minimum, *maximum, isSigned(*state.known));
     const std::size_t half = state.size / 2;
-    return isBetween(bytes.first(half), Bytes(*minimum).first(half), Bytes(*maximum).first(half), true) &&
-           isBetween(bytes.subspan(half), Bytes(*minimum).subspan(half), Bytes(*maximum).subspan(half), true);
+    return isBetween(bytes.first(half), ByteView(*minimum).first(half), ByteView(*maximum).first(half),
+                     true) &&
+           isBetween(bytes.subspan(half), ByteView(*minimum).subspan(half), ByteView(*maximum).subspan(half),
+                     true);
 }
 
 // `bytes` has the control's size.
-bool RecordedControls::accepts(const State& state, Bytes bytes) const {
+bool RecordedControls::accepts(const State& state, ByteView bytes) const {
     if (state.known == nullptr) return true;
     switch (state.known->form) {
         case ValueForm::number:
@@ -210,7 +212,7 @@ std::optional<std::int64_t> RecordedControls::boundNumber(const State& state, Uv
     const auto bytes = bound(state, request);
     if (!bytes) return std::nullopt;
     const std::size_t size = state.known->form == ValueForm::signedPair ? state.size / 2 : state.size;
-    return integerOf(Bytes(*bytes).first(size), isSigned(*state.known));
+    return integerOf(ByteView(*bytes).first(size), isSigned(*state.known));
 }
 
 std::optional<ControlLimits> RecordedControls::limits(ControlAddress address) const {

@@ -9,7 +9,6 @@ namespace tavelo {
 namespace {
 
 constexpr Pixel dark{40, 30, 24, 255};
-constexpr Pixel ink{244, 248, 250, 255};
 constexpr int plateWeight = 150; // of 256
 constexpr std::size_t frameDigits = 6;
 
@@ -84,7 +83,7 @@ void Instruments::paint(Raster& raster) const {
     fill(raster, framePlate_, dark, plateWeight);
     const std::size_t top = (patch_ - std::min(patch_, glyphHeight * dot_)) / 2;
     drawText(cameraText_, cameraPlate_.left + 3 * dot_, top, dot_,
-             [&](const Rectangle& dot) { fill(raster, dot, ink); });
+             [&](const Rectangle& dot) { fill(raster, dot, instrumentInk); });
     for (std::size_t i = 0; i < patchColours.size(); ++i)
         fill(raster, areas_[i], patchColours[i]);
 }

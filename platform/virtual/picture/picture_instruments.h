@@ -17,6 +17,9 @@ namespace tavelo {
 inline constexpr std::array<Pixel, 4> patchColours{
     {{48, 48, 200, 255}, {72, 176, 48, 255}, {200, 80, 48, 255}, {48, 184, 208, 255}}};
 
+/// What letters and figures are drawn with, before the camera's colour controls.
+inline constexpr Pixel instrumentInk{244, 248, 250, 255};
+
 /// Places and draws the overlays for one size of picture.  Immutable, thread-safe.
 class Instruments {
 public:

@@ -16,8 +16,6 @@
 namespace tavelo {
 namespace {
 
-constexpr Pixel ink{244, 248, 250, 255};
-
 bool sameView(const PictureSettings& a, const PictureSettings& b) {
     return a.zoom == b.zoom && a.pan == b.pan && a.tilt == b.tilt && a.roll == b.roll;
 }
@@ -73,7 +71,7 @@ private:
         const ColourPipeline colours(settings);
         colours.apply(scene_.pixels.data(), finished_.pixels.data(), scene_.pixels.size());
         balloon_.emplace(colours);
-        frameInk_ = colours(ink);
+        frameInk_ = colours(instrumentInk);
         settings_ = settings;
     }
 
@@ -88,7 +86,7 @@ private:
     std::optional<PictureView> view_;
     std::optional<Instruments> instruments_;
     std::optional<Balloon> balloon_;
-    Pixel frameInk_ = ink;
+    Pixel frameInk_ = instrumentInk;
     Raster ground_;
     Raster scene_;
     Raster finished_;

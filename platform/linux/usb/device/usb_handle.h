@@ -14,6 +14,9 @@
 
 namespace tavelo {
 
+/// How long a camera may take to answer a class request.
+inline constexpr std::chrono::seconds controlPatience{1};
+
 /// The setup packet of a control transfer without the length, which is that of the data.
 struct UsbSetupPacket {
     std::uint8_t requestType = 0;
