@@ -7,7 +7,7 @@
 
 #include "extensions/json/description_folders.h"
 #include "platform/backends/backends.h"
-#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/movie/module/late_asset_writer_platform.h"
 #include "platform/linux/preferences/json_preferences_store.h"
 #include "process/data_folders.h"
 #include "process/error_line.h"
@@ -39,7 +39,7 @@ PanelProgram::PanelProgram(const CommandLine& commandLine, KTApplication& applic
       language_(bundle_, *userDefaults_),
       localizer_(bundle_, *userDefaults_),
       cameras_(makeCameras(panelCameraOptions(commandLine), mainQueue_, diagnostics_)),
-      assetWriters_(makeFfmpegAssetWriterPlatform(diagnostics_)),
+      assetWriters_(makeLateAssetWriterPlatform(diagnostics_)),
       catalog_(readDescriptions(extensionUnitFolders(), isClassControl,
                                 [](const std::string& line) { printErrorLine(line); })),
       host_(assetWriters_, [this] { return show(); }) {
