@@ -4,6 +4,7 @@
 #include <QThreadPool>
 #include <QTimer>
 #include <chrono>
+#include <utility>
 
 #include "extensions/json/description_folders.h"
 #include "platform/backends/backends.h"
@@ -98,14 +99,11 @@ std::optional<ServiceError> PanelProgram::show() {
         window_->show();
         return {};
     }
-    window_.emplace(PanelWindowParts{
-        application_,
-        {KTUVCManager::sharedManager(), *cameras_.capture, *userDefaults_, bundle_, commandLine_.renderer},
-        language_,
-        assetWriters_,
-        diagnostics_,
-        catalog_,
-        host_});
+    PanelOptions panel{KTUVCManager::sharedManager(), *cameras_.capture, *userDefaults_, bundle_,
+                       commandLine_.renderer};
+    panel.bindsFirstCameraLater = true;
+    window_.emplace(PanelWindowParts{application_, std::move(panel), language_, assetWriters_, diagnostics_,
+                                     catalog_, host_});
     host_.setPanel(window_->panel());
     return {};
 }
