@@ -97,7 +97,8 @@ public:
     /// Drops both pixel buffers after all draws requested so far.
     void freePictureData();
 
-    /// The number of camera frames drawn, or taken while nobody looks; without those whose draw failed.
+    /// The number of camera frames drawn, or taken while nobody looks, or the same as the one before; without
+    /// those whose draw failed.
     std::uint64_t drawnFrames() const { return drawnFrames_; }
 
     /// The view's current picture in the viewport's size; null before the first frame.  Waits for the render
@@ -203,7 +204,9 @@ private:
     void takeWhole(const std::shared_ptr<PixelBuffer>& frame);
     void takeReduced(const PixelBuffer& reduced);
     void copyInto(const Pictures& which, const PixelBuffer& frame);
+    bool isShownAlready(const SampleBuffer& sample) const;
     void requestDraw(const SampleBuffer& sample);
+    void countUndrawn(const MediaTime& time);
 
     // On any thread
     void makePictures(Pictures& which, std::size_t width, std::size_t height, std::size_t rowLength);
@@ -252,6 +255,7 @@ private:
     Pictures reduced_;
     Whole whole_ = Whole::corrected;
     std::shared_ptr<const CameraFrame> cameraFrame_; // of the last frame, if `kept`
+    std::shared_ptr<PixelBuffer> reducedSource_;     // what reduced_ holds a copy of, if it is drawn
     Shown waiting_ = Shown::whole;                   // what the waiting frame has
     Shown shown_ = Shown::whole;                     // what the display pass draws
     ViewportSize frameSize_;

@@ -30,6 +30,7 @@ void KTMTKView::freePictureData() {
         std::swap(released.correctTexture, pictures_.correctTexture);
         std::swap(releasedReduced, reduced_);
         cameraFrame_.reset();
+        reducedSource_.reset();
         whole_ = Whole::corrected;
         frameSize_ = {};
     });

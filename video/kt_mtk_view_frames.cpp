@@ -78,6 +78,7 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
 void KTMTKView::drawSample(const SampleBuffer& sample) {
     if (sample.mediaType() != MediaType::video) return;
     waitForPreviousFrame();
+    if (isShownAlready(sample)) return countUndrawn(sample.presentationTimeStamp);
     if (sample.imageBuffer) takeWhole(sample.imageBuffer);
     if (sample.reducedBuffer) takeReduced(*sample.reducedBuffer);
     requestDraw(sample);
@@ -134,6 +135,20 @@ void KTMTKView::copyInto(const Pictures& which, const PixelBuffer& frame) {
     if (current() == destination) copyPlanes(frame, *destination);
 }
 
+// An input that gets the same frame again delivers the same picture.
+bool KTMTKView::isShownAlready(const SampleBuffer& sample) const {
+    const std::lock_guard lock(stateMutex_);
+    return sample.reducedBuffer && sample.reducedBuffer == reducedSource_ && !sample.imageBuffer &&
+           !keepsEveryFrame_ && (correction_.shouldFlipHorizontal != 0) == shouldFlipHorizontal_ &&
+           (correction_.shouldFlipVertical != 0) == shouldFlipVertical_;
+}
+
+void KTMTKView::countUndrawn(const MediaTime& time) {
+    const std::lock_guard lock(stateMutex_);
+    presentationTime_ = time;
+    ++drawnFrames_;
+}
+
 void KTMTKView::requestDraw(const SampleBuffer& sample) {
     {
         const std::lock_guard wholeLock(wholeMutex_);
@@ -143,6 +158,7 @@ void KTMTKView::requestDraw(const SampleBuffer& sample) {
             cameraFrame_ = sample.cameraFrame;
             setFrameSize(cameraFrame_->width(), cameraFrame_->height());
         }
+        reducedSource_ = sample.reducedBuffer;
         waiting_ = sample.reducedBuffer ? Shown::reduced : sample.imageBuffer ? Shown::whole : Shown::nothing;
         correction_.shouldFlipHorizontal = shouldFlipHorizontal_ ? 1 : 0;
         correction_.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;

@@ -23,6 +23,10 @@ void KTMTKView::didDraw() {
 }
 
 void KTMTKView::didFailToDraw() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        reducedSource_.reset(); // the same frame must be drawn if it comes again
+    }
     goodDraws_ = 0;
     if (renderer_ != Renderer::gl || std::exchange(recovering_, true)) return;
     // Only the main thread may create windows and contexts.
@@ -47,6 +51,7 @@ void KTMTKView::releaseBackend() {
             const std::lock_guard lock(stateMutex_);
             std::swap(released[0], pictures_);
             std::swap(released[1], reduced_);
+            reducedSource_.reset();
         }
         // Their memory is freed with the passes, so wait for a copy in progress.  No other can begin.
         for (const Pictures& pictures : released)

@@ -78,6 +78,7 @@ void KTMTKView::makeBlack() {
     }
     const std::lock_guard lock(stateMutex_);
     cameraFrame_.reset();
+    reducedSource_.reset();
     whole_ = Whole::copied;
     waiting_ = Shown::whole;
 }

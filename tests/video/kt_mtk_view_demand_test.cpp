@@ -185,6 +185,72 @@ TEST_F(DemandTest, WholePictureIsShownAgainWhenItComes) {
     EXPECT_EQ(frame_->drawn, 0);
 }
 
+// Pictures that did not change
+
+class UnchangedPicture : public DemandTest {
+protected:
+    void SetUp() override {
+        draw(same_);
+        log_.take();
+    }
+
+    const SampleBuffer same_{nullptr, MediaTime::fromNanoseconds(9ms), nullptr, frame_,
+                             makeTestPicture(640, 360)};
+};
+
+TEST_F(UnchangedPicture, IsNotDrawnAgainButCounts) {
+    draw(same_);
+    EXPECT_THAT(log_.take(), IsEmpty());
+    EXPECT_EQ(view_->drawnFrames(), 2U);
+    EXPECT_EQ(view_->presentationTime(), MediaTime::fromNanoseconds(9ms));
+}
+
+TEST_F(UnchangedPicture, IsDrawnOnceItIsMirrored) {
+    view_->setShouldFlipHorizontal(true);
+    draw(same_);
+    EXPECT_THAT(log_.take(), Contains("display"));
+    view_->setShouldFlipVertical(true);
+    draw(same_);
+    EXPECT_THAT(log_.take(), Contains("display"));
+}
+
+TEST_F(UnchangedPicture, IsDrawnAfterAnotherOne) {
+    drawReduced();
+    log_.take();
+    draw(same_);
+    EXPECT_THAT(log_.take(), Contains("display"));
+}
+
+TEST_F(UnchangedPicture, IsDrawnAfterABlackOne) {
+    view_->drawBlack();
+    settle();
+    log_.take();
+    draw(same_);
+    EXPECT_THAT(log_.take(), Contains("correct 40x23"));
+}
+
+TEST_F(UnchangedPicture, IsDrawnIfItsDrawFailed) {
+    log_.hangs = true;
+    view_->setShouldFlipHorizontal(true);
+    draw(same_);
+    log_.hangs = false;
+    log_.take();
+    draw(same_);
+    EXPECT_THAT(log_.take(), Contains("display"));
+}
+
+TEST_F(UnchangedPicture, IsInAMovieEachTimeItComes) {
+    record();
+    for (const auto time : {10ms, 11ms}) {
+        SampleBuffer sample = same_;
+        sample.presentationTimeStamp = MediaTime::fromNanoseconds(time);
+        draw(sample);
+    }
+    const auto calls = script_.take();
+    for (const char* time : {"10000000", "11000000"})
+        EXPECT_THAT(calls, Contains("video append " + std::string(time) + "/1000000000"));
+}
+
 // The whole picture on demand
 
 TEST_F(DemandTest, WholePictureIsMadeOnceOfTheLastFrameWhenItIsAskedFor) {

@@ -115,11 +115,19 @@ SampleBuffer FrameConverter::convert(std::span<const std::uint8_t> bytes, const 
         return made;
     }
     pool_.clear();
-    if (shown) {
-        made.reducedBuffer = makeReduced(bytes, *size, reduction);
-        if (!made.reducedBuffer) return {};
+    const bool unchanged = lastKept_ && lastKept_->isOf(format_, bytes);
+    if (!unchanged) {
+        lastReduced_.reset();
+        lastKept_ = kept_.keep(format_, *size, bytes);
+        if (!lastKept_) return {};
     }
-    made.cameraFrame = kept_.keep(format_, *size, bytes);
+    made.cameraFrame = lastKept_;
+    if (!shown) return made;
+    const FrameSize reduced = reducedSize(*size, reduction);
+    if (!lastReduced_ || lastReduced_->width() != reduced.width || lastReduced_->height() != reduced.height)
+        lastReduced_ = makeReduced(bytes, *size, reduction);
+    if (!lastReduced_) return {};
+    made.reducedBuffer = lastReduced_;
     return made;
 }
 

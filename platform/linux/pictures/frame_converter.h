@@ -32,6 +32,7 @@ public:
 
     /// Makes the pictures that are wanted, and keeps the frame's bytes if that is not the whole one.  A
     /// picture that is shown larger than half its size is made as a whole.
+    /// For a frame that is the same as the one before it makes nothing, but gives the same objects again.
     /// @return empty if the frame must be dropped; without a time
     SampleBuffer convert(std::span<const std::uint8_t> bytes, const PictureDemand& demand);
 
@@ -54,6 +55,8 @@ private:
     PixelBufferPool pool_;
     PixelBufferPool reducedPool_;
     KeptFramePool kept_;
+    std::shared_ptr<const KeptFrame> lastKept_;
+    std::shared_ptr<PixelBuffer> lastReduced_; // of lastKept_
     MjpegDecoder jpeg_;
     PictureHalver halver_;
 };

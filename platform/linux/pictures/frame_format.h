@@ -22,6 +22,8 @@ struct FrameFormat {
     /// The colours as the driver reports them; ignored for MJPEG, which is always BT.601 in full range.
     YuvMatrix matrix = YuvMatrix::bt601;
     bool fullRange = false;
+
+    friend bool operator==(const FrameFormat&, const FrameFormat&) = default;
 };
 
 /// libyuv's name for the colours of a raw format.

@@ -13,8 +13,13 @@ bool KeptFrame::draw(const PixelBuffer& destination) const {
     return converter.setFormat(format_) && converter.convertInto(bytes_, destination);
 }
 
-std::shared_ptr<const CameraFrame> KeptFramePool::keep(const FrameFormat& format, FrameSize size,
-                                                       std::span<const std::uint8_t> bytes) {
+bool KeptFrame::isOf(const FrameFormat& format, std::span<const std::uint8_t> bytes) const {
+    const std::lock_guard lock(mutex_);
+    return format == format_ && std::ranges::equal(bytes, bytes_);
+}
+
+std::shared_ptr<const KeptFrame> KeptFramePool::keep(const FrameFormat& format, FrameSize size,
+                                                     std::span<const std::uint8_t> bytes) {
     // A count of one means that only we hold it, and only we could share it again.
     auto unused = std::ranges::find_if(frames_, [](const auto& frame) { return frame.use_count() == 1; });
     if (unused == frames_.end()) {

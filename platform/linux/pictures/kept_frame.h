@@ -21,6 +21,10 @@ public:
     std::size_t height() const override { return size_.height; }
     bool draw(const PixelBuffer& destination) const override;
 
+    /// Whether a camera sends the same frame again.  A difference shows at the first bytes of nearly every
+    /// frame.
+    bool isOf(const FrameFormat& format, std::span<const std::uint8_t> bytes) const;
+
 private:
     friend class KeptFramePool;
 
@@ -36,8 +40,8 @@ class KeptFramePool {
 public:
     /// @param size of the picture, which a JPEG frame says itself
     /// @return null if as many frames are in use as there may be
-    std::shared_ptr<const CameraFrame> keep(const FrameFormat& format, FrameSize size,
-                                            std::span<const std::uint8_t> bytes);
+    std::shared_ptr<const KeptFrame> keep(const FrameFormat& format, FrameSize size,
+                                          std::span<const std::uint8_t> bytes);
 
 private:
     static constexpr std::size_t capacity = 6;

@@ -235,17 +235,50 @@ TEST_F(DemandedPictures, FrameThatIsNoPictureIsDroppedThoughNobodyLooks) {
 }
 
 TEST_F(DemandedPictures, KeptFramesAreUsedAgainAndDroppedWhileEveryOneIsHeld) {
-    const CameraFrame* first = converter_.convert(jpeg_, nothing).cameraFrame.get();
-    EXPECT_EQ(converter_.convert(jpeg_, nothing).cameraFrame.get(), first);
+    std::uint8_t number = 0;
+    const auto next = [&] { // each another frame, for bytes behind the end do no harm
+        Bytes bytes = jpeg_;
+        bytes.push_back(number++);
+        return converter_.convert(bytes, nothing);
+    };
+    std::vector<const CameraFrame*> frames;
+    for (int i = 0; i < 4; ++i)
+        frames.push_back(next().cameraFrame.get());
+    EXPECT_EQ(frames[2], frames[0]);
+    EXPECT_EQ(frames[3], frames[1]);
     std::vector<SampleBuffer> held;
     while (held.size() < 20) {
-        SampleBuffer made = converter_.convert(jpeg_, nothing);
+        SampleBuffer made = next();
         if (!made.mediaType()) break;
         held.push_back(std::move(made));
     }
     EXPECT_EQ(held.size(), 6U);
     held.pop_back();
-    EXPECT_TRUE(converter_.convert(jpeg_, nothing).mediaType());
+    EXPECT_TRUE(next().mediaType());
+}
+
+TEST_F(DemandedPictures, FrameThatDidNotChangeIsNotDecodedAgain) {
+    const SampleBuffer first = converter_.convert(jpeg_, shownAt({160, 90}));
+    const SampleBuffer again = converter_.convert(jpeg_, shownAt({160, 90}));
+    ASSERT_TRUE(first.reducedBuffer);
+    EXPECT_EQ(again.reducedBuffer, first.reducedBuffer);
+    EXPECT_EQ(again.cameraFrame, first.cameraFrame);
+    const SampleBuffer smaller = converter_.convert(jpeg_, shownAt({80, 45}));
+    EXPECT_EQ(smaller.reducedBuffer->width(), 80U);
+    EXPECT_EQ(smaller.cameraFrame, first.cameraFrame);
+    const SampleBuffer other = converter_.convert(softJpeg(320, 180, Chroma::h420), shownAt({80, 45}));
+    EXPECT_NE(other.reducedBuffer, smaller.reducedBuffer);
+    EXPECT_NE(other.cameraFrame, first.cameraFrame);
+}
+
+TEST_F(DemandedPictures, SameBytesInAnotherFormatAreAnotherFrame) {
+    FrameConverter converter;
+    const Bytes bytes = softFrame(fourcc::yuyv, {32, 18});
+    ASSERT_TRUE(converter.setFormat({fourcc::yuyv, {32, 18}}));
+    const SampleBuffer first = converter.convert(bytes, shownAt({16, 9}));
+    ASSERT_TRUE(converter.setFormat({fourcc::uyvy, {32, 18}}));
+    EXPECT_NE(pixelsOf(*converter.convert(bytes, shownAt({16, 9})).reducedBuffer),
+              pixelsOf(*first.reducedBuffer));
 }
 
 class ReducedColour : public testing::TestWithParam<std::tuple<YuvMatrix, bool>> {};
