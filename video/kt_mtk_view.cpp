@@ -152,7 +152,29 @@ bool KTMTKView::event(QEvent* event) {
 }
 
 void KTMTKView::exposeEvent(QExposeEvent*) {
-    setDrawable(isExposed());
+    watchTopLevel();
+    exposureDidChange();
+}
+
+// When a window is minimised, the window system says nothing about those in it.
+void KTMTKView::watchTopLevel() {
+    QWindow* top = this;
+    while (top->parent() != nullptr)
+        top = top->parent();
+    if (top == this) top = nullptr;
+    if (top == topLevel_) return;
+    if (topLevel_) topLevel_->removeEventFilter(this);
+    topLevel_ = top;
+    if (topLevel_) topLevel_->installEventFilter(this);
+}
+
+bool KTMTKView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == topLevel_ && event->type() == QEvent::Expose) exposureDidChange();
+    return QWindow::eventFilter(watched, event);
+}
+
+void KTMTKView::exposureDidChange() {
+    setDrawable(isExposed() && (!topLevel_ || topLevel_->isExposed()));
     if (!drawable_) return;
     updateDrawableSize(); // the scale of the screen may have changed too
     redisplay();

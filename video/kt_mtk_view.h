@@ -167,6 +167,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void exposeEvent(QExposeEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -195,6 +196,8 @@ private:
     void releaseBackend();
     void useBackend(RenderBackend backend);
     void switchToCpu();
+    void watchTopLevel();
+    void exposureDidChange();
     void setDrawable(bool drawable);
     void updateDrawableSize();
     void redisplay();
@@ -285,6 +288,7 @@ private:
     // On the main thread
     Diagnostics* diagnostics_ = nullptr;
     QPointer<QWidget> container_;
+    QPointer<QWindow> topLevel_; // the window that this one is in, if it is in one
     bool hidden_ = false;
 };
 

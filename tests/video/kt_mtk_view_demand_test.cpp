@@ -118,6 +118,25 @@ TEST_F(DemandTest, ShownViewWantsAsMuchAsThePictureCoversUntilItIsHiddenAgain) {
     EXPECT_EQ(view_->demand(), (PictureDemand{false, 0, 0}));
 }
 
+TEST_F(DemandTest, ViewInAMinimisedWindowWantsNothing) {
+    QWindow window;
+    window.setGeometry(0, 0, 700, 400);
+    view_->setParent(&window);
+    window.show();
+    show();
+    EXPECT_NE(view_->demand(), (PictureDemand{false, 0, 0}));
+    window.hide();
+    while (window.isExposed())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_TRUE(view_->isVisible());
+    EXPECT_EQ(view_->demand(), (PictureDemand{false, 0, 0}));
+    window.show();
+    while (!window.isExposed())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    EXPECT_EQ(view_->demand(), (PictureDemand{false, 536, 301}));
+    view_.reset(); // before the window that it is in
+}
+
 TEST_F(DemandTest, RecordingWantsWholePicturesUntilItEnds) {
     drawNothing();
     record();
