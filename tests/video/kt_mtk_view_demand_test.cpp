@@ -284,6 +284,20 @@ TEST_F(DemandTest, WholePictureIsMadeOnceOfTheLastFrameWhenItIsAskedFor) {
     EXPECT_EQ(frame_->drawn, 2);
 }
 
+TEST_F(DemandTest, WholePicturesAreLetGoWithTheNextReducedOne) {
+    drawReduced();
+    const std::weak_ptr<PixelBuffer> whole = view_->correctPixelBuffer();
+    EXPECT_FALSE(whole.expired());
+    drawReduced();
+    EXPECT_TRUE(whole.expired());
+    const int drawn = frame_->drawn;
+    draw({makeTestPicture(1280, 720), MediaTime::fromNanoseconds(1ms)});
+    log_.take();
+    drawReduced();
+    EXPECT_THAT(log_.take(), Contains("make frame 640x360")); // the reduced ones were let go, too
+    EXPECT_EQ(frame_->drawn, drawn);
+}
+
 TEST_F(DemandTest, WholePictureBesideAReducedOneIsCorrectedWhenItIsAskedFor) {
     draw({makeTestPicture(1280, 720), MediaTime::fromNanoseconds(1ms), nullptr, nullptr,
           makeTestPicture(640, 360)});
