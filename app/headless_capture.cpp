@@ -60,6 +60,7 @@ void HeadlessCapture::start() {
     recorder_ = std::make_shared<TimedRecorder>(assetWriters_, options_.duration);
     view_->mtkView()->setAssetWriteManager(recorder_);
     view_->mtkView()->setShouldFlipHorizontal(options_.mirror);
+    view_->mtkView()->setNeedsWholePictures(true);
     capture_.addObserver(this);
     observing_ = true;
     view_->showDevice(camera_);

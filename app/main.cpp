@@ -13,7 +13,7 @@
 #include "app/qt_messages.h"
 #include "app/single_instance.h"
 #include "platform/backends/backends.h"
-#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/movie/module/late_asset_writer_platform.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
 #include "process/quit_signals.h"
@@ -69,7 +69,7 @@ int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSi
     QtMainQueue mainQueue;
     StderrDiagnostics diagnostics(commandLine.verbose);
     const Backend cameras = makeCameras(panelCameraOptions(commandLine), mainQueue, diagnostics);
-    HeadlessCapture capture(*cameras.capture, makeFfmpegAssetWriterPlatform(diagnostics),
+    HeadlessCapture capture(*cameras.capture, makeLateAssetWriterPlatform(diagnostics),
                             *commandLine.headlessCapture, commandLine.renderer);
     QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
     QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);

@@ -4,10 +4,11 @@
 #include <QThreadPool>
 #include <QTimer>
 #include <chrono>
+#include <utility>
 
 #include "extensions/json/description_folders.h"
 #include "platform/backends/backends.h"
-#include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "platform/linux/movie/module/late_asset_writer_platform.h"
 #include "platform/linux/preferences/json_preferences_store.h"
 #include "process/data_folders.h"
 #include "process/error_line.h"
@@ -39,7 +40,7 @@ PanelProgram::PanelProgram(const CommandLine& commandLine, KTApplication& applic
       language_(bundle_, *userDefaults_),
       localizer_(bundle_, *userDefaults_),
       cameras_(makeCameras(panelCameraOptions(commandLine), mainQueue_, diagnostics_)),
-      assetWriters_(makeFfmpegAssetWriterPlatform(diagnostics_)),
+      assetWriters_(makeLateAssetWriterPlatform(diagnostics_)),
       catalog_(readDescriptions(extensionUnitFolders(), isClassControl,
                                 [](const std::string& line) { printErrorLine(line); })),
       host_(assetWriters_, [this] { return show(); }) {
@@ -98,14 +99,11 @@ std::optional<ServiceError> PanelProgram::show() {
         window_->show();
         return {};
     }
-    window_.emplace(PanelWindowParts{
-        application_,
-        {KTUVCManager::sharedManager(), *cameras_.capture, *userDefaults_, bundle_, commandLine_.renderer},
-        language_,
-        assetWriters_,
-        diagnostics_,
-        catalog_,
-        host_});
+    PanelOptions panel{KTUVCManager::sharedManager(), *cameras_.capture, *userDefaults_, bundle_,
+                       commandLine_.renderer};
+    panel.bindsFirstCameraLater = true;
+    window_.emplace(PanelWindowParts{application_, std::move(panel), language_, assetWriters_, diagnostics_,
+                                     catalog_, host_});
     host_.setPanel(window_->panel());
     return {};
 }

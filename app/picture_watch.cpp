@@ -86,8 +86,8 @@ PictureStatus PictureWatch::seen() {
         status.kind = Kind::waiting;
     } else {
         status.kind = Kind::shown;
-        if (const auto picture = view.pixelBuffer())
-            status.size = QSize(static_cast<int>(picture->width()), static_cast<int>(picture->height()));
+        const ViewportSize size = view.frameSize();
+        status.size = QSize(static_cast<int>(size.width), static_cast<int>(size.height));
         status.framesPerSecond = framesPerSecond();
     }
     if (status.kind == Kind::busy && camera == camera_) status.holders = findings_.holders;

@@ -30,7 +30,9 @@ std::shared_ptr<CaptureDevice> WindowHost::shownCamera() const {
 }
 
 KTUVCManager& WindowHost::shownControls() {
-    return panel_ != nullptr ? panel_->uvcManager() : KTUVCManager::sharedManager();
+    if (panel_ == nullptr) return KTUVCManager::sharedManager();
+    panel_->finishBinding();
+    return panel_->uvcManager();
 }
 
 bool WindowHost::isMirrored() const {

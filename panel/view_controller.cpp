@@ -27,11 +27,15 @@ ViewController::ViewController(const PanelOptions& options)
       userDefaults_(options.userDefaults),
       bundle_(options.bundle),
       renderer_(options.renderer),
-      pause_(options.pause) {
+      pause_(options.pause),
+      bindsFirstCameraLater_(options.bindsFirstCameraLater) {
     showTimer_.setSingleShot(true);
     connect(&showTimer_, &QTimer::timeout, this, &ViewController::showMtkView);
     readAgainTimer_.setSingleShot(true);
     connect(&readAgainTimer_, &QTimer::timeout, this, &ViewController::readAgain);
+    settleTimer_.setSingleShot(true);
+    settleTimer_.setTimerType(Qt::PreciseTimer);
+    connect(&settleTimer_, &QTimer::timeout, this, &ViewController::didSettle);
     connect(&follower_, &ControlFollower::changed, this, &ViewController::controlWasFollowed);
 }
 

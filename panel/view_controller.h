@@ -46,6 +46,8 @@ struct PanelOptions {
     std::function<void(std::chrono::milliseconds)> pause = [](auto time) {
         std::this_thread::sleep_for(time);
     };
+    /// Bind the first camera while the window already stands, and not in viewDidLoad().
+    bool bindsFirstCameraLater = false;
 };
 
 /// Connects cameras, controls and profiles to the widgets.
@@ -91,6 +93,9 @@ public:
     void camera2ButtonAction(QObject* sender);
     /// Switches to a camera of devicesArray(), unless it is shown already.
     void showCamera(const std::shared_ptr<CaptureDevice>& camera);
+    /// Binds a camera that settles still, after the rest of its time.  Call before its controls are used for
+    /// somebody who does not see the panel.
+    void finishBinding();
     void addNotifiction();
     void captureDeviceWasConnectedNotification(const std::shared_ptr<CaptureDevice>& device);
     void captureDeviceWasDisconnectedNotification(const std::shared_ptr<CaptureDevice>& device);
@@ -182,6 +187,8 @@ private:
     /// or one that answers for no control, is shown with its controls disabled.
     void bindControls(const CaptureDevice& device);
     /// After a read failure, reads the camera once more when there was no user action for a second.
+    void didSettle();
+    void bindNewCamera(const CaptureDevice& device);
     void readAgainAfterQuiet();
     void readAgain();
 
@@ -222,11 +229,13 @@ private:
     const Bundle& bundle_;
     const RendererChoice renderer_;
     const std::function<void(std::chrono::milliseconds)> pause_;
+    const bool bindsFirstCameraLater_;
 
     std::unique_ptr<PanelView> ownedView_; // until a window owns it
     PanelView* view_ = nullptr;
     QTimer showTimer_{this}; // shows the preview again
     QTimer readAgainTimer_{this};
+    QTimer settleTimer_{this}; // runs until the first camera is bound, if that is done later
     ReopeningPolicy reopening_;
     ControlFollower follower_{uvcManager_};
     /// The rows whose slider was held when its control changed, and was not set since.

@@ -48,16 +48,37 @@ void ViewController::showCameraButtons(std::optional<std::size_t> shown) {
 }
 
 void ViewController::switchCameraWithIndex(std::size_t index) {
+    settleTimer_.stop();
     cameraSettingKey_.reset();
     showCameraButtons(index);
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
     if (displayView() != nullptr) displayView()->showDevice(device);
     Q_EMIT shownCameraChanged();
+    // Only at the start nothing is bound that could be taken for the new camera's controls meanwhile.
+    if (bindsFirstCameraLater_ && !observing_) {
+        settleTimer_.start(settleTime);
+        return;
+    }
     pause_(settleTime);
+    bindNewCamera(*device);
+}
+
+void ViewController::finishBinding() {
+    if (!settleTimer_.isActive()) return;
+    pause_(settleTimer_.remainingTimeAsDuration());
+    didSettle();
+}
+
+void ViewController::didSettle() {
+    settleTimer_.stop();
+    if (const auto device = shownCamera()) bindNewCamera(*device);
+}
+
+void ViewController::bindNewCamera(const CaptureDevice& device) {
     profileIndex_ = -1;
     for (KTProfileButton* button : view_->profileButtons())
         button->setState(0);
-    bindControls(*device);
+    bindControls(device);
     readAgainAfterQuiet();
 }
 

@@ -154,7 +154,8 @@ public:
     virtual std::unique_ptr<AssetWriter> makeWriter(const std::string& path, MovieFileType type,
                                                     Error& error) = 0;
 
-    /// Never null.  No writer accepts an input without settings.
+    /// Never null.  Call it after makeWriter() has made a writer.  No writer accepts an input without
+    /// settings.
     virtual std::shared_ptr<AssetWriterInput> makeVideoInput(
         const std::optional<VideoSettings>& settings) = 0;
     virtual std::shared_ptr<AssetWriterInput> makeAudioInput(

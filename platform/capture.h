@@ -5,12 +5,14 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/audio_buffer.h"
+#include "platform/camera_frame.h"
 #include "platform/device_holders.h"
 #include "platform/error.h"
 #include "platform/media_time.h"
@@ -24,13 +26,19 @@ enum class MediaType : std::uint8_t { video, audio };
 
 /// A captured picture or sound and the time when it was taken.  Cameras deliver pictures only.
 struct SampleBuffer {
-    std::shared_ptr<PixelBuffer> imageBuffer;
+    std::shared_ptr<PixelBuffer> imageBuffer; ///< the whole picture
     MediaTime presentationTimeStamp;
     std::shared_ptr<const AudioBuffer> audioBuffer{};
 
+    // Instead of the whole picture, if the receiver does not want it (PictureDemand).
+
+    std::shared_ptr<const CameraFrame> cameraFrame{};
+    /// The whole picture at a half or a quarter of its size, which is large enough to be shown.
+    std::shared_ptr<PixelBuffer> reducedBuffer{};
+
     /// Nothing if the sample is empty.
     std::optional<MediaType> mediaType() const {
-        if (imageBuffer) return MediaType::video;
+        if (imageBuffer || cameraFrame) return MediaType::video;
         if (audioBuffer) return MediaType::audio;
         return std::nullopt;
     }
@@ -63,8 +71,11 @@ class FrameSink {
 public:
     virtual ~FrameSink() = default;
 
-    /// The picture is BGRA.  The input reuses its memory once all references to it are dropped.
+    /// Pictures are BGRA.  The input reuses their memory once all references to it are dropped.
     virtual void consume(const SampleBuffer& sample) = 0;
+
+    /// What of the next frame is wanted.  An input that cannot make less makes the whole picture.
+    virtual PictureDemand demand() const { return {}; }
 };
 
 class CaptureDevice;
@@ -139,7 +150,7 @@ public:
 };
 
 /// An output of a session: pixel format and delegate.  Set it up before adding it to a session; do not change
-/// it afterwards.
+/// it afterwards, except for the demand.
 class CaptureVideoDataOutput {
 public:
     struct VideoSettings {
@@ -148,6 +159,16 @@ public:
 
     const VideoSettings& videoSettings() const { return videoSettings_; }
     void setVideoSettings(VideoSettings settings) { videoSettings_ = settings; }
+
+    /// Which pictures the delegate wants of the next frames; may change at any time, on any thread.
+    PictureDemand demand() const {
+        const std::lock_guard lock(demandMutex_);
+        return demand_;
+    }
+    void setDemand(const PictureDemand& demand) {
+        const std::lock_guard lock(demandMutex_);
+        demand_ = demand;
+    }
 
     /// Both must outlive the session's last frame.
     void setSampleBufferDelegate(SampleBufferDelegate* delegate, SerialQueue* queue) {
@@ -159,6 +180,8 @@ public:
 
 private:
     VideoSettings videoSettings_;
+    mutable std::mutex demandMutex_; // guards the demand
+    PictureDemand demand_;
     SampleBufferDelegate* delegate_ = nullptr;
     SerialQueue* queue_ = nullptr;
 };

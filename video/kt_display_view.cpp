@@ -41,6 +41,7 @@ KTDisplayView::KTDisplayView(const QRect& frame, RendererChoice renderer,
     layout();
 
     captureVideoDataOutput_->setSampleBufferDelegate(this, captureQueue_.get());
+    captureVideoDataOutput_->setDemand(mtkView_->demand());
     captureSession_->addOutput(*captureVideoDataOutput_);
 }
 
@@ -130,7 +131,8 @@ void KTDisplayView::captureOutputDidOutputSampleBufferFromConnection(CaptureVide
                                                                      const SampleBuffer& sample,
                                                                      const CaptureConnection&) {
     if (&output != captureVideoDataOutput_.get()) return;
-    mtkView_->drawPixelBufferWithPresentationTime(sample.imageBuffer, sample.presentationTimeStamp);
+    captureVideoDataOutput_->setDemand(mtkView_->demand()); // what is wanted may change at any time
+    mtkView_->drawSample(sample);
 }
 
 void KTDisplayView::captureOutputDidDropSampleBufferFromConnection(CaptureVideoDataOutput&,

@@ -39,7 +39,8 @@ KTMTKView::~KTMTKView() {
     renderQueue_->sync([this] {
         assetWriteManager_.reset();
         backend_.surface->setDrawable(false);
-        releasePictures();
+        release(pictures_);
+        release(reduced_);
         backend_.passes.reset();
     });
     destroy(); // destroys the native window, before the surface that drew into it
@@ -79,12 +80,6 @@ GroupExtent KTMTKView::correctGroupCount() const {
     return correctGroupCount_;
 }
 
-std::shared_ptr<PixelBuffer> KTMTKView::pixelBuffer() const {
-    return pictures().pixelBuffer;
-}
-std::shared_ptr<PixelBuffer> KTMTKView::correctPixelBuffer() const {
-    return pictures().correctPixelBuffer;
-}
 std::shared_ptr<FrameTexture> KTMTKView::texture() const {
     return pictures().texture;
 }
@@ -98,14 +93,13 @@ MediaTime KTMTKView::presentationTime() const {
 }
 
 FloatMatrix KTMTKView::getRenderModelViewMatrixBuffer() const {
-    return matrixFor(pictures(), viewportSize());
+    return matrixFor(viewportSize());
 }
 
-FloatMatrix KTMTKView::matrixFor(const Pictures& pictures, ViewportSize viewport) const {
-    const auto& frame = pictures.pixelBuffer;
-    if (!frame) return getMetalMatrixFromCAMatrix(identityTransform);
-    return getMetalMatrixFromCAMatrix(
-        modelViewTransform(videoGravity_, frame->width(), frame->height(), viewport));
+FloatMatrix KTMTKView::matrixFor(ViewportSize viewport) const {
+    // Of the frame, since a reduced picture has its proportions only nearly.
+    const ViewportSize frame = shownPictures().pixelBuffer ? frameSize() : ViewportSize();
+    return getMetalMatrixFromCAMatrix(modelViewTransform(videoGravity_, frame.width, frame.height, viewport));
 }
 
 FloatMatrix KTMTKView::getMetalMatrixFromCAMatrix(const Transform& transform) {
@@ -125,7 +119,7 @@ void KTMTKView::mtkViewDrawableSizeWillChange(double width, double height) {
 QImage KTMTKView::grabPicture() {
     QImage image;
     renderQueue_->sync([&] {
-        const auto corrected = correctPixelBuffer();
+        const auto corrected = shownPictures().correctPixelBuffer;
         const ViewportSize viewport = viewportSize();
         if (!corrected || viewport.width == 0 || viewport.height == 0) return;
         image = QImage(int(viewport.width), int(viewport.height), QImage::Format_RGB32);
@@ -158,7 +152,29 @@ bool KTMTKView::event(QEvent* event) {
 }
 
 void KTMTKView::exposeEvent(QExposeEvent*) {
-    setDrawable(isExposed());
+    watchTopLevel();
+    exposureDidChange();
+}
+
+// When a window is minimised, the window system says nothing about those in it.
+void KTMTKView::watchTopLevel() {
+    QWindow* top = this;
+    while (top->parent() != nullptr)
+        top = top->parent();
+    if (top == this) top = nullptr;
+    if (top == topLevel_) return;
+    if (topLevel_) topLevel_->removeEventFilter(this);
+    topLevel_ = top;
+    if (topLevel_) topLevel_->installEventFilter(this);
+}
+
+bool KTMTKView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == topLevel_ && event->type() == QEvent::Expose) exposureDidChange();
+    return QWindow::eventFilter(watched, event);
+}
+
+void KTMTKView::exposureDidChange() {
+    setDrawable(isExposed() && (!topLevel_ || topLevel_->isExposed()));
     if (!drawable_) return;
     updateDrawableSize(); // the scale of the screen may have changed too
     redisplay();

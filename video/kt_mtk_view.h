@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/capture.h"
 #include "platform/diagnostics.h"
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
@@ -31,6 +32,9 @@ namespace tavelo {
 /// Copies each camera frame into memory shared with the GPU, runs the correction pass (which mirrors) and
 /// draws the corrected frame, scaled according to videoGravity.  It draws when a frame arrives or on request,
 /// never by a timer.
+///
+/// Works for what is looked at: while frames come with a reduced picture (demand()), both passes run on that,
+/// and pixelBuffer() and correctPixelBuffer() are made of the last frame when somebody asks for them.
 ///
 /// A window of the main thread that draws on a thread of its own, the render queue.  The main thread and the
 /// capture queue may wait for the render queue; the render queue waits for neither.  Calls are thread-safe
@@ -66,6 +70,17 @@ public:
     void drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                              const MediaTime& time);
 
+    /// Which pictures the view needs of the next frames: as large as it is shown, whole ones during a
+    /// recording.
+    PictureDemand demand() const;
+
+    /// Whether it needs whole pictures in any case.  A frame that nobody looks at is not decoded, so a
+    /// damaged one is noticed only by the still that is made of it.
+    void setNeedsWholePictures(bool needs) { needsWholePictures_ = needs; }
+
+    /// The same for a sample with any pictures.  One without counts as drawn: nobody looks.
+    void drawSample(const SampleBuffer& sample);
+
     /// Makes the picture black after all draws requested so far.  Called when the camera is gone, so it also
     /// finishes a recording.
     void drawBlack();
@@ -82,7 +97,8 @@ public:
     /// Drops both pixel buffers after all draws requested so far.
     void freePictureData();
 
-    /// The number of camera frames drawn, without those whose draw failed.
+    /// The number of camera frames drawn, or taken while nobody looks, or the same as the one before; without
+    /// those whose draw failed.
     std::uint64_t drawnFrames() const { return drawnFrames_; }
 
     /// The view's current picture in the viewport's size; null before the first frame.  Waits for the render
@@ -130,8 +146,11 @@ public:
 
     // State
 
-    std::shared_ptr<PixelBuffer> pixelBuffer() const;
-    std::shared_ptr<PixelBuffer> correctPixelBuffer() const;
+    /// Of the camera's frames; zero before the first.
+    ViewportSize frameSize() const;
+    /// These two may wait for the render queue, which makes them.
+    std::shared_ptr<PixelBuffer> pixelBuffer();
+    std::shared_ptr<PixelBuffer> correctPixelBuffer();
     std::shared_ptr<FrameTexture> texture() const;
     std::shared_ptr<FrameTexture> correctTexture() const;
     /// Of the last frame drawn.
@@ -148,6 +167,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void exposeEvent(QExposeEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -160,7 +180,15 @@ private:
         std::shared_ptr<FrameTexture> correctTexture;
     };
 
-    FloatMatrix matrixFor(const Pictures& pictures, ViewportSize viewport) const;
+    /// What pictures_ hold of the last frame.
+    enum class Whole : std::uint8_t {
+        corrected,
+        copied, ///< not yet corrected
+        kept    ///< nothing, but cameraFrame_ is it
+    };
+    enum class Shown : std::uint8_t { whole, reduced, nothing };
+
+    FloatMatrix matrixFor(ViewportSize viewport) const;
 
     // On the main thread
     void initMetal(const BackendFactory& makeBackend);
@@ -168,28 +196,48 @@ private:
     void releaseBackend();
     void useBackend(RenderBackend backend);
     void switchToCpu();
+    void watchTopLevel();
+    void exposureDidChange();
     void setDrawable(bool drawable);
     void updateDrawableSize();
     void redisplay();
 
     // On the capture queue
-    bool fits(const PixelBuffer& frame) const;
     void waitForPreviousFrame();
-    void copyIntoPicture(const PixelBuffer& frame);
+    void takeWhole(const std::shared_ptr<PixelBuffer>& frame);
+    void takeReduced(const PixelBuffer& reduced);
+    void copyInto(const Pictures& which, const PixelBuffer& frame);
+    bool isShownAlready(const SampleBuffer& sample) const;
+    void requestDraw(const SampleBuffer& sample);
+    void countUndrawn(const MediaTime& time);
+
+    // On any thread
+    void makePictures(Pictures& which, std::size_t width, std::size_t height, std::size_t rowLength);
+    void release(Pictures& which);
+    void setFrameSize(std::size_t width, std::size_t height);
+    std::shared_ptr<const CameraFrame> keptFrame() const;
+    void makeWholeUnlessDrawn();
 
     // On the render queue
-    void releasePictures();
+    bool makeWhole();
+    bool drawKeptFrame(const CameraFrame& frame);
+    void makeWholePicturesFor(const CameraFrame& frame);
+    void makeBlack();
+    std::shared_ptr<PixelBuffer> wholePicture();
+    bool correctWaiting();
+    void didShow(Shown shown);
     bool makeCurrent();
     void drawWaitingFrame();
     bool drawInMTKView();
     bool correctionPass(const Pictures& pictures);
-    void displayPass(const Pictures& pictures);
+    void displayPass();
     void didDraw();
     void didFailToDraw();
     void allowNextFrame();
     bool mayPresent();
     void noteRecording();
     Pictures pictures() const;
+    Pictures shownPictures() const;
 
     const std::unique_ptr<SerialQueue> renderQueue_;
     const BackendRemaker remakeBackend_;
@@ -202,9 +250,19 @@ private:
     std::atomic<std::uint64_t> drawnFrames_ = 0;
     std::atomic<int> failures_ = 0;             // of OpenGL, without enough good draws in between
     std::atomic<bool> keepsEveryFrame_ = false; // during a recording
+    std::atomic<bool> drawable_ = false;
+    std::atomic<bool> needsWholePictures_ = false;
 
     mutable std::mutex stateMutex_; // guards the members up to the blank line; held briefly
-    Pictures pictures_;
+    Pictures pictures_;             // whole
+    Pictures reduced_;
+    Whole whole_ = Whole::corrected;
+    std::shared_ptr<const CameraFrame> cameraFrame_; // of the last frame, if `kept`
+    std::shared_ptr<PixelBuffer> reducedSource_;     // what reduced_ holds a copy of, if it is drawn
+    Shown waiting_ = Shown::whole;                   // what the waiting frame has
+    Shown shown_ = Shown::whole;                     // what the display pass draws
+    ViewportSize frameSize_;
+    CorrectionParameters correction_; // of the last frame
     GroupExtent correctGroupSize_;
     GroupExtent correctGroupCount_;
     ViewportSize viewportSize_;
@@ -217,6 +275,10 @@ private:
 
     std::condition_variable frameTaken_;
 
+    // Held while whole pictures are written, so that an older frame never replaces a newer one.  Taken before
+    // the locks of pictures and state; on other threads than the render queue never while waiting for that.
+    std::mutex wholeMutex_;
+
     // On the render queue
     std::shared_ptr<KTAssetWriterManager> assetWriteManager_;
     int skippedPictures_ = 0; // skipped in the preview, in a row
@@ -226,8 +288,8 @@ private:
     // On the main thread
     Diagnostics* diagnostics_ = nullptr;
     QPointer<QWidget> container_;
+    QPointer<QWindow> topLevel_; // the window that this one is in, if it is in one
     bool hidden_ = false;
-    bool drawable_ = false;
 };
 
 } // namespace tavelo

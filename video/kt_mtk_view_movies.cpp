@@ -9,9 +9,11 @@ namespace tavelo {
 void KTMTKView::screenShotWithFilePathCompletionHandler(const std::string& filePath,
                                                         SnapshotHandler handler) {
     renderQueue_->async([this, filePath, handler = std::move(handler)] {
-        const auto frame = correctPixelBuffer();
-        if (!frame) return;
-        const std::optional<Error> error = writeSnapshot(*frame, filePath);
+        const auto frame = wholePicture();
+        const bool isDamaged = keptFrame() != nullptr;
+        if (!frame && !isDamaged) return;
+        const std::optional<Error> error =
+            frame ? writeSnapshot(*frame, filePath) : Error{ErrorCode::none, snapshotSteps().front().failure};
         if (handler) handler(!error, error.value_or(Error()));
     });
 }
@@ -21,7 +23,7 @@ void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
     KTAssetWriterManager::CompletionHandler completionHandler) {
     renderQueue_->async(
         [this, filePath, audioOutputSettings, completionHandler = std::move(completionHandler)] {
-            const auto frame = correctPixelBuffer();
+            const auto frame = wholePicture();
             if (!frame) {
                 completionHandler(false, {ErrorCode::none, "Not rending"});
                 return;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How KTMTKView recovers if OpenGL fails: it creates the renderer again, and finally switches to the CPU.
+#include <array>
 #include <utility>
 
 #include "video/kt_mtk_view.h"
@@ -22,6 +23,10 @@ void KTMTKView::didDraw() {
 }
 
 void KTMTKView::didFailToDraw() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        reducedSource_.reset(); // the same frame must be drawn if it comes again
+    }
     goodDraws_ = 0;
     if (renderer_ != Renderer::gl || std::exchange(recovering_, true)) return;
     // Only the main thread may create windows and contexts.
@@ -41,13 +46,16 @@ void KTMTKView::recover() {
 void KTMTKView::releaseBackend() {
     RenderBackend old;
     renderQueue_->sync([&] {
-        Pictures released;
+        std::array<Pictures, 2> released;
         {
             const std::lock_guard lock(stateMutex_);
-            std::swap(released, pictures_);
+            std::swap(released[0], pictures_);
+            std::swap(released[1], reduced_);
+            reducedSource_.reset();
         }
         // Their memory is freed with the passes, so wait for a copy in progress.  No other can begin.
-        if (released.pixelBuffer) static_cast<void>(released.pixelBuffer->lock());
+        for (const Pictures& pictures : released)
+            if (pictures.pixelBuffer) static_cast<void>(pictures.pixelBuffer->lock());
         released = {};
         old = std::move(backend_);
         if (old.surface) old.surface->makeCurrent(); // frees OpenGL's objects if the context still works

@@ -37,7 +37,9 @@ RenderBackend makeCpuBackend(QWindow& window) {
 } // namespace
 
 RenderBackend makeRenderBackend(RendererChoice choice, QWindow& window, SerialQueue& renderQueue) {
-    if (choice != RendererChoice::cpu) {
+    const bool tryGl =
+        choice == RendererChoice::gl || (choice == RendererChoice::automatic && hasGraphicsCard());
+    if (tryGl) {
         RenderBackend backend = makeGlBackend(choice, window, renderQueue);
         if (backend.passes) return backend;
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string_view>
 
@@ -21,5 +22,10 @@ enum class Renderer : std::uint8_t { gl, cpu };
 /// Parses "auto", "gl" or "cpu"; empty for any other text.
 std::optional<RendererChoice> rendererChoiceFromText(std::string_view text);
 std::string_view rendererText(Renderer renderer);
+
+/// Whether a graphics card has a driver that OpenGL can use.  Without one OpenGL is emulated, and asking
+/// OpenGL itself would load that emulation, with a compiler of 50 MB.
+/// @param devices the folder of the device nodes
+bool hasGraphicsCard(const std::filesystem::path& devices = "/dev");
 
 } // namespace tavelo

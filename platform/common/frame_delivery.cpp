@@ -34,6 +34,11 @@ void FrameDelivery::consume(const SampleBuffer& sample) {
     target_->queue->async([self = shared_from_this()] { self->run(); });
 }
 
+PictureDemand FrameDelivery::demand() const {
+    const std::lock_guard lock(mutex_);
+    return target_ ? target_->output->demand() : PictureDemand();
+}
+
 void FrameDelivery::run() {
     std::unique_lock lock(mutex_);
     scheduled_ = false;

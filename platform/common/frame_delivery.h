@@ -26,6 +26,8 @@ public:
 
     /// Never blocks on the delegate.
     void consume(const SampleBuffer& sample) override;
+    /// The output's.
+    PictureDemand demand() const override;
 
 private:
     // Drops during one delegate call beyond this number are not told.
@@ -41,7 +43,7 @@ private:
     void run();
     void tellDrops(std::unique_lock<std::mutex>& lock);
 
-    std::mutex mutex_; // guards everything below
+    mutable std::mutex mutex_; // guards everything below
     std::optional<Target> target_;
     std::optional<SampleBuffer> waiting_;
     bool scheduled_ = false; // our task is queued or running

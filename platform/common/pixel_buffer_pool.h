@@ -21,6 +21,9 @@ public:
     /// are in use (the caller drops its frame) or a side is 0.
     std::shared_ptr<PixelBuffer> take(PixelFormat format, std::size_t width, std::size_t height);
 
+    /// Keeps no picture for later.
+    void clear() { buffers_.clear(); }
+
 private:
     std::size_t capacity_;
     std::vector<std::shared_ptr<PixelBuffer>> buffers_; // all of one format and size

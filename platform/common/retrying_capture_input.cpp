@@ -54,14 +54,15 @@ RetryingCaptureInput::Clock::time_point RetryingCaptureInput::frameCame() {
     return Clock::now() + options_.patience.silence;
 }
 
-void RetryingCaptureInput::deliver(std::shared_ptr<PixelBuffer> picture, std::chrono::nanoseconds time) {
-    if (!picture) {
+void RetryingCaptureInput::deliver(SampleBuffer pictures, std::chrono::nanoseconds time) {
+    if (!pictures.mediaType()) {
         countDamaged();
         return;
     }
     damagedInARow_ = 0;
     lastTime_ = std::max(time, lastTime_ + std::chrono::nanoseconds(1));
-    sink_->consume({std::move(picture), MediaTime::fromNanoseconds(lastTime_)});
+    pictures.presentationTimeStamp = MediaTime::fromNanoseconds(lastTime_);
+    sink_->consume(pictures);
 }
 
 void RetryingCaptureInput::countDamaged() {

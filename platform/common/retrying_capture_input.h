@@ -72,9 +72,12 @@ protected:
     /// @return until when the next one must come
     Clock::time_point frameCame();
 
-    /// Passes a picture on.  Null: the frame turned out to be damaged.
+    /// Which pictures to make of the next frame.
+    PictureDemand demand() const { return sink_->demand(); }
+
+    /// Passes the pictures of a frame on.  Empty: the frame turned out to be damaged.
     /// @param time of its capture; raised if the frame before had the same or a later one
-    void deliver(std::shared_ptr<PixelBuffer> picture, std::chrono::nanoseconds time);
+    void deliver(SampleBuffer pictures, std::chrono::nanoseconds time);
 
     /// Reports once if no frame of about a second was whole.
     void countDamaged();

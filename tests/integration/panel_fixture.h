@@ -43,17 +43,22 @@ protected:
     void start(int cameras) {
         for (int number = 1; number <= cameras; ++number)
             plug(number);
+        load();
+        panel_->putInto(window_);
+        windowController_.windowDidLoad();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window_));
+    }
+
+    /// The panel without its window, before the event loop ran.
+    void load() {
         panel_ = std::make_unique<ViewController>(
             PanelOptions{manager_, capture(), preferences(), bundle_, RendererChoice::cpu,
-                         [this](std::chrono::milliseconds time) { pause(time); }});
+                         [this](std::chrono::milliseconds time) { pause(time); }, bindsFirstCameraLater_});
         QObject::connect(panel_.get(), &ViewController::closeRequested, &windowController_,
                          &KTWindowController::close);
         QObject::connect(panel_.get(), &ViewController::miniaturizeRequested, &windowController_,
                          &KTWindowController::miniaturize);
         panel_->viewDidLoad();
-        panel_->putInto(window_);
-        windowController_.windowDidLoad();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window_));
     }
 
     std::shared_ptr<VirtualCameraFirmware> plug(int number) {
@@ -103,6 +108,8 @@ protected:
         });
         return result;
     }
+
+    bool bindsFirstCameraLater_ = false; // as the program does; set it before start()
 
     void passTime(std::chrono::milliseconds time) { now_ = now_.load() + time; }
 

@@ -215,6 +215,52 @@ TEST_F(PanelPauses, ACameraGetsATenthOfASecondBetweenItsPictureAndItsControls) {
     EXPECT_FALSE(camera(2)->requestLog().empty());
 }
 
+TEST_F(PanelPauses, TheFirstCameraIsBoundWhileTheWindowStands) {
+    bindsFirstCameraLater_ = true;
+    plugAndWait(1);
+    plugAndWait(2);
+    start(0);
+    EXPECT_TRUE(panel().cameraSettingKey() ||
+                waitFor([this] { return panel().cameraSettingKey().has_value(); }));
+    EXPECT_TRUE(pauses_.empty());
+    EXPECT_FALSE(camera(1)->requestLog().empty());
+    click(view().camera2Button()); // from now on nothing of the former camera may be used
+    EXPECT_EQ(pauses_.size(), 1U);
+    EXPECT_FALSE(camera(2)->requestLog().empty());
+}
+
+TEST_F(PanelPauses, WhoNeedsTheFirstCameraAtOnceWaitsForTheRestOfItsTime) {
+    bindsFirstCameraLater_ = true;
+    plugAndWait(1);
+    load();
+    EXPECT_TRUE(camera(1)->requestLog().empty());
+    panel().finishBinding();
+    ASSERT_EQ(pauses_.size(), 1U);
+    EXPECT_GT(pauses_[0].time, 0ms);
+    EXPECT_LE(pauses_[0].time, 100ms);
+    EXPECT_EQ(pauses_[0].requests, 0U);
+    EXPECT_TRUE(panel().cameraSettingKey());
+    const auto requests = camera(1)->requestLog().size();
+    EXPECT_GT(requests, 0U);
+    panel().finishBinding();
+    EXPECT_EQ(camera(1)->requestLog().size(), requests);
+    EXPECT_EQ(pauses_.size(), 1U);
+}
+
+TEST_F(PanelPauses, AnotherCameraThatIsChosenMeanwhileIsBoundOnce) {
+    bindsFirstCameraLater_ = true;
+    plugAndWait(1);
+    plugAndWait(2);
+    load();
+    number_ = 2;
+    panel().camera2ButtonAction(nullptr);
+    const auto requests = camera(2)->requestLog().size();
+    EXPECT_GT(requests, 0U);
+    panel().finishBinding();
+    EXPECT_EQ(camera(2)->requestLog().size(), requests);
+    EXPECT_TRUE(camera(1)->requestLog().empty());
+}
+
 /// The virtual cameras, and a device that is no USB camera.
 class MixedCapture final : public CapturePlatform {
 public:

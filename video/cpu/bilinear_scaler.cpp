@@ -5,22 +5,32 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace tavelo {
 namespace {
 
 constexpr std::uint32_t opaqueBlack = 0xFF000000;
-constexpr std::uint32_t evenBytes = 0x00FF00FF;
+constexpr std::uint64_t opaquePair = 0xFF000000FF000000;
 
-// Mixes two bytes at once.  Each has sixteen bits of space, enough for 255 * 256 + 128.
-constexpr std::uint32_t mixPairs(std::uint32_t a, std::uint32_t b, std::uint32_t fraction) {
-    return ((a * (256 - fraction) + b * fraction + 0x00800080) >> 8) & evenBytes;
+// The channels of a pixel and of its right neighbour.
+using PairBytes [[gnu::vector_size(8)]] = std::uint8_t;
+using PairWords = BilinearScaler::PairWords;
+
+PairWords pairAt(const std::uint32_t* pixel) {
+    PairBytes bytes;
+    std::memcpy(&bytes, pixel, sizeof(bytes));
+    return __builtin_convertvector(bytes, PairWords);
 }
 
-constexpr std::uint32_t mix(std::uint32_t a, std::uint32_t b, std::uint32_t fraction) {
-    const std::uint32_t even = mixPairs(a & evenBytes, b & evenBytes, fraction);
-    const std::uint32_t odd = mixPairs((a >> 8) & evenBytes, (b >> 8) & evenBytes, fraction);
-    return even | odd << 8;
+// Two mixed pixels.  The sums need sixteen bits: 255 * 256 + 128.
+std::uint64_t mixed(PairWords first, PairWords second) {
+    const PairWords left = __builtin_shufflevector(first, second, 0, 1, 2, 3, 8, 9, 10, 11);
+    const PairWords right = __builtin_shufflevector(first, second, 4, 5, 6, 7, 12, 13, 14, 15);
+    const auto bytes = __builtin_convertvector((left + right + 128) >> 8, PairBytes);
+    std::uint64_t pixels = 0;
+    std::memcpy(&pixels, &bytes, sizeof(pixels));
+    return pixels | opaquePair;
 }
 
 double snapped(double edge) {
@@ -33,9 +43,9 @@ std::uint32_t* pixelRow(const Pixels& target, std::size_t y) {
 
 } // namespace
 
-void BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newTargetLength,
+bool BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newTargetLength,
                                    double newScale) {
-    if (sourceLength == newSourceLength && targetLength == newTargetLength && scale == newScale) return;
+    if (sourceLength == newSourceLength && targetLength == newTargetLength && scale == newScale) return false;
     sourceLength = newSourceLength;
     targetLength = newTargetLength;
     scale = newScale;
@@ -61,10 +71,20 @@ void BilinearScaler::Axis::prepare(std::size_t newSourceLength, std::size_t newT
         const std::int64_t clamped = std::clamp<std::int64_t>(position, 0, last * 256);
         samples.push_back({std::uint32_t(clamped / 256), std::uint32_t(clamped % 256)});
     }
+    return true;
+}
+
+void BilinearScaler::weighColumns() {
+    weights_.clear();
+    for (const Sample& sample : columns_.samples) {
+        const auto right = std::uint16_t(sample.fraction);
+        const auto left = std::uint16_t(256 - sample.fraction);
+        weights_.push_back(PairWords{left, left, left, left, right, right, right, right});
+    }
 }
 
 void BilinearScaler::draw(const ConstPixels& source, const Pixels& target, double scaleX, double scaleY) {
-    columns_.prepare(source.width, target.width, scaleX);
+    if (columns_.prepare(source.width, target.width, scaleX)) weighColumns();
     rows_.prepare(source.height, target.height, scaleY);
     row_.resize(source.width + 1);
     for (std::size_t y = 0; y < target.height; ++y) {
@@ -88,8 +108,17 @@ const std::uint32_t* BilinearScaler::blendRows(const ConstPixels& source, Sample
 void BilinearScaler::drawRow(const std::uint32_t* blended, std::uint32_t* target) const {
     std::fill_n(target, columns_.begin, opaqueBlack);
     std::uint32_t* out = target + columns_.begin;
-    for (const Sample& sample : columns_.samples)
-        *out++ = mix(blended[sample.first], blended[sample.first + 1], sample.fraction) | opaqueBlack;
+    const std::size_t count = columns_.samples.size();
+    const auto weighted = [&](std::size_t column) {
+        return pairAt(blended + columns_.samples[column].first) * weights_[column];
+    };
+    for (std::size_t column = 0; column < count; column += 2) {
+        const PairWords first = weighted(column);
+        const bool alone = column + 1 == count;
+        const std::uint64_t pixels = mixed(first, alone ? first : weighted(column + 1));
+        std::memcpy(out, &pixels, (alone ? 1 : 2) * sizeof(*out));
+        out += alone ? 1 : 2;
+    }
     std::fill_n(out, columns_.targetLength - columns_.end(), opaqueBlack);
 }
 

@@ -29,6 +29,9 @@ struct Pixels {
 /// no allocation.
 class BilinearScaler {
 public:
+    /// Four channels of two neighbours.
+    using PairWords [[gnu::vector_size(16)]] = std::uint16_t;
+
     /// Draws `source` opaque and centred on `target`, as large as the target times the scales.  The rest of
     /// the target becomes black.
     void draw(const ConstPixels& source, const Pixels& target, double scaleX, double scaleY);
@@ -50,14 +53,17 @@ private:
         std::vector<Sample> samples;
 
         std::size_t end() const { return begin + samples.size(); }
-        void prepare(std::size_t newSourceLength, std::size_t newTargetLength, double newScale);
+        /// @return false if nothing changed
+        bool prepare(std::size_t newSourceLength, std::size_t newTargetLength, double newScale);
     };
 
+    void weighColumns();
     const std::uint32_t* blendRows(const ConstPixels& source, Sample row);
     void drawRow(const std::uint32_t* blended, std::uint32_t* target) const;
 
     Axis columns_;
     Axis rows_;
+    std::vector<PairWords> weights_; // of the columns' samples
     std::vector<std::uint32_t> row_; // one pixel longer than a source row
 };
 

@@ -105,8 +105,8 @@ StreamOver KernelCaptureInput::pump(const V4l2Node& node, V4l2Stream& stream) {
         if (error != 0) return over(error);
         if (!frame) continue;
         deadline = frameCame();
-        auto picture = converter_.convert(frame->bytes);
-        deliver(std::move(picture), frameTime(frame->buffer, Clock::now().time_since_epoch()));
+        deliver(converter_.convert(frame->bytes, demand()),
+                frameTime(frame->buffer, Clock::now().time_since_epoch()));
         if (error = stream.giveBack(*frame); error != 0) return over(error);
     }
 }

@@ -44,7 +44,9 @@ std::size_t wholeFrame(const FrameFormat& format) {
     return stride * (rows - 1) + row;
 }
 
-const libyuv::YuvConstants* constants(const FrameFormat& format) {
+} // namespace
+
+const libyuv::YuvConstants* yuvConstants(const FrameFormat& format) {
     switch (format.matrix) {
         case YuvMatrix::bt709:
             return format.fullRange ? &libyuv::kYuvF709Constants : &libyuv::kYuvH709Constants;
@@ -55,8 +57,6 @@ const libyuv::YuvConstants* constants(const FrameFormat& format) {
     }
     return format.fullRange ? &libyuv::kYuvJPEGConstants : &libyuv::kYuvI601Constants;
 }
-
-} // namespace
 
 bool FrameConverter::setFormat(const FrameFormat& format) {
     format_ = format;
@@ -72,51 +72,116 @@ bool FrameConverter::setFormat(const FrameFormat& format) {
     if (!known || format.bytesPerLine > mostBytesPerLine) return false;
     format_.bytesPerLine = std::max(format.bytesPerLine, bytesPerRow(format.format, size.width));
     frameBytes_ = wholeFrame(format_);
-    const bool direct = constants(format_) == &libyuv::kYuvI601Constants;
+    const bool direct = yuvConstants(format_) == &libyuv::kYuvI601Constants;
     planes_.resize(isPacked(format.format) && !direct ? 2 * std::size_t(half(size.width)) * 2 * size.height
                                                       : 0);
     return true;
 }
 
-std::shared_ptr<PixelBuffer> FrameConverter::convert(std::span<const std::uint8_t> bytes) {
-    if (frameBytes_ == 0 || bytes.size() < frameBytes_) return nullptr;
-    return format_.format == fourcc::mjpeg ? convertJpeg(bytes) : convertRaw(bytes.data());
-}
-
-std::shared_ptr<PixelBuffer> FrameConverter::convertJpeg(std::span<const std::uint8_t> bytes) {
+std::optional<FrameSize> FrameConverter::begin(std::span<const std::uint8_t> bytes) {
+    if (frameBytes_ == 0 || bytes.size() < frameBytes_) return std::nullopt;
+    if (format_.format != fourcc::mjpeg) return format_.size;
     const auto size = jpeg_.begin(bytes);
-    if (!size || pixels(*size) > std::max(4 * pixels(format_.size), plausibleJpeg)) return nullptr;
-    auto picture = pool_.take(PixelFormat::bgra32, size->width, size->height);
-    if (!picture) return nullptr;
-    const auto lock = picture->lock();
-    return jpeg_.decode(*picture) ? picture : nullptr;
+    if (!size || pixels(*size) > std::max(4 * pixels(format_.size), plausibleJpeg)) return std::nullopt;
+    return size;
 }
 
-std::shared_ptr<PixelBuffer> FrameConverter::convertRaw(const std::uint8_t* bytes) {
-    auto picture = pool_.take(PixelFormat::bgra32, format_.size.width, format_.size.height);
+bool FrameConverter::draw(std::span<const std::uint8_t> bytes, const PixelBuffer& destination) {
+    return format_.format == fourcc::mjpeg ? jpeg_.decode(destination)
+                                           : convertRaw(bytes.data(), destination);
+}
+
+bool FrameConverter::convertInto(std::span<const std::uint8_t> bytes, const PixelBuffer& destination) {
+    const auto size = begin(bytes);
+    return size && destination.width() == size->width && destination.height() == size->height &&
+           draw(bytes, destination);
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::convert(std::span<const std::uint8_t> bytes) {
+    const auto size = begin(bytes);
+    return size ? makeWhole(bytes, *size) : nullptr;
+}
+
+SampleBuffer FrameConverter::convert(std::span<const std::uint8_t> bytes, const PictureDemand& demand) {
+    const auto size = begin(bytes);
+    if (!size) return {};
+    const bool shown = demand.shownWidth > 0 && demand.shownHeight > 0;
+    const unsigned reduction = shown ? reductionFor(format_.format, *size, demand) : 1;
+    SampleBuffer made;
+    if (demand.whole || (shown && reduction == 1)) {
+        made.imageBuffer = makeWhole(bytes, *size);
+        if (made.imageBuffer && reduction > 1)
+            made.reducedBuffer = reduce(*made.imageBuffer, *size, reduction);
+        return made;
+    }
+    pool_.clear();
+    const bool unchanged = lastKept_ && lastKept_->isOf(format_, bytes);
+    if (!unchanged) {
+        lastReduced_.reset();
+        lastKept_ = kept_.keep(format_, *size, bytes);
+        if (!lastKept_) return {};
+    }
+    made.cameraFrame = lastKept_;
+    if (!shown) return made;
+    const FrameSize reduced = reducedSize(*size, reduction);
+    if (!lastReduced_ || lastReduced_->width() != reduced.width || lastReduced_->height() != reduced.height)
+        lastReduced_ = makeReduced(bytes, *size, reduction);
+    if (!lastReduced_) return {};
+    made.reducedBuffer = lastReduced_;
+    return made;
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::makeWhole(std::span<const std::uint8_t> bytes, FrameSize size) {
+    auto picture = pool_.take(PixelFormat::bgra32, size.width, size.height);
     if (!picture) return nullptr;
     const auto lock = picture->lock();
+    return draw(bytes, *picture) ? picture : nullptr;
+}
+
+std::shared_ptr<PixelBuffer> FrameConverter::makeReduced(std::span<const std::uint8_t> bytes, FrameSize size,
+                                                         unsigned reduction) {
+    const FrameSize reduced = reducedSize(size, reduction);
+    auto picture = reducedPool_.take(PixelFormat::bgra32, reduced.width, reduced.height);
+    if (!picture) return nullptr;
+    const auto lock = picture->lock();
+    const bool done = format_.format == fourcc::mjpeg ? jpeg_.decode(*picture, reduction)
+                                                      : halver_.halve(format_, bytes.data(), *picture);
+    return done ? picture : nullptr;
+}
+
+// The whole picture is wanted anyway, so it is not decoded twice.
+std::shared_ptr<PixelBuffer> FrameConverter::reduce(const PixelBuffer& whole, FrameSize size,
+                                                    unsigned reduction) {
+    const FrameSize reduced = reducedSize(size, reduction);
+    auto picture = reducedPool_.take(PixelFormat::bgra32, reduced.width, reduced.height);
+    if (!picture) return nullptr;
+    const auto wholeLock = whole.lock();
+    const auto lock = picture->lock();
+    return shrink(whole, *picture) ? picture : nullptr;
+}
+
+bool FrameConverter::convertRaw(const std::uint8_t* bytes, const PixelBuffer& destination) {
     const int width = int(format_.size.width);
     const int height = int(format_.size.height);
     const int stride = int(format_.bytesPerLine);
-    std::uint8_t* bgra = picture->baseAddress();
-    const int bgraStride = int(picture->bytesPerRow());
+    std::uint8_t* bgra = destination.baseAddress();
+    const int bgraStride = int(destination.bytesPerRow());
     const std::uint8_t* chroma = bytes + std::size_t(stride) * format_.size.height;
     int failed = 0;
     if (format_.format == fourcc::nv12) {
-        failed = libyuv::NV12ToARGBMatrix(bytes, stride, chroma, stride, bgra, bgraStride, constants(format_),
-                                          width, height);
+        failed = libyuv::NV12ToARGBMatrix(bytes, stride, chroma, stride, bgra, bgraStride,
+                                          yuvConstants(format_), width, height);
     } else if (format_.format == fourcc::i420) {
         const std::uint8_t* last = chroma + std::size_t(stride / 2) * half(format_.size.height);
         failed = libyuv::I420ToARGBMatrix(bytes, stride, chroma, stride / 2, last, stride / 2, bgra,
-                                          bgraStride, constants(format_), width, height);
+                                          bgraStride, yuvConstants(format_), width, height);
     } else if (format_.format == fourcc::grey) {
         failed = format_.fullRange ? libyuv::J400ToARGB(bytes, stride, bgra, bgraStride, width, height)
                                    : libyuv::I400ToARGB(bytes, stride, bgra, bgraStride, width, height);
     } else {
-        failed = convertPacked(bytes, *picture);
+        failed = convertPacked(bytes, destination);
     }
-    return failed == 0 ? picture : nullptr;
+    return failed == 0;
 }
 
 int FrameConverter::convertPacked(const std::uint8_t* bytes, const PixelBuffer& destination) {
@@ -140,7 +205,7 @@ int FrameConverter::convertPacked(const std::uint8_t* bytes, const PixelBuffer& 
         split(bytes, stride, luma, lumaStride, u, chromaStride, v, chromaStride, width, height);
     if (failed != 0) return failed;
     return libyuv::I422ToARGBMatrix(luma, lumaStride, u, chromaStride, v, chromaStride, bgra, bgraStride,
-                                    constants(format_), width, height);
+                                    yuvConstants(format_), width, height);
 }
 
 } // namespace tavelo

@@ -5,26 +5,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
-#include "platform/common/format_choice.h"
+#include "platform/capture.h"
 #include "platform/common/pixel_buffer_pool.h"
+#include "platform/linux/pictures/frame_format.h"
+#include "platform/linux/pictures/kept_frame.h"
 #include "platform/linux/pictures/mjpeg_decoder.h"
+#include "platform/linux/pictures/picture_reduction.h"
 
 namespace tavelo {
-
-enum class YuvMatrix : std::uint8_t { bt601, bt709, bt2020 };
-
-/// A format as the driver set it.
-struct FrameFormat {
-    Fourcc format = 0;
-    FrameSize size;
-    std::uint32_t bytesPerLine = 0; ///< of the first plane; raised to the length of a row if it is less
-    /// The colours as the driver reports them; ignored for MJPEG, which is always BT.601 in full range.
-    YuvMatrix matrix = YuvMatrix::bt601;
-    bool fullRange = false;
-};
 
 /// Converts frame after frame.  Thread-bound to the stream's thread.  Allocates when the format or the size
 /// changes, and until the pool has enough pictures.
@@ -38,16 +30,35 @@ public:
     /// A JPEG picture keeps its own size, within limits, even if another one was negotiated.
     std::shared_ptr<PixelBuffer> convert(std::span<const std::uint8_t> bytes);
 
+    /// Makes the pictures that are wanted, and keeps the frame's bytes if that is not the whole one.  A
+    /// picture that is shown larger than half its size is made as a whole.
+    /// For a frame that is the same as the one before it makes nothing, but gives the same objects again.
+    /// @return empty if the frame must be dropped; without a time
+    SampleBuffer convert(std::span<const std::uint8_t> bytes, const PictureDemand& demand);
+
+    /// Converts into a BGRA picture, which must have the frame's size and whose lock the caller holds.
+    bool convertInto(std::span<const std::uint8_t> bytes, const PixelBuffer& destination);
+
 private:
-    std::shared_ptr<PixelBuffer> convertJpeg(std::span<const std::uint8_t> bytes);
-    std::shared_ptr<PixelBuffer> convertRaw(const std::uint8_t* bytes);
+    std::optional<FrameSize> begin(std::span<const std::uint8_t> bytes);
+    bool draw(std::span<const std::uint8_t> bytes, const PixelBuffer& destination);
+    std::shared_ptr<PixelBuffer> makeWhole(std::span<const std::uint8_t> bytes, FrameSize size);
+    std::shared_ptr<PixelBuffer> makeReduced(std::span<const std::uint8_t> bytes, FrameSize size,
+                                             unsigned reduction);
+    std::shared_ptr<PixelBuffer> reduce(const PixelBuffer& whole, FrameSize size, unsigned reduction);
+    bool convertRaw(const std::uint8_t* bytes, const PixelBuffer& destination);
     int convertPacked(const std::uint8_t* bytes, const PixelBuffer& destination);
 
     FrameFormat format_;
     std::size_t frameBytes_ = 0;       // minimum size of a whole frame; 0: no format
     std::vector<std::uint8_t> planes_; // for packed frames that libyuv cannot convert directly
     PixelBufferPool pool_;
+    PixelBufferPool reducedPool_;
+    KeptFramePool kept_;
+    std::shared_ptr<const KeptFrame> lastKept_;
+    std::shared_ptr<PixelBuffer> lastReduced_; // of lastKept_
     MjpegDecoder jpeg_;
+    PictureHalver halver_;
 };
 
 } // namespace tavelo

@@ -8,6 +8,7 @@
 #include <jpeglib.h>
 
 #include "platform/common/frame_bounds.h"
+#include "platform/linux/pictures/picture_reduction.h"
 
 namespace tavelo {
 namespace {
@@ -70,9 +71,11 @@ struct MjpegDecoder::State {
         return known && isShowable({jpeg.image_width, jpeg.image_height});
     }
 
-    bool readPicture(std::uint8_t* pixels, std::size_t bytesPerRow) {
+    bool readPicture(std::uint8_t* pixels, std::size_t bytesPerRow, unsigned reduction) {
         if (setjmp(escape) != 0) return false;
         jpeg.out_color_space = JCS_EXT_BGRA;
+        jpeg.scale_num = 1;
+        jpeg.scale_denom = reduction;
         jpeg_start_decompress(&jpeg);
         while (jpeg.output_scanline < jpeg.output_height) {
             JSAMPROW rows[rowsAtOnce];
@@ -94,11 +97,12 @@ std::optional<FrameSize> MjpegDecoder::begin(std::span<const std::uint8_t> bytes
     return FrameSize{state_->jpeg.image_width, state_->jpeg.image_height};
 }
 
-bool MjpegDecoder::decode(const PixelBuffer& destination) {
-    if (destination.format() != PixelFormat::bgra32 || destination.width() != state_->jpeg.image_width ||
-        destination.height() != state_->jpeg.image_height)
+bool MjpegDecoder::decode(const PixelBuffer& destination, unsigned reduction) {
+    const FrameSize size = reducedSize({state_->jpeg.image_width, state_->jpeg.image_height}, reduction);
+    if (destination.format() != PixelFormat::bgra32 || destination.width() != size.width ||
+        destination.height() != size.height)
         return false;
-    return state_->readPicture(destination.baseAddress(), destination.bytesPerRow());
+    return state_->readPicture(destination.baseAddress(), destination.bytesPerRow(), reduction);
 }
 
 } // namespace tavelo

@@ -67,7 +67,7 @@ StreamOver UsbCaptureInput::pump() {
             case FrameMailbox::Event::frame:
                 deadline = frameCame();
                 const FrameMailbox::Frame& frame = mailbox_.reading();
-                deliver(converter_.convert(std::span(frame.bytes).first(frame.size)),
+                deliver(converter_.convert(std::span(frame.bytes).first(frame.size), demand()),
                         frame.time.time_since_epoch());
         }
     }

@@ -37,6 +37,12 @@ public:
         return true;
     }
 
+    /// What the session wants of the next frame; the default if the input is stopped.
+    PictureDemand demand() {
+        const std::lock_guard lock(mutex_);
+        return sink_ != nullptr ? sink_->demand() : PictureDemand();
+    }
+
     std::atomic<int> starts = 0;
     std::atomic<int> stops = 0;
 

@@ -173,7 +173,7 @@ TEST_F(RetryingCaptureInputTest, TimesAlwaysAdvance) {
     const auto picture = PixelBuffer::create(PixelFormat::bgra32, 2, 2);
     const auto deliver = [&](ScriptedInput& self) {
         for (const auto time : {99'600ns, 99'500ns, 99'600ns, 100'000ns})
-            self.deliver(picture, time);
+            self.deliver({picture, {}}, time);
         return StreamOver{StreamEnd::failed, "over"};
     };
     play({deliver, deliver});
@@ -184,7 +184,7 @@ TEST_F(RetryingCaptureInputTest, TimesAlwaysAdvance) {
 TEST_F(RetryingCaptureInputTest, SaysOnceThatEveryFrameIsDamaged) {
     play({[](ScriptedInput& self) {
         for (int i = 0; i < 50; ++i)
-            self.deliver(nullptr, 1s);
+            self.deliver({}, 1s);
         for (int i = 0; i < 50; ++i)
             self.countDamaged();
         return StreamOver{StreamEnd::failed, "over"};
@@ -197,7 +197,7 @@ TEST_F(RetryingCaptureInputTest, AWholePictureBetweenDamagedOnesSaysNothing) {
     const auto picture = PixelBuffer::create(PixelFormat::bgra32, 2, 2);
     play({[&](ScriptedInput& self) {
         for (int i = 0; i < 58; ++i)
-            self.deliver(i == 29 ? picture : nullptr, 1s);
+            self.deliver({i == 29 ? picture : nullptr, {}}, 1s);
         return StreamOver{};
     }});
     EXPECT_THAT(diagnostics.lines(), IsEmpty());

@@ -74,6 +74,13 @@ TEST_F(StandardCaptureSession, DeliversOnTheQueueAlongTheConnection) {
     EXPECT_EQ(delegate.lastConnection.output, &output);
 }
 
+TEST_F(StandardCaptureSession, TheInputHearsWhatIsWantedOfTheNextFrame) {
+    run();
+    EXPECT_EQ(input.demand(), (PictureDemand{true, 0, 0}));
+    output.setDemand({false, 536, 301});
+    EXPECT_EQ(input.demand(), (PictureDemand{false, 536, 301}));
+}
+
 TEST_F(StandardCaptureSession, StartingAndStoppingTwiceReachesTheInputOnce) {
     run();
     session->startRunning();

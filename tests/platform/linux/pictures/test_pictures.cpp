@@ -2,6 +2,7 @@
 #include "test_pictures.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -63,6 +64,16 @@ Bytes twoColourJpeg(int width, int height, Bgr left, Bgr right, Chroma chroma) {
 
 Bytes noisyJpeg(int width, int height, Chroma chroma) {
     return compress(noise(width, height), width, height, chroma);
+}
+
+Bytes softJpeg(int width, int height, Chroma chroma) {
+    Bytes bgr;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (const double length : {37.0, 53.0, 71.0})
+                bgr.push_back(std::uint8_t(
+                    std::lround(128 + 100 * std::sin(x / length * 6) * std::cos(y / length * 5))));
+    return compress(bgr, width, height, chroma);
 }
 
 Bytes progressiveJpeg(int width, int height) {

@@ -27,7 +27,10 @@ Bytes twoColourJpeg(int width, int height, Bgr left, Bgr right, Chroma chroma = 
 /// A picture full of detail, so that every part of the file affects the result.
 Bytes noisyJpeg(int width, int height, Chroma chroma = Chroma::h422);
 
-/// The same picture as progressive JPEG.
+/// A picture of soft waves.
+Bytes softJpeg(int width, int height, Chroma chroma = Chroma::h422);
+
+/// The noisy picture as progressive JPEG.
 Bytes progressiveJpeg(int width, int height);
 
 Bytes withoutHuffmanTables(std::span<const std::uint8_t> jpeg);
