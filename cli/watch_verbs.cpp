@@ -147,14 +147,15 @@ public:
                         "Number of the profile; the one selected in the panel if not given")
             ->check(CLI::Range(1, static_cast<int>(storedProfileCount)))
             ->type_name("PROFILE");
-        command.add_flag("--keep", keep_, "Put back what other programs change, while no panel runs");
+        command.add_flag("--keep", keep_,
+                         "Put back what other programs change, while no panel shows a camera");
     }
 
     void run(Session& session) override {
         Running running(session);
         const PanelClient panel(PanelClient::sessionBusIfAny());
         const ProfileWatchParts parts{session.preferences(), running.clock(),
-                                      [&panel] { return panel.panelRuns(); },
+                                      [&panel] { return panel.panelShowsCamera(); },
                                       [&](const std::string& line) {
                                           running.print(session.json() ? jsonMessage(line) : line + '\n');
                                       }};

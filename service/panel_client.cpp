@@ -15,7 +15,8 @@ namespace {
 
 using Kind = ServiceError::Kind;
 
-constexpr int patience = 30'000; // ms; the panel waits for pictures before it answers
+constexpr int patience = 30'000;     // ms; the panel waits for pictures before it answers
+constexpr int briefPatience = 1'000; // ms
 
 // The panel ended meanwhile, or is one without this interface.
 bool runsNoService(const QDBusError& error) {
@@ -45,6 +46,19 @@ QDBusConnection PanelClient::sessionBusIfAny() {
 bool PanelClient::panelRuns() const {
     if (!bus_.isConnected()) return false;
     return bus_.interface()->isServiceRegistered(bus_names::service).value();
+}
+
+bool PanelClient::panelShowsCamera() const {
+    if (!bus_.isConnected()) return false;
+    QDBusMessage message = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
+                                                          QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                          QStringLiteral("Get"));
+    message.setArguments({QString(bus_names::interface), QStringLiteral("ShownCamera")});
+    message.setAutoStartService(false);
+    // No event loop, unlike call(): who asks may not expect that a camera goes meanwhile.
+    const QDBusReply<QDBusVariant> shown = bus_.call(message, QDBus::Block, briefPatience);
+    if (shown.isValid()) return !shown.value().variant().toString().isEmpty();
+    return !runsNoService(shown.error());
 }
 
 std::optional<ServiceError> PanelClient::snapshot(const std::string& camera, const std::string& file) {

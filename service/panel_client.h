@@ -25,6 +25,9 @@ public:
 
     /// Whether the service's name has an owner.
     bool panelRuns() const;
+    /// Whether it shows a camera.  A service whose window was never shown does not; a panel that does not
+    /// answer in time counts as one that does.
+    bool panelShowsCamera() const;
 
     /// See Snapshot of the service.
     std::optional<ServiceError> snapshot(const std::string& camera, const std::string& file);

@@ -2,12 +2,14 @@
 #include "service/panel_client.h"
 
 #include <QTimer>
+#include <future>
 
 #include "service/service_fixture.h"
 
 namespace tavelo {
 namespace {
 
+using namespace std::chrono_literals;
 using Kind = ServiceError::Kind;
 using ::testing::StartsWith;
 
@@ -24,6 +26,14 @@ protected:
         timer_.start(5);
     }
 
+    /// Asks on another thread, for the panel answers on this one.
+    bool showsCamera() {
+        std::future<bool> answer =
+            std::async(std::launch::async, [this] { return panel_.panelShowsCamera(); });
+        EXPECT_TRUE(waitFor([&] { return answer.wait_for(0s) == std::future_status::ready; }));
+        return answer.get();
+    }
+
     PanelClient panel_{client_};
     QTimer timer_;
 };
@@ -33,6 +43,22 @@ TEST_F(PanelClientTest, KnowsWhetherAPanelRuns) {
     own();
     EXPECT_TRUE(panel_.panelRuns());
     EXPECT_FALSE(PanelClient(QDBusConnection(QStringLiteral("never connected"))).panelRuns());
+}
+
+TEST_F(PanelClientTest, KnowsWhetherThePanelShowsACamera) {
+    EXPECT_FALSE(showsCamera()) << "no panel runs";
+    own();
+    EXPECT_FALSE(showsCamera()) << "a service without a window";
+    show(2);
+    EXPECT_TRUE(showsCamera());
+    bus_.unregisterObject(bus_names::object);
+    EXPECT_FALSE(showsCamera()) << "it has no service";
+    EXPECT_FALSE(PanelClient(QDBusConnection(QStringLiteral("never connected"))).panelShowsCamera());
+}
+
+TEST_F(PanelClientTest, APanelThatDoesNotAnswerCountsAsOneThatShowsACamera) {
+    own();
+    EXPECT_TRUE(panel_.panelShowsCamera()) << "it would answer on this thread, which waits";
 }
 
 TEST_F(PanelClientTest, WithoutAnAddressThereIsNoBus) {
