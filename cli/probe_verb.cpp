@@ -53,7 +53,7 @@ public:
         }
         if (!session.json()) return session.print(reportText(record));
         QJsonObject report = QJsonDocument::fromJson(QByteArray::fromStdString(reportJson(record))).object();
-        report.insert(QStringLiteral("camera"), toQString(session.camera()->uniqueID()));
+        report.insert(QStringLiteral("camera"), QString::fromUtf8(session.camera()->uniqueID()));
         session.printJson(report);
     }
 

@@ -77,8 +77,8 @@ private:
 std::vector<std::string> jsonLines(const MonitorEvent& event) {
     const auto object = [&](const char* kind) {
         return QJsonObject{{QStringLiteral("event"), QString::fromLatin1(kind)},
-                           {QStringLiteral("camera"), toQString(event.camera)},
-                           {QStringLiteral("name"), toQString(event.name)}};
+                           {QStringLiteral("camera"), QString::fromUtf8(event.camera)},
+                           {QStringLiteral("name"), QString::fromUtf8(event.name)}};
     };
     if (event.kind == MonitorEvent::Kind::came) return {jsonLine(object("came"))};
     if (event.kind == MonitorEvent::Kind::went) return {jsonLine(object("went"))};
@@ -87,7 +87,7 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
         const std::int64_t value = shareOf(each, event.value);
         if (each.control != event.control || value == shareOf(each, event.before)) continue;
         QJsonObject changed = object("changed");
-        changed[QStringLiteral("control")] = toQString(each.name);
+        changed[QStringLiteral("control")] = QString::fromUtf8(each.name);
         changed[QStringLiteral("value")] = valueJson(each, value);
         lines.push_back(jsonLine(std::move(changed)));
     }
@@ -95,8 +95,8 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
 }
 
 std::string jsonMessage(const std::string& line) {
-    return jsonLine(
-        {{QStringLiteral("event"), QStringLiteral("profile")}, {QStringLiteral("message"), toQString(line)}});
+    return jsonLine({{QStringLiteral("event"), QStringLiteral("profile")},
+                     {QStringLiteral("message"), QString::fromUtf8(line)}});
 }
 
 std::vector<std::string> textLines(const MonitorEvent& event) {

@@ -127,7 +127,10 @@ TEST_F(OneCamera, SendWritesTheValuesThatItHolds) {
     EXPECT_EQ(inCamera(control::contrast), 5);
 }
 
-TEST_F(OneCamera, AControllessCameraSaysSo) {
+TEST_F(TaveloctlTest, AControllessCameraSaysSo) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.extensionUnitID = 0;
+    plug(model);
     camera(1)->order({.kind = FaultKind::stall});
     EXPECT_EQ(failure({"get", "zoom"}),
               "1: Tavelo Virtual Camera 1: it has no controls, or does not answer "

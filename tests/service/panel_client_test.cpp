@@ -81,6 +81,40 @@ TEST_F(PanelClientTest, SnapshotEndsWithThePanels) {
     EXPECT_FALSE(panel_.snapshot("", "/pictures/one"));
 }
 
+TEST_F(PanelClientTest, ListsTheCamerasOfThePanel) {
+    own();
+    show(2);
+    ServiceError error;
+    const auto cameras = panel_.list(error);
+    ASSERT_TRUE(cameras);
+    ASSERT_EQ(cameras->size(), 2U);
+    EXPECT_EQ((*cameras)[0].names.identifier, identifier(1).toStdString());
+    EXPECT_EQ((*cameras)[0].names.name, "Tavelo Virtual Camera 1");
+    EXPECT_FALSE((*cameras)[0].isShown);
+    EXPECT_TRUE((*cameras)[1].isShown);
+}
+
+TEST_F(PanelClientTest, ReadsAndSetsControls) {
+    own();
+    ServiceError error;
+    const auto taken = panel_.set("2", {{QStringLiteral("focus"), QStringLiteral("20")}}, true, error);
+    EXPECT_EQ(taken,
+              (QVariantMap{{QStringLiteral("focus"), qlonglong(20)}, {QStringLiteral("focus-auto"), false}}));
+    EXPECT_EQ(panel_.get("2", "focus", error), QVariant(qlonglong(20)));
+    const auto controls = panel_.controls("2", error);
+    ASSERT_TRUE(controls);
+    EXPECT_TRUE(std::ranges::any_of(*controls, [](const QVariantMap& each) {
+        return each[QStringLiteral("Name")] == QStringLiteral("focus") &&
+               each[QStringLiteral("Value")] == QVariant(qlonglong(20));
+    }));
+    EXPECT_FALSE(
+        panel_.set("2", {{QStringLiteral("focus-auto"), true}, {QStringLiteral("focus"), 3}}, false, error));
+    EXPECT_EQ(error.kind, Kind::refused);
+    EXPECT_FALSE(panel_.get("3", "focus", error));
+    EXPECT_EQ(error.kind, Kind::noSuchCamera);
+    EXPECT_FALSE(panel_.controls("3", error));
+}
+
 TEST_F(PanelClientTest, ErrorsKeepTheirKinds) {
     own();
     const auto notShown = panel_.snapshot("1", "/pictures/one");
