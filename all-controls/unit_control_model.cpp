@@ -74,7 +74,7 @@ UnitControlModel::UnitControlModel(UnitControlParts parts) : parts_(std::move(pa
 UnitControlModel::~UnitControlModel() = default;
 
 bool UnitControlModel::isAnswered() const {
-    return !states_.empty() && parts_.manager.isControllable() &&
+    return !states_.empty() && parts_.manager.interface() != nullptr &&
            binding_ == parts_.manager.bindingIdentity();
 }
 
@@ -102,7 +102,7 @@ bool UnitControlModel::write(const QString& key, std::int64_t value, bool held) 
 
 void UnitControlModel::ask() {
     asksAgain_ = asks_;
-    if (asks_ || !parts_.manager.isControllable() || !parts_.manager.recordsAreRead()) return;
+    if (asks_ || parts_.manager.interface() == nullptr || !parts_.manager.recordsAreRead()) return;
     asks_ = true;
     QThreadPool::globalInstance()->start([self = QPointer(this), &manager = parts_.manager,
                                           &catalog = parts_.catalog, writes = writes_,
