@@ -50,10 +50,7 @@ ControlDescription described(const ControlState& state, std::string_view languag
     shown.value = state.value;
     for (const ExtensionChoice& choice : control.choices)
         shown.choices.push_back({choice.value, QString::fromUtf8(titleIn(choice.titles, language))});
-    const bool isNamed =
-        std::ranges::find(shown.choices, state.value, &ShownChoice::value) != shown.choices.end();
-    if (shown.kind == ControlShape::choice && !isNamed)
-        shown.choices.push_back({state.value, QString::number(state.value)});
+    if (shown.kind == ControlShape::choice) addIfMissing(shown.choices, state.value);
     return shown;
 }
 
