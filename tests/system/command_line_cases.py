@@ -263,6 +263,23 @@ def a_camera_reborn_from_its_pack_gives_the_same_pack(stage):
     assert len(mapped) > 18, first["controls"]
 
 
+def probing_over_usb_reads_the_same_descriptors(stage):
+    """The last case: the camera gets another node afterwards."""
+    over_kernel = stage.pack("over-kernel.json")
+    identifier = json.loads(stage.output("list", "--json"))["cameras"][0]["identifier"]
+    stage.output("--transport", "usb", "-c", identifier, "probe", "--pack", str(stage.out / "over-usb.json"))
+    over_usb = json.loads((stage.out / "over-usb.json").read_text(encoding="utf-8"))
+    assert (over_kernel["transport"], over_usb["transport"]) == ("kernel", "usb")
+    for member in ("device_descriptor", "configuration_descriptor", "control_interface", "product", "speed"):
+        assert over_usb[member] == over_kernel[member], f"{member}: over-kernel.json and over-usb.json differ"
+    listed = [{(control["entity"], control["selector"]) for control in pack["controls"] if control["listed"]}
+              for pack in (over_kernel, over_usb)]
+    assert listed[0] == listed[1] and len(listed[0]) > 20, listed
+    assert {control["answered_by"] for control in over_usb["controls"]} == {"camera"}
+    wait_until("the driver to have the camera again",
+               lambda: json.loads(stage.output("-c", "1", "list", "--json"))["cameras"])
+
+
 CASES = [
     two_cameras_attach_and_another_program_streams_from_the_first,
     list_tells_node_place_formats_and_who_streams,
@@ -281,4 +298,5 @@ CASES = [
     watch_brings_a_profile_back_after_a_replug_and_keeps_it,
     a_camera_that_vanishes_is_no_longer_found,
     a_camera_reborn_from_its_pack_gives_the_same_pack,
+    probing_over_usb_reads_the_same_descriptors,
 ]
