@@ -4,7 +4,7 @@
 namespace tavelo {
 
 std::unique_ptr<PanelClient> runningPanel(const Session& session) {
-    if (session.options().cameras.virtualCameras > 0) return nullptr;
+    if (session.hasVirtualCameras()) return nullptr;
     auto panel = std::make_unique<PanelClient>(PanelClient::sessionBusIfAny());
     return panel->panelRuns() ? std::move(panel) : nullptr;
 }

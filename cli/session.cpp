@@ -42,6 +42,9 @@ Session::~Session() {
 Backend& Session::backend() {
     if (!backend_) {
         CameraOptions cameras = options_.cameras;
+        Error error;
+        if (!options_.like.empty() && !useCamerasLike(cameras, options_.like, error))
+            throw Failure(ExitStatus::failed, options_.like + ": " + error.text);
         cameras.warn = [this](const std::string& line) { warn(line); };
         backend_ = std::make_unique<Backend>(environment_.makeCameras(cameras, *diagnostics_));
     }

@@ -22,6 +22,7 @@ namespace tavelo {
 /// The options that every verb has.
 struct SessionOptions {
     CameraOptions cameras;
+    std::string like;   ///< a camera pack that virtual cameras are like; empty: the program's own
     std::string camera; ///< which one; see chooseCamera()
     bool json = false;
     bool verbose = false;
@@ -53,6 +54,7 @@ public:
 
     const SessionOptions& options() const { return options_; }
     bool json() const { return options_.json; }
+    bool hasVirtualCameras() const { return options_.cameras.virtualCameras > 0 || !options_.like.empty(); }
 
     const std::vector<std::shared_ptr<CaptureDevice>>& cameras();
     CapturePlatform& capture();

@@ -85,6 +85,9 @@ private:
                         "Use this many pretended cameras instead of real ones, to try it out")
             ->check(CLI::Range(1, mostVirtualCameras))
             ->type_name("NUMBER");
+        app_.add_option("--like", options_.like,
+                        "Make them like the camera in this pack, which \"probe --pack\" wrote")
+            ->type_name("FILE");
         std::vector<std::string> names;
         for (const TransportDescription& each : cameraTransports())
             names.push_back(each.name);

@@ -285,6 +285,13 @@ class ServiceProgram(unittest.TestCase):
         self.assert_picture(still)
         self.assertFalse(self.is_owned())
 
+    def test_a_still_of_a_camera_like_a_pack(self):
+        self.start_bus()
+        self.assertTrue(self.printed("--virtual-cameras", "1", "probe", "--pack", "pack.json"))
+        still = self.folder / "still.png"
+        self.assertEqual(self.printed("--like", "pack.json", "snapshot", still), "")
+        self.assert_picture(still)
+
     # Started by the bus
 
     def assert_serves_without_window_and_stream(self):
