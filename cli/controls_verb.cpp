@@ -20,7 +20,7 @@ std::string field(const QJsonObject& control, QLatin1String key) {
 
 std::string joined(const QJsonArray& values, const char* between) {
     std::string text;
-    for (const QJsonValue& each : values)
+    for (const QJsonValue each : values)
         text += (text.empty() ? "" : between) + valueText(each);
     return text;
 }
@@ -61,7 +61,7 @@ public:
                                       {QStringLiteral("controls"), controls}});
         TextTable table;
         table.add({"CONTROL", "VALUE", "DEFAULT", "RANGE", "AUTOMATIC"});
-        for (const QJsonValue& each : controls) {
+        for (const QJsonValue each : controls) {
             const QJsonObject control = each.toObject();
             const std::string defaultValue = field(control, QLatin1String("default"));
             table.add({field(control, QLatin1String("name")), field(control, QLatin1String("value")),

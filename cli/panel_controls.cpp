@@ -116,6 +116,7 @@ std::optional<std::string> chosenOf(const std::vector<PanelClient::Camera>& came
     const auto shown = std::ranges::find(cameras, true, &PanelClient::Camera::isShown);
     if (text.empty() && shown != cameras.end()) return shown->names.identifier;
     std::vector<CameraNames> names;
+    names.reserve(cameras.size());
     for (const PanelClient::Camera& each : cameras)
         names.push_back(each.names);
     std::string reason;

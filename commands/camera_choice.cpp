@@ -68,6 +68,7 @@ std::optional<std::size_t> chooseCamera(Cameras cameras, std::string_view text, 
 std::optional<std::size_t> chooseCamera(const std::vector<std::shared_ptr<CaptureDevice>>& cameras,
                                         std::string_view text, std::string& reason) {
     std::vector<CameraNames> names;
+    names.reserve(cameras.size());
     for (const auto& camera : cameras)
         names.push_back({camera->uniqueID(), camera->node(), camera->localizedName()});
     return chooseCamera(names, text, reason);
