@@ -2,8 +2,6 @@
 // Controls, pictures and the window; cameras and profiles are in the files beside this one.
 #include "service/control_panel_service.h"
 
-#include <algorithm>
-
 #include "commands/control_change.h"
 #include "service/arguments.h"
 #include "service/bus_types.h"
@@ -68,12 +66,6 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     ServiceError error;
     const auto setOptions = arguments::setOptions(options, error);
     if (!setOptions) return call.fail(error);
-    // Before the camera is asked for anything, if the names do not depend on it.
-    const bool dependsOnCamera = std::ranges::any_of(values.keys(), [this](const QString& name) {
-        return parts_.catalog.needsCamera(name.toStdString());
-    });
-    const auto find = [this](std::string_view name) { return parts_.catalog.find(name, nullptr); };
-    if (!dependsOnCamera && !changesOf(values, find, error)) return call.fail(error);
     withControls(call, camera, Needs::anyControls,
                  [this, call, values, force = setOptions->force](const Controls& controls) {
                      run(call, controls, Length::brief,

@@ -83,6 +83,16 @@ TEST_F(UnitControls, ANameOfSeveralUnitsIsTheChosenCameras) {
     EXPECT_EQ(output({"-c", "2", "get", "field-of-view"}), "wide\n");
 }
 
+TEST_F(UnitControls, ANameOfSeveralUnitsHasTheWordsOfTheChosenCameras) {
+    describe("logitech-brio.json", R"({"format": "tavelo extension unit", "version": 1,
+        "guid": "00000000-0000-0000-0000-000000000001",
+        "controls": [{"name": "field-of-view", "titles": {"en": "X"}, "selector": 1, "length": 1, "type": "choice",
+                      "choices": [{"value": 0, "word": "round", "titles": {"en": "R"}}]}]})");
+    EXPECT_EQ(output({"set", "field-of-view=narrow"}), "");
+    EXPECT_EQ(output({"get", "field-of-view"}), "narrow\n");
+    EXPECT_THAT(failure({"set", "field-of-view=round"}), HasSubstr("2: field-of-view: \"round\" is not "));
+}
+
 TEST_F(UnitControls, AreReachedInACameraThatHasNoOthers) {
     camera(1)->order({.kind = FaultKind::stall});
     EXPECT_EQ(output({"set", "lamp-mode=blink"}), "");
