@@ -18,7 +18,7 @@ std::int64_t unitOf(const NamedControl& control) {
 }
 
 QString keyOf(const NamedControl& control) {
-    return QString::fromUtf8(control.name.data(), static_cast<qsizetype>(control.name.size()));
+    return QString::fromUtf8(control.name);
 }
 
 QString suffixOf(const NamedControl& control) {
@@ -62,9 +62,7 @@ QString CameraControlModel::titleOf(const NamedControl& control) const {
 QString CameraControlModel::choiceText(const NamedControl& control, const ChoiceWord& choice) const {
     const auto choices = controlRow(*control.control).choices;
     const auto named = std::ranges::find(choices, choice.value, &ControlChoice::value);
-    if (named != choices.end())
-        return named->key.empty() ? QString::fromUtf8(named->text.data(), qsizetype(named->text.size()))
-                                  : text(named->key);
+    if (named != choices.end()) return named->key.empty() ? QString::fromUtf8(named->text) : text(named->key);
     if (control.control == KTUVCControl::powerLine) return text(choice.value == 0 ? "Off" : "Automatic");
     return QString::number(choice.value);
 }
@@ -73,8 +71,7 @@ std::vector<ShownChoice> CameraControlModel::choicesOf(const ControlState& state
     std::vector<ShownChoice> choices;
     for (const ChoiceWord& choice : state.choices)
         choices.push_back({choice.value, choiceText(*state.control, choice)});
-    if (std::ranges::find(choices, state.value, &ShownChoice::value) == choices.end())
-        choices.push_back({state.value, QString::number(state.value)});
+    addIfMissing(choices, state.value);
     return choices;
 }
 

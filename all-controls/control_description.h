@@ -22,6 +22,9 @@ struct ShownChoice {
     friend bool operator==(const ShownChoice&, const ShownChoice&) = default;
 };
 
+/// A camera may hold a value that none of its choices has; its text is the number.
+void addIfMissing(std::vector<ShownChoice>& choices, std::int64_t value);
+
 /// Numbers are in the unit that is shown.
 struct ControlDescription {
     QString key; ///< no other control of any model has it

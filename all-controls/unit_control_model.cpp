@@ -50,10 +50,7 @@ ControlDescription described(const ControlState& state, std::string_view languag
     shown.value = state.value;
     for (const ExtensionChoice& choice : control.choices)
         shown.choices.push_back({choice.value, QString::fromUtf8(titleIn(choice.titles, language))});
-    const bool isNamed =
-        std::ranges::find(shown.choices, state.value, &ShownChoice::value) != shown.choices.end();
-    if (shown.kind == ControlShape::choice && !isNamed)
-        shown.choices.push_back({state.value, QString::number(state.value)});
+    if (shown.kind == ControlShape::choice) addIfMissing(shown.choices, state.value);
     return shown;
 }
 
@@ -74,7 +71,7 @@ UnitControlModel::UnitControlModel(UnitControlParts parts) : parts_(std::move(pa
 UnitControlModel::~UnitControlModel() = default;
 
 bool UnitControlModel::isAnswered() const {
-    return !states_.empty() && parts_.manager.isControllable() &&
+    return !states_.empty() && parts_.manager.interface() != nullptr &&
            binding_ == parts_.manager.bindingIdentity();
 }
 
@@ -102,7 +99,7 @@ bool UnitControlModel::write(const QString& key, std::int64_t value, bool held) 
 
 void UnitControlModel::ask() {
     asksAgain_ = asks_;
-    if (asks_ || !parts_.manager.isControllable() || !parts_.manager.recordsAreRead()) return;
+    if (asks_ || parts_.manager.interface() == nullptr || !parts_.manager.recordsAreRead()) return;
     asks_ = true;
     QThreadPool::globalInstance()->start([self = QPointer(this), &manager = parts_.manager,
                                           &catalog = parts_.catalog, writes = writes_,

@@ -154,8 +154,14 @@ private:
             app_.add_option("--virtual-cameras", line_.cameras.virtualCameras,
                             "Use this many virtual cameras instead of real ones")
                 ->check(CLI::Range(1, maxVirtualCameras));
-        CLI::Option* const transport =
-            app_.add_option("--transport", transport_, transportHelp())->excludes(virtualCameras);
+        CLI::Option* const like =
+            app_.add_option("--like", like_,
+                            "Make them like the camera in this pack, which \"taveloctl probe --pack\" wrote")
+                ->check(fileValidator)
+                ->type_name("FILE");
+        CLI::Option* const transport = app_.add_option("--transport", transport_, transportHelp())
+                                           ->excludes(virtualCameras)
+                                           ->excludes(like);
         transports.addTo(transport);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)
@@ -212,6 +218,11 @@ private:
     }
 
     std::variant<CommandLine, CommandLineExit> result() {
+        if (Error error; !like_.empty() && !useCamerasLike(line_.cameras, like_, error))
+            return CommandLineExit{
+                usageError,
+                {},
+                app_.get_name() + ": --like " + like_ + ": " + error.text + " (--help lists the options)\n"};
         line_.cameras.transport = transports.of(transport_, line_.cameras.transport);
         line_.renderer = renderers.of(renderer_, line_.renderer);
         for (const CLI::Option* option : app_.get_options())
@@ -236,6 +247,7 @@ private:
     CLI::App app_{"Live preview and picture controls for USB webcams.", "tavelo-control-panel"};
     CommandLine line_;
     HeadlessCaptureOptions headlessCapture_;
+    std::string like_;
     std::string transport_;
     std::string renderer_;
     std::string size_;

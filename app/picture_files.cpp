@@ -15,9 +15,7 @@ constexpr qsizetype longestName = 40;
 
 // Readable on the file systems of memory sticks and cameras, too.
 QString fileNameOf(std::string_view camera) {
-    QString name = QString::fromUtf8(camera.data(), static_cast<qsizetype>(camera.size()))
-                       .left(longestName)
-                       .simplified();
+    QString name = QString::fromUtf8(camera).left(longestName).simplified();
     for (QChar& letter : name)
         if (!letter.isPrint() || QStringLiteral("/\\:*?\"<>|").contains(letter)) letter = u'-';
     while (name.startsWith(u'.'))

@@ -21,9 +21,9 @@ public:
     PanelCall(const Session& session, const std::string& option, const std::string& file) {
         add(option, file);
         const CameraOptions& cameras = session.options().cameras;
-        if (cameras.virtualCameras > 0)
-            add("--virtual-cameras", std::to_string(cameras.virtualCameras));
-        else // virtual ones have no transport
+        if (cameras.virtualCameras > 0) add("--virtual-cameras", std::to_string(cameras.virtualCameras));
+        if (!session.options().like.empty()) add("--like", session.options().like);
+        if (!session.hasVirtualCameras()) // virtual ones have no transport
             for (const TransportDescription& each : cameraTransports())
                 if (each.transport == cameras.transport) add("--transport", each.name);
         if (session.options().verbose) arguments_.emplace_back("--verbose");

@@ -66,6 +66,7 @@ private:
 
     void setOption(const std::string& option, const std::string& value) {
         if (option == "-c" || option == "--camera") typed_.options.camera = value;
+        if (option == "--like") typed_.options.like = value;
         if (option == "--virtual-cameras")
             std::from_chars(value.data(), value.data() + value.size(), typed_.options.cameras.virtualCameras);
         for (const TransportDescription& each : cameraTransports())

@@ -2,7 +2,9 @@
 // taveloctl controls
 #include <CLI/CLI.hpp>
 #include <QJsonArray>
+#include <QJsonObject>
 
+#include "cli/chosen_controls.h"
 #include "cli/json_output.h"
 #include "cli/text_table.h"
 #include "cli/verbs.h"
@@ -10,24 +12,37 @@
 namespace tavelo {
 namespace {
 
-std::string rangeColumn(const ControlState& state) {
+// A control as controlJson() makes it.
+
+std::string field(const QJsonObject& control, QLatin1String key) {
+    return control.contains(key) ? valueText(control[key]) : std::string();
+}
+
+std::string joined(const QJsonArray& values, const char* between) {
     std::string text;
-    for (const ChoiceWord& choice : state.choices)
-        text += (text.empty() ? "" : " ") + std::string(choice.word);
-    if (!text.empty() || !state.minimum || !state.maximum) return text;
-    text = std::to_string(*state.minimum) + " to " + std::to_string(*state.maximum);
-    if (state.step && *state.step > 1) text += ", step " + std::to_string(*state.step);
-    if (!state.control->unit.empty()) text += " (" + std::string(state.control->unit) + ")";
+    for (const QJsonValue each : values)
+        text += (text.empty() ? "" : between) + valueText(each);
     return text;
 }
 
-std::string ruleColumn(const ControlState& state) {
-    if (state.isAutomatic && state.automatic != nullptr)
-        return "set by " + std::string(state.automatic->name);
-    std::string text;
-    for (const NamedControl* each : state.rules)
-        text += (text.empty() ? "rules " : ", ") + std::string(each->name);
-    return text;
+std::string rangeColumn(const QJsonObject& control) {
+    if (control.contains(QLatin1String("choices")))
+        return joined(control[QLatin1String("choices")].toArray(), " ");
+    const std::string minimum = field(control, QLatin1String("minimum"));
+    const std::string maximum = field(control, QLatin1String("maximum"));
+    if (minimum.empty() || maximum.empty()) return {};
+    std::string text = minimum + " to " + maximum;
+    if (control[QLatin1String("step")].toInteger() > 1)
+        text += ", step " + field(control, QLatin1String("step"));
+    const std::string unit = field(control, QLatin1String("unit"));
+    return unit.empty() ? text : text + " (" + unit + ")";
+}
+
+std::string ruleColumn(const QJsonObject& control) {
+    if (control[QLatin1String("is_automatic")].toBool())
+        return "set by " + field(control, QLatin1String("automatic"));
+    const std::string rules = joined(control[QLatin1String("rules")].toArray(), ", ");
+    return rules.empty() ? rules : "rules " + rules;
 }
 
 class ControlsVerb final : public Verb {
@@ -39,24 +54,20 @@ public:
     void addOptions(CLI::App& /*command*/) override {}
 
     void run(Session& session) override {
-        const std::vector<ControlState> states = controlStates(session.controls(), session.catalog());
-        if (session.json()) return printJson(session, states);
+        const auto reached = reachControls(session);
+        const QJsonArray controls = reached->described();
+        if (session.json())
+            return session.printJson({{QStringLiteral("camera"), QString::fromStdString(reached->camera())},
+                                      {QStringLiteral("controls"), controls}});
         TextTable table;
         table.add({"CONTROL", "VALUE", "DEFAULT", "RANGE", "AUTOMATIC"});
-        for (const ControlState& state : states)
-            table.add({std::string(state.control->name), valueText(*state.control, state.value),
-                       state.defaultValue ? valueText(*state.control, *state.defaultValue) : "-",
-                       rangeColumn(state), ruleColumn(state)});
+        for (const QJsonValue each : controls) {
+            const QJsonObject control = each.toObject();
+            const std::string defaultValue = field(control, QLatin1String("default"));
+            table.add({field(control, QLatin1String("name")), field(control, QLatin1String("value")),
+                       defaultValue.empty() ? "-" : defaultValue, rangeColumn(control), ruleColumn(control)});
+        }
         session.print(table.text());
-    }
-
-private:
-    static void printJson(Session& session, const std::vector<ControlState>& states) {
-        QJsonArray controls;
-        for (const ControlState& state : states)
-            controls.append(controlJson(state));
-        session.printJson({{QStringLiteral("camera"), toQString(session.camera()->uniqueID())},
-                           {QStringLiteral("controls"), controls}});
     }
 };
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // taveloctl get NAME...
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
+#include "cli/chosen_controls.h"
 #include "cli/json_output.h"
 #include "cli/verbs.h"
 
@@ -19,22 +19,20 @@ public:
     }
 
     void run(Session& session) override {
-        std::vector<const NamedControl*> wanted;
         for (const std::string& name : names_)
-            wanted.push_back(&known(session, name));
-        KTUVCManager& manager = session.controls();
+            if (session.controlOfAnyCamera(name) == nullptr)
+                throw Failure(ExitStatus::usage,
+                              "no control is called \"" + name + "\" (taveloctl controls lists the names)");
+        const auto controls = reachControls(session);
         QJsonObject values;
         std::string text;
-        for (const NamedControl* control : wanted) {
-            const auto state = controlState(manager, *control, false);
-            if (!state)
-                throw Failure(ExitStatus::failed,
-                              absenceText(manager, *control) + " (taveloctl controls lists what it has)");
-            values.insert(toQString(control->name), valueJson(*control, state->value));
-            text += valueText(*control, state->value) + '\n';
+        for (const std::string& name : names_) {
+            const auto [known, value] = controls->value(name);
+            values.insert(QString::fromStdString(known), value);
+            text += valueText(value) + '\n';
         }
         if (session.json())
-            session.printJson({{QStringLiteral("camera"), toQString(session.camera()->uniqueID())},
+            session.printJson({{QStringLiteral("camera"), QString::fromStdString(controls->camera())},
                                {QStringLiteral("values"), values}});
         else
             session.print(text);
@@ -46,14 +44,6 @@ public:
     }
 
 private:
-    static const NamedControl& known(Session& session, const std::string& name) {
-        const NamedControl* control = session.controlNamed(name);
-        if (control == nullptr)
-            throw Failure(ExitStatus::usage,
-                          "no control is called \"" + name + "\" (taveloctl controls lists the names)");
-        return *control;
-    }
-
     std::vector<std::string> names_;
 };
 
@@ -61,7 +51,7 @@ private:
 
 std::vector<Candidate> controlCandidates(Session& session, const std::string& ending) {
     std::vector<Candidate> found;
-    KTUVCManager& manager = session.controls();
+    KTUVCManager& manager = session.anyControls();
     for (const NamedControl* control : session.catalog().controlsOf(manager.device().get()))
         if (const auto state = controlState(manager, *control, false))
             found.push_back({std::string(control->name) + ending, valueText(*control, state->value)});

@@ -9,7 +9,7 @@ namespace tavelo {
 namespace {
 
 QString nameOf(const NamedControl& control) {
-    return toQString(control.name);
+    return QString::fromUtf8(control.name);
 }
 
 void addIfKnown(QJsonObject& object, const QString& key, const std::optional<std::int64_t>& number) {
@@ -17,7 +17,7 @@ void addIfKnown(QJsonObject& object, const QString& key, const std::optional<std
 }
 
 QJsonObject formatJson(const CaptureFormat& format) {
-    QJsonObject object{{QStringLiteral("format"), toQString(format.fourcc)},
+    QJsonObject object{{QStringLiteral("format"), QString::fromUtf8(format.fourcc)},
                        {QStringLiteral("width"), static_cast<qint64>(format.size.width)},
                        {QStringLiteral("height"), static_cast<qint64>(format.size.height)}};
     if (format.framesPerSecond > 0)
@@ -32,10 +32,6 @@ std::string jsonLine(QJsonObject object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() + '\n';
 }
 
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 QJsonObject cameraJson(const CaptureDevice& camera, std::size_t number) {
     QJsonArray formats;
     for (const CaptureFormat& format : camera.formats())
@@ -43,13 +39,13 @@ QJsonObject cameraJson(const CaptureDevice& camera, std::size_t number) {
     QJsonArray users;
     const DeviceHolders holders = camera.holders();
     for (const DeviceHolder& holder : holders.seen)
-        users.append(QJsonObject{{QStringLiteral("program"), toQString(holder.program)},
+        users.append(QJsonObject{{QStringLiteral("program"), QString::fromUtf8(holder.program)},
                                  {QStringLiteral("process"), static_cast<qint64>(holder.process)}});
     return {{QStringLiteral("number"), static_cast<qint64>(number)},
-            {QStringLiteral("name"), toQString(camera.localizedName())},
-            {QStringLiteral("identifier"), toQString(camera.uniqueID())},
-            {QStringLiteral("node"), toQString(camera.node())},
-            {QStringLiteral("place"), toQString(camera.place())},
+            {QStringLiteral("name"), QString::fromUtf8(camera.localizedName())},
+            {QStringLiteral("identifier"), QString::fromUtf8(camera.uniqueID())},
+            {QStringLiteral("node"), QString::fromUtf8(camera.node())},
+            {QStringLiteral("place"), QString::fromUtf8(camera.place())},
             {QStringLiteral("formats"), formats},
             {QStringLiteral("open_in"), users},
             {QStringLiteral("open_in_hidden"), holders.someHidden}};
@@ -58,8 +54,13 @@ QJsonObject cameraJson(const CaptureDevice& camera, std::size_t number) {
 QJsonValue valueJson(const NamedControl& control, std::int64_t value) {
     if (isSwitch(control)) return value != 0;
     for (const ChoiceWord& choice : control.words)
-        if (choice.value == value) return toQString(choice.word);
+        if (choice.value == value) return QString::fromUtf8(choice.word);
     return static_cast<qint64>(value);
+}
+
+std::string valueText(const QJsonValue& value) {
+    if (value.isBool()) return value.toBool() ? "on" : "off";
+    return value.isString() ? value.toString().toStdString() : std::to_string(value.toInteger());
 }
 
 QJsonObject controlJson(const ControlState& state) {
@@ -72,7 +73,7 @@ QJsonObject controlJson(const ControlState& state) {
         addIfKnown(object, QStringLiteral("maximum"), state.maximum);
         addIfKnown(object, QStringLiteral("step"), state.step);
     }
-    if (!control.unit.empty()) object.insert(QStringLiteral("unit"), toQString(control.unit));
+    if (!control.unit.empty()) object.insert(QStringLiteral("unit"), QString::fromUtf8(control.unit));
     QJsonArray choices;
     for (const ChoiceWord& choice : state.choices)
         choices.append(valueJson(control, choice.value));

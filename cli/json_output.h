@@ -3,9 +3,7 @@
 #pragma once
 
 #include <QJsonObject>
-#include <QString>
 #include <string>
-#include <string_view>
 
 #include "commands/control_state.h"
 #include "platform/capture.h"
@@ -18,8 +16,6 @@ inline constexpr int jsonVersion = 1;
 /// The object in one line that ends with a line feed.
 std::string jsonLine(QJsonObject object);
 
-QString toQString(std::string_view text);
-
 /// A camera as `list` prints it.
 /// @param number from 1
 QJsonObject cameraJson(const CaptureDevice& camera, std::size_t number);
@@ -29,5 +25,8 @@ QJsonObject controlJson(const ControlState& state);
 
 /// A value: a word for a choice, true or false for a switch, else a number.
 QJsonValue valueJson(const NamedControl& control, std::int64_t value);
+
+/// Such a value as people write it.
+std::string valueText(const QJsonValue& value);
 
 } // namespace tavelo

@@ -5,24 +5,11 @@
 #include <optional>
 #include <system_error>
 
+#include "cli/running_panel.h"
 #include "process/quit_signals.h"
-#include "service/panel_client.h"
 
 namespace tavelo {
 namespace {
-
-ExitStatus exitStatusOf(ServiceError::Kind kind) {
-    switch (kind) {
-        case ServiceError::Kind::noSuchCamera:
-            return ExitStatus::noCamera;
-        case ServiceError::Kind::busy:
-            return ExitStatus::busy;
-        case ServiceError::Kind::denied:
-            return ExitStatus::denied;
-        default:
-            return ExitStatus::failed;
-    }
-}
 
 // As the panel needs it.  Nothing if the bus cannot carry it, because it is no UTF-8.
 std::optional<std::string> pathForPanel(const std::string& file) {
@@ -30,11 +17,6 @@ std::optional<std::string> pathForPanel(const std::string& file) {
     const std::string path = std::filesystem::absolute(file, error).string();
     const bool isText = QString::fromStdString(path).toStdString() == path;
     return !error && isText ? std::optional(path) : std::nullopt;
-}
-
-// The panel of this session does not have this process's virtual cameras.
-bool mayAsk(const Session& session) {
-    return session.options().cameras.virtualCameras == 0;
 }
 
 /// @return whether the panel did it
@@ -50,19 +32,17 @@ bool settle(const std::optional<ServiceError>& error, const std::string& file) {
 
 bool snapshotThroughPanel(Session& session, const std::string& file) {
     const auto path = pathForPanel(file);
-    if (!path || !mayAsk(session)) return false;
-    PanelClient panel(PanelClient::sessionBusIfAny());
-    return panel.panelRuns() && settle(panel.snapshot(session.options().camera, *path), file);
+    const auto panel = path ? runningPanel(session) : nullptr;
+    return panel && settle(panel->snapshot(session.options().camera, *path), file);
 }
 
 bool recordThroughPanel(Session& session, const std::string& file, double seconds) {
     const auto path = pathForPanel(file);
-    if (!path || !mayAsk(session)) return false;
-    PanelClient panel(PanelClient::sessionBusIfAny());
-    if (!panel.panelRuns()) return false;
+    const auto panel = path ? runningPanel(session) : nullptr;
+    if (!panel) return false;
     const QuitSignals quitSignals;
-    QObject::connect(&quitSignals, &QuitSignals::asked, &panel, &PanelClient::stop);
-    return settle(panel.record(session.options().camera, *path, seconds), file);
+    QObject::connect(&quitSignals, &QuitSignals::asked, panel.get(), &PanelClient::stop);
+    return settle(panel->record(session.options().camera, *path, seconds), file);
 }
 
 } // namespace tavelo

@@ -6,8 +6,8 @@
 #include <QJsonDocument>
 
 #include "cli/json_output.h"
+#include "cli/output_file.h"
 #include "cli/verbs.h"
-#include "platform/linux/whole_file.h"
 #include "probe/camera_probe.h"
 #include "probe/json/pack.h"
 #include "probe/json/report_json.h"
@@ -20,13 +20,6 @@ namespace {
 std::string kernelRelease() {
     utsname names{};
     return ::uname(&names) == 0 ? names.release : "unknown";
-}
-
-void writeFile(const std::string& path, const std::string& content) {
-    Error error;
-    const auto target = followLinks(path, error);
-    if (!target || !replaceWholeFile(*target, content, error))
-        throw Failure(ExitStatus::failed, path + ": " + error.text);
 }
 
 class ProbeVerb final : public Verb {
@@ -49,11 +42,11 @@ public:
             const std::string pack = writePack(record);
             if (pack.size() > longestPack)
                 throw Failure(ExitStatus::failed, "the camera answers too much for a pack");
-            writeFile(pack_, pack);
+            writeOutputFile(pack_, pack);
         }
         if (!session.json()) return session.print(reportText(record));
         QJsonObject report = QJsonDocument::fromJson(QByteArray::fromStdString(reportJson(record))).object();
-        report.insert(QStringLiteral("camera"), toQString(session.camera()->uniqueID()));
+        report.insert(QStringLiteral("camera"), QString::fromUtf8(session.camera()->uniqueID()));
         session.printJson(report);
     }
 

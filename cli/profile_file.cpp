@@ -57,9 +57,9 @@ QJsonObject profileJson(const PreferencesDictionary& profile) {
         const auto value = valueOf(profile, entry);
         if (!value) continue;
         if (entry.control == nullptr)
-            object.insert(toQString(name), *value != 0);
+            object.insert(QString::fromUtf8(name), *value != 0);
         else
-            object.insert(toQString(name), valueJson(*entry.control, *value));
+            object.insert(QString::fromUtf8(name), valueJson(*entry.control, *value));
     }
     return object;
 }
@@ -187,7 +187,8 @@ QJsonArray profilesJson(const PreferencesArray& record) {
 QByteArray profileFile(const std::map<std::string, PreferencesArray>& records) {
     QJsonObject cameras;
     for (const auto& [camera, record] : records)
-        cameras.insert(toQString(camera), QJsonObject{{QStringLiteral("profiles"), profilesJson(record)}});
+        cameras.insert(QString::fromUtf8(camera),
+                       QJsonObject{{QStringLiteral("profiles"), profilesJson(record)}});
     return QJsonDocument(QJsonObject{{QStringLiteral("format"), formatName},
                                      {QStringLiteral("version"), fileVersion},
                                      {QStringLiteral("cameras"), cameras}})

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <QFile>
 
-#include "cli/json_output.h"
+#include "cli/output_file.h"
 #include "cli/profile_file.h"
 #include "cli/verbs.h"
 #include "platform/linux/whole_file.h"
@@ -34,10 +34,7 @@ public:
         if (records.empty()) throw Failure(ExitStatus::failed, "no profile is stored");
         const std::string text = profileFile(records).toStdString();
         if (file_.empty()) return session.print(text);
-        Error error;
-        const auto target = followLinks(file_, error);
-        if (!target || !replaceWholeFile(*target, text, error))
-            throw Failure(ExitStatus::failed, file_ + ": not written: " + error.text);
+        writeOutputFile(file_, text);
     }
 
 private:

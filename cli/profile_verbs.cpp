@@ -52,7 +52,7 @@ public:
             storedRecord(session.preferences(), camera_settings::keyForCamera(camera->uniqueID()));
         if (session.json())
             return session.printJson(
-                {{QStringLiteral("camera"), toQString(camera->uniqueID())},
+                {{QStringLiteral("camera"), QString::fromUtf8(camera->uniqueID())},
                  {QStringLiteral("profiles"), record ? profilesJson(*record) : QJsonArray()}});
         if (!record) return session.print("No profile is stored.\n");
         session.print(table(*record));

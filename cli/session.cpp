@@ -7,12 +7,15 @@
 
 #include "cli/json_output.h"
 #include "commands/camera_choice.h"
+#include "commands/control_state.h"
 #include "platform/uvc/descriptors.h"
 #include "probe/video_function_search.h"
 #include "process/stderr_diagnostics.h"
 
 namespace tavelo {
 namespace {
+
+constexpr auto noControls = "it has no controls, or does not answer (taveloctl probe says which)";
 
 // From the descriptors: a camera need not be opened to know which units it has.
 BusProberDevice unitsOf(UsbPlatform& usb, const std::string& uniqueID) {
@@ -39,6 +42,9 @@ Session::~Session() {
 Backend& Session::backend() {
     if (!backend_) {
         CameraOptions cameras = options_.cameras;
+        Error error;
+        if (!options_.like.empty() && !useCamerasLike(cameras, options_.like, error))
+            throw Failure(ExitStatus::failed, options_.like + ": " + error.text);
         cameras.warn = [this](const std::string& line) { warn(line); };
         backend_ = std::make_unique<Backend>(environment_.makeCameras(cameras, *diagnostics_));
     }
@@ -75,13 +81,25 @@ KTUVCManager& Session::controls() {
 }
 
 KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) {
+    KTUVCManager& manager = bound(*camera);
+    if (!manager.isControllable()) failToReach(*camera, noControls);
+    return manager;
+}
+
+KTUVCManager& Session::anyControls() {
+    const auto chosen = camera();
+    KTUVCManager& manager = bound(*chosen);
+    // The descriptions are read only if they matter.
+    if (!manager.isControllable() && !hasControls(manager, catalog())) failToReach(*chosen, noControls);
+    return manager;
+}
+
+KTUVCManager& Session::bound(const CaptureDevice& camera) {
     if (!manager_) {
         manager_ = std::make_unique<KTUVCManager>(KTUVCEnvironment{.usb = backend().usb.get()});
         manager_->initProberWithBusProberScopeProberDelegate(2, nullptr);
     }
-    manager_->refreshDataWithUniqueIDString(camera->uniqueID());
-    if (!manager_->isControllable())
-        failToReach(*camera, "it has no controls, or does not answer (taveloctl probe says which)");
+    manager_->refreshDataWithUniqueIDString(camera.uniqueID());
     return *manager_;
 }
 
@@ -101,6 +119,11 @@ const NamedControl* Session::controlNamed(std::string_view name) {
     if (!catalog().needsCamera(name)) return catalog().find(name, nullptr);
     const BusProberDevice units = unitsOf(usb(), camera()->uniqueID());
     return catalog().find(name, &units);
+}
+
+const NamedControl* Session::controlOfAnyCamera(std::string_view name) {
+    const NamedControl* ofTheClass = tavelo::controlNamed(name);
+    return ofTheClass != nullptr ? ofTheClass : catalog().find(name, nullptr);
 }
 
 void Session::warn(const std::string& line) const {

@@ -22,6 +22,7 @@ namespace tavelo {
 /// The options that every verb has.
 struct SessionOptions {
     CameraOptions cameras;
+    std::string like;   ///< a camera pack that virtual cameras are like; empty: the program's own
     std::string camera; ///< which one; see chooseCamera()
     bool json = false;
     bool verbose = false;
@@ -53,6 +54,7 @@ public:
 
     const SessionOptions& options() const { return options_; }
     bool json() const { return options_.json; }
+    bool hasVirtualCameras() const { return options_.cameras.virtualCameras > 0 || !options_.like.empty(); }
 
     const std::vector<std::shared_ptr<CaptureDevice>>& cameras();
     CapturePlatform& capture();
@@ -64,8 +66,10 @@ public:
     std::shared_ptr<CaptureDevice> camera();
     std::shared_ptr<CaptureDevice> cameraNamed(std::string_view text);
 
-    /// The controls of the chosen camera, all read.
+    /// The controls of the chosen camera, all read.  It has some of the class.
     KTUVCManager& controls();
+    /// The same, also if its only controls are those of a described extension unit.
+    KTUVCManager& anyControls();
     /// The same for another camera; one camera is bound at a time.
     KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
 
@@ -73,6 +77,8 @@ public:
     const ControlCatalog& catalog();
     /// Null if no control has this name.  If it depends on the camera, that of the chosen one.
     const NamedControl* controlNamed(std::string_view name);
+    /// The same without looking at the camera: with several units' controls of this name, any of them.
+    const NamedControl* controlOfAnyCamera(std::string_view name);
 
     /// Fails with the reason why a camera cannot be opened.
     /// @param otherwise the reason if it can
@@ -88,6 +94,7 @@ public:
     void printJson(QJsonObject object);
 
 private:
+    KTUVCManager& bound(const CaptureDevice& camera);
     void warn(const std::string& line) const;
 
     const SessionOptions options_;

@@ -2,6 +2,7 @@
 // taveloctl set NAME=VALUE...
 #include <CLI/CLI.hpp>
 
+#include "cli/chosen_controls.h"
 #include "cli/json_output.h"
 #include "cli/verbs.h"
 #include "commands/control_change.h"
@@ -24,22 +25,16 @@ public:
     }
 
     void run(Session& session) override {
-        const auto find = [&session](std::string_view name) { return session.controlNamed(name); };
-        std::string reason;
-        std::vector<ControlChange> changes;
-        for (const std::string& text : changes_) {
-            const auto change = parseControlChange(text, find, reason);
-            if (!change) throw Failure(ExitStatus::usage, reason);
-            changes.push_back(*change);
-        }
-        KTUVCManager& manager = session.controls();
-        const auto plan = planChanges(manager, changes, force_, reason);
-        if (!plan) throw Failure(ExitStatus::failed, reason);
+        checkWords(session);
+        const auto controls = reachControls(session);
         QJsonObject values;
-        for (const PlannedWrite& planned : *plan)
-            values.insert(toQString(planned.control->name), writeOne(session, manager, planned));
+        controls->set(changes_, force_, [&](const TakenValue& taken) {
+            values.insert(QString::fromStdString(taken.control), taken.value);
+            if (taken.isOther && !session.json())
+                session.print(taken.control + ": the camera took " + valueText(taken.value) + "\n");
+        });
         if (session.json())
-            session.printJson({{QStringLiteral("camera"), toQString(session.camera()->uniqueID())},
+            session.printJson({{QStringLiteral("camera"), QString::fromStdString(controls->camera())},
                                {QStringLiteral("values"), values}});
     }
 
@@ -49,7 +44,7 @@ public:
         if (equals == std::string::npos) return controlCandidates(session, "=");
         const NamedControl* control = session.controlNamed(begun.substr(0, equals));
         if (control == nullptr) return {};
-        const auto state = controlState(session.controls(), *control, true);
+        const auto state = controlState(session.anyControls(), *control, true);
         if (!state) return {};
         const std::string start = begun.substr(0, equals + 1);
         std::vector<Candidate> found;
@@ -61,20 +56,16 @@ public:
     }
 
 private:
-    // What the camera took.
-    static QJsonValue writeOne(Session& session, KTUVCManager& manager, const PlannedWrite& planned) {
-        const NamedControl& control = *planned.control;
-        const std::string name(control.name);
-        const auto taken = write(manager, planned);
-        if (!taken) {
-            const bool gone = manager.failure() == ErrorCode::gone;
-            throw Failure(gone ? ExitStatus::noCamera : ExitStatus::failed,
-                          name + ": the camera " + (gone ? "was unplugged" : "refused") + " " +
-                              valueText(control, planned.value));
+    // A wrong command line is said before the camera is asked, unless only the camera knows the words.
+    void checkWords(Session& session) const {
+        const auto find = [&session](std::string_view name) { return session.controlOfAnyCamera(name); };
+        for (const std::string& text : changes_) {
+            const std::string name = text.substr(0, text.find('='));
+            std::string reason;
+            if (find(name) != nullptr && !isClassControl(name) && session.catalog().needsCamera(name))
+                continue;
+            if (!parseControlChange(text, find, reason)) throw Failure(ExitStatus::usage, reason);
         }
-        if (*taken != planned.value && !session.json())
-            session.print(name + ": the camera took " + valueText(control, *taken) + "\n");
-        return valueJson(control, *taken);
     }
 
     std::vector<std::string> changes_;

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "cli/completion.h"
+#include "cli/json_output.h"
 #include "cli/verbs.h"
 
 namespace tavelo {
@@ -47,7 +48,13 @@ public:
     }
 
     /// For help, version and errors of parse(): what to print, and the status.
-    int explain(const CLI::ParseError& problem, std::string& output, std::string& error) const {
+    /// @param json whether the user asked for it; parse() may have ended before it came to that
+    int explain(const CLI::ParseError& problem, bool json, std::string& output, std::string& error) const {
+        if (json && problem.get_exit_code() == 0 && problem.get_name() == "CallForVersion") {
+            output = jsonLine({{QStringLiteral("program"), QStringLiteral("taveloctl")},
+                               {QStringLiteral("release"), QStringLiteral(TAVELO_VERSION)}});
+            return 0;
+        }
         std::ostringstream out;
         std::ostringstream err;
         const int status = app_.exit(problem, out, err);
@@ -78,6 +85,9 @@ private:
                         "Use this many pretended cameras instead of real ones, to try it out")
             ->check(CLI::Range(1, mostVirtualCameras))
             ->type_name("NUMBER");
+        app_.add_option("--like", options_.like,
+                        "Make them like the camera in this pack, which \"probe --pack\" wrote")
+            ->type_name("FILE");
         std::vector<std::string> names;
         for (const TransportDescription& each : cameraTransports())
             names.push_back(each.name);
@@ -123,7 +133,8 @@ int runTaveloctl(const std::vector<std::string>& arguments, const SessionEnviron
         commandLine.parse(arguments);
     } catch (const CLI::ParseError& problem) {
         std::string output;
-        const int status = commandLine.explain(problem, output, error);
+        const bool json = std::ranges::find(arguments, "--json") != arguments.end();
+        const int status = commandLine.explain(problem, json, output, error);
         environment.print(output);
         return status;
     }

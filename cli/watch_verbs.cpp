@@ -77,8 +77,8 @@ private:
 std::vector<std::string> jsonLines(const MonitorEvent& event) {
     const auto object = [&](const char* kind) {
         return QJsonObject{{QStringLiteral("event"), QString::fromLatin1(kind)},
-                           {QStringLiteral("camera"), toQString(event.camera)},
-                           {QStringLiteral("name"), toQString(event.name)}};
+                           {QStringLiteral("camera"), QString::fromUtf8(event.camera)},
+                           {QStringLiteral("name"), QString::fromUtf8(event.name)}};
     };
     if (event.kind == MonitorEvent::Kind::came) return {jsonLine(object("came"))};
     if (event.kind == MonitorEvent::Kind::went) return {jsonLine(object("went"))};
@@ -87,7 +87,7 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
         const std::int64_t value = shareOf(each, event.value);
         if (each.control != event.control || value == shareOf(each, event.before)) continue;
         QJsonObject changed = object("changed");
-        changed[QStringLiteral("control")] = toQString(each.name);
+        changed[QStringLiteral("control")] = QString::fromUtf8(each.name);
         changed[QStringLiteral("value")] = valueJson(each, value);
         lines.push_back(jsonLine(std::move(changed)));
     }
@@ -95,8 +95,8 @@ std::vector<std::string> jsonLines(const MonitorEvent& event) {
 }
 
 std::string jsonMessage(const std::string& line) {
-    return jsonLine(
-        {{QStringLiteral("event"), QStringLiteral("profile")}, {QStringLiteral("message"), toQString(line)}});
+    return jsonLine({{QStringLiteral("event"), QStringLiteral("profile")},
+                     {QStringLiteral("message"), QString::fromUtf8(line)}});
 }
 
 std::vector<std::string> textLines(const MonitorEvent& event) {
@@ -147,14 +147,15 @@ public:
                         "Number of the profile; the one selected in the panel if not given")
             ->check(CLI::Range(1, static_cast<int>(storedProfileCount)))
             ->type_name("PROFILE");
-        command.add_flag("--keep", keep_, "Put back what other programs change, while no panel runs");
+        command.add_flag("--keep", keep_,
+                         "Put back what other programs change, while no panel shows a camera");
     }
 
     void run(Session& session) override {
         Running running(session);
         const PanelClient panel(PanelClient::sessionBusIfAny());
         const ProfileWatchParts parts{session.preferences(), running.clock(),
-                                      [&panel] { return panel.panelRuns(); },
+                                      [&panel] { return panel.panelShowsCamera(); },
                                       [&](const std::string& line) {
                                           running.print(session.json() ? jsonMessage(line) : line + '\n');
                                       }};

@@ -9,7 +9,7 @@
 namespace tavelo {
 namespace {
 
-using Cameras = std::vector<std::shared_ptr<CaptureDevice>>;
+using Cameras = std::span<const CameraNames>;
 
 std::optional<std::size_t> wholeNumber(std::string_view text) {
     std::size_t number = 0;
@@ -18,21 +18,21 @@ std::optional<std::size_t> wholeNumber(std::string_view text) {
 }
 
 template <typename Matches>
-std::vector<std::size_t> positions(const Cameras& cameras, Matches matches) {
+std::vector<std::size_t> positions(Cameras cameras, Matches matches) {
     std::vector<std::size_t> found;
     for (std::size_t i = 0; i < cameras.size(); ++i)
-        if (matches(*cameras[i])) found.push_back(i);
+        if (matches(cameras[i])) found.push_back(i);
     return found;
 }
 
-std::string howMany(const Cameras& cameras) {
+std::string howMany(Cameras cameras) {
     if (cameras.size() == 1) return "there is one";
     return cameras.empty() ? "none is plugged in" : "there are " + std::to_string(cameras.size());
 }
 
 } // namespace
 
-std::optional<std::size_t> chooseCamera(const Cameras& cameras, std::string_view text, std::string& reason) {
+std::optional<std::size_t> chooseCamera(Cameras cameras, std::string_view text, std::string& reason) {
     const std::string wanted(text);
     if (cameras.empty()) {
         reason = wanted.empty() ? "no camera is plugged in" : "no camera " + wanted + ": none is plugged in";
@@ -50,19 +50,28 @@ std::optional<std::size_t> chooseCamera(const Cameras& cameras, std::string_view
         return {};
     }
     const std::string low = lowerCase(wanted);
-    const auto exact = positions(cameras, [&](const CaptureDevice& camera) {
-        return camera.uniqueID() == low || (!camera.node().empty() && camera.node() == wanted) ||
-               lowerCase(camera.localizedName()) == low;
+    const auto exact = positions(cameras, [&](const CameraNames& camera) {
+        return camera.identifier == low || (!camera.node.empty() && camera.node == wanted) ||
+               lowerCase(camera.name) == low;
     });
     if (exact.size() == 1) return exact.front();
-    const auto partial = positions(cameras, [&](const CaptureDevice& camera) {
-        return lowerCase(camera.localizedName()).find(low) != std::string::npos;
+    const auto partial = positions(cameras, [&](const CameraNames& camera) {
+        return lowerCase(camera.name).find(low) != std::string::npos;
     });
     if (partial.size() == 1) return partial.front();
     reason = partial.empty() ? "no camera " + wanted + " (taveloctl list shows the cameras)"
                              : std::to_string(partial.size()) + " cameras are called " + wanted +
                                    ": choose one by its number or identifier (taveloctl list shows them)";
     return {};
+}
+
+std::optional<std::size_t> chooseCamera(const std::vector<std::shared_ptr<CaptureDevice>>& cameras,
+                                        std::string_view text, std::string& reason) {
+    std::vector<CameraNames> names;
+    names.reserve(cameras.size());
+    for (const auto& camera : cameras)
+        names.push_back({camera->uniqueID(), camera->node(), camera->localizedName()});
+    return chooseCamera(names, text, reason);
 }
 
 } // namespace tavelo

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "commands/control_state.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <utility>
@@ -72,6 +73,13 @@ std::optional<ControlState> classControlState(KTUVCManager& manager, const Named
 std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep) {
     if (control.extension != nullptr) return unitControlState(manager, control, withStep);
     return classControlState(manager, control, controlRow(control.control.value()), withStep);
+}
+
+bool hasControls(KTUVCManager& manager, const ControlCatalog& catalog) {
+    if (manager.isControllable()) return true;
+    return std::ranges::any_of(catalog.controlsOf(manager.device().get()), [&](const NamedControl* control) {
+        return control->extension != nullptr && controlState(manager, *control, false).has_value();
+    });
 }
 
 std::vector<ControlState> controlStates(KTUVCManager& manager, const ControlCatalog& catalog) {

@@ -37,10 +37,13 @@ struct ControlState {
 
 /// The bound camera's state of one control; nothing if it does not have it.  Of a control of the class it
 /// comes from the records, and at most one request is sent; one of an extension unit is read from the camera.
-/// @param withStep whether to ask the camera for the step and for the choices that it offers, and an
-/// extension
-///     unit for its range and its default
+/// @param withStep whether to ask for the step and the offered choices, of a unit's control also for the
+/// range
+///     and the default
 std::optional<ControlState> controlState(KTUVCManager& manager, const NamedControl& control, bool withStep);
+
+/// Whether the bound camera has any control.  Its units are asked only if it has none of the class.
+bool hasControls(KTUVCManager& manager, const ControlCatalog& catalog);
 
 /// Every control that the bound camera has.
 std::vector<ControlState> controlStates(KTUVCManager& manager, const ControlCatalog& catalog);

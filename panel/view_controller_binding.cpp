@@ -37,8 +37,9 @@ void ViewController::readAgain() {
 }
 
 bool ViewController::prepareAction() {
-    if (!uvcManager_.isControllable()) return false;
     const bool isRead = uvcManager_.recordsAreRead();
+    // A camera without controls of the class may have those of an extension unit.
+    if (uvcManager_.interface() == nullptr || (!isRead && !uvcManager_.isControllable())) return false;
     if (isRead && !uvcManager_.interfaceIsClosed()) return true;
     if (readAgainTimer_.isActive()) readAgainTimer_.start(); // a user action restarts the quiet time
 

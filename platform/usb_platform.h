@@ -18,7 +18,7 @@ public:
     /// @param delegate may be null; must outlive the prober
     virtual std::unique_ptr<BusProber> initBusProber(int scope, BusProberDelegate* delegate) = 0;
 
-    /// Every USB device, in the operating system's order.  One caller at a time, on any thread.
+    /// Every USB device, in the operating system's order.  Thread-safe.
     virtual std::vector<std::unique_ptr<UsbDevice>> listDevices() = 0;
 };
 

@@ -12,9 +12,9 @@ using Kind = ServiceError::Kind;
 
 void registerBusTypes() {
     // Qt finds the types of arguments by the names that the slots have for them.
-    qRegisterMetaType<CameraDescriptions>("tavelo::CameraDescriptions");
+    qRegisterMetaType<Descriptions>("tavelo::Descriptions");
     qRegisterMetaType<QDBusVariant>("QDBusVariant");
-    qDBusRegisterMetaType<CameraDescriptions>();
+    qDBusRegisterMetaType<Descriptions>();
     qDBusRegisterMetaType<HolderNames>();
 }
 
@@ -54,7 +54,7 @@ void BusAdaptor::handle(const QDBusMessage& message, const char* signature,
     method(*service_, call);
 }
 
-void BusAdaptor::List(const QDBusMessage& message, CameraDescriptions& /*cameras*/) {
+void BusAdaptor::List(const QDBusMessage& message, Descriptions& /*cameras*/) {
     handle(message, "", [](auto& service, const Call& call) { service.list(call); });
 }
 
@@ -67,6 +67,10 @@ void BusAdaptor::Set(const QString& camera, const QVariantMap& values, const QVa
                      const QDBusMessage& message, QVariantMap& /*taken*/) {
     handle(message, "sa{sv}a{sv}",
            [&](auto& service, const Call& call) { service.set(call, camera, values, options); });
+}
+
+void BusAdaptor::Controls(const QString& camera, const QDBusMessage& message, Descriptions& /*controls*/) {
+    handle(message, "s", [&](auto& service, const Call& call) { service.controls(call, camera); });
 }
 
 void BusAdaptor::Apply(const QString& camera, uint profile, const QDBusMessage& message) {

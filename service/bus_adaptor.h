@@ -36,10 +36,11 @@ public:
 
 public Q_SLOTS:
     // The messages make Qt leave the answer to the service; what is returned here is never sent.
-    void List(const QDBusMessage& message, tavelo::CameraDescriptions& cameras);
+    void List(const QDBusMessage& message, tavelo::Descriptions& cameras);
     void Get(const QString& camera, const QString& control, const QDBusMessage& message, QDBusVariant& value);
     void Set(const QString& camera, const QVariantMap& values, const QVariantMap& options,
              const QDBusMessage& message, QVariantMap& taken);
+    void Controls(const QString& camera, const QDBusMessage& message, tavelo::Descriptions& controls);
     void Apply(const QString& camera, uint profile, const QDBusMessage& message);
     void Save(const QString& camera, uint profile, const QDBusMessage& message);
     void Reset(const QString& camera, const QDBusMessage& message);

@@ -10,8 +10,8 @@
 
 namespace tavelo {
 
-/// The cameras of List: aa{sv}.
-using CameraDescriptions = QList<QVariantMap>;
+/// The cameras of List, or the controls of Controls: aa{sv}.
+using Descriptions = QList<QVariantMap>;
 /// The programs that have a camera open, by process: a{us}.
 using HolderNames = QMap<uint, QString>;
 

@@ -2,11 +2,9 @@
 // Controls, pictures and the window; cameras and profiles are in the files beside this one.
 #include "service/control_panel_service.h"
 
-#include <QThreadPool>
-#include <utility>
-
 #include "commands/control_change.h"
 #include "service/arguments.h"
+#include "service/bus_types.h"
 #include "service/values.h"
 
 namespace tavelo {
@@ -15,10 +13,6 @@ namespace {
 using Kind = ServiceError::Kind;
 
 constexpr qsizetype longestControl = 64;
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 ServiceError refusal(const KTUVCManager& manager, const PlannedWrite& planned) {
     const std::string name(planned.control->name);
@@ -47,17 +41,24 @@ ControlPanelService::~ControlPanelService() {
 }
 
 void ControlPanelService::get(const Call& call, const QString& camera, const QString& control) {
-    ServiceError error{Kind::invalid,
-                       "no control is called \"" + control.left(longestControl).toStdString() + "\""};
-    std::optional<Controls> controls;
-    const NamedControl* const named =
-        control.size() <= longestControl ? controlNamed(control.toStdString(), camera, controls) : nullptr;
-    if (named == nullptr) return call.fail(error);
-    if (!controls) controls = controlsOf(camera, error);
-    if (!controls) return call.fail(error);
-    const auto state = controlState(*controls->manager, *named, false);
-    if (!state) return call.fail({Kind::refused, absenceText(*controls->manager, *named)});
-    call.answer({QVariant::fromValue(QDBusVariant(variantOf(*named, state->value)))});
+    const ServiceError unknown{Kind::invalid,
+                               "no control is called \"" + control.left(longestControl).toStdString() + "\""};
+    const std::string name = control.size() <= longestControl ? control.toStdString() : std::string();
+    if (parts_.catalog.find(name, nullptr) == nullptr) return call.fail(unknown);
+    withControls(call, camera, Needs::anyControls, [this, call, name](const Controls& controls) {
+        run(call, controls, Length::brief,
+            [&catalog = parts_.catalog, name](const Controls& used) { return valueOf(used, catalog, name); });
+    });
+}
+
+ControlPanelService::Outcome ControlPanelService::valueOf(const Controls& controls,
+                                                          const ControlCatalog& catalog,
+                                                          std::string_view name) {
+    KTUVCManager& manager = *controls.manager;
+    const NamedControl& control = *catalog.find(name, manager.device().get());
+    const auto state = controlState(manager, control, false);
+    if (!state) return {.error = ServiceError{Kind::refused, absenceText(manager, control)}};
+    return {.answer = {QVariant::fromValue(QDBusVariant(variantOf(control, state->value)))}};
 }
 
 void ControlPanelService::set(const Call& call, const QString& camera, const QVariantMap& values,
@@ -65,74 +66,76 @@ void ControlPanelService::set(const Call& call, const QString& camera, const QVa
     ServiceError error;
     const auto setOptions = arguments::setOptions(options, error);
     if (!setOptions) return call.fail(error);
-    std::optional<Controls> controls;
-    const auto find = [&](std::string_view name) { return controlNamed(name, camera, controls); };
+    withControls(call, camera, Needs::anyControls,
+                 [this, call, values, force = setOptions->force](const Controls& controls) {
+                     run(call, controls, Length::brief,
+                         [&catalog = parts_.catalog, values, force](const Controls& used) {
+                             return written(used, catalog, values, force);
+                         });
+                 });
+}
+
+// Up to the first value that the camera does not take.
+ControlPanelService::Outcome ControlPanelService::written(const Controls& controls,
+                                                          const ControlCatalog& catalog,
+                                                          const QVariantMap& values, bool force) {
+    KTUVCManager& manager = *controls.manager;
+    const auto device = manager.device();
+    const auto find = [&](std::string_view name) { return catalog.find(name, device.get()); };
+    ServiceError error;
     const auto changes = changesOf(values, find, error);
-    if (!changes) return call.fail(error);
-    if (!controls) controls = controlsOf(camera, error);
-    if (!controls) return call.fail(error);
+    if (!changes) return {.error = error};
     error.kind = Kind::refused;
-    const auto plan = planChanges(*controls->manager, *changes, setOptions->force, error.text);
-    if (!plan) return call.fail(error);
-    std::optional<ServiceError> refused;
-    const QVariantMap taken = write(*controls, *plan, refused);
-    if (refused) return call.fail(*refused);
-    call.answer({taken});
-}
-
-const NamedControl* ControlPanelService::controlNamed(std::string_view name, const QString& camera,
-                                                      std::optional<Controls>& controls) {
-    ServiceError error; // what is wrong with the camera is told once it is needed
-    if (!controls && parts_.catalog.needsCamera(name)) controls = controlsOf(camera, error);
-    return parts_.catalog.find(name, controls ? controls->manager->device().get() : nullptr);
-}
-
-QVariantMap ControlPanelService::write(const Controls& controls, const std::vector<PlannedWrite>& plan,
-                                       std::optional<ServiceError>& error) {
+    const auto plan = planChanges(manager, *changes, force, error.text);
+    if (!plan) return {.error = error};
+    Outcome outcome;
     QVariantMap taken;
-    for (const PlannedWrite& planned : plan) {
-        const auto value = tavelo::write(*controls.manager, planned);
+    for (const PlannedWrite& planned : *plan) {
+        const NamedControl& control = *planned.control;
+        const auto value = tavelo::write(manager, planned);
         if (!value) {
-            error = refusal(*controls.manager, planned);
+            outcome.error = refusal(manager, planned);
             break;
         }
-        const NamedControl& control = *planned.control;
-        taken.insert(toQString(control.name), variantOf(control, *value));
+        taken.insert(QString::fromUtf8(control.name), variantOf(control, *value));
         if (control.control)
-            tellChanged(controls, *control.control);
+            outcome.written.push_back(*control.control);
         else
-            tellValue(controls.camera->uniqueID(), control, *value);
+            outcome.writtenOfUnits.emplace_back(&control, *value);
     }
-    return taken;
+    outcome.answer = {taken};
+    return outcome;
 }
 
-void ControlPanelService::reset(const Call& call, const QString& camera) {
-    ServiceError error;
-    const auto controls = controlsOf(camera, error);
-    if (!controls) return call.fail(error);
-    // The walk takes a slow camera seconds.
-    QThreadPool::globalInstance()->start([this, controls = *controls, call = Call(call),
-                                          binding = controls->manager->bindingIdentity()]() mutable {
-        if (controls.manager->bindingIdentity() == binding) controls.manager->resetParamsToDefaults();
-        // Moved, because a manager is released on the main thread.
-        QMetaObject::invokeMethod(
-            this,
-            [this, controls = std::move(controls), call = std::move(call), binding] {
-                if (controls.manager->bindingIdentity() == binding) return resetEnded(controls, call);
-                call.fail({Kind::failed, "the panel shows another camera now"});
-            },
-            Qt::QueuedConnection);
+void ControlPanelService::controls(const Call& call, const QString& camera) {
+    withControls(call, camera, Needs::anyControls, [this, call](const Controls& controls) {
+        run(call, controls, Length::walk, [&catalog = parts_.catalog](const Controls& used) -> Outcome {
+            Descriptions described;
+            for (const ControlState& state : controlStates(*used.manager, catalog))
+                described.append(description(state));
+            return {.answer = {QVariant::fromValue(described)}};
+        });
     });
 }
 
-void ControlPanelService::resetEnded(const Controls& controls, const Call& call) {
+void ControlPanelService::reset(const Call& call, const QString& camera) {
+    withControls(call, camera, Needs::classControls,
+                 [this, call](const Controls& controls) { run(call, controls, Length::walk, afterReset); });
+}
+
+ControlPanelService::Outcome ControlPanelService::afterReset(const Controls& controls) {
+    KTUVCManager& manager = *controls.manager;
+    manager.resetParamsToDefaults();
+    Outcome outcome;
     for (const ControlRow& row : controlTable())
-        if (controls.manager->record(row.control)->supported()) tellChanged(controls, row.control);
-    const ErrorCode failure = controls.manager->failure();
-    if (failure == ErrorCode::none || failure == ErrorCode::refused) return call.answer();
-    const bool gone = failure == ErrorCode::gone;
-    call.fail({gone ? Kind::noSuchCamera : Kind::failed,
-               controls.camera->localizedName() + (gone ? ": it was unplugged" : ": it did not answer")});
+        if (manager.record(row.control)->supported()) outcome.written.push_back(row.control);
+    const ErrorCode failure = manager.failure();
+    const std::string name = controls.camera->localizedName();
+    if (failure == ErrorCode::gone)
+        outcome.error = ServiceError{Kind::noSuchCamera, name + ": it was unplugged"};
+    else if (failure != ErrorCode::none && failure != ErrorCode::refused)
+        outcome.error = ServiceError{Kind::failed, name + ": it did not answer"};
+    return outcome;
 }
 
 void ControlPanelService::snapshot(const Call& call, const QString& camera, const QString& file) {
@@ -183,7 +186,7 @@ void ControlPanelService::controlDidChange(const std::string& camera, KTUVCContr
 
 void ControlPanelService::tellValue(const std::string& camera, const NamedControl& control,
                                     std::int64_t value) {
-    Q_EMIT controlChanged(QString::fromStdString(camera), toQString(control.name),
+    Q_EMIT controlChanged(QString::fromStdString(camera), QString::fromUtf8(control.name),
                           QDBusVariant(variantOf(control, value)));
 }
 

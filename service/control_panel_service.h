@@ -5,11 +5,14 @@
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
+#include <QVariantList>
 #include <QVariantMap>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "commands/control_catalog.h"
@@ -19,6 +22,7 @@
 #include "platform/usb_platform.h"
 #include "profiles/profile_saves.h"
 #include "service/call.h"
+#include "service/camera_turns.h"
 #include "service/panel_host.h"
 
 namespace tavelo {
@@ -35,8 +39,9 @@ struct ServiceParts {
 /// The methods of org.tavelo.ControlPanel1, which its introspection file describes.  The shown camera is
 /// reached through the panel's own manager, any other one through a manager that lives for one call.
 ///
-/// Main thread.  Calls are answered at once, except those that wait for pictures, the disk or a walk over
-/// many controls.  The global thread pool must be done before this object is destroyed.
+/// Main thread.  It never waits for a camera that the panel does not show, nor for a walk over many controls:
+/// those requests are sent by the global thread pool, which must be done before this object is destroyed.
+/// Calls for one camera run in the order in which they came.
 class ControlPanelService final : public QObject, public CaptureDeviceObserver {
     Q_OBJECT
 
@@ -48,6 +53,7 @@ public:
     void list(const Call& call);
     void get(const Call& call, const QString& camera, const QString& control);
     void set(const Call& call, const QString& camera, const QVariantMap& values, const QVariantMap& options);
+    void controls(const Call& call, const QString& camera);
     void reset(const Call& call, const QString& camera);
     void apply(const Call& call, const QString& camera, unsigned profile);
     void save(const Call& call, const QString& camera, unsigned profile);
@@ -83,11 +89,30 @@ Q_SIGNALS:
     void recordingFileChanged();
 
 private:
-    /// A camera whose controls can be read and written.
+    /// A camera whose controls can be read and written.  Released on the main thread.
     struct Controls {
         std::shared_ptr<CaptureDevice> camera;
         std::shared_ptr<KTUVCManager> manager;
         bool isShown = false;
+        CameraTurns::Turn turn; ///< other calls for this camera wait
+    };
+    /// What is needed of a camera.
+    enum class Needs : std::uint8_t {
+        classControls,
+        anyControls, ///< those of a described extension unit suffice
+    };
+    /// What came of a call.
+    struct Outcome {
+        QVariantList answer = {};
+        std::optional<ServiceError> error = {};
+        std::vector<KTUVCControl> written = {}; ///< of the class
+        std::vector<std::pair<const NamedControl*, std::int64_t>> writtenOfUnits = {};
+    };
+    /// What a call does with a camera, on any thread; no part of the service is used there.
+    using Work = std::function<Outcome(const Controls& controls)>;
+    enum class Length : std::uint8_t {
+        brief, ///< few requests, which the panel itself would send on the main thread
+        walk,  ///< many requests
     };
 
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
@@ -96,22 +121,28 @@ private:
     std::shared_ptr<CaptureDevice> cameraNamed(const QString& text, ServiceError& error);
     /// The shown camera if the text names it, else null with the error.
     std::shared_ptr<CaptureDevice> shownCameraNamed(const QString& text, ServiceError& error);
-    std::optional<Controls> controlsOf(const QString& text, ServiceError& error);
-    static bool answersAgain(KTUVCManager& manager, ServiceError& error);
 
-    /// Writes the plan up to the first value that the camera does not take.
-    QVariantMap write(const Controls& controls, const std::vector<PlannedWrite>& plan,
-                      std::optional<ServiceError>& error);
-    /// Finds a control by its name.
-    /// @param controls of the camera that a text names; bound here if the name depends on the camera
-    const NamedControl* controlNamed(std::string_view name, const QString& camera,
-                                     std::optional<Controls>& controls);
+    /// Waits for the camera's turn, binds it if the panel does not show it, and uses it; fails the call if it
+    /// cannot be used.
+    void withControls(const Call& call, const QString& camera, Needs needs,
+                      std::function<void(const Controls& controls)> use);
+    /// Does the work and ends the call.
+    void run(const Call& call, const Controls& controls, Length length, const Work& work);
+    void end(const Call& call, const Controls& controls, const Outcome& outcome);
+
+    void applyProfile(const Call& call, const Controls& controls, std::int64_t position);
+    void saveProfile(const Call& call, const Controls& controls, std::int64_t position);
+    static Outcome valueOf(const Controls& controls, const ControlCatalog& catalog, std::string_view name);
+    static Outcome written(const Controls& controls, const ControlCatalog& catalog, const QVariantMap& values,
+                           bool force);
+    static Outcome afterReset(const Controls& controls);
+
     void tellChanged(const Controls& controls, KTUVCControl control);
     void tellValue(const std::string& camera, const NamedControl& control, std::int64_t value);
-    void resetEnded(const Controls& controls, const Call& call);
 
     const ServiceParts parts_;
     ProfileSaves profileSaves_;
+    CameraTurns turns_{*this};
     const std::shared_ptr<const void> pending_ = std::make_shared<int>();
 };
 

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which camera a call means, and how its controls are reached.
-#include <algorithm>
-#include <chrono>
-
+// Which cameras there are, and which one a call means.
 #include "commands/camera_choice.h"
 #include "service/arguments.h"
 #include "service/bus_types.h"
@@ -12,11 +9,6 @@ namespace tavelo {
 namespace {
 
 using Kind = ServiceError::Kind;
-using namespace std::chrono_literals;
-
-constexpr int videoScope = 2;
-// A camera that did not answer may block the next request too, so it is left alone for a while.
-constexpr auto quietTime = 1s;
 
 QVariantMap described(const CaptureDevice& camera, bool isShown) {
     HolderNames holders;
@@ -30,20 +22,11 @@ QVariantMap described(const CaptureDevice& camera, bool isShown) {
             {QStringLiteral("OpenIn"), QVariant::fromValue(holders)}};
 }
 
-// Why a camera has no controls to use.
-ServiceError whyNotControllable(CaptureDevice& camera) {
-    Error error;
-    camera.makeInput(error);
-    if (error.code != ErrorCode::none)
-        return {errorKindOf(error.code), camera.localizedName() + ": " + error.text};
-    return {Kind::failed, camera.localizedName() + ": it has no controls, or does not answer"};
-}
-
 } // namespace
 
 void ControlPanelService::list(const Call& call) {
     const auto shown = parts_.host.shownCamera();
-    CameraDescriptions cameras;
+    Descriptions cameras;
     for (const auto& camera : parts_.capture.devicesWithMediaType(MediaType::video))
         cameras.append(described(*camera, camera == shown));
     call.answer({QVariant::fromValue(cameras)});
@@ -75,46 +58,6 @@ std::shared_ptr<CaptureDevice> ControlPanelService::shownCameraNamed(const QStri
     if (!camera || camera == parts_.host.shownCamera()) return camera;
     error = {Kind::notShown, camera->localizedName() + ": the panel does not show it"};
     return nullptr;
-}
-
-std::optional<ControlPanelService::Controls> ControlPanelService::controlsOf(const QString& text,
-                                                                             ServiceError& error) {
-    Controls controls;
-    controls.camera = cameraNamed(text, error);
-    if (!controls.camera) return {};
-    controls.isShown = controls.camera == parts_.host.shownCamera();
-    if (controls.isShown) {
-        controls.manager = {std::shared_ptr<void>(), &parts_.host.shownControls()}; // not owned
-    } else {
-        controls.manager = std::make_shared<KTUVCManager>(KTUVCEnvironment{.usb = parts_.usb});
-        controls.manager->initProberWithBusProberScopeProberDelegate(videoScope, nullptr);
-        controls.manager->refreshDataWithUniqueIDString(controls.camera->uniqueID());
-    }
-    if (!controls.manager->isControllable()) {
-        error = whyNotControllable(*controls.camera);
-        return {};
-    }
-    if (!answersAgain(*controls.manager, error)) {
-        error.text.insert(0, controls.camera->localizedName() + ": ");
-        return {};
-    }
-    return controls;
-}
-
-bool ControlPanelService::answersAgain(KTUVCManager& manager, ServiceError& error) {
-    if (!manager.recordsAreRead()) {
-        error = {Kind::failed, "it did not answer when its controls were read"};
-        return false;
-    }
-    if (!manager.interfaceIsClosed()) return true;
-    if (manager.failure() == ErrorCode::gone) {
-        error = {Kind::noSuchCamera, "it was unplugged"};
-        return false;
-    }
-    const bool hasRested = manager.now() - manager.failedAt() >= quietTime;
-    if ((manager.failure() == ErrorCode::refused || hasRested) && manager.openInterfaceAgain()) return true;
-    error = {Kind::failed, "it did not answer a moment ago; try again later"};
-    return false;
 }
 
 void ControlPanelService::captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) {

@@ -25,51 +25,61 @@ void ControlPanelService::apply(const Call& call, const QString& camera, unsigne
     ServiceError error;
     const auto position = arguments::profile(profile, error);
     if (!position) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
-    if (!controls) return call.fail(error);
-    const std::string name = controls->camera->localizedName();
+    withControls(call, camera, Needs::classControls,
+                 [this, call, position = *position](const Controls& controls) {
+                     applyProfile(call, controls, position);
+                 });
+}
+
+void ControlPanelService::applyProfile(const Call& call, const Controls& controls, std::int64_t position) {
+    const std::string name = controls.camera->localizedName();
     const auto record =
-        storedRecord(parts_.preferences, camera_settings::keyForCamera(controls->camera->uniqueID()));
-    const PreferencesDictionary* const settings = record ? profileAt(*record, *position) : nullptr;
+        storedRecord(parts_.preferences, camera_settings::keyForCamera(controls.camera->uniqueID()));
+    const PreferencesDictionary* const settings = record ? profileAt(*record, position) : nullptr;
     if (settings == nullptr)
         return call.fail(
-            {Kind::failed, name + ": profile " + std::to_string(profile) + " is not stored yet"});
+            {Kind::failed, name + ": profile " + std::to_string(position + 1) + " is not stored yet"});
 
-    if (controls->isShown)
-        parts_.host.profileWasApplied(*position,
+    if (controls.isShown)
+        parts_.host.profileWasApplied(position,
                                       camera_settings::boolean(*settings, camera_settings::mirrorKey));
-    pushProfile(
-        controls->manager, *settings, *this,
-        [this, call, controls = *controls, name,
-         binding = controls->manager->bindingIdentity()](const PushedProfile& pushed) {
-            if (controls.manager->bindingIdentity() != binding)
-                return call.fail({Kind::failed, "the panel shows another camera now"});
-            for (const KTUVCControl control : pushed.taken)
-                tellChanged(controls, control);
-            if (pushed.missing.empty()) return call.answer();
-            call.fail({controls.manager->failure() == ErrorCode::gone ? Kind::noSuchCamera : Kind::refused,
-                       name + ": the camera did not take " + namesOf(pushed.missing)});
-        });
+    pushProfile(controls.manager, *settings, *this,
+                [this, call, controls, name,
+                 binding = controls.manager->bindingIdentity()](const PushedProfile& pushed) {
+                    if (controls.manager->bindingIdentity() != binding)
+                        return call.fail({Kind::failed, "the panel shows another camera now"});
+                    for (const KTUVCControl control : pushed.taken)
+                        tellChanged(controls, control);
+                    if (pushed.missing.empty()) return call.answer();
+                    const bool isGone = controls.manager->failure() == ErrorCode::gone;
+                    call.fail({isGone ? Kind::noSuchCamera : Kind::refused,
+                               name + ": the camera did not take " + namesOf(pushed.missing)});
+                });
 }
 
 void ControlPanelService::save(const Call& call, const QString& camera, unsigned profile) {
     ServiceError error;
     const auto position = arguments::profile(profile, error);
     if (!position) return call.fail(error);
-    const auto controls = controlsOf(camera, error);
-    if (!controls) return call.fail(error);
-    const std::string key = camera_settings::keyForCamera(controls->camera->uniqueID());
-    const PreferencesDictionary defaults = camera_settings::defaults(*controls->manager);
+    withControls(call, camera, Needs::classControls,
+                 [this, call, position = *position](const Controls& controls) {
+                     saveProfile(call, controls, position);
+                 });
+}
+
+void ControlPanelService::saveProfile(const Call& call, const Controls& controls, std::int64_t position) {
+    const std::string key = camera_settings::keyForCamera(controls.camera->uniqueID());
+    const PreferencesDictionary defaults = camera_settings::defaults(*controls.manager);
     auto record = storedRecord(parts_.preferences, key);
-    if (!record || profileAt(*record, *position) == nullptr) {
-        storeProfile(parts_.preferences, key, *position, defaults, defaults);
+    if (!record || profileAt(*record, position) == nullptr) {
+        storeProfile(parts_.preferences, key, position, defaults, defaults);
         record = storedRecord(parts_.preferences, key);
     }
-    PreferencesDictionary settings = *profileAt(*record, *position);
-    const bool mirror = controls->isShown ? parts_.host.isMirrored()
-                                          : camera_settings::boolean(settings, camera_settings::mirrorKey);
-    camera_settings::storeCurrent(settings, *controls->manager, mirror);
-    profileSaves_.save(key, static_cast<std::size_t>(*position), settings, [call](bool saved) {
+    PreferencesDictionary settings = *profileAt(*record, position);
+    const bool mirror = controls.isShown ? parts_.host.isMirrored()
+                                         : camera_settings::boolean(settings, camera_settings::mirrorKey);
+    camera_settings::storeCurrent(settings, *controls.manager, mirror);
+    profileSaves_.save(key, static_cast<std::size_t>(position), settings, [call](bool saved) {
         if (saved) return call.answer();
         call.fail({Kind::failed, "nothing was saved: the preferences cannot be written"});
     });

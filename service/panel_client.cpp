@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "service/panel_client.h"
 
+#include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
+#include <QDBusVariant>
 #include <QEventLoop>
 #include <QFile>
 #include <utility>
@@ -15,7 +17,8 @@ namespace {
 
 using Kind = ServiceError::Kind;
 
-constexpr int patience = 30'000; // ms; the panel waits for pictures before it answers
+constexpr int patience = 30'000;     // ms; the panel waits for pictures before it answers
+constexpr int briefPatience = 1'000; // ms
 
 // The panel ended meanwhile, or is one without this interface.
 bool runsNoService(const QDBusError& error) {
@@ -47,11 +50,25 @@ bool PanelClient::panelRuns() const {
     return bus_.interface()->isServiceRegistered(bus_names::service).value();
 }
 
+bool PanelClient::panelShowsCamera() const {
+    if (!bus_.isConnected()) return false;
+    QDBusMessage message = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
+                                                          QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                          QStringLiteral("Get"));
+    message.setArguments({QString(bus_names::interface), QStringLiteral("ShownCamera")});
+    message.setAutoStartService(false);
+    // No event loop, unlike call(): who asks may not expect that a camera goes meanwhile.
+    const QDBusReply<QDBusVariant> shown = bus_.call(message, QDBus::Block, briefPatience);
+    if (shown.isValid()) return !shown.value().variant().toString().isEmpty();
+    return !runsNoService(shown.error());
+}
+
 std::optional<ServiceError> PanelClient::snapshot(const std::string& camera, const std::string& file) {
     return call(QStringLiteral("Snapshot"), {QString::fromStdString(camera), QString::fromStdString(file)});
 }
 
-std::optional<ServiceError> PanelClient::call(const QString& method, const QVariantList& arguments) {
+std::optional<QVariantList> PanelClient::ask(const QString& method, const QVariantList& arguments,
+                                             ServiceError& error) {
     QDBusMessage message =
         QDBusMessage::createMethodCall(bus_names::service, bus_names::object, bus_names::interface, method);
     message.setArguments(arguments);
@@ -61,12 +78,53 @@ std::optional<ServiceError> PanelClient::call(const QString& method, const QVari
     QEventLoop loop;
     connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
     if (!watcher.isFinished()) loop.exec();
-    if (!watcher.isError()) return {};
-    const QDBusError error = watcher.error();
-    if (const auto kind = errorKindNamed(error.name()))
-        return ServiceError{*kind, error.message().toStdString()};
-    if (runsNoService(error)) return ServiceError{Kind::notShown, "no panel with this service runs"};
-    return ServiceError{Kind::failed, "the panel did not answer: " + error.message().toStdString()};
+    if (!watcher.isError()) return watcher.reply().arguments();
+    const QDBusError failure = watcher.error();
+    if (const auto kind = errorKindNamed(failure.name()))
+        error = {*kind, failure.message().toStdString()};
+    else if (runsNoService(failure))
+        error = {Kind::notShown, "no panel with this service runs"};
+    else
+        error = {Kind::failed, "the panel did not answer: " + failure.message().toStdString()};
+    return {};
+}
+
+std::optional<ServiceError> PanelClient::call(const QString& method, const QVariantList& arguments) {
+    ServiceError error;
+    return ask(method, arguments, error) ? std::nullopt : std::optional(error);
+}
+
+std::optional<std::vector<PanelClient::Camera>> PanelClient::list(ServiceError& error) {
+    const auto answer = ask(QStringLiteral("List"), {}, error);
+    if (!answer) return {};
+    std::vector<Camera> cameras;
+    for (const QVariantMap& each : qdbus_cast<Descriptions>(answer->value(0))) {
+        const auto text = [&](const QString& key) { return each[key].toString().toStdString(); };
+        cameras.push_back(
+            {{text(QStringLiteral("Identifier")), text(QStringLiteral("Node")), text(QStringLiteral("Name"))},
+             each[QStringLiteral("Shown")].toBool()});
+    }
+    return cameras;
+}
+
+std::optional<QVariant> PanelClient::get(const std::string& camera, const std::string& control,
+                                         ServiceError& error) {
+    const auto answer =
+        ask(QStringLiteral("Get"), {QString::fromStdString(camera), QString::fromStdString(control)}, error);
+    return answer ? std::optional(qdbus_cast<QDBusVariant>(answer->value(0)).variant()) : std::nullopt;
+}
+
+std::optional<QVariantMap> PanelClient::set(const std::string& camera, const QVariantMap& values, bool force,
+                                            ServiceError& error) {
+    const auto answer =
+        ask(QStringLiteral("Set"),
+            {QString::fromStdString(camera), values, QVariantMap{{QStringLiteral("force"), force}}}, error);
+    return answer ? std::optional(qdbus_cast<QVariantMap>(answer->value(0))) : std::nullopt;
+}
+
+std::optional<Descriptions> PanelClient::controls(const std::string& camera, ServiceError& error) {
+    const auto answer = ask(QStringLiteral("Controls"), {QString::fromStdString(camera)}, error);
+    return answer ? std::optional(qdbus_cast<Descriptions>(answer->value(0))) : std::nullopt;
 }
 
 bool PanelClient::follow() {

@@ -5,15 +5,19 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
+#include <QVariant>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "commands/camera_choice.h"
+#include "service/bus_types.h"
 #include "service/service_error.h"
 
 namespace tavelo {
 
-/// Takes stills and movies through a panel that runs already.  Main thread; the calls wait for their answers.
+/// A panel that runs already.  Main thread; the calls wait for their answers.
 class PanelClient final : public QObject {
     Q_OBJECT
 
@@ -25,6 +29,23 @@ public:
 
     /// Whether the service's name has an owner.
     bool panelRuns() const;
+    /// Whether it shows a camera.  A service whose window was never shown does not; a panel that does not
+    /// answer in time counts as one that does.
+    bool panelShowsCamera() const;
+
+    struct Camera {
+        CameraNames names;
+        bool isShown = false;
+    };
+
+    // Named as the service's methods.  Each returns nothing, with the error, if it fails.
+
+    std::optional<std::vector<Camera>> list(ServiceError& error);
+    std::optional<QVariant> get(const std::string& camera, const std::string& control, ServiceError& error);
+    /// What the camera took.
+    std::optional<QVariantMap> set(const std::string& camera, const QVariantMap& values, bool force,
+                                   ServiceError& error);
+    std::optional<Descriptions> controls(const std::string& camera, ServiceError& error);
 
     /// See Snapshot of the service.
     std::optional<ServiceError> snapshot(const std::string& camera, const std::string& file);
@@ -46,6 +67,9 @@ private:
         std::string reason;
     };
 
+    /// The values of the answer; nothing, with the error, if the call failed.
+    std::optional<QVariantList> ask(const QString& method, const QVariantList& arguments,
+                                    ServiceError& error);
     std::optional<ServiceError> call(const QString& method, const QVariantList& arguments);
     bool follow();
     void end(Ending ending);

@@ -66,7 +66,35 @@ QVariant variantOf(const NamedControl& control, std::int64_t value) {
     if (isSwitch(control)) return value != 0;
     const auto word = std::ranges::find(control.words, value, &ChoiceWord::value);
     if (word == control.words.end()) return static_cast<qlonglong>(value);
-    return QString::fromUtf8(word->word.data(), static_cast<qsizetype>(word->word.size()));
+    return QString::fromUtf8(word->word);
+}
+
+QVariantMap description(const ControlState& state) {
+    const NamedControl& control = *state.control;
+    QVariantMap described{{QStringLiteral("Name"), QString::fromUtf8(control.name)},
+                          {QStringLiteral("Value"), variantOf(control, state.value)}};
+    if (state.defaultValue)
+        described.insert(QStringLiteral("Default"), variantOf(control, *state.defaultValue));
+    const auto addNumber = [&](const QString& key, const std::optional<std::int64_t>& number) {
+        if (number && state.choices.empty()) described.insert(key, static_cast<qlonglong>(*number));
+    };
+    addNumber(QStringLiteral("Minimum"), state.minimum);
+    addNumber(QStringLiteral("Maximum"), state.maximum);
+    addNumber(QStringLiteral("Step"), state.step);
+    if (!control.unit.empty()) described.insert(QStringLiteral("Unit"), QString::fromUtf8(control.unit));
+    QVariantList choices;
+    for (const ChoiceWord& choice : state.choices)
+        choices.append(variantOf(control, choice.value));
+    if (!choices.isEmpty()) described.insert(QStringLiteral("Choices"), choices);
+    if (state.automatic != nullptr) {
+        described.insert(QStringLiteral("Automatic"), QString::fromUtf8(state.automatic->name));
+        described.insert(QStringLiteral("IsAutomatic"), state.isAutomatic);
+    }
+    QStringList ruled;
+    for (const NamedControl* each : state.rules)
+        ruled.append(QString::fromUtf8(each->name));
+    if (!ruled.isEmpty()) described.insert(QStringLiteral("Rules"), ruled);
+    return described;
 }
 
 std::optional<std::vector<ControlChange>> changesOf(const QVariantMap& values, const FindControl& find,

@@ -44,7 +44,8 @@ struct KTUVCEnvironment {
 ///                                       v
 ///                               bound, interface closed: every request fails until rebound or reopened
 ///
-/// Construction, binding and the prober belong to the main thread.  Setters, pushes, support queries, reset
+/// Construction, binding and the prober belong to the main thread; a manager that nobody else uses yet may be
+/// bound on another one.  Setters, pushes, support queries, reset
 /// and bulk send are thread-safe: requests are sent on the calling thread, without a lock held, and if two
 /// threads write one control the last one wins.  No operation throws; a refused value never stays in a
 /// record.

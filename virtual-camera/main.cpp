@@ -9,7 +9,7 @@
 #include <string>
 
 #include "virtual-camera/camera_commands.h"
-#include "virtual-camera/like_file.h"
+#include "probe/like/like_file.h"
 #include "virtual-camera/line_server.h"
 #include "virtual-camera/options.h"
 #include "virtual-camera/served_cameras.h"

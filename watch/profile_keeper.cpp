@@ -144,7 +144,7 @@ void ProfileKeeper::waitUntilDue() {
 }
 
 void ProfileKeeper::look() {
-    if (parts_.panelRuns()) {
+    if (parts_.panelShowsCamera()) {
         stored();
         waits_ = true;
         later(panelInterval, [this] {

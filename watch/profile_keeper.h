@@ -29,8 +29,8 @@ struct ProfileWatchOptions {
 struct ProfileWatchParts {
     PreferencesStore& store;
     Clock& clock;
-    /// Whether a panel of this user runs.
-    std::function<bool()> panelRuns;
+    /// Whether a panel of this user shows a camera, in an open or a closed window.
+    std::function<bool()> panelShowsCamera;
     std::function<void(const std::string& line)> print;
 };
 
@@ -38,9 +38,9 @@ struct ProfileWatchParts {
 ///
 /// The stored profile is read anew each time.  What is put back follows three rules, so that nobody who is at
 /// the controls is fought:
-/// - While a panel of this user runs nothing is put back: sliders that were moved are not saved yet.  The
-/// camera
-///   is looked at once the panel has ended; closing its window only hides it.
+/// - While a panel of this user shows a camera nothing is put back: sliders that were moved are not saved
+/// yet.
+///   The camera is looked at once the panel has ended; closing its window only hides it.
 /// - If the stored profile itself has changed, its new values count from now on, and nothing else is done.
 /// - Other programs are answered as KeepingPolicy says.
 ///

@@ -34,7 +34,7 @@ QJsonObject readObject(const QString& path) {
 } // namespace
 
 std::string languageName(std::string_view name) {
-    const QLocale locale(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+    const QLocale locale(QString::fromUtf8(name));
     if (locale.language() == QLocale::C) return "en-US";
     QString result = QLocale::languageToCode(locale.language());
     if (locale.language() == QLocale::Chinese) result += u'-' + QLocale::scriptToCode(locale.script());

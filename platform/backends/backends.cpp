@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "platform/backends/backends.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/linux/kernel/backend.h"
 #include "platform/linux/priority/realtime_kit.h"
 #include "platform/linux/usb/backend.h"
 #include "platform/virtual/backend.h"
+#include "probe/like/like_file.h"
 
 namespace tavelo {
 namespace {
@@ -34,7 +37,21 @@ std::vector<TransportDescription> cameraTransports() {
     return descriptions;
 }
 
+bool useCamerasLike(CameraOptions& options, const std::string& pack, Error& error) {
+    options.virtualCameras = std::max(options.virtualCameras, 1);
+    auto models = modelsLike(pack, options.virtualCameras, error);
+    if (!models) return false;
+    options.models = std::make_shared<const std::vector<VirtualCameraModel>>(std::move(*models));
+    return true;
+}
+
 Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    if (options.models) {
+        auto bus = std::make_shared<VirtualBus>();
+        for (const VirtualCameraModel& model : *options.models)
+            bus->plug(model);
+        return makeVirtualBackend(std::move(bus), options.format, mainQueue);
+    }
     if (options.virtualCameras > 0)
         return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
     const BackendOptions machine{mainQueue, diagnostics, options.format, makeRealtimeKitPriority(),

@@ -9,8 +9,11 @@
 #include <vector>
 
 #include "platform/backend.h"
+#include "platform/error.h"
 
 namespace tavelo {
+
+struct VirtualCameraModel;
 
 /// How the program reaches the machine's cameras.
 enum class CameraTransport : std::uint8_t {
@@ -29,12 +32,18 @@ std::vector<TransportDescription> cameraTransports();
 struct CameraOptions {
     /// If above 0, this many virtual cameras replace the machine's.
     int virtualCameras = 0;
+    /// What these are; null: the program's own.  See useCamerasLike().
+    std::shared_ptr<const std::vector<VirtualCameraModel>> models = nullptr;
     CaptureFormatRequest format;
     CameraTransport transport = CameraTransport::kernel;
     /// Receives a warning that the user must see even without --verbose: the requested transport is not
     /// available.  One line, called at most once, on any thread; may be empty.
     std::function<void(const std::string& line)> warn = {};
 };
+
+/// Makes virtual cameras, one if no number is set, like the one in a camera pack (docs/probe-pack.md).
+/// @return false, with the reason, if the pack cannot be used
+bool useCamerasLike(CameraOptions& options, const std::string& pack, Error& error);
 
 /// Falls back to the kernel's transport if the cameras cannot be used over USB.  Never fails: without
 /// cameras, USB or permissions the lists are empty.  `mainQueue` and `diagnostics` must outlive the result.

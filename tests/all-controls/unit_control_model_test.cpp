@@ -71,6 +71,16 @@ TEST_F(UnitModelTest, HasNothingUntilTheCameraHasAnswered) {
     EXPECT_EQ(model.groups().front().title, u"Extras");
 }
 
+TEST_F(UnitModelTest, HasThemAlsoOfACameraWithoutOthers) {
+    bound.camera->order({.kind = FaultKind::stall});
+    bound.bind();
+    ASSERT_FALSE(manager.isControllable());
+    ask();
+    EXPECT_EQ(controls().size(), 4U);
+    EXPECT_TRUE(model.write(QStringLiteral("hdr"), 1, false));
+    EXPECT_THAT(written, ElementsAre(1));
+}
+
 TEST_F(UnitModelTest, HasTheTitlesOfTheUsersLanguageOrTheEnglishOnes) {
     ask();
     EXPECT_THAT(titles(), ElementsAre(u"Lampe", u"A title", u"A title", u"A title"));

@@ -132,6 +132,8 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--renderer", "vulkan"},
         std::vector<const char*>{"--transport", "bluetooth"},
         std::vector<const char*>{"--transport", "usb", "--virtual-cameras", "1"},
+        std::vector<const char*>{"--transport", "usb", "--like", "/nowhere/pack.json"},
+        std::vector<const char*>{"--like", "/nowhere/pack.json"}, std::vector<const char*>{"--like", ""},
         std::vector<const char*>{"--size", "640"}, std::vector<const char*>{"--size", "0x480"},
         std::vector<const char*>{"--size", "640x480x3"}, std::vector<const char*>{"--size", "-640x480"},
         std::vector<const char*>{"--fps", "0"}, std::vector<const char*>{"--fps", "fast"},

@@ -52,6 +52,34 @@ class Documents(unittest.TestCase):
                         self.validate({**document, "version": 2}, definition)
             self.validate(json.loads(call(home, "export")), "file")
 
+    # Every verb: its arguments, and the definition of its JSON, or None if it prints nothing.
+    # Last, those that are tested elsewhere: they run until they are interrupted, or start the panel.
+    CALLS = {
+        "list": ([], "list"), "controls": ([], "controls"), "get": (["zoom", "pan"], "values"),
+        "set": (["iris=293"], "values"), "reset": ([], None), "send": ([], None), "save": (["1"], None),
+        "profiles": ([], "profiles"), "apply": (["1"], None), "copy": (["1", "2"], None), "export": ([], "file"),
+        "import": (["FILE"], None), "probe": ([], "probe"),
+        "watch": None, "monitor": None, "snapshot": None, "record": None,
+    }
+
+    def test_every_verb_that_prints_prints_json_if_asked(self):
+        main = subprocess.run([PROGRAM, "--help"], check=True, text=True, capture_output=True).stdout
+        verbs = re.findall(r"^  ([a-z]+)  ", main.split("Verbs:\n")[1], re.MULTILINE)
+        self.assertEqual(set(verbs), set(self.CALLS))
+        with tempfile.TemporaryDirectory() as home:
+            call(home, "save", "1")
+            file = pathlib.Path(home, "profiles.json")
+            call(home, "export", str(file))
+            for verb, (words, definition) in ((verb, each) for verb, each in self.CALLS.items() if each):
+                words = [str(file) if word == "FILE" else word for word in words]
+                with self.subTest(verb):
+                    output = call(home, "--json", verb, *words)
+                    if definition is None:
+                        self.assertEqual((output, call(home, verb, *words)), ("", ""))
+                    else:
+                        self.validate(json.loads(output), definition)
+            self.validate(json.loads(call(home, "--json", "--version")), "program")
+
     def test_every_name_that_a_description_may_give_fits_the_schema(self):
         for name in ("a", "led-mode", "led1-mode", "8-bit"):
             self.validate(name, "controlName")

@@ -32,7 +32,8 @@ struct Called {
 
 class TaveloctlTest : public ::testing::Test {
 protected:
-    void plug(int number) { bus_->plug(virtualCameraModel(number)); }
+    void plug(int number) { plug(virtualCameraModel(number)); }
+    void plug(const VirtualCameraModel& model) { bus_->plug(model); }
     std::shared_ptr<VirtualCameraFirmware> camera(int number) { return bus_->camera(number); }
 
     Called call(const std::vector<std::string>& arguments) {

@@ -25,6 +25,9 @@ TEST_F(TaveloctlTest, EachVerbHasItsOwnHelp) {
 
 TEST_F(TaveloctlTest, VersionIsOneLine) {
     EXPECT_EQ(output({"--version"}), "taveloctl 1.0.0\n");
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"--version", "--json"}, {"--json", "--version"}})
+        EXPECT_EQ(output(words), "{\"program\":\"taveloctl\",\"release\":\"1.0.0\",\"version\":1}\n");
 }
 
 TEST_F(TaveloctlTest, AWrongCommandLineIsAUsageErrorInOneLine) {
@@ -127,7 +130,10 @@ TEST_F(OneCamera, SendWritesTheValuesThatItHolds) {
     EXPECT_EQ(inCamera(control::contrast), 5);
 }
 
-TEST_F(OneCamera, AControllessCameraSaysSo) {
+TEST_F(TaveloctlTest, AControllessCameraSaysSo) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.extensionUnitID = 0;
+    plug(model);
     camera(1)->order({.kind = FaultKind::stall});
     EXPECT_EQ(failure({"get", "zoom"}),
               "1: Tavelo Virtual Camera 1: it has no controls, or does not answer "

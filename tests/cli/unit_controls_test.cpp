@@ -83,6 +83,28 @@ TEST_F(UnitControls, ANameOfSeveralUnitsIsTheChosenCameras) {
     EXPECT_EQ(output({"-c", "2", "get", "field-of-view"}), "wide\n");
 }
 
+TEST_F(UnitControls, ANameOfSeveralUnitsHasTheWordsOfTheChosenCameras) {
+    describe("logitech-brio.json", R"({"format": "tavelo extension unit", "version": 1,
+        "guid": "00000000-0000-0000-0000-000000000001",
+        "controls": [{"name": "field-of-view", "titles": {"en": "X"}, "selector": 1, "length": 1, "type": "choice",
+                      "choices": [{"value": 0, "word": "round", "titles": {"en": "R"}}]}]})");
+    EXPECT_EQ(output({"set", "field-of-view=narrow"}), "");
+    EXPECT_EQ(output({"get", "field-of-view"}), "narrow\n");
+    EXPECT_THAT(failure({"set", "field-of-view=round"}), HasSubstr("2: field-of-view: \"round\" is not "));
+}
+
+TEST_F(UnitControls, AreReachedInACameraThatHasNoOthers) {
+    camera(1)->order({.kind = FaultKind::stall});
+    EXPECT_EQ(output({"set", "lamp-mode=blink"}), "");
+    EXPECT_EQ(output({"get", "lamp-mode"}), "blink\n");
+    EXPECT_THAT(output({"controls"}), AllOf(HasSubstr("lamp-frequency"), Not(HasSubstr("brightness"))));
+    EXPECT_THAT(completed({"get", "lamp-m"}), ElementsAre("lamp-mode\tblink"));
+    EXPECT_EQ(failure({"get", "zoom"}), "1: the camera has no zoom (taveloctl controls lists what it has)");
+    for (const std::vector<std::string>& verb :
+         std::vector<std::vector<std::string>>{{"reset"}, {"send"}, {"save", "1"}})
+        EXPECT_THAT(failure(verb), HasSubstr("it has no controls")) << "of the class: " << verb.front();
+}
+
 TEST_F(UnitControls, ABadDescriptionIsALineAndTheOthersCount) {
     describe("bad.json", "{\n");
     describe("mine.json", description("view-number", "1"));

@@ -90,6 +90,20 @@ TEST_F(PanelAllControls, ControlsOfAnExtensionUnitAreReadAgainWhenTheWindowGetsT
     EXPECT_TRUE(waitFor([this] { return slider("warmth")->intValue() == 5; }));
 }
 
+TEST_F(PanelAllControls, ACameraMayHaveControlsOfAnExtensionUnitOnly) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.terminalControls = 0;
+    model.unitControls = 0;
+    backend_.bus->plug(model);
+    startAndOpen(0);
+    ASSERT_TRUE(waitFor([this] { return line("warmth") != nullptr; }));
+    EXPECT_EQ(line("brightness"), nullptr);
+    EXPECT_FALSE(view().brightnessSlider()->isEnabled());
+    slider("warmth")->choose(-3);
+    const auto* warmth = catalog_.find("warmth", manager_.device().get());
+    EXPECT_EQ(controlState(manager_, *warmth, false)->value, -3);
+}
+
 TEST_F(PanelAllControls, FollowsThePanelOtherProgramsAndTheService) {
     startAndOpen(1);
     view().contrastSlider()->choose(60);

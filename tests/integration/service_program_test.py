@@ -89,6 +89,11 @@ class ServiceProgram(unittest.TestCase):
         return subprocess.run([TAVELOCTL, *map(str, arguments)], capture_output=True, text=True, env=self.environment,
                               cwd=self.folder, timeout=PATIENCE, check=False)
 
+    def printed(self, *arguments):
+        result = self.run_tool(*arguments)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return result.stdout
+
     def start(self, *arguments):
         process = subprocess.Popen(list(map(str, arguments)), env=self.environment, cwd=self.folder, text=True,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
@@ -225,8 +230,53 @@ class ServiceProgram(unittest.TestCase):
         # taveloctl itself has no cameras.
         self.assertEqual(result.returncode, 3, result.stderr)
 
+    # taveloctl itself has no cameras, as if the panel had taken the node away.
+
+    def test_controls_are_read_and_set_through_the_panel_that_holds_the_camera(self):
+        self.start_panel()
+        self.assertEqual(self.printed("set", "brightness=12", "zoom=50%", "focus-auto=off", "warmth==-4"), "")
+        self.assertEqual(self.printed("get", "brightness", "zoom", "focus_auto", "lamp-mode", "warmth"), "12\n250\noff\noff\n-4\n")
+        self.assertEqual(self.printed("set", "brightness=+3"), "")
+        self.assertEqual(self.printed("--json", "get", "brightness", "focus-auto", "lamp-mode"),
+                         '{"camera":"0x7e10000012090001","values":{"brightness":15,"focus-auto":false,"lamp-mode":"off"},'
+                         '"version":1}\n')
+        self.assertEqual(self.printed("-c2", "--json", "set", "--force", "focus=20"),
+                         '{"camera":"0x7e20000012090001","values":{"focus":20,"focus-auto":false},"version":1}\n')
+        self.assertEqual(self.printed("-c", "virtual camera 2", "set", "contrast=5"), "")
+        self.assertEqual(self.printed("-c", "2", "get", "contrast"), "5\n")
+        self.assertNotEqual(self.printed("get", "contrast"), "5\n")
+
+    def test_controls_of_the_panel_are_listed_as_those_of_the_same_camera_elsewhere(self):
+        self.start_panel()
+        for words in (("controls",), ("--json", "controls")):
+            self.assertIn("lamp-frequency", self.printed(*words))
+            self.assertEqual(self.printed("-c", "2", *words), self.printed("--virtual-cameras", "2", "-c", "2", *words))
+
+    def test_what_the_panel_refuses_has_the_reason_and_status(self):
+        self.start_panel()
+        for status, words, reason in (
+                (1, ("set", "brightness=65"), "brightness: 65 is not possible: it goes from -64 to 64"),
+                (1, ("set", "focus=5"), "focus: focus-auto sets it"),
+                (1, ("get", "led-mode"), "the camera has no led-mode"),
+                (2, ("set", "brightness=1", "brightness=+1"), "brightness is named twice"),
+                (2, ("set", "field-of-view"), "is not NAME=VALUE"),
+                (2, ("set", "field-of-view=round"), 'field-of-view: "round" is not '),
+                (3, ("-c", "3", "get", "zoom"), "no camera 3: none is plugged in")):
+            with self.subTest(words):
+                result = self.run_tool(*words)
+                self.assertEqual((result.returncode, result.stdout), (status, ""), result.stderr)
+                self.assertEqual(result.stderr.count("\n"), 1, result.stderr)
+                self.assertIn(reason, result.stderr)
+
+    def test_own_virtual_cameras_are_never_the_panels(self):
+        self.start_panel()
+        self.assertEqual(self.printed("set", "brightness=12"), "")
+        self.assertEqual(self.printed("--virtual-cameras", "1", "get", "brightness"), "0\n")
+        self.assertEqual(self.run_tool("--virtual-cameras", "1", "-c", "2", "get", "brightness").returncode, 3)
+
     def test_taveloctl_never_starts_the_service(self):
         self.start_bus()
+        self.run_tool("get", "brightness")
         self.run_tool("snapshot", "still.png")
         self.run_tool("record", "movie.mp4", "--duration", "1")
         still = self.folder / "direct.png"
@@ -234,6 +284,13 @@ class ServiceProgram(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assert_picture(still)
         self.assertFalse(self.is_owned())
+
+    def test_a_still_of_a_camera_like_a_pack(self):
+        self.start_bus()
+        self.assertTrue(self.printed("--virtual-cameras", "1", "probe", "--pack", "pack.json"))
+        still = self.folder / "still.png"
+        self.assertEqual(self.printed("--like", "pack.json", "snapshot", still), "")
+        self.assert_picture(still)
 
     # Started by the bus
 

@@ -2,12 +2,14 @@
 #include "service/panel_client.h"
 
 #include <QTimer>
+#include <future>
 
 #include "service/service_fixture.h"
 
 namespace tavelo {
 namespace {
 
+using namespace std::chrono_literals;
 using Kind = ServiceError::Kind;
 using ::testing::StartsWith;
 
@@ -24,6 +26,14 @@ protected:
         timer_.start(5);
     }
 
+    /// Asks on another thread, for the panel answers on this one.
+    bool showsCamera() {
+        std::future<bool> answer =
+            std::async(std::launch::async, [this] { return panel_.panelShowsCamera(); });
+        EXPECT_TRUE(waitFor([&] { return answer.wait_for(0s) == std::future_status::ready; }));
+        return answer.get();
+    }
+
     PanelClient panel_{client_};
     QTimer timer_;
 };
@@ -33,6 +43,22 @@ TEST_F(PanelClientTest, KnowsWhetherAPanelRuns) {
     own();
     EXPECT_TRUE(panel_.panelRuns());
     EXPECT_FALSE(PanelClient(QDBusConnection(QStringLiteral("never connected"))).panelRuns());
+}
+
+TEST_F(PanelClientTest, KnowsWhetherThePanelShowsACamera) {
+    EXPECT_FALSE(showsCamera()) << "no panel runs";
+    own();
+    EXPECT_FALSE(showsCamera()) << "a service without a window";
+    show(2);
+    EXPECT_TRUE(showsCamera());
+    bus_.unregisterObject(bus_names::object);
+    EXPECT_FALSE(showsCamera()) << "it has no service";
+    EXPECT_FALSE(PanelClient(QDBusConnection(QStringLiteral("never connected"))).panelShowsCamera());
+}
+
+TEST_F(PanelClientTest, APanelThatDoesNotAnswerCountsAsOneThatShowsACamera) {
+    own();
+    EXPECT_TRUE(panel_.panelShowsCamera()) << "it would answer on this thread, which waits";
 }
 
 TEST_F(PanelClientTest, WithoutAnAddressThereIsNoBus) {
@@ -53,6 +79,40 @@ TEST_F(PanelClientTest, SnapshotEndsWithThePanels) {
         host_.snapshots[0].second({});
     });
     EXPECT_FALSE(panel_.snapshot("", "/pictures/one"));
+}
+
+TEST_F(PanelClientTest, ListsTheCamerasOfThePanel) {
+    own();
+    show(2);
+    ServiceError error;
+    const auto cameras = panel_.list(error);
+    ASSERT_TRUE(cameras);
+    ASSERT_EQ(cameras->size(), 2U);
+    EXPECT_EQ((*cameras)[0].names.identifier, identifier(1).toStdString());
+    EXPECT_EQ((*cameras)[0].names.name, "Tavelo Virtual Camera 1");
+    EXPECT_FALSE((*cameras)[0].isShown);
+    EXPECT_TRUE((*cameras)[1].isShown);
+}
+
+TEST_F(PanelClientTest, ReadsAndSetsControls) {
+    own();
+    ServiceError error;
+    const auto taken = panel_.set("2", {{QStringLiteral("focus"), QStringLiteral("20")}}, true, error);
+    EXPECT_EQ(taken,
+              (QVariantMap{{QStringLiteral("focus"), qlonglong(20)}, {QStringLiteral("focus-auto"), false}}));
+    EXPECT_EQ(panel_.get("2", "focus", error), QVariant(qlonglong(20)));
+    const auto controls = panel_.controls("2", error);
+    ASSERT_TRUE(controls);
+    EXPECT_TRUE(std::ranges::any_of(*controls, [](const QVariantMap& each) {
+        return each[QStringLiteral("Name")] == QStringLiteral("focus") &&
+               each[QStringLiteral("Value")] == QVariant(qlonglong(20));
+    }));
+    EXPECT_FALSE(
+        panel_.set("2", {{QStringLiteral("focus-auto"), true}, {QStringLiteral("focus"), 3}}, false, error));
+    EXPECT_EQ(error.kind, Kind::refused);
+    EXPECT_FALSE(panel_.get("3", "focus", error));
+    EXPECT_EQ(error.kind, Kind::noSuchCamera);
+    EXPECT_FALSE(panel_.controls("3", error));
 }
 
 TEST_F(PanelClientTest, ErrorsKeepTheirKinds) {

@@ -80,6 +80,7 @@ TEST_F(ServiceCameras, EveryMethodRefusesAnOverlongCamera) {
     const std::vector<std::pair<const char*, QVariantList>> calls{
         {"Get", {camera, QStringLiteral("brightness")}},
         {"Set", {camera, ServiceTest::one("brightness", 1), QVariantMap()}},
+        {"Controls", {camera}},
         {"Apply", {camera, one}},
         {"Save", {camera, one}},
         {"Reset", {camera}},

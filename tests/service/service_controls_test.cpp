@@ -96,6 +96,44 @@ TEST_F(ServiceControls, ControlsOfExtensionUnitsAreLikeTheOthers) {
     EXPECT_TRUE(host_.changed.empty()) << "the panel has no widget for them";
 }
 
+TEST_F(ServiceControls, ACameraWithoutControlsOfTheClassHasThoseOfItsUnit) {
+    VirtualCameraModel model = virtualCameraModel(3);
+    model.terminalControls = 0;
+    model.unitControls = 0;
+    backend_.bus->plug(model);
+    EXPECT_TRUE(
+        waitFor([this] { return backend_.capture->devicesWithMediaType(MediaType::video).size() == 3; }));
+    const QString third = QStringLiteral("3");
+    EXPECT_EQ(set(third, one("lamp-mode", QStringLiteral("blink"))), "");
+    EXPECT_EQ(value(third, "lamp-mode"), QVariant(QStringLiteral("blink")));
+    EXPECT_EQ(errorOf("Get", {third, QStringLiteral("zoom")}), "Refused: the camera has no zoom");
+    EXPECT_THAT(errorOf("Reset", {third}), HasSubstr("it has no controls"));
+    manager_.prober()->refreshData(false);
+    show(3);
+    EXPECT_EQ(set(QString(), one("hdr", true)), "");
+    EXPECT_EQ(value(QString(), "hdr"), QVariant(true));
+}
+
+TEST_F(ServiceControls, ControlsDescribesEveryOne) {
+    show(2);
+    const QDBusMessage answer = call("Controls", {QString()});
+    EXPECT_EQ(errorOf(answer), "");
+    EXPECT_EQ(answer.signature(), QStringLiteral("aa{sv}"));
+    std::map<QString, QVariantMap> controls;
+    for (const QVariantMap& each : qdbus_cast<QList<QVariantMap>>(answer.arguments().value(0)))
+        controls[each[QStringLiteral("Name")].toString()] = each;
+    EXPECT_EQ(controls.size(), 28U);
+    const QVariantMap& zoom = controls[QStringLiteral("zoom")];
+    EXPECT_EQ(zoom[QStringLiteral("Value")], QVariant(qlonglong(100)));
+    EXPECT_EQ(zoom[QStringLiteral("Maximum")], QVariant(qlonglong(400)));
+    EXPECT_EQ(zoom[QStringLiteral("Step")], QVariant(qlonglong(1)));
+    const QVariantMap& focus = controls[QStringLiteral("focus")];
+    EXPECT_EQ(focus[QStringLiteral("Automatic")], QVariant(QStringLiteral("focus-auto")));
+    EXPECT_EQ(focus[QStringLiteral("IsAutomatic")], QVariant(true));
+    EXPECT_TRUE(controls.contains(QStringLiteral("lamp-mode")));
+    EXPECT_EQ(errorOf(call("Controls", {QStringLiteral("1")})), "");
+}
+
 TEST_F(ServiceControls, ANameOfSeveralExtensionUnitsIsTheCameras) {
     EXPECT_EQ(set(QStringLiteral("2"), one("field-of-view", QStringLiteral("narrow"))), "");
     EXPECT_EQ(value(QStringLiteral("2"), "field-of-view"), QVariant(QStringLiteral("narrow")));

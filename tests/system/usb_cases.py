@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Cameras taken from the kernel's driver: requests byte for byte, the picture, and returning it to the driver."""
 import contextlib
+import json
 import os
 import pathlib
 import shutil
@@ -367,6 +368,26 @@ def a_slider_moves_the_camera_while_it_streams(stage):
     stage.panel.wait_for("another picture", lambda: stage.panel.bytes((560, 200, 500, 300)) != before)
 
 
+def taveloctl_reaches_the_camera_through_the_panel(stage):
+    assert not stage.driver_has(stage.shown), "it has no node"
+
+    def call(*arguments):
+        done = subprocess.run([stage.programs / "taveloctl", "-c", f"camera {stage.shown}", *arguments], capture_output=True,
+                              text=True, timeout=120, check=False)
+        assert done.returncode == 0 and done.stderr == "", f"{arguments}: {done.returncode} {done.stderr}"
+        return done.stdout
+
+    for transport in ("kernel", "usb"):
+        value = 41 if transport == "kernel" else 42
+        call("--transport", transport, "set", f"contrast={value}", "lamp-mode=blink")
+        assert stage.cameras.value(stage.shown, "contrast") == value
+        assert call("--transport", transport, "get", "contrast", "lamp-mode") == f"{value}\nblink\n"
+        listed = {control["name"] for control in json.loads(call("--transport", transport, "--json", "controls"))["controls"]}
+        assert len(listed) > 20 and "lamp-mode" in listed, listed
+    call("set", "lamp-mode=off")
+    assert stage.cameras.streams(stage.shown) == "YUYV 320x240" and not stage.driver_has(stage.shown)
+
+
 def switching_gives_the_camera_back_at_once(stage):
     other = 3 - stage.shown
     assert stage.driver_has(other)
@@ -421,6 +442,7 @@ CASES = [
     without_rights_the_panel_says_how_to_get_them_and_shows_the_picture_all_the_same,
     the_panel_shows_the_picture_and_keeps_the_driver_out,
     a_slider_moves_the_camera_while_it_streams,
+    taveloctl_reaches_the_camera_through_the_panel,
     switching_gives_the_camera_back_at_once,
     an_unplugged_camera_gives_way_to_the_one_that_is_left,
     a_camera_plugged_in_again_is_listed,

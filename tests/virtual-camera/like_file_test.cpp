@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Cameras like the one in a pack, up to their streams over the bus.
-#include "virtual-camera/like_file.h"
+#include "probe/like/like_file.h"
 
 #include <gmock/gmock.h>
 

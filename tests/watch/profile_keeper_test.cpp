@@ -61,7 +61,7 @@ protected:
     std::string text(const std::string& rest) { return device()->localizedName() + ": " + rest; }
 
     int changes = 0;
-    bool panelRuns = false;
+    bool panelShowsCamera = false;
     std::unique_ptr<ProfileKeeper> keeper;
     WatchedCamera camera{device(), WatchedCameraParts{backend.usb.get(), mainQueue, clock},
                          WatchedCameraEvents{[this] {
@@ -72,7 +72,7 @@ protected:
                                                  if (keeper) keeper->changed(control);
                                              }}};
     ProfileWatchOptions options;
-    ProfileWatchParts keeperParts{store, clock, [this] { return panelRuns; },
+    ProfileWatchParts keeperParts{store, clock, [this] { return panelShowsCamera; },
                                   [this](const std::string& line) { lines.push_back(line); }};
     PreferencesDictionary profile;
 };
@@ -230,13 +230,13 @@ TEST_F(ProfileKeeperTest, DoesNotFightAProgramThatInsists) {
     EXPECT_EQ(lines.back(), text("profile 2 put back: brightness"));
 }
 
-TEST_F(ProfileKeeperTest, WhileAPanelRunsNothingIsPutBack) {
+TEST_F(ProfileKeeperTest, WhileAPanelShowsACameraNothingIsPutBack) {
     start();
-    panelRuns = true;
+    panelShowsCamera = true;
     disturb(5);
     pass(56s); // asked after a second, then every five
     EXPECT_EQ(value(), 5);
-    panelRuns = false;
+    panelShowsCamera = false;
     pass(4999ms);
     EXPECT_EQ(value(), 5);
     pass(1ms);
@@ -246,11 +246,11 @@ TEST_F(ProfileKeeperTest, WhileAPanelRunsNothingIsPutBack) {
 
 TEST_F(ProfileKeeperTest, WhatThePanelSavedIsWantedFromThenOn) {
     start();
-    panelRuns = true;
+    panelShowsCamera = true;
     disturb(5);
     profile[brightnessKey] = {std::int64_t{5}};
     storeProfile();
-    panelRuns = false;
+    panelShowsCamera = false;
     pass(1min);
     EXPECT_EQ(value(), 5);
     EXPECT_THAT(lines, IsEmpty());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "virtual-camera/like_file.h"
+#include "probe/like/like_file.h"
 
 #include <utility>
 
