@@ -7,6 +7,7 @@
 #include <QStandardPaths>
 #include <utility>
 
+#include "app/menu_text.h"
 #include "app/picture_files.h"
 #include "process/error_line.h"
 
@@ -58,7 +59,7 @@ void CaptureMenu::retranslate() {
     };
     save_.setText(text("Save_picture"));
     showFile_.setText(text("Show_file"));
-    failure_.setText(text("Not_saved").arg(lastReason_).replace(u'&', QStringLiteral("&&")));
+    failure_.setText(plainMenuText(text("Not_saved").arg(lastReason_)));
     showRecording();
 }
 
