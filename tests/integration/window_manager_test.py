@@ -45,7 +45,7 @@ class ManagedWindow(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         read_end, write_end = os.pipe()
-        self.keep(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+        self.keep(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"],
                   pass_fds=[write_end])
         os.close(write_end)
         with os.fdopen(read_end) as answer:
