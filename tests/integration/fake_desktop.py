@@ -68,6 +68,13 @@ class FakeDesktop:
     def _daemon(self, method, arguments):
         return self.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments)
 
+    def listen(self, interface, signal):
+        """Returns a list to which the values of each such signal are added."""
+        heard = []
+        self._bus.signal_subscribe(None, interface, signal, None, None, Gio.DBusSignalFlags.NONE,
+                                   lambda *facts: heard.append(facts[5].unpack()))
+        return heard
+
     def call(self, service, path, interface, method, arguments=None):
         return self._bus.call_sync(service, path, interface, method, arguments, None, Gio.DBusCallFlags.NONE,
                                    PATIENCE * 1000, None).unpack()

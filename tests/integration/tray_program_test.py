@@ -176,6 +176,7 @@ class ClosedWindow(unittest.TestCase):
     def test_a_movie_goes_on_is_seen_in_the_entry_and_ends_whole_with_the_release(self):
         self.start(WATCHER)
         movie = self.folder / "movie.mp4"
+        ends = self.desktop.listen(SERVICE + "1", "RecordingEnded")
         item = self.close_and_find_item()
         plain = wait_until("the icon", item.pictures)
         self.record(movie)
@@ -189,7 +190,8 @@ class ClosedWindow(unittest.TestCase):
         self.assertGreater(red, 200)
         self.assertLess(max(green, blue), 80)
         item.choose("Release Camera")
-        wait_until("the movie's end", lambda: not self.own_property("RecordingFile"))
+        wait_until("the movie's end", lambda: ends)
+        self.assertEqual(ends, [(str(movie), True, "")])
         wait_until("the line", lambda: item.tip() == "Tavelo Control Panel: " + RELEASED)
         self.assertEqual(item.pictures()[22], plain[22])
         facts = subprocess.run(["ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", movie],
