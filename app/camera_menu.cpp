@@ -3,17 +3,10 @@
 
 #include <utility>
 
+#include "app/menu_text.h"
 #include "panel/automatic_functions.h"
 
 namespace tavelo {
-namespace {
-
-// A name is shown as it is: in a menu's text, an ampersand would mark a key.
-QString plain(QString text) {
-    return text.replace(u'&', QStringLiteral("&&"));
-}
-
-} // namespace
 
 CameraMenu::CameraMenu(ViewController& panel, const Bundle& bundle, Status status)
     : panel_(panel),
@@ -25,7 +18,7 @@ CameraMenu::CameraMenu(ViewController& panel, const Bundle& bundle, Status statu
 }
 
 void CameraMenu::showStatus() {
-    statusLine_.setText(plain(statusText(status_(), bundle_)));
+    statusLine_.setText(plainMenuText(statusText(status_(), bundle_)));
 }
 
 void CameraMenu::retranslate() {
@@ -61,7 +54,7 @@ QList<QAction*> CameraMenu::cameraEntries() {
     for (const std::shared_ptr<CaptureDevice>& camera : panel_.devicesArray()) {
         // Two cameras of one make have one name.
         const QString text = QStringLiteral("%1  %2").arg(++number).arg(
-            plain(QString::fromStdString(camera->localizedName())));
+            plainMenuText(QString::fromStdString(camera->localizedName())));
         QAction* const entry = made(text, camera == panel_.shownCamera());
         cameras_->addAction(entry);
         connect(entry, &QAction::triggered, this, [this, camera] { panel_.showCamera(camera); });

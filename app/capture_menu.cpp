@@ -7,6 +7,7 @@
 #include <QStandardPaths>
 #include <utility>
 
+#include "app/menu_text.h"
 #include "app/picture_files.h"
 #include "process/error_line.h"
 
@@ -18,6 +19,11 @@ void setUp(QAction& action, const QKeySequence& key, QWidget& window) {
     action.setShortcutVisibleInContextMenu(true);
     action.setAutoRepeat(false);
     window.addAction(&action);
+}
+
+// Empty if the file is not the reason of a failure.
+QString folderOf(const QString& file, bool isOfFile) {
+    return isOfFile ? QFileInfo(file).path() : QString();
 }
 
 } // namespace
@@ -58,7 +64,10 @@ void CaptureMenu::retranslate() {
     };
     save_.setText(text("Save_picture"));
     showFile_.setText(text("Show_file"));
-    failure_.setText(text("Not_saved").arg(lastReason_).replace(u'&', QStringLiteral("&&")));
+    const QString reason = lastFolder_.isEmpty()
+                               ? lastReason_
+                               : folderTroubleText(lastFolder_, lastTrouble_, lastReason_, bundle_);
+    failure_.setText(plainMenuText(text("Not_saved").arg(reason)));
     showRecording();
 }
 
@@ -81,16 +90,18 @@ void CaptureMenu::savePicture() {
     QString reason;
     const auto file = freePictureFile(folders_.pictures, camera->localizedName(),
                                       QDateTime::currentDateTime(), QStringLiteral("png"), reason);
-    if (!file) return fail(folders_.pictures, QStringLiteral("cannot make the folder: ") + reason, reason);
+    if (!file)
+        return fail(folders_.pictures, QStringLiteral("cannot make the folder: ") + reason, reason,
+                    folders_.pictures);
     saving_ = true; // until then, the next picture would get the same name
-    host_.takeSnapshot(file->toStdString(),
-                       [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
-                           if (!self) return;
-                           self->saving_ = false;
-                           if (!error) return self->keep(file);
-                           const QString why = QString::fromStdString(error->text);
-                           self->fail(file, QStringLiteral("not written: ") + why, why);
-                       });
+    host_.takeSnapshot(
+        file->toStdString(), [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
+            if (!self) return;
+            self->saving_ = false;
+            if (!error) return self->keep(file);
+            const QString why = QString::fromStdString(error->text);
+            self->fail(file, QStringLiteral("not written: ") + why, why, folderOf(file, error->isOfFile));
+        });
 }
 
 void CaptureMenu::toggleRecording() {
@@ -103,24 +114,27 @@ void CaptureMenu::startRecording() {
     QString reason;
     const auto file = freePictureFile(folders_.movies, camera->localizedName(), QDateTime::currentDateTime(),
                                       QStringLiteral("mp4"), reason);
-    if (!file) return fail(folders_.movies, QStringLiteral("cannot make the folder: ") + reason, reason);
+    if (!file)
+        return fail(folders_.movies, QStringLiteral("cannot make the folder: ") + reason, reason,
+                    folders_.movies);
     ownMovie_ = *file;
     host_.startRecording(file->toStdString(), {},
                          [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
                              if (!self || !error) return;
                              const QString why = QString::fromStdString(error->text);
-                             self->fail(file, why, why);
+                             self->fail(file, why, why, folderOf(file, error->isOfFile));
                          });
 }
 
-void CaptureMenu::recordingDidEnd(const std::string& file, bool success, const std::string& reason) {
+void CaptureMenu::recordingDidEnd(const std::string& file, bool success, const std::string& reason,
+                                  bool isOfFile) {
     const QString name = QString::fromStdString(file);
     if (name != std::exchange(ownMovie_, {})) return;
     const QString why = QString::fromStdString(reason);
     if (success)
         keep(name);
     else
-        fail(name, why, why);
+        fail(name, why, why, folderOf(name, isOfFile));
     // A movie that was cut short plays.
     if (QFileInfo::exists(name)) lastFile_ = name;
 }
@@ -130,9 +144,13 @@ void CaptureMenu::keep(const QString& file) {
     lastReason_.clear();
 }
 
-void CaptureMenu::fail(const QString& file, const QString& line, const QString& reason) {
+void CaptureMenu::fail(const QString& file, const QString& line, const QString& reason,
+                       const QString& folder) {
     printErrorLine(file.toStdString(), line.toStdString());
-    lastReason_ = reason;
+    lastReason_ =
+        folder.isEmpty() ? reason : reason.section(QStringLiteral(": "), -1); // the system's own text
+    lastFolder_ = folder;
+    lastTrouble_ = folder.isEmpty() ? FolderTrouble::none : troubleOf(stateOfFolder(folder));
     retranslate();
 }
 

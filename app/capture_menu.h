@@ -8,6 +8,7 @@
 #include <QWidget>
 #include <string>
 
+#include "app/folder_trouble.h"
 #include "app/menu_section.h"
 #include "app/recording_clock.h"
 #include "app/window_host.h"
@@ -46,10 +47,11 @@ private:
     void savePicture();
     void toggleRecording();
     void startRecording();
-    void recordingDidEnd(const std::string& file, bool success, const std::string& reason);
+    void recordingDidEnd(const std::string& file, bool success, const std::string& reason, bool isOfFile);
     void showRecording();
     void keep(const QString& file);
-    void fail(const QString& file, const QString& line, const QString& reason);
+    /// @param folder that did not take the file; empty if that is not the reason
+    void fail(const QString& file, const QString& line, const QString& reason, const QString& folder);
 
     WindowHost& host_;
     const RecordingClock& clock_;
@@ -61,7 +63,9 @@ private:
     QAction failure_;
     QString lastFile_;   // that was written
     QString lastReason_; // why the last file was not; empty if it was
-    QString ownMovie_;   // that is being recorded; others are the service's
+    QString lastFolder_; // that did not take it; empty if that is not the reason
+    FolderTrouble lastTrouble_ = FolderTrouble::none;
+    QString ownMovie_; // that is being recorded; others are the service's
     bool saving_ = false;
     bool pictureShown_ = false;
 };

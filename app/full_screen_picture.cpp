@@ -20,10 +20,13 @@ FullScreenPicture::FullScreenPicture(KTWindow& window, PanelView& view)
 
 void FullScreenPicture::setOn(bool on) {
     if (view_.displayView() == nullptr || on == isOn()) return;
-    if (on) focus_ = window_.focusWidget();
+    if (on) {
+        focus_ = window_.focusWidget();
+        if (!window_.isFullScreen()) geometry_ = window_.geometry();
+    }
     view_.setShowsPictureAlone(on);
     escape_.setEnabled(on);
-    on ? window_.showFullScreen() : window_.showNormal();
+    window_.setWindowState(window_.windowState().setFlag(Qt::WindowFullScreen, on));
     if (!on && focus_) focus_->setFocus(Qt::OtherFocusReason);
     Q_EMIT changed();
 }
@@ -34,11 +37,22 @@ bool FullScreenPicture::eventFilter(QObject* watched, QEvent* event) {
         setOn(!isOn());
         return true;
     }
-    // The window manager has a key of its own that ends it.
-    if (watched == &window_ && event->type() == QEvent::WindowStateChange && isOn() &&
-        !window_.isFullScreen() && !window_.isMinimized() && window_.isVisible())
-        setOn(false);
+    if (watched == &window_ && event->type() == QEvent::WindowStateChange) followState();
+    if (watched == &window_ && event->type() == QEvent::Hide && !event->spontaneous() && isOn())
+        windowWasClosed();
     return QObject::eventFilter(watched, event);
+}
+
+// The window manager has keys of its own.  While a window comes back from being minimised, it also ends the
+// full screen for a moment.
+void FullScreenPicture::followState() {
+    if (window_.isVisible() && !window_.isMinimized()) setOn(window_.isFullScreen());
+}
+
+// The window comes back as a new one, of which the window manager knows no other size.
+void FullScreenPicture::windowWasClosed() {
+    setOn(false);
+    if (geometry_.isValid()) window_.setGeometry(geometry_);
 }
 
 } // namespace tavelo

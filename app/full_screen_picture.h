@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QRect>
 #include <QShortcut>
 
 #include "app/kt_window.h"
@@ -11,7 +12,8 @@
 
 namespace tavelo {
 
-/// A double click on the preview shows the picture alone, and another one or Esc shows the panel again.
+/// A double click on the preview shows the picture alone, and another one or Esc shows the panel again, and
+/// so do the window manager's own keys for a full screen.
 /// Main thread.
 class FullScreenPicture final : public QObject {
     Q_OBJECT
@@ -31,10 +33,14 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void followState();
+    void windowWasClosed();
+
     KTWindow& window_;
     PanelView& view_;
     QShortcut escape_;
     QPointer<QWidget> focus_; // had it before
+    QRect geometry_;          // of the window before
 };
 
 } // namespace tavelo

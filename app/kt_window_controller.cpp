@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/kt_window_controller.h"
 
-#include <QMouseEvent>
+#include <QApplication>
 #include <QWindow>
 
 namespace tavelo {
@@ -14,10 +14,9 @@ void KTWindowController::windowDidLoad() {
 }
 
 void KTWindowController::makeKeyAndOrderFront() {
-    if (window_.isMinimized())
-        window_.showNormal();
-    else
-        window_.show();
+    // Not showNormal(), which also ends a full screen.
+    window_.setWindowState(window_.windowState() & ~Qt::WindowMinimized);
+    window_.show();
     window_.raise();
     window_.activateWindow();
 }
@@ -31,17 +30,40 @@ void KTWindowController::miniaturize() {
 }
 
 // Presses that no control handles arrive here.  The window system moves the window, because only it knows
-// about snapping, several screens and, on Wayland, window positions.
+// about snapping, several screens and, on Wayland, window positions.  It begins with the drag, not with the
+// press: a window manager that starts to move after the button is up keeps the pointer and the keys until the
+// next click, and swallows the second half of a double click.
 bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == &window_ && event->type() == QEvent::MouseButtonPress) {
-        const auto* press = static_cast<QMouseEvent*>(event);
-        if (press->button() == Qt::LeftButton && window_.windowHandle() != nullptr &&
-            !window_.isFullScreen()) {
-            window_.windowHandle()->startSystemMove();
-            return true;
-        }
+    if (watched != &window_) return QObject::eventFilter(watched, event);
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+            return press(*static_cast<QMouseEvent*>(event));
+        case QEvent::MouseMove:
+            return drag(*static_cast<QMouseEvent*>(event));
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::Hide:
+            pressedAt_.reset();
+            break;
+        default:
+            break;
     }
     return QObject::eventFilter(watched, event);
+}
+
+bool KTWindowController::press(const QMouseEvent& event) {
+    const bool begins = event.button() == Qt::LeftButton && !window_.isFullScreen();
+    pressedAt_ = begins ? std::optional(event.globalPosition().toPoint()) : std::nullopt;
+    return begins;
+}
+
+bool KTWindowController::drag(const QMouseEvent& event) {
+    if (!pressedAt_ || !event.buttons().testFlag(Qt::LeftButton)) return false;
+    const QPoint way = event.globalPosition().toPoint() - *pressedAt_;
+    if (way.manhattanLength() < QApplication::startDragDistance()) return true;
+    pressedAt_.reset();
+    if (window_.windowHandle() != nullptr) window_.windowHandle()->startSystemMove();
+    return true;
 }
 
 } // namespace tavelo

@@ -2,7 +2,10 @@
 // Shows, moves, closes and minimises the main window.
 #pragma once
 
+#include <QMouseEvent>
 #include <QObject>
+#include <QPoint>
+#include <optional>
 
 #include "app/kt_window.h"
 
@@ -32,7 +35,11 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool press(const QMouseEvent& event);
+    bool drag(const QMouseEvent& event);
+
     KTWindow& window_;
+    std::optional<QPoint> pressedAt_; // on the screen, while a drag may begin
 };
 
 } // namespace tavelo

@@ -104,7 +104,8 @@ void PanelRecording::stop(const std::string& reason) {
 
 void PanelRecording::didWrite(bool success, const Error& error) {
     if (!success)
-        end(ServiceError{Kind::failed, stateOfUnfinishedFile(error) + ": " + error.text});
+        end(ServiceError{Kind::failed, stateOfUnfinishedFile(error) + ": " + error.text,
+                         error.domain == "file system"});
     else if (!cutShortReason_.empty())
         end(ServiceError{Kind::failed, "cut short: " + cutShortReason_});
     else
@@ -117,7 +118,7 @@ void PanelRecording::end(const std::optional<ServiceError>& error) {
     // A movie so short that nobody saw it begin has begun, too.
     if (!hasBegun_) request_.started(error);
     const bool begun = hasBegun_ || !error;
-    Q_EMIT ended(begun, !error, error ? error->text : std::string());
+    Q_EMIT ended(begun, !error, error ? error->text : std::string(), error && error->isOfFile);
 }
 
 } // namespace tavelo

@@ -50,7 +50,8 @@ public:
 
 Q_SIGNALS:
     /// Called once, at last; without a movie only `started` gets the reason.
-    void ended(bool begun, bool success, const std::string& reason);
+    /// @param isOfFile whether the file system is the reason
+    void ended(bool begun, bool success, const std::string& reason, bool isOfFile);
 
 private:
     enum class State : std::uint8_t { waiting, starting, recording, finishing, done };

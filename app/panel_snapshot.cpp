@@ -52,7 +52,8 @@ void PanelSnapshot::write() {
                 [self, success, error] {
                     if (self)
                         self->end(success ? std::optional<ServiceError>()
-                                          : ServiceError{ServiceError::Kind::failed, error.text});
+                                          : ServiceError{ServiceError::Kind::failed, error.text,
+                                                         error.domain == "file system"});
                 },
                 Qt::QueuedConnection);
         });

@@ -41,6 +41,8 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
     QObject::connect(&menu_, &PanelMenu::languageChanged, &panel_, &ViewController::languageDidChange);
     QObject::connect(&menu_, &PanelMenu::languageChanged, &allControls_, &AllControls::languageDidChange);
     QObject::connect(&menu_, &PanelMenu::quitChosen, &application, &KTApplication::quit);
+    QObject::connect(&features_, &WindowFeatures::quitChosen, &application, &KTApplication::quit);
+    QObject::connect(&features_, &WindowFeatures::showChosen, &panel_, [this] { show(); });
 }
 
 PanelWindow::~PanelWindow() {

@@ -48,6 +48,8 @@ QString statusText(const PictureStatus& status, const Bundle& bundle) {
     switch (status.kind) {
         case Kind::noCamera:
             return text(bundle, "No_camera");
+        case Kind::released:
+            return text(bundle, "Camera_is_released");
         case Kind::waiting:
             return text(bundle, "Waiting_for_picture").arg(QString::fromStdString(status.camera));
         case Kind::shown:

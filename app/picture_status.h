@@ -17,7 +17,8 @@ namespace tavelo {
 struct PictureStatus {
     enum class Kind : std::uint8_t {
         noCamera,
-        waiting, ///< for the first picture
+        released, ///< to other programs, until the window is shown again
+        waiting,  ///< for the first picture
         shown,
         busy,   ///< another program streams
         denied, ///< no permission

@@ -73,8 +73,11 @@ void PictureWatch::look() {
 
 PictureStatus PictureWatch::seen() {
     const std::shared_ptr<CaptureDevice> camera = panel_.shownCamera();
-    if (!camera) return {};
     PictureStatus status;
+    if (!camera) {
+        if (panel_.cameraIsReleased()) status.kind = Kind::released;
+        return status;
+    }
     status.camera = camera->localizedName();
     status.node = camera->node();
     const auto input = panel_.displayView()->videoCaptureDeviceInput();

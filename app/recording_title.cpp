@@ -5,11 +5,25 @@
 #include <QPainter>
 #include <QPixmap>
 #include <utility>
+#include <vector>
 
 namespace tavelo {
 namespace {
 
 constexpr QColor dotRed(224, 32, 32);
+
+std::vector<QPixmap> picturesOf(const QIcon& icon) {
+    std::vector<QPixmap> pictures;
+    for (const int size : {16, 22, 24, 32, 48, 64, 128}) {
+        QPixmap picture(size, size);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        icon.paint(&painter, picture.rect()); // scaled down, but not up, if the icon lacks the size
+        painter.end();
+        pictures.push_back(picture);
+    }
+    return pictures;
+}
 
 } // namespace
 
@@ -22,19 +36,21 @@ RecordingTitle::RecordingTitle(QWidget& window, const RecordingClock& clock)
 
 void RecordingTitle::show() {
     const bool runs = clock_.isRunning();
-    // U+1F534 is a red disc.
-    window_.setWindowTitle(runs ? QStringLiteral("\U0001F534 %1 %2").arg(clock_.text(), title_) : title_);
+    window_.setWindowTitle(runs ? recordingText(clock_, title_) : title_);
     if (std::exchange(isMarked_, runs) == runs) return;
     const QIcon icon = QGuiApplication::windowIcon();
     window_.setWindowIcon(runs ? withRedDot(icon) : icon);
 }
 
+QString recordingText(const RecordingClock& clock, const QString& text) {
+    // U+1F534 is a red disc.
+    return QStringLiteral("\U0001F534 %1 %2").arg(clock.text(), text);
+}
+
 QIcon withRedDot(const QIcon& icon) {
     QIcon marked;
-    for (const int wanted : {22, 32, 48, 64, 128}) {
-        QPixmap picture = icon.isNull() ? QPixmap(wanted, wanted) : icon.pixmap(wanted, wanted);
-        if (icon.isNull()) picture.fill(Qt::transparent);
-        const int size = picture.width(); // smaller if the icon does not have that size
+    for (QPixmap picture : picturesOf(icon)) {
+        const int size = picture.width();
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(Qt::white, size / 24.0));
@@ -45,6 +61,13 @@ QIcon withRedDot(const QIcon& icon) {
         marked.addPixmap(picture);
     }
     return marked;
+}
+
+QIcon inUsualSizes(const QIcon& icon) {
+    QIcon result;
+    for (const QPixmap& picture : picturesOf(icon))
+        result.addPixmap(picture);
+    return result;
 }
 
 } // namespace tavelo

@@ -28,7 +28,13 @@ private:
     bool isMarked_ = false; // the icon has the dot
 };
 
+/// "🔴 0:07 text", for titles.
+QString recordingText(const RecordingClock& clock, const QString& text);
+
 /// An icon with a red dot in its corner.
 QIcon withRedDot(const QIcon& icon);
+
+/// An icon in the sizes of title bars, task bars and trays.  Trays get pictures, not the drawing.
+QIcon inUsualSizes(const QIcon& icon);
 
 } // namespace tavelo

@@ -15,13 +15,16 @@ WindowFeatures::WindowFeatures(const Parts& parts)
       tips_(parts.panel, parts.bundle),
       camera_(parts.panel, parts.bundle, [this] { return picture_.status(); }),
       capture_(parts.window, parts.host, clock_, parts.bundle, parts.folders),
-      windowMenu_(parts.window, fullScreen_, parts.bundle) {
+      windowMenu_(parts.window, fullScreen_, parts.bundle),
+      hidden_({parts.window, parts.panel, parts.host, picture_, clock_, parts.bundle}) {
     for (MenuSection* section : std::initializer_list<MenuSection*>{&camera_, &capture_, &windowMenu_})
         parts.menu.addSection(*section);
     followPicture(parts);
     followRecording(parts.host);
     connect(&capture_, &CaptureMenu::showFileChosen, this,
             [](const QString& file) { showFileInFolder(file); });
+    connect(&hidden_, &HiddenWindow::showChosen, this, &WindowFeatures::showChosen);
+    connect(&hidden_, &HiddenWindow::quitChosen, this, &WindowFeatures::quitChosen);
 }
 
 void WindowFeatures::followPicture(const Parts& parts) {

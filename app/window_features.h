@@ -5,6 +5,7 @@
 #include "app/camera_menu.h"
 #include "app/capture_menu.h"
 #include "app/full_screen_picture.h"
+#include "app/hidden_window.h"
 #include "app/panel_menu.h"
 #include "app/picture_watch.h"
 #include "app/preview_tip.h"
@@ -35,6 +36,11 @@ public:
 
     explicit WindowFeatures(const Parts& parts);
 
+Q_SIGNALS:
+    /// Chosen while the window is closed.
+    void showChosen();
+    void quitChosen();
+
 private:
     void followPicture(const Parts& parts);
     void followRecording(WindowHost& host);
@@ -49,6 +55,7 @@ private:
     CameraMenu camera_;
     CaptureMenu capture_;
     WindowMenu windowMenu_;
+    HiddenWindow hidden_;
 };
 
 } // namespace tavelo

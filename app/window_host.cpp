@@ -95,11 +95,11 @@ std::string WindowHost::recordingFile() const {
     return recording_ ? recording_->file() : std::string();
 }
 
-void WindowHost::recordingDidEnd(bool begun, bool success, const std::string& reason) {
+void WindowHost::recordingDidEnd(bool begun, bool success, const std::string& reason, bool isOfFile) {
     const std::string file = recording_->file();
     recording_.reset();
     Q_EMIT recordingFileChanged();
-    if (begun) Q_EMIT recordingEnded(file, success, reason);
+    if (begun) Q_EMIT recordingEnded(file, success, reason, isOfFile);
 }
 
 } // namespace tavelo

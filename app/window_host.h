@@ -45,11 +45,12 @@ Q_SIGNALS:
     /// The shown camera took a value from the panel.
     void controlChanged(tavelo::KTUVCControl control);
     void recordingFileChanged();
-    void recordingEnded(const std::string& file, bool success, const std::string& reason);
+    /// @param isOfFile whether the file system is the reason
+    void recordingEnded(const std::string& file, bool success, const std::string& reason, bool isOfFile);
 
 private:
     void cameraDidChange();
-    void recordingDidEnd(bool begun, bool success, const std::string& reason);
+    void recordingDidEnd(bool begun, bool success, const std::string& reason, bool isOfFile);
 
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;
     const std::function<std::optional<ServiceError>()> show_;

@@ -104,6 +104,12 @@ public:
     /// Restarts the shown camera and its controls, like a switch to it.  If there is none, looks for cameras
     /// again.
     void reconnectCamera();
+    /// Stops the shown camera's stream and closes its controls, so that other programs can have it, until
+    /// takeCamera() or a switch.  No camera is shown meanwhile, not even one that is plugged in.
+    void releaseCamera();
+    /// Shows the released camera again, or the first one if it is gone.  Does nothing if none is released.
+    void takeCamera();
+    bool cameraIsReleased() const { return releasedCamera_.has_value(); }
     void hiddenMtkViewAndShowAfterDelay(std::chrono::milliseconds delay);
     void hiddenMtkView();
     void showMtkView();
@@ -242,6 +248,7 @@ private:
     std::array<bool, panelRowCount> isBehind_{};
 
     std::vector<std::shared_ptr<CaptureDevice>> devicesArray_;
+    std::optional<std::string> releasedCamera_; // its identifier, which it keeps when it is plugged in again
     std::int64_t profileIndex_ = -1;
     std::optional<std::string> cameraSettingKey_;
     bool observing_ = false;

@@ -50,6 +50,7 @@ void ViewController::showCameraButtons(std::optional<std::size_t> shown) {
 void ViewController::switchCameraWithIndex(std::size_t index) {
     settleTimer_.stop();
     cameraSettingKey_.reset();
+    releasedCamera_.reset();
     showCameraButtons(index);
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
     if (displayView() != nullptr) displayView()->showDevice(device);
@@ -116,7 +117,7 @@ void ViewController::captureDeviceWasConnectedNotification(const std::shared_ptr
     uvcManager_.prober()->refreshData(true);
     if (!uvcManager_.uniqueIDIsCorrect(device->uniqueID()) || indexOf(device)) return;
     devicesArray_.push_back(device);
-    if (devicesArray_.size() == 1)
+    if (devicesArray_.size() == 1 && !cameraIsReleased())
         switchCameraWithIndex(0);
     else
         showCameraButtons(shownIndex());

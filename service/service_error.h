@@ -23,7 +23,8 @@ struct ServiceError {
     };
 
     Kind kind = Kind::failed;
-    std::string text; ///< one line for the user
+    std::string text;      ///< one line for the user
+    bool isOfFile = false; ///< the file system did not take the picture or the movie
 };
 
 /// Its name on the bus, such as "org.tavelo.ControlPanel1.Error.Busy".

@@ -47,6 +47,7 @@ TEST_F(PictureStatusTest, AMissingPictureSaysWhatToDo) {
               "No permission for C920: join the group “video”, then log in again");
     EXPECT_EQ(line({Kind::silent, "C920", "/dev/video2", {}, 0, {}}),
               "The camera delivers no picture: reconnect it with F5");
+    EXPECT_EQ(line({Kind::released, "", "", {}, 0, {}}), "The camera is free for other programs");
     EXPECT_EQ(line({Kind::waiting, "C920", "/dev/video2", {}, 0, {}}), "C920: waiting for the picture");
 }
 

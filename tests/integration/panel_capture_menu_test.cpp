@@ -31,6 +31,11 @@ protected:
     static qsizetype linesAbout(const QString& path, const std::string& output) {
         return QString::fromStdString(output).split(u'\n').filter(path).size();
     }
+    /// One entry says that the file was not saved, and names the folder.  The reason depends on the user.
+    bool folderIsBlamed(const char* name) {
+        const QStringList found = entries().filter(QStringLiteral("Not saved: "));
+        return found.size() == 1 && found[0].contains(path(name));
+    }
     /// A file stands where a folder is wanted.
     void block(const char* name) {
         QFile file(path(name));
@@ -120,7 +125,9 @@ TEST_F(PanelCaptureMenu, APictureThatCannotBeWrittenIsALineAndAnEntry) {
     block("Pictures");
     ::testing::internal::CaptureStderr();
     choose("Save Picture");
-    ASSERT_TRUE(waitFor([this] { return entries().filter(QStringLiteral("Not saved: ")).size() == 1; }));
+    const QString place = QStringLiteral("Not saved: %1: ").arg(path("Pictures"));
+    ASSERT_TRUE(waitFor([&] { return entries().filter(place).size() == 1; }))
+        << entries().join(u'\n').toStdString();
     const std::string line = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(line, HasSubstr(path("Pictures").toStdString() + ": "));
     EXPECT_EQ(linesAbout(folder_.path(), line), 1) << line;
@@ -137,7 +144,8 @@ TEST_F(PanelCaptureMenu, AFolderThatMayNotBeWrittenIsALineAndAnEntry) {
     ASSERT_TRUE(QFile::link(QStringLiteral("/proc/self"), path("Pictures")));
     ::testing::internal::CaptureStderr();
     choose("Save Picture");
-    ASSERT_TRUE(waitFor([this] { return entries().filter(QStringLiteral("Not saved: ")).size() == 1; }));
+    ASSERT_TRUE(waitFor([this] { return folderIsBlamed("Pictures"); }))
+        << entries().join(u'\n').toStdString();
     const std::string line = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(line, HasSubstr(".png: not written: "));
     EXPECT_EQ(linesAbout(folder_.path(), line), 1) << line;
@@ -149,11 +157,28 @@ TEST_F(PanelCaptureMenu, AMovieThatCannotBeWrittenIsALineAndAnEntry) {
     ASSERT_TRUE(QFile::link(QStringLiteral("/proc/self"), path("Videos")));
     ::testing::internal::CaptureStderr();
     choose("Record");
-    ASSERT_TRUE(waitFor([this] { return entries().filter(QStringLiteral("Not saved: ")).size() == 1; }));
+    ASSERT_TRUE(waitFor([this] { return folderIsBlamed("Videos"); })) << entries().join(u'\n').toStdString();
     const std::string line = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(line, HasSubstr(".mp4: not written: "));
     EXPECT_EQ(linesAbout(folder_.path(), line), 1) << line;
     EXPECT_EQ(window_.windowTitle(), QStringLiteral("Panel"));
+}
+
+TEST_F(PanelCaptureMenu, AFolderThatIsGoneIsNamedInTheLanguageOfTheMenu) {
+    startWithFeatures(1);
+    ASSERT_TRUE(pictureIsShown());
+    QApplication::activePopupWidget()->close();
+    press(Qt::Key_S);
+    // The picture is written later: the panel waits for the camera's next one.
+    ASSERT_TRUE(QDir(path("Pictures")).removeRecursively());
+    const QString said = QStringLiteral("Not saved: there is no folder ") + path("Pictures");
+    ASSERT_TRUE(waitFor([&] { return entry(qPrintable(said)) != nullptr; }));
+    for (const QAction* opener : openMenu()->actions())
+        for (QAction* choice : opener->menu() != nullptr ? opener->menu()->actions() : QList<QAction*>())
+            if (choice->text() == QStringLiteral("Deutsch")) choice->trigger();
+    EXPECT_THAT(entries(),
+                ::testing::Contains(
+                    QStringLiteral("Nicht gespeichert: den Ordner %1 gibt es nicht").arg(path("Pictures"))));
 }
 
 TEST_F(PanelCaptureMenu, AMovieThatIsCutShortIsSaidAndCanBeShown) {

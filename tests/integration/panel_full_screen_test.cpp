@@ -90,6 +90,38 @@ TEST_F(PanelFullScreen, TheWindowManagerMayEndItToo) {
     expectPanel();
 }
 
+TEST_F(PanelFullScreen, TheWindowManagerMayBeginItToo) {
+    startWithFeatures(1);
+    window_.showFullScreen();
+    expectAlone();
+    press(Qt::Key_Escape);
+    expectPanel();
+}
+
+TEST_F(PanelFullScreen, AClosedWindowComesBackWithThePanelInItsPlace) {
+    startWithFeatures(1);
+    window_.move(12, 34);
+    const QRect place = window_.geometry();
+    press(Qt::Key_F11);
+    expectAlone();
+    window_.close();
+    EXPECT_FALSE(window_.isVisible());
+    windowController_.makeKeyAndOrderFront();
+    expectPanel();
+    EXPECT_EQ(window_.geometry(), place);
+    EXPECT_FALSE(entry("Full Screen")->isChecked());
+}
+
+TEST_F(PanelFullScreen, AMinimisedWindowComesBackInIt) {
+    startWithFeatures(1);
+    press(Qt::Key_F11);
+    windowController_.miniaturize();
+    EXPECT_TRUE(window_.isMinimized());
+    windowController_.makeKeyAndOrderFront();
+    EXPECT_FALSE(window_.isMinimized());
+    expectAlone();
+}
+
 TEST_F(PanelFullScreen, ThePictureGoesOn) {
     startWithFeatures(1);
     press(Qt::Key_F11);

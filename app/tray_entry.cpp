@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "app/tray_entry.h"
+
+#include <QGuiApplication>
+
+#include "app/menu_text.h"
+#include "app/recording_title.h"
+
+namespace tavelo {
+
+TrayEntry::TrayEntry(const Bundle& bundle) : bundle_(bundle) {
+    line_.setEnabled(false);
+    menu_.addAction(&line_);
+    menu_.addSeparator();
+    menu_.addActions({&show_, &release_});
+    menu_.addSeparator();
+    menu_.addAction(&quit_);
+    icon_.setContextMenu(&menu_);
+    connect(&show_, &QAction::triggered, this, &TrayEntry::showChosen);
+    connect(&release_, &QAction::triggered, this, &TrayEntry::releaseChosen);
+    connect(&quit_, &QAction::triggered, this, &TrayEntry::quitChosen);
+    connect(&icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) Q_EMIT showChosen();
+    });
+}
+
+void TrayEntry::show(const Look& look) {
+    const auto text = [this](std::string_view key) {
+        return QString::fromStdString(bundle_.localizedString(key, {}));
+    };
+    line_.setText(plainMenuText(look.line));
+    show_.setText(text("Show_window"));
+    release_.setText(text("Release_camera"));
+    release_.setEnabled(look.hasCamera);
+    quit_.setText(text("Quit"));
+    icon_.setToolTip(QStringLiteral("%1: %2").arg(QGuiApplication::applicationDisplayName(), look.line));
+    setMarked(look.isRecording);
+    icon_.show();
+}
+
+void TrayEntry::setMarked(bool marked) {
+    if (isMarked_ == marked) return;
+    isMarked_ = marked;
+    const QIcon icon = QGuiApplication::windowIcon();
+    icon_.setIcon(marked ? withRedDot(icon) : inUsualSizes(icon));
+}
+
+} // namespace tavelo

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// The program's entry in the desktop's tray.
+#pragma once
+
+#include <QAction>
+#include <QMenu>
+#include <QObject>
+#include <QString>
+#include <QSystemTrayIcon>
+#include <optional>
+
+#include "platform/bundle.h"
+
+namespace tavelo {
+
+/// An icon with a tool tip and a menu: what goes on, Show Window, Release Camera, Quit.  Main thread.
+class TrayEntry final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Look {
+        QString line; ///< what goes on
+        bool isRecording = false;
+        bool hasCamera = false; ///< to release
+    };
+
+    /// @param bundle must outlive this object
+    explicit TrayEntry(const Bundle& bundle);
+
+    /// Shows the entry, or changes it.
+    void show(const Look& look);
+    void hide() { icon_.hide(); }
+
+Q_SIGNALS:
+    void showChosen();
+    void releaseChosen();
+    void quitChosen();
+
+private:
+    void setMarked(bool marked);
+
+    const Bundle& bundle_;
+    QAction line_;
+    QAction show_;
+    QAction release_;
+    QAction quit_;
+    QMenu menu_;
+    QSystemTrayIcon icon_;
+    std::optional<bool> isMarked_; // the icon has the red dot; nothing while there is no icon
+};
+
+} // namespace tavelo
