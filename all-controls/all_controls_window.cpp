@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "widgets/localized_text.h"
 #include "widgets/palette.h"
 #include "widgets/panel_look.h"
 
@@ -50,7 +51,7 @@ AllControlsWindow::AllControlsWindow(const Bundle& bundle, QWidget* parent)
 }
 
 QString AllControlsWindow::text(std::string_view key) const {
-    return QString::fromStdString(bundle_.localizedString(key, {}));
+    return localizedText(bundle_, key);
 }
 
 void AllControlsWindow::makeButtons(QVBoxLayout& layout) {

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 namespace {
 
@@ -48,7 +50,7 @@ CameraControlModel::CameraControlModel(CameraControlParts parts) : parts_(std::m
 CameraControlModel::~CameraControlModel() = default;
 
 QString CameraControlModel::text(std::string_view key) const {
-    return QString::fromStdString(parts_.bundle.localizedString(key, {}));
+    return localizedText(parts_.bundle, key);
 }
 
 QString CameraControlModel::titleOf(const NamedControl& control) const {

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 namespace {
 
@@ -77,7 +79,7 @@ bool UnitControlModel::isAnswered() const {
 
 std::vector<ControlGroup> UnitControlModel::groups() const {
     if (!isAnswered()) return {};
-    ControlGroup group{QString::fromStdString(parts_.bundle.localizedString("Extras", {})), {}};
+    ControlGroup group{localizedText(parts_.bundle, "Extras"), {}};
     const std::string language = languageOf(parts_.bundle);
     for (const ControlState& state : states_)
         group.controls.push_back(described(state, language));

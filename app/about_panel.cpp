@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "app/software_list.h"
+#include "widgets/localized_text.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
@@ -36,9 +37,7 @@ QLabel* makeCredits(const QString& credits) {
 }
 
 QHBoxLayout* makeButtons(QDialog* panel, const Bundle& bundle) {
-    const auto text = [&bundle](std::string_view key) {
-        return QString::fromStdString(bundle.localizedString(key, {}));
-    };
+    const auto text = [&bundle](std::string_view key) { return localizedText(bundle, key); };
     auto* software = new QPushButton(text("Open_source_software"));
     software->setObjectName(QStringLiteral("openSoftwareList"));
     software->setAutoDefault(false);

@@ -5,6 +5,7 @@
 
 #include "app/menu_text.h"
 #include "panel/automatic_functions.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 
@@ -69,7 +70,7 @@ QList<QAction*> CameraMenu::automaticEntries() {
     if (!panel_.shownCamera() || !manager.isControllable()) return entries;
     for (const AutomaticFunction& function : automaticFunctions()) {
         if (!isSupported(manager, function)) continue;
-        const QString text = QString::fromStdString(bundle_.localizedString(function.title, {}));
+        const QString text = localizedText(bundle_, function.title);
         QAction* const entry = made(text, isOn(manager, function));
         connect(entry, &QAction::triggered, this,
                 [this, &function](bool on) { panel_.setAutomatic(function, on); });

@@ -10,6 +10,7 @@
 #include "app/menu_text.h"
 #include "app/picture_files.h"
 #include "process/error_line.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 namespace {
@@ -59,9 +60,7 @@ QList<QAction*> CaptureMenu::entries() {
 }
 
 void CaptureMenu::retranslate() {
-    const auto text = [this](std::string_view key) {
-        return QString::fromStdString(bundle_.localizedString(key, {}));
-    };
+    const auto text = [this](std::string_view key) { return localizedText(bundle_, key); };
     save_.setText(text("Save_picture"));
     showFile_.setText(text("Show_file"));
     const QString reason = lastFolder_.isEmpty()

@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 namespace {
 
@@ -37,9 +39,7 @@ FolderTrouble troubleOf(const FolderState& state) {
 
 QString folderTroubleText(const QString& folder, FolderTrouble trouble, const QString& systemText,
                           const Bundle& bundle) {
-    const auto text = [&](std::string_view key) {
-        return QString::fromStdString(bundle.localizedString(key, {})).arg(folder);
-    };
+    const auto text = [&](std::string_view key) { return localizedText(bundle, key).arg(folder); };
     switch (trouble) {
         case FolderTrouble::none:
             break;
@@ -53,7 +53,7 @@ QString folderTroubleText(const QString& folder, FolderTrouble trouble, const QS
             return text("Folder_full");
     }
     // In one step: a folder's name may contain a place marker.
-    return QString::fromStdString(bundle.localizedString("Folder_fails", {})).arg(folder, systemText);
+    return localizedText(bundle, "Folder_fails").arg(folder, systemText);
 }
 
 } // namespace tavelo

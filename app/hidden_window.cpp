@@ -5,6 +5,7 @@
 #include <QTimer>
 
 #include "app/recording_title.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 
@@ -65,8 +66,7 @@ QString HiddenWindow::line() const {
     const PictureStatus& status = parts_.picture.status();
     QString line = statusText(status, parts_.bundle);
     if (status.kind == PictureStatus::Kind::shown || status.kind == PictureStatus::Kind::waiting)
-        line = QString::fromStdString(parts_.bundle.localizedString("Camera_is_on", {}))
-                   .arg(QString::fromStdString(status.camera));
+        line = localizedText(parts_.bundle, "Camera_is_on").arg(QString::fromStdString(status.camera));
     return parts_.clock.isRunning() ? recordingText(parts_.clock, line) : line;
 }
 

@@ -5,14 +5,11 @@
 #include <QKeySequence>
 #include <QWindow>
 
+#include "widgets/localized_text.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
 namespace {
-
-QString text(const Bundle& bundle, std::string_view key) {
-    return QString::fromStdString(bundle.localizedString(key, {}));
-}
 
 void setKey(QAction& action, const QKeySequence& key) {
     action.setShortcut(key);
@@ -93,12 +90,12 @@ void PanelMenu::choose(const std::string& localization) {
 }
 
 void PanelMenu::retranslate() {
-    about_.setText(text(bundle_, "About"));
-    allControls_.setText(text(bundle_, "All_controls"));
-    reconnect_.setText(text(bundle_, "Reconnect_camera"));
-    languageMenu_.setTitle(text(bundle_, "Language"));
-    systemLanguage_.setText(text(bundle_, "System_language"));
-    quit_.setText(text(bundle_, "Quit"));
+    about_.setText(localizedText(bundle_, "About"));
+    allControls_.setText(localizedText(bundle_, "All_controls"));
+    reconnect_.setText(localizedText(bundle_, "Reconnect_camera"));
+    languageMenu_.setTitle(localizedText(bundle_, "Language"));
+    systemLanguage_.setText(localizedText(bundle_, "System_language"));
+    quit_.setText(localizedText(bundle_, "Quit"));
     for (MenuSection* section : sections_)
         section->retranslate();
 }

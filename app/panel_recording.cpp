@@ -12,11 +12,10 @@ namespace tavelo {
 namespace {
 
 using namespace std::chrono_literals;
-using Kind = ServiceError::Kind;
 
-constexpr auto pollInterval = 10ms;
+constexpr auto recordingPoll = 10ms;
 // Shorter than a client's patience, long enough for a slow, emulated machine.
-constexpr auto patience = 15s;
+constexpr auto recordingPatience = 15s;
 
 } // namespace
 
@@ -28,7 +27,7 @@ PanelRecording::PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterP
       recorder_(std::make_shared<TimedRecorder>(assetWriters_, request_.duration)),
       pictures_(view.mtkView()->drawnFrames()) {
     connect(&timer_, &QTimer::timeout, this, &PanelRecording::poll);
-    timer_.start(pollInterval);
+    timer_.start(recordingPoll);
     silence_.start();
 }
 
@@ -42,7 +41,7 @@ PanelRecording::~PanelRecording() {
 void PanelRecording::poll() {
     const std::uint64_t pictures = view_.mtkView()->drawnFrames();
     if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
-    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
+    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > recordingPatience;
 
     switch (state_) {
         case State::waiting:
@@ -89,7 +88,8 @@ void PanelRecording::failToBegin() {
 void PanelRecording::stop(const std::string& reason) {
     switch (state_) {
         case State::waiting:
-            return end(ServiceError{Kind::failed, reason.empty() ? "stopped before it began" : reason});
+            return end(ServiceError{ServiceError::Kind::failed,
+                                    reason.empty() ? "stopped before it began" : reason});
         case State::starting:
         case State::recording:
             state_ = State::finishing;
@@ -104,10 +104,10 @@ void PanelRecording::stop(const std::string& reason) {
 
 void PanelRecording::didWrite(bool success, const Error& error) {
     if (!success)
-        end(ServiceError{Kind::failed, stateOfUnfinishedFile(error) + ": " + error.text,
+        end(ServiceError{ServiceError::Kind::failed, stateOfUnfinishedFile(error) + ": " + error.text,
                          error.domain == "file system"});
     else if (!cutShortReason_.empty())
-        end(ServiceError{Kind::failed, "cut short: " + cutShortReason_});
+        end(ServiceError{ServiceError::Kind::failed, "cut short: " + cutShortReason_});
     else
         end({});
 }

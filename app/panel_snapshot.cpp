@@ -14,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto pollInterval = 5ms;
+constexpr auto snapshotPoll = 5ms;
 // Shorter than a client's patience, long enough for a slow, emulated machine.
-constexpr auto patience = 15s;
+constexpr auto snapshotPatience = 15s;
 
 } // namespace
 
@@ -27,7 +27,7 @@ PanelSnapshot::PanelSnapshot(KTDisplayView& view, Request request, QObject& pare
       wanted_(std::max(view.mtkView()->drawnFrames() + 1, request_.firstPicture)) {
     connect(&timer_, &QTimer::timeout, this, &PanelSnapshot::poll);
     timer_.setTimerType(Qt::PreciseTimer);
-    timer_.start(pollInterval);
+    timer_.start(snapshotPoll);
     waiting_.start();
 }
 
@@ -35,7 +35,7 @@ void PanelSnapshot::poll() {
     if (view_.captureDevice() != request_.camera)
         return end(ServiceError{ServiceError::Kind::notShown, "the panel shows another camera now"});
     if (view_.mtkView()->drawnFrames() >= wanted_) return write();
-    const bool silent = std::chrono::milliseconds(waiting_.elapsed()) > patience;
+    const bool silent = std::chrono::milliseconds(waiting_.elapsed()) > snapshotPatience;
     if (!silent && !cameraIsUnavailable(view_)) return;
     const Error trouble = streamTrouble(view_, *request_.camera);
     end(ServiceError{errorKindOf(trouble.code), noPictureReason(trouble)});

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <algorithm>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 namespace {
 
@@ -12,30 +14,26 @@ using Kind = PictureStatus::Kind;
 // More would make the menu wider than the panel.
 constexpr std::size_t mostHoldersNamed = 3;
 
-QString text(const Bundle& bundle, std::string_view key) {
-    return QString::fromStdString(bundle.localizedString(key, {}));
-}
-
 QString pictureText(const PictureStatus& status, const Bundle& bundle) {
     QString line = QString::fromStdString(status.camera);
     if (!status.size.isEmpty())
         line += QStringLiteral(", %1 × %2").arg(status.size.width()).arg(status.size.height());
     if (status.framesPerSecond > 0)
-        line += QStringLiteral(", ") + text(bundle, "Frames_per_second").arg(status.framesPerSecond);
+        line += QStringLiteral(", ") + localizedText(bundle, "Frames_per_second").arg(status.framesPerSecond);
     return line;
 }
 
 QString busyText(const std::vector<DeviceHolder>& holders, const Bundle& bundle) {
-    if (holders.empty()) return text(bundle, "In_use_by_another_program");
+    if (holders.empty()) return localizedText(bundle, "In_use_by_another_program");
     QStringList programs;
     for (std::size_t i = 0; i < std::min(holders.size(), mostHoldersNamed); ++i) {
         const DeviceHolder& holder = holders[i];
         // In one step: a program's name may contain a place marker.
-        programs << text(bundle, "Program_and_process")
+        programs << localizedText(bundle, "Program_and_process")
                         .arg(QString::fromStdString(holder.program), QString::number(holder.process));
     }
     if (holders.size() > mostHoldersNamed) programs << QStringLiteral("…");
-    return text(bundle, "In_use_by").arg(programs.join(QStringLiteral("; ")));
+    return localizedText(bundle, "In_use_by").arg(programs.join(QStringLiteral("; ")));
 }
 
 const std::string& nodeOrName(const PictureStatus& status) {
@@ -47,19 +45,19 @@ const std::string& nodeOrName(const PictureStatus& status) {
 QString statusText(const PictureStatus& status, const Bundle& bundle) {
     switch (status.kind) {
         case Kind::noCamera:
-            return text(bundle, "No_camera");
+            return localizedText(bundle, "No_camera");
         case Kind::released:
-            return text(bundle, "Camera_is_released");
+            return localizedText(bundle, "Camera_is_released");
         case Kind::waiting:
-            return text(bundle, "Waiting_for_picture").arg(QString::fromStdString(status.camera));
+            return localizedText(bundle, "Waiting_for_picture").arg(QString::fromStdString(status.camera));
         case Kind::shown:
             return pictureText(status, bundle);
         case Kind::busy:
             return busyText(status.holders, bundle);
         case Kind::denied:
-            return text(bundle, "No_permission").arg(QString::fromStdString(nodeOrName(status)));
+            return localizedText(bundle, "No_permission").arg(QString::fromStdString(nodeOrName(status)));
         case Kind::silent:
-            return text(bundle, "No_picture");
+            return localizedText(bundle, "No_picture");
     }
     return {};
 }

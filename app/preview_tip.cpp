@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 
 PreviewTip::PreviewTip(QWidget* preview, const Bundle& bundle, Diagnostics& diagnostics)
@@ -13,8 +15,7 @@ PreviewTip::PreviewTip(QWidget* preview, const Bundle& bundle, Diagnostics& diag
 void PreviewTip::show(const PictureStatus& status) {
     if (preview_ != nullptr) {
         const bool explains = status.kind != PictureStatus::Kind::shown;
-        preview_->setToolTip(explains ? statusText(status, bundle_)
-                                      : QString::fromStdString(bundle_.localizedString("Tip_preview", {})));
+        preview_->setToolTip(explains ? statusText(status, bundle_) : localizedText(bundle_, "Tip_preview"));
     }
     const auto advice = adviceFor(status);
     const std::string line = advice ? advice->subject + advice->text : std::string();

@@ -12,6 +12,7 @@
 #include <QTableWidget>
 #include <QVBoxLayout>
 
+#include "widgets/localized_text.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
@@ -19,15 +20,11 @@ namespace {
 
 constexpr QSize dialogSize(720, 480);
 
-QString text(const Bundle& bundle, std::string_view key) {
-    return QString::fromStdString(bundle.localizedString(key, {}));
-}
-
 QTableWidget* makeTable(const Bundle& bundle) {
     const std::vector<UsedSoftware> software = usedSoftware();
     auto* table = new QTableWidget(static_cast<int>(software.size()), 2);
-    table->setHorizontalHeaderLabels({text(bundle, "Software"), text(bundle, "Licence")});
-    table->setAccessibleName(text(bundle, "Open_source_software"));
+    table->setHorizontalHeaderLabels({localizedText(bundle, "Software"), localizedText(bundle, "Licence")});
+    table->setAccessibleName(localizedText(bundle, "Open_source_software"));
     int row = 0;
     for (const UsedSoftware& used : software) {
         table->setItem(row, 0, new QTableWidgetItem(used.name));
@@ -69,13 +66,13 @@ void showSoftwareList(QWidget* parent, const Bundle& bundle) {
     dialog->setObjectName(QStringLiteral("softwareList"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setWindowModality(Qt::WindowModal);
-    dialog->setWindowTitle(text(bundle, "Open_source_software"));
+    dialog->setWindowTitle(localizedText(bundle, "Open_source_software"));
     auto* layout = new QVBoxLayout(dialog);
     layout->setContentsMargins(24, 24, 24, 20);
     layout->setSpacing(16);
     layout->addWidget(makeTable(bundle));
     auto* buttons = new QDialogButtonBox;
-    QPushButton* close = buttons->addButton(text(bundle, "Close"), QDialogButtonBox::RejectRole);
+    QPushButton* close = buttons->addButton(localizedText(bundle, "Close"), QDialogButtonBox::RejectRole);
     QObject::connect(close, &QPushButton::clicked, dialog, &QDialog::reject);
     layout->addWidget(buttons);
     applyPanelLook(*dialog);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "service/bus_names.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 namespace {
@@ -29,9 +30,7 @@ StillRunningNotice::StillRunningNotice(const Bundle& bundle, QDBusConnection bus
 void StillRunningNotice::say(const QString& line, bool hasCamera) {
     if (std::exchange(isSaid_, true)) return;
     listen();
-    const auto text = [this](std::string_view key) {
-        return QString::fromStdString(bundle_.localizedString(key, {}));
-    };
+    const auto text = [this](std::string_view key) { return localizedText(bundle_, key); };
     QStringList actions{actionShow, text("Show_window")};
     if (hasCamera) actions << actionRelease << text("Release_camera");
     actions << actionQuit << text("Quit");

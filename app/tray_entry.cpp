@@ -5,6 +5,7 @@
 
 #include "app/menu_text.h"
 #include "app/recording_title.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 
@@ -25,9 +26,7 @@ TrayEntry::TrayEntry(const Bundle& bundle) : bundle_(bundle) {
 }
 
 void TrayEntry::show(const Look& look) {
-    const auto text = [this](std::string_view key) {
-        return QString::fromStdString(bundle_.localizedString(key, {}));
-    };
+    const auto text = [this](std::string_view key) { return localizedText(bundle_, key); };
     line_.setText(plainMenuText(look.line));
     show_.setText(text("Show_window"));
     release_.setText(text("Release_camera"));

@@ -3,6 +3,8 @@
 
 #include <QGuiApplication>
 
+#include "widgets/localized_text.h"
+
 namespace tavelo {
 
 WindowMenu::WindowMenu(KTWindow& window, FullScreenPicture& picture, const Bundle& bundle)
@@ -27,8 +29,8 @@ QList<QAction*> WindowMenu::entries() {
 }
 
 void WindowMenu::retranslate() {
-    onTop_.setText(QString::fromStdString(bundle_.localizedString("Always_on_top", {})));
-    fullScreen_.setText(QString::fromStdString(bundle_.localizedString("Full_screen", {})));
+    onTop_.setText(localizedText(bundle_, "Always_on_top"));
+    fullScreen_.setText(localizedText(bundle_, "Full_screen"));
 }
 
 } // namespace tavelo

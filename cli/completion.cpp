@@ -30,9 +30,11 @@ const CLI::App* commandOf(const CLI::App& app, const std::string& name) {
     return nullptr;
 }
 
-class Reader {
+class WordReader {
 public:
-    Reader(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs) : app_(app), verbs_(verbs) {}
+    WordReader(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs)
+        : app_(app),
+          verbs_(verbs) {}
 
     Typed read(const std::vector<std::string>& words) {
         for (std::size_t i = 0; i + 1 < words.size(); ++i)
@@ -127,7 +129,7 @@ std::vector<Candidate> candidatesFor(const CLI::App& app, const CLI::App& comman
 
 int printCandidates(const CLI::App& app, const std::vector<std::unique_ptr<Verb>>& verbs,
                     const std::vector<std::string>& words, const SessionEnvironment& environment) {
-    Reader reader(app, verbs);
+    WordReader reader(app, verbs);
     Typed typed = reader.read(words);
     std::vector<Candidate> found;
     // A shell that completes a word shows no messages.

@@ -11,6 +11,7 @@
 #include "widgets/kt_slider.h"
 #include "widgets/kt_switch.h"
 #include "widgets/kt_text.h"
+#include "widgets/localized_text.h"
 
 namespace tavelo {
 namespace {
@@ -45,7 +46,7 @@ void PanelTips::retranslate() {
 }
 
 QString PanelTips::text(std::string_view key) const {
-    return QString::fromStdString(bundle_.localizedString(key, {}));
+    return localizedText(bundle_, key);
 }
 
 QString PanelTips::sliderTip(PanelRow row) const {

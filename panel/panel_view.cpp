@@ -20,6 +20,7 @@
 #include "widgets/kt_slider.h"
 #include "widgets/kt_switch.h"
 #include "widgets/kt_text.h"
+#include "widgets/localized_text.h"
 #include "widgets/palette.h"
 #include "widgets/text_shadow.h"
 
@@ -34,10 +35,6 @@ QFont arial(int size) {
     QFont font(QStringLiteral("Arial"));
     font.setPixelSize(size);
     return font;
-}
-
-QString text(const Bundle& bundle, std::string_view key) {
-    return QString::fromStdString(bundle.localizedString(key, {}));
 }
 
 KTText* makeTitle(QWidget* parent) {
@@ -166,19 +163,19 @@ void PanelView::createPreview(std::unique_ptr<KTDisplayView> displayView) {
 
 void PanelView::retranslate(const Bundle& bundle) {
     for (std::size_t i = 0; i < panelRowCount; ++i) {
-        rows_[i].titleText->setText(text(bundle, panelControl(static_cast<PanelRow>(i)).title));
+        rows_[i].titleText->setText(localizedText(bundle, panelControl(static_cast<PanelRow>(i)).title));
         rows_[i].slider->setAccessibleName(rows_[i].titleText->text());
     }
-    mirrorTitleText_->setText(text(bundle, "Mirror"));
+    mirrorTitleText_->setText(localizedText(bundle, "Mirror"));
     mirrorSwitch_->setAccessibleName(mirrorTitleText_->text());
-    const QString profile = text(bundle, "PROFILE");
+    const QString profile = localizedText(bundle, "PROFILE");
     for (std::size_t i = 0; i < profileCount; ++i)
         profileButtons_[i]->setText(QStringLiteral("%1 %2").arg(profile).arg(i + 1));
-    saveProfileButton_->setText(text(bundle, "SAVE_TO_PROFILE"));
-    restoreProfileButton_->setText(text(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
-    if (displayView_ != nullptr) displayView_->setAccessibleName(text(bundle, "Preview"));
-    minButton_->setAccessibleName(text(bundle, "Minimise"));
-    closeButton_->setAccessibleName(text(bundle, "Close"));
+    saveProfileButton_->setText(localizedText(bundle, "SAVE_TO_PROFILE"));
+    restoreProfileButton_->setText(localizedText(bundle, "RESTORE_PROFILE_TO_DEFAULT"));
+    if (displayView_ != nullptr) displayView_->setAccessibleName(localizedText(bundle, "Preview"));
+    minButton_->setAccessibleName(localizedText(bundle, "Minimise"));
+    closeButton_->setAccessibleName(localizedText(bundle, "Close"));
     viewDidLayout(); // the mirror row depends on its title's width
 }
 

@@ -6,6 +6,7 @@
 #include <QMessageBox>
 
 #include "widgets/image.h"
+#include "widgets/localized_text.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
@@ -15,21 +16,17 @@ constexpr QMargins margins(32, 28, 32, 24);
 constexpr int gap = 8; // on either side of the spacer between icon and text
 constexpr int distanceToButton = 22;
 
-QString text(const Bundle& bundle, std::string_view key) {
-    return QString::fromStdString(bundle.localizedString(key, {}));
-}
-
 } // namespace
 
 void showSavedAlert(QWidget* parent, const Bundle& bundle) {
     QMessageBox alert(parent);
     alert.setWindowModality(Qt::ApplicationModal);
     alert.setWindowTitle(QGuiApplication::applicationDisplayName());
-    alert.setText(text(bundle, "Saved_successfully"));
+    alert.setText(localizedText(bundle, "Saved_successfully"));
     alert.setIconPixmap(
         Image::fromFile(QStringLiteral(":/images/saved.svg")).pixmap(alert.devicePixelRatioF()));
     // Enter and Esc both activate the only button.
-    alert.setDefaultButton(alert.addButton(text(bundle, "OK"), QMessageBox::AcceptRole));
+    alert.setDefaultButton(alert.addButton(localizedText(bundle, "OK"), QMessageBox::AcceptRole));
     applyPanelLook(alert);
     if (auto* layout = qobject_cast<QGridLayout*>(alert.layout())) {
         layout->setContentsMargins(margins);

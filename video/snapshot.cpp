@@ -27,7 +27,7 @@ struct SnapshotWork {
 
 namespace {
 
-constexpr std::size_t bytesPerPixel = 4;
+constexpr std::size_t bytesPerBgraPixel = 4;
 // zlib's fastest level.  The strongest one takes a second for a large frame, for a file smaller by a fifth.
 constexpr int compressionOfFastestLevel = 11;
 
@@ -63,7 +63,7 @@ bool wrapFrame(SnapshotWork& work) {
     if (frame.format() != PixelFormat::bgra32 || !fitsAnImage(frame)) return false;
     work.lock = frame.lock();
     const std::uint8_t* pixels = frame.baseAddress();
-    if (pixels == nullptr || frame.bytesPerRow() < frame.width() * bytesPerPixel) return false;
+    if (pixels == nullptr || frame.bytesPerRow() < frame.width() * bytesPerBgraPixel) return false;
     work.picture = QImage(pixels, int(frame.width()), int(frame.height()), qsizetype(frame.bytesPerRow()),
                           QImage::Format_RGB32);
     return !work.picture.isNull();

@@ -21,10 +21,6 @@ std::uint32_t half(std::uint32_t value) {
     return (value + 1) / 2;
 }
 
-bool isPacked(Fourcc format) {
-    return format == fourcc::yuyv || format == fourcc::uyvy;
-}
-
 std::uint32_t bytesPerRow(Fourcc format, std::uint32_t width) {
     if (isPacked(format)) return half(width) * 4;
     // The chroma rows of these are as long as a luma row, or half of it.

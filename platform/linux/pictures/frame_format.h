@@ -26,6 +26,11 @@ struct FrameFormat {
     friend bool operator==(const FrameFormat&, const FrameFormat&) = default;
 };
 
+/// Two pixels in four bytes.
+inline bool isPacked(Fourcc format) {
+    return format == fourcc::yuyv || format == fourcc::uyvy;
+}
+
 /// libyuv's name for the colours of a raw format.
 const libyuv::YuvConstants* yuvConstants(const FrameFormat& format);
 

@@ -11,12 +11,8 @@ namespace {
 // Rows of a halved picture that are made at once, so that what is between the steps stays in the cache.
 constexpr int bandRows = 8;
 
-int half(std::uint32_t value) {
+int halfSide(std::uint32_t value) {
     return int((value + 1) / 2);
-}
-
-bool isPacked(Fourcc format) {
-    return format == fourcc::yuyv || format == fourcc::uyvy;
 }
 
 unsigned mostReduction(Fourcc format) {
@@ -49,7 +45,7 @@ bool PictureHalver::halve(const FrameFormat& format, const std::uint8_t* bytes,
 // Each pair of a packed row becomes one pixel with the chroma that it has.
 bool PictureHalver::halvePacked(const FrameFormat& format, const std::uint8_t* bytes,
                                 const PixelBuffer& destination) {
-    const int pairs = half(format.size.width);
+    const int pairs = halfSide(format.size.width);
     const int width = int(destination.width());
     const int rows = int(format.size.height);
     const int stride = int(format.bytesPerLine);
@@ -85,8 +81,8 @@ bool PictureHalver::halvePacked(const FrameFormat& format, const std::uint8_t* b
 // The chroma of these has the halved size already.
 bool PictureHalver::halvePlanar(const FrameFormat& format, const std::uint8_t* bytes,
                                 const PixelBuffer& destination) {
-    const int width = half(format.size.width);
-    const int height = half(format.size.height);
+    const int width = halfSide(format.size.width);
+    const int height = halfSide(format.size.height);
     const int stride = int(format.bytesPerLine);
     const std::size_t plane = std::size_t(width) * std::size_t(height);
     memory_.resize(plane * 3);
