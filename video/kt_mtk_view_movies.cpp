@@ -10,8 +10,8 @@ void KTMTKView::screenShotWithFilePathCompletionHandler(const std::string& fileP
                                                         SnapshotHandler handler) {
     renderQueue_->async([this, filePath, handler = std::move(handler)] {
         const auto frame = wholePicture();
-        const bool isDamaged = keptFrame() != nullptr;
-        if (!frame && !isDamaged) return;
+        const bool cannotBeMade = keptFrame() != nullptr;
+        if (!frame && !cannotBeMade) return;
         const std::optional<Error> error =
             frame ? writeSnapshot(*frame, filePath) : Error{ErrorCode::none, snapshotSteps().front().failure};
         if (handler) handler(!error, error.value_or(Error()));

@@ -34,7 +34,7 @@ void KTMTKView::makeWholeUnlessDrawn() {
     renderQueue_->sync([this] { wholePicture(); });
 }
 
-/// @return null if there is none, or if the frame was damaged, which shows only now
+/// @return null if there is none, or if it cannot be made: a damaged frame shows only now
 std::shared_ptr<PixelBuffer> KTMTKView::wholePicture() {
     const auto state = [this] {
         const std::lock_guard lock(stateMutex_);
@@ -48,14 +48,10 @@ std::shared_ptr<PixelBuffer> KTMTKView::wholePicture() {
 bool KTMTKView::makeWhole() {
     const std::lock_guard wholeLock(wholeMutex_);
     if (const auto kept = keptFrame(); kept && !drawKeptFrame(*kept)) return false;
-    {
-        const std::lock_guard lock(stateMutex_);
-        if (whole_ == Whole::kept) whole_ = Whole::copied;
-        cameraFrame_.reset();
-    }
     if (!correctionPass(pictures())) return false;
     const std::lock_guard lock(stateMutex_);
     whole_ = Whole::corrected;
+    cameraFrame_.reset();
     return true;
 }
 

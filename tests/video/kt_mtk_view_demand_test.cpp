@@ -316,6 +316,19 @@ TEST_F(DemandTest, DamagedFrameThatNobodyLookedAtFailsItsStill) {
     EXPECT_EQ(reason.get_future().get(), "CIImage create error");
 }
 
+TEST_F(DemandTest, WholePictureWhoseCorrectionFailedIsMadeTheNextTime) {
+    drawReduced();
+    log_.hangs = true;
+    std::promise<bool> written;
+    view_->screenShotWithFilePathCompletionHandler(
+        "unwritten.png", [&](bool success, const Error&) { written.set_value(success); });
+    EXPECT_FALSE(written.get_future().get());
+    log_.hangs = false;
+    log_.take();
+    EXPECT_NE(view_->correctPixelBuffer(), nullptr);
+    EXPECT_THAT(log_.take(), Contains("correct 80x45"));
+}
+
 TEST_F(DemandTest, BlackPictureHasTheFramesSizeAndDecodesNothing) {
     drawReduced();
     view_->drawBlack();
