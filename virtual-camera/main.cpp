@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "virtual-camera/camera_commands.h"
 #include "probe/like/like_file.h"
+#include "virtual-camera/camera_commands.h"
 #include "virtual-camera/line_server.h"
 #include "virtual-camera/options.h"
 #include "virtual-camera/served_cameras.h"
