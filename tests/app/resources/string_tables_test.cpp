@@ -37,7 +37,10 @@ constexpr std::array keys{
     "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit", "No_camera",
     "Waiting_for_picture", "In_use_by", "In_use_by_another_program", "Program_and_process", "No_permission",
     "No_picture", "Frames_per_second", "Save_picture", "Record", "Stop_recording", "Show_file", "Not_saved",
-    "Always_on_top", "Full_screen",
+    "Folder_missing", "Folder_read_only", "Folder_denied", "Folder_full", "Folder_fails", "Always_on_top",
+    "Full_screen",
+    // The window is closed.
+    "Camera_is_on", "Camera_is_released", "Show_window", "Release_camera", "Still_running", "Start_again",
     // Tool tips.
     "Tip_slider", "Tip_zoom", "Tip_tilt", "Tip_pan", "Tip_ruled", "Tip_value", "Tip_mirror", "Tip_mains",
     "Tip_profile", "Tip_save", "Tip_restore", "Tip_space", "Tip_preview",

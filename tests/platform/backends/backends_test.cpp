@@ -54,7 +54,7 @@ protected:
 };
 
 TEST_F(BackendsTest, ListEachVirtualCameraInBothHalves) {
-    const Backend cameras = makeCameras({3, {}}, mainQueue, diagnostics);
+    const Backend cameras = makeCameras({.virtualCameras = 3}, mainQueue, diagnostics);
     const auto prober = cameras.usb->initBusProber(2, nullptr);
     prober->refreshData(false);
     EXPECT_EQ(prober->devicesArray().size(), 3U);
@@ -76,7 +76,7 @@ TEST_F(BackendsTest, AVirtualCameraStreamsThroughTheSession) {
     CaptureVideoDataOutput output;
     output.setVideoSettings({PixelFormat::bgra32});
     output.setSampleBufferDelegate(&frames, &queue);
-    const Backend cameras = makeCameras({1, {}}, mainQueue, diagnostics);
+    const Backend cameras = makeCameras({.virtualCameras = 1}, mainQueue, diagnostics);
     const auto camera = cameras.capture->devicesWithMediaType(MediaType::video).front();
     Error error;
     const auto input = camera->makeInput(error);
