@@ -50,13 +50,20 @@ void PanelSnapshot::write() {
             QMetaObject::invokeMethod(
                 context,
                 [self, success, error] {
-                    if (self)
-                        self->end(success ? std::optional<ServiceError>()
-                                          : ServiceError{ServiceError::Kind::failed, error.text,
-                                                         error.domain == "file system"});
+                    if (self) self->written(success, error);
                 },
                 Qt::QueuedConnection);
         });
+}
+
+void PanelSnapshot::written(bool success, const Error& error) {
+    if (success) return end({});
+    const bool isOfFile = error.domain == "file system";
+    if (isOfFile || std::chrono::milliseconds(waiting_.elapsed()) > snapshotPatience)
+        return end(ServiceError{ServiceError::Kind::failed, error.text, isOfFile});
+    // A damaged frame, of which only a still makes a picture if nobody looks.
+    wanted_ = view_.mtkView()->drawnFrames() + 1;
+    timer_.start();
 }
 
 void PanelSnapshot::end(const std::optional<ServiceError>& error) {

@@ -35,6 +35,7 @@ public:
 private:
     void poll();
     void write();
+    void written(bool success, const Error& error);
     void end(const std::optional<ServiceError>& error);
 
     KTDisplayView& view_;

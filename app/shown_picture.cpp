@@ -6,8 +6,8 @@
 namespace tavelo {
 namespace {
 
-// One picture of the camera before may still wait to be drawn.
-constexpr std::uint64_t picturesThatMayWait = 1;
+// Of the camera before, one picture may be on its way to the view and one may wait to be drawn.
+constexpr std::uint64_t picturesThatMayWait = 2;
 
 } // namespace
 

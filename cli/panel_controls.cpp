@@ -71,7 +71,7 @@ public:
             const QString name = QString::fromStdString(nameOf(change.substr(0, equals)));
             if (values.contains(name))
                 throw Failure(ExitStatus::usage,
-                              name.toStdString() + " is named twice, and the panel sets it");
+                              name.toStdString() + " is named twice; through the panel it can be set once");
             values.insert(name, QString::fromStdString(change.substr(equals + 1)));
         }
         ServiceError error;

@@ -192,9 +192,9 @@ private:
     /// Binds the controls to the camera shown and displays its values.  A camera without a control interface,
     /// or one that answers for no control, is shown with its controls disabled.
     void bindControls(const CaptureDevice& device);
-    /// After a read failure, reads the camera once more when there was no user action for a second.
     void didSettle();
     void bindNewCamera(const CaptureDevice& device);
+    /// After a read failure, reads the camera once more when there was no user action for a second.
     void readAgainAfterQuiet();
     void readAgain();
 

@@ -12,6 +12,7 @@ void ViewController::releaseCamera() {
     const std::shared_ptr<CaptureDevice> camera = shownCamera();
     if (!camera) return;
     releasedCamera_ = camera->uniqueID();
+    settleTimer_.stop();
     readAgainTimer_.stop();
     displayView()->showDevice(nullptr);
     displayView()->stopRunning(); // makes the picture black, which would look live otherwise

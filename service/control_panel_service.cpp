@@ -135,6 +135,8 @@ ControlPanelService::Outcome ControlPanelService::afterReset(const Controls& con
         outcome.error = ServiceError{Kind::noSuchCamera, name + ": it was unplugged"};
     else if (failure != ErrorCode::none && failure != ErrorCode::refused)
         outcome.error = ServiceError{Kind::failed, name + ": it did not answer"};
+    else if (manager.interface() == nullptr)
+        outcome.error = ServiceError{Kind::failed, name + ": the panel let go of it"};
     return outcome;
 }
 

@@ -68,7 +68,10 @@ void KTDisplayView::detach() {
     {
         std::unique_lock lock(fieldsMutex_);
         detached_.wait(lock, [this] { return !detaching_; });
-        if (!videoCaptureDeviceInput_) return;
+        if (!videoCaptureDeviceInput_) {
+            captureDevice_.reset();
+            return;
+        }
     }
     // Keep the input until no more frames can arrive, so that a stop on the queue still finds it.
     captureSession_->stopRunning();
@@ -96,6 +99,7 @@ void KTDisplayView::attach(const std::shared_ptr<CaptureDevice>& device) {
         const std::lock_guard lock(fieldsMutex_);
         deviceUniqueID_ = device->uniqueID();
     }
+    captureVideoDataOutput_->setDemand(mtkView_->demand());
     startRunning();
 }
 

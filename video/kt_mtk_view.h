@@ -221,6 +221,9 @@ private:
     // On the render queue
     bool makeWhole();
     bool drawKeptFrame(const CameraFrame& frame);
+    /// @return the picture, or null if it is not as large as the frame
+    static std::shared_ptr<PixelBuffer> ofSize(std::shared_ptr<PixelBuffer> picture,
+                                               const CameraFrame& frame);
     void makeWholePicturesFor(const CameraFrame& frame);
     void makeBlack();
     std::shared_ptr<PixelBuffer> wholePicture();

@@ -59,7 +59,12 @@ void KTMTKView::drawWaitingFrame() {
         drawWaits_ = false;
         presentationTime_ = waitingTime_;
     }
-    if (drawInMTKView()) ++drawnFrames_;
+    if (drawInMTKView()) {
+        ++drawnFrames_;
+    } else {
+        const std::lock_guard lock(stateMutex_);
+        reducedSource_.reset(); // is not on the screen, so the same frame must be drawn if it comes again
+    }
 }
 
 /// @return whether a camera frame was drawn; without one, only the screen is updated

@@ -43,6 +43,11 @@ void copyRows(const PixelBuffer::Plane& source, const PixelBuffer::Plane& destin
                     source.baseAddress + row * source.bytesPerRow, bytes);
 }
 
+// A very flat picture is a line.
+std::uint32_t shownSide(double side) {
+    return side > 0 ? std::uint32_t(std::max(1L, std::lround(side))) : 0;
+}
+
 // Both must be locked.
 void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
     if (source.planeCount() == 0) {
@@ -65,8 +70,8 @@ PictureDemand KTMTKView::demand() const {
     const ViewportSize viewport = viewportSize();
     const ViewportSize frame = frameSize();
     const Transform scale = modelViewTransform(videoGravity_, frame.width, frame.height, viewport);
-    demand.shownWidth = std::uint32_t(std::lround(viewport.width * scale[0]));
-    demand.shownHeight = std::uint32_t(std::lround(viewport.height * scale[5]));
+    demand.shownWidth = shownSide(viewport.width * scale[0]);
+    demand.shownHeight = shownSide(viewport.height * scale[5]);
     return demand;
 }
 

@@ -23,7 +23,10 @@ void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
     KTAssetWriterManager::CompletionHandler completionHandler) {
     renderQueue_->async(
         [this, filePath, audioOutputSettings, completionHandler = std::move(completionHandler)] {
-            const auto frame = wholePicture();
+            auto frame = wholePicture();
+            // Of a damaged frame only the size matters here: the movie begins with the next one.
+            if (const auto kept = keptFrame(); !frame && kept)
+                frame = ofSize(pictures().correctPixelBuffer, *kept);
             if (!frame) {
                 completionHandler(false, {ErrorCode::none, "Not rending"});
                 return;

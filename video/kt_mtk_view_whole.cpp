@@ -55,11 +55,17 @@ bool KTMTKView::makeWhole() {
     return true;
 }
 
+std::shared_ptr<PixelBuffer> KTMTKView::ofSize(std::shared_ptr<PixelBuffer> picture,
+                                               const CameraFrame& frame) {
+    if (picture && (picture->width() != frame.width() || picture->height() != frame.height()))
+        picture.reset();
+    return picture;
+}
+
 bool KTMTKView::drawKeptFrame(const CameraFrame& frame) {
     makeWholePicturesFor(frame);
-    const auto destination = pictures().pixelBuffer;
-    if (!destination || destination->width() != frame.width() || destination->height() != frame.height())
-        return false;
+    const auto destination = ofSize(pictures().pixelBuffer, frame);
+    if (!destination) return false;
     const auto lock = destination->lock();
     return frame.draw(*destination);
 }

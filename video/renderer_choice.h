@@ -24,7 +24,7 @@ std::optional<RendererChoice> rendererChoiceFromText(std::string_view text);
 std::string_view rendererText(Renderer renderer);
 
 /// Whether a graphics card has a driver that OpenGL can use.  Without one OpenGL is emulated, and asking
-/// OpenGL itself would load that emulation, with a compiler of 50 MB.
+/// OpenGL itself would load that emulation, with a compiler of 44 MB.
 /// @param devices the folder of the device nodes
 bool hasGraphicsCard(const std::filesystem::path& devices = "/dev");
 

@@ -34,7 +34,7 @@ struct CameraOptions {
     int virtualCameras = 0;
     /// What these are; null: the program's own.  See useCamerasLike().
     std::shared_ptr<const std::vector<VirtualCameraModel>> models = nullptr;
-    CaptureFormatRequest format;
+    CaptureFormatRequest format = {};
     CameraTransport transport = CameraTransport::kernel;
     /// Receives a warning that the user must see even without --verbose: the requested transport is not
     /// available.  One line, called at most once, on any thread; may be empty.

@@ -141,6 +141,9 @@ class AccessibilityTree(unittest.TestCase):
         # Draw on the CPU: OpenGL drivers are not tested here, and some leak memory.
         program = Program(self.path, "--virtual-cameras", str(cameras), "--renderer", "cpu")
         self.addCleanup(program.close)
+        if cameras:  # the window stands before the first camera is bound
+            name = "White Balance"
+            wait_until("the camera's controls", lambda: limits(program.slider(name)) == SLIDERS[name][1:])
         return program
 
     def button(self, program, name):

@@ -20,7 +20,8 @@ def start_display(folder):
     """Returns a display's process and name."""
     reader, writer = os.pipe()
     with open(os.path.join(folder, "display.log"), "w", encoding="utf-8") as log:
-        display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+        display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "1280x800x24", "-nolisten", "tcp",
+                                    "-noreset"],  # xdotool comes and goes
                                    pass_fds=[writer], stdout=log, stderr=log)
     os.close(writer)
     with os.fdopen(reader) as number:

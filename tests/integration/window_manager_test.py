@@ -4,6 +4,7 @@
 
 usage: window_manager_test.py PROGRAM
 Exits with 77 if a tool is missing."""
+import itertools
 import os
 import pathlib
 import re
@@ -148,9 +149,13 @@ class ManagedWindow(unittest.TestCase):
         self.move_to(ON_BACKGROUND)
         run("xdotool", "mousedown", 1)
         start = self.place
-        for way in range(1, 60):
-            self.move_to((ON_BACKGROUND[0] + way, ON_BACKGROUND[1]))
-        wait_until("a move", lambda: self.geometry(self.window())[0] > start[0] + 20)
+        ways = itertools.count(1)
+
+        def is_moved():
+            self.move_to((ON_BACKGROUND[0] + next(ways) % 300, ON_BACKGROUND[1]))
+            return self.geometry(self.window())[0] > start[0] + 20
+
+        wait_until("a move", is_moved)
         run("xdotool", "mouseup", 1)
         self.assertEqual(self.geometry(self.window())[2:], start[2:])
 

@@ -48,7 +48,7 @@ TEST_F(PanelClientTest, KnowsWhetherAPanelRuns) {
 TEST_F(PanelClientTest, KnowsWhetherThePanelShowsACamera) {
     EXPECT_FALSE(showsCamera()) << "no panel runs";
     own();
-    EXPECT_FALSE(showsCamera()) << "a service without a window";
+    EXPECT_TRUE(waitFor([this] { return !showsCamera(); })) << "a service without a window";
     show(2);
     EXPECT_TRUE(showsCamera());
     bus_.unregisterObject(bus_names::object);

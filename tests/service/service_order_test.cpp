@@ -10,8 +10,8 @@ using ::testing::StartsWith;
 
 class ServiceOrder : public ServiceTest {
 protected:
-    void slowDown(int number, FaultDirection direction) {
-        camera(number)->order({.kind = FaultKind::delay, .direction = direction, .wait = 20ms});
+    void slowDown(int number, FaultDirection direction, std::chrono::milliseconds wait = 20ms) {
+        camera(number)->order({.kind = FaultKind::delay, .direction = direction, .wait = wait});
     }
 
     bool isBeingWritten(int number) {
@@ -22,7 +22,7 @@ protected:
 
     /// Begins a reset of a slow camera, which then writes.
     QDBusPendingCall beginReset(const QString& name, int number) {
-        slowDown(number, FaultDirection::writes);
+        slowDown(number, FaultDirection::writes, 100ms);
         const QDBusPendingCall reset = begin("Reset", {name});
         EXPECT_TRUE(waitFor([&] { return isBeingWritten(number); }));
         return reset;

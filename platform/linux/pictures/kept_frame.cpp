@@ -2,15 +2,18 @@
 #include "platform/linux/pictures/kept_frame.h"
 
 #include <algorithm>
+#include <new>
 
 #include "platform/linux/pictures/frame_converter.h"
 
 namespace tavelo {
 
-bool KeptFrame::draw(const PixelBuffer& destination) const {
+bool KeptFrame::draw(const PixelBuffer& destination) const try {
     const std::lock_guard lock(mutex_);
     FrameConverter converter;
     return converter.setFormat(format_) && converter.convertInto(bytes_, destination);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool KeptFrame::isOf(const FrameFormat& format, std::span<const std::uint8_t> bytes) const {
@@ -29,7 +32,8 @@ std::shared_ptr<const KeptFrame> KeptFramePool::keep(const FrameFormat& format, 
     KeptFrame& frame = **unused;
     const std::lock_guard lock(frame.mutex_);
     frame.format_ = format;
-    frame.size_ = size;
+    frame.width_ = size.width;
+    frame.height_ = size.height;
     frame.bytes_.assign(bytes.begin(), bytes.end());
     return *unused;
 }

@@ -2,6 +2,7 @@
 // The bytes of camera frames, kept for whole pictures that may be wanted later.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,8 +18,8 @@ namespace tavelo {
 /// A copy of a frame's bytes.
 class KeptFrame final : public CameraFrame {
 public:
-    std::size_t width() const override { return size_.width; }
-    std::size_t height() const override { return size_.height; }
+    std::size_t width() const override { return width_; }
+    std::size_t height() const override { return height_; }
     bool draw(const PixelBuffer& destination) const override;
 
     /// Whether a camera sends the same frame again.  A difference shows at the first bytes of nearly every
@@ -30,7 +31,8 @@ private:
 
     mutable std::mutex mutex_; // guards the bytes, which the pool fills again once nobody else has the frame
     FrameFormat format_;
-    FrameSize size_;
+    std::atomic<std::uint32_t> width_ = 0; // need not wait for a picture that is drawn
+    std::atomic<std::uint32_t> height_ = 0;
     std::vector<std::uint8_t> bytes_;
 };
 

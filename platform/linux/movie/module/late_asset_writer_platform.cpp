@@ -26,7 +26,10 @@ std::shared_ptr<AssetWriterPlatform> load(const fs::path& module, Diagnostics& d
     void* function = handle ? ::dlsym(handle.get(), movieModuleFunction) : nullptr;
     std::shared_ptr<AssetWriterPlatform> made;
     if (function != nullptr) {
-        reinterpret_cast<MovieModuleFunction*>(function)(diagnostics, made);
+        reinterpret_cast<MovieModuleFunction*>(function)(TAVELO_VERSION, diagnostics, made);
+        if (!made)
+            error = {ErrorCode::failed,
+                     "no movies: " + module.string() + " is of another version; start the program again"};
     } else {
         const char* reason = ::dlerror();
         error = {ErrorCode::failed, std::string("no movies: ") + (reason != nullptr ? reason : "")};
@@ -72,7 +75,7 @@ private:
 fs::path movieModule() {
     std::error_code error;
     const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
-    for (const char* place : {"", "../" TAVELO_MODULES, "../bin"}) {
+    for (const fs::path& place : {fs::path(), fs::path("..") / TAVELO_MODULES, fs::path("../bin")}) {
         fs::path module = folder / place / movieModuleFile;
         if (!error && fs::exists(module, error)) return module;
     }

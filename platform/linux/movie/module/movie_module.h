@@ -12,6 +12,9 @@ namespace tavelo {
 /// The module's file, and the name of its only function, which calls makeFfmpegAssetWriterPlatform().
 inline constexpr const char* movieModuleFile = "tavelo-movie.so";
 inline constexpr const char* movieModuleFunction = "taveloMakeMovies";
-using MovieModuleFunction = void(Diagnostics& diagnostics, std::shared_ptr<AssetWriterPlatform>& made);
+/// Makes nothing for a program of another version, whose classes may have another layout: an upgrade may
+/// replace the module while the panel runs.
+using MovieModuleFunction = void(const char* version, Diagnostics& diagnostics,
+                                 std::shared_ptr<AssetWriterPlatform>& made);
 
 } // namespace tavelo
