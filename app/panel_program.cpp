@@ -110,8 +110,10 @@ std::optional<ServiceError> PanelProgram::show() {
 
 int PanelProgram::run() {
     if (!commandLine_.service) show();
-    if (commandLine_.screenshot) window_->panel().finishBinding(); // the picture shows the camera's values
-    screenshot_.emplace(window_->window(), window_->panel().displayView(), *commandLine_.screenshot);
+    if (commandLine_.screenshot) {
+        window_->panel().finishBinding(); // the picture shows the camera's values
+        screenshot_.emplace(window_->window(), window_->panel().displayView(), *commandLine_.screenshot);
+    }
     return KTApplication::exec();
 }
 

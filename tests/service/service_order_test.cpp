@@ -6,6 +6,7 @@ namespace tavelo {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::EndsWith;
 using ::testing::StartsWith;
 
 class ServiceOrder : public ServiceTest {
@@ -98,6 +99,14 @@ TEST_F(ServiceOrder, AResetEndsIfThePanelShowsAnotherCameraMeanwhile) {
     EXPECT_TRUE(waitFor([&] { return reset.isFinished(); }));
     EXPECT_EQ(errorOf(reset.reply()), "Failed: the panel shows another camera now");
     EXPECT_TRUE(host_.changed.empty());
+}
+
+TEST_F(ServiceOrder, AResetFailsIfThePanelLetsGoOfTheCameraMeanwhile) {
+    show(1);
+    const QDBusPendingCall reset = beginReset(QString(), 1);
+    host_.shownControls().letGoOfInterface();
+    EXPECT_TRUE(waitFor([&] { return reset.isFinished(); }));
+    EXPECT_THAT(errorOf(reset.reply()), EndsWith(": the panel let go of it"));
 }
 
 } // namespace

@@ -100,6 +100,12 @@ TEST_F(KTDisplayViewTest, ShownDeviceIsAttachedAndStarted) {
     EXPECT_EQ(view_->deviceUniqueID(), "0x1420000005ac8514");
 }
 
+TEST_F(KTDisplayViewTest, TheFirstFrameIsMadeAsTheRendererWantsIt) {
+    view_->mtkView()->setNeedsWholePictures(true);
+    show(first_);
+    EXPECT_TRUE(view_->captureVideoDataOutput().demand().whole);
+}
+
 TEST_F(KTDisplayViewTest, SessionStartsOnTheCaptureQueueWithoutBlocking) {
     std::promise<void> busy;
     view_->captureQueue().async([wait = busy.get_future().share()] { wait.wait(); });
@@ -145,6 +151,8 @@ TEST_F(KTDisplayViewTest, OtherDeviceReplacesTheFirst) {
                 ElementsAre("stop", "remove 0x1420000005ac8514", "add 0x14300000046d0825", "start"));
     EXPECT_EQ(view_->deviceUniqueID(), "0x14300000046d0825");
     EXPECT_EQ(view_->captureDevice(), second_);
+    show(nullptr);
+    EXPECT_EQ(view_->captureDevice(), nullptr);
 }
 
 TEST_F(KTDisplayViewTest, DeviceWhoseInputTheSessionRejectsLeavesThePreviewStoppedAndTheIdentifierUnchanged) {

@@ -146,6 +146,13 @@ TEST_F(DemandTest, RecordingWantsWholePicturesUntilItEnds) {
     EXPECT_FALSE(view_->demand().whole);
 }
 
+TEST_F(DemandTest, VeryFlatPictureIsWantedAsALine) {
+    frame_ = std::make_shared<CountedFrame>(4000, 1);
+    drawNothing();
+    show();
+    EXPECT_EQ(view_->demand(), (PictureDemand{false, 536, 1}));
+}
+
 TEST_F(DemandTest, ViewThatServesStillsAloneWantsWholePictures) {
     view_->setNeedsWholePictures(true);
     EXPECT_EQ(view_->demand(), (PictureDemand{true, 0, 0}));
@@ -314,6 +321,13 @@ TEST_F(DemandTest, DamagedFrameThatNobodyLookedAtFailsItsStill) {
         reason.set_value(success ? "" : error.text);
     });
     EXPECT_EQ(reason.get_future().get(), "CIImage create error");
+}
+
+TEST_F(DemandTest, MovieBeginsThoughTheLastFrameIsDamaged) {
+    frame_->damaged = true;
+    drawNothing();
+    record();
+    EXPECT_TRUE(view_->demand().whole) << "a movie is recorded";
 }
 
 TEST_F(DemandTest, WholePictureWhoseCorrectionFailedIsMadeTheNextTime) {

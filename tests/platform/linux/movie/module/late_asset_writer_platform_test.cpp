@@ -85,5 +85,11 @@ TEST(MovieModule, IsFoundBesideThePrograms) {
     EXPECT_TRUE(std::filesystem::equivalent(movieModule(), MOVIE_MODULE));
 }
 
+TEST_F(LateAssetWriterPlatformTest, AModuleOfAnotherVersionFailsTheMovieAndSaysSo) {
+    const auto platform = makeLateAssetWriterPlatform(diagnostics_, OTHER_MOVIE_MODULE);
+    EXPECT_EQ(platform->makeWriter(file("movie.mp4"), MovieFileType::mpeg4, error_), nullptr);
+    EXPECT_THAT(error_.text, HasSubstr("is of another version"));
+}
+
 } // namespace
 } // namespace tavelo::testing
