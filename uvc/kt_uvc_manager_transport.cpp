@@ -44,8 +44,10 @@ bool KTUVCManager::send(const CameraBinding& binding, UsbControlRequest& request
     binding.interface->USBInterfaceClose();
     const auto failedAt = now_();
     binding_.change([&](CameraBinding& current) {
-        // Keep the first reason: requests in progress when another one fails find the interface closed.
-        if (current.interface != binding.interface || current.interfaceIsClosed()) return;
+        // Keep the first reason.  A request in progress meanwhile finds the interface closed, and may say so
+        // before the one that failed.
+        const bool isKnown = current.interfaceIsClosed() && current.failure != ErrorCode::closed;
+        if (current.interface != binding.interface || isKnown) return;
         current.failure = status;
         current.failedAt = failedAt;
     });

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <thread>
+#include <utility>
 
 #include "uvc/manager_test.h"
 
@@ -91,6 +92,37 @@ TEST_F(ThreadsTest, FailureOfADroppedInterfaceDoesNotCloseTheNewOne) {
     EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
     EXPECT_FALSE(manager->interfaceIsClosed());
     EXPECT_TRUE(manager->_pushParamToDevice(manager->zoom().get()));
+}
+
+TEST_F(ThreadsTest, ARequestThatFindsTheInterfaceClosedDoesNotHideWhyItWas) {
+    /// While it is closed after a refusal, a request of another thread finds it so.
+    class Refusing : public UsbInterface {
+    public:
+        explicit Refusing(KTUVCManager& manager) : manager_(manager) {}
+        ErrorCode ControlRequest(UsbControlRequest&) override {
+            return isClosed_ ? ErrorCode::closed : ErrorCode::refused;
+        }
+        void USBInterfaceClose() override {
+            if (std::exchange(isClosed_, true)) return;
+            manager_._pushParamToDevice(manager_.contrast().get());
+            reasonMeanwhile = manager_.failure();
+        }
+        std::uint8_t GetInterfaceNumber() const override { return 0; }
+
+        ErrorCode reasonMeanwhile = ErrorCode::none;
+
+    private:
+        KTUVCManager& manager_;
+        bool isClosed_ = false;
+    };
+    bind();
+    const auto refusing = std::make_shared<Refusing>(*manager);
+    manager->setInterface(refusing);
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
+    EXPECT_EQ(refusing->reasonMeanwhile, ErrorCode::closed);
+    EXPECT_EQ(manager->failure(), ErrorCode::refused);
+    EXPECT_FALSE(manager->_pushParamToDevice(manager->zoom().get()));
+    EXPECT_EQ(manager->failure(), ErrorCode::refused) << "the first reason stays";
 }
 
 TEST_F(ThreadsTest, LastWriterOfAControlWins) {
