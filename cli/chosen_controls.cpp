@@ -72,9 +72,8 @@ std::unique_ptr<ChosenControls> reachControls(Session& session) {
     try {
         return std::make_unique<DirectControls>(session);
     } catch (const Failure& failure) {
-        const bool mayBeHeld =
-            failure.status() == ExitStatus::noCamera || failure.status() == ExitStatus::busy;
-        auto held = mayBeHeld ? controlsOfPanel(session) : nullptr;
+        // Over USB, a camera that another program holds looks like one that does not answer.
+        auto held = failure.status() != ExitStatus::usage ? controlsOfPanel(session) : nullptr;
         if (!held) throw;
         return held;
     }
