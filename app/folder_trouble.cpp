@@ -3,6 +3,8 @@
 
 #include <QFileInfo>
 #include <QStorageInfo>
+#include <filesystem>
+#include <system_error>
 
 #include "widgets/localized_text.h"
 
@@ -23,9 +25,12 @@ FolderState stateOfFolder(const QString& folder) {
         place.setFile(place.absolutePath());
     state.isFolder = place.isDir();
     state.isWritable = place.isWritable();
-    const QStorageInfo storage(place.canonicalFilePath());
-    state.isReadOnly = storage.isReadOnly();
-    if (storage.bytesTotal() > 0) state.freeBytes = storage.bytesAvailable();
+    const QString path = place.canonicalFilePath();
+    state.isReadOnly = QStorageInfo(path).isReadOnly();
+    // Not by QStorageInfo, which knows only what the list of mounts shows: a sandbox may hide it.
+    std::error_code error;
+    const std::filesystem::space_info space = std::filesystem::space(path.toStdString(), error);
+    if (!error && space.capacity > 0) state.freeBytes = static_cast<qint64>(space.available);
     return state;
 }
 
