@@ -12,10 +12,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
-PATIENCE = 60  # seconds; sanitizers are slow
+from waiting import PATIENCE, wait_until, xdotool
+
 MOVE = 8  # _NET_WM_MOVERESIZE_MOVE
 CLIENT_MESSAGE, PROPERTY_REPLACE, ATOM = 33, 0, 4
 SUBSTRUCTURE_NOTIFY = 1 << 19
@@ -93,20 +93,6 @@ class WindowManager:
 
     def close(self):
         self._x.XCloseDisplay(self._display)
-
-
-def wait_until(what, condition):
-    end = time.monotonic() + PATIENCE
-    while not (result := condition()):
-        if time.monotonic() > end:
-            raise AssertionError(f"still waiting for {what}")
-        time.sleep(0.02)
-    return result
-
-
-def xdotool(*words):
-    return subprocess.run(["xdotool", *map(str, words)], check=False, text=True, capture_output=True,
-                          timeout=PATIENCE).stdout
 
 
 class MainWindow(unittest.TestCase):

@@ -14,6 +14,8 @@ import tempfile
 import time
 import unittest
 
+from waiting import PATIENCE, wait_until, xdotool
+
 try:
     from gi.repository import GLib
     from fake_desktop import NOTIFICATIONS, WATCHER, FakeDesktop, Item
@@ -21,25 +23,10 @@ except ImportError as missing:
     print(missing)
     sys.exit(77)
 
-PATIENCE = 60  # seconds; sanitizers are slow
 SERVICE, OBJECT = "org.tavelo.ControlPanel", "/org/tavelo/ControlPanel"
 CAMERA_ON = "Tavelo Virtual Camera 1 is on"
 RELEASED = "The camera is free for other programs"
 DOT = "\U0001F534"
-
-
-def wait_until(what, condition):
-    end = time.monotonic() + PATIENCE
-    while not (result := condition()):
-        if time.monotonic() > end:
-            raise AssertionError(f"still waiting for {what}")
-        time.sleep(0.02)
-    return result
-
-
-def xdotool(*words):
-    return subprocess.run(["xdotool", *map(str, words)], check=False, text=True, capture_output=True,
-                          timeout=PATIENCE).stdout
 
 
 class ClosedWindow(unittest.TestCase):

@@ -12,10 +12,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
-PATIENCE = 60  # seconds; sanitizers are slow
+from waiting import PATIENCE, wait_until
+
 SCREEN = (0, 0, 1280, 800)
 ON_PICTURE, ON_BACKGROUND = (700, 330), (240, 45)  # in the window
 # The window manager's own keys; nothing else, so that it takes none of the panel's.
@@ -23,15 +23,6 @@ SETTINGS = """<openbox_config xmlns="http://openbox.org/3.4/rc"><keyboard>
   <keybind key="W-f"><action name="ToggleFullscreen"/></keybind>
   <keybind key="A-F4"><action name="Close"/></keybind>
 </keyboard></openbox_config>"""
-
-
-def wait_until(what, condition):
-    end = time.monotonic() + PATIENCE
-    while not (result := condition()):
-        if time.monotonic() > end:
-            raise AssertionError(f"still waiting for {what}")
-        time.sleep(0.02)
-    return result
 
 
 def run(*words):
