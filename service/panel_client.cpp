@@ -37,8 +37,11 @@ bool runsNoService(const QDBusError& error) {
 
 PanelClient::PanelClient(QDBusConnection bus) : bus_(std::move(bus)) {}
 
-// Without an address libdbus would start a bus.
 QDBusConnection PanelClient::sessionBusIfAny() {
+    // Before the first connection, so that Qt's list of types outlives the thread that reads the bus.  A
+    // message that came while the program ends would otherwise print a warning about its types.
+    registerBusTypes();
+    // Without an address libdbus would start a bus.
     const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const bool hasBus = !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
                         (!folder.isEmpty() && QFile::exists(folder + QStringLiteral("/bus")));
