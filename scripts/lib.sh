@@ -50,6 +50,11 @@ stop_display() {
     display_server=''
 }
 
+# Prints what the failed tests printed, from what ctest printed.
+failures() {
+    awk '/^ *[0-9]+\/[0-9]+ Test/ { failed = /Failed|Timeout|Exception/ } /^ *Start +[0-9]+:|tests passed/ { failed = 0 } failed'
+}
+
 # run_tests PRESET [ARGUMENT...]: runs the preset's tests and leaves the results in build/test-results/PRESET.
 # Fails only if the tests could not run; scripts/test-summary evaluates the results.
 run_tests() {
@@ -59,6 +64,6 @@ run_tests() {
     mkdir -p "$results/cases" "$results/home"
     env -u DBUS_SESSION_BUS_ADDRESS XDG_CONFIG_HOME="$results/home" GTEST_OUTPUT="xml:$results/cases/" \
         ctest --preset "$preset" "$@" --parallel "$(nproc)" --no-tests=error --output-junit "$results/programs.xml" \
-        >"$results/log" || sed -n '/^ *[0-9]*\/[0-9]* Test.*\(Failed\|Timeout\|Exception\)/,/^$/p' "$results/log" >&2
+        >"$results/log" || failures <"$results/log" >&2
     [ -s "$results/programs.xml" ] || { tail -n 20 "$results/log" >&2; die "the tests of $preset did not run"; }
 }
