@@ -133,6 +133,11 @@ public:
         addCameras();
         addWindow();
         addHeadlessCapture();
+        app_.add_flag("--manual", line_.manual, "Show the manual in the desktop's browser")
+            ->excludes(screenshot_)
+            ->excludes(service_)
+            ->excludes(snapshot_)
+            ->excludes(record_);
         app_.failure_message(failureMessage);
     }
 

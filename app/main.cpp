@@ -9,11 +9,13 @@
 #include "app/command_line.h"
 #include "app/headless_capture.h"
 #include "app/kt_application.h"
+#include "app/manual.h"
 #include "app/panel_program.h"
 #include "app/qt_messages.h"
 #include "app/single_instance.h"
 #include "platform/backends/backends.h"
 #include "platform/linux/movie/module/late_asset_writer_platform.h"
+#include "process/data_folders.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
 #include "process/quit_signals.h"
@@ -82,6 +84,7 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
     if (commandLine.headlessCapture || !hasDisplay) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
     KTApplication application(argc, argv);
+    if (commandLine.manual) return showManual(manualPage()) ? 0 : 1;
     const QuitSignals quitSignals;
     if (commandLine.headlessCapture) return runHeadlessCapture(commandLine, quitSignals);
     QObject::connect(&quitSignals, &QuitSignals::asked, &application, &KTApplication::quit);

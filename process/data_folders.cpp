@@ -12,13 +12,19 @@ std::filesystem::path pathOf(const QString& path) {
     return QFile::encodeName(path).toStdString();
 }
 
+std::filesystem::path installedData() {
+    return (pathOf(QCoreApplication::applicationDirPath()) / TAVELO_DATA).lexically_normal();
+}
+
 } // namespace
 
 std::vector<std::filesystem::path> extensionUnitFolders() {
-    const auto installed = pathOf(QCoreApplication::applicationDirPath()) / TAVELO_DATA;
     const auto own = pathOf(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
-    return {installed.lexically_normal() / "extension-units",
-            own / "tavelo-control-panel" / "extension-units"};
+    return {installedData() / "extension-units", own / "tavelo-control-panel" / "extension-units"};
+}
+
+std::filesystem::path manualPage() {
+    return installedData() / "manual" / "index.html";
 }
 
 } // namespace tavelo

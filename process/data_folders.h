@@ -12,4 +12,7 @@ namespace tavelo {
 /// exist. Needs a QCoreApplication.
 std::vector<std::filesystem::path> extensionUnitFolders();
 
+/// The first page of the installed manual, which may be missing.  Needs a QCoreApplication.
+std::filesystem::path manualPage();
+
 } // namespace tavelo

@@ -68,6 +68,16 @@ TEST(CommandLine, ReadsSnapshotAndRecordOptions) {
     EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).headlessCapture);
 }
 
+TEST(CommandLine, ShowsTheManualInPlaceOfEverythingElse) {
+    EXPECT_FALSE(std::get<CommandLine>(parse({})).manual);
+    EXPECT_TRUE(std::get<CommandLine>(parse({"--manual"})).manual);
+    for (const char* other : {"--snapshot=a.png", "--record=a.mp4", "--screenshot=a.png", "--service"}) {
+        const auto parsed = parse({"--manual", other});
+        ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed)) << other;
+        EXPECT_EQ(std::get<CommandLineExit>(parsed).status, 2);
+    }
+}
+
 TEST(CommandLine, ReadsTheTransport) {
     const auto usb = parse({"--transport", "usb"});
     ASSERT_TRUE(std::holds_alternative<CommandLine>(usb));

@@ -124,6 +124,45 @@ TEST_F(PanelPicture, CameraBound) {
     expectPicture("camera");
 }
 
+// The manual explains the parts by these numbers.
+TEST_F(PanelPicture, NumberedForTheManual) {
+    start(2);
+    holdStill(1);
+    QImage image = picture();
+    struct Part {
+        const QWidget* widget;
+        Qt::Corner corner = Qt::TopRightCorner;
+    };
+    const std::array parts{
+        Part{view().camera2Button()},        Part{view().brightnessSlider(), Qt::TopLeftCorner},
+        Part{view().brightnessValueText()},  Part{view().mirrorSwitch()},
+        Part{view().hz60Button()},           Part{view().profile1Button()},
+        Part{view().displayView()},          Part{view().saveProfileButton()},
+        Part{view().restoreProfileButton()}, Part{view().closeButton()},
+    };
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QFont font(QStringLiteral("Arial"));
+    font.setPixelSize(15);
+    font.setBold(true);
+    painter.setFont(font);
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        constexpr int side = 24;
+        QRect disc(0, 0, side, side);
+        const QWidget& widget = *parts[i].widget;
+        constexpr int away = 7; // so that the part stays visible
+        const QPoint corner = parts[i].corner == Qt::TopLeftCorner ? QPoint(-away, -away)
+                                                                   : QPoint(widget.width() + away, -away);
+        disc.moveCenter(widget.mapTo(&window_, corner));
+        painter.setBrush(QColor(255, 214, 64));
+        painter.setPen(Qt::black);
+        painter.drawEllipse(disc);
+        painter.drawText(disc, Qt::AlignCenter, QString::number(i + 1));
+    }
+    painter.end();
+    expectPicture("guide", image);
+}
+
 TEST_F(PanelPicture, AllControls) {
     start(1);
     manager_.setAutoWhiteBalanceWithComplitionHandle(1, {});

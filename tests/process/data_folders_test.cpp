@@ -40,6 +40,10 @@ TEST_F(DataFolders, ByDefaultTheUsersDataAreInTheHomeFolder) {
                 EndsWith("/.local/share/tavelo-control-panel/extension-units"));
 }
 
+TEST_F(DataFolders, TheManualIsBesideThem) {
+    EXPECT_EQ(manualPage(), extensionUnitFolders()[0].parent_path() / "manual/index.html");
+}
+
 TEST_F(DataFolders, TheBuildTreeHasTheProgramsDescriptions) {
     EXPECT_TRUE(std::filesystem::is_regular_file(extensionUnitFolders()[0] / "tavelo-virtual-camera.json"));
 }

@@ -80,6 +80,17 @@ class Installation(unittest.TestCase):
         programs = {file.name for file in (self.prefix / "bin").iterdir()}
         self.assertEqual({f"{name}.1" for name in programs}, {file.name for file in (self.share / "man" / "man1").iterdir()})
 
+    def test_the_manual_is_installed_where_the_program_and_people_look_for_it(self):
+        manual = self.share / "tavelo-control-panel" / "manual"
+        page = (manual / "index.html").read_text(encoding="utf-8")
+        pictures = re.findall('src="([^"]+)"', page)
+        chapters = [target for target in re.findall('href="([^"]+)"', page) if target.endswith(".html")]
+        self.assertGreater(len(chapters), 9)
+        self.assertTrue(pictures)
+        for file in chapters + pictures:
+            self.assertTrue((manual / file).is_file(), file)
+        self.assertTrue((self.share / "doc" / "tavelo-control-panel" / "manual" / "index.html").is_file())
+
     def test_the_descriptions_of_extension_units_are_installed_where_the_program_looks_for_them(self):
         names = {file.name for file in (self.share / "tavelo-control-panel" / "extension-units").iterdir()}
         self.assertLessEqual({"tavelo-virtual-camera.json", "logitech-hardware.json"}, names)
