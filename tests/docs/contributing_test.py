@@ -9,6 +9,7 @@ what did not change, and without one this would take too long.
 """
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -69,11 +70,20 @@ class Contributing(unittest.TestCase):
             done += 1
         self.assertGreater(done, 2)
 
-    def test_a_control_a_language_and_a_transport(self):
+    def test_the_pages_make_a_control_a_language_and_a_transport_and_the_first_page_names_real_targets(self):
         self.assertEqual([page.stem for page in PAGES], ["add-a-control", "add-a-language", "add-a-transport"])
         for page in PAGES:
             with self.subTest(page.name):
                 self.do_page(page)
+        text = (PROJECT / "CONTRIBUTING.md").read_text(encoding="utf-8")
+        built = subprocess.run(["ninja", "-C", "build", "-t", "targets", "all"], cwd=self.folder, check=True, text=True,
+                               capture_output=True).stdout
+        targets = re.findall(r"^([\w-]+): phony", built, re.MULTILINE)
+        named = [name for line in re.findall("--target (.*)", text) for name in line.split()]
+        self.assertGreater(len(named), 2)
+        self.assertLessEqual(set(named), set(targets))
+        for script in re.findall(r"\bscripts/[\w-]+", text):
+            self.assertTrue((PROJECT / script).is_file(), script)
 
 
 if __name__ == "__main__":
