@@ -62,6 +62,7 @@ class Contributing(unittest.TestCase):
             elif language in ("cpp", "cmake"):
                 file = self.folder / argument
                 self.assertFalse(file.exists(), where)
+                self.assertIn(f"`{argument}`", chapters.prose(page.read_text(encoding="utf-8")), "readers do not see its name")
                 file.parent.mkdir(parents=True, exist_ok=True)
                 file.write_text(block.text, encoding="utf-8")
             else:

@@ -79,17 +79,19 @@ class Manual(unittest.TestCase):
                     self.assertEqual(result.returncode, 0, result.stdout)
                     self.assertNotIn("error", result.stdout)
                 elif block.kind.startswith("ini "):
-                    self.check_unit(stage, block)
+                    self.check_unit(stage, text, block)
                 else:
                     self.assertIn(block.kind, ("sh by-hand",), "an unknown kind of block")
 
-    def check_unit(self, stage, block):
+    def check_unit(self, stage, text, block):
         if match := re.fullmatch(r"ini drop-in (\S+)", block.kind):
             unit = stage.home / match[1]
             unit.write_text((PROJECT / "resources" / "systemd" / match[1]).read_text(encoding="utf-8"), encoding="utf-8")
             file = stage.home / f"{match[1]}.d" / "own.conf"
         else:
-            unit = file = stage.home / block.kind.removeprefix("ini ~/")
+            name = block.kind.removeprefix("ini ")
+            self.assertIn(f"`{name}`", chapters.prose(text), "readers do not see its name")
+            unit = file = stage.home / name.removeprefix("~/")
         file.parent.mkdir(parents=True, exist_ok=True)
         # systemd has a path of its own.
         programs = {path: path.read_text(encoding="utf-8").replace("=taveloctl ", f"={stage.path}/taveloctl ")
