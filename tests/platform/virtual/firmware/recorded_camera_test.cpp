@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 
+#include <array>
+
 #include "descriptor_builder.h"
 #include "platform/virtual/firmware/recorded_model.h"
 #include "platform/virtual/firmware/virtual_camera_firmware.h"
@@ -431,7 +433,7 @@ TEST(RecordedModel, OffersNoSizeThatCannotBeDrawn) {
     EXPECT_EQ(offers(8192, 8192), 3U);
     EXPECT_EQ(offers(321, 240), 2U) << "YUYV has pairs of pixels";
     EXPECT_EQ(offers(320, 241), 3U);
-    for (const std::uint16_t side : {0, 14, 8194}) {
+    for (const std::uint16_t side : std::to_array<std::uint16_t>({0, 14, 8194})) {
         EXPECT_EQ(offers(side, 240), 2U) << side;
         EXPECT_EQ(offers(320, side), 2U) << side;
     }
