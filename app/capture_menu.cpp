@@ -7,6 +7,7 @@
 #include <QStandardPaths>
 #include <utility>
 
+#include "app/menu_key.h"
 #include "app/menu_text.h"
 #include "app/picture_files.h"
 #include "process/error_line.h"
@@ -14,13 +15,6 @@
 
 namespace tavelo {
 namespace {
-
-void setUp(QAction& action, const QKeySequence& key, QWidget& window) {
-    action.setShortcut(key);
-    action.setShortcutVisibleInContextMenu(true);
-    action.setAutoRepeat(false);
-    window.addAction(&action);
-}
 
 // Empty if the file is not the reason of a failure.
 QString folderOf(const QString& file, bool isOfFile) {
@@ -40,8 +34,8 @@ CaptureMenu::CaptureMenu(QWidget& window, WindowHost& host, const RecordingClock
       clock_(clock),
       bundle_(bundle),
       folders_(std::move(folders)) {
-    setUp(save_, Qt::CTRL | Qt::Key_S, window);
-    setUp(record_, Qt::CTRL | Qt::Key_R, window);
+    setMenuKey(save_, Qt::CTRL | Qt::Key_S, window);
+    setMenuKey(record_, Qt::CTRL | Qt::Key_R, window);
     failure_.setEnabled(false);
     connect(&save_, &QAction::triggered, this, &CaptureMenu::savePicture);
     connect(&record_, &QAction::triggered, this, &CaptureMenu::toggleRecording);

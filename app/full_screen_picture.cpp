@@ -3,10 +3,16 @@
 
 #include <QEvent>
 #include <QMouseEvent>
+#include <chrono>
 
 #include "video/kt_display_view.h"
 
 namespace tavelo {
+namespace {
+
+constexpr std::chrono::milliseconds settlingTime{500};
+
+} // namespace
 
 FullScreenPicture::FullScreenPicture(KTWindow& window, PanelView& view)
     : window_(window),
@@ -14,6 +20,8 @@ FullScreenPicture::FullScreenPicture(KTWindow& window, PanelView& view)
       escape_(Qt::Key_Escape, &window) {
     escape_.setEnabled(false); // otherwise nothing else in the window would get the key
     connect(&escape_, &QShortcut::activated, this, [this] { setOn(false); });
+    settling_.setSingleShot(true);
+    connect(&settling_, &QTimer::timeout, this, &FullScreenPicture::followState);
     if (view.displayView() != nullptr) view.displayView()->installEventFilter(this);
     window.installEventFilter(this);
 }
@@ -26,7 +34,9 @@ void FullScreenPicture::setOn(bool on) {
     }
     view_.setShowsPictureAlone(on);
     escape_.setEnabled(on);
-    window_.setWindowState(window_.windowState().setFlag(Qt::WindowFullScreen, on));
+    const Qt::WindowStates state = window_.windowState().setFlag(Qt::WindowFullScreen, on);
+    if (state != window_.windowState()) settling_.start(settlingTime);
+    window_.setWindowState(state);
     if (!on && focus_) focus_->setFocus(Qt::OtherFocusReason);
     Q_EMIT changed();
 }
@@ -44,8 +54,10 @@ bool FullScreenPicture::eventFilter(QObject* watched, QEvent* event) {
 }
 
 // The window manager has keys of its own.  While a window comes back from being minimised, it also ends the
-// full screen for a moment.
+// full screen for a moment.  And just after it was asked for a state, it may still tell the one before, if
+// something else about the window changed at that time.
 void FullScreenPicture::followState() {
+    if (settling_.isActive()) return;
     if (window_.isVisible() && !window_.isMinimized()) setOn(window_.isFullScreen());
 }
 

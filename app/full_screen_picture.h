@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QRect>
 #include <QShortcut>
+#include <QTimer>
 
 #include "app/kt_window.h"
 #include "panel/panel_view.h"
@@ -39,6 +40,7 @@ private:
     KTWindow& window_;
     PanelView& view_;
     QShortcut escape_;
+    QTimer settling_;         // since the window was asked for another state
     QPointer<QWidget> focus_; // had it before
     QRect geometry_;          // of the window before
 };

@@ -5,18 +5,11 @@
 #include <QKeySequence>
 #include <QWindow>
 
+#include "app/menu_key.h"
 #include "widgets/localized_text.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
-namespace {
-
-void setKey(QAction& action, const QKeySequence& key) {
-    action.setShortcut(key);
-    action.setShortcutVisibleInContextMenu(true);
-}
-
-} // namespace
 
 PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& language)
     : window_(window),
@@ -30,7 +23,6 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     applyPanelLook(menu_);
     applyPanelLook(languageMenu_);
     retranslate();
-    window_.addActions({&allControls_, &reconnect_, &quit_});
     window_.installEventFilter(this);
 }
 
@@ -53,9 +45,9 @@ void PanelMenu::arrange() {
 }
 
 void PanelMenu::connectActions() {
-    setKey(allControls_, Qt::CTRL | Qt::Key_A);
-    setKey(reconnect_, Qt::Key_F5);
-    setKey(quit_, Qt::CTRL | Qt::Key_Q);
+    setMenuKey(allControls_, Qt::CTRL | Qt::Key_A, window_);
+    setMenuKey(reconnect_, Qt::Key_F5, window_);
+    setMenuKey(quit_, Qt::CTRL | Qt::Key_Q, window_);
     connect(&about_, &QAction::triggered, this, &PanelMenu::aboutChosen);
     connect(&allControls_, &QAction::triggered, this, &PanelMenu::allControlsChosen);
     connect(&reconnect_, &QAction::triggered, this, &PanelMenu::reconnectChosen);

@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 
+#include "app/menu_key.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -13,9 +14,7 @@ WindowMenu::WindowMenu(KTWindow& window, FullScreenPicture& picture, const Bundl
     onTop_.setCheckable(true);
     connect(&onTop_, &QAction::triggered, this, [this](bool on) { window_.setStaysOnTop(on); });
     fullScreen_.setCheckable(true);
-    fullScreen_.setShortcut(Qt::Key_F11);
-    fullScreen_.setShortcutVisibleInContextMenu(true);
-    window.addAction(&fullScreen_);
+    setMenuKey(fullScreen_, Qt::Key_F11, window);
     connect(&fullScreen_, &QAction::triggered, &picture, [&picture](bool on) { picture.setOn(on); });
     connect(&picture, &FullScreenPicture::changed, this,
             [this, &picture] { fullScreen_.setChecked(picture.isOn()); });

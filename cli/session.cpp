@@ -33,12 +33,6 @@ Session::Session(SessionOptions options, const SessionEnvironment& environment)
       environment_(environment),
       diagnostics_(std::make_unique<StderrDiagnostics>(options_.verbose)) {}
 
-// The manager uses the backend until its end.
-Session::~Session() {
-    manager_.reset();
-    cameras_.clear();
-}
-
 Backend& Session::backend() {
     if (!backend_) {
         CameraOptions cameras = options_.cameras;

@@ -47,7 +47,7 @@ struct SessionEnvironment {
 class Session {
 public:
     Session(SessionOptions options, const SessionEnvironment& environment);
-    ~Session();
+    ~Session() = default;
 
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -101,10 +101,10 @@ private:
     const SessionEnvironment& environment_;
     std::unique_ptr<Diagnostics> diagnostics_;
     std::unique_ptr<Backend> backend_;
-    std::unique_ptr<KTUVCManager> manager_;
-    std::unique_ptr<const ControlCatalog> catalog_;
     std::vector<std::shared_ptr<CaptureDevice>> cameras_;
     bool hasListed_ = false;
+    std::unique_ptr<KTUVCManager> manager_; // uses the backend until its end
+    std::unique_ptr<const ControlCatalog> catalog_;
     std::unique_ptr<PreferencesStore> preferences_;
 };
 

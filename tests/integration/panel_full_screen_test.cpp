@@ -90,6 +90,22 @@ TEST_F(PanelFullScreen, TheWindowManagerMayEndItToo) {
     expectPanel();
 }
 
+TEST_F(PanelFullScreen, AStateOfBeforeThatIsToldLateChangesNothing) {
+    startWithFeatures(1);
+    press(Qt::Key_F11);
+    window_.setWindowState(Qt::WindowNoState);
+    EXPECT_TRUE(entry("Full Screen")->isChecked());
+    QApplication::activePopupWidget()->close();
+    window_.setWindowState(Qt::WindowFullScreen);
+    expectAlone();
+    press(Qt::Key_F11);
+    window_.setWindowState(Qt::WindowFullScreen);
+    EXPECT_FALSE(entry("Full Screen")->isChecked());
+    QApplication::activePopupWidget()->close();
+    window_.setWindowState(Qt::WindowNoState);
+    expectPanel();
+}
+
 TEST_F(PanelFullScreen, TheWindowManagerMayBeginItToo) {
     startWithFeatures(1);
     window_.showFullScreen();

@@ -116,6 +116,14 @@ TEST_P(TheMachinesOwnHalves, Agree) {
     EXPECT_TRUE(cameras.capture->makeSession());
 }
 
+TEST_F(BackendsTest, WithoutTheTransportThatWasAskedForTheKernelsIsUsed) {
+    CameraOptions options;
+    options.transport = static_cast<CameraTransport>(255);
+    const Backend cameras = makeCameras(options, mainQueue, diagnostics);
+    EXPECT_NE(cameras.usb, nullptr);
+    EXPECT_NE(cameras.capture, nullptr);
+}
+
 TEST(CameraTransports, EachHasItsOwnNameAndMeaning) {
     std::map<std::string, CameraTransport> names;
     for (const TransportDescription& row : cameraTransports()) {

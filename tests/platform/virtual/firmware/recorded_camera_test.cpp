@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 
+#include <array>
+
 #include "descriptor_builder.h"
 #include "platform/virtual/firmware/recorded_model.h"
 #include "platform/virtual/firmware/virtual_camera_firmware.h"
@@ -71,7 +73,8 @@ Bytes endpoint(std::uint8_t address, std::uint8_t attributes, std::uint16_t size
 }
 
 // Its formats: 4 NV12, which is not drawn; 6 YUYV; 7 MJPEG with a continuous range of rates.
-Bytes configurationBytes() {
+// @param width, height of the second frame
+Bytes configurationBytes(std::uint16_t width = 320, std::uint16_t height = 240) {
     return test::configuration({test::interfaceDescriptor(0, 1, 1),
                                 test::interfaceDescriptor(1, 2, 1),
                                 test::interfaceDescriptor(1, 2, 1, 1),
@@ -88,7 +91,7 @@ Bytes configurationBytes() {
                                 frame(5, 1, 640, 480, 333'333, 1, {333'333}),
                                 uncompressed(6, formatGuid('Y', 'U', 'Y', '2')),
                                 frame(5, 9, 640, 480, 333'333, 1, {333'333}),
-                                frame(5, 2, 320, 240, 666'666, 2, {333'333, 666'666}),
+                                frame(5, 2, width, height, 666'666, 2, {333'333, 666'666}),
                                 mjpeg(7),
                                 frame(7, 1, 1280, 720, 400'000, 0, {200'000, 800'000, 100'000}),
                                 test::interfaceDescriptor(streamNumber, 2, 0x0E, 1),
@@ -417,6 +420,22 @@ TEST(RecordedModel, AnyCutOfTheDescriptorsIsHarmless) {
         EXPECT_EQ(firmware.configurationDescriptor().size(), length);
         EXPECT_FALSE(firmware.streaming());
         firmware.pictureSettings();
+    }
+}
+
+TEST(RecordedModel, OffersNoSizeThatCannotBeDrawn) {
+    const auto offers = [](std::uint16_t width, std::uint16_t height) {
+        CameraRecord camera = record();
+        camera.descriptors.configuration = configurationBytes(width, height);
+        return modelOf(camera).offers.size();
+    };
+    EXPECT_EQ(offers(16, 16), 3U);
+    EXPECT_EQ(offers(8192, 8192), 3U);
+    EXPECT_EQ(offers(321, 240), 2U) << "YUYV has pairs of pixels";
+    EXPECT_EQ(offers(320, 241), 3U);
+    for (const std::uint16_t side : std::to_array<std::uint16_t>({0, 14, 8194})) {
+        EXPECT_EQ(offers(side, 240), 2U) << side;
+        EXPECT_EQ(offers(320, side), 2U) << side;
     }
 }
 
