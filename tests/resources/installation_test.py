@@ -68,13 +68,17 @@ class Installation(unittest.TestCase):
         program = self.prefix / "bin" / "tavelo-virtual-camera"
         subprocess.run([program, "--help"], check=True, stdout=subprocess.DEVNULL, timeout=60)
 
-    def test_the_command_line_is_installed_with_its_man_page_and_completion(self):
+    def test_the_command_line_is_installed_with_its_completion(self):
         program = self.prefix / "bin" / "taveloctl"
         listed = subprocess.run([program, "--virtual-cameras", "1", "list"], check=True, capture_output=True, text=True, timeout=60).stdout
         self.assertIn("0x7e10000012090001", listed)
-        for file in ("man/man1/taveloctl.1", "bash-completion/completions/taveloctl", "zsh/site-functions/_taveloctl",
+        for file in ("bash-completion/completions/taveloctl", "zsh/site-functions/_taveloctl",
                      "fish/vendor_completions.d/taveloctl.fish", "doc/TaveloControlPanel/taveloctl.schema.json"):
             self.assertTrue((self.share / file).is_file(), file)
+
+    def test_every_program_has_its_man_page(self):
+        programs = {file.name for file in (self.prefix / "bin").iterdir()}
+        self.assertEqual({f"{name}.1" for name in programs}, {file.name for file in (self.share / "man" / "man1").iterdir()})
 
     def test_the_descriptions_of_extension_units_are_installed_where_the_program_looks_for_them(self):
         names = {file.name for file in (self.share / "tavelo-control-panel" / "extension-units").iterdir()}
