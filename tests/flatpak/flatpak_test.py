@@ -10,6 +10,7 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 import xml.etree.ElementTree as ElementTree
 
@@ -55,7 +56,9 @@ class Flatpak(unittest.TestCase):
 
     @unittest.skipUnless(shutil.which("flatpak-builder"), "flatpak-builder is not installed")
     def test_flatpak_builder_reads_it(self):
-        shown = subprocess.run(["flatpak-builder", "--show-manifest", MANIFEST], check=True, capture_output=True, text=True)
+        with tempfile.TemporaryDirectory() as folder:  # the tool leaves files where it runs
+            shown = subprocess.run(["flatpak-builder", "--show-manifest", MANIFEST], check=True, capture_output=True,
+                                   text=True, cwd=folder)
         self.assertNotRegex(shown.stderr, "(?i)unknown|warning")
         self.assertEqual(json.loads(shown.stdout)["id"], self.manifest["id"])
 
