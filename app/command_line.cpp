@@ -128,8 +128,8 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
 // Declares the options and collects their values.
 class Options {
 public:
-    Options() {
-        app_.set_version_flag("--version", "tavelo-control-panel 1.0");
+    explicit Options(const std::string& version) {
+        app_.set_version_flag("--version", "tavelo-control-panel " + version);
         addCameras();
         addWindow();
         addHeadlessCapture();
@@ -272,8 +272,9 @@ private:
 
 } // namespace
 
-std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv) {
-    return Options().parse(argc, argv);
+std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv,
+                                                            const std::string& version) {
+    return Options(version).parse(argc, argv);
 }
 
 std::string ignoredOptionsLine(const CommandLine& commandLine) {

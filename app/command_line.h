@@ -37,7 +37,9 @@ struct CommandLineExit {
 };
 
 /// Needs no display.  Help and version give status 0, a wrong option or value 2.
-std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv);
+/// @param version what --version prints after the program's name
+std::variant<CommandLine, CommandLineExit> parseCommandLine(int argc, const char* const* argv,
+                                                            const std::string& version);
 
 /// The message for a start while a panel is running, which ignores the options given now.  Empty if none
 /// was given.

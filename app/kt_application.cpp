@@ -9,7 +9,7 @@ namespace tavelo {
 KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("tavelo-control-panel"));
     setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
-    setApplicationVersion(QStringLiteral("1.0"));
+    setApplicationVersion(QStringLiteral(TAVELO_RELEASE));
     setDesktopFileName(QStringLiteral("org.tavelo.ControlPanel"));
     applyToolTipLook();
 }

@@ -20,6 +20,7 @@
 #include "process/qt_main_queue.h"
 #include "process/quit_signals.h"
 #include "process/stderr_diagnostics.h"
+#include "version/full_version.h"
 
 namespace tavelo {
 namespace {
@@ -95,7 +96,7 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
 } // namespace tavelo
 
 int main(int argc, char** argv) {
-    const auto parsed = tavelo::parseCommandLine(argc, argv);
+    const auto parsed = tavelo::parseCommandLine(argc, argv, tavelo::fullVersion());
     if (const auto* exit = std::get_if<tavelo::CommandLineExit>(&parsed)) {
         std::fputs(exit->output.c_str(), stdout);
         std::fputs(exit->error.c_str(), stderr);

@@ -13,6 +13,7 @@
 #include "process/data_folders.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
+#include "version/full_version.h"
 
 int main(int argc, char** argv) {
     using namespace tavelo;
@@ -31,7 +32,7 @@ int main(int argc, char** argv) {
                 return readDescriptions(extensionUnitFolders(), isClassControl, warn);
             }};
     std::string error;
-    int status = runTaveloctl({argv + 1, argv + argc}, environment, error);
+    int status = runTaveloctl({argv + 1, argv + argc}, fullVersion(), environment, error);
     if (!error.empty()) printErrorLine(error);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         printErrorLine("the output cannot be written");

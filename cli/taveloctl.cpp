@@ -26,8 +26,8 @@ const char* const introduction =
 // The command line: options of every verb, and one command for each verb.
 class CommandLine {
 public:
-    CommandLine() {
-        app_.set_version_flag("--version", "taveloctl " TAVELO_VERSION);
+    explicit CommandLine(const std::string& version) {
+        app_.set_version_flag("--version", "taveloctl " + version);
         app_.require_subcommand(0, 1);
         app_.fallthrough();
         app_.get_formatter()->label("SUBCOMMAND", "VERB");
@@ -123,9 +123,9 @@ int runVerb(CommandLine& commandLine, const SessionEnvironment& environment, std
 
 } // namespace
 
-int runTaveloctl(const std::vector<std::string>& arguments, const SessionEnvironment& environment,
-                 std::string& error) {
-    CommandLine commandLine;
+int runTaveloctl(const std::vector<std::string>& arguments, const std::string& version,
+                 const SessionEnvironment& environment, std::string& error) {
+    CommandLine commandLine(version);
     if (!arguments.empty() && arguments.front() == completionVerb)
         return printCandidates(commandLine.app(), commandLine.verbs(),
                                {arguments.begin() + 1, arguments.end()}, environment);

@@ -139,7 +139,7 @@ void PanelView::createHead() {
     camera2Button_ = makeCameraButton(this, QStringLiteral("Cam 2"));
     camera2Button_->setEnabled(false);
     appTitleText_ = makePlainText(this, QStringLiteral("TAVELO CONTROL PANEL"), 32);
-    appVersionText_ = makePlainText(this, QStringLiteral("V1.0"), 12);
+    appVersionText_ = makePlainText(this, QStringLiteral("V" TAVELO_RELEASE), 12);
 }
 
 void PanelView::createProfileButtons() {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "probe/like/like_file.h"
+#include "version/full_version.h"
 #include "virtual-camera/camera_commands.h"
 #include "virtual-camera/line_server.h"
 #include "virtual-camera/options.h"
@@ -52,7 +53,7 @@ int serve(const Options& options, const sigset_t& endSignals) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    const auto parsed = parseOptions(argumentCount, arguments);
+    const auto parsed = parseOptions(argumentCount, arguments, fullVersion());
     if (const auto* message = std::get_if<Message>(&parsed)) {
         (message->exitStatus == 0 ? std::cout : std::cerr) << message->text;
         return message->exitStatus;

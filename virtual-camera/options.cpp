@@ -11,12 +11,14 @@ constexpr int usageStatus = 2;
 
 } // namespace
 
-std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments) {
+std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments,
+                                            const std::string& version) {
     Options options;
     CLI::App app(
         "Offers virtual USB cameras to this machine's kernel over USB/IP.\n"
         "Attach one with: usbip attach -r 127.0.0.1 -b 1-1",
         "tavelo-virtual-camera");
+    app.set_version_flag("--version", "tavelo-virtual-camera " + version);
     app.add_option("--port", options.port, "TCP port on 127.0.0.1; 0 takes a free one and prints it")
         ->capture_default_str();
     app.add_option("--cameras", options.cameras, "how many cameras: 1-1, 1-2, ...")
@@ -46,6 +48,8 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
         app.parse(argumentCount, arguments);
     } catch (const CLI::CallForHelp&) {
         return Message{app.help(), 0};
+    } catch (const CLI::CallForVersion& asked) {
+        return Message{asked.what() + std::string("\n"), 0};
     } catch (const CLI::ParseError& error) {
         return Message{std::string("tavelo-virtual-camera: ") + error.what() + "\n\n" + app.help(),
                        usageStatus};

@@ -26,10 +26,12 @@ struct Options {
 /// A text to print before the program exits.
 struct Message {
     std::string text;
-    int exitStatus = 0; ///< 0 for help, 2 for a mistake on the command line
+    int exitStatus = 0; ///< 0 for help and version, 2 for a mistake on the command line
 };
 
-std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments);
+/// @param version what --version prints after the program's name
+std::variant<Options, Message> parseOptions(int argumentCount, const char* const* arguments,
+                                            const std::string& version);
 
 /// The cameras that the options request, if they name no camera pack.
 std::vector<VirtualCameraModel> modelsFor(const Options& options);

@@ -16,7 +16,7 @@ using testing::UnorderedElementsAre;
 
 std::variant<CommandLine, CommandLineExit> parse(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "tavelo-control-panel");
-    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data(), "1.2.3");
 }
 
 TEST(CommandLine, WithoutArgumentsUsesTheRealCamerasAndPrintsNothing) {
@@ -107,6 +107,13 @@ TEST(CommandLine, KnowsEachPixelFormatInEitherCase) {
         ASSERT_TRUE(std::holds_alternative<CommandLine>(parsed)) << format;
         EXPECT_EQ(std::get<CommandLine>(parsed).cameras.format.fourcc, format);
     }
+}
+
+TEST(CommandLine, VersionIsOneLine) {
+    const auto exit = std::get<CommandLineExit>(parse({"--version"}));
+    EXPECT_EQ(exit.output, "tavelo-control-panel 1.2.3\n");
+    EXPECT_EQ(exit.error, "");
+    EXPECT_EQ(exit.status, 0);
 }
 
 TEST(CommandLine, HelpGoesToStandardOutputAndExitsWithStatus0) {

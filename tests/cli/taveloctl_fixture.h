@@ -55,7 +55,7 @@ protected:
                     const std::array<std::filesystem::path, 2> folders{DESCRIPTIONS_FOLDER, file("units")};
                     return readDescriptions(folders, isClassControl, warn);
                 }};
-        called.status = runTaveloctl(arguments, environment, called.error);
+        called.status = runTaveloctl(arguments, "1.2.3 (abc)", environment, called.error);
         return called;
     }
 

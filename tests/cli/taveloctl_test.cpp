@@ -24,10 +24,11 @@ TEST_F(TaveloctlTest, EachVerbHasItsOwnHelp) {
 }
 
 TEST_F(TaveloctlTest, VersionIsOneLine) {
-    EXPECT_EQ(output({"--version"}), "taveloctl 1.0.0\n");
+    EXPECT_EQ(output({"--version"}), "taveloctl 1.2.3 (abc)\n");
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"--version", "--json"}, {"--json", "--version"}})
-        EXPECT_EQ(output(words), "{\"program\":\"taveloctl\",\"release\":\"1.0.0\",\"version\":1}\n");
+        EXPECT_EQ(output(words),
+                  "{\"program\":\"taveloctl\",\"release\":\"" TAVELO_VERSION "\",\"version\":1}\n");
 }
 
 TEST_F(TaveloctlTest, AWrongCommandLineIsAUsageErrorInOneLine) {

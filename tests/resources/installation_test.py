@@ -110,6 +110,11 @@ class Installation(unittest.TestCase):
         lines = [line for line in rule.read_text(encoding="utf-8").splitlines() if line and not line.startswith("#")]
         self.assertEqual(len(lines), 1)
         self.assertIn('TAG+="uaccess"', lines[0])
+        # Debian 12's udevadm cannot verify rules yet.
+        can = shutil.which("udevadm") and "verify" in subprocess.run(["udevadm", "--help"], capture_output=True, text=True,
+                                                                     check=False, timeout=60).stdout
+        if can:
+            subprocess.run(["udevadm", "verify", rule], check=True, stdout=subprocess.DEVNULL, timeout=60)
 
     def test_the_service_that_watches_cameras_is_valid(self):
         unit = self.prefix / "lib" / "systemd" / "user" / "tavelo-watch.service"
@@ -162,11 +167,29 @@ class Installation(unittest.TestCase):
         for side in (16, 24, 32, 48, 64, 128, 256, 512):
             size = png_size(icons / f"{side}x{side}" / "apps" / f"{self.entry['Icon']}.png")
             self.assertEqual(size, (side, side))
+        symbolic = ElementTree.parse(icons / "symbolic" / "apps" / f"{self.entry['Icon']}-symbolic.svg").getroot()
+        self.assertEqual((symbolic.get("width"), symbolic.get("height")), ("16", "16"))
+        # Desktops replace this one colour by that of their text.
+        self.assertEqual({shape.get("fill") for shape in symbolic}, {"#222222"})
 
     def test_the_metainfo_is_valid(self):
         subprocess.run(
             ["appstreamcli", "validate", "--no-net", self.metainfo_file], check=True, stdout=subprocess.DEVNULL
         )
+
+    def test_the_metainfo_has_screenshots_if_the_projects_files_are_on_the_web(self):
+        self.assertEqual(ElementTree.parse(self.metainfo_file).getroot().findall("screenshots"), [])
+        source, build = pathlib.Path(__file__).parents[2], pathlib.Path(self.folder.name) / "on-the-web"
+        address = "https://files.example.org/panel"
+        subprocess.run([self.cmake, "-S", source, "-B", build, f"-DTAVELO_WEB_ADDRESS={address}", "-DBUILD_TESTING=OFF"],
+                       check=True, capture_output=True, timeout=120)
+        metainfo = build / "resources" / self.metainfo_file.name
+        subprocess.run(["appstreamcli", "validate", "--no-net", metainfo], check=True, stdout=subprocess.DEVNULL)
+        images = [image.text for image in ElementTree.parse(metainfo).getroot().iterfind("screenshots/screenshot/image")]
+        self.assertGreaterEqual(len(images), 3)
+        for image in images:
+            self.assertTrue(image.startswith(address + "/"), image)
+            self.assertTrue((source / image.removeprefix(address + "/")).is_file(), image)
 
     def test_the_metainfo_calls_the_controls_as_the_panel_does(self):
         root = ElementTree.parse(self.metainfo_file).getroot()

@@ -10,7 +10,7 @@ using testing::HasSubstr;
 
 std::variant<Options, Message> parse(std::vector<const char*> words) {
     words.insert(words.begin(), "tavelo-virtual-camera");
-    return parseOptions(static_cast<int>(words.size()), words.data());
+    return parseOptions(static_cast<int>(words.size()), words.data(), "1.2.3");
 }
 
 Options parsed(std::vector<const char*> words) {
@@ -25,6 +25,12 @@ TEST(VirtualCameraOptions, OffersOneIsochronousCameraOnTheUsualPort) {
     EXPECT_FALSE(options.encoding);
     EXPECT_EQ(modelsFor(options).size(), 1U);
     EXPECT_EQ(modelsFor(options)[0].transport, StreamTransport::isochronous);
+}
+
+TEST(VirtualCameraOptions, VersionIsOneLine) {
+    const Message message = std::get<Message>(parse({"--version"}));
+    EXPECT_EQ(message.text, "tavelo-virtual-camera 1.2.3\n");
+    EXPECT_EQ(message.exitStatus, 0);
 }
 
 TEST(VirtualCameraOptions, TakesEveryOption) {

@@ -13,7 +13,17 @@
 namespace tavelo {
 namespace {
 
+// A version of the program that stores its preferences in another way writes this key, with a number above
+// ours; until then nobody writes it.
+constexpr auto formatKey = "Format";
+constexpr int format = 1;
+
 constexpr std::size_t mostBytes = std::size_t(16) << 20U; // a camera needs about 3000 bytes
+
+bool isOfALaterVersion(const QJsonObject& content) {
+    const QJsonValue stored = content.value(QLatin1String(formatKey));
+    return !stored.isUndefined() && stored != QJsonValue(format);
+}
 
 std::string lockOf(const std::string& target) {
     return target + ".lock";
@@ -117,6 +127,10 @@ JsonPreferencesFile::Reading JsonPreferencesFile::read() {
                        ? problem.errorString().toStdString() + " at byte " + std::to_string(problem.offset)
                        : "not an object";
         return Reading::broken;
+    }
+    if (isOfALaterVersion(document.object())) {
+        failure_ = "it is of a later version of the program, and stays as it is";
+        return Reading::failed;
     }
     content_ = document.object();
     return Reading::done;

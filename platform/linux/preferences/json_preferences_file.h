@@ -18,8 +18,9 @@ namespace tavelo {
 /// which is not repeated until a write succeeds.
 ///
 /// A file that is not a JSON object is renamed ("NAME.broken", "NAME.broken-2", ...).  A file that cannot
-/// be read, or that is far larger than any preferences, is left alone, and nothing is written.  If the path
-/// is a link, its target is used; the link stays, and all other files are created beside the target.
+/// be read, is far larger than any preferences, or has a format of a later version of the program, is left
+/// alone, and nothing is written.  If the path is a link, its target is used; the link stays, and all other
+/// files are created beside the target.
 ///
 /// Reentrant: used by one thread at a time.  write() may block for `patience` while another program writes.
 class JsonPreferencesFile {

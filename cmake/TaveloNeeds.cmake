@@ -1,0 +1,86 @@
+# Checks all that the build needs before it begins, so that everything that is missing or too old is named at once, each in
+# one line.  The versions are Debian 12's, the oldest system that the project is built and tested on.
+
+set_property(GLOBAL PROPERTY TAVELO_MISSING "")
+
+# tavelo_miss(LINE): to be told by tavelo_needs_are_met().
+function(tavelo_miss LINE)
+    set_property(GLOBAL APPEND PROPERTY TAVELO_MISSING "${LINE}")
+endfunction()
+
+# tavelo_need(LABEL VERSION DEBIAN_PACKAGE FOUND_VERSION): FOUND_VERSION is empty if nothing was found.
+function(tavelo_need LABEL VERSION PACKAGE FOUND)
+    if(FOUND STREQUAL "")
+        tavelo_miss("${LABEL} ${VERSION} or newer is needed and was not found (Debian: ${PACKAGE})")
+    elseif(FOUND VERSION_LESS VERSION)
+        tavelo_miss("${LABEL} ${VERSION} or newer is needed, and ${FOUND} was found (Debian: ${PACKAGE})")
+    endif()
+endfunction()
+
+function(tavelo_need_compiler)
+    foreach(least GNU:12:GCC Clang:14:Clang)
+        string(REPLACE ":" ";" least ${least})
+        list(POP_FRONT least id version label)
+        if(CMAKE_CXX_COMPILER_ID STREQUAL id AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS version)
+            tavelo_miss("${label} ${version} or newer is needed, and ${CMAKE_CXX_COMPILER_VERSION} compiles (C++20)")
+        endif()
+    endforeach()
+endfunction()
+
+# tavelo_need_package(LABEL VERSION DEBIAN_PACKAGE NAME [COMPONENT...]): a package with a file for CMake.
+function(tavelo_need_package LABEL VERSION PACKAGE NAME)
+    set(components ${ARGN})
+    if(components)
+        list(PREPEND components COMPONENTS)
+    endif()
+    find_package(${NAME} QUIET ${components})
+    set(found "")
+    if(${NAME}_FOUND)
+        set(found ${${NAME}_VERSION})
+    endif()
+    tavelo_need(${LABEL} ${VERSION} ${PACKAGE} "${found}")
+endfunction()
+
+# tavelo_need_module(LABEL VERSION DEBIAN_PACKAGE NAME): a package with a file for pkg-config.
+function(tavelo_need_module LABEL VERSION PACKAGE NAME)
+    string(MAKE_C_IDENTIFIER NEED_${NAME} prefix)
+    unset(${prefix}_FOUND CACHE)
+    pkg_check_modules(${prefix} QUIET ${NAME})
+    tavelo_need(${LABEL} ${VERSION} ${PACKAGE} "${${prefix}_VERSION}")
+endfunction()
+
+# Ends the configuration if something is missing.
+function(tavelo_needs_are_met)
+    get_property(missing GLOBAL PROPERTY TAVELO_MISSING)
+    if(missing)
+        list(JOIN missing "\n  " lines)
+        message(FATAL_ERROR "This machine cannot build the project:\n  ${lines}")
+    endif()
+endfunction()
+
+tavelo_need_compiler()
+if(NOT TAVELO_CORE_ONLY)
+    tavelo_need_package(Qt 6.4 qt6-base-dev Qt6 Core DBus Gui Widgets OpenGL)
+    tavelo_need_package("Qt SVG" 6.4 qt6-svg-dev Qt6 Svg)
+    tavelo_need_package(CLI11 2.1 libcli11-dev CLI11)
+    tavelo_need_package("JSON for C++" 3.11 nlohmann-json3-dev nlohmann_json)
+    find_package(PkgConfig QUIET)
+    if(PKG_CONFIG_FOUND)
+        tavelo_need_module(libusb 1.0.26 libusb-1.0-0-dev libusb-1.0)
+        tavelo_need_module(libudev 252 libudev-dev libudev)
+        tavelo_need_module(libavformat 59.27 libavformat-dev libavformat)
+        tavelo_need_module(libavcodec 59.37 libavcodec-dev libavcodec)
+        tavelo_need_module(libavutil 57.28 libavutil-dev libavutil)
+        tavelo_need_module(libswresample 4.7 libswresample-dev libswresample)
+        tavelo_need_module(libjpeg-turbo 2.1 libjpeg-dev libjpeg)
+        tavelo_need_module(libturbojpeg 2.1 libturbojpeg0-dev libturbojpeg)
+    else()
+        tavelo_miss("pkg-config is needed and was not found (Debian: pkg-config)")
+    endif()
+    # It has no versions.
+    find_library(LIBYUV_LIBRARY yuv)
+    if(NOT LIBYUV_LIBRARY)
+        tavelo_miss("libyuv is needed and was not found (Debian: libyuv-dev)")
+    endif()
+endif()
+tavelo_needs_are_met()
