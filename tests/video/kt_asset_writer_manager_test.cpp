@@ -436,7 +436,7 @@ public:
 
 class CameraFrameRecorderTest : public KTAssetWriterManagerTest {
 protected:
-    CameraFrameRecorderTest() {
+    void SetUp() override {
         recorder_ = std::make_unique<KTAssetWriterManager>(std::make_shared<FakeAssetWriterPlatform>(script_),
                                                            KTAssetWriterManager::madeOfCameraFrames());
     }
