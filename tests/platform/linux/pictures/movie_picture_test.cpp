@@ -115,8 +115,9 @@ Bytes packedFrame(Fourcc format, FrameSize size, bool fullRange) {
     const auto shade = [&](double phase, double span) { return std::uint8_t(128 + span * std::sin(phase)); };
     for (std::uint32_t y = 0; y < size.height; ++y)
         for (std::uint32_t x = 0; x < size.width; ++x) {
+            const std::uint32_t pair = x / 2;
             const std::uint8_t luma = shade(x / 9.0 + y / 5.0, fullRange ? 100 : 80);
-            const std::uint8_t chroma = shade(double(x / 2) / 17.0 - y / 13.0 + x % 2, 30);
+            const std::uint8_t chroma = shade(pair / 17.0 - y / 13.0 + x % 2, 30);
             bytes.push_back(format == fourcc::yuyv ? luma : chroma);
             bytes.push_back(format == fourcc::yuyv ? chroma : luma);
         }
@@ -223,7 +224,7 @@ TEST_F(FrameForAMovie, OddSizeIsAWholePicture) {
     EXPECT_TRUE(converter_.convert(softJpeg(320, 179), forMovie).imageBuffer);
     EXPECT_FALSE(converter_.convert(softJpeg(320, 180), forMovie).imageBuffer);
     converter_.setFormat({fourcc::yuyv, {31, 18}});
-    EXPECT_TRUE(converter_.convert(Bytes(32 * 18 * 2, 128), forMovie).imageBuffer);
+    EXPECT_TRUE(converter_.convert(Bytes(std::size_t(32) * 18 * 2, 128), forMovie).imageBuffer);
 }
 
 TEST_F(FrameForAMovie, OtherSamplingOfChromaIsAWholePicture) {
@@ -231,7 +232,7 @@ TEST_F(FrameForAMovie, OtherSamplingOfChromaIsAWholePicture) {
 }
 
 TEST_F(FrameForAMovie, ColoursThatAMovieDoesNotHaveAreAWholePicture) {
-    const Bytes bytes(32 * 18 * 2, 128);
+    const Bytes bytes(std::size_t(32) * 18 * 2, 128);
     for (const YuvMatrix matrix : {YuvMatrix::bt709, YuvMatrix::bt2020}) {
         converter_.setFormat({fourcc::yuyv, {32, 18}, 0, matrix, false});
         EXPECT_TRUE(converter_.convert(bytes, forMovie).imageBuffer);
