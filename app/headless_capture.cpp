@@ -119,6 +119,7 @@ void HeadlessCapture::begin() {
         view_->mtkView()->screenShotWithFilePathCompletionHandler(options_.file, report);
     } else {
         state_ = State::recording;
+        view_->mtkView()->setNeedsWholePictures(false); // the movie says what it needs
         view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(options_.file, {},
                                                                                       report);
     }

@@ -33,7 +33,8 @@ PanelRecording::PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterP
 
 PanelRecording::~PanelRecording() {
     KTMTKView& view = *view_.mtkView();
-    view.setAssetWriteManager(std::make_shared<KTAssetWriterManager>(assetWriters_));
+    view.setAssetWriteManager(
+        std::make_shared<KTAssetWriterManager>(assetWriters_, KTAssetWriterManager::madeOfCameraFrames()));
     view.renderQueue().sync([] {}); // the view has let go of the recorder
     recorder_.reset();              // waits for the movie, whose handler uses this object
 }

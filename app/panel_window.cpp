@@ -26,7 +26,8 @@ PanelWindow::PanelWindow(const PanelWindowParts& parts)
       allControls_(panel_, parts.panel.bundle, parts.catalog, window_) {
     windowController_.windowDidLoad();
     if (KTDisplayView* display = panel_.displayView()) {
-        display->mtkView()->setAssetWriteManager(std::make_shared<KTAssetWriterManager>(parts.assetWriters));
+        display->mtkView()->setAssetWriteManager(std::make_shared<KTAssetWriterManager>(
+            parts.assetWriters, KTAssetWriterManager::madeOfCameraFrames()));
         display->mtkView()->setDiagnostics(parts.diagnostics);
     }
     delegate_.applicationDidFinishLaunching();

@@ -20,8 +20,13 @@ public:
 
     void recordPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& pixelBuffer,
                                                const MediaTime& presentationTime) override;
+    void recordCameraFrameWithPresentationTime(const std::shared_ptr<const CameraFrame>& frame,
+                                               Mirroring mirroring,
+                                               const MediaTime& presentationTime) override;
 
 private:
+    bool isOver(const MediaTime& time);
+
     const std::optional<std::chrono::duration<double>> duration_;
     std::optional<double> begin_; // the first frame's time, in seconds of the capture clock
     double last_ = 0;             // the last frame's time, likewise

@@ -48,7 +48,11 @@ ViewController::~ViewController() {
 void ViewController::viewDidLoad() {
     profileIndex_ = -1;
     uvcManager_.initProberWithBusProberScopeProberDelegate(videoScope, this);
-    ownedView_ = std::make_unique<PanelView>(bundle_, KTDisplayView::create(QRect(), capture_, renderer_));
+    auto display = KTDisplayView::create(QRect(), capture_, renderer_);
+    // The camera starts while the widgets are made, which takes nearly as long: they read the fonts.
+    listCameras();
+    if (display && !devicesArray_.empty()) display->showDevice(devicesArray_.front());
+    ownedView_ = std::make_unique<PanelView>(bundle_, std::move(display));
     view_ = ownedView_.get();
     connectActions();
     view_->installEventFilter(this);

@@ -181,6 +181,7 @@ private:
     void captureDeviceWasConnected(const std::shared_ptr<CaptureDevice>& device) override;
     void captureDeviceWasDisconnected(const std::shared_ptr<CaptureDevice>& device) override;
     void connectActions();
+    void listCameras();
 
     std::optional<std::size_t> indexOf(const std::shared_ptr<CaptureDevice>& device) const;
     std::optional<std::size_t> shownIndex() const;

@@ -19,11 +19,15 @@ constexpr auto settleTime = 100ms;
 
 } // namespace
 
-void ViewController::readVideoDevice() {
+void ViewController::listCameras() {
     devicesArray_.clear();
     std::ranges::copy_if(
         capture_.devicesWithMediaType(MediaType::video), std::back_inserter(devicesArray_),
         [this](const auto& device) { return uvcManager_.uniqueIDIsCorrect(device->uniqueID()); });
+}
+
+void ViewController::readVideoDevice() {
+    listCameras();
     if (devicesArray_.empty()) {
         setCameraControlViewEnable(false);
         return;
@@ -53,7 +57,9 @@ void ViewController::switchCameraWithIndex(std::size_t index) {
     releasedCamera_.reset();
     showCameraButtons(index);
     const std::shared_ptr<CaptureDevice> device = devicesArray_[index];
-    if (displayView() != nullptr) displayView()->showDevice(device);
+    const bool isStarted =
+        !observing_ && displayView() != nullptr && displayView()->captureDevice() == device;
+    if (displayView() != nullptr && !isStarted) displayView()->showDevice(device);
     Q_EMIT shownCameraChanged();
     // Only at the start nothing is bound that could be taken for the new camera's controls meanwhile.
     if (bindsFirstCameraLater_ && !observing_) {

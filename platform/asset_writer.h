@@ -65,7 +65,8 @@ public:
     virtual bool isReadyForMoreMediaData() const = 0;
 
     /// Takes a picture or sound, depending on the input's type.  Pixels are copied before it returns; sound
-    /// is shared and must not change any more.  Samples before the session's start are not written.
+    /// is shared and must not change any more.  Samples before the session's start are not written.  Instead
+    /// of a picture a sample may have a camera frame with a movie's picture, of the movie's size.
     /// @return false if the sample cannot be written; the writer has then failed and its error() says why.  A
     /// picture that is not later than the one before cannot be written, nor any sample while the input is not
     /// ready.  After a failure nothing more can be written.
@@ -96,6 +97,12 @@ public:
     bool appendPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& pixelBuffer,
                                                const MediaTime& presentationTime) {
         return input_->appendSampleBuffer({pixelBuffer, presentationTime, nullptr});
+    }
+
+    /// The frame must have a movie's picture, of the attributes' size.
+    bool appendCameraFrameWithPresentationTime(const std::shared_ptr<const CameraFrame>& frame,
+                                               Mirroring mirroring, const MediaTime& presentationTime) {
+        return input_->appendSampleBuffer({nullptr, presentationTime, nullptr, frame, nullptr, mirroring});
     }
 
 private:

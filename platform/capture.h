@@ -33,8 +33,10 @@ struct SampleBuffer {
     // Instead of the whole picture, if the receiver does not want it (PictureDemand).
 
     std::shared_ptr<const CameraFrame> cameraFrame{};
-    /// The whole picture at a half or a quarter of its size, which is large enough to be shown.
+    /// The picture that is shown: at a half or a quarter of its size, if that is large enough.
     std::shared_ptr<PixelBuffer> reducedBuffer{};
+    /// How a movie's picture of cameraFrame is mirrored.
+    Mirroring mirroring{};
 
     /// Nothing if the sample is empty.
     std::optional<MediaType> mediaType() const {

@@ -30,6 +30,12 @@ std::filesystem::path documentsFolder() {
 
 } // namespace
 
+KTAssetWriterManager::Options KTAssetWriterManager::madeOfCameraFrames() {
+    Options options;
+    options.takesCameraFrames = true;
+    return options;
+}
+
 KTAssetWriterManager::KTAssetWriterManager() : KTAssetWriterManager(nullptr) {}
 
 KTAssetWriterManager::KTAssetWriterManager(std::shared_ptr<AssetWriterPlatform> platform)
@@ -124,11 +130,28 @@ bool KTAssetWriterManager::startSessionOnce(const MediaTime& time) {
 
 void KTAssetWriterManager::recordPixelBufferWithPresentationTime(
     const std::shared_ptr<PixelBuffer>& pixelBuffer, const MediaTime& presentationTime) {
-    if (!recording_ || !movie_ || presentationTime.value == 0) return;
-    if (!startSessionOnce(presentationTime)) return;
-    if (moviePixelBufferAdaptor_->assetWriterInput()->isReadyForMoreMediaData() &&
+    if (mayAppend(presentationTime) &&
         !moviePixelBufferAdaptor_->appendPixelBufferWithPresentationTime(pixelBuffer, presentationTime))
         stopRecord();
+}
+
+bool KTAssetWriterManager::takesCameraFrames(std::size_t width, std::size_t height) const {
+    if (!options_.takesCameraFrames || !moviePixelBufferAdaptor_) return false;
+    const auto& movie = moviePixelBufferAdaptor_->sourcePixelBufferAttributes();
+    return movie.width == width && movie.height == height;
+}
+
+void KTAssetWriterManager::recordCameraFrameWithPresentationTime(
+    const std::shared_ptr<const CameraFrame>& frame, Mirroring mirroring, const MediaTime& presentationTime) {
+    if (mayAppend(presentationTime) &&
+        !moviePixelBufferAdaptor_->appendCameraFrameWithPresentationTime(frame, mirroring, presentationTime))
+        stopRecord();
+}
+
+// Starts the writer with the first frame.
+bool KTAssetWriterManager::mayAppend(const MediaTime& time) {
+    return recording_ && movie_ && time.value != 0 && startSessionOnce(time) &&
+           moviePixelBufferAdaptor_->assetWriterInput()->isReadyForMoreMediaData();
 }
 
 void KTAssetWriterManager::recordPixelBuffer(const std::shared_ptr<PixelBuffer>& pixelBuffer) {

@@ -40,7 +40,13 @@ public:
         std::function<Clock::time_point()> now = [] { return Clock::now(); };
         /// The user's documents folder; empty (the default) means the desktop's.
         std::filesystem::path documents;
+        /// Whether movies are made of camera frames, if these have a movie's picture.  False: of whole
+        /// pictures, which recordPixelBufferWithPresentationTime() then gets for every frame.
+        bool takesCameraFrames = false;
     };
+
+    /// Options of the recorders that the programs use.
+    static Options madeOfCameraFrames();
 
     /// Without a platform every start fails.
     KTAssetWriterManager();
@@ -69,6 +75,14 @@ public:
     /// Appends a frame; the movie's time starts with the first one.  Ignored while idle, and if the time's
     /// value is 0.  Dropped if the writer is busy.  The pixels may be overwritten after the call.
     virtual void recordPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& pixelBuffer,
+                                                       const MediaTime& presentationTime);
+
+    /// Whether camera frames of this size may be given instead of pictures.
+    bool takesCameraFrames(std::size_t width, std::size_t height) const;
+
+    /// The same for a camera frame with a movie's picture, of a size that is taken.
+    virtual void recordCameraFrameWithPresentationTime(const std::shared_ptr<const CameraFrame>& frame,
+                                                       Mirroring mirroring,
                                                        const MediaTime& presentationTime);
 
     /// Appends a frame with a timestamp from the wall clock, in 1/600 s since the start.  Timestamps are
@@ -129,6 +143,7 @@ private:
     void makeAudioInput(const std::optional<AudioSettings>& settings);
     void begin(std::int64_t currentFrame);
     bool startSessionOnce(const MediaTime& time);
+    bool mayAppend(const MediaTime& time);
     void movieDidFinish(Movie& movie, const AssetWriter& writer);
 
     const std::shared_ptr<AssetWriterPlatform> platform_;

@@ -117,13 +117,17 @@ void KTMTKView::mtkViewDrawableSizeWillChange(double width, double height) {
 }
 
 QImage KTMTKView::grabPicture() {
+    const ViewportSize before = viewportSize();
+    if (before.width == 0 || before.height == 0) updateDrawableSize(); // was never on a screen
     QImage image;
     renderQueue_->sync([&] {
-        const auto corrected = shownPictures().correctPixelBuffer;
+        const auto corrected = currentPicture();
         const ViewportSize viewport = viewportSize();
         if (!corrected || viewport.width == 0 || viewport.height == 0) return;
         image = QImage(int(viewport.width), int(viewport.height), QImage::Format_RGB32);
-        const FloatMatrix matrix = getRenderModelViewMatrixBuffer();
+        const ViewportSize frame = frameSize();
+        const FloatMatrix matrix = getMetalMatrixFromCAMatrix(
+            modelViewTransform(videoGravity_, frame.width, frame.height, viewport));
         const auto lock = corrected->lock();
         BilinearScaler().draw(
             {corrected->baseAddress(), corrected->width(), corrected->height(), corrected->bytesPerRow()},

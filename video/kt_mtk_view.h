@@ -70,8 +70,8 @@ public:
     void drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                              const MediaTime& time);
 
-    /// Which pictures the view needs of the next frames: as large as it is shown, whole ones during a
-    /// recording.
+    /// What the view needs of the next frames: pictures as large as it is shown; for a movie camera frames,
+    /// or whole pictures if the recorder takes no frames.
     PictureDemand demand() const;
 
     /// Whether it needs whole pictures in any case.  A frame that nobody looks at is not decoded, so a
@@ -101,8 +101,8 @@ public:
     /// those whose draw failed.
     std::uint64_t drawnFrames() const { return drawnFrames_; }
 
-    /// The view's current picture in the viewport's size; null before the first frame.  Waits for the render
-    /// queue.
+    /// The view's current picture in the viewport's size, shown or not; null before the first frame.  Waits
+    /// for the render queue.  Main thread.
     QImage grabPicture();
 
     // Settings
@@ -221,15 +221,15 @@ private:
     // On the render queue
     bool makeWhole();
     bool drawKeptFrame(const CameraFrame& frame);
-    /// @return the picture, or null if it is not as large as the frame
-    static std::shared_ptr<PixelBuffer> ofSize(std::shared_ptr<PixelBuffer> picture,
-                                               const CameraFrame& frame);
     void makeWholePicturesFor(const CameraFrame& frame);
     void makeBlack();
     std::shared_ptr<PixelBuffer> wholePicture();
+    std::shared_ptr<PixelBuffer> currentPicture();
     bool correctWaiting();
     void didShow(Shown shown);
     bool makeCurrent();
+    SampleBuffer toRecord();
+    void record(const SampleBuffer& sample);
     void drawWaitingFrame();
     bool drawInMTKView();
     bool correctionPass(const Pictures& pictures);
@@ -239,6 +239,7 @@ private:
     void allowNextFrame();
     bool mayPresent();
     void noteRecording();
+    bool hasFrame() const;
     Pictures pictures() const;
     Pictures shownPictures() const;
 
@@ -251,8 +252,9 @@ private:
     std::atomic<bool> shouldFlipVertical_ = false;
     std::atomic<VideoGravity> videoGravity_ = VideoGravity::resizeAspect;
     std::atomic<std::uint64_t> drawnFrames_ = 0;
-    std::atomic<int> failures_ = 0;             // of OpenGL, without enough good draws in between
-    std::atomic<bool> keepsEveryFrame_ = false; // during a recording
+    std::atomic<int> failures_ = 0;                 // of OpenGL, without enough good draws in between
+    std::atomic<bool> keepsEveryFrame_ = false;     // during a recording
+    std::atomic<bool> recordsCameraFrames_ = false; // during one that needs no whole pictures
     std::atomic<bool> drawable_ = false;
     std::atomic<bool> needsWholePictures_ = false;
 

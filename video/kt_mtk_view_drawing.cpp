@@ -75,11 +75,11 @@ bool KTMTKView::drawInMTKView() {
         return false;
     }
     const bool corrected = correctWaiting();
-    std::shared_ptr<PixelBuffer> recorded;
-    if (corrected && assetWriteManager_->isRecording()) recorded = wholePicture();
+    const SampleBuffer recorded =
+        corrected && assetWriteManager_->isRecording() ? toRecord() : SampleBuffer();
     allowNextFrame();
     if (mayPresent()) displayPass();
-    if (recorded) assetWriteManager_->recordPixelBufferWithPresentationTime(recorded, presentationTime());
+    record(recorded);
     noteRecording();
     return corrected;
 }
@@ -106,7 +106,7 @@ void KTMTKView::didShow(Shown shown) {
     shown_ = shown;
     if (shown == Shown::whole)
         std::swap(released, reduced_);
-    else if (whole_ == Whole::kept && !keepsEveryFrame_)
+    else if (whole_ == Whole::kept && (!keepsEveryFrame_ || recordsCameraFrames_))
         std::swap(released, pictures_);
 }
 
@@ -127,10 +127,6 @@ bool KTMTKView::mayPresent() {
     }
     skippedPictures_ = 0;
     return true;
-}
-
-void KTMTKView::noteRecording() {
-    keepsEveryFrame_ = assetWriteManager_->isRecording();
 }
 
 bool KTMTKView::correctionPass(const Pictures& pictures) {

@@ -65,7 +65,8 @@ void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
 
 PictureDemand KTMTKView::demand() const {
     PictureDemand demand;
-    demand.whole = keepsEveryFrame_ || needsWholePictures_;
+    demand.forMovie = recordsCameraFrames_;
+    demand.whole = needsWholePictures_ || (keepsEveryFrame_ && !demand.forMovie);
     if (!drawable_) return demand;
     const ViewportSize viewport = viewportSize();
     const ViewportSize frame = frameSize();

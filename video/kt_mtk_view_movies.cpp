@@ -10,8 +10,7 @@ void KTMTKView::screenShotWithFilePathCompletionHandler(const std::string& fileP
                                                         SnapshotHandler handler) {
     renderQueue_->async([this, filePath, handler = std::move(handler)] {
         const auto frame = wholePicture();
-        const bool cannotBeMade = keptFrame() != nullptr;
-        if (!frame && !cannotBeMade) return;
+        if (!frame && !hasFrame()) return;
         const std::optional<Error> error =
             frame ? writeSnapshot(*frame, filePath) : Error{ErrorCode::none, snapshotSteps().front().failure};
         if (handler) handler(!error, error.value_or(Error()));
@@ -24,10 +23,10 @@ void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
     renderQueue_->async(
         [this, filePath, audioOutputSettings, completionHandler = std::move(completionHandler)] {
             auto frame = wholePicture();
-            // Of a damaged frame only the size matters here: the movie begins with the next one.
-            if (const auto kept = keptFrame(); !frame && kept)
-                frame = ofSize(pictures().correctPixelBuffer, *kept);
-            if (!frame) {
+            // Of a frame that cannot be made only the size matters here: the movie begins with the next one.
+            if (!frame && hasFrame()) frame = pictures().correctPixelBuffer;
+            const ViewportSize size = frameSize();
+            if (!frame || frame->width() != size.width || frame->height() != size.height) {
                 completionHandler(false, {ErrorCode::none, "Not rending"});
                 return;
             }
@@ -35,6 +34,36 @@ void KTMTKView::startRecordWithFilePathAudioOutputSettingsCompletionHandler(
                 frame, filePath, audioOutputSettings, completionHandler);
             noteRecording();
         });
+}
+
+// The camera's frame if the recorder takes that, or the whole picture; empty if there is none.
+SampleBuffer KTMTKView::toRecord() {
+    SampleBuffer sample{nullptr, presentationTime()};
+    const auto kept = keptFrame();
+    if (!kept || !kept->hasMoviePicture() ||
+        !assetWriteManager_->takesCameraFrames(kept->width(), kept->height())) {
+        sample.imageBuffer = wholePicture();
+        return sample;
+    }
+    sample.cameraFrame = kept;
+    const std::lock_guard lock(stateMutex_);
+    sample.mirroring = {correction_.shouldFlipHorizontal != 0, correction_.shouldFlipVertical != 0};
+    return sample;
+}
+
+void KTMTKView::record(const SampleBuffer& sample) {
+    const MediaTime& time = sample.presentationTimeStamp;
+    if (sample.cameraFrame)
+        assetWriteManager_->recordCameraFrameWithPresentationTime(sample.cameraFrame, sample.mirroring, time);
+    else if (sample.imageBuffer)
+        assetWriteManager_->recordPixelBufferWithPresentationTime(sample.imageBuffer, time);
+}
+
+void KTMTKView::noteRecording() {
+    const ViewportSize frame = frameSize();
+    keepsEveryFrame_ = assetWriteManager_->isRecording();
+    recordsCameraFrames_ =
+        keepsEveryFrame_ && assetWriteManager_->takesCameraFrames(frame.width, frame.height);
 }
 
 void KTMTKView::stopRecord() {

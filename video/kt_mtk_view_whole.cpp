@@ -34,14 +34,15 @@ void KTMTKView::makeWholeUnlessDrawn() {
     renderQueue_->sync([this] { wholePicture(); });
 }
 
-/// @return null if there is none, or if it cannot be made: a damaged frame shows only now
+/// @return null if there is none, or if it cannot be made: a damaged frame shows only now, and OpenGL may
+///     fail
 std::shared_ptr<PixelBuffer> KTMTKView::wholePicture() {
     const auto state = [this] {
         const std::lock_guard lock(stateMutex_);
         return whole_;
     };
     if (state() != Whole::corrected && makeCurrent()) makeWhole();
-    return state() != Whole::kept ? pictures().correctPixelBuffer : nullptr;
+    return state() == Whole::corrected ? pictures().correctPixelBuffer : nullptr;
 }
 
 /// @return whether the whole corrected picture is now that of the last frame
@@ -55,17 +56,27 @@ bool KTMTKView::makeWhole() {
     return true;
 }
 
-std::shared_ptr<PixelBuffer> KTMTKView::ofSize(std::shared_ptr<PixelBuffer> picture,
-                                               const CameraFrame& frame) {
-    if (picture && (picture->width() != frame.width() || picture->height() != frame.height()))
-        picture.reset();
-    return picture;
+// Of a frame that nobody looked at, the whole one.
+std::shared_ptr<PixelBuffer> KTMTKView::currentPicture() {
+    {
+        const std::lock_guard lock(stateMutex_);
+        if (waiting_ != Shown::nothing)
+            return (shown_ == Shown::reduced ? reduced_ : pictures_).correctPixelBuffer;
+    }
+    return wholePicture();
+}
+
+// Drawn or not: a frame that cannot be made is one, too.
+bool KTMTKView::hasFrame() const {
+    const std::lock_guard lock(stateMutex_);
+    return cameraFrame_ || pictures_.pixelBuffer;
 }
 
 bool KTMTKView::drawKeptFrame(const CameraFrame& frame) {
     makeWholePicturesFor(frame);
-    const auto destination = ofSize(pictures().pixelBuffer, frame);
-    if (!destination) return false;
+    const auto destination = pictures().pixelBuffer;
+    if (!destination || destination->width() != frame.width() || destination->height() != frame.height())
+        return false;
     const auto lock = destination->lock();
     return frame.draw(*destination);
 }

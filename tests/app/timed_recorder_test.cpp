@@ -46,6 +46,25 @@ TEST_F(TimedRecorderTest, RecordsTheFramesWithinItsDuration) {
     EXPECT_EQ(appended(), 60);
 }
 
+/// A camera frame, of which only the size counts here.
+class SizedFrame final : public CameraFrame {
+public:
+    std::size_t width() const override { return 2; }
+    std::size_t height() const override { return 2; }
+    bool draw(const PixelBuffer&) const override { return false; }
+};
+
+TEST_F(TimedRecorderTest, CameraFramesCountLikePictures) {
+    const auto recorder = this->recorder(2s);
+    EXPECT_TRUE(recorder->takesCameraFrames(2, 2));
+    const auto frame = std::make_shared<SizedFrame>();
+    for (int number = 0; number < 100 && recorder->isRecording(); ++number)
+        recorder->recordCameraFrameWithPresentationTime(
+            frame, {}, MediaTime::fromNanoseconds(5s + number * 33'333'333ns));
+    EXPECT_FALSE(recorder->isRecording());
+    EXPECT_EQ(appended(), 60);
+}
+
 TEST_F(TimedRecorderTest, UnevenFramesChangeTheCountButNotTheDuration) {
     const auto recorder = this->recorder(1s);
     for (const auto time : {100ms, 110ms, 500ms, 600ms, 1040ms, 1200ms})

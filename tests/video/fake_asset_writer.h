@@ -54,7 +54,11 @@ public:
     bool expectsMediaDataInRealTime() const override { return realTime_; }
     bool isReadyForMoreMediaData() const override { return script_.ready; }
     bool appendSampleBuffer(const SampleBuffer& sample) override {
-        script_.add(name() + " append " + std::to_string(sample.presentationTimeStamp.value) + "/" +
+        std::string what = " append ";
+        if (sample.cameraFrame) what += "frame ";
+        if (sample.mirroring.horizontal) what += "mirrored ";
+        if (sample.mirroring.vertical) what += "upside down ";
+        script_.add(name() + what + std::to_string(sample.presentationTimeStamp.value) + "/" +
                     std::to_string(sample.presentationTimeStamp.timescale));
         return !script_.refuseSamples;
     }

@@ -28,8 +28,9 @@ public:
     std::atomic<bool> refuseCameraFrame = false;
     std::atomic<bool> refuseCorrectedFrame = false;
     std::atomic<bool> drawable = true;
-    std::atomic<bool> lost = false;  ///< making a context current fails
-    std::atomic<bool> hangs = false; ///< the correction never finishes
+    std::atomic<bool> lost = false;                ///< making a context current fails
+    std::atomic<bool> hangs = false;               ///< the correction never finishes
+    std::atomic<std::uint32_t> hangsOnColumns = 0; ///< that of pictures with so many groups in a row
     std::atomic<std::uint8_t> lastFlipHorizontal = 0;
     std::atomic<std::uint8_t> lastFlipVertical = 0;
 
@@ -61,7 +62,7 @@ public:
         log_.lastFlipHorizontal = parameters.shouldFlipHorizontal;
         log_.lastFlipVertical = parameters.shouldFlipVertical;
         log_.add("correct " + std::to_string(groupCount.width) + "x" + std::to_string(groupCount.height));
-        return !log_.hangs;
+        return !log_.hangs && groupCount.width != log_.hangsOnColumns;
     }
 
     void display(FrameTexture* corrected, ViewportSize, const FloatMatrix&) override {

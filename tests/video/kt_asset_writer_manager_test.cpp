@@ -425,5 +425,69 @@ TEST_F(KTAssetWriterManagerTest, SampleOfAnotherTypeAndSamplesWhileIdleAreIgnore
     EXPECT_TRUE(recorder_->isFirstSample());
 }
 
+// Camera frames
+
+class AnyFrame final : public CameraFrame {
+public:
+    std::size_t width() const override { return 1280; }
+    std::size_t height() const override { return 720; }
+    bool draw(const PixelBuffer&) const override { return false; }
+};
+
+class CameraFrameRecorderTest : public KTAssetWriterManagerTest {
+protected:
+    void SetUp() override {
+        recorder_ = std::make_unique<KTAssetWriterManager>(std::make_shared<FakeAssetWriterPlatform>(script_),
+                                                           KTAssetWriterManager::madeOfCameraFrames());
+    }
+    void recordFrame(std::int64_t time) {
+        recorder_->recordCameraFrameWithPresentationTime(std::make_shared<AnyFrame>(), {true, false},
+                                                         at(time));
+    }
+};
+
+TEST_F(CameraFrameRecorderTest, TakesFramesOfTheMoviesSize) {
+    EXPECT_FALSE(recorder_->takesCameraFrames(1280, 720)); // there is no movie yet
+    start();
+    EXPECT_TRUE(recorder_->takesCameraFrames(1280, 720));
+    EXPECT_FALSE(recorder_->takesCameraFrames(1280, 721));
+    EXPECT_FALSE(recorder_->takesCameraFrames(1281, 720));
+}
+
+TEST_F(CameraFrameRecorderTest, FirstFrameStartsTheWriterAndTheSession) {
+    startAndForget();
+    recordFrame(5);
+    recordFrame(6);
+    EXPECT_THAT(script_.take(),
+                ElementsAre("start", "session 5/1000000000", "video append frame mirrored 5/1000000000",
+                            "video append frame mirrored 6/1000000000"));
+}
+
+TEST_F(CameraFrameRecorderTest, FrameIsIgnoredWhileIdleAndAtTimeZeroAndDroppedWhileTheWriterIsBusy) {
+    recordFrame(5);
+    startAndForget();
+    recordFrame(0);
+    EXPECT_THAT(script_.take(), IsEmpty());
+    recordFrame(5);
+    script_.take();
+    script_.ready = false;
+    recordFrame(6);
+    EXPECT_THAT(script_.take(), IsEmpty());
+    EXPECT_TRUE(recorder_->isRecording());
+}
+
+TEST_F(CameraFrameRecorderTest, RefusedFrameEndsTheRecordingWithTheWritersError) {
+    startAndForget();
+    script_.refuseSamples = true;
+    recordFrame(5);
+    EXPECT_FALSE(recorder_->isRecording());
+    EXPECT_THAT(ended_, ElementsAre(Pair(false, "the writer's error")));
+}
+
+TEST_F(KTAssetWriterManagerTest, TakesNoCameraFramesIfNobodySaysSo) {
+    start();
+    EXPECT_FALSE(recorder_->takesCameraFrames(1280, 720));
+}
+
 } // namespace
 } // namespace tavelo::testing

@@ -139,8 +139,7 @@ bool FfmpegAssetWriter::append(MediaType type, const SampleBuffer& sample) {
     if (!sessionStart_ || time.timescale <= 0)
         return fail(movieError(ErrorCode::invalid, "a sample has no place on the movie's time line"));
     if (!isReady(type)) return fail(movieError(ErrorCode::busy, "a sample came while none could be taken"));
-    return type == MediaType::video ? appendPicture(sample.imageBuffer.get(), time)
-                                    : appendSound(sample.audioBuffer, time);
+    return type == MediaType::video ? appendPicture(sample) : appendSound(sample.audioBuffer, time);
 }
 
 bool FfmpegAssetWriter::acceptsTime(const MediaTime& time) {
@@ -149,19 +148,23 @@ bool FfmpegAssetWriter::acceptsTime(const MediaTime& time) {
     return true;
 }
 
-bool FfmpegAssetWriter::appendPicture(const PixelBuffer* picture, const MediaTime& time) {
+bool FfmpegAssetWriter::drawInto(AVFrame& frame, const SampleBuffer& sample) {
+    if (const PixelBuffer* picture = sample.imageBuffer.get()) {
+        const auto lock = picture->lock();
+        return converter_->convert(*picture, frame);
+    }
+    return sample.cameraFrame && converter_->draw(*sample.cameraFrame, sample.mirroring, frame);
+}
+
+bool FfmpegAssetWriter::appendPicture(const SampleBuffer& sample) {
+    const MediaTime& time = sample.presentationTimeStamp;
     if (!acceptsTime(time))
         return fail(movieError(ErrorCode::invalid, "a frame is not later than the one before it"));
     const std::int64_t ticks = ticksOf(time) - ticksOf(*sessionStart_);
     if (ticks < 0) return true;
     AVFrame* frame = frames_.take();
     if (frame == nullptr) return fail(ffmpegError(AVERROR(ENOMEM), "a frame cannot be taken"));
-    bool converted = false;
-    if (picture != nullptr) {
-        const auto lock = picture->lock();
-        converted = converter_->convert(*picture, *frame);
-    }
-    if (!converted) {
+    if (!drawInto(*frame, sample)) {
         frames_.giveBack(frame);
         return fail(movieError(ErrorCode::invalid, "a frame has a format that cannot be recorded"));
     }

@@ -19,9 +19,9 @@
 
 namespace tavelo {
 
-/// Pictures are converted on the thread that appends them (the conversion is the copy, and takes about as
-/// long as one).  They are encoded and written on the writer's own thread, where the encoders are also
-/// opened.  Eight pictures may wait in between.
+/// Pictures are converted, or drawn by their camera frames, on the thread that appends them (that is the
+/// copy, and takes about as long as one).  They are encoded and written on the writer's own thread, where the
+/// encoders are also opened.  Eight pictures may wait in between.
 class FfmpegAssetWriter final : public AssetWriter, private MovieSampleTaker {
 public:
     /// @param diagnostics must outlive the writer
@@ -45,7 +45,8 @@ private:
     bool append(MediaType type, const SampleBuffer& sample) override;
 
     bool prepareFrames();
-    bool appendPicture(const PixelBuffer* picture, const MediaTime& time);
+    bool appendPicture(const SampleBuffer& sample);
+    bool drawInto(AVFrame& frame, const SampleBuffer& sample);
     bool appendSound(const std::shared_ptr<const AudioBuffer>& sound, const MediaTime& time);
     bool acceptsTime(const MediaTime& time);
     bool fail(const Error& error);

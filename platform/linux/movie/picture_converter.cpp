@@ -54,6 +54,16 @@ bool PictureConverter::convert(const PixelBuffer& picture, AVFrame& frame) {
                               frame.linesize[1], width_, height_) == 0;
 }
 
+bool PictureConverter::draw(const CameraFrame& camera, Mirroring mirroring, AVFrame& frame) const {
+    const auto width = std::size_t(width_);
+    const auto height = std::size_t(height_);
+    if (!camera.hasMoviePicture() || camera.width() != width || camera.height() != height) return false;
+    camera.drawForMovie({{frame.data[0], width, height, std::size_t(frame.linesize[0])},
+                         {frame.data[1], width / 2, height / 2, std::size_t(frame.linesize[1])}},
+                        mirroring);
+    return true;
+}
+
 bool PictureConverter::scale(const PixelBuffer& picture) {
     scaled_.resize(std::size_t(width_) * std::size_t(height_) * bytesPerPixel);
     const Area area =

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/camera_frame.h"
 #include "platform/linux/movie/ffmpeg_handles.h"
 #include "platform/pixel_buffer.h"
 
@@ -16,6 +17,10 @@ namespace tavelo {
 class PictureConverter {
 public:
     PictureConverter(int width, int height) : width_(width), height_(height) {}
+
+    /// Lets a camera frame draw its own picture for a movie.
+    /// @return false for a frame that has none, or one of another size
+    bool draw(const CameraFrame& camera, Mirroring mirroring, AVFrame& frame) const;
 
     /// @param picture must be locked
     /// @param frame of the converter's size

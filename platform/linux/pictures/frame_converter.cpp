@@ -103,18 +103,20 @@ SampleBuffer FrameConverter::convert(std::span<const std::uint8_t> bytes, const 
     if (!size) return {};
     const bool shown = demand.shownWidth > 0 && demand.shownHeight > 0;
     const unsigned reduction = shown ? reductionFor(format_.format, *size, demand) : 1;
+    const bool forMovie = demand.forMovie && canKeepForMovie(*size);
     SampleBuffer made;
-    if (demand.whole || (shown && reduction == 1)) {
+    if (demand.whole || (!forMovie && (demand.forMovie || (shown && reduction == 1)))) {
         made.imageBuffer = makeWhole(bytes, *size);
         if (made.imageBuffer && reduction > 1)
             made.reducedBuffer = reduce(*made.imageBuffer, *size, reduction);
         return made;
     }
     pool_.clear();
-    const bool unchanged = lastKept_ && lastKept_->isOf(format_, bytes);
+    const bool unchanged =
+        lastKept_ && (!forMovie || lastKept_->hasMoviePicture()) && lastKept_->isOf(format_, bytes);
     if (!unchanged) {
         lastReduced_.reset();
-        lastKept_ = kept_.keep(format_, *size, bytes);
+        lastKept_ = keep(bytes, *size, forMovie);
         if (!lastKept_) return {};
     }
     made.cameraFrame = lastKept_;
@@ -125,6 +127,20 @@ SampleBuffer FrameConverter::convert(std::span<const std::uint8_t> bytes, const 
     if (!lastReduced_) return {};
     made.reducedBuffer = lastReduced_;
     return made;
+}
+
+bool FrameConverter::canKeepForMovie(FrameSize size) const {
+    if (format_.format != fourcc::mjpeg) return hasMoviePicture(format_);
+    return jpeg_.hasPlanes() && size.width % 2 == 0 && size.height % 2 == 0;
+}
+
+/// @return null if the frame must be dropped
+std::shared_ptr<const KeptFrame> FrameConverter::keep(std::span<const std::uint8_t> bytes, FrameSize size,
+                                                      bool forMovie) {
+    KeptFramePool::DecodePlanes decode;
+    if (forMovie && format_.format == fourcc::mjpeg)
+        decode = [this](PlanarPicture& planes) { return jpeg_.decode(planes); };
+    return kept_.keep(format_, size, bytes, decode);
 }
 
 std::shared_ptr<PixelBuffer> FrameConverter::makeWhole(std::span<const std::uint8_t> bytes, FrameSize size) {
@@ -140,9 +156,17 @@ std::shared_ptr<PixelBuffer> FrameConverter::makeReduced(std::span<const std::ui
     auto picture = reducedPool_.take(PixelFormat::bgra32, reduced.width, reduced.height);
     if (!picture) return nullptr;
     const auto lock = picture->lock();
-    const bool done = format_.format == fourcc::mjpeg ? jpeg_.decode(*picture, reduction)
-                                                      : halver_.halve(format_, bytes.data(), *picture);
-    return done ? picture : nullptr;
+    return drawReduced(bytes, *picture, reduction) ? picture : nullptr;
+}
+
+bool FrameConverter::drawReduced(std::span<const std::uint8_t> bytes, const PixelBuffer& destination,
+                                 unsigned reduction) {
+    if (format_.format == fourcc::mjpeg) {
+        return lastKept_->hasMoviePicture() ? planarReducer_.draw(lastKept_->planes(), destination, reduction)
+                                            : jpeg_.decode(destination, reduction);
+    }
+    return reduction == 1 ? convertRaw(bytes.data(), destination)
+                          : halver_.halve(format_, bytes.data(), destination);
 }
 
 // The whole picture is wanted anyway, so it is not decoded twice.

@@ -15,6 +15,7 @@
 #include "platform/linux/pictures/kept_frame.h"
 #include "platform/linux/pictures/mjpeg_decoder.h"
 #include "platform/linux/pictures/picture_reduction.h"
+#include "platform/linux/pictures/planar_picture.h"
 
 namespace tavelo {
 
@@ -31,7 +32,8 @@ public:
     std::shared_ptr<PixelBuffer> convert(std::span<const std::uint8_t> bytes);
 
     /// Makes the pictures that are wanted, and keeps the frame's bytes if that is not the whole one.  A
-    /// picture that is shown larger than half its size is made as a whole.
+    /// picture that is shown larger than half its size is made as a whole, unless it is for a movie: then
+    /// what is shown comes from the same planes as the movie's picture.
     /// For a frame that is the same as the one before it makes nothing, but gives the same objects again.
     /// @return empty if the frame must be dropped; without a time
     SampleBuffer convert(std::span<const std::uint8_t> bytes, const PictureDemand& demand);
@@ -42,9 +44,12 @@ public:
 private:
     std::optional<FrameSize> begin(std::span<const std::uint8_t> bytes);
     bool draw(std::span<const std::uint8_t> bytes, const PixelBuffer& destination);
+    bool canKeepForMovie(FrameSize size) const;
+    std::shared_ptr<const KeptFrame> keep(std::span<const std::uint8_t> bytes, FrameSize size, bool forMovie);
     std::shared_ptr<PixelBuffer> makeWhole(std::span<const std::uint8_t> bytes, FrameSize size);
     std::shared_ptr<PixelBuffer> makeReduced(std::span<const std::uint8_t> bytes, FrameSize size,
                                              unsigned reduction);
+    bool drawReduced(std::span<const std::uint8_t> bytes, const PixelBuffer& destination, unsigned reduction);
     std::shared_ptr<PixelBuffer> reduce(const PixelBuffer& whole, FrameSize size, unsigned reduction);
     bool convertRaw(const std::uint8_t* bytes, const PixelBuffer& destination);
     int convertPacked(const std::uint8_t* bytes, const PixelBuffer& destination);
@@ -59,6 +64,7 @@ private:
     std::shared_ptr<PixelBuffer> lastReduced_; // of lastKept_
     MjpegDecoder jpeg_;
     PictureHalver halver_;
+    PlanarReducer planarReducer_;
 };
 
 } // namespace tavelo

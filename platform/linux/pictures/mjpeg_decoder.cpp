@@ -14,6 +14,7 @@ namespace tavelo {
 namespace {
 
 constexpr JDIMENSION rowsAtOnce = 16;
+constexpr int mostComponents = 3;
 
 // Whether a picture with this warning is still whole.  A missing end marker alone is harmless: if image
 // data is missing too, JWRN_HIT_MARKER follows.
@@ -39,6 +40,7 @@ struct MjpegDecoder::State {
     jpeg_error_mgr errors{};
     std::jmp_buf escape{};
     bool created = false;
+    JSAMPROW rawRows[mostComponents][2 * DCTSIZE]{}; // of one row of blocks
 
     State() {
         jpeg.err = jpeg_std_error(&errors);
@@ -87,6 +89,31 @@ struct MjpegDecoder::State {
         }
         return true;
     }
+
+    /// @param picture has memory for the planes
+    bool readPlanes(PlanarPicture& picture) {
+        if (setjmp(escape) != 0) return false;
+        jpeg.raw_data_out = TRUE;
+        jpeg_start_decompress(&jpeg);
+        const JDIMENSION atOnce = JDIMENSION(jpeg.max_v_samp_factor) * DCTSIZE;
+        while (jpeg.output_scanline < jpeg.output_height) {
+            JSAMPARRAY components[mostComponents]{rawRows[0], rawRows[1], rawRows[2]};
+            for (int i = 0; i < jpeg.num_components; ++i) {
+                const PlanarPicture::Plane& plane = i == 0 ? picture.luma : picture.chroma[i - 1];
+                const auto count = unsigned(jpeg.comp_info[i].v_samp_factor) * DCTSIZE;
+                const std::size_t first = std::size_t(jpeg.output_scanline) / atOnce * count;
+                for (unsigned row = 0; row < count; ++row)
+                    rawRows[i][row] = picture.at(plane) + (first + row) * std::size_t(plane.bytesPerRow);
+            }
+            if (jpeg_read_raw_data(&jpeg, components, atOnce) == 0) return false;
+        }
+        return true;
+    }
+
+    bool isSampled(int component, int horizontally, int vertically) const {
+        const jpeg_component_info& info = jpeg.comp_info[component];
+        return info.h_samp_factor == horizontally && info.v_samp_factor == vertically;
+    }
 };
 
 MjpegDecoder::MjpegDecoder() : state_(std::make_unique<State>()) {}
@@ -103,6 +130,32 @@ bool MjpegDecoder::decode(const PixelBuffer& destination, unsigned reduction) {
         destination.height() != size.height)
         return false;
     return state_->readPicture(destination.baseAddress(), destination.bytesPerRow(), reduction);
+}
+
+bool MjpegDecoder::hasPlanes() const {
+    if (state_->jpeg.num_components == 1) return state_->isSampled(0, 1, 1);
+    return state_->jpeg.num_components == mostComponents && state_->isSampled(1, 1, 1) &&
+           state_->isSampled(2, 1, 1) && (state_->isSampled(0, 2, 1) || state_->isSampled(0, 2, 2));
+}
+
+bool MjpegDecoder::decode(PlanarPicture& planes) {
+    if (!hasPlanes()) return false;
+    const jpeg_decompress_struct& jpeg = state_->jpeg;
+    planes.size = {jpeg.image_width, jpeg.image_height};
+    planes.grey = jpeg.num_components == 1;
+    planes.halfChromaRows = jpeg.comp_info[0].v_samp_factor == 2;
+    std::size_t needed = 0;
+    for (int i = 0; i < jpeg.num_components; ++i) {
+        const jpeg_component_info& info = jpeg.comp_info[i];
+        const std::size_t blockRows =
+            (jpeg.image_height + std::size_t(jpeg.max_v_samp_factor) * DCTSIZE - 1) /
+            (std::size_t(jpeg.max_v_samp_factor) * DCTSIZE) * std::size_t(info.v_samp_factor);
+        PlanarPicture::Plane& plane = i == 0 ? planes.luma : planes.chroma[i - 1];
+        plane = {needed, int(info.width_in_blocks * DCTSIZE)};
+        needed += std::size_t(plane.bytesPerRow) * blockRows * DCTSIZE;
+    }
+    if (planes.memory.size() < needed) planes.memory.resize(needed);
+    return state_->readPlanes(planes);
 }
 
 } // namespace tavelo

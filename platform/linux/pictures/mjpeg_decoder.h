@@ -8,6 +8,7 @@
 #include <span>
 
 #include "platform/common/format_choice.h"
+#include "platform/linux/pictures/planar_picture.h"
 #include "platform/pixel_buffer.h"
 
 namespace tavelo {
@@ -34,6 +35,12 @@ public:
     /// @param reduction   1, 2 or 4
     /// @return false for a damaged picture; the destination's pixels are then undefined
     bool decode(const PixelBuffer& destination, unsigned reduction = 1);
+
+    /// Whether the picture accepted by begin() is one of those that have planes: 4:2:2, 4:2:0 or grey.
+    bool hasPlanes() const;
+    /// Decodes it into planes, which need no conversion.  Allocates when the size changes.
+    /// @return false for a damaged picture; the planes are then undefined
+    bool decode(PlanarPicture& planes);
 
 private:
     struct State;
