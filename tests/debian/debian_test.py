@@ -11,7 +11,7 @@ import unittest
 
 SOURCE, VERSION = pathlib.Path(sys.argv[1]), sys.argv[2]
 # What builds without a library's headers.
-TOOLS = {"cmake", "ninja-build", "pkg-config"}
+TOOLS = {"cmake", "cmark-gfm", "ninja-build", "pkg-config"}
 
 
 def text_of(name):
