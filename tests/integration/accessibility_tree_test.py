@@ -10,8 +10,9 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
+
+from waiting import PATIENCE, wait_until
 
 try:
     import gi
@@ -20,8 +21,6 @@ try:
 except (ImportError, ValueError) as missing:
     print(missing)
     sys.exit(77)
-
-PATIENCE = 60  # s; sanitizers are slow
 
 SLIDERS = {  # name: (value, minimum, maximum) of the virtual camera
     "Brightness": (0, -64, 64), "Contrast": (32, 0, 64), "Saturation": (64, 0, 128),
@@ -32,17 +31,6 @@ CAMERA_BUTTONS = ("Cam 1", "Cam 2")
 POWER_LINE_BUTTONS = ("50 Hz", "60 Hz")
 PROFILE_BUTTONS = ("PROFILE 1", "PROFILE 2", "PROFILE 3", "PROFILE 4")
 OTHER_BUTTONS = ("SAVE TO PROFILE", "RESTORE CAMERA DEFAULTS", "Minimise", "Close")
-
-
-def wait_until(what, condition):
-    end = time.monotonic() + PATIENCE
-    while True:
-        result = condition()
-        if result:
-            return result
-        if time.monotonic() > end:
-            raise AssertionError(f"{PATIENCE} s passed and still not: {what}")
-        time.sleep(0.02)
 
 
 class Program:

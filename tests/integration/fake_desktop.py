@@ -3,8 +3,8 @@
 import threading
 
 from gi.repository import Gio, GLib
+from waiting import PATIENCE
 
-PATIENCE = 60  # seconds; sanitizers are slow
 WATCHER, NOTIFICATIONS = "org.kde.StatusNotifierWatcher", "org.freedesktop.Notifications"
 WATCHER_PATH, NOTIFICATIONS_PATH = "/StatusNotifierWatcher", "/org/freedesktop/Notifications"
 ITEM, MENU = "org.kde.StatusNotifierItem", "com.canonical.dbusmenu"

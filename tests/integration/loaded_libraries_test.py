@@ -9,11 +9,11 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
+from waiting import wait_until
+
 PROGRAM = sys.argv.pop()
-PATIENCE = 60  # seconds; sanitizers are slow
 
 
 def start_display(folder):
@@ -54,13 +54,6 @@ class LoadedLibraries(unittest.TestCase):
             paths = {line.split(maxsplit=5)[5].strip() for line in maps if ".so" in line}
         return {os.path.basename(path).split(".so")[0] for path in paths}
 
-    def wait_for(self, condition, what):
-        for _ in range(PATIENCE * 20):
-            if condition():
-                return
-            time.sleep(0.05)
-        self.fail(what)
-
     def start_panel(self, *arguments):
         """A panel that shows the camera's picture."""
         panel = self.start(*arguments)
@@ -68,7 +61,7 @@ class LoadedLibraries(unittest.TestCase):
         def window():
             search = ["xdotool", "search", "--onlyvisible", "--name", "Tavelo Control Panel"]
             return subprocess.run(search, env=self.environment, capture_output=True, check=False).stdout.strip()
-        self.wait_for(window, "no window")
+        wait_until("the window", window)
         return panel
 
     @unittest.skipIf(glob.glob("/dev/dri/renderD*"), "this machine has a graphics card")
@@ -85,7 +78,7 @@ class LoadedLibraries(unittest.TestCase):
     def test_a_recording_loads_the_encoder(self):
         movie = os.path.join(self.folder.name, "movie.mp4")
         recorder = self.start("--record", movie)
-        self.wait_for(lambda: os.path.exists(movie) and os.path.getsize(movie) > 0, "no movie")
+        wait_until("the movie", lambda: os.path.exists(movie) and os.path.getsize(movie) > 0)
         self.assertLessEqual({"tavelo-movie", "libavcodec", "libavformat"}, self.libraries(recorder))
 
 

@@ -15,9 +15,10 @@ import tempfile
 import time
 import unittest
 
+from waiting import PATIENCE, wait_until
+
 PANEL, TAVELOCTL = (os.path.abspath(program) for program in (sys.argv.pop(-2), sys.argv.pop(-1)))
 SERVICE = "org.tavelo.ControlPanel"
-PATIENCE = 60  # seconds; sanitizers are slow
 # They run while a window exists, and pass a camera's pictures on.
 PREVIEW_THREADS = {"kt.captureQueue"}
 NO_DISPLAY = {"DISPLAY": None, "WAYLAND_DISPLAY": None, "QT_QPA_PLATFORM": None}
@@ -83,7 +84,7 @@ class ServiceProgram(unittest.TestCase):
             if number:  # a service without a window ends with its bus
                 if self.shows_window:
                     os.kill(number, signal.SIGTERM)
-                self.wait_for("the service's end", lambda: not os.path.exists(f"/proc/{number}"))
+                wait_until("the service's end", lambda: not os.path.exists(f"/proc/{number}"))
 
     def run_tool(self, *arguments):
         return subprocess.run([TAVELOCTL, *map(str, arguments)], capture_output=True, text=True, env=self.environment,
@@ -99,13 +100,6 @@ class ServiceProgram(unittest.TestCase):
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.started.append(process)
         return process
-
-    def wait_for(self, what, condition):
-        end = time.monotonic() + PATIENCE
-        while not (result := condition()):
-            self.assertLess(time.monotonic(), end, f"no {what}")
-            time.sleep(0.02)
-        return result
 
     def bus_call(self, method, *arguments, interface=SERVICE + "1", where=SERVICE, path="/org/tavelo/ControlPanel"):
         return subprocess.run(
@@ -134,8 +128,8 @@ class ServiceProgram(unittest.TestCase):
         """Returns once the panel shows its camera."""
         self.start_bus()
         panel = self.start(PANEL, *self.options.split())
-        self.wait_for("owner of the name", self.is_owned)
-        self.wait_for("shown camera", lambda: self.property("ShownCamera"))
+        wait_until("owner of the name", self.is_owned)
+        wait_until("shown camera", lambda: self.property("ShownCamera"))
         return panel
 
     def assert_movie(self, file, shortest, longest):
@@ -181,7 +175,7 @@ class ServiceProgram(unittest.TestCase):
         for number in (signal.SIGINT, signal.SIGTERM):
             movie = self.folder / f"movie-{number}.mp4"
             tool = self.start(TAVELOCTL, "record", movie)
-            self.wait_for("pieces of the movie", lambda: movie.exists() and b"moof" in movie.read_bytes())
+            wait_until("pieces of the movie", lambda: movie.exists() and b"moof" in movie.read_bytes())
             self.assertEqual(self.property("RecordingFile"), str(movie))
             tool.send_signal(number)
             self.assertEqual(tool.communicate(timeout=PATIENCE), ("", ""))
@@ -193,7 +187,7 @@ class ServiceProgram(unittest.TestCase):
         self.start_panel()
         movie = self.folder / "movie.mp4"
         tool = self.start(TAVELOCTL, "record", movie)
-        self.wait_for("recording", lambda: self.property("RecordingFile"))
+        wait_until("recording", lambda: self.property("RecordingFile"))
         second = self.run_tool("record", "other.mp4")
         self.assertEqual(second.returncode, 4, second.stderr)
         self.assertIn(f"a movie is being recorded: {movie}", second.stderr)
@@ -216,7 +210,7 @@ class ServiceProgram(unittest.TestCase):
         panel = self.start_panel()
         movie = self.folder / "movie.mp4"
         tool = self.start(TAVELOCTL, "record", movie)
-        self.wait_for("pieces of the movie", lambda: movie.exists() and b"moof" in movie.read_bytes())
+        wait_until("pieces of the movie", lambda: movie.exists() and b"moof" in movie.read_bytes())
         panel.terminate()
         _, errors = tool.communicate(timeout=PATIENCE)
         self.assertEqual(tool.returncode, 1)
@@ -336,14 +330,14 @@ class ServiceProgram(unittest.TestCase):
         self.start_bus()
         second = self.start(PANEL)
         # The bus does not start the service for this: the panel takes the name itself.
-        self.wait_for("owner of the name", self.is_owned)
+        wait_until("owner of the name", self.is_owned)
         second.terminate()
         self.assertEqual(second.wait(timeout=PATIENCE), 0)
         self.assertEqual(self.bus_call("List").returncode, 0)
         again = self.start(PANEL)
         self.assertEqual(again.wait(timeout=PATIENCE), 0, "it found the service")
         self.shows_window = True
-        self.wait_for("shown camera", lambda: self.property("ShownCamera"))
+        wait_until("shown camera", lambda: self.property("ShownCamera"))
 
     def test_without_a_display_show_is_an_error(self):
         self.start_bus(**NO_DISPLAY)
@@ -358,9 +352,9 @@ class ServiceProgram(unittest.TestCase):
         service = self.owner_process()
         self.environment["QT_QPA_PLATFORM"] = "offscreen"
         panel = self.start(PANEL, *self.options.split())
-        self.wait_for("shown camera", lambda: self.property("ShownCamera"))
+        wait_until("shown camera", lambda: self.property("ShownCamera"))
         self.assertEqual(self.owner_process(), panel.pid)
-        self.wait_for("end of the service", lambda: not os.path.exists(f"/proc/{service}"))
+        wait_until("end of the service", lambda: not os.path.exists(f"/proc/{service}"))
 
     def test_a_second_service_ends_at_once(self):
         self.start_panel()

@@ -102,7 +102,11 @@ class ManagedWindow(unittest.TestCase):
     def expect_picture_alone(self):
         wait_until("the picture alone", self.has_picture_alone)
 
+    def has_focus(self):
+        return run("xdotool", "getwindowfocus").strip() == self.window()
+
     def press(self, key):
+        wait_until("the focus", self.has_focus)  # the window manager gives it a while after it was asked to
         run("xdotool", "key", key)
 
     def move_to(self, place):
