@@ -13,7 +13,6 @@
 #include <algorithm>
 
 #include "widgets/localized_text.h"
-#include "widgets/palette.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
@@ -24,10 +23,9 @@ constexpr double mostOfScreen = 0.85; // of its height, at first
 
 QString ownStyleSheet() {
     return QStringLiteral(
-               "QDialog { border: none; } #contents { background: %1; } "
-               "#groupTitle { font-size: 16px; font-weight: bold; } "
-               "#note { color: %2; font-size: 12px; }")
-        .arg(palette::panelGrey.name(), palette::outlineGrey.name());
+        "QDialog { border: none; } #contents { background: @panel; } "
+        "#groupTitle { font-size: @large; font-weight: bold; } "
+        "#note { color: @quiet; font-size: @small; }");
 }
 
 } // namespace
@@ -37,8 +35,7 @@ AllControlsWindow::AllControlsWindow(const Bundle& bundle, QWidget* parent)
       bundle_(bundle),
       scroll_(new QScrollArea) {
     setObjectName(QStringLiteral("allControls"));
-    applyPanelLook(*this);
-    setStyleSheet(styleSheet() + ownStyleSheet());
+    applyPanelLook(*this, ownStyleSheet());
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -191,6 +188,7 @@ QWidget* AllControlsWindow::makeGroup(const Shown& shown, QWidget& contents) {
     layout->setSpacing(6);
     auto* title = new QLabel(shown.group.title);
     title->setObjectName(QStringLiteral("groupTitle"));
+    title->setTextFormat(Qt::PlainText);
     layout->addWidget(title);
     const ControlLineTexts texts{text("Set_by"), text("Default_value")};
     for (const ControlDescription& control : shown.group.controls) {
@@ -218,7 +216,7 @@ void AllControlsWindow::fitContents() {
     const int most = screen() != nullptr
                          ? static_cast<int>(screen()->availableGeometry().height() * mostOfScreen)
                          : wanted;
-    resize(contentsWidth, std::min(wanted, most));
+    resize(scaled(contentsWidth), std::min(wanted, most));
 }
 
 void AllControlsWindow::changeEvent(QEvent* event) {

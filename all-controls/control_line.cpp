@@ -17,6 +17,7 @@
 #include "widgets/focus_ring.h"
 #include "widgets/kt_slider.h"
 #include "widgets/kt_switch.h"
+#include "widgets/panel_look.h"
 
 namespace tavelo {
 namespace {
@@ -38,8 +39,10 @@ ControlLine::ControlLine(const ControlDescription& control, ControlLineTexts tex
       texts_(std::move(texts)),
       title_(new QLabel(control.title)),
       note_(new QLabel) {
-    title_->setFixedWidth(titleWidth);
+    title_->setFixedWidth(scaled(titleWidth));
     title_->setWordWrap(true);
+    for (QLabel* label : {title_, note_})
+        label->setTextFormat(Qt::PlainText); // makers' descriptions are anybody's
     note_->setObjectName(QStringLiteral("note"));
     note_->setWordWrap(true);
     auto* line = new QHBoxLayout;
@@ -110,7 +113,7 @@ void ControlLine::makeRange(QHBoxLayout& place) {
     field_->setRange(static_cast<double>(control_.minimum), static_cast<double>(control_.maximum));
     field_->setSingleStep(static_cast<double>(control_.step));
     field_->setSuffix(control_.suffix);
-    field_->setFixedWidth(fieldWidth);
+    field_->setFixedWidth(scaled(fieldWidth));
     field_->setKeyboardTracking(false); // half a number is no value
     field_->setFocusPolicy(Qt::StrongFocus);
     name(*field_);

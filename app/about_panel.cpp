@@ -22,7 +22,7 @@ constexpr int iconSize = 64;
 QLabel* centredLabel(const QString& text, const QString& style) {
     auto* label = new QLabel(text);
     label->setAlignment(Qt::AlignCenter);
-    label->setStyleSheet(style);
+    label->setStyleSheet(panelStyle(style));
     return label;
 }
 
@@ -31,8 +31,8 @@ QLabel* makeCredits(const QString& credits) {
     auto* label = new QLabel(credits);
     label->setObjectName(QStringLiteral("credits"));
     label->setAlignment(Qt::AlignCenter);
-    label->setStyleSheet(QStringLiteral(
-        "color: black; background: #ececec; border-radius: 6px; padding: 12px 18px; font-size: 12px;"));
+    label->setStyleSheet(panelStyle(QStringLiteral(
+        "color: black; background: #ececec; border-radius: 6px; padding: 12px 18px; font-size: @small;")));
     return label;
 }
 
@@ -66,9 +66,9 @@ QDialog* makeAboutPanel(QWidget* parent, const QString& credits, const Bundle& b
     icon->setPixmap(QApplication::windowIcon().pixmap(iconSize, iconSize));
     layout->addWidget(icon);
     layout->addWidget(centredLabel(QApplication::applicationDisplayName(),
-                                   QStringLiteral("font-size: 18px; font-weight: bold;")));
-    layout->addWidget(
-        centredLabel(QApplication::applicationVersion(), QStringLiteral("color: #a1a1a1; font-size: 12px;")));
+                                   QStringLiteral("font-size: @title; font-weight: bold;")));
+    layout->addWidget(centredLabel(QApplication::applicationVersion(),
+                                   QStringLiteral("color: @quiet; font-size: @small;")));
     layout->addSpacing(10);
     layout->addWidget(makeCredits(credits));
     layout->addSpacing(10);

@@ -9,6 +9,8 @@
 #include <optional>
 #include <variant>
 
+#include "widgets/foreign_text.h"
+
 namespace tavelo {
 namespace {
 
@@ -86,7 +88,7 @@ void AllControls::makeWindow() {
 
 void AllControls::controlsWereBound() {
     const auto camera = panel_.shownCamera();
-    window_->setCameraName(camera ? QString::fromStdString(camera->localizedName()) : QString());
+    window_->setCameraName(camera ? foreignName(camera->localizedName()) : QString());
     if (window_->isVisible()) ask();
     Q_EMIT model_.changed();
     Q_EMIT units_.changed();

@@ -5,6 +5,7 @@
 
 #include "app/menu_text.h"
 #include "panel/automatic_functions.h"
+#include "widgets/foreign_text.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -54,8 +55,8 @@ QList<QAction*> CameraMenu::cameraEntries() {
     int number = 0;
     for (const std::shared_ptr<CaptureDevice>& camera : panel_.devicesArray()) {
         // Two cameras of one make have one name.
-        const QString text = QStringLiteral("%1  %2").arg(++number).arg(
-            plainMenuText(QString::fromStdString(camera->localizedName())));
+        const QString text =
+            QStringLiteral("%1  %2").arg(++number).arg(plainMenuText(foreignName(camera->localizedName())));
         QAction* const entry = made(text, camera == panel_.shownCamera());
         cameras_->addAction(entry);
         connect(entry, &QAction::triggered, this, [this, camera] { panel_.showCamera(camera); });

@@ -11,6 +11,7 @@ KTApplication::KTApplication(int& argc, char** argv) : QApplication(argc, argv) 
     setApplicationDisplayName(QStringLiteral("Tavelo Control Panel"));
     setApplicationVersion(QStringLiteral(TAVELO_RELEASE));
     setDesktopFileName(QStringLiteral("org.tavelo.ControlPanel"));
+    setLayoutDirection(Qt::LeftToRight); // as all its languages are written, whatever the desktop's is
     applyToolTipLook();
 }
 

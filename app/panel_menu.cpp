@@ -20,8 +20,6 @@ PanelMenu::PanelMenu(QWidget& window, const Bundle& bundle, ProgramLanguage& lan
     menu_.setObjectName(QStringLiteral("contextMenu"));
     connectActions();
     addLanguages();
-    applyPanelLook(menu_);
-    applyPanelLook(languageMenu_);
     retranslate();
     window_.installEventFilter(this);
 }
@@ -102,6 +100,8 @@ bool PanelMenu::eventFilter(QObject* watched, QEvent* event) {
 void PanelMenu::popup(const QPoint& globalPosition) {
     Q_EMIT aboutToOpen();
     arrange();
+    applyPanelLook(menu_); // the desktop's look may be another one by now
+    applyPanelLook(languageMenu_);
     // Some window systems show a menu only if it has a parent window.
     menu_.winId();
     menu_.windowHandle()->setTransientParent(window_.windowHandle());

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "app/command_line.h"
+#include "app/desktop_look.h"
 #include "app/idle_end.h"
 #include "app/kt_application.h"
 #include "app/panel_window.h"
@@ -55,6 +56,7 @@ private:
 
     QtMainQueue mainQueue_;
     StderrDiagnostics diagnostics_;
+    DesktopLook desktopLook_;
     ResourceBundle bundle_;
     std::unique_ptr<PreferencesStore> userDefaults_;
     ProgramLanguage language_;

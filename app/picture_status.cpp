@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <algorithm>
 
+#include "widgets/foreign_text.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -15,7 +16,7 @@ using Kind = PictureStatus::Kind;
 constexpr std::size_t mostHoldersNamed = 3;
 
 QString pictureText(const PictureStatus& status, const Bundle& bundle) {
-    QString line = QString::fromStdString(status.camera);
+    QString line = foreignName(status.camera);
     if (!status.size.isEmpty())
         line += QStringLiteral(", %1 × %2").arg(status.size.width()).arg(status.size.height());
     if (status.framesPerSecond > 0)
@@ -30,7 +31,7 @@ QString busyText(const std::vector<DeviceHolder>& holders, const Bundle& bundle)
         const DeviceHolder& holder = holders[i];
         // In one step: a program's name may contain a place marker.
         programs << localizedText(bundle, "Program_and_process")
-                        .arg(QString::fromStdString(holder.program), QString::number(holder.process));
+                        .arg(foreignName(holder.program), QString::number(holder.process));
     }
     if (holders.size() > mostHoldersNamed) programs << QStringLiteral("…");
     return localizedText(bundle, "In_use_by").arg(programs.join(QStringLiteral("; ")));
@@ -49,13 +50,13 @@ QString statusText(const PictureStatus& status, const Bundle& bundle) {
         case Kind::released:
             return localizedText(bundle, "Camera_is_released");
         case Kind::waiting:
-            return localizedText(bundle, "Waiting_for_picture").arg(QString::fromStdString(status.camera));
+            return localizedText(bundle, "Waiting_for_picture").arg(foreignName(status.camera));
         case Kind::shown:
             return pictureText(status, bundle);
         case Kind::busy:
             return busyText(status.holders, bundle);
         case Kind::denied:
-            return localizedText(bundle, "No_permission").arg(QString::fromStdString(nodeOrName(status)));
+            return localizedText(bundle, "No_permission").arg(foreignName(nodeOrName(status)));
         case Kind::silent:
             return localizedText(bundle, "No_picture");
     }

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "widgets/foreign_text.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -15,7 +16,8 @@ PreviewTip::PreviewTip(QWidget* preview, const Bundle& bundle, Diagnostics& diag
 void PreviewTip::show(const PictureStatus& status) {
     if (preview_ != nullptr) {
         const bool explains = status.kind != PictureStatus::Kind::shown;
-        preview_->setToolTip(explains ? statusText(status, bundle_) : localizedText(bundle_, "Tip_preview"));
+        preview_->setToolTip(explains ? plainToolTip(statusText(status, bundle_))
+                                      : localizedText(bundle_, "Tip_preview"));
     }
     const auto advice = adviceFor(status);
     const std::string line = advice ? advice->subject + advice->text : std::string();

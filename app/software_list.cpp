@@ -76,7 +76,7 @@ void showSoftwareList(QWidget* parent, const Bundle& bundle) {
     QObject::connect(close, &QPushButton::clicked, dialog, &QDialog::reject);
     layout->addWidget(buttons);
     applyPanelLook(*dialog);
-    dialog->resize(dialogSize);
+    dialog->resize(scaled(dialogSize.width()), scaled(dialogSize.height()));
     dialog->show();
     dialog->activateWindow();
 }

@@ -6,6 +6,7 @@
 
 #include "panel/view_controller.h"
 #include "video/kt_display_view.h"
+#include "widgets/foreign_text.h"
 #include "widgets/kt_camera_button.h"
 #include "widgets/kt_profile_button.h"
 
@@ -42,9 +43,8 @@ void ViewController::showCameraButtons(std::optional<std::size_t> shown) {
     view_->camera2Button()->setSelected(shown == 1U);
     const auto name = [this](std::size_t index, KTCameraButton* button) {
         const bool exists = index < devicesArray_.size();
-        const QString text =
-            exists ? QString::fromStdString(devicesArray_[index]->localizedName()) : QString();
-        button->setToolTip(text);
+        const QString text = exists ? foreignName(devicesArray_[index]->localizedName()) : QString();
+        button->setToolTip(plainToolTip(text));
         button->setAccessibleDescription(text); // the name is the button's own
     };
     name(0, view_->camera1Button());

@@ -33,6 +33,15 @@ TEST(SoftwareList, NamesQtAndTheOtherLibraries) {
     }
 }
 
+TEST(KTApplication, IsLaidOutFromTheLeftWhateverTheDesktopsDirectionIs) {
+    int argc = 2;
+    char name[] = "test";
+    char reverse[] = "-reverse"; // as the desktop of a language that is written from the right
+    char* argv[] = {name, reverse, nullptr};
+    const KTApplication application(argc, argv);
+    EXPECT_EQ(QApplication::layoutDirection(), Qt::LeftToRight);
+}
+
 TEST(KTApplication, TheAboutPanelShowsTheCreditsWhateverOptionsItIsGiven) {
     int argc = 1;
     char name[] = "test";

@@ -51,6 +51,18 @@ TEST_F(PictureStatusTest, AMissingPictureSaysWhatToDo) {
     EXPECT_EQ(line({Kind::waiting, "C920", "/dev/video2", {}, 0, {}}), "C920: waiting for the picture");
 }
 
+TEST_F(PictureStatusTest, ANameThatIsWrittenFromTheRightLeavesTheRestInItsOrder) {
+    const std::string name = "מצלמה";
+    const std::string isolated = "\u2068" + name + "\u2069";
+    shown_.camera = name;
+    EXPECT_EQ(line(shown_), isolated + ", 1280 × 720, 30 frames/s");
+    EXPECT_EQ(line({Kind::waiting, name, "/dev/video2", {}, 0, {}}), isolated + ": waiting for the picture");
+    EXPECT_EQ(line({Kind::busy, name, "", {}, 0, {{4711, name}}}),
+              "In use by " + isolated + ", process 4711");
+    EXPECT_EQ(line({Kind::denied, name, "", {}, 0, {}}),
+              "No permission for " + isolated + ": join the group “video”, then log in again");
+}
+
 TEST_F(PictureStatusTest, EveryLanguageShowsTheNumbersAndNames) {
     for (const std::string& language : bundle_.localizations()) {
         bundle_.preferLanguage(language);

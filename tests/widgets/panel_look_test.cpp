@@ -66,6 +66,65 @@ TEST_P(PanelLookOn, ToolTipsAreLightOnDark) {
     EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipText), QColor(Qt::white));
 }
 
+class PanelLookOfTheUser : public testing::Test {
+protected:
+    ~PanelLookOfTheUser() override {
+        QApplication::setPalette(QPalette());
+        QApplication::setFont(font_);
+    }
+
+    const QFont font_ = QApplication::font();
+};
+
+TEST_F(PanelLookOfTheUser, IsWhiteOnBlackIfTheDesktopIsBlackAndWhite) {
+    for (const auto& [back, text] : {std::pair(Qt::black, Qt::white), std::pair(Qt::white, Qt::black)}) {
+        QPalette palette;
+        palette.setColor(QPalette::Window, back);
+        palette.setColor(QPalette::WindowText, text);
+        QApplication::setPalette(palette);
+        EXPECT_TRUE(hasHighContrast(QApplication::palette()));
+        EXPECT_EQ(panelStyle(QStringLiteral("@panel @setting @track @button @selected")),
+                  QStringLiteral("#000000 #000000 #000000 #000000 #000000"));
+        EXPECT_EQ(panelStyle(QStringLiteral("@outline @line @quiet")),
+                  QStringLiteral("#ffffff #ffffff #c8c8c8"));
+    }
+    QPalette palette;
+    palette.setColor(QPalette::Window, Qt::white);
+    palette.setColor(QPalette::WindowText, QColor(1, 0, 0));
+    EXPECT_FALSE(hasHighContrast(palette));
+}
+
+TEST_F(PanelLookOfTheUser, FollowsTheDesktopWhenItIsAppliedAgain) {
+    QDialog dialog;
+    applyPanelLook(dialog);
+    const QString before = dialog.styleSheet();
+    QApplication::setPalette(QPalette(Qt::white, Qt::black, Qt::white, Qt::white, Qt::white, Qt::white,
+                                      Qt::white, Qt::black, Qt::black));
+    applyPanelLook(dialog);
+    EXPECT_EQ(dialog.palette().color(QPalette::Window), QColor(Qt::black));
+    EXPECT_NE(dialog.styleSheet(), before);
+    QApplication::setPalette(QPalette());
+    applyPanelLook(dialog);
+    EXPECT_EQ(dialog.styleSheet(), before);
+    EXPECT_EQ(dialog.palette().color(QPalette::Window), QColor(38, 38, 38));
+}
+
+TEST_F(PanelLookOfTheUser, HasLargeTextIfTheDesktopsFontIsLarge) {
+    const auto scaleWith = [](int pixels) {
+        QFont font = QApplication::font();
+        font.setPixelSize(pixels);
+        QApplication::setFont(font);
+        return textScale();
+    };
+    EXPECT_DOUBLE_EQ(scaleWith(8), 1);
+    EXPECT_DOUBLE_EQ(scaleWith(15), 1);
+    EXPECT_DOUBLE_EQ(scaleWith(60), 2);
+    EXPECT_DOUBLE_EQ(scaleWith(24), 1.6);
+    EXPECT_EQ(scaled(210), 336);
+    EXPECT_EQ(panelStyle(QStringLiteral("@small @text @large @title")),
+              QStringLiteral("19px 22px 26px 29px"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Desktops, PanelLookOn, testing::Bool(),
                          [](const auto& desktop) { return desktop.param ? "dark" : "light"; });
 

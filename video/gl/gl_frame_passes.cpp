@@ -107,7 +107,6 @@ void GlFramePasses::buildQuad() {
     gl_.glEnableVertexAttribArray(textureCoordinateLocation);
     gl_.glVertexAttribPointer(textureCoordinateLocation, 2, GL_FLOAT, GL_FALSE, sizeof(QuadVertex),
                               textureOffset);
-    gl_.glBindVertexArray(0);
 }
 
 FramePicture GlFramePasses::makePicture(PictureUse use, std::size_t width, std::size_t height,

@@ -36,10 +36,8 @@ unsigned reductionFor(Fourcc format, FrameSize size, const PictureDemand& demand
 
 bool PictureHalver::halve(const FrameFormat& format, const std::uint8_t* bytes,
                           const PixelBuffer& destination) {
-    if (isPacked(format.format)) return halvePacked(format, bytes, destination);
-    if (format.format == fourcc::nv12 || format.format == fourcc::i420)
-        return halvePlanar(format, bytes, destination);
-    return false;
+    return isPacked(format.format) ? halvePacked(format, bytes, destination)
+                                   : halvePlanar(format, bytes, destination);
 }
 
 // Each pair of a packed row becomes one pixel with the chroma that it has.

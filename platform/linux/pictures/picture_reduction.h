@@ -22,9 +22,10 @@ unsigned reductionFor(Fourcc format, FrameSize size, const PictureDemand& demand
 /// Halves raw frames before their colours are converted.  Thread-bound; allocates when the size changes.
 class PictureHalver {
 public:
+    /// @param format      YUYV, UYVY, NV12 or I420
     /// @param bytes       a whole frame, with at least the format's bytes per line
     /// @param destination BGRA of the reduced size; the caller holds its lock
-    /// @return false if the format is not one of YUYV, UYVY, NV12 and I420
+    /// @return whether it could be converted
     bool halve(const FrameFormat& format, const std::uint8_t* bytes, const PixelBuffer& destination);
 
 private:

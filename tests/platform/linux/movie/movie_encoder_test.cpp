@@ -1,5 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Encoders that are slow to open, do not open, or fail in the middle of a movie.
+#include <sys/resource.h>
+
+#include <csignal>
+#include <limits>
+
 #include "movie_fixture.h"
 
 namespace tavelo::testing {
@@ -8,6 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 /// x264 posing as a graphics card that fails at a frame but returns the frames that it still holds.
 class FailingEncoder final : public VideoEncoder {
@@ -53,6 +59,26 @@ private:
     std::unique_ptr<VideoEncoder> encoder_;
     int good_;
     AvPacket late_{av_packet_alloc()};
+};
+
+/// Files of this process cannot grow above a number of bytes.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &before_);
+        static_cast<void>(std::signal(SIGXFSZ, handler_));
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit before_{};
+    void (*handler_)(int) = std::signal(SIGXFSZ, SIG_IGN); // the signal would end the process
 };
 
 class MovieEncoderTest : public MovieTest {
@@ -166,6 +192,17 @@ TEST_F(MovieEncoderTest, ProcessorThatFailsTooEndsTheMovieWithWhatWasKept) {
     ASSERT_TRUE(writer_->error().kept.has_value());
     EXPECT_NEAR(writer_->error().kept->count(), 1.0, 0.001);
     EXPECT_EQ(decode(path_).pictures.size(), 30U);
+}
+
+TEST_F(MovieEncoderTest, FileThatCannotBeWrittenIsNotTakenForAFailingCard) {
+    useCardThatFailsAt(std::numeric_limits<int>::max());
+    const FileSizeLimit limit(50'000);
+    start(videoSettings(640, 360));
+    for (int i = 0; i < 300 && append(makeMovingPicture(640, 360, i), i * frameInterval); ++i)
+        continue;
+    EXPECT_EQ(finish(), AssetWriterStatus::failed);
+    EXPECT_THAT(writer_->error().text, HasSubstr("the movie cannot be written: File too large"));
+    EXPECT_THAT(diagnostics_.lines(), Not(Contains(HasSubstr("failed"))));
 }
 
 // The copy

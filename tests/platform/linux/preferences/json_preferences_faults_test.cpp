@@ -218,6 +218,24 @@ TEST_P(Faults, EachCallThatFailsOnceEitherCostsNothingOrIsReportedAndKeepsTheOld
     EXPECT_GT(reported, 15U);
 }
 
+TEST_P(Faults, KeepsEveryBrokenFileWhereRenamingCannotCheckForAnother) {
+    for (const char* broken : {"first", "second"}) {
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(broken);
+        file.close();
+        const Outcome outcome =
+            save("new", [](FailingCalls& failing) { failing.failAlways("renameat2", EINVAL); });
+        EXPECT_THAT(outcome.said, ::testing::HasSubstr("kept as ")) << broken;
+    }
+    const auto kept = [this](const char* suffix) {
+        QFile file(path() + QLatin1String(suffix));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    EXPECT_EQ(kept(".broken"), "first");
+    EXPECT_EQ(kept(".broken-2"), "second");
+}
+
 TEST_P(Faults, ASignalInterruptsNoSave) {
     const std::vector<Call> calls = save().calls;
     for (std::size_t number = 0; number < calls.size(); ++number) {

@@ -360,6 +360,24 @@ TEST_F(Store, AKeyThatSeemedToBeMissingKeepsWhatTheFileTurnsOutToHold) {
     EXPECT_EQ(JsonPreferencesStore(mainQueue_, path()).objectForKey("camera"), record(50, 3));
 }
 
+TEST_F(Store, AnEntryThatALongerListOfAnotherProgramHasIsKept) {
+    const auto list = [](std::vector<std::int64_t> entries) {
+        PreferencesArray values;
+        for (const std::int64_t entry : entries)
+            values.push_back(number(entry));
+        return PreferencesValue{values};
+    };
+    JsonPreferencesStore first(mainQueue_, path());
+    first.setObject(list({1, 2}), "camera");
+    ASSERT_TRUE(synchronized(first, mainQueue_));
+    JsonPreferencesStore second(mainQueue_, path());
+    second.setObject(list({1, 2, 3, 4}), "camera");
+    ASSERT_TRUE(synchronized(second, mainQueue_));
+    first.setObject(list({5, 2}), "camera");
+    ASSERT_TRUE(synchronized(first, mainQueue_));
+    EXPECT_EQ(JsonPreferencesStore(mainQueue_, path()).objectForKey("camera"), list({5, 2, 3, 4}));
+}
+
 TEST_F(Store, TwoProgramsThatChangeDifferentProfilesOfOneCameraLoseNeither) {
     const auto record = [](std::int64_t first, std::int64_t second) {
         return PreferencesValue{PreferencesArray{{PreferencesDictionary{{"contrast", {first}}}},
