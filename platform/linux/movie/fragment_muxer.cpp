@@ -96,7 +96,6 @@ int FragmentMuxer::writeAudio(AVPacket& packet) {
 
 int FragmentMuxer::write(AVPacket& packet, const Track& track) {
     packet.stream_index = track.stream->index;
-    packet.pos = -1;
     av_packet_rescale_ts(&packet, track.timeBase, track.stream->time_base);
     const int written = av_write_frame(output_.get(), &packet);
     av_packet_unref(&packet);

@@ -95,7 +95,6 @@ std::optional<QJsonObject> JsonPreferencesFile::write(const JsonChanges& changes
         return std::nullopt;
     }
     version_ = versionOfFile(*target);
-    exists_ = true;
     content_ = std::move(content);
     said_.clear();
     return content_;
@@ -104,7 +103,6 @@ std::optional<QJsonObject> JsonPreferencesFile::write(const JsonChanges& changes
 // Reads the file into content_, which is empty unless the result is `done`.
 JsonPreferencesFile::Reading JsonPreferencesFile::read() {
     content_ = QJsonObject();
-    exists_ = true;
     version_ = versionOfFile(path_); // kept if the file cannot be read, so that it is reported once
     Error error;
     const auto content = readWholeFile(path_, mostBytes, error);
