@@ -196,7 +196,7 @@ TEST_F(MovieEncoderTest, ProcessorThatFailsTooEndsTheMovieWithWhatWasKept) {
 
 TEST_F(MovieEncoderTest, FileThatCannotBeWrittenIsNotTakenForAFailingCard) {
     useCardThatFailsAt(std::numeric_limits<int>::max());
-    const FileSizeLimit limit(50'000);
+    const FileSizeLimit limit(10'000);
     start(videoSettings(640, 360));
     for (int i = 0; i < 300 && append(makeMovingPicture(640, 360, i), i * frameInterval); ++i)
         continue;

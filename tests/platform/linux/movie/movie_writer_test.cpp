@@ -254,9 +254,12 @@ TEST_F(MovieWriterTest, QuickTimeMovieThatWasNeverFinishedPlaysToo) {
 TEST_F(MovieWriterTest, FinishedMovieHasTheRightsOfAnyNewFile) {
     start(videoSettings(160, 90));
     appendPictures(3, 160, 90);
-    const auto before = std::filesystem::status(path_).permissions();
+    const auto other = folder_.path() / "other";
+    std::ofstream(other).put('x');
+    const auto usual = std::filesystem::status(other).permissions();
+    EXPECT_EQ(std::filesystem::status(path_).permissions(), usual);
     finish();
-    EXPECT_EQ(std::filesystem::status(path_).permissions(), before);
+    EXPECT_EQ(std::filesystem::status(path_).permissions(), usual);
 }
 
 TEST_F(MovieWriterTest, MovieDeletedWhileItIsRecordedStaysDeleted) {
