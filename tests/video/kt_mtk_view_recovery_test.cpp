@@ -116,6 +116,15 @@ TEST_F(KTMTKViewRecoveryTest, FailuresFarApartDoNotSwitchTheRenderer) {
     EXPECT_EQ(view_.drawnFrames(), 150U);
 }
 
+TEST_F(KTMTKViewRecoveryTest, FailuresWithinASecondOfEachOtherAddUp) {
+    for (int i = 0; i < 3; ++i) {
+        lose();
+        for (int frame = 0; frame < 29; ++frame)
+            draw();
+    }
+    EXPECT_EQ(view_.renderer(), Renderer::cpu);
+}
+
 TEST_F(KTMTKViewRecoveryTest, ShownWindowStaysShownWhenTheProcessorTakesOver) {
     view_.setGeometry(0, 0, 200, 100);
     view_.show();

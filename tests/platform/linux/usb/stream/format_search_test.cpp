@@ -81,6 +81,17 @@ TEST_F(FormatSearchTest, ALowerRateMakesAnotherFormatTheBetterOne) {
     EXPECT_TRUE(search.accepts(*again, 2 * fps5)) << "whatever it says then";
 }
 
+TEST_F(FormatSearchTest, ACameraThatAnswersEverLowerRatesIsTakenTheSecondTime) {
+    constexpr std::uint32_t fps3 = 3'333'333;
+    const std::vector<UvcFrameOffer> two{offers[0], offers[1]};
+    FormatSearch between(two, {});
+    EXPECT_FALSE(between.accepts(*between.best(), fps15));
+    EXPECT_FALSE(between.accepts(*between.best(), fps5));
+    const auto again = between.best();
+    EXPECT_EQ(again->offer, two.data());
+    EXPECT_TRUE(between.accepts(*again, fps3)) << "asking on would never end";
+}
+
 TEST_F(FormatSearchTest, ALowerRateThatIsStillTheBestIsTaken) {
     const std::vector<UvcFrameOffer> one{offers[0]};
     FormatSearch only(one, {});
