@@ -58,8 +58,10 @@ std::optional<Json> parseJson(std::string_view text, std::string& reason) {
     } catch (const Json::parse_error& error) {
         // The position counts from 1, and is that of the character that does not fit.
         reason = lineAt(text, error.byte > 0 ? error.byte - 1 : 0) + "it is no JSON from here on";
-        return std::nullopt;
+    } catch (const Json::out_of_range&) {
+        reason = "a number is too large";
     }
+    return std::nullopt;
 }
 
 } // namespace tavelo

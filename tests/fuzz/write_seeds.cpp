@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Writes the seed corpora: descriptors of the virtual cameras, a few packets and a few pictures.
+// Writes the seed corpora: descriptors of the virtual cameras, a few packets, pictures, frames and packs.
 //
-// Usage: fuzz_write_seeds FOLDER      creates descriptors/, packets/ and pictures/ in FOLDER
+// Usage: fuzz_write_seeds FOLDER      creates a folder of each in FOLDER
 #include <cstdio>
 // jpeglib.h needs size_t and FILE from <cstdio>
 #include <jpeglib.h>
@@ -15,6 +15,7 @@
 
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 #include "platform/virtual/firmware/virtual_camera_model.h"
+#include "probe/json/pack.h"
 
 namespace tavelo {
 namespace {
@@ -122,6 +123,41 @@ void writePictures(const fs::path& folder) {
     write(folder / "grey", picture(1, 1, 1, 0));
 }
 
+void writePacks(const fs::path& folder) {
+    for (int number = 1; number <= 2; ++number) {
+        const VirtualCameraModel model = virtualCameraModel(number);
+        CameraRecord record{"1.0", "6.1.0", "kernel", "/dev/video0", "Camera"};
+        record.speed = 480;
+        record.descriptors = {makeDeviceDescriptor(model), makeConfigurationDescriptor(model)};
+        ControlRecord control;
+        control.entity = 2;
+        control.selector = static_cast<std::uint8_t>(number);
+        control.listed = true;
+        for (RawAnswer& answer : control.answers)
+            answer.bytes = {1, 0};
+        record.controls.push_back(control);
+        const std::string text = writePack(record);
+        write(folder / std::to_string(number), {text.begin(), text.end()});
+    }
+}
+
+// Each format at one size, wanted in each way; two frames.
+void writeFrames(const fs::path& folder) {
+    constexpr int formats = 6;
+    constexpr std::uint8_t side = 40;
+    for (std::uint8_t format = 0; format < formats; ++format) {
+        for (std::uint8_t wanted = 0; wanted < 4; ++wanted) {
+            Bytes frame(std::size_t{side} * side * 2);
+            for (std::size_t i = 0; i < frame.size(); ++i)
+                frame[i] = static_cast<std::uint8_t>(7 * i);
+            if (format == formats - 1) frame = picture(3, 2, 1, 0);
+            Bytes input{format, side, side, 0, 0, 0, wanted, side / 2, side / 2, 127};
+            write(folder / (std::to_string(format) + "-" + std::to_string(wanted)),
+                  joined(joined(input, frame), frame));
+        }
+    }
+}
+
 } // namespace
 } // namespace tavelo
 
@@ -134,5 +170,7 @@ int main(int argc, char** argv) {
     tavelo::writeDescriptors(folder / "descriptors");
     tavelo::writePackets(folder / "packets");
     tavelo::writePictures(folder / "pictures");
+    tavelo::writeFrames(folder / "frames");
+    tavelo::writePacks(folder / "packs");
     return 0;
 }

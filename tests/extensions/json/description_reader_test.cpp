@@ -123,6 +123,7 @@ TEST(DescriptionReader, NamesTheLineOfWhatIsNoJson) {
         return reason;
     };
     EXPECT_EQ(reasonFor("{\n  \"format\": \"x\",\n  version\n}\n"), "line 3: it is no JSON from here on");
+    EXPECT_EQ(reasonFor("{\"version\": 1e999}"), "a number is too large");
     EXPECT_EQ(reasonFor(""), "line 1: it is no JSON from here on");
     EXPECT_EQ(reasonFor("{\"a\": \"\xFF\"}"), "line 1: it is no JSON from here on");
     EXPECT_EQ(reasonFor("{\"a\": 1, \"a\": 2}"), "\"a\" stands twice in one object");
