@@ -31,7 +31,7 @@ class Needs(unittest.TestCase):
         """The lines after "This machine cannot build the project:"; nothing if it can."""
         self.write("tree/CMakeLists.txt", "cmake_minimum_required(VERSION 3.25)\nproject(Tried LANGUAGES CXX)\n"
                    f"{before}\ninclude({MODULES}/TaveloNeeds.cmake)\n")
-        done = subprocess.run([CMAKE, "-S", self.folder / "tree", "-B", self.folder / "build", *options], check=False,
+        done = subprocess.run([CMAKE, "-G", "Ninja", "-S", self.folder / "tree", "-B", self.folder / "build", *options], check=False,
                               capture_output=True, text=True, env={**os.environ, **variables}, timeout=120)
         _, mark, rest = done.stderr.partition("This machine cannot build the project:\n")
         self.assertEqual(done.returncode != 0, bool(mark), done.stderr)

@@ -181,7 +181,7 @@ class Installation(unittest.TestCase):
         self.assertEqual(ElementTree.parse(self.metainfo_file).getroot().findall("screenshots"), [])
         source, build = pathlib.Path(__file__).parents[2], pathlib.Path(self.folder.name) / "on-the-web"
         address = "https://files.example.org/panel"
-        subprocess.run([self.cmake, "-S", source, "-B", build, f"-DTAVELO_WEB_ADDRESS={address}", "-DBUILD_TESTING=OFF"],
+        subprocess.run([self.cmake, "-G", "Ninja", "-S", source, "-B", build, f"-DTAVELO_WEB_ADDRESS={address}", "-DBUILD_TESTING=OFF"],
                        check=True, capture_output=True, timeout=120)
         metainfo = build / "resources" / self.metainfo_file.name
         subprocess.run(["appstreamcli", "validate", "--no-net", metainfo], check=True, stdout=subprocess.DEVNULL)
