@@ -8,7 +8,7 @@
 namespace tavelo {
 namespace {
 
-constexpr int bandRows = 16; // even; a band stays in the cache between the steps
+constexpr int movieBandRows = 16; // even; a band stays in the cache between the steps
 
 // Full range becomes limited by mixing each value with a constant, in 256ths.  That is what the mean of two
 // planes does, which is fast everywhere: luma 220 parts and 36 of 114, chroma 225 parts and 31 of the middle.
@@ -41,8 +41,8 @@ bool hasMoviePicture(const FrameFormat& format) {
 
 void MoviePictureDrawer::prepare(int width) {
     const auto row = std::size_t(width);
-    const std::size_t nv12 = row * bandRows * 3 / 2;
-    if (const std::size_t needed = nv12 * 2 + row * bandRows + row * 2; memory_.size() != needed) {
+    const std::size_t nv12 = row * movieBandRows * 3 / 2;
+    if (const std::size_t needed = nv12 * 2 + row * movieBandRows + row * 2; memory_.size() != needed) {
         memory_.resize(needed);
         std::fill_n(memory_.end() - std::ptrdiff_t(row * 2), row, noColour);
         std::fill_n(memory_.end() - std::ptrdiff_t(row), row, lumaLift);
@@ -50,7 +50,7 @@ void MoviePictureDrawer::prepare(int width) {
     made_ = memory_.data();
     limited_ = made_ + nv12;
     split_ = limited_ + nv12;
-    chromaLift_ = split_ + row * bandRows;
+    chromaLift_ = split_ + row * movieBandRows;
     lumaLift_ = chromaLift_ + row;
 }
 
@@ -60,14 +60,14 @@ void MoviePictureDrawer::draw(const PlanarPicture& picture, const MoviePlanes& d
     const int height = int(picture.size.height);
     const int pairs = width / 2;
     prepare(width);
-    std::uint8_t* chroma = made_ + std::ptrdiff_t(width) * bandRows;
-    if (picture.grey) std::fill_n(chroma, std::ptrdiff_t(width) * bandRows / 2, noColour);
-    for (int first = 0; first < height; first += bandRows) {
-        const int count = std::min(bandRows, height - first);
+    std::uint8_t* chroma = made_ + std::ptrdiff_t(width) * movieBandRows;
+    if (picture.grey) std::fill_n(chroma, std::ptrdiff_t(width) * movieBandRows / 2, noColour);
+    for (int first = 0; first < height; first += movieBandRows) {
+        const int count = std::min(movieBandRows, height - first);
         for (int i = 0; i < 2 && !picture.grey; ++i) {
             const int stride = picture.chroma[i].bytesPerRow;
             const std::uint8_t* from = picture.at(picture.chroma[i]);
-            std::uint8_t* to = split_ + std::ptrdiff_t(i) * pairs * (bandRows / 2);
+            std::uint8_t* to = split_ + std::ptrdiff_t(i) * pairs * (movieBandRows / 2);
             if (picture.halfChromaRows) {
                 libyuv::CopyPlane(from + std::ptrdiff_t(first / 2) * stride, stride, to, pairs, pairs,
                                   count / 2);
@@ -78,7 +78,7 @@ void MoviePictureDrawer::draw(const PlanarPicture& picture, const MoviePlanes& d
             }
         }
         if (!picture.grey)
-            libyuv::MergeUVPlane(split_, pairs, split_ + std::ptrdiff_t(pairs) * (bandRows / 2), pairs,
+            libyuv::MergeUVPlane(split_, pairs, split_ + std::ptrdiff_t(pairs) * (movieBandRows / 2), pairs,
                                  chroma, width, pairs, count / 2);
         const int stride = picture.luma.bytesPerRow;
         finish({picture.at(picture.luma) + std::ptrdiff_t(first) * stride, stride, chroma, width, width,
@@ -93,10 +93,10 @@ void MoviePictureDrawer::draw(const FrameFormat& format, const std::uint8_t* byt
     const int height = int(format.size.height);
     const int stride = int(format.bytesPerLine);
     prepare(width);
-    std::uint8_t* chroma = made_ + std::ptrdiff_t(width) * bandRows;
+    std::uint8_t* chroma = made_ + std::ptrdiff_t(width) * movieBandRows;
     const bool lumaFirst = format.format == fourcc::yuyv;
-    for (int first = 0; first < height; first += bandRows) {
-        const int count = std::min(bandRows, height - first);
+    for (int first = 0; first < height; first += movieBandRows) {
+        const int count = std::min(movieBandRows, height - first);
         // Every second byte is luma; what is between is chroma in pairs already.
         libyuv::SplitUVPlane(bytes + std::ptrdiff_t(first) * stride, stride, lumaFirst ? made_ : split_,
                              width, lumaFirst ? split_ : made_, width, width, count);
@@ -110,7 +110,7 @@ void MoviePictureDrawer::finish(Rows rows, bool fullRange, const MoviePlanes& de
                                 Mirroring mirroring) {
     const int width = rows.width;
     if (fullRange) {
-        std::uint8_t* chroma = limited_ + std::ptrdiff_t(width) * bandRows;
+        std::uint8_t* chroma = limited_ + std::ptrdiff_t(width) * movieBandRows;
         libyuv::InterpolatePlane(rows.luma, rows.lumaStride, lumaLift_, 0, limited_, width, width, rows.count,
                                  lumaMix);
         libyuv::InterpolatePlane(rows.chroma, rows.chromaStride, chromaLift_, 0, chroma, width, width,

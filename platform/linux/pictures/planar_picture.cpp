@@ -9,7 +9,7 @@ namespace tavelo {
 namespace {
 
 // Rows of a reduced picture that are made at once, so that what is between the steps stays in the cache.
-constexpr int bandRows = 8;
+constexpr int reducedBandRows = 8;
 
 // At once, since each row of chroma is mixed with its neighbours.
 bool drawAsItIs(const PlanarPicture& picture, const PixelBuffer& destination) {
@@ -38,15 +38,15 @@ bool PlanarReducer::draw(const PlanarPicture& picture, const PixelBuffer& destin
     if (reduction == 1 && !picture.grey) return drawAsItIs(picture, destination);
     const int width = int(destination.width());
     const int height = int(destination.height());
-    memory_.resize(std::size_t(width) * bandRows * (3 + 4));
+    memory_.resize(std::size_t(width) * reducedBandRows * (3 + 4));
     Band band;
     band.width = width;
     band.luma = memory_.data();
-    band.chroma[0] = band.luma + std::ptrdiff_t(width) * bandRows;
-    band.chroma[1] = band.chroma[0] + std::ptrdiff_t(width) * bandRows;
-    band.between = band.chroma[1] + std::ptrdiff_t(width) * bandRows;
-    for (; band.first < height; band.first += bandRows) {
-        band.rows = std::min(bandRows, height - band.first);
+    band.chroma[0] = band.luma + std::ptrdiff_t(width) * reducedBandRows;
+    band.chroma[1] = band.chroma[0] + std::ptrdiff_t(width) * reducedBandRows;
+    band.between = band.chroma[1] + std::ptrdiff_t(width) * reducedBandRows;
+    for (; band.first < height; band.first += reducedBandRows) {
+        band.rows = std::min(reducedBandRows, height - band.first);
         if (!drawBand(picture, destination, int(reduction), band)) return false;
     }
     return true;
