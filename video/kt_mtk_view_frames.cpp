@@ -151,7 +151,7 @@ bool KTMTKView::isShownAlready(const SampleBuffer& sample) const {
 
 void KTMTKView::countUndrawn(const MediaTime& time) {
     const std::lock_guard lock(stateMutex_);
-    presentationTime_ = time;
+    presentationTime_ = waitingTime_ = time;
     ++drawnFrames_;
 }
 
@@ -168,12 +168,12 @@ void KTMTKView::requestDraw(const SampleBuffer& sample) {
         waiting_ = sample.reducedBuffer ? Shown::reduced : sample.imageBuffer ? Shown::whole : Shown::nothing;
         correction_.shouldFlipHorizontal = shouldFlipHorizontal_ ? 1 : 0;
         correction_.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;
+        waitingTime_ = sample.presentationTimeStamp; // of a draw that is on its way, too
         if (waiting_ == Shown::nothing && !keepsEveryFrame_) {
             presentationTime_ = sample.presentationTimeStamp;
             ++drawnFrames_;
             return;
         }
-        waitingTime_ = sample.presentationTimeStamp;
         frameWaits_ = true;
         if (std::exchange(drawWaits_, true)) return;
     }

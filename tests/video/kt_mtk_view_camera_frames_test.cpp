@@ -160,6 +160,24 @@ TEST_F(CameraFramesTest, FrameThatAStillDecodedBeforeItWasDrawnIsInTheMovie) {
     EXPECT_THAT(script_.take(), Contains(HasSubstr("3000000/1000000000")).Times(1));
 }
 
+TEST_F(CameraFramesTest, FrameThatOvertakesADrawIsRecordedAtItsOwnTime) {
+    view_.stopRecord();
+    drawWhole(2ms);
+    script_.take();
+    std::promise<void> busy; // as while the encoder's library is loaded
+    view_.renderQueue().async([wait = busy.get_future().share()] { wait.wait(); });
+    view_.startRecordWithFilePathAudioOutputSettingsCompletionHandler("movie.mp4", std::nullopt,
+                                                                      [](bool, const Error&) {});
+    view_.drawSample({makeTestPicture(1280, 720), MediaTime::fromNanoseconds(3ms), nullptr, nullptr,
+                      makeTestPicture(640, 360)});
+    view_.drawSample({nullptr, MediaTime::fromNanoseconds(9ms), nullptr, frame_});
+    busy.set_value();
+    settle();
+    const auto calls = script_.take();
+    EXPECT_THAT(calls, Contains("session 9000000/1000000000"));
+    EXPECT_THAT(calls, Not(Contains(HasSubstr(" 3000000/1000000000"))));
+}
+
 TEST_F(CameraFramesTest, RecorderThatTakesNoFramesGetsPictures) {
     view_.stopRecord();
     record({});
