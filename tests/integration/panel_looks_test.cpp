@@ -43,7 +43,7 @@ double luminance(QRgb color) {
 }
 
 double contrastRatio(QRgb one, QRgb other) {
-    const auto [low, high] = std::minmax(luminance(one), luminance(other));
+    const auto [low, high] = std::minmax({luminance(one), luminance(other)});
     return (high + 0.05) / (low + 0.05);
 }
 
