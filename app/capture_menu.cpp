@@ -36,6 +36,8 @@ CaptureMenu::CaptureMenu(QWidget& window, WindowHost& host, const RecordingClock
       folders_(std::move(folders)) {
     setMenuKey(save_, Qt::CTRL | Qt::Key_S, window);
     setMenuKey(record_, Qt::CTRL | Qt::Key_R, window);
+    sound_.setCheckable(true);
+    soundMissing_.setEnabled(false);
     failure_.setEnabled(false);
     connect(&save_, &QAction::triggered, this, &CaptureMenu::savePicture);
     connect(&record_, &QAction::triggered, this, &CaptureMenu::toggleRecording);
@@ -48,6 +50,8 @@ CaptureMenu::CaptureMenu(QWidget& window, WindowHost& host, const RecordingClock
 
 QList<QAction*> CaptureMenu::entries() {
     QList<QAction*> entries{&save_, &record_};
+    if (host_.mayRecordSound()) entries << &sound_;
+    if (lacksSound_) entries << &soundMissing_;
     if (!lastReason_.isEmpty()) entries << &failure_;
     if (!lastFile_.isEmpty()) entries << &showFile_;
     return entries;
@@ -56,6 +60,8 @@ QList<QAction*> CaptureMenu::entries() {
 void CaptureMenu::retranslate() {
     const auto text = [this](std::string_view key) { return localizedText(bundle_, key); };
     save_.setText(text("Save_picture"));
+    sound_.setText(text("Record_sound"));
+    soundMissing_.setText(text("Sound_missing"));
     showFile_.setText(text("Show_file"));
     const QString reason = lastFolder_.isEmpty()
                                ? lastReason_
@@ -74,6 +80,7 @@ void CaptureMenu::showRecording() {
     const bool runs = clock_.isRunning();
     const std::string text = bundle_.localizedString(runs ? "Stop_recording" : "Record", {});
     record_.setText(runs ? QString::fromStdString(text).arg(clock_.text()) : QString::fromStdString(text));
+    sound_.setEnabled(!runs);                  // of the next movie
     record_.setEnabled(runs || pictureShown_); // a camera that has fallen silent can still be stopped
 }
 
@@ -111,7 +118,10 @@ void CaptureMenu::startRecording() {
         return fail(folders_.movies, QStringLiteral("cannot make the folder: ") + reason, reason,
                     folders_.movies);
     ownMovie_ = *file;
-    host_.startRecording(file->toStdString(), {},
+    lacksSound_ = false;
+    const bool withSound = sound_.isChecked() && host_.mayRecordSound();
+    const SoundChoice sound{withSound ? SoundChoice::Kind::automatic : SoundChoice::Kind::off};
+    host_.startRecording(file->toStdString(), {{}, sound},
                          [self = QPointer(this), file = *file](const std::optional<ServiceError>& error) {
                              if (!self || !error) return;
                              const QString why = QString::fromStdString(error->text);
@@ -124,6 +134,7 @@ void CaptureMenu::recordingDidEnd(const std::string& file, bool success, const s
     const QString name = QString::fromStdString(file);
     if (name != std::exchange(ownMovie_, {})) return;
     const QString why = QString::fromStdString(reason);
+    lacksSound_ = success && !reason.empty();
     if (success)
         keep(name);
     else

@@ -16,8 +16,9 @@
 
 namespace tavelo {
 
-/// Save Picture (Ctrl+S), Record or Stop Recording (Ctrl+R), and Show File afterwards.  What could not be
-/// written is one line on the standard error stream and an entry of the menu.  Main thread.
+/// Save Picture (Ctrl+S), Record or Stop Recording (Ctrl+R), whether with sound, and Show File afterwards.
+/// What could not be written is one line on the standard error stream and an entry of the menu; sound that a
+/// movie lacks is an entry.  Main thread.
 class CaptureMenu final : public QObject, public MenuSection {
     Q_OBJECT
 
@@ -59,13 +60,16 @@ private:
     const Folders folders_;
     QAction save_;
     QAction record_;
+    QAction sound_; // off whenever the program starts: a microphone is not switched on unasked
+    QAction soundMissing_;
     QAction showFile_;
     QAction failure_;
     QString lastFile_;   // that was written
     QString lastReason_; // why the last file was not; empty if it was
     QString lastFolder_; // that did not take it; empty if that is not the reason
     FolderTrouble lastTrouble_ = FolderTrouble::none;
-    QString ownMovie_; // that is being recorded; others are the service's
+    QString ownMovie_;        // that is being recorded; others are the service's
+    bool lacksSound_ = false; // the last movie
     bool saving_ = false;
     bool pictureShown_ = false;
 };

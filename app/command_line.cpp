@@ -3,99 +3,17 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <chrono>
-#include <cmath>
-#include <iomanip>
 #include <map>
 #include <sstream>
-#include <string_view>
 
-#include "platform/common/format_choice.h"
+#include "app/option_values.h"
 
 namespace tavelo {
 namespace {
 
 constexpr int usageError = 2;
 constexpr int maxVirtualCameras = 8;
-
-std::optional<std::uint32_t> positiveNumber(std::string_view text) {
-    std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    constexpr std::uint32_t largest = 16384;
-    if (error != std::errc() || end != text.data() + text.size() || number == 0 || number > largest)
-        return {};
-    return number;
-}
-
-std::optional<CaptureFormatRequest::Size> parseSize(std::string_view text) {
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos) return {};
-    const auto width = positiveNumber(text.substr(0, cross));
-    const auto height = positiveNumber(text.substr(cross + 1));
-    if (!width || !height) return {};
-    return CaptureFormatRequest::Size{*width, *height};
-}
-
-const CLI::Validator sizeValidator(
-    [](const std::string& text) {
-        return parseSize(text) ? std::string() : "not a size such as 1280x720: " + text;
-    },
-    "", "size");
-
-const CLI::Validator fourccValidator(
-    [](const std::string& text) {
-        return fourccFromText(text) ? std::string()
-                                    : "not a pixel format of {YUYV,UYVY,NV12,I420,GREY,MJPG}: " + text;
-    },
-    "{YUYV,UYVY,NV12,I420,GREY,MJPG}", "format");
-
-// CLI::Range accepts "nan" for any range.
-CLI::Validator decimalWithin(double lowest, double highest) {
-    std::ostringstream range;
-    range << std::setprecision(9) << '[' << lowest << " - " << highest << ']';
-    const auto check = [lowest, highest, range = range.str()](const std::string& text) {
-        double number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        const bool isNumber = error == std::errc() && end == text.data() + text.size();
-        return isNumber && number >= lowest && number <= highest ? std::string()
-                                                                 : "not a number in " + range + ": " + text;
-    };
-    return CLI::Validator(check, "in " + range.str(), "number");
-}
-
-const CLI::Validator fileValidator(
-    [](const std::string& text) { return text.empty() ? std::string("no file is named") : std::string(); },
-    "", "file");
-
-const CLI::Validator cameraValidator(
-    [](const std::string& text) {
-        const bool isZeroOrEmpty = text.find_first_not_of('0') == std::string::npos;
-        return isZeroOrEmpty ? "not a camera's number, from 1, or identifier: " + text : std::string();
-    },
-    "", "camera");
-
-/// Maps names to values.  CLI11's own transformer would also accept an enumerator's number.
-template <typename Value>
-class NamedValues {
-public:
-    NamedValues(std::map<std::string, Value> values) : values_(std::move(values)) {}
-
-    void addTo(CLI::Option* option) const {
-        std::vector<std::string> names;
-        for (const auto& [name, value] : values_)
-            names.push_back(name);
-        option->check(CLI::IsMember(names))->type_name("NAME");
-    }
-
-    Value of(const std::string& name, Value otherwise) const {
-        const auto found = values_.find(name);
-        return found != values_.end() ? found->second : otherwise;
-    }
-
-private:
-    std::map<std::string, Value> values_;
-};
 
 NamedValues<CameraTransport> namedTransports() {
     std::map<std::string, CameraTransport> names;
@@ -104,10 +22,18 @@ NamedValues<CameraTransport> namedTransports() {
     return names;
 }
 
-std::string transportHelp() {
-    std::string help = "How to access cameras: ";
+NamedValues<PictureSource> namedPictureSources() {
+    std::map<std::string, PictureSource> names;
+    for (const PictureSourceDescription& row : pictureSources())
+        names.emplace(row.name, row.source);
+    return names;
+}
+
+template <typename Descriptions>
+std::string helpOf(const std::string& question, const Descriptions& rows) {
+    std::string help = question + ": ";
     const char* between = "";
-    for (const TransportDescription& row : cameraTransports()) {
+    for (const auto& row : rows) {
         help += between + row.name + " (" + row.meaning + ")";
         between = " or ";
     }
@@ -115,6 +41,7 @@ std::string transportHelp() {
 }
 
 const NamedValues<CameraTransport> transports = namedTransports();
+const NamedValues<PictureSource> sources = namedPictureSources();
 const NamedValues<RendererChoice> renderers({{"auto", RendererChoice::automatic},
                                              {"gl", RendererChoice::gl},
                                              {"cpu", RendererChoice::cpu}});
@@ -136,6 +63,7 @@ public:
         app_.add_flag("--manual", line_.manual, "Show the manual in the desktop's browser")
             ->excludes(screenshot_)
             ->excludes(service_)
+            ->excludes(share_)
             ->excludes(snapshot_)
             ->excludes(record_);
         app_.failure_message(failureMessage);
@@ -164,10 +92,16 @@ private:
                             "Make them like the camera in this pack, which \"taveloctl probe --pack\" wrote")
                 ->check(fileValidator)
                 ->type_name("FILE");
-        CLI::Option* const transport = app_.add_option("--transport", transport_, transportHelp())
-                                           ->excludes(virtualCameras)
-                                           ->excludes(like);
+        CLI::Option* const transport =
+            app_.add_option("--transport", transport_, helpOf("How to access cameras", cameraTransports()))
+                ->excludes(virtualCameras)
+                ->excludes(like);
         transports.addTo(transport);
+        picture_ = app_.add_option("--picture", pictureSource_,
+                                   helpOf("Where their pictures come from", pictureSources()))
+                       ->excludes(virtualCameras)
+                       ->excludes(like);
+        sources.addTo(picture_);
         app_.add_option("--size", size_, "Picture size to ask the camera for")
             ->check(sizeValidator)
             ->type_name("WIDTHxHEIGHT");
@@ -193,6 +127,9 @@ private:
                           "Serve other programs on the session bus, and show the window only when asked; "
                           "the bus starts it so")
                 ->excludes(screenshot_);
+        share_ = app_.add_flag("--share", line_.share,
+                               "Let other programs choose the picture as a camera, through PipeWire")
+                     ->excludes(screenshot_);
     }
 
     void addHeadlessCapture() {
@@ -201,19 +138,27 @@ private:
                         ->check(fileValidator)
                         ->type_name("FILE")
                         ->excludes(screenshot_)
-                        ->excludes(service_);
+                        ->excludes(service_)
+                        ->excludes(share_);
         record_ = app_.add_option("--record", recordFile_,
-                                  "Record the camera to this MPEG-4 file, without sound and without a "
-                                  "window, until Ctrl+C")
+                                  "Record the camera to this MPEG-4 file, without a window, until Ctrl+C")
                       ->check(fileValidator)
                       ->type_name("FILE")
                       ->excludes(screenshot_)
                       ->excludes(service_)
+                      ->excludes(share_)
                       ->excludes(snapshot_);
         duration_ = app_.add_option("--duration", seconds_, "Record for this many seconds only")
                         ->type_name("SECONDS")
                         ->check(decimalWithin(0.1, 1e6))
                         ->needs(record_);
+        sound_ =
+            app_.add_option("--sound", soundText_,
+                            "Record this sound: off, auto (the camera's own microphone, if it has one), or a "
+                            "microphone's name")
+                ->type_name("NAME")
+                ->check(soundValidator)
+                ->needs(record_);
         camera_ = app_.add_option("--camera", headlessCapture_.camera,
                                   "Snapshot or record this camera: its number, from 1, or its identifier")
                       ->check(cameraValidator)
@@ -229,6 +174,12 @@ private:
                 {},
                 app_.get_name() + ": --like " + like_ + ": " + error.text + " (--help lists the options)\n"};
         line_.cameras.transport = transports.of(transport_, line_.cameras.transport);
+        line_.cameras.pictures = sources.of(pictureSource_, line_.cameras.pictures);
+        if (picture_->count() > 0 && line_.cameras.transport != CameraTransport::kernel)
+            return CommandLineExit{
+                usageError,
+                {},
+                failureMessage(&app_, CLI::ExcludesError(picture_->get_name(), "--transport usb"))};
         line_.renderer = renderers.of(renderer_, line_.renderer);
         for (const CLI::Option* option : app_.get_options())
             if (option->count() > 0) line_.given.push_back(option->get_name());
@@ -240,6 +191,8 @@ private:
             headlessCapture_.kind =
                 records ? HeadlessCaptureOptions::Kind::record : HeadlessCaptureOptions::Kind::snapshot;
             headlessCapture_.file = records ? recordFile_ : snapshotFile_;
+            if (sound_->count() > 0)
+                headlessCapture_.sound = soundChoiceOf(soundText_).value_or(SoundChoice());
             if (duration_->count() > 0) headlessCapture_.duration = std::chrono::duration<double>(seconds_);
             line_.headlessCapture = headlessCapture_;
         } else if (const CLI::Option* stray = camera_->count() > 0 ? camera_ : mirror_; stray->count() > 0) {
@@ -254,6 +207,7 @@ private:
     HeadlessCaptureOptions headlessCapture_;
     std::string like_;
     std::string transport_;
+    std::string pictureSource_;
     std::string renderer_;
     std::string size_;
     double framesPerSecond_ = 0;
@@ -261,11 +215,15 @@ private:
     std::string snapshotFile_;
     std::string recordFile_;
     double seconds_ = 0;
+    CLI::Option* picture_ = nullptr;
+    std::string soundText_;
     CLI::Option* screenshot_ = nullptr;
     CLI::Option* service_ = nullptr;
+    CLI::Option* share_ = nullptr;
     CLI::Option* snapshot_ = nullptr;
     CLI::Option* record_ = nullptr;
     CLI::Option* duration_ = nullptr;
+    CLI::Option* sound_ = nullptr;
     CLI::Option* camera_ = nullptr;
     CLI::Option* mirror_ = nullptr;
 };

@@ -21,6 +21,8 @@ struct CommandLine {
     std::optional<std::string> screenshot;
     /// Serve the session bus, and show the window only when asked.
     bool service = false;
+    /// Share the picture with other programs.
+    bool share = false;
     /// Show the manual instead of the window.
     bool manual = false;
     /// A still or a movie to take instead of showing the window.

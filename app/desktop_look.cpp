@@ -22,6 +22,12 @@ constexpr auto gnomeInterface = "org.gnome.desktop.interface";
 
 constexpr double largestTextFactor = 3;
 
+// The desktop's own value is a number from 0.5 to 3, but anybody on the bus may send another, or none.
+double textFactorOf(const QVariant& value) {
+    const double told = value.toDouble();
+    return told > 1 ? std::min(told, largestTextFactor) : 1; // not so with NaN
+}
+
 QPalette whiteOnBlack() {
     QPalette palette(Qt::white, Qt::black, Qt::white, Qt::white, Qt::white, Qt::white, Qt::white, Qt::black,
                      Qt::black);
@@ -79,7 +85,7 @@ void DesktopLook::take(const QString& group, const QString& key, const QVariant&
     else if (group == QLatin1String(gnomeAccessibility) && key == QStringLiteral("high-contrast"))
         gnomeWantsContrast_ = value == QVariant(true);
     else if (group == QLatin1String(gnomeInterface) && key == QStringLiteral("text-scaling-factor"))
-        textFactor_ = std::clamp(value.toDouble(), 1.0, largestTextFactor);
+        textFactor_ = textFactorOf(value);
 }
 
 void DesktopLook::apply() {

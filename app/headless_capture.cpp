@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/capture_texts.h"
+#include "app/recording_sound.h"
 #include "app/timed_recorder.h"
 #include "process/error_line.h"
 #include "video/kt_display_view.h"
@@ -34,16 +35,19 @@ std::optional<std::size_t> numberOf(const std::string& text) {
 } // namespace
 
 HeadlessCapture::HeadlessCapture(CapturePlatform& capture, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                                 HeadlessCaptureOptions options, RendererChoice renderer)
+                                 HeadlessCaptureOptions options, RendererChoice renderer,
+                                 std::shared_ptr<SoundPlatform> sounds)
     : capture_(capture),
       assetWriters_(std::move(assetWriters)),
       options_(std::move(options)),
-      renderer_(renderer) {
+      renderer_(renderer),
+      sounds_(std::move(sounds)) {
     connect(&timer_, &QTimer::timeout, this, &HeadlessCapture::poll);
 }
 
 HeadlessCapture::~HeadlessCapture() {
     if (observing_) capture_.removeObserver(this);
+    sound_.reset();
     // Finishes a movie that is still being recorded; its handler uses this object.
     view_.reset();
     recorder_.reset();
@@ -61,6 +65,8 @@ void HeadlessCapture::start() {
     view_->mtkView()->setAssetWriteManager(recorder_);
     view_->mtkView()->setShouldFlipHorizontal(options_.mirror);
     view_->mtkView()->setNeedsWholePictures(true);
+    sound_ =
+        std::make_unique<RecordingSound>(RecordingSound::Request{sounds_, options_.sound, camera_->place()});
     capture_.addObserver(this);
     observing_ = true;
     view_->showDevice(camera_);
@@ -91,8 +97,9 @@ void HeadlessCapture::poll() {
     const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
 
     if (state_ == State::waiting) {
+        if (soundIsMissing()) return;
         const bool still = options_.kind == HeadlessCaptureOptions::Kind::snapshot;
-        if (pictures >= (still ? picturesBeforeAStill : 1))
+        if (pictures >= (still ? picturesBeforeAStill : 1) && !sound_->isOpening())
             begin();
         else if (silent || cameraIsUnavailable(*view_))
             endWithoutPicture();
@@ -100,6 +107,15 @@ void HeadlessCapture::poll() {
         cutShortReason_ = "the camera fell silent";
         finishMovie();
     }
+}
+
+// Ends if the user named a microphone that cannot be used.
+bool HeadlessCapture::soundIsMissing() {
+    if (sound_->isOpening() || !sound_->isRequired()) return false;
+    const Error error = sound_->error();
+    if (error.code == ErrorCode::none) return false;
+    end(statusOf(error.code), options_.file + ": not written: " + error.text);
+    return true;
 }
 
 void HeadlessCapture::endWithoutPicture() {
@@ -120,8 +136,11 @@ void HeadlessCapture::begin() {
     } else {
         state_ = State::recording;
         view_->mtkView()->setNeedsWholePictures(false); // the movie says what it needs
-        view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(options_.file, {},
-                                                                                      report);
+        if (const Error error = sound_->error(); error.code != ErrorCode::none)
+            printErrorLine(options_.file, "no sound: " + error.text);
+        view_->mtkView()->startRecordWithFilePathAudioOutputSettingsCompletionHandler(
+            options_.file, sound_->settings(), report);
+        sound_->begin(view_->mtkView()->renderQueue(), recorder_);
     }
 }
 
@@ -142,6 +161,8 @@ void HeadlessCapture::didWrite(bool success, const Error& error) {
         end(ExitStatus::failed, options_.file + ": " + stateOfUnfinishedFile(error) + ": " + error.text);
     else if (!cutShortReason_.empty())
         end(ExitStatus::failed, options_.file + ": cut short: " + cutShortReason_);
+    else if (const std::string reason = sound_->lossReason(); !reason.empty())
+        end(ExitStatus::done, options_.file + ": silent at its end: " + reason);
     else
         end(ExitStatus::done);
 }

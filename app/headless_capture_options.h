@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/common/microphone_choice.h"
+
 namespace tavelo {
 
 struct HeadlessCaptureOptions {
@@ -19,6 +21,8 @@ struct HeadlessCaptureOptions {
     /// A camera's number, from 1, or its identifier; empty: the first one.
     std::string camera;
     bool mirror = false;
+    /// Of the movie.
+    SoundChoice sound;
 };
 
 } // namespace tavelo

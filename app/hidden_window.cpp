@@ -5,6 +5,7 @@
 #include <QTimer>
 
 #include "app/recording_title.h"
+#include "app/share_menu.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -14,6 +15,7 @@ HiddenWindow::HiddenWindow(const Parts& parts) : parts_(parts), notice_(parts.bu
     connect(&tray_, &DesktopTray::answered, this, &HiddenWindow::tell);
     connect(&parts.picture, &PictureWatch::changed, this, &HiddenWindow::refresh);
     connect(&parts.clock, &RecordingClock::changed, this, &HiddenWindow::refresh);
+    connect(&parts.host, &WindowHost::sharingChanged, this, &HiddenWindow::refresh);
     connect(&notice_, &StillRunningNotice::showChosen, this, &HiddenWindow::showChosen);
     connect(&notice_, &StillRunningNotice::releaseChosen, this, &HiddenWindow::releaseCamera);
     connect(&notice_, &StillRunningNotice::quitChosen, this, &HiddenWindow::quitChosen);
@@ -51,8 +53,11 @@ void HiddenWindow::tell(bool hasTray) {
 }
 
 void HiddenWindow::refresh() {
-    if (entryIsShown_)
-        entry_->show({line(), parts_.clock.isRunning(), parts_.panel.shownCamera() != nullptr});
+    if (!entryIsShown_) return;
+    const IconMark mark = parts_.clock.isRunning()  ? IconMark::recorded
+                          : parts_.host.isSharing() ? IconMark::shared
+                                                    : IconMark::none;
+    entry_->show({line(), mark, parts_.panel.shownCamera() != nullptr});
 }
 
 // A movie ends whole, as if the user had stopped it.
@@ -67,6 +72,7 @@ QString HiddenWindow::line() const {
     QString line = statusText(status, parts_.bundle);
     if (status.kind == PictureStatus::Kind::shown || status.kind == PictureStatus::Kind::waiting)
         line = localizedText(parts_.bundle, "Camera_is_on").arg(QString::fromStdString(status.camera));
+    if (parts_.host.isSharing()) line = QStringLiteral("%1 – %2").arg(sharingText(parts_.bundle), line);
     return parts_.clock.isRunning() ? recordingText(parts_.clock, line) : line;
 }
 

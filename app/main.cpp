@@ -15,6 +15,7 @@
 #include "app/single_instance.h"
 #include "platform/backends/backends.h"
 #include "platform/linux/movie/module/late_asset_writer_platform.h"
+#include "process/crashes.h"
 #include "process/data_folders.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
@@ -73,7 +74,7 @@ int runHeadlessCapture(const CommandLine& commandLine, const QuitSignals& quitSi
     StderrDiagnostics diagnostics(commandLine.verbose);
     const Backend cameras = makeCameras(panelCameraOptions(commandLine), mainQueue, diagnostics);
     HeadlessCapture capture(*cameras.capture, makeLateAssetWriterPlatform(diagnostics),
-                            *commandLine.headlessCapture, commandLine.renderer);
+                            *commandLine.headlessCapture, commandLine.renderer, cameras.sound);
     QObject::connect(&quitSignals, &QuitSignals::asked, &capture, &HeadlessCapture::stop);
     QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
     return KTApplication::exec();
@@ -107,5 +108,6 @@ int main(int argc, char** argv) {
         tavelo::printErrorLine("no display: neither DISPLAY nor WAYLAND_DISPLAY is set");
         return 1;
     }
+    tavelo::reportCrashesOf("tavelo-control-panel", tavelo::fullVersion());
     return tavelo::runProgram(commandLine, argc, argv);
 }

@@ -43,7 +43,8 @@ PanelProgram::PanelProgram(const CommandLine& commandLine, KTApplication& applic
       assetWriters_(makeLateAssetWriterPlatform(diagnostics_)),
       catalog_(readDescriptions(extensionUnitFolders(), isClassControl,
                                 [](const std::string& line) { printErrorLine(line); })),
-      host_(assetWriters_, [this] { return show(); }) {
+      host_(
+          assetWriters_, [this] { return show(); }, cameras_.pictureShare, cameras_.sound) {
     KTUVCManager::setEnvironment({cameras_.usb.get(), &localizer_});
     if (instance != nullptr && instance->role() == SingleInstance::Role::first) serve(*instance);
 }
@@ -64,6 +65,7 @@ void PanelProgram::serve(SingleInstance& instance) {
     QObject::connect(&host_, &WindowHost::recordingFileChanged, &service,
                      &ControlPanelService::recordingFileDidChange);
     QObject::connect(&host_, &WindowHost::recordingEnded, &service, &ControlPanelService::recordingDidEnd);
+    QObject::connect(&host_, &WindowHost::sharingChanged, &service, &ControlPanelService::sharingDidChange);
     QObject::connect(&host_, &WindowHost::controlChanged, &service, [this](KTUVCControl control) {
         if (const auto camera = host_.shownCamera())
             service_->controlDidChange(camera->uniqueID(), control, host_.shownControls());
@@ -110,6 +112,7 @@ std::optional<ServiceError> PanelProgram::show() {
 
 int PanelProgram::run() {
     if (!commandLine_.service) show();
+    if (commandLine_.share) host_.setSharing(true);
     if (commandLine_.screenshot) {
         window_->panel().finishBinding(); // the picture shows the camera's values
         screenshot_.emplace(window_->window(), window_->panel().displayView(), *commandLine_.screenshot);

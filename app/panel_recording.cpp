@@ -20,11 +20,13 @@ constexpr auto recordingPatience = 15s;
 } // namespace
 
 PanelRecording::PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterPlatform> assetWriters,
-                               Request request)
+                               std::shared_ptr<SoundPlatform> sounds, Request request)
     : view_(view),
       assetWriters_(std::move(assetWriters)),
       request_(std::move(request)),
       recorder_(std::make_shared<TimedRecorder>(assetWriters_, request_.duration)),
+      sound_(std::make_unique<RecordingSound>(
+          RecordingSound::Request{std::move(sounds), request_.sound, request_.camera->place()})),
       pictures_(view.mtkView()->drawnFrames()) {
     connect(&timer_, &QTimer::timeout, this, &PanelRecording::poll);
     timer_.start(recordingPoll);
@@ -32,6 +34,7 @@ PanelRecording::PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterP
 }
 
 PanelRecording::~PanelRecording() {
+    sound_.reset();
     KTMTKView& view = *view_.mtkView();
     view.setAssetWriteManager(
         std::make_shared<KTAssetWriterManager>(assetWriters_, KTAssetWriterManager::madeOfCameraFrames()));
@@ -46,7 +49,8 @@ void PanelRecording::poll() {
 
     switch (state_) {
         case State::waiting:
-            if (pictures >= request_.firstPicture)
+            if (soundIsMissing()) break;
+            if (pictures >= request_.firstPicture && !sound_->isOpening())
                 begin();
             else if (silent || cameraIsUnavailable(view_))
                 failToBegin();
@@ -69,16 +73,32 @@ void PanelRecording::poll() {
     }
 }
 
+// Ends if the client named a microphone that cannot be used.
+bool PanelRecording::soundIsMissing() {
+    if (sound_->isOpening() || !sound_->isRequired()) return false;
+    const Error error = sound_->error();
+    if (error.code == ErrorCode::none) return false;
+    end(ServiceError{ServiceError::Kind::failed, error.text});
+    return true;
+}
+
+std::string PanelRecording::soundNote() const {
+    if (const Error error = sound_->error(); error.code != ErrorCode::none) return "no sound: " + error.text;
+    const std::string reason = sound_->lossReason();
+    return reason.empty() ? std::string() : "silent at its end: " + reason;
+}
+
 void PanelRecording::begin() {
     state_ = State::starting;
     KTMTKView& view = *view_.mtkView();
     view.setAssetWriteManager(recorder_);
     // Called on the render queue or on the writer's own thread.
     view.startRecordWithFilePathAudioOutputSettingsCompletionHandler(
-        request_.file, {}, [this](bool success, const Error& error) {
+        request_.file, sound_->settings(), [this](bool success, const Error& error) {
             QMetaObject::invokeMethod(
                 this, [this, success, error] { didWrite(success, error); }, Qt::QueuedConnection);
         });
+    sound_->begin(view.renderQueue(), recorder_);
 }
 
 void PanelRecording::failToBegin() {
@@ -119,7 +139,7 @@ void PanelRecording::end(const std::optional<ServiceError>& error) {
     // A movie so short that nobody saw it begin has begun, too.
     if (!hasBegun_) request_.started(error);
     const bool begun = hasBegun_ || !error;
-    Q_EMIT ended(begun, !error, error ? error->text : std::string(), error && error->isOfFile);
+    Q_EMIT ended(begun, !error, error ? error->text : soundNote(), error && error->isOfFile);
 }
 
 } // namespace tavelo

@@ -10,8 +10,10 @@
 #include <optional>
 #include <string>
 
+#include "app/recording_sound.h"
 #include "platform/asset_writer.h"
 #include "platform/capture.h"
+#include "platform/sound_source.h"
 #include "service/panel_host.h"
 
 namespace tavelo {
@@ -34,11 +36,14 @@ public:
         std::uint64_t firstPicture = 0;        ///< of the view, that shows this camera
         std::string file;
         std::optional<PanelHost::Seconds> duration; ///< absent: until stop()
-        PanelHost::Handler started;                 ///< called once; with an error nothing else follows
+        SoundChoice sound;
+        PanelHost::Handler started; ///< called once; with an error nothing else follows
     };
 
     /// @param view must outlive this object
-    PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterPlatform> assetWriters, Request request);
+    /// @param sounds null: the movie has no sound
+    PanelRecording(KTDisplayView& view, std::shared_ptr<AssetWriterPlatform> assetWriters,
+                   std::shared_ptr<SoundPlatform> sounds, Request request);
     /// Finishes a movie that is still being recorded, and waits for it.
     ~PanelRecording() override;
 
@@ -50,6 +55,7 @@ public:
 
 Q_SIGNALS:
     /// Called once, at last; without a movie only `started` gets the reason.
+    /// @param reason why it failed; on success what the movie lacks of its sound, or empty
     /// @param isOfFile whether the file system is the reason
     void ended(bool begun, bool success, const std::string& reason, bool isOfFile);
 
@@ -57,6 +63,8 @@ private:
     enum class State : std::uint8_t { waiting, starting, recording, finishing, done };
 
     void poll();
+    bool soundIsMissing();
+    std::string soundNote() const;
     void begin();
     void failToBegin();
     void didWrite(bool success, const Error& error);
@@ -66,6 +74,7 @@ private:
     const std::shared_ptr<AssetWriterPlatform> assetWriters_;
     const Request request_;
     std::shared_ptr<TimedRecorder> recorder_;
+    std::unique_ptr<RecordingSound> sound_;
     State state_ = State::waiting;
     bool hasBegun_ = false;
     std::string cutShortReason_;

@@ -11,6 +11,7 @@ namespace tavelo {
 namespace {
 
 constexpr QColor dotRed(224, 32, 32);
+constexpr QColor dotBlue(32, 112, 224);
 
 std::vector<QPixmap> picturesOf(const QIcon& icon) {
     std::vector<QPixmap> pictures;
@@ -34,12 +35,19 @@ RecordingTitle::RecordingTitle(QWidget& window, const RecordingClock& clock)
     connect(&clock, &RecordingClock::changed, this, &RecordingTitle::show);
 }
 
+void RecordingTitle::setShared(const QString& text) {
+    shared_ = text;
+    show();
+}
+
 void RecordingTitle::show() {
     const bool runs = clock_.isRunning();
-    window_.setWindowTitle(runs ? recordingText(clock_, title_) : title_);
-    if (std::exchange(isMarked_, runs) == runs) return;
+    const QString title = shared_.isEmpty() ? title_ : QStringLiteral("%1 – %2").arg(shared_, title_);
+    window_.setWindowTitle(runs ? recordingText(clock_, title) : title);
+    const IconMark mark = runs ? IconMark::recorded : shared_.isEmpty() ? IconMark::none : IconMark::shared;
+    if (std::exchange(mark_, mark) == mark) return;
     const QIcon icon = QGuiApplication::windowIcon();
-    window_.setWindowIcon(runs ? withRedDot(icon) : icon);
+    window_.setWindowIcon(mark == IconMark::none ? icon : withMark(icon, mark));
 }
 
 QString recordingText(const RecordingClock& clock, const QString& text) {
@@ -47,14 +55,14 @@ QString recordingText(const RecordingClock& clock, const QString& text) {
     return QStringLiteral("\U0001F534 %1 %2").arg(clock.text(), text);
 }
 
-QIcon withRedDot(const QIcon& icon) {
+QIcon withMark(const QIcon& icon, IconMark mark) {
     QIcon marked;
     for (QPixmap picture : picturesOf(icon)) {
         const int size = picture.width();
         QPainter painter(&picture);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(Qt::white, size / 24.0));
-        painter.setBrush(dotRed);
+        painter.setBrush(mark == IconMark::recorded ? dotRed : dotBlue);
         const double radius = size * 0.2;
         painter.drawEllipse(QPointF(size - radius - 1, size - radius - 1), radius, radius);
         painter.end();

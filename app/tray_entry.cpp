@@ -33,15 +33,15 @@ void TrayEntry::show(const Look& look) {
     release_.setEnabled(look.hasCamera);
     quit_.setText(text("Quit"));
     icon_.setToolTip(QStringLiteral("%1: %2").arg(QGuiApplication::applicationDisplayName(), look.line));
-    setMarked(look.isRecording);
+    setMark(look.mark);
     icon_.show();
 }
 
-void TrayEntry::setMarked(bool marked) {
-    if (isMarked_ == marked) return;
-    isMarked_ = marked;
+void TrayEntry::setMark(IconMark mark) {
+    if (mark_ == mark) return;
+    mark_ = mark;
     const QIcon icon = QGuiApplication::windowIcon();
-    icon_.setIcon(marked ? withRedDot(icon) : inUsualSizes(icon));
+    icon_.setIcon(mark == IconMark::none ? inUsualSizes(icon) : withMark(icon, mark));
 }
 
 } // namespace tavelo

@@ -9,6 +9,7 @@
 #include <QSystemTrayIcon>
 #include <optional>
 
+#include "app/recording_title.h"
 #include "platform/bundle.h"
 
 namespace tavelo {
@@ -20,7 +21,7 @@ class TrayEntry final : public QObject {
 public:
     struct Look {
         QString line; ///< what goes on
-        bool isRecording = false;
+        IconMark mark = IconMark::none;
         bool hasCamera = false; ///< to release
     };
 
@@ -37,7 +38,7 @@ Q_SIGNALS:
     void quitChosen();
 
 private:
-    void setMarked(bool marked);
+    void setMark(IconMark mark);
 
     const Bundle& bundle_;
     QAction line_;
@@ -46,7 +47,7 @@ private:
     QAction quit_;
     QMenu menu_;
     QSystemTrayIcon icon_;
-    std::optional<bool> isMarked_; // the icon has the red dot; nothing while there is no icon
+    std::optional<IconMark> mark_; // nothing while there is no icon
 };
 
 } // namespace tavelo

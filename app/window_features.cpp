@@ -15,12 +15,15 @@ WindowFeatures::WindowFeatures(const Parts& parts)
       tips_(parts.panel, parts.bundle),
       camera_(parts.panel, parts.bundle, [this] { return picture_.status(); }),
       capture_(parts.window, parts.host, clock_, parts.bundle, parts.folders),
+      share_(parts.host, parts.bundle),
       windowMenu_(parts.window, fullScreen_, parts.bundle),
       hidden_({parts.window, parts.panel, parts.host, picture_, clock_, parts.bundle}) {
-    for (MenuSection* section : std::initializer_list<MenuSection*>{&camera_, &capture_, &windowMenu_})
+    for (MenuSection* section :
+         std::initializer_list<MenuSection*>{&camera_, &capture_, &share_, &windowMenu_})
         parts.menu.addSection(*section);
     followPicture(parts);
     followRecording(parts.host);
+    followSharing(parts);
     connect(&capture_, &CaptureMenu::showFileChosen, this,
             [](const QString& file) { showFileInFolder(file); });
     connect(&hidden_, &HiddenWindow::showChosen, this, &WindowFeatures::showChosen);
@@ -40,6 +43,15 @@ void WindowFeatures::followPicture(const Parts& parts) {
         tips_.retranslate();
         show();
     });
+    show();
+}
+
+void WindowFeatures::followSharing(const Parts& parts) {
+    const auto show = [this, &host = parts.host, &bundle = parts.bundle] {
+        title_.setShared(host.isSharing() ? sharingText(bundle) : QString());
+    };
+    connect(&parts.host, &WindowHost::sharingChanged, this, show);
+    connect(&parts.menu, &PanelMenu::languageChanged, this, show);
     show();
 }
 

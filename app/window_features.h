@@ -11,6 +11,7 @@
 #include "app/preview_tip.h"
 #include "app/recording_clock.h"
 #include "app/recording_title.h"
+#include "app/share_menu.h"
 #include "app/window_menu.h"
 #include "panel/panel_hands.h"
 #include "panel/panel_tips.h"
@@ -44,6 +45,7 @@ Q_SIGNALS:
 private:
     void followPicture(const Parts& parts);
     void followRecording(WindowHost& host);
+    void followSharing(const Parts& parts);
 
     PictureWatch picture_;
     PreviewTip tip_;
@@ -54,6 +56,7 @@ private:
     PanelTips tips_;
     CameraMenu camera_;
     CaptureMenu capture_;
+    ShareMenu share_;
     WindowMenu windowMenu_;
     HiddenWindow hidden_;
 };

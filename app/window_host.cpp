@@ -11,15 +11,24 @@
 namespace tavelo {
 
 WindowHost::WindowHost(std::shared_ptr<AssetWriterPlatform> assetWriters,
-                       std::function<std::optional<ServiceError>()> show)
+                       std::function<std::optional<ServiceError>()> show,
+                       std::shared_ptr<PictureSharePlatform> shares, std::shared_ptr<SoundPlatform> sounds)
     : assetWriters_(std::move(assetWriters)),
-      show_(std::move(show)) {}
+      show_(std::move(show)),
+      sounds_(std::move(sounds)),
+      sharing_(std::move(shares)) {
+    connect(&sharing_, &PictureSharing::changed, this, &WindowHost::sharingChanged);
+}
 
 WindowHost::~WindowHost() = default;
 
 void WindowHost::setPanel(ViewController& panel) {
     panel_ = &panel;
-    if (const KTDisplayView* display = panel.displayView()) picture_.emplace(*display->mtkView());
+    if (const KTDisplayView* display = panel.displayView()) {
+        picture_.emplace(*display->mtkView());
+        sharing_.setView(*display->mtkView());
+    }
+    nameSharedCamera();
     connect(&panel, &ViewController::shownCameraChanged, this, &WindowHost::cameraDidChange);
     connect(&panel, &ViewController::controlChanged, this, &WindowHost::controlChanged);
     Q_EMIT shownCameraChanged();
@@ -50,7 +59,13 @@ void WindowHost::profileWasApplied(std::int64_t position, bool mirror) {
     panel_->displayView()->mtkView()->setShouldFlipHorizontal(mirror);
 }
 
+// An unplugged camera keeps its name for those who still look.
+void WindowHost::nameSharedCamera() {
+    if (const auto camera = shownCamera()) sharing_.setCameraName(camera->localizedName());
+}
+
 void WindowHost::cameraDidChange() {
+    nameSharedCamera();
     if (picture_) picture_->cameraDidChange();
     if (recording_) {
         const auto& cameras = panel_->devicesArray();
@@ -70,15 +85,16 @@ void WindowHost::takeSnapshot(const std::string& file, Handler ended) {
     new PanelSnapshot(display, {camera, picture_->firstOwn(), file, std::move(ended)}, *this);
 }
 
-void WindowHost::startRecording(const std::string& file, std::optional<Seconds> duration, Handler started) {
+void WindowHost::startRecording(const std::string& file, const MovieOptions& options, Handler started) {
     const auto camera = shownCamera();
     if (!camera) return started(ServiceError{ServiceError::Kind::notShown, "the panel shows no camera"});
     if (recording_)
         return started(
             ServiceError{ServiceError::Kind::busy, "a movie is being recorded: " + recording_->file()});
     recording_ = std::make_unique<PanelRecording>(
-        *panel_->displayView(), assetWriters_,
-        PanelRecording::Request{camera, picture_->firstOwn(), file, duration, std::move(started)});
+        *panel_->displayView(), assetWriters_, sounds_,
+        PanelRecording::Request{camera, picture_->firstOwn(), file, options.duration, options.sound,
+                                std::move(started)});
     // Queued: the recording is deleted there.
     connect(recording_.get(), &PanelRecording::ended, this, &WindowHost::recordingDidEnd,
             Qt::QueuedConnection);

@@ -61,6 +61,8 @@ protected:
         command.add_option("--size", size_, "Size, such as 1280x720")->type_name("WIDTHxHEIGHT");
         command.add_option("--fps", rate_, "Frames in a second")->type_name("RATE");
         command.add_option("--format", format_, "Pixel format, such as MJPG")->type_name("FORMAT");
+        command.add_option("--picture", source_, "Where it comes from: auto, pipewire or v4l2")
+            ->type_name("NAME");
     }
 
     PanelCall call(Session& session, const std::string& option) const {
@@ -75,6 +77,7 @@ protected:
         if (!size_.empty()) panel.add("--size", size_);
         if (!rate_.empty()) panel.add("--fps", rate_);
         if (!format_.empty()) panel.add("--format", format_);
+        if (!source_.empty()) panel.add("--picture", source_);
         return panel;
     }
 
@@ -82,7 +85,8 @@ protected:
 
     /// Whether the picture that a panel shows is what the user wants: it cannot be changed for one file.
     bool takesPicturesAsTheyAre() const {
-        return !file_.empty() && !mirror_ && size_.empty() && rate_.empty() && format_.empty();
+        return !file_.empty() && !mirror_ && size_.empty() && rate_.empty() && format_.empty() &&
+               source_.empty();
     }
 
 private:
@@ -91,6 +95,7 @@ private:
     std::string size_;
     std::string rate_;
     std::string format_;
+    std::string source_;
 };
 
 class SnapshotVerb final : public CaptureVerb {
@@ -111,13 +116,18 @@ public:
     void addOptions(CLI::App& command) override {
         addCaptureOptions(command);
         command.add_option("--duration", duration_, "How long, in seconds")->type_name("SECONDS");
+        command
+            .add_option("--sound", sound_,
+                        "off, auto (the camera's own microphone, if it has one), or a microphone's name")
+            ->type_name("NAME");
     }
     void run(Session& session) override {
         if (const auto seconds = length();
-            seconds && takesPicturesAsTheyAre() && recordThroughPanel(session, file(), *seconds))
+            seconds && takesPicturesAsTheyAre() && recordThroughPanel(session, file(), *seconds, sound_))
             return;
         PanelCall panel = call(session, "--record");
         if (!duration_.empty()) panel.add("--duration", duration_);
+        if (!sound_.empty()) panel.add("--sound", sound_);
         panel.replaceProcess();
     }
 
@@ -133,6 +143,7 @@ private:
     }
 
     std::string duration_;
+    std::string sound_;
 };
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <exception>
 #include <string_view>
+#include <system_error>
 
 namespace tavelo {
 namespace {
@@ -28,6 +29,14 @@ const CLI::App* commandOf(const CLI::App& app, const std::string& name) {
     for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; }))
         if (each->get_name() == name) return each;
     return nullptr;
+}
+
+// As many as the command line takes; 0 for any other text, which it then complains about.
+int virtualCameras(const std::string& text) {
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    return isNumber && number > 0 && number <= mostVirtualCameras ? number : 0;
 }
 
 class WordReader {
@@ -69,8 +78,7 @@ private:
     void setOption(const std::string& option, const std::string& value) {
         if (option == "-c" || option == "--camera") typed_.options.camera = value;
         if (option == "--like") typed_.options.like = value;
-        if (option == "--virtual-cameras")
-            std::from_chars(value.data(), value.data() + value.size(), typed_.options.cameras.virtualCameras);
+        if (option == "--virtual-cameras") typed_.options.cameras.virtualCameras = virtualCameras(value);
         for (const TransportDescription& each : cameraTransports())
             if (option == "--transport" && each.name == value)
                 typed_.options.cameras.transport = each.transport;
@@ -97,12 +105,25 @@ std::vector<Candidate> cameraCandidates(Session& session) {
     return found;
 }
 
+std::vector<Candidate> soundCandidates(Session& session) {
+    std::vector<Candidate> found{{"off"}, {"auto", "the camera's own microphone"}};
+    const auto sounds = session.sounds();
+    Error ignored;
+    for (const Microphone& each : sounds ? sounds->microphones(ignored) : std::vector<Microphone>())
+        found.push_back({each.name, each.description});
+    return found;
+}
+
 std::vector<Candidate> valueCandidates(Session& session, const std::string& option) {
     if (option == "-c" || option == "--camera" || option == "--to-camera") return cameraCandidates(session);
+    if (option == "--sound") return soundCandidates(session);
     if (option == "--mirror") return {{"on"}, {"off"}};
     std::vector<Candidate> found;
     if (option == "--transport")
         for (const TransportDescription& each : cameraTransports())
+            found.push_back({each.name, each.meaning});
+    if (option == "--picture")
+        for (const PictureSourceDescription& each : pictureSources())
             found.push_back({each.name, each.meaning});
     return found;
 }

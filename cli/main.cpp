@@ -10,6 +10,7 @@
 #include "commands/control_names.h"
 #include "extensions/json/description_folders.h"
 #include "platform/linux/preferences/json_preferences_store.h"
+#include "process/crashes.h"
 #include "process/data_folders.h"
 #include "process/error_line.h"
 #include "process/qt_main_queue.h"
@@ -17,6 +18,7 @@
 
 int main(int argc, char** argv) {
     using namespace tavelo;
+    reportCrashesOf("taveloctl", fullVersion());
     const QCoreApplication application(argc, argv);
     QtMainQueue mainQueue;
     const SessionEnvironment environment{

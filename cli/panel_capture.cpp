@@ -36,13 +36,15 @@ bool snapshotThroughPanel(Session& session, const std::string& file) {
     return panel && settle(panel->snapshot(session.options().camera, *path), file);
 }
 
-bool recordThroughPanel(Session& session, const std::string& file, double seconds) {
+bool recordThroughPanel(Session& session, const std::string& file, double seconds, const std::string& sound) {
     const auto path = pathForPanel(file);
     const auto panel = path ? runningPanel(session) : nullptr;
     if (!panel) return false;
     const QuitSignals quitSignals;
     QObject::connect(&quitSignals, &QuitSignals::asked, panel.get(), &PanelClient::stop);
-    return settle(panel->record(session.options().camera, *path, seconds), file);
+    if (!settle(panel->record(session.options().camera, *path, seconds, sound), file)) return false;
+    if (const std::string note = panel->note(); !note.empty()) session.warn(file + ": " + note);
+    return true;
 }
 
 } // namespace tavelo

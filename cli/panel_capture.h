@@ -15,6 +15,7 @@ bool snapshotThroughPanel(Session& session, const std::string& file);
 
 /// Returns when the movie has ended, by itself or by Ctrl+C.
 /// @param seconds 0 for no limit
-bool recordThroughPanel(Session& session, const std::string& file, double seconds);
+/// @param sound as the user wrote it; empty: none
+bool recordThroughPanel(Session& session, const std::string& file, double seconds, const std::string& sound);
 
 } // namespace tavelo

@@ -49,6 +49,10 @@ CapturePlatform& Session::capture() {
     return *backend().capture;
 }
 
+std::shared_ptr<SoundPlatform> Session::sounds() {
+    return backend().sound;
+}
+
 UsbPlatform& Session::usb() {
     return *backend().usb;
 }

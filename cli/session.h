@@ -19,6 +19,9 @@
 
 namespace tavelo {
 
+/// The most that --virtual-cameras takes.
+inline constexpr int mostVirtualCameras = 8;
+
 /// The options that every verb has.
 struct SessionOptions {
     CameraOptions cameras;
@@ -61,6 +64,8 @@ public:
     Backend& backend();
     MainQueue& mainQueue() { return environment_.mainQueue; }
     UsbPlatform& usb();
+    /// May be null.
+    std::shared_ptr<SoundPlatform> sounds();
 
     /// The camera that the user chose.
     std::shared_ptr<CaptureDevice> camera();
@@ -93,9 +98,11 @@ public:
     /// Prints an object in one line, with the version of its schema.
     void printJson(QJsonObject object);
 
+    /// Tells the user a line beside the output.
+    void warn(const std::string& line) const;
+
 private:
     KTUVCManager& bound(const CaptureDevice& camera);
-    void warn(const std::string& line) const;
 
     const SessionOptions options_;
     const SessionEnvironment& environment_;

@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "cli/completion.h"
 #include "cli/json_output.h"
 #include "cli/verbs.h"
+#include "platform/linux/printable.h"
 
 namespace tavelo {
 namespace {
-
-constexpr int mostVirtualCameras = 8;
 
 const char* const introduction =
     "Picture controls, profiles, stills and movies of USB webcams.\n\n"
@@ -60,8 +60,7 @@ public:
         const int status = app_.exit(problem, out, err);
         output = out.str();
         if (status == 0) return 0;
-        error = problem.what();
-        std::ranges::replace(error, '\n', ' ');
+        error = printable(problem.what());
         error += " (taveloctl --help lists the verbs, taveloctl VERB --help their options)";
         return static_cast<int>(ExitStatus::usage);
     }
@@ -138,7 +137,9 @@ int runTaveloctl(const std::vector<std::string>& arguments, const std::string& v
         environment.print(output);
         return status;
     }
-    return runVerb(commandLine, environment, error);
+    const int status = runVerb(commandLine, environment, error);
+    error = printable(std::move(error)); // it may repeat an argument
+    return status;
 }
 
 } // namespace tavelo

@@ -37,7 +37,8 @@ function(tavelo_program NAME)
         target_link_libraries(${NAME} PRIVATE tavelo_qt_flags)
         set_target_properties(${NAME} PROPERTIES AUTOMOC ON)
     endif()
-    set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+    # Its functions have names in a report of a crash, even if the package has no symbols.
+    set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin ENABLE_EXPORTS ON)
 endfunction()
 
 set(TAVELO_TEST_FLAGS "" CACHE STRING "Compile flags of the test programs, after all others")

@@ -6,7 +6,7 @@
 namespace tavelo::arguments {
 namespace {
 
-constexpr qsizetype longestCamera = 256;  // characters
+constexpr qsizetype longestCamera = 256;  // characters, also of a microphone's name
 constexpr std::size_t longestFile = 4095; // bytes
 constexpr double shortestMovie = 0.1;     // seconds
 constexpr double longestMovie = 1e6;
@@ -14,6 +14,16 @@ constexpr double longestMovie = 1e6;
 std::nullopt_t invalid(ServiceError& error, std::string text) {
     error = {ServiceError::Kind::invalid, std::move(text)};
     return std::nullopt;
+}
+
+std::nullopt_t unknownOption(const QString& name, ServiceError& error) {
+    return invalid(error, "no option is called \"" + name.left(longestCamera).toStdString() + "\"");
+}
+
+std::optional<SoundChoice> sound(const QVariant& value, ServiceError& error) {
+    const QString text = value.typeId() == QMetaType::QString ? value.toString() : QString();
+    const auto choice = text.size() <= longestCamera ? soundChoiceOf(text.toStdString()) : std::nullopt;
+    return choice ? choice : invalid(error, "sound is \"off\", \"auto\" or the name of a microphone");
 }
 
 } // namespace
@@ -46,12 +56,30 @@ std::optional<Length> length(double seconds, ServiceError& error) {
     return invalid(error, "a movie lasts 0.1 to 1000000 seconds, or 0 for no limit");
 }
 
+std::optional<RecordingOptions> recordingOptions(const QVariantMap& options, ServiceError& error) {
+    RecordingOptions result;
+    for (auto option = options.begin(); option != options.end(); ++option) {
+        const QVariant& value = option.value();
+        if (option.key() == QLatin1String("seconds")) {
+            if (value.typeId() != QMetaType::Double) return invalid(error, "seconds is a double");
+            const auto checked = length(value.toDouble(), error);
+            if (!checked) return {};
+            result.length = *checked;
+        } else if (option.key() == QLatin1String("sound")) {
+            const auto choice = sound(value, error);
+            if (!choice) return {};
+            result.sound = *choice;
+        } else {
+            return unknownOption(option.key(), error);
+        }
+    }
+    return result;
+}
+
 std::optional<SetOptions> setOptions(const QVariantMap& options, ServiceError& error) {
     SetOptions result;
     for (auto option = options.begin(); option != options.end(); ++option) {
-        if (option.key() != QLatin1String("force"))
-            return invalid(error,
-                           "no option is called \"" + option.key().left(longestCamera).toStdString() + "\"");
+        if (option.key() != QLatin1String("force")) return unknownOption(option.key(), error);
         if (option.value().typeId() != QMetaType::Bool) return invalid(error, "force is a boolean");
         result.force = option.value().toBool();
     }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/common/microphone_choice.h"
 #include "service/service_error.h"
 
 namespace tavelo::arguments {
@@ -29,6 +30,13 @@ struct Length {
 };
 /// 0 for no limit, else 0.1 to a million.
 std::optional<Length> length(double seconds, ServiceError& error);
+
+struct RecordingOptions {
+    Length length;
+    SoundChoice sound;
+};
+/// The options of StartRecordingWith; an unknown one is an error.
+std::optional<RecordingOptions> recordingOptions(const QVariantMap& options, ServiceError& error);
 
 struct SetOptions {
     bool force = false;

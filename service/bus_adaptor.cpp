@@ -34,6 +34,8 @@ void BusAdaptor::setService(ControlPanelService& service) {
             [this] { tellProperty(QStringLiteral("ShownCamera"), shownCamera()); });
     connect(&service, &ControlPanelService::recordingFileChanged, this,
             [this] { tellProperty(QStringLiteral("RecordingFile"), recordingFile()); });
+    connect(&service, &ControlPanelService::sharingChanged, this,
+            [this] { tellProperty(QStringLiteral("Sharing"), isSharing()); });
 }
 
 QString BusAdaptor::shownCamera() const {
@@ -42,6 +44,16 @@ QString BusAdaptor::shownCamera() const {
 
 QString BusAdaptor::recordingFile() const {
     return service_ ? service_->recordingFile() : QString();
+}
+
+bool BusAdaptor::isSharing() const {
+    return service_ && service_->isSharing();
+}
+
+void BusAdaptor::setSharing(bool on) {
+    if (!service_) return;
+    Q_EMIT service_->called();
+    service_->setSharing(on);
 }
 
 void BusAdaptor::handle(const QDBusMessage& message, const char* signature,
@@ -95,6 +107,12 @@ void BusAdaptor::StartRecording(const QString& camera, const QString& file, doub
            [&](auto& service, const Call& call) { service.startRecording(call, camera, file, seconds); });
 }
 
+void BusAdaptor::StartRecordingWith(const QString& camera, const QString& file, const QVariantMap& options,
+                                    const QDBusMessage& message) {
+    handle(message, "ssa{sv}",
+           [&](auto& service, const Call& call) { service.startRecordingWith(call, camera, file, options); });
+}
+
 void BusAdaptor::StopRecording(const QDBusMessage& message) {
     handle(message, "", [](auto& service, const Call& call) { service.stopRecording(call); });
 }
@@ -104,7 +122,7 @@ void BusAdaptor::Show(const QDBusMessage& message) {
 }
 
 // Qt announces no changes of properties itself.
-void BusAdaptor::tellProperty(const QString& name, const QString& value) {
+void BusAdaptor::tellProperty(const QString& name, const QVariant& value) {
     QDBusMessage signal =
         QDBusMessage::createSignal(bus_names::object, QStringLiteral("org.freedesktop.DBus.Properties"),
                                    QStringLiteral("PropertiesChanged"));

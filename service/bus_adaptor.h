@@ -23,6 +23,7 @@ class BusAdaptor final : public QDBusAbstractAdaptor {
     Q_CLASSINFO("D-Bus Interface", "org.tavelo.ControlPanel1")
     Q_PROPERTY(QString ShownCamera READ shownCamera)
     Q_PROPERTY(QString RecordingFile READ recordingFile)
+    Q_PROPERTY(bool Sharing READ isSharing WRITE setSharing)
 
 public:
     /// @param object the object on the bus, which owns the adaptor
@@ -33,6 +34,8 @@ public:
 
     QString shownCamera() const;
     QString recordingFile() const;
+    bool isSharing() const;
+    void setSharing(bool on);
 
 public Q_SLOTS:
     // The messages make Qt leave the answer to the service; what is returned here is never sent.
@@ -47,6 +50,8 @@ public Q_SLOTS:
     void Snapshot(const QString& camera, const QString& file, const QDBusMessage& message);
     void StartRecording(const QString& camera, const QString& file, double seconds,
                         const QDBusMessage& message);
+    void StartRecordingWith(const QString& camera, const QString& file, const QVariantMap& options,
+                            const QDBusMessage& message);
     void StopRecording(const QDBusMessage& message);
     void Show(const QDBusMessage& message);
 
@@ -60,7 +65,7 @@ private:
     /// @param signature of the arguments: Qt also calls methods without arguments for calls with some
     void handle(const QDBusMessage& message, const char* signature,
                 const std::function<void(ControlPanelService& service, const Call& call)>& method);
-    void tellProperty(const QString& name, const QString& value);
+    void tellProperty(const QString& name, const QVariant& value);
 
     QDBusConnection bus_;
     QPointer<ControlPanelService> service_;

@@ -153,10 +153,26 @@ void ControlPanelService::startRecording(const Call& call, const QString& camera
     ServiceError error;
     const auto path = arguments::file(file, error);
     const auto length = arguments::length(seconds, error);
-    if (!path || !length || !shownCameraNamed(camera, error)) return call.fail(error);
+    if (!path || !length) return call.fail(error);
+    record(call, camera, *path, {length->seconds});
+}
+
+void ControlPanelService::startRecordingWith(const Call& call, const QString& camera, const QString& file,
+                                             const QVariantMap& options) {
+    ServiceError error;
+    const auto path = arguments::file(file, error);
+    const auto checked = arguments::recordingOptions(options, error);
+    if (!path || !checked) return call.fail(error);
+    record(call, camera, *path, {checked->length.seconds, checked->sound});
+}
+
+void ControlPanelService::record(const Call& call, const QString& camera, const std::string& file,
+                                 const PanelHost::MovieOptions& options) {
+    ServiceError error;
+    if (!shownCameraNamed(camera, error)) return call.fail(error);
     if (const std::string other = parts_.host.recordingFile(); !other.empty())
         return call.fail({Kind::busy, "a movie is being recorded: " + other});
-    parts_.host.startRecording(*path, length->seconds,
+    parts_.host.startRecording(file, options,
                                [call](const std::optional<ServiceError>& failure) { call.end(failure); });
 }
 
@@ -171,6 +187,14 @@ void ControlPanelService::show(const Call& call) {
 
 QString ControlPanelService::recordingFile() const {
     return QString::fromStdString(parts_.host.recordingFile());
+}
+
+bool ControlPanelService::isSharing() const {
+    return parts_.host.isSharing();
+}
+
+void ControlPanelService::setSharing(bool on) {
+    parts_.host.setSharing(on);
 }
 
 void ControlPanelService::tellChanged(const Controls& controls, KTUVCControl control) {
@@ -198,6 +222,10 @@ void ControlPanelService::shownCameraDidChange() {
 
 void ControlPanelService::recordingFileDidChange() {
     Q_EMIT recordingFileChanged();
+}
+
+void ControlPanelService::sharingDidChange() {
+    Q_EMIT sharingChanged();
 }
 
 void ControlPanelService::recordingDidEnd(const std::string& file, bool success, const std::string& reason) {

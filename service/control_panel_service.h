@@ -59,12 +59,16 @@ public:
     void save(const Call& call, const QString& camera, unsigned profile);
     void snapshot(const Call& call, const QString& camera, const QString& file);
     void startRecording(const Call& call, const QString& camera, const QString& file, double seconds);
+    void startRecordingWith(const Call& call, const QString& camera, const QString& file,
+                            const QVariantMap& options);
     void stopRecording(const Call& call);
     void show(const Call& call);
 
     /// The shown camera's identifier; empty if there is none.
     QString shownCamera() const;
     QString recordingFile() const;
+    bool isSharing() const;
+    void setSharing(bool on);
 
     /// For Call: held while a call waits for its answer.
     std::shared_ptr<const void> pending() const { return pending_; }
@@ -76,6 +80,7 @@ public:
     void controlDidChange(const std::string& camera, KTUVCControl control, KTUVCManager& manager);
     void shownCameraDidChange();
     void recordingFileDidChange();
+    void sharingDidChange();
     void recordingDidEnd(const std::string& file, bool success, const std::string& reason);
 
 Q_SIGNALS:
@@ -87,6 +92,7 @@ Q_SIGNALS:
     void recordingEnded(const QString& file, bool success, const QString& reason);
     void shownCameraChanged();
     void recordingFileChanged();
+    void sharingChanged();
 
 private:
     /// A camera whose controls can be read and written.  Released on the main thread.
@@ -130,6 +136,8 @@ private:
     void run(const Call& call, const Controls& controls, Length length, const Work& work);
     void end(const Call& call, const Controls& controls, const Outcome& outcome);
 
+    void record(const Call& call, const QString& camera, const std::string& file,
+                const PanelHost::MovieOptions& options);
     void applyProfile(const Call& call, const Controls& controls, std::int64_t position);
     void saveProfile(const Call& call, const Controls& controls, std::int64_t position);
     static Outcome valueOf(const Controls& controls, const ControlCatalog& catalog, std::string_view name);

@@ -139,12 +139,22 @@ bool PanelClient::follow() {
                         SLOT(ownerDidChange(QString, QString, QString)));
 }
 
+std::optional<ServiceError> PanelClient::start(const std::string& camera, double seconds,
+                                               const std::string& sound) {
+    const QString name = QString::fromStdString(camera);
+    // A panel of an earlier version has only this.
+    if (sound.empty()) return call(QStringLiteral("StartRecording"), {name, file_, seconds});
+    return call(QStringLiteral("StartRecordingWith"),
+                {name, file_,
+                 QVariantMap{{QStringLiteral("seconds"), seconds},
+                             {QStringLiteral("sound"), QString::fromStdString(sound)}}});
+}
+
 std::optional<ServiceError> PanelClient::record(const std::string& camera, const std::string& file,
-                                                double seconds) {
+                                                double seconds, const std::string& sound) {
     file_ = QString::fromStdString(file);
     if (!follow()) return ServiceError{Kind::failed, "the session bus does not work"};
-    std::optional<ServiceError> error =
-        call(QStringLiteral("StartRecording"), {QString::fromStdString(camera), file_, seconds});
+    std::optional<ServiceError> error = start(camera, seconds, sound);
     if (!error) {
         hasBegun_ = true;
         if (wasStopped_) call(QStringLiteral("StopRecording"), {});

@@ -52,7 +52,11 @@ public:
 
     /// Records and waits for the end of the movie.  Call once.
     /// @param seconds 0: until stop()
-    std::optional<ServiceError> record(const std::string& camera, const std::string& file, double seconds);
+    /// @param sound as StartRecordingWith takes it; empty: none
+    std::optional<ServiceError> record(const std::string& camera, const std::string& file, double seconds,
+                                       const std::string& sound = {});
+    /// What a movie that was recorded lacks of its sound, or empty.
+    std::string note() const { return ending_ ? ending_->reason : std::string(); }
 
     /// Ends the movie early; during record().
     void stop();
@@ -72,6 +76,7 @@ private:
                                     ServiceError& error);
     std::optional<ServiceError> call(const QString& method, const QVariantList& arguments);
     bool follow();
+    std::optional<ServiceError> start(const std::string& camera, double seconds, const std::string& sound);
     void end(Ending ending);
 
     QDBusConnection bus_;

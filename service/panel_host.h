@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/capture.h"
+#include "platform/common/microphone_choice.h"
 #include "service/service_error.h"
 #include "uvc/kt_uvc_manager.h"
 
@@ -38,15 +39,22 @@ public:
     /// Writes the shown camera's picture to a PNG file.
     virtual void takeSnapshot(const std::string& file, Handler ended) = 0;
 
+    struct MovieOptions {
+        std::optional<Seconds> duration{}; ///< absent: until stopRecording()
+        SoundChoice sound{};
+    };
     /// Records the shown camera.
-    /// @param duration absent: until stopRecording()
     /// @param started called once the first picture is recorded, or nothing could be
-    virtual void startRecording(const std::string& file, std::optional<Seconds> duration,
-                                Handler started) = 0;
+    virtual void startRecording(const std::string& file, const MovieOptions& options, Handler started) = 0;
     /// @return false if no movie is being recorded
     virtual bool stopRecording() = 0;
     /// Of the movie that is being recorded; empty if there is none.
     virtual std::string recordingFile() const = 0;
+
+    /// Whether other programs see the panel's picture as a camera.
+    virtual bool isSharing() const = 0;
+    /// Stays off if this machine cannot share.
+    virtual void setSharing(bool on) = 0;
 
     /// Shows the window; makes it first if it was never shown.
     /// @return why it could not be shown

@@ -21,10 +21,12 @@
 #include "platform/media_time.h"
 #include "platform/pixel_buffer.h"
 #include "platform/serial_queue.h"
+#include "video/drawn_pictures.h"
 #include "video/kt_asset_writer_manager.h"
 #include "video/passes/frame_geometry.h"
 #include "video/render_backend.h"
 #include "video/renderer_choice.h"
+#include "video/share_slot.h"
 #include "video/snapshot.h"
 
 namespace tavelo {
@@ -70,8 +72,7 @@ public:
     void drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelBuffer>& frame,
                                              const MediaTime& time);
 
-    /// What the view needs of the next frames: pictures as large as it is shown; for a movie camera frames,
-    /// or whole pictures if the recorder takes no frames.
+    /// What is wanted of the next frames: as large as shown, and what a movie and a share take.
     PictureDemand demand() const;
 
     /// Whether it needs whole pictures in any case.  A frame that nobody looks at is not decoded, so a
@@ -133,6 +134,9 @@ public:
     /// Waits for the render queue.
     std::shared_ptr<KTAssetWriterManager> assetWriteManager();
 
+    /// Of the share that gets the pictures as they are shown.
+    ShareSlot& shareSlot() { return shareSlot_; }
+
     // Geometry
 
     ViewportSize viewportSize() const;
@@ -172,13 +176,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    /// What one draw uses, copied under the lock.
-    struct Pictures {
-        std::shared_ptr<PixelBuffer> pixelBuffer;
-        std::shared_ptr<FrameTexture> texture;
-        std::shared_ptr<PixelBuffer> correctPixelBuffer;
-        std::shared_ptr<FrameTexture> correctTexture;
-    };
+    using Pictures = DrawnPictures;
 
     /// What pictures_ hold of the last frame.
     enum class Whole : std::uint8_t {
@@ -230,6 +228,7 @@ private:
     bool makeCurrent();
     SampleBuffer toRecord();
     void record(const SampleBuffer& sample);
+    SampleBuffer toShare(PictureShare& share);
     void drawWaitingFrame();
     bool drawInMTKView();
     bool correctionPass(const Pictures& pictures);
@@ -245,6 +244,7 @@ private:
 
     const std::unique_ptr<SerialQueue> renderQueue_;
     const BackendRemaker remakeBackend_;
+    ShareSlot shareSlot_;
     RenderBackend backend_; // passes: render queue only; empty while it is created again
     std::atomic<Renderer> renderer_ = Renderer::cpu;
 

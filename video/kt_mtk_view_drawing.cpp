@@ -77,9 +77,12 @@ bool KTMTKView::drawInMTKView() {
     const bool corrected = correctWaiting();
     const SampleBuffer recorded =
         corrected && assetWriteManager_->isRecording() ? toRecord() : SampleBuffer();
+    const auto share = corrected ? shareSlot_.ready() : nullptr;
+    const SampleBuffer shared = share ? toShare(*share) : SampleBuffer();
     allowNextFrame();
     if (mayPresent()) displayPass();
     record(recorded);
+    if (shared.mediaType()) share->share(shared);
     noteRecording();
     return corrected;
 }

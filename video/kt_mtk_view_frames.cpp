@@ -65,8 +65,10 @@ void copyPlanes(const PixelBuffer& source, const PixelBuffer& destination) {
 
 PictureDemand KTMTKView::demand() const {
     PictureDemand demand;
-    demand.forMovie = recordsCameraFrames_;
-    demand.whole = needsWholePictures_ || (keepsEveryFrame_ && !demand.forMovie);
+    const SharedPicture shared = shareSlot_.wanted();
+    demand.forMovie = recordsCameraFrames_ || shared == SharedPicture::cameraFrame;
+    demand.whole =
+        needsWholePictures_ || (keepsEveryFrame_ && !recordsCameraFrames_) || shared == SharedPicture::whole;
     if (!drawable_) return demand;
     const ViewportSize viewport = viewportSize();
     const ViewportSize frame = frameSize();
@@ -83,6 +85,7 @@ void KTMTKView::drawPixelBufferWithPresentationTime(const std::shared_ptr<PixelB
 
 void KTMTKView::drawSample(const SampleBuffer& sample) {
     if (sample.mediaType() != MediaType::video) return;
+    shareSlot_.noteFrame(sample);
     waitForPreviousFrame();
     if (isShownAlready(sample)) return countUndrawn(sample.presentationTimeStamp);
     if (sample.imageBuffer) takeWhole(sample.imageBuffer);
@@ -143,9 +146,11 @@ void KTMTKView::copyInto(const Pictures& which, const PixelBuffer& frame) {
 
 // An input that gets the same frame again delivers the same picture.
 bool KTMTKView::isShownAlready(const SampleBuffer& sample) const {
+    const bool isShared = shareSlot_.wanted() != SharedPicture::none;
     const std::lock_guard lock(stateMutex_);
     return sample.reducedBuffer && sample.reducedBuffer == reducedSource_ && !sample.imageBuffer &&
-           !keepsEveryFrame_ && (correction_.shouldFlipHorizontal != 0) == shouldFlipHorizontal_ &&
+           !keepsEveryFrame_ && !isShared &&
+           (correction_.shouldFlipHorizontal != 0) == shouldFlipHorizontal_ &&
            (correction_.shouldFlipVertical != 0) == shouldFlipVertical_;
 }
 
@@ -156,6 +161,7 @@ void KTMTKView::countUndrawn(const MediaTime& time) {
 }
 
 void KTMTKView::requestDraw(const SampleBuffer& sample) {
+    const bool isShared = shareSlot_.wanted() != SharedPicture::none;
     {
         const std::lock_guard wholeLock(wholeMutex_);
         const std::lock_guard lock(stateMutex_);
@@ -169,7 +175,7 @@ void KTMTKView::requestDraw(const SampleBuffer& sample) {
         correction_.shouldFlipHorizontal = shouldFlipHorizontal_ ? 1 : 0;
         correction_.shouldFlipVertical = shouldFlipVertical_ ? 1 : 0;
         waitingTime_ = sample.presentationTimeStamp; // of a draw that is on its way, too
-        if (waiting_ == Shown::nothing && !keepsEveryFrame_) {
+        if (waiting_ == Shown::nothing && !keepsEveryFrame_ && !isShared) {
             presentationTime_ = sample.presentationTimeStamp;
             ++drawnFrames_;
             return;

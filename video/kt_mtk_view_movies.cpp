@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Stills and movies of KTMTKView.
+// Stills and movies of KTMTKView, and its pictures for other programs.
 #include <utility>
 
 #include "video/kt_mtk_view.h"
@@ -57,6 +57,20 @@ void KTMTKView::record(const SampleBuffer& sample) {
         assetWriteManager_->recordCameraFrameWithPresentationTime(sample.cameraFrame, sample.mirroring, time);
     else if (sample.imageBuffer)
         assetWriteManager_->recordPixelBufferWithPresentationTime(sample.imageBuffer, time);
+}
+
+// Like toRecord(), for a share that has room.
+SampleBuffer KTMTKView::toShare(PictureShare& share) {
+    SampleBuffer sample{nullptr, presentationTime()};
+    const auto kept = keptFrame();
+    if (!kept || !kept->hasMoviePicture() || share.wanted() != SharedPicture::cameraFrame) {
+        sample.imageBuffer = wholePicture();
+        return sample;
+    }
+    sample.cameraFrame = kept;
+    const std::lock_guard lock(stateMutex_);
+    sample.mirroring = {correction_.shouldFlipHorizontal != 0, correction_.shouldFlipVertical != 0};
+    return sample;
 }
 
 void KTMTKView::noteRecording() {

@@ -4,11 +4,10 @@
 #include <algorithm>
 #include <utility>
 
+#include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocale>
 
 namespace tavelo {
@@ -25,10 +24,9 @@ std::vector<std::string> desktopLanguages() {
     return names;
 }
 
-QJsonObject readObject(const QString& path) {
+QByteArray contentOf(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return QJsonDocument::fromJson(file.readAll()).object();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -49,25 +47,19 @@ ResourceBundle::ResourceBundle(std::vector<std::string> preferredLanguages)
     : desktopLanguages_(std::move(preferredLanguages)),
       tables_(readTables()) {}
 
-std::vector<ResourceBundle::Table> ResourceBundle::readTables() {
-    std::vector<Table> tables;
+std::vector<StringTable> ResourceBundle::readTables() {
+    std::vector<StringTable> tables;
     const QFileInfoList files = QDir(QStringLiteral(":/strings")).entryInfoList();
-    for (const QFileInfo& file : files) {
-        const QJsonObject object = readObject(file.filePath());
-        Table& table = tables.emplace_back();
-        table.localization = file.completeBaseName().toStdString();
-        table.position = object.value(QLatin1String("menu_position")).toInt();
-        for (auto entry = object.begin(); entry != object.end(); ++entry)
-            if (entry.value().isString())
-                table.texts.emplace(entry.key().toStdString(), entry.value().toString().toStdString());
-    }
-    std::ranges::stable_sort(tables, {}, &Table::position);
+    for (const QFileInfo& file : files)
+        tables.push_back(
+            stringTableOf(file.completeBaseName().toStdString(), contentOf(file.filePath()).toStdString()));
+    std::ranges::stable_sort(tables, {}, &StringTable::position);
     return tables;
 }
 
 std::vector<std::string> ResourceBundle::localizations() const {
     std::vector<std::string> names;
-    for (const Table& table : tables_)
+    for (const StringTable& table : tables_)
         names.push_back(table.localization);
     return names;
 }
@@ -79,7 +71,7 @@ std::vector<std::string> ResourceBundle::preferredLanguages() const {
 }
 
 std::optional<std::string> ResourceBundle::string(std::string_view localization, std::string_view key) const {
-    const auto table = std::ranges::find(tables_, localization, &Table::localization);
+    const auto table = std::ranges::find(tables_, localization, &StringTable::localization);
     if (table == tables_.end()) return std::nullopt;
     const auto text = table->texts.find(key);
     if (text == table->texts.end()) return std::nullopt;
@@ -87,16 +79,16 @@ std::optional<std::string> ResourceBundle::string(std::string_view localization,
 }
 
 std::string ResourceBundle::localizedString(std::string_view key, std::string_view defaultValue) const {
-    const Table& table = systemTable();
+    const StringTable& table = systemTable();
     const auto text = table.texts.find(key);
     if (text != table.texts.end()) return text->second;
     return std::string(defaultValue.empty() ? key : defaultValue);
 }
 
 // The table of the most preferred language that has one.
-const ResourceBundle::Table& ResourceBundle::systemTable() const {
+const StringTable& ResourceBundle::systemTable() const {
     for (const std::string& language : preferredLanguages()) {
-        for (const Table& table : tables_) {
+        for (const StringTable& table : tables_) {
             if (language.starts_with(table.localization)) return table;
         }
     }

@@ -2,14 +2,13 @@
 // The string tables that are built into the program.
 #pragma once
 
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "app/resources/string_table.h"
 #include "platform/bundle.h"
 
 namespace tavelo {
@@ -32,19 +31,13 @@ public:
     std::string localizedString(std::string_view key, std::string_view defaultValue) const override;
 
 private:
-    /// The texts of one language, from a file of resources/strings.
-    struct Table {
-        std::string localization;
-        int position = 0; ///< in the menu of languages
-        std::map<std::string, std::string, std::less<>> texts;
-    };
-
-    static std::vector<Table> readTables();
-    const Table& systemTable() const;
+    static std::vector<StringTable> readTables();
+    const StringTable& systemTable() const;
 
     const std::vector<std::string> desktopLanguages_;
     std::string chosenLanguage_;
-    const std::vector<Table> tables_; // in the menu's order; English is first because it is the fallback
+    const std::vector<StringTable>
+        tables_; // in the menu's order; English is first because it is the fallback
 };
 
 /// The name that localisations are compared with: language and territory; Chinese also has its script,

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "platform/linux/kernel/backend.h"
+#include "platform/linux/pipewire/module/late_picture_shares.h"
+#include "platform/linux/pipewire/module/late_sounds.h"
 #include "platform/linux/priority/realtime_kit.h"
 #include "platform/linux/usb/backend.h"
 #include "platform/virtual/backend.h"
@@ -27,6 +29,24 @@ constexpr std::array transports{
               makeUsbBackend},
 };
 
+Backend makeBackend(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    if (options.models) {
+        auto bus = std::make_shared<VirtualBus>();
+        for (const VirtualCameraModel& model : *options.models)
+            bus->plug(model);
+        return makeVirtualBackend(std::move(bus), options.format, mainQueue);
+    }
+    if (options.virtualCameras > 0)
+        return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
+    const BackendOptions machine{
+        mainQueue, diagnostics, options.format, options.pictures, makeRealtimeKitPriority(), options.warn};
+    for (const Transport& row : transports) {
+        if (row.transport != options.transport) continue;
+        if (Backend cameras = row.make(machine); cameras.usb) return cameras;
+    }
+    return makeKernelBackend(machine);
+}
+
 } // namespace
 
 std::vector<TransportDescription> cameraTransports() {
@@ -35,6 +55,12 @@ std::vector<TransportDescription> cameraTransports() {
     for (const Transport& row : transports)
         descriptions.push_back({row.transport, row.name, row.meaning});
     return descriptions;
+}
+
+std::vector<PictureSourceDescription> pictureSources() {
+    return {{PictureSource::automatic, "auto", "pipewire if it offers the camera, otherwise v4l2"},
+            {PictureSource::pipewire, "pipewire", "several programs at once"},
+            {PictureSource::v4l2, "v4l2", "its driver, one program"}};
 }
 
 bool useCamerasLike(CameraOptions& options, const std::string& pack, Error& error) {
@@ -46,21 +72,11 @@ bool useCamerasLike(CameraOptions& options, const std::string& pack, Error& erro
 }
 
 Backend makeCameras(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
-    if (options.models) {
-        auto bus = std::make_shared<VirtualBus>();
-        for (const VirtualCameraModel& model : *options.models)
-            bus->plug(model);
-        return makeVirtualBackend(std::move(bus), options.format, mainQueue);
-    }
-    if (options.virtualCameras > 0)
-        return makeVirtualBackend(options.virtualCameras, options.format, mainQueue);
-    const BackendOptions machine{mainQueue, diagnostics, options.format, makeRealtimeKitPriority(),
-                                 options.warn};
-    for (const Transport& row : transports) {
-        if (row.transport != options.transport) continue;
-        if (Backend cameras = row.make(machine); cameras.usb) return cameras;
-    }
-    return makeKernelBackend(machine);
+    Backend cameras = makeBackend(options, mainQueue, diagnostics);
+    const auto pipewire = std::make_shared<LatePipewire>(diagnostics);
+    cameras.pictureShare = makeLatePictureShares(pipewire);
+    cameras.sound = makeLateSounds(pipewire);
+    return cameras;
 }
 
 } // namespace tavelo

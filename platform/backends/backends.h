@@ -29,6 +29,14 @@ struct TransportDescription {
 };
 std::vector<TransportDescription> cameraTransports();
 
+/// Where pictures come from, for the user.
+struct PictureSourceDescription {
+    PictureSource source;
+    std::string name;    ///< on the command line
+    std::string meaning; ///< half a sentence
+};
+std::vector<PictureSourceDescription> pictureSources();
+
 struct CameraOptions {
     /// If above 0, this many virtual cameras replace the machine's.
     int virtualCameras = 0;
@@ -36,6 +44,8 @@ struct CameraOptions {
     std::shared_ptr<const std::vector<VirtualCameraModel>> models = nullptr;
     CaptureFormatRequest format = {};
     CameraTransport transport = CameraTransport::kernel;
+    /// Of the kernel's transport; the others have one source.
+    PictureSource pictures = PictureSource::automatic;
     /// Receives a warning that the user must see even without --verbose: the requested transport is not
     /// available.  One line, called at most once, on any thread; may be empty.
     std::function<void(const std::string& line)> warn = {};

@@ -26,6 +26,8 @@ public:
     int get() const { return descriptor_; }
     bool isOpen() const { return descriptor_ >= 0; }
     void reset() { close(); }
+    /// The caller closes it.
+    int release() { return std::exchange(descriptor_, -1); }
 
     /// False, with errno set, if closing reports that data was lost.  The descriptor is gone either way.
     bool close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0 || errno == EINTR; }

@@ -28,6 +28,7 @@ TEST(CommandLine, WithoutArgumentsUsesTheRealCamerasAndPrintsNothing) {
     EXPECT_EQ(line.renderer, RendererChoice::automatic);
     EXPECT_FALSE(line.verbose);
     EXPECT_FALSE(line.screenshot);
+    EXPECT_FALSE(line.share);
     EXPECT_FALSE(line.cameras.format.size || line.cameras.format.framesPerSecond ||
                  line.cameras.format.fourcc);
 }
@@ -64,8 +65,25 @@ TEST(CommandLine, ReadsSnapshotAndRecordOptions) {
     EXPECT_EQ(movie.headlessCapture->camera, "");
     EXPECT_FALSE(movie.headlessCapture->mirror);
 
+    EXPECT_EQ(movie.headlessCapture->sound, SoundChoice());
+
+    const auto withSound = std::get<CommandLine>(parse({"--record", "a.mp4", "--sound", "auto"}));
+    EXPECT_EQ(withSound.headlessCapture->sound, (SoundChoice{SoundChoice::Kind::automatic}));
+    const auto named = std::get<CommandLine>(parse({"--record", "a.mp4", "--sound", "My microphone"}));
+    EXPECT_EQ(named.headlessCapture->sound, (SoundChoice{SoundChoice::Kind::named, "My microphone"}));
+
     EXPECT_FALSE(std::get<CommandLine>(parse({"--record", "a.mp4"})).headlessCapture->duration);
     EXPECT_FALSE(std::get<CommandLine>(parse({"--screenshot", "a.png"})).headlessCapture);
+}
+
+TEST(CommandLine, SharesThePictureOfAWindowOnly) {
+    EXPECT_TRUE(std::get<CommandLine>(parse({"--share"})).share);
+    EXPECT_TRUE(std::get<CommandLine>(parse({"--share", "--service"})).share) << "once there is a window";
+    for (const char* other : {"--snapshot=a.png", "--record=a.mp4", "--screenshot=a.png", "--manual"}) {
+        const auto parsed = parse({"--share", other});
+        ASSERT_TRUE(std::holds_alternative<CommandLineExit>(parsed)) << other;
+        EXPECT_EQ(std::get<CommandLineExit>(parsed).status, 2);
+    }
 }
 
 TEST(CommandLine, ShowsTheManualInPlaceOfEverythingElse) {
@@ -91,6 +109,22 @@ TEST(CommandLine, HelpExplainsEveryTransport) {
     std::string help = std::get<CommandLineExit>(parse({"--help"})).output;
     std::erase_if(help, [](char c) { return c == ' ' || c == '\n'; }); // lines may break anywhere
     EXPECT_THAT(help, HasSubstr("cameras:kernel(throughitsdriver)orusb(directly,"));
+}
+
+TEST(CommandLine, ReadsWherePicturesComeFrom) {
+    EXPECT_EQ(std::get<CommandLine>(parse({})).cameras.pictures, PictureSource::automatic);
+    EXPECT_EQ(std::get<CommandLine>(parse({"--picture=auto"})).cameras.pictures, PictureSource::automatic);
+    EXPECT_EQ(std::get<CommandLine>(parse({"--picture", "pipewire"})).cameras.pictures,
+              PictureSource::pipewire);
+    const auto driver = std::get<CommandLine>(parse({"--picture", "v4l2", "--transport", "kernel"}));
+    EXPECT_EQ(driver.cameras.pictures, PictureSource::v4l2);
+}
+
+TEST(CommandLine, HelpExplainsEverySourceOfPictures) {
+    std::string help = std::get<CommandLineExit>(parse({"--help"})).output;
+    std::erase_if(help, [](char c) { return c == ' ' || c == '\n'; }); // lines may break anywhere
+    EXPECT_THAT(help,
+                HasSubstr("comefrom:auto(pipewireifitoffersthecamera,otherwisev4l2)orpipewire(several"));
 }
 
 TEST(CommandLine, NamesTheOptionsGivenByTheUser) {
@@ -150,6 +184,11 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--transport", "bluetooth"},
         std::vector<const char*>{"--transport", "usb", "--virtual-cameras", "1"},
         std::vector<const char*>{"--transport", "usb", "--like", "/nowhere/pack.json"},
+        std::vector<const char*>{"--picture", "camera"}, std::vector<const char*>{"--picture", ""},
+        std::vector<const char*>{"--picture", "0"},
+        std::vector<const char*>{"--picture", "v4l2", "--virtual-cameras", "1"},
+        std::vector<const char*>{"--picture", "v4l2", "--like", "/nowhere/pack.json"},
+        std::vector<const char*>{"--picture", "auto", "--transport", "usb"},
         std::vector<const char*>{"--like", "/nowhere/pack.json"}, std::vector<const char*>{"--like", ""},
         std::vector<const char*>{"--size", "640"}, std::vector<const char*>{"--size", "0x480"},
         std::vector<const char*>{"--size", "640x480x3"}, std::vector<const char*>{"--size", "-640x480"},
@@ -174,6 +213,9 @@ INSTANTIATE_TEST_SUITE_P(
         std::vector<const char*>{"--duration", "0", "--record", "a.mp4"},
         std::vector<const char*>{"--duration", "ten", "--record", "a.mp4"},
         std::vector<const char*>{"--camera", "1"}, std::vector<const char*>{"--mirror"},
+        std::vector<const char*>{"--sound", "auto"},
+        std::vector<const char*>{"--sound", "", "--record", "a.mp4"},
+        std::vector<const char*>{"--sound", "auto", "--snapshot", "a.png"},
         std::vector<const char*>{"--duration", "3"},
         std::vector<const char*>{"--duration", "3", "--snapshot", "a.png"},
         std::vector<const char*>{"--duration", "-1", "--record", "a.mp4"},

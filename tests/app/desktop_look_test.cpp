@@ -10,6 +10,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
+#include <cmath>
 
 #include "widgets/panel_look.h"
 
@@ -131,6 +132,18 @@ TEST_F(DesktopLookTest, TextIsAsLargeAsTheDesktopsUpToThreeTimes) {
     await([this] { return QApplication::font().pointSizeF() == 3 * font_.pointSizeF(); });
     portal_.change(desktop, QStringLiteral("text-scaling-factor"), 0.1);
     await([this] { return QApplication::font().pointSizeF() == font_.pointSizeF(); });
+}
+
+TEST_F(DesktopLookTest, WhatIsNoNumberIsNoSizeOfText) {
+    startWith(QVariant::fromValue(Settings{}));
+    for (const double told : {std::nan(""), -std::nan(""), -HUGE_VAL, -1.0, 0.0}) {
+        portal_.change(desktop, QStringLiteral("text-scaling-factor"), 2.0);
+        await([this] { return QApplication::font().pointSizeF() == 2 * font_.pointSizeF(); });
+        portal_.change(desktop, QStringLiteral("text-scaling-factor"), told);
+        await([this] { return QApplication::font().pointSizeF() == font_.pointSizeF(); });
+    }
+    portal_.change(desktop, QStringLiteral("text-scaling-factor"), HUGE_VAL);
+    await([this] { return QApplication::font().pointSizeF() == 3 * font_.pointSizeF(); });
 }
 
 TEST_F(DesktopLookTest, OtherSettingsAndWrongTypesChangeNothing) {

@@ -44,5 +44,32 @@ TEST(RecordingTitle, ShowsARedDotAndTheTimeWhileRecording) {
     QApplication::setWindowIcon({});
 }
 
+TEST(RecordingTitle, SaysThatThePictureIsSharedAlsoWhileRecording) {
+    QPixmap plain(64, 64);
+    plain.fill(Qt::yellow);
+    QApplication::setWindowIcon(QIcon(plain));
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Panel"));
+    RecordingClock clock;
+    RecordingTitle title(window, clock);
+    const auto corner = [&window] { return window.windowIcon().pixmap(64, 64).toImage().pixelColor(50, 50); };
+
+    title.setShared(QStringLiteral("Seen"));
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Seen – Panel"));
+    EXPECT_GT(corner().blue(), 200);
+    EXPECT_LT(corner().red(), 80);
+    clock.start();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("\U0001F534 0:00 Seen – Panel"));
+    EXPECT_GT(corner().red(), 200);
+    clock.stop();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Seen – Panel"));
+    EXPECT_GT(corner().blue(), 200);
+    EXPECT_LT(corner().red(), 80);
+    title.setShared(QString());
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Panel"));
+    EXPECT_EQ(corner(), QColor(Qt::yellow));
+    QApplication::setWindowIcon({});
+}
+
 } // namespace
 } // namespace tavelo

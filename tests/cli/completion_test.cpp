@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "cli/taveloctl_fixture.h"
+#include "support/fake_sounds.h"
 
 namespace tavelo {
 namespace {
@@ -48,6 +49,14 @@ TEST_F(CompletionTest, CamerasFollowTheirOption) {
     EXPECT_EQ(words({"copy", "1", "2", "--to-camera", "0x7e1"}), Words{"0x7e10000012090001"});
 }
 
+TEST_F(CompletionTest, MakesNoMoreVirtualCamerasThanTheVerbsDo) {
+    for (const auto& [typed, made] : std::vector<std::pair<std::string, int>>{
+             {"1", 1}, {"8", 8}, {"9", 0}, {"0", 0}, {"-1", 0}, {"2x", 0}, {"2000000000", 0}, {"", 0}}) {
+        words({"--virtual-cameras", typed, "-c", "1", "get", "zoom"});
+        EXPECT_EQ(virtualCameras(), made) << typed;
+    }
+}
+
 TEST_F(CompletionTest, ControlsFollowGet) {
     EXPECT_EQ(words({"-c", "1", "get", "focus"}), (Words{"focus-auto", "focus"}));
     EXPECT_EQ(words({"-c", "1", "get", "zoom", "hue-"}), Words{"hue-auto"});
@@ -84,6 +93,17 @@ TEST_F(CompletionTest, OptionsStartWithAHyphen) {
 TEST_F(CompletionTest, ValuesOfOptionsAreOffered) {
     EXPECT_EQ(words({"--transport", ""}), (Words{"kernel", "usb"}));
     EXPECT_EQ(words({"save", "1", "--mirror", ""}), (Words{"on", "off"}));
+    EXPECT_EQ(words({"snapshot", "--picture", ""}), (Words{"auto", "pipewire", "v4l2"}));
+    EXPECT_EQ(words({"record", "a.mp4", "--sound", ""}), (Words{"off", "auto"}));
+}
+
+TEST_F(CompletionTest, MicrophonesAreOfferedByName) {
+    const auto sounds = std::make_shared<testing::FakeSounds>();
+    sounds->list = {{"alsa.camera", "Camera", ""}, {"alsa.built-in", "Built-in Audio", ""}};
+    sounds_ = sounds;
+    EXPECT_EQ(words({"record", "a.mp4", "--sound", "alsa"}), (Words{"alsa.camera", "alsa.built-in"}));
+    sounds->listError = {ErrorCode::failed, "there is no service"};
+    EXPECT_EQ(words({"record", "a.mp4", "--sound", ""}), (Words{"off", "auto"}));
 }
 
 TEST_F(CompletionTest, EachCandidateHasItsMeaning) {

@@ -38,10 +38,14 @@ protected:
 
     Called call(const std::vector<std::string>& arguments) {
         Called called;
+        virtualCameras_ = -1;
         const SessionEnvironment environment{
             .mainQueue = mainQueue_,
             .makeCameras = [this](const CameraOptions& options, Diagnostics& /*diagnostics*/) -> Backend {
-                return makeVirtualBackend(bus_, options.format, mainQueue_);
+                virtualCameras_ = options.virtualCameras;
+                Backend backend = makeVirtualBackend(bus_, options.format, mainQueue_);
+                backend.sound = sounds_;
+                return backend;
             },
             .makePreferences =
                 [this] {
@@ -75,6 +79,9 @@ protected:
         return std::to_string(called.status) + ": " + called.error;
     }
 
+    /// How many the last call asked for; -1 if it used no cameras.
+    int virtualCameras() const { return virtualCameras_; }
+
     std::string preferencesFile() const { return file("preferences.json"); }
     std::string file(const std::string& name) const { return (folder_.path() / name).string(); }
 
@@ -95,8 +102,11 @@ protected:
         EXPECT_EQ(text, read(path)) << name;
     }
 
+    std::shared_ptr<SoundPlatform> sounds_; ///< the machine's; null: none
+
 private:
     testing::TemporaryFolder folder_;
+    int virtualCameras_ = -1;
     QtMainQueue mainQueue_;
     std::shared_ptr<VirtualBus> bus_ = std::make_shared<VirtualBus>();
 };

@@ -86,6 +86,11 @@ TEST_F(OneCamera, GetOfAnUnknownNameIsAUsageError) {
               "2: no control is called \"zooom\" (taveloctl controls lists the names)");
 }
 
+TEST_F(OneCamera, WhatIsWrongIsOneLineWhateverTheArgumentsAre) {
+    EXPECT_EQ(failure({"get", "zo\nom\x1B"}),
+              "2: no control is called \"zo om \" (taveloctl controls lists the names)");
+}
+
 TEST_F(OneCamera, SetWritesEachValueAndIsSilent) {
     EXPECT_EQ(output({"set", "brightness=12", "zoom=50%"}), "");
     EXPECT_EQ(inCamera(control::brightness), 12);

@@ -13,7 +13,7 @@ import unittest
 
 CMAKE, MODULES = sys.argv[1:3]
 FOUND_BY_PKG_CONFIG = {"libusb-1.0-0-dev", "libudev-dev", "libavformat-dev", "libavcodec-dev", "libavutil-dev",
-                       "libswresample-dev", "libjpeg-dev", "libturbojpeg0-dev"}
+                       "libswresample-dev", "libpipewire-0.3-dev", "libjpeg-dev", "libturbojpeg0-dev"}
 
 
 class Needs(unittest.TestCase):

@@ -11,6 +11,8 @@
 #include "app/window_host.h"
 #include "integration/panel_fixture.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "support/fake_picture_share.h"
+#include "support/fake_sounds.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo {
@@ -31,7 +33,8 @@ protected:
         bundle_.preferLanguage("en");
         window_.setWindowTitle(QStringLiteral("Panel"));
         start(cameras);
-        host_.emplace(writers_, [] { return std::optional<ServiceError>(); });
+        host_.emplace(
+            writers_, [] { return std::optional<ServiceError>(); }, shares_, sounds_);
         host_->setPanel(panel());
         menu_.emplace(window_, bundle_, language_);
         features_.emplace(WindowFeatures::Parts{
@@ -83,6 +86,13 @@ protected:
     QTemporaryDir folder_;
     testing::RecordedDiagnostics diagnostics_;
     std::shared_ptr<AssetWriterPlatform> writers_ = makeFfmpegAssetWriterPlatform(diagnostics_);
+    std::shared_ptr<testing::FakePictureSharePlatform> shares_ =
+        std::make_shared<testing::FakePictureSharePlatform>();
+    std::shared_ptr<testing::FakeSounds> sounds_ = [] {
+        auto sounds = std::make_shared<testing::FakeSounds>();
+        sounds->available = false;
+        return sounds;
+    }();
     ProgramLanguage language_{bundle_, store_};
     std::optional<WindowHost> host_;
     std::optional<PanelMenu> menu_;

@@ -16,6 +16,7 @@
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/backend.h"
 #include "process/qt_main_queue.h"
+#include "support/fake_sounds.h"
 #include "support/recorded_diagnostics.h"
 #include "video/fake_asset_writer.h"
 
@@ -44,7 +45,7 @@ protected:
         Outcome outcome;
         {
             HeadlessCapture capture(platform != nullptr ? *platform : *backend_.capture, writers_, options,
-                                    RendererChoice::cpu);
+                                    RendererChoice::cpu, sounds_);
             QMetaObject::invokeMethod(&capture, &HeadlessCapture::start, Qt::QueuedConnection);
             if (meanwhile) meanwhile(capture);
             outcome.status = QCoreApplication::exec();
@@ -69,6 +70,7 @@ protected:
     QTemporaryDir folder_;
     VirtualBackend backend_ = makeVirtualBackend(2, {}, mainQueue_);
     std::shared_ptr<AssetWriterPlatform> writers_ = makeFfmpegAssetWriterPlatform(diagnostics_);
+    std::shared_ptr<testing::FakeSounds> sounds_ = std::make_shared<testing::FakeSounds>();
     QObject parent_;
 };
 
@@ -149,6 +151,72 @@ TEST_F(HeadlessCaptureTest, MovieHasTheRequestedDuration) {
     const double last = testing::packetsOf(file("movie.mp4")).back().time;
     EXPECT_LT(last, 1);
     EXPECT_GT(last, 0.3);
+}
+
+TEST_F(HeadlessCaptureTest, MovieHasTheSoundOfTheMicrophoneThatIsNamed) {
+    sounds_->list = {{"desk", "Desk Microphone", ""}};
+    HeadlessCaptureOptions options = movie(file("sound.mp4"), {});
+    options.sound = {SoundChoice::Kind::named, "desk"};
+    QTimer speech; // from before the movie on
+    const auto begin = std::chrono::steady_clock::now().time_since_epoch();
+    int spoken = 0;
+    QObject::connect(&speech, &QTimer::timeout, &speech, [&] {
+        for (; begin + spoken * 10ms < std::chrono::steady_clock::now().time_since_epoch(); ++spoken)
+            sounds_->feed(begin + spoken * 10ms, spoken % 2 == 0 ? 10000 : -10000);
+    });
+    speech.start(5ms);
+    const Outcome outcome = run(options, [&](HeadlessCapture& capture) {
+        onceRecording(options.file, [&] { QTimer::singleShot(1s, &capture, [&] { capture.stop(); }); });
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(testing::factsOf(options.file)["streams.stream.1.channels"], "1");
+    const auto sound = testing::decodeSound(options.file);
+    ASSERT_GT(sound.size(), 24000U);
+    EXPECT_GT(*std::max_element(sound.begin(), sound.begin() + 24000), 5000);
+    EXPECT_FALSE(sounds_->isRunning());
+}
+
+TEST_F(HeadlessCaptureTest, MovieWithoutTheSoundThatWasHopedForIsDoneAndSaysSo) {
+    HeadlessCaptureOptions options = movie(file("silent.mp4"), 0.3s);
+    options.sound = {SoundChoice::Kind::automatic};
+    const Outcome outcome = run(options);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "headless_capture_test: " + options.file +
+                                  ": no sound: the camera has no microphone of its own\n");
+    EXPECT_EQ(testing::factsOf(options.file)["format.nb_streams"], "1");
+}
+
+TEST_F(HeadlessCaptureTest, AMicrophoneThatIsNamedAndNotThereIsAnError) {
+    HeadlessCaptureOptions options = movie(file("none.mp4"), 0.3s);
+    options.sound = {SoundChoice::Kind::named, "desk"};
+    const Outcome missing = run(options);
+    EXPECT_EQ(missing.status, 3);
+    EXPECT_EQ(missing.errors, "headless_capture_test: " + options.file +
+                                  ": not written: there is no microphone desk (there is: none)\n");
+    sounds_->listError = {ErrorCode::failed, "there is no service"};
+    EXPECT_EQ(run(options).status, 1);
+    EXPECT_FALSE(std::filesystem::exists(options.file));
+}
+
+TEST_F(HeadlessCaptureTest, AMicrophoneThatIsPulledOutLeavesAWholeMovie) {
+    sounds_->list = {{"desk", "Desk Microphone", ""}};
+    HeadlessCaptureOptions options = movie(file("pulled.mp4"), {});
+    options.sound = {SoundChoice::Kind::named, "desk"};
+    const Outcome outcome = run(options, [&](HeadlessCapture& capture) {
+        onceRecording(options.file, [&] {
+            sounds_->feed(std::chrono::steady_clock::now().time_since_epoch(), 10000);
+            sounds_->lose("it was unplugged");
+            QTimer::singleShot(500ms, &capture, [&] { capture.stop(); });
+        });
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors,
+              "headless_capture_test: " + options.file + ": silent at its end: it was unplugged\n");
+    const double pictures = testing::packetsOf(options.file).back().time;
+    const auto sound = testing::packetsOf(options.file, "a:0");
+    ASSERT_FALSE(sound.empty());
+    EXPECT_NEAR(sound.back().time + sound.back().duration, pictures, 0.05);
 }
 
 TEST_F(HeadlessCaptureTest, StoppedMovieIsComplete) {

@@ -110,6 +110,44 @@ TEST_F(PanelCaptureMenu, AMovieOfAnotherProgramIsShownAndStopped) {
     EXPECT_FALSE(QDir(path("Videos")).exists());
 }
 
+TEST_F(PanelCaptureMenu, SoundIsOfferedOnlyWhereThereMayBeMicrophonesAndIsOffAtFirst) {
+    startWithFeatures(1);
+    EXPECT_EQ(entry("Record Sound"), nullptr);
+    sounds_->available = true;
+    QAction* const sound = entry("Record Sound");
+    ASSERT_NE(sound, nullptr);
+    EXPECT_TRUE(sound->isCheckable());
+    EXPECT_FALSE(sound->isChecked());
+}
+
+TEST_F(PanelCaptureMenu, AMovieHasSoundOnlyIfThatIsChosenAndTheMenuSaysIfItIsMissing) {
+    sounds_->available = true;
+    startWithFeatures(1);
+    ASSERT_TRUE(pictureIsShown());
+    const auto recordAMovie = [this](qsizetype count) {
+        if (QWidget* open = QApplication::activePopupWidget()) open->close();
+        ASSERT_TRUE(recordFor(std::chrono::milliseconds(200)));
+        EXPECT_FALSE(entry("Record Sound")->isEnabled()) << "of the next movie";
+        QApplication::activePopupWidget()->close();
+        press(Qt::Key_R);
+        ASSERT_TRUE(waitFor([this] { return host_->recordingFile().empty(); }));
+        EXPECT_EQ(files("Videos").size(), count);
+    };
+    const char* const missing = "The last movie is missing sound";
+    recordAMovie(1);
+    EXPECT_EQ(entry(missing), nullptr);
+    choose("Record Sound");
+    EXPECT_TRUE(entry("Record Sound")->isChecked());
+    ::testing::internal::CaptureStderr();
+    recordAMovie(2); // a virtual camera has no microphone
+    EXPECT_EQ(linesAbout(path("Videos"), ::testing::internal::GetCapturedStderr()), 0);
+    ASSERT_NE(entry(missing), nullptr);
+    EXPECT_FALSE(entry(missing)->isEnabled());
+    choose("Record Sound");
+    recordAMovie(3);
+    EXPECT_EQ(entry(missing), nullptr);
+}
+
 TEST_F(PanelCaptureMenu, WithoutAPictureNothingIsOffered) {
     startWithFeatures(0);
     EXPECT_FALSE(entry("Save Picture")->isEnabled());

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "app/kt_window.h"
@@ -34,6 +35,10 @@ namespace tavelo {
 /// The panel does not exist until a test calls start(), so cameras and faults can be set up first.
 class PanelTest : public testing::Test {
 protected:
+    /// Puts something between the panel and its cameras' controls.
+    using WrapUsb = std::unique_ptr<UsbPlatform> (*)(std::unique_ptr<UsbPlatform> cameras);
+
+    explicit PanelTest(WrapUsb wrap = nullptr) : backend_(makeBackend(mainQueue_, wrap)) {}
     ~PanelTest() override {
         QThreadPool::globalInstance()->waitForDone();
         panel_.reset();
@@ -109,6 +114,12 @@ protected:
         return result;
     }
 
+    static VirtualBackend makeBackend(MainQueue& mainQueue, WrapUsb wrap) {
+        VirtualBackend backend = makeVirtualBackend(0, {}, mainQueue);
+        if (wrap != nullptr) backend.usb = wrap(std::move(backend.usb));
+        return backend;
+    }
+
     bool bindsFirstCameraLater_ = false; // as the program does; set it before start()
 
     void passTime(std::chrono::milliseconds time) { now_ = now_.load() + time; }
@@ -148,7 +159,7 @@ protected:
     }
 
     QtMainQueue mainQueue_;
-    VirtualBackend backend_ = makeVirtualBackend(0, {}, mainQueue_);
+    VirtualBackend backend_;
     MemoryPreferencesStore store_{mainQueue_};
     ResourceBundle bundle_;
     /// Advances only when a test changes it.

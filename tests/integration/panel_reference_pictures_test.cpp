@@ -16,6 +16,7 @@
 #include "app/kt_application.h"
 #include "app/panel_menu.h"
 #include "app/program_language.h"
+#include "app/share_menu.h"
 #include "app/software_list.h"
 #include "app/window_menu.h"
 #include "integration/panel_fixture.h"
@@ -226,9 +227,10 @@ TEST_F(PanelPicture, ContextMenuOfEachState) {
     CameraMenu camera(panel(), bundle_, [&status] { return status; });
     CaptureMenu capture(window_, host, clock, bundle_,
                         {QStringLiteral("/proc/none"), QStringLiteral("/proc/none")});
+    ShareMenu share(host, bundle_);
     WindowMenu windowMenu(window_, fullScreen, bundle_);
     PanelMenu menu(window_, bundle_, language);
-    for (MenuSection* section : std::initializer_list<MenuSection*>{&camera, &capture, &windowMenu})
+    for (MenuSection* section : std::initializer_list<MenuSection*>{&camera, &capture, &share, &windowMenu})
         menu.addSection(*section);
     const auto expectMenu = [&](const char* state) {
         QTest::mouseClick(window_.windowHandle(), Qt::RightButton, {}, QPoint(20, 20));

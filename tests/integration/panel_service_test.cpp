@@ -8,6 +8,7 @@
 #include "integration/panel_fixture.h"
 #include "movie_facts.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
+#include "support/fake_sounds.h"
 #include "support/recorded_diagnostics.h"
 
 namespace tavelo {
@@ -23,7 +24,8 @@ protected:
 
     void startWithHost(int cameras) {
         start(cameras);
-        host_ = std::make_unique<WindowHost>(writers_, [] { return Error(); });
+        host_ = std::make_unique<WindowHost>(
+            writers_, [] { return Error(); }, nullptr, sounds_);
         host_->setPanel(panel());
     }
     PanelHost::Handler keep() {
@@ -32,8 +34,8 @@ protected:
     std::string path(const char* name) const {
         return folder_.filePath(QString::fromUtf8(name)).toStdString();
     }
-    bool record(const char* name, std::optional<PanelHost::Seconds> duration = {}) {
-        host_->startRecording(path(name), duration, keep());
+    bool record(const char* name, const PanelHost::MovieOptions& options = {}) {
+        host_->startRecording(path(name), options, keep());
         const bool answered = waitFor([this] { return answers_.size() == 1; });
         return answered && !answers_[0];
     }
@@ -41,6 +43,7 @@ protected:
     QTemporaryDir folder_;
     testing::RecordedDiagnostics diagnostics_;
     std::shared_ptr<AssetWriterPlatform> writers_ = makeFfmpegAssetWriterPlatform(diagnostics_);
+    std::shared_ptr<testing::FakeSounds> sounds_ = std::make_shared<testing::FakeSounds>();
     std::unique_ptr<WindowHost> host_;
     std::vector<Error> answers_;
 };
@@ -182,6 +185,53 @@ TEST_F(PanelServiceTest, MoviesFollowEachOtherAndExcludeEachOther) {
         EXPECT_TRUE(waitFor([&] { return ends == movie; }));
         EXPECT_FALSE(host_->stopRecording());
     }
+}
+
+TEST_F(PanelServiceTest, MovieHasTheSoundOfTheMicrophoneThatIsNamed) {
+    sounds_->list = {{"desk", "Desk Microphone", ""}};
+    startWithHost(1);
+    QSignalSpy ends(host_.get(), &WindowHost::recordingEnded);
+    ASSERT_TRUE(record("movie.mp4", {{}, {SoundChoice::Kind::named, "Desk Microphone"}}));
+    const auto begin = std::chrono::steady_clock::now().time_since_epoch();
+    for (int i = 0; i < 50; ++i)
+        sounds_->feed(begin + i * std::chrono::milliseconds(10), i % 2 == 0 ? 10000 : -10000);
+    EXPECT_TRUE(host_->stopRecording());
+    ASSERT_TRUE(waitFor([&] { return !ends.isEmpty(); }));
+    EXPECT_EQ(ends[0][2].value<std::string>(), "");
+    EXPECT_FALSE(sounds_->isRunning());
+    EXPECT_EQ(testing::factsOf(path("movie.mp4"))["streams.stream.1.codec_name"], "aac");
+    EXPECT_FALSE(testing::packetsOf(path("movie.mp4"), "a:0").empty());
+}
+
+TEST_F(PanelServiceTest, AMovieThatLacksItsSoundSaysSoInTheEnd) {
+    startWithHost(1);
+    QSignalSpy ends(host_.get(), &WindowHost::recordingEnded);
+    ASSERT_TRUE(record("movie.mp4", {{}, {SoundChoice::Kind::automatic}}));
+    EXPECT_TRUE(host_->stopRecording());
+    ASSERT_TRUE(waitFor([&] { return !ends.isEmpty(); }));
+    EXPECT_TRUE(ends[0][1].toBool());
+    EXPECT_EQ(ends[0][2].value<std::string>(), "no sound: the camera has no microphone of its own");
+}
+
+TEST_F(PanelServiceTest, AMicrophoneThatIsNamedAndNotThereFailsToBegin) {
+    startWithHost(1);
+    EXPECT_FALSE(record("movie.mp4", {{}, {SoundChoice::Kind::named, "desk"}}));
+    ASSERT_EQ(answers_.size(), 1U);
+    EXPECT_EQ(answers_[0]->text, "there is no microphone desk (there is: none)");
+    EXPECT_FALSE(std::filesystem::exists(path("movie.mp4")));
+}
+
+TEST_F(PanelServiceTest, ASlowSoundServiceHoldsNeitherWindowNorStop) {
+    sounds_->hang(true);
+    startWithHost(1);
+    host_->startRecording(path("movie.mp4"), {{}, {SoundChoice::Kind::automatic}}, keep());
+    EXPECT_TRUE(answers_.empty());
+    EXPECT_TRUE(waitFor([this] { return panel().displayView()->mtkView()->drawnFrames() > 5; }));
+    EXPECT_TRUE(answers_.empty());
+    EXPECT_TRUE(host_->stopRecording());
+    ASSERT_EQ(answers_.size(), 1U);
+    EXPECT_EQ(answers_[0]->text, "stopped before it began");
+    sounds_->hang(false);
 }
 
 TEST_F(PanelServiceTest, AMovieThatCannotBeWrittenOnlyFailsToBegin) {

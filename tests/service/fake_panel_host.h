@@ -24,14 +24,17 @@ public:
     void takeSnapshot(const std::string& file, Handler ended) override {
         snapshots.emplace_back(file, std::move(ended));
     }
-    void startRecording(const std::string& file, std::optional<Seconds> length, Handler started) override {
+    void startRecording(const std::string& file, const MovieOptions& options, Handler started) override {
         ++starts;
         recording = file;
-        duration = length;
+        duration = options.duration;
+        sound = options.sound;
         started(recordingError);
     }
     bool stopRecording() override { return !std::exchange(recording, {}).empty(); }
     std::string recordingFile() const override { return recording; }
+    bool isSharing() const override { return sharing; }
+    void setSharing(bool on) override { sharing = on; }
     std::optional<ServiceError> show() override {
         ++shows;
         return showError;
@@ -45,7 +48,9 @@ public:
     int starts = 0;
     std::string recording;
     std::optional<Seconds> duration;
+    SoundChoice sound;
     std::optional<ServiceError> recordingError;
+    bool sharing = false;
     int shows = 0;
     std::optional<ServiceError> showError;
 

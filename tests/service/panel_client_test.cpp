@@ -148,6 +148,16 @@ TEST_F(PanelClientTest, RecordWaitsForTheEndOfItsOwnMovie) {
     EXPECT_EQ(host_.duration, PanelHost::Seconds(2));
 }
 
+TEST_F(PanelClientTest, RecordAsksForSoundAndTellsWhatTheMovieLacksOfIt) {
+    own();
+    show(1);
+    onceRecording([this] { service_->recordingDidEnd("/pictures/one", true, "no sound: unplugged"); });
+    EXPECT_FALSE(panel_.record("", "/pictures/one", 2, "auto"));
+    EXPECT_EQ(host_.sound, (SoundChoice{SoundChoice::Kind::automatic}));
+    EXPECT_EQ(host_.duration, PanelHost::Seconds(2));
+    EXPECT_EQ(panel_.note(), "no sound: unplugged");
+}
+
 TEST_F(PanelClientTest, RecordSaysWhyAMovieEndedEarly) {
     own();
     show(1);

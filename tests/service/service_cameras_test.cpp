@@ -85,7 +85,8 @@ TEST_F(ServiceCameras, EveryMethodRefusesAnOverlongCamera) {
         {"Save", {camera, one}},
         {"Reset", {camera}},
         {"Snapshot", {camera, file}},
-        {"StartRecording", {camera, file, 1.0}}};
+        {"StartRecording", {camera, file, 1.0}},
+        {"StartRecordingWith", {camera, file, QVariantMap()}}};
     for (const auto& [method, arguments] : calls)
         EXPECT_THAT(errorOf(method, arguments), StartsWith("Invalid: the camera's name is too long"))
             << method;

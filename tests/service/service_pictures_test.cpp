@@ -1,9 +1,26 @@
 // SPDX-License-Identifier: MIT
-// Snapshot, StartRecording and StopRecording.
+// Snapshot, StartRecording, StartRecordingWith and StopRecording.
+#include <QSignalSpy>
+
 #include "service/service_fixture.h"
 
 namespace tavelo {
 namespace {
+
+/// Values of the signal PropertiesChanged.
+class RecordedChanges final : public QObject {
+    Q_OBJECT
+
+public:
+    QList<QVariantMap> values;
+
+public Q_SLOTS:
+    void note(const QDBusMessage& message) {
+        QVariantMap changed;
+        message.arguments().value(1).value<QDBusArgument>() >> changed;
+        values.append(changed);
+    }
+};
 
 using ::testing::SizeIs;
 using ::testing::StartsWith;
@@ -78,6 +95,42 @@ TEST_F(ServicePictures, RecordingOfAnImpossibleLengthIsInvalid) {
     EXPECT_EQ(host_.recording, "");
 }
 
+TEST_F(ServicePictures, RecordingMayHaveSound) {
+    show(1);
+    const auto record = [this](const QVariantMap& options) {
+        host_.recording.clear();
+        return errorOf("StartRecordingWith", {QString(), file_, options});
+    };
+    EXPECT_EQ(record({{QStringLiteral("sound"), QStringLiteral("auto")}, {QStringLiteral("seconds"), 2.5}}),
+              "");
+    EXPECT_EQ(host_.sound, (SoundChoice{SoundChoice::Kind::automatic}));
+    EXPECT_EQ(host_.duration, PanelHost::Seconds(2.5));
+    EXPECT_EQ(record({{QStringLiteral("sound"), QStringLiteral("My microphone")}}), "");
+    EXPECT_EQ(host_.sound, (SoundChoice{SoundChoice::Kind::named, "My microphone"}));
+    EXPECT_FALSE(host_.duration);
+    EXPECT_EQ(record({}), "");
+    EXPECT_EQ(host_.sound, SoundChoice());
+    host_.recording.clear();
+    EXPECT_EQ(errorOf("StartRecording", {QString(), file_, 1.0}), "");
+    EXPECT_EQ(host_.sound, SoundChoice());
+}
+
+TEST_F(ServicePictures, WrongOptionsOfARecordingAreInvalid) {
+    show(1);
+    for (const QVariantMap& options :
+         {QVariantMap{{QStringLiteral("sound"), QString()}}, QVariantMap{{QStringLiteral("sound"), true}},
+          QVariantMap{{QStringLiteral("sound"), QString(257, QLatin1Char('a'))}},
+          QVariantMap{{QStringLiteral("seconds"), -1.0}},
+          QVariantMap{{QStringLiteral("seconds"), QStringLiteral("2")}},
+          QVariantMap{{QStringLiteral("volume"), 1.0}}})
+        EXPECT_THAT(errorOf("StartRecordingWith", {QString(), file_, options}), StartsWith("Invalid: "));
+    EXPECT_THAT(errorOf("StartRecordingWith", {QString(), QStringLiteral("one"), QVariantMap()}),
+                StartsWith("Invalid: "));
+    EXPECT_THAT(errorOf("StartRecordingWith", {QStringLiteral("2"), file_, QVariantMap()}),
+                StartsWith("NotShown: "));
+    EXPECT_EQ(host_.recording, "");
+}
+
 TEST_F(ServicePictures, ASecondRecordingIsBusy) {
     show(1);
     EXPECT_EQ(errorOf("StartRecording", {QString(), file_, 0.0}), "");
@@ -106,5 +159,42 @@ TEST_F(ServicePictures, EndOfARecordingIsReportedInOneLine) {
     EXPECT_EQ(signals_.lines[0], QStringLiteral("RecordingEnded /pictures/one false disk full"));
 }
 
+TEST_F(ServicePictures, SharingIsAPropertyThatTellsItsChanges) {
+    const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+    const QString name = QStringLiteral("Sharing");
+    QDBusConnection& client = client_;
+    RecordedChanges changes;
+    ASSERT_TRUE(client.connect(bus_.baseService(), bus_names::object, properties,
+                               QStringLiteral("PropertiesChanged"), &changes, SLOT(note(QDBusMessage))));
+    const auto ask = [&](const char* method, const QVariantList& arguments) {
+        QDBusMessage message = QDBusMessage::createMethodCall(bus_.baseService(), bus_names::object,
+                                                              properties, QString::fromUtf8(method));
+        message.setArguments(arguments);
+        const QDBusPendingCall pending = client.asyncCall(message);
+        EXPECT_TRUE(waitFor([&] { return pending.isFinished(); }));
+        return pending.reply();
+    };
+    const auto sharing = [&] {
+        return ask("Get", {QString(bus_names::interface), name})
+            .arguments()
+            .value(0)
+            .value<QDBusVariant>()
+            .variant();
+    };
+    EXPECT_EQ(sharing(), QVariant(false));
+    QSignalSpy called(&*service_, &ControlPanelService::called);
+    ask("Set", {QString(bus_names::interface), name, QVariant::fromValue(QDBusVariant(true))});
+    EXPECT_TRUE(host_.sharing);
+    EXPECT_EQ(sharing(), QVariant(true));
+    EXPECT_EQ(called.size(), 1) << "the program would take itself for idle";
+    service_->sharingDidChange();
+    ASSERT_TRUE(waitFor([&] { return !changes.values.isEmpty(); }));
+    EXPECT_EQ(changes.values[0], (QVariantMap{{name, true}}));
+    ask("Set", {QString(bus_names::interface), name, QVariant::fromValue(QDBusVariant(false))});
+    EXPECT_FALSE(host_.sharing);
+}
+
 } // namespace
 } // namespace tavelo
+
+#include "service_pictures_test.moc"

@@ -4,24 +4,16 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/linux/bus/sysfs_usb.h"
+#include "platform/linux/printable.h"
 #include "platform/uvc/descriptors.h"
 
 namespace tavelo {
 
-namespace {
-
-bool hasVideoControl(const UsbDescriptors& descriptors) {
-    return !videoControlInterfaces(descriptors.configuration).empty();
-}
-
-} // namespace
-
 SysfsBusProber::SysfsBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
-                               std::unique_ptr<UsbDescriptorSource> descriptors,
                                std::unique_ptr<UdevEventSource> events)
     : delegate_(delegate),
       sysfs_(std::move(sysfs)),
-      descriptors_(std::move(descriptors)),
       monitor_(std::move(events), [delegate](const UdevEvent&) {
           if (delegate != nullptr) delegate->busProberInformationDidChange();
       }) {}
@@ -40,24 +32,18 @@ void SysfsBusProber::refreshData(bool notify) {
     }
 }
 
-std::vector<BusProberDevice> SysfsBusProber::scan() {
-    const UsbDescriptorSnapshot cached = descriptors_ ? descriptors_->snapshot() : UsbDescriptorSnapshot();
+std::vector<BusProberDevice> SysfsBusProber::scan() const {
     std::vector<BusProberDevice> found;
     for (const SysfsUsbDevice& device : usbDevices(sysfs_)) {
-        // libusb learns of a new device a moment after udev announces it, and rejects descriptors that it
-        // finds malformed.  The kernel's own copy is read then.
-        const auto known = cached.find({device.busNumber, device.deviceNumber});
-        std::optional<UsbDescriptors> descriptors;
-        if (known != cached.end() && hasVideoControl(known->second)) descriptors = known->second;
-        if (!descriptors) descriptors = usbDescriptors(device);
-        if (!descriptors || !hasVideoControl(*descriptors)) continue;
+        const std::optional<UsbDescriptors> descriptors = usbDescriptors(device);
+        if (!descriptors) continue;
         for (const std::uint8_t function : videoControlInterfaces(descriptors->configuration)) {
             BusProberDevice camera =
                 probeDescriptors(descriptors->device, descriptors->configuration, function);
             camera.locationID = device.locationID;
             camera.vendorID = device.vendorID;
             camera.productID = device.productID;
-            camera.name = device.product;
+            camera.name = printable(device.product); // the device chose it
             found.push_back(std::move(camera));
         }
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The cameras on the USB bus, from descriptors cached by libusb and the kernel.
+// The cameras on the USB bus, from the descriptors that the kernel keeps.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,6 @@
 
 #include "platform/bus_prober.h"
 #include "platform/linux/bus/udev_monitor.h"
-#include "platform/linux/bus/usb_descriptor_source.h"
 
 namespace tavelo {
 
@@ -16,12 +15,11 @@ namespace tavelo {
 /// any camera, even one in use.
 class SysfsBusProber final : public BusProber {
 public:
-    /// @param delegate    may be null; must outlive the prober
-    /// @param sysfs       root of the tree
-    /// @param descriptors may be null; sysfs is read then, and for devices that this source lacks
-    /// @param events      changes of USB devices; may be null
+    /// @param delegate may be null; must outlive the prober
+    /// @param sysfs    root of the tree
+    /// @param events   changes of USB devices; may be null
     SysfsBusProber(BusProberDelegate* delegate, std::filesystem::path sysfs,
-                   std::unique_ptr<UsbDescriptorSource> descriptors, std::unique_ptr<UdevEventSource> events);
+                   std::unique_ptr<UdevEventSource> events);
 
     void refreshData(bool notify) override;
     const std::vector<std::shared_ptr<const BusProberDevice>>& devicesArray() const override {
@@ -29,11 +27,10 @@ public:
     }
 
 private:
-    std::vector<BusProberDevice> scan();
+    std::vector<BusProberDevice> scan() const;
 
     BusProberDelegate* const delegate_;
     const std::filesystem::path sysfs_;
-    std::unique_ptr<UsbDescriptorSource> descriptors_;
     std::vector<std::shared_ptr<const BusProberDevice>> devices_;
     UdevMonitor monitor_; // last: its thread calls the delegate
 };

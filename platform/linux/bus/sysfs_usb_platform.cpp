@@ -56,9 +56,7 @@ public:
         : options_(std::make_shared<const SysfsUsbOptions>(std::move(options))) {}
 
     std::unique_ptr<BusProber> initBusProber(int /*scope*/, BusProberDelegate* delegate) override {
-        return std::make_unique<SysfsBusProber>(delegate, options_->sysfs,
-                                                options_->descriptors ? options_->descriptors() : nullptr,
-                                                options_->hotplugEvents());
+        return std::make_unique<SysfsBusProber>(delegate, options_->sysfs, options_->hotplugEvents());
     }
 
     std::vector<std::unique_ptr<UsbDevice>> listDevices() override {

@@ -9,7 +9,6 @@
 
 #include "platform/linux/bus/sysfs_usb.h"
 #include "platform/linux/bus/udev_events.h"
-#include "platform/linux/bus/usb_descriptor_source.h"
 #include "platform/usb_platform.h"
 
 namespace tavelo {
@@ -18,8 +17,6 @@ struct SysfsUsbOptions {
     std::filesystem::path sysfs = "/sys";
     /// Reports USB devices that come and go; may give null.  Called once for each prober.
     std::function<std::unique_ptr<UdevEventSource>()> hotplugEvents;
-    /// Descriptors for a prober; if it is empty, sysfs is read.
-    std::function<std::unique_ptr<UsbDescriptorSource>()> descriptors = {};
     /// Null if the interface cannot be opened.
     std::function<std::shared_ptr<UsbInterface>(const SysfsUsbDevice& device, std::uint8_t interfaceNumber)>
         openInterface;

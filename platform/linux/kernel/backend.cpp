@@ -12,6 +12,7 @@
 #include "platform/linux/kernel/control_interface.h"
 #include "platform/linux/kernel/device_list.h"
 #include "platform/linux/kernel/kernel_inspector.h"
+#include "platform/linux/portal/camera_portal.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/uvc/descriptors.h"
 
@@ -65,7 +66,6 @@ std::unique_ptr<UsbPlatform> makeUsbPlatform(Diagnostics& diagnostics, KernelBac
         return inspectThroughNode(nodes, device, interfaceNumber, diagnostics);
     };
     return makeSysfsUsbPlatform({std::move(machine.sysfs), [] { return openUdevEvents("usb", "usb_device"); },
-                                 makeLibusbDescriptorSource,
                                  [nodes = std::move(machine.nodes), pairs = std::make_shared<HeldPairs>(),
                                   &diagnostics](const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
                                      return openThroughNode(nodes, *pairs, device, interfaceNumber,
@@ -77,9 +77,11 @@ std::unique_ptr<UsbPlatform> makeUsbPlatform(Diagnostics& diagnostics, KernelBac
 class KernelCapturePlatform final : public ListedCapturePlatform<KernelDeviceList> {
 public:
     KernelCapturePlatform(const BackendOptions& options, const std::filesystem::path& sysfs)
-        : ListedCapturePlatform(options.priority, options.mainQueue,
-                                KernelDeviceOptions{std::make_shared<KernelNodeOpener>(), options.diagnostics,
-                                                    options.format, sysfs, options.priority}),
+        : ListedCapturePlatform(
+              options.priority, options.mainQueue,
+              KernelDeviceOptions{std::make_shared<KernelNodeOpener>(), options.diagnostics, options.format,
+                                  sysfs, options.priority, options.pictures,
+                                  std::make_shared<LatePipewire>(options.diagnostics, cameraPortal())}),
           monitor_(openUdevEvents("video4linux", nullptr), [this](const UdevEvent&) { list_.rescan(); }) {
         list_.fill(); // after the monitor listens, so that no change is missed
     }

@@ -27,6 +27,15 @@ DeviceHolders KernelCaptureDevice::holders() const {
     return deviceHolders(node_.path());
 }
 
+SharedPictures KernelCaptureDevice::sharedPictures() const {
+    if (!options_.pipewire || options_.pictures == PictureSource::v4l2) return {};
+    const auto open = [pipewire = options_.pipewire, path = node_.path()] {
+        const auto platform = pipewire->get();
+        return platform ? platform->makeSharedCamera(path) : nullptr;
+    };
+    return {.open = open, .only = options_.pictures == PictureSource::pipewire};
+}
+
 std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error) {
     error = {};
     int number = 0;
@@ -34,7 +43,8 @@ std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error)
     if (!options_.opener->open(node_.path(), number)) {
         const StreamEnd why = streamEndOf(number);
         const bool waits =
-            why == StreamEnd::busy || (why == StreamEnd::gone && isListed(options_.sysfs, node_)) ||
+            options_.pictures == PictureSource::pipewire || why == StreamEnd::busy ||
+            (why == StreamEnd::gone && isListed(options_.sysfs, node_)) ||
             (why == StreamEnd::denied && std::chrono::steady_clock::now() < rightsMayComeUntil_);
         if (!waits) {
             error = {errorCodeOf(why),
@@ -49,7 +59,8 @@ std::unique_ptr<CaptureDeviceInput> KernelCaptureDevice::makeInput(Error& error)
             .whoHolds = [path = node_.path()] { return busyText(deviceHolders(path)); },
             .request = options_.request,
             .isListed = [sysfs = options_.sysfs, node = node_] { return isListed(sysfs, node); },
-            .priority = options_.priority});
+            .priority = options_.priority},
+        sharedPictures());
 }
 
 } // namespace tavelo

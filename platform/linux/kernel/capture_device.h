@@ -7,8 +7,11 @@
 #include <memory>
 #include <string>
 
+#include "platform/backend.h"
 #include "platform/capture.h"
 #include "platform/diagnostics.h"
+#include "platform/linux/kernel/capture_input.h"
+#include "platform/linux/pipewire/module/late_pipewire.h"
 #include "platform/linux/v4l2/v4l2_node.h"
 #include "platform/linux/v4l2/video_nodes.h"
 
@@ -21,6 +24,8 @@ struct KernelDeviceOptions {
     CaptureFormatRequest request;
     std::filesystem::path sysfs = "/sys";
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the streaming threads; may be null
+    PictureSource pictures = PictureSource::automatic;
+    std::shared_ptr<LatePipewire> pipewire = {}; ///< null: pictures come from the driver
 };
 
 class KernelCaptureDevice final : public CaptureDevice,
@@ -44,6 +49,8 @@ public:
     std::unique_ptr<CaptureDeviceInput> makeInput(Error& error) override;
 
 private:
+    SharedPictures sharedPictures() const;
+
     const VideoNode node_;
     const KernelDeviceOptions options_;
     const std::chrono::steady_clock::time_point rightsMayComeUntil_;

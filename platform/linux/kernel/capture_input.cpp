@@ -19,15 +19,16 @@ using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, like the driver's t
 // Bounds the search for the newest frame if frames come faster than they are looked through.
 constexpr int mostTakenAtOnce = 16;
 
-enum class Woken { frame, stop, silence, trouble };
+enum class Woken { frame, stop, silence, trouble, pipewire };
 
-// Waits for a frame, the stop, or `deadline`.
-Woken waitForFrame(int node, int stop, Clock::time_point deadline) {
+// Waits for a frame, the stop, what PipeWire tells (-1: nothing), or `deadline`.
+Woken waitForFrame(int node, int stop, int pipewire, Clock::time_point deadline) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return Woken::silence;
-    pollfd waiting[] = {{stop, POLLIN, 0}, {node, POLLIN, 0}};
-    if (::poll(waiting, 2, int(left.count())) < 0) return errno == EINTR ? Woken::frame : Woken::trouble;
+    pollfd waiting[] = {{stop, POLLIN, 0}, {node, POLLIN, 0}, {pipewire, POLLIN, 0}};
+    if (::poll(waiting, 3, int(left.count())) < 0) return errno == EINTR ? Woken::frame : Woken::trouble;
     if (waiting[0].revents != 0) return Woken::stop;
+    if (waiting[2].revents != 0) return Woken::pipewire;
     if ((waiting[1].revents & (POLLERR | POLLHUP | POLLNVAL)) != 0) return Woken::trouble;
     return Woken::frame; // or nothing yet, which take() reports
 }
@@ -39,10 +40,12 @@ StreamOver over(int error) {
 } // namespace
 
 KernelCaptureInput::KernelCaptureInput(std::shared_ptr<CaptureDevice> device, std::string path,
-                                       std::shared_ptr<V4l2NodeOpener> opener, CaptureInputOptions options)
+                                       std::shared_ptr<V4l2NodeOpener> opener, CaptureInputOptions options,
+                                       SharedPictures pictures)
     : RetryingCaptureInput(std::move(device), path, "v4l2 capture", std::move(options)),
       path_(std::move(path)),
-      opener_(std::move(opener)) {}
+      opener_(std::move(opener)),
+      pictures_(std::move(pictures)) {}
 
 KernelCaptureInput::~KernelCaptureInput() {
     stop();
@@ -61,7 +64,16 @@ StreamOver KernelCaptureInput::streamOnce() {
     }
 }
 
+// PipeWire is asked first; what it does not answer is the driver's, until it offers the camera anew.
 StreamOver KernelCaptureInput::streamWithin() {
+    for (;;) {
+        if (const auto over = streamFromPipewire()) return *over;
+        if (const auto over = streamFromDriver()) return *over;
+    }
+}
+
+/// @return nothing if PipeWire has the camera now
+std::optional<StreamOver> KernelCaptureInput::streamFromDriver() {
     int error = 0;
     const auto node = opener_->open(path_, error);
     if (!node) return over(error);
@@ -93,12 +105,17 @@ StreamOver KernelCaptureInput::startLightEnough(V4l2Node& node, std::unique_ptr<
     return over(error);
 }
 
-StreamOver KernelCaptureInput::pump(const V4l2Node& node, V4l2Stream& stream) {
+std::optional<StreamOver> KernelCaptureInput::pump(const V4l2Node& node, V4l2Stream& stream) {
     auto deadline = firstDeadline();
     for (;;) {
-        const Woken woken = waitForFrame(node.descriptor(), stop_.descriptor(), deadline);
-        if (woken == Woken::stop) return {};
-        if (woken == Woken::silence) return {StreamEnd::silent, "no frame came"};
+        const Woken woken = waitForFrame(node.descriptor(), stop_.descriptor(),
+                                         shared_ ? shared_->descriptor() : -1, deadline);
+        if (woken == Woken::stop) return StreamOver();
+        if (woken == Woken::silence) return StreamOver{StreamEnd::silent, "no frame came"};
+        if (woken == Woken::pipewire) {
+            if (mustLeaveDriver()) return std::nullopt;
+            continue;
+        }
         std::optional<V4l2Stream::Frame> frame;
         int error = takeNewest(stream, frame);
         if (error == 0 && !frame && woken == Woken::trouble) error = EIO;

@@ -2,7 +2,10 @@
 #include "platform/linux/movie/audio_encoder.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "platform/linux/movie/ffmpeg_error.h"
 
@@ -12,20 +15,24 @@ namespace {
 constexpr std::uint32_t defaultSampleRate = 48000;
 constexpr std::uint32_t defaultChannels = 2;
 constexpr std::int64_t defaultBitRatePerChannel = 64000;
-// The clocks of sound cards and of frames differ a little; a gap shorter than this is ignored.
-constexpr std::int64_t toleranceInMilliseconds = 50;
+// Of output; long, because the resampler adds whole samples over it: 2 ppm are one.
+constexpr int compensationDistance = 1 << 19;
+constexpr std::int64_t silentPiece = 4096; // frames
 
 } // namespace
 
+AudioEncoder::AudioEncoder(AvCodecContext context)
+    : context_(std::move(context)),
+      placement_(context_->sample_rate) {}
+
 std::unique_ptr<AudioEncoder> AudioEncoder::open(const AudioSettings& settings, Error& error) {
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
-    std::unique_ptr<AudioEncoder> encoder(new AudioEncoder());
-    encoder->context_.reset(codec != nullptr ? avcodec_alloc_context3(codec) : nullptr);
-    if (!encoder->context_) {
+    AvCodecContext made(codec != nullptr ? avcodec_alloc_context3(codec) : nullptr);
+    if (!made) {
         error = movieError(ErrorCode::invalid, "this build of FFmpeg has no encoder for AAC");
         return nullptr;
     }
-    AVCodecContext& context = *encoder->context_;
+    AVCodecContext& context = *made;
     const auto channels = int(settings.channels.value_or(defaultChannels));
     context.sample_rate = int(settings.sampleRate.value_or(defaultSampleRate));
     context.sample_fmt = AV_SAMPLE_FMT_FLTP;
@@ -37,6 +44,7 @@ std::unique_ptr<AudioEncoder> AudioEncoder::open(const AudioSettings& settings, 
         error = ffmpegError(opened, "the encoder for AAC does not open");
         return nullptr;
     }
+    std::unique_ptr<AudioEncoder> encoder(new AudioEncoder(std::move(made)));
     if (encoder->allocate()) return encoder;
     error = ffmpegError(AVERROR(ENOMEM), "the encoder for AAC does not open");
     return nullptr;
@@ -56,8 +64,11 @@ bool AudioEncoder::allocate() {
            av_frame_get_buffer(frame_.get(), 0) == 0;
 }
 
-bool AudioEncoder::convertsFrom(const AudioBuffer& sound) {
-    if (resampler_ && sound.sampleRate == inputRate_ && sound.channels == inputChannels_) return true;
+int AudioEncoder::prepareFor(const AudioBuffer& sound) {
+    if (resampler_ && sound.sampleRate == inputRate_ && sound.channels == inputChannels_) return 0;
+    if (resampler_) {
+        if (const int flushed = convert(nullptr, 0); flushed < 0) return flushed;
+    }
     AVChannelLayout layout{};
     av_channel_layout_default(&layout, int(sound.channels));
     SwrContext* resampler = nullptr;
@@ -65,52 +76,67 @@ bool AudioEncoder::convertsFrom(const AudioBuffer& sound) {
         swr_alloc_set_opts2(&resampler, &context_->ch_layout, context_->sample_fmt, context_->sample_rate,
                             &layout, AV_SAMPLE_FMT_S16, int(sound.sampleRate), 0, nullptr);
     resampler_.reset(resampler);
-    if (made < 0 || swr_init(resampler) < 0) {
+    if (made < 0) return made;
+    // Equal rates are resampled too, so that following the drift may begin at any time.
+    av_opt_set_int(resampler, "flags", SWR_FLAG_RESAMPLE, 0);
+    av_opt_set_int(resampler, "linear_interp", 1, 0);
+    if (const int started = swr_init(resampler); started < 0) {
         resampler_.reset();
-        return false;
+        return started;
     }
     inputRate_ = sound.sampleRate;
     inputChannels_ = sound.channels;
-    return true;
+    return 0;
 }
 
 int AudioEncoder::encode(const AudioBuffer& sound, std::chrono::nanoseconds start, const PacketSink& sink) {
     constexpr auto longest = std::size_t(std::numeric_limits<int>::max() / 2);
     if (sound.sampleRate == 0 || sound.frameCount() == 0 || sound.frameCount() > longest) return 0;
-    if (!convertsFrom(sound)) return 0;
-    const std::int64_t rate = context_->sample_rate;
-    std::int64_t place = av_rescale(start.count(), rate, std::nano::den);
-    const std::int64_t earliest = started_ ? next_ - rate * toleranceInMilliseconds / 1000 : 0;
-    std::int64_t skipped = 0;
-    if (place < earliest) {
-        const std::int64_t from = started_ ? next_ : 0;
-        skipped = av_rescale_rnd(from - place, sound.sampleRate, rate, AV_ROUND_UP);
-        place = from;
-    }
-    if (skipped >= std::int64_t(sound.frameCount())) return 0;
-    if (const int placed = placeAt(place, sink); placed < 0) return placed;
-    const std::int16_t* samples = sound.samples.data() + std::size_t(skipped) * sound.channels;
-    if (const int taken = convert(samples, int(std::int64_t(sound.frameCount()) - skipped)); taken < 0)
+    if (prepareFor(sound) < 0) return 0; // a kind of sound that cannot be converted
+    const double rate = context_->sample_rate;
+    const double ratio = rate / sound.sampleRate;
+    const auto frames = std::int64_t(sound.frameCount());
+    const auto step =
+        placement_.place(std::chrono::duration<double>(start).count() * rate, double(frames) * ratio, end());
+    if (const int silent = encodeSilence(step.silence, sink); silent < 0) return silent;
+    const auto skipped = std::int64_t(std::ceil(double(step.skipped) / ratio));
+    if (skipped >= frames) return 0;
+    const int set = swr_set_compensation(
+        resampler_.get(), int(std::lround(step.stretch * compensationDistance)), compensationDistance);
+    if (set < 0) return set;
+    if (const int taken =
+            convert(sound.samples.data() + std::size_t(skipped) * sound.channels, int(frames - skipped));
+        taken < 0)
         return taken;
+    started_ = true;
     return encodeFullFrames(sink);
 }
 
-int AudioEncoder::placeAt(std::int64_t start, const PacketSink& sink) {
-    if (!started_) {
-        started_ = true;
-        next_ = start;
-        return 0;
+int AudioEncoder::fillUntil(std::chrono::nanoseconds until, const PacketSink& sink) {
+    if (!started_) return 0;
+    return encodeSilence(av_rescale(until.count(), context_->sample_rate, std::nano::den) - end(), sink);
+}
+
+std::int64_t AudioEncoder::end() const {
+    return next_ + (resampler_ ? swr_get_delay(resampler_.get(), context_->sample_rate) : 0);
+}
+
+int AudioEncoder::encodeSilence(std::int64_t frames, const PacketSink& sink) {
+    if (frames <= 0) return 0;
+    // Through the resampler, which still holds the end of the sound before.
+    std::int64_t left = av_rescale(frames, inputRate_, context_->sample_rate);
+    const std::vector<std::int16_t> silence(std::size_t(std::min(left, silentPiece)) * inputChannels_);
+    if (const int set = swr_set_compensation(resampler_.get(), 0, compensationDistance); set < 0) return set;
+    while (left > 0) {
+        const std::int64_t piece = std::min(left, silentPiece);
+        left -= piece;
+        if (const int taken = convert(silence.data(), int(piece)); taken < 0) return taken;
+        if (const int encoded = encodeFullFrames(sink); encoded < 0) return encoded;
     }
-    const std::int64_t tolerance = std::int64_t(context_->sample_rate) * toleranceInMilliseconds / 1000;
-    // There are no gaps inside a frame: the rest of a started frame becomes silence.
-    if (start <= next_ + std::max<std::int64_t>(tolerance, context_->frame_size)) return 0;
-    if (av_audio_fifo_size(fifo_.get()) > 0) {
-        if (const int encoded = encodeFromFifo(sink); encoded < 0) return encoded;
-    }
-    next_ = start;
     return 0;
 }
 
+// Without samples: what the resampler still holds.
 int AudioEncoder::convert(const std::int16_t* samples, int frames) {
     const int room = swr_get_out_samples(resampler_.get(), frames);
     if (room < 0) return room;
@@ -124,7 +150,8 @@ int AudioEncoder::convert(const std::int16_t* samples, int frames) {
         if (const int got = av_frame_get_buffer(converted_.get(), 0); got < 0) return got;
     }
     const auto* input = reinterpret_cast<const std::uint8_t*>(samples);
-    const int count = swr_convert(resampler_.get(), converted_->extended_data, room, &input, frames);
+    const int count = swr_convert(resampler_.get(), converted_->extended_data, room,
+                                  samples != nullptr ? &input : nullptr, frames);
     if (count <= 0) return count;
     void** planes = reinterpret_cast<void**>(converted_->extended_data);
     if (const int written = av_audio_fifo_write(fifo_.get(), planes, count); written < count)
@@ -154,6 +181,8 @@ int AudioEncoder::encodeFromFifo(const PacketSink& sink) {
 
 int AudioEncoder::finish(const PacketSink& sink) {
     if (!started_) return 0;
+    if (const int flushed = convert(nullptr, 0); flushed < 0) return flushed;
+    if (const int encoded = encodeFullFrames(sink); encoded < 0) return encoded;
     if (av_audio_fifo_size(fifo_.get()) > 0) {
         if (const int encoded = encodeFromFifo(sink); encoded < 0) return encoded;
     }

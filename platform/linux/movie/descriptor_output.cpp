@@ -57,20 +57,28 @@ int DescriptorOutput::write(const std::uint8_t* bytes, int size) {
 }
 
 std::int64_t DescriptorOutput::seek(std::int64_t offset, int whence) {
-    struct stat facts {};
-    if (::fstat(descriptor_, &facts) != 0) return AVERROR(errno);
     switch (whence & ~AVSEEK_FORCE) {
-        case AVSEEK_SIZE:
-            return facts.st_size;
         case SEEK_SET:
             return position_ = offset;
         case SEEK_CUR:
             return position_ += offset;
-        case SEEK_END:
-            return position_ = facts.st_size + offset;
+        case AVSEEK_SIZE:
+            return size();
+        case SEEK_END: {
+            const std::int64_t end = size();
+            return end < 0 ? end : position_ = end + offset;
+        }
         default:
             return AVERROR(EINVAL);
     }
+}
+
+// Muxers go on where they cannot seek, and write at the wrong place; so the failure is kept.
+std::int64_t DescriptorOutput::size() {
+    struct stat facts {};
+    if (::fstat(descriptor_, &facts) == 0) return facts.st_size;
+    failure_ = errno;
+    return AVERROR(failure_);
 }
 
 } // namespace tavelo

@@ -31,6 +31,7 @@ public:
 private:
     int write(const std::uint8_t* bytes, int size);
     std::int64_t seek(std::int64_t offset, int whence);
+    std::int64_t size();
 
     const int descriptor_;
     std::int64_t position_ = 0;

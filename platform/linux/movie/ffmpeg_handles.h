@@ -9,6 +9,7 @@ extern "C" {
 #include <libavutil/buffer.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
+#include <libavutil/opt.h>
 #include <libswresample/swresample.h>
 }
 

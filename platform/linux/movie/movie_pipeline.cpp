@@ -7,6 +7,12 @@
 #include "platform/linux/movie/movie_boxes.h"
 
 namespace tavelo {
+namespace {
+
+// How far the sound may lag behind the pictures before its microphone counts as silent.
+constexpr std::int64_t soundPatience = videoTimeBase.den;
+
+} // namespace
 
 std::unique_ptr<MoviePipeline> MoviePipeline::create(const MovieDescription& description,
                                                      const MovieTools& tools, Diagnostics& diagnostics,
@@ -69,8 +75,15 @@ std::optional<Error> MoviePipeline::encodeVideo(const AVFrame& frame) {
     if (failure_) return failure_;
     failure_ = failureOf(encode(frame));
     rate_.add(frame.pts);
+    lastFrame_ = frame.pts;
     if (!failure_) markLevel(rate_.fastest());
+    if (!failure_ && audioEncoder_) failure_ = failureOf(fillSound(lastFrame_ - soundPatience));
     return failure_;
+}
+
+int MoviePipeline::fillSound(std::int64_t until) {
+    return audioEncoder_->fillUntil(
+        std::chrono::nanoseconds(av_rescale_q(until, videoTimeBase, {1, std::nano::den})), audioSink_);
 }
 
 int MoviePipeline::encode(const AVFrame& frame) {
@@ -127,6 +140,7 @@ std::optional<Error> MoviePipeline::failureOf(int result) {
 int MoviePipeline::flush() {
     int result = 0;
     if (videoEncoder_) result = videoEncoder_->encode(nullptr, videoSink_);
+    if (audioEncoder_ && result >= 0) result = fillSound(lastFrame_);
     if (audioEncoder_ && result >= 0) result = audioEncoder_->finish(audioSink_);
     const int finished = muxer_->finish();
     return result < 0 ? result : finished;

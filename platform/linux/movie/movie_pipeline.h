@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -70,6 +71,7 @@ private:
     int encode(const AVFrame& frame);
     int encodeInSoftware(const AVFrame& frame, int reason);
     void markLevel(double framesPerSecond);
+    int fillSound(std::int64_t until);
     int flush();
     void makeOrdinary(const std::stop_token& hurry);
     std::optional<Error> failureOf(int result);
@@ -86,7 +88,8 @@ private:
     PacketSink audioSink_;
     int sinkFailure_ = 0; // FFmpeg's code; 0 while the muxer works
     FrameRateMeter rate_;
-    std::uint8_t level_ = 0; // in the file so far
+    std::int64_t lastFrame_ = 0; // its time, in videoTimeBase
+    std::uint8_t level_ = 0;     // in the file so far
     std::optional<Error> failure_;
 };
 

@@ -157,7 +157,7 @@ Backend makeUsbBackend(const BackendOptions& options, const UsbBackendOptions& m
                                    const SysfsUsbDevice& device, std::uint8_t interfaceNumber) {
         return takeForInspection(*claims, device, interfaceNumber, diagnostics);
     };
-    return {makeSysfsUsbPlatform({machine.sysfs, machine.hotplugEvents, {}, openInterface, openInspector}),
+    return {makeSysfsUsbPlatform({machine.sysfs, machine.hotplugEvents, openInterface, openInspector}),
             std::make_unique<UsbCapturePlatform>(options, machine)};
 }
 

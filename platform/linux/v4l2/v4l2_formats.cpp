@@ -107,8 +107,11 @@ FrameFormat frameFormat(const v4l2_pix_format& set) {
 
 std::chrono::nanoseconds frameTime(const v4l2_buffer& buffer, std::chrono::nanoseconds now) {
     if ((buffer.flags & V4L2_BUF_FLAG_TIMESTAMP_MASK) != V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC) return now;
-    const std::chrono::nanoseconds stamp =
-        std::chrono::seconds(buffer.timestamp.tv_sec) + std::chrono::microseconds(buffer.timestamp.tv_usec);
+    // First in whole seconds: what the driver names may be more than nanoseconds can count.
+    const auto nowSeconds = std::chrono::floor<std::chrono::seconds>(now).count();
+    const auto [seconds, micros] = buffer.timestamp;
+    if (seconds < nowSeconds - 1 || seconds > nowSeconds + 1 || micros < 0 || micros >= 1'000'000) return now;
+    const std::chrono::nanoseconds stamp = std::chrono::seconds(seconds) + std::chrono::microseconds(micros);
     return std::chrono::abs(stamp - now) <= std::chrono::seconds(1) ? stamp : now;
 }
 

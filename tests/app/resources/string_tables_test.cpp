@@ -36,9 +36,10 @@ constexpr std::array keys{
     // The context menu.
     "About", "Reconnect_camera", "Language", "language_name", "System_language", "Quit", "No_camera",
     "Waiting_for_picture", "In_use_by", "In_use_by_another_program", "Program_and_process", "No_permission",
-    "No_picture", "Frames_per_second", "Save_picture", "Record", "Stop_recording", "Show_file", "Not_saved",
-    "Folder_missing", "Folder_read_only", "Folder_denied", "Folder_full", "Folder_fails", "Always_on_top",
-    "Full_screen",
+    "No_picture", "Frames_per_second", "Save_picture", "Record", "Stop_recording", "Record_sound",
+    "Sound_missing", "Show_file", "Not_saved", "Folder_missing", "Folder_read_only", "Folder_denied",
+    "Folder_full", "Folder_fails", "Always_on_top", "Full_screen", "Share_picture", "Picture_is_shared",
+    "Not_shared",
     // The window is closed.
     "Camera_is_on", "Camera_is_released", "Show_window", "Release_camera", "Still_running", "Start_again",
     // Tool tips.

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/movie/module/late_asset_writer_platform.h"
 
-#include <dlfcn.h>
-
 #include <mutex>
-#include <system_error>
 #include <utility>
 
+#include "platform/linux/late_module.h"
 #include "platform/linux/movie/module/movie_module.h"
 
 namespace tavelo {
@@ -14,26 +12,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CloseModule {
-    void operator()(void* module) const { ::dlclose(module); }
-};
-
 /// Null with `error` set if the module cannot be loaded.
 std::shared_ptr<AssetWriterPlatform> load(const fs::path& module, Diagnostics& diagnostics, Error& error) {
-    // It stays loaded when its handle is closed: writers, whose code is in it, may outlive their platform.
-    const std::unique_ptr<void, CloseModule> handle(
-        ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE));
-    void* function = handle ? ::dlsym(handle.get(), movieModuleFunction) : nullptr;
+    std::string reason;
+    void* const function = loadModule(module, movieModuleFunction, reason);
     std::shared_ptr<AssetWriterPlatform> made;
     if (function != nullptr) {
         reinterpret_cast<MovieModuleFunction*>(function)(TAVELO_VERSION, diagnostics, made);
-        if (!made)
-            error = {ErrorCode::failed,
-                     "no movies: " + module.string() + " is of another version; start the program again"};
-    } else {
-        const char* reason = ::dlerror();
-        error = {ErrorCode::failed, std::string("no movies: ") + (reason != nullptr ? reason : "")};
+        if (!made) reason = otherVersionText(module);
     }
+    if (!made) error = {ErrorCode::failed, "no movies: " + reason};
     return made;
 }
 
@@ -73,13 +61,7 @@ private:
 } // namespace
 
 fs::path movieModule() {
-    std::error_code error;
-    const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
-    for (const fs::path& place : {fs::path(), fs::path("..") / TAVELO_MODULES, fs::path("../bin")}) {
-        fs::path module = folder / place / movieModuleFile;
-        if (!error && fs::exists(module, error)) return module;
-    }
-    return movieModuleFile;
+    return moduleFile(movieModuleFile);
 }
 
 std::shared_ptr<AssetWriterPlatform> makeLateAssetWriterPlatform(Diagnostics& diagnostics,

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <limits>
 
 #include "fake_camera.h"
 
@@ -154,6 +155,30 @@ TEST(FrameTime, IsNowWhereTheStampIsOfAnotherClockOrFarOff) {
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_UNKNOWN, 99'500'000us), 100s), 100s);
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 0us), 100s), 100s);
     EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 102'000'000us), 100s), 100s);
+}
+
+TEST(FrameTime, IsNowWhereTheStampIsMoreThanAnyClockCounts) {
+    constexpr auto most = std::numeric_limits<decltype(timeval::tv_sec)>::max();
+    v4l2_buffer buffer = stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 100s);
+    for (const timeval time : {timeval{most, 0},
+                               {-most - 1, 0},
+                               {most / 1'000'000'000, 0},
+                               {100, most},
+                               {100, -most - 1},
+                               {100, 1'000'000},
+                               {100, -1}}) {
+        buffer.timestamp = time;
+        EXPECT_EQ(frameTime(buffer, 100s), 100s) << time.tv_sec << ' ' << time.tv_usec;
+    }
+}
+
+TEST(FrameTime, IsTheStampUpToASecondBeforeOrAfter) {
+    for (const auto stamp : {99'000'000us, 99'999'999us, 100'000'001us, 101'000'000us})
+        EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, stamp), 100s), stamp);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 98'999'999us), 100s), 100s);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 101'000'001us), 100s), 100s);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 99'800'000us), 100'500ms), 99'800ms);
+    EXPECT_EQ(frameTime(stamped(V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC, 101'400'000us), 100'500ms), 101'400ms);
 }
 
 } // namespace

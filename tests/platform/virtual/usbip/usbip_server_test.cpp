@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "platform/virtual/usbip/usbip_server.h"
 
+#include <arpa/inet.h>
 #include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <future>
 
 #include "fake_gadget.h"
+#include "platform/common/file_descriptor.h"
 #include "usbip_client.h"
 
 namespace tavelo::usbip {
@@ -271,6 +275,19 @@ TEST_F(UsbipServerTest, StoppingUnplugsEveryClient) {
     EXPECT_TRUE(first->ends());
     EXPECT_TRUE(second->ends());
     EXPECT_TRUE(silent.ends());
+}
+
+TEST_F(UsbipServerTest, IsReachedAtOneAddressOfThisMachineOnly) {
+    const auto connects = [this](const char* address) {
+        const FileDescriptor client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in server{};
+        server.sin_family = AF_INET;
+        server.sin_port = htons(server_->port());
+        ::inet_pton(AF_INET, address, &server.sin_addr);
+        return ::connect(client.get(), reinterpret_cast<const sockaddr*>(&server), sizeof server) == 0;
+    };
+    EXPECT_TRUE(connects("127.0.0.1"));
+    EXPECT_FALSE(connects("127.0.0.2")); // as all addresses of this machine, if the server listened on all
 }
 
 TEST_F(UsbipServerTest, APortInUseIsBusy) {

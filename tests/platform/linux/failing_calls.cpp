@@ -158,6 +158,31 @@ ssize_t write(int descriptor, const void* bytes, size_t size) {
     return next(descriptor, bytes, shorten ? size / 2 : size);
 }
 
+ssize_t pread(int descriptor, void* bytes, size_t size, off_t at) {
+    if (fails("pread", pathOf(descriptor))) return -1;
+    static const auto next = real(&pread, "pread");
+    return next(descriptor, bytes, size, at);
+}
+
+ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t at) {
+    if (fails("pwrite", pathOf(descriptor))) return -1;
+    static const auto next = real(&pwrite, "pwrite");
+    const bool shorten = size > 1 && tavelo::testing::writesAreShort(descriptor);
+    return next(descriptor, bytes, shorten ? size / 2 : size, at);
+}
+
+int ftruncate(int descriptor, off_t size) noexcept {
+    if (fails("ftruncate", pathOf(descriptor))) return -1;
+    static const auto next = real(&ftruncate, "ftruncate");
+    return next(descriptor, size);
+}
+
+int fdatasync(int descriptor) {
+    if (fails("fdatasync", pathOf(descriptor))) return -1;
+    static const auto next = real(&fdatasync, "fdatasync");
+    return next(descriptor);
+}
+
 int fsync(int descriptor) {
     if (fails("fsync", pathOf(descriptor))) return -1;
     static const auto next = real(&fsync, "fsync");
@@ -228,6 +253,24 @@ int renameat2(int fromFolder, const char* from, int toFolder, const char* to, un
     if (fails(exchange ? "renameat2 exchange" : "renameat2", pathOf(toFolder, to))) return -1;
     static const auto next = real(&renameat2, "renameat2");
     return next(fromFolder, from, toFolder, to, flags);
+}
+
+int rename(const char* from, const char* to) noexcept {
+    if (fails("rename", to)) return -1;
+    static const auto next = real(&rename, "rename");
+    return next(from, to);
+}
+
+int unlink(const char* path) noexcept {
+    if (fails("unlink", path)) return -1;
+    static const auto next = real(&unlink, "unlink");
+    return next(path);
+}
+
+int lstat(const char* path, struct stat* status) noexcept {
+    if (fails("lstat", path)) return -1;
+    static const auto next = real(&lstat, "lstat");
+    return next(path, status);
 }
 
 int unlinkat(int folder, const char* path, int flags) noexcept {

@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""A panel that crashes leaves a report that names its functions, and says so at its next start.
+
+usage: crash_report_test.py TAVELO-CONTROL-PANEL TAVELOCTL"""
+import os
+import pathlib
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PATIENCE = 60  # seconds
+
+
+def threads(pid):
+    return {(task / "comm").read_text().strip() for task in pathlib.Path(f"/proc/{pid}/task").iterdir()}
+
+
+class CrashReport(unittest.TestCase):
+    panel, taveloctl = "", ""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.environment = {name: value for name, value in os.environ.items()
+                            if name not in ("DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS")}
+        self.environment |= {"QT_QPA_PLATFORM": "offscreen", "XDG_STATE_HOME": f"{self.folder}/state",
+                             "XDG_CONFIG_HOME": f"{self.folder}/config"}
+
+    def crash(self):
+        """Ends a panel, whose picture runs, as a wrong pointer would."""
+        panel = subprocess.Popen([self.panel, "--virtual-cameras", "1"], env=self.environment, stderr=subprocess.DEVNULL,
+                                 preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+        self.addCleanup(panel.kill)
+        patience = time.monotonic() + PATIENCE
+        while "kt.captureQueue" not in threads(panel.pid):
+            self.assertLess(time.monotonic(), patience, "no picture")
+            self.assertIsNone(panel.poll())
+            time.sleep(0.02)
+        panel.send_signal(signal.SIGSEGV)
+        self.assertEqual(panel.wait(PATIENCE), -signal.SIGSEGV)
+
+    def start(self, program, *words):
+        done = subprocess.run([program, *words], env=self.environment, check=False, text=True, capture_output=True,
+                              timeout=PATIENCE)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return done.stderr
+
+    def test_the_next_start_says_where_the_report_lies_and_the_one_after_says_nothing(self):
+        self.crash()
+        still = f"{self.folder}/still.png"
+        said = self.start(self.panel, "--virtual-cameras", "1", "--snapshot", still)
+        (report,) = (self.folder / "state/tavelo").iterdir()
+        self.assertEqual(said, f"tavelo-control-panel: it crashed; what it was doing is in {report}\n")
+        text = report.read_text(encoding="utf-8")
+        self.assertTrue(text.startswith("tavelo-control-panel 1."), text)
+        # Where the signal finds the panel is chance; main() is always below it.
+        for expected in ("signal 11, Segmentation fault", "(main+0x"):
+            self.assertIn(expected, text)
+        self.assertEqual(self.start(self.panel, "--virtual-cameras", "1", "--snapshot", f"{self.folder}/second.png"), "")
+
+    def test_a_crash_of_the_panel_is_not_told_by_taveloctl(self):
+        self.crash()
+        self.assertEqual(self.start(self.taveloctl, "--virtual-cameras", "1", "list"), "")
+
+
+if __name__ == "__main__":
+    CrashReport.taveloctl = sys.argv.pop(2)
+    CrashReport.panel = sys.argv.pop(1)
+    unittest.main()
