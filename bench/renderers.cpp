@@ -50,6 +50,34 @@ public:
         queue_.sync([&] { work(*passes_); });
     }
 
+    std::optional<std::chrono::nanoseconds> cardTime(const std::function<void()>& work) override {
+        constexpr GLenum timeElapsed = 0x88BF; // the name that OpenGL and the extension of OpenGL ES share
+        if (context_->context().isOpenGLES() &&
+            !context_->context().hasExtension("GL_EXT_disjoint_timer_query"))
+            return std::nullopt;
+        QOpenGLExtraFunctions& gl = *context_->context().extraFunctions();
+        GLuint query = 0;
+        gl.glGenQueries(1, &query);
+        gl.glBeginQuery(timeElapsed, query);
+        work();
+        gl.glEndQuery(timeElapsed);
+        GLuint nanoseconds = 0; // up to four seconds
+        gl.glGetQueryObjectuiv(query, GL_QUERY_RESULT, &nanoseconds);
+        gl.glDeleteQueries(1, &query);
+        return std::chrono::nanoseconds(nanoseconds);
+    }
+
+    std::string card() override {
+        std::string name;
+        queue_.sync([&] {
+            QOpenGLFunctions& gl = *context_->context().functions();
+            for (const GLenum part : {GLenum(GL_VENDOR), GLenum(GL_RENDERER), GLenum(GL_VERSION)})
+                name += (name.empty() ? "" : ", ") +
+                        std::string(reinterpret_cast<const char*>(gl.glGetString(part)));
+        });
+        return name;
+    }
+
 private:
     // Freed with the context.
     void makeFramebuffer() {

@@ -2,8 +2,11 @@
 // Both renderers' passes, which draw into memory of the preview's size.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "platform/serial_queue.h"
 #include "video/passes/frame_passes.h"
@@ -20,6 +23,15 @@ public:
 
     /// Runs `work` on the renderer's thread.
     virtual void run(const std::function<void(FramePasses&)>& work) = 0;
+
+    /// How long the graphics card works on what `work` asks of it; waits for the card.  On the renderer's
+    /// thread.  Nothing if no card takes part, or if it does not tell.
+    virtual std::optional<std::chrono::nanoseconds> cardTime(const std::function<void()>& /*work*/) {
+        return std::nullopt;
+    }
+
+    /// The card and its driver; empty for none.
+    virtual std::string card() { return {}; }
 };
 
 std::unique_ptr<BenchRenderer> makeCpuRenderer();
