@@ -2,7 +2,10 @@
 // The entities and controls that the prober reads.
 #include "platform/uvc/descriptors.h"
 
+#include <algorithm>
+
 #include "fuzz_expect.h"
+#include "platform/uvc/matching_interfaces.h"
 
 // Input as in sysfs "descriptors": 18 bytes of device descriptor, then the configuration.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -17,6 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     expect(device.unitID != -1 || !device.supportBright);
     const auto numbers = tavelo::videoControlInterfaces(configuration);
     expect(!numbers.empty() || device.terminalID == -1);
+    constexpr tavelo::UsbInterfaceMatch videoControl{0x0E, 0x01};
+    for (const std::uint8_t number : tavelo::matchingInterfaces(configuration, videoControl))
+        expect(std::ranges::find(numbers, number) != numbers.end());
     for (const std::uint8_t number : numbers)
         expect(tavelo::probeDescriptors(bytes.first(split), configuration, number).controlInterface ==
                number);

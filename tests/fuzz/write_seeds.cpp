@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Writes the seed corpora: descriptors of the virtual cameras, a few packets, pictures, frames and packs.
+// Writes the seed corpora: descriptors of the virtual cameras, a few packets, pictures, frames and packs;
+// what cameras, the kernel and other programs say is in the files beside this one.
 //
 // Usage: fuzz_write_seeds FOLDER      creates a folder of each in FOLDER
 #include <cstdio>
@@ -9,28 +10,22 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "platform/virtual/firmware/virtual_camera_descriptors.h"
 #include "platform/virtual/firmware/virtual_camera_model.h"
 #include "probe/json/pack.h"
+#include "seed_files.h"
 
 namespace tavelo {
 namespace {
 
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
+using fuzz::Bytes;
 
 void write(const fs::path& file, const Bytes& bytes) {
-    fs::create_directories(file.parent_path());
-    std::ofstream stream(file, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (stream) return;
-    std::fprintf(stderr, "fuzz_write_seeds: cannot write %s\n", file.c_str());
-    std::exit(1);
+    fuzz::writeSeed(file, bytes);
 }
 
 Bytes joined(Bytes first, const Bytes& second) {
@@ -172,5 +167,8 @@ int main(int argc, char** argv) {
     tavelo::writePictures(folder / "pictures");
     tavelo::writeFrames(folder / "frames");
     tavelo::writePacks(folder / "packs");
+    tavelo::fuzz::writeCameraSeeds(folder);
+    tavelo::fuzz::writeKernelSeeds(folder);
+    tavelo::fuzz::writeProgramSeeds(folder);
     return 0;
 }
