@@ -26,9 +26,9 @@ class Stage:
         self.unit = None
         self.panel = None
 
-    def open_panel(self):
+    def open_panel(self, *options):
         self.panel = Panel(self.programs, self.screen, self.out,
-                           ["--size", "x".join(map(str, SIZE)), "--format", "YUYV"])
+                           ["--size", "x".join(map(str, SIZE)), "--format", "YUYV", *options])
 
     def close(self):
         if self.panel and self.panel.alive():
@@ -49,14 +49,7 @@ class Stage:
         return {name: self.panel.mean((*place, patch, patch)) for name, place in places.items()}
 
     def picture_is_right(self):
-        """True if each corner has its own colour, so the picture is neither mirrored, upside down nor covered."""
-        corners = self.corners()
-        for name, channels in CORNERS.items():
-            full = [value for value, wanted in zip(corners[name], channels) if wanted]
-            empty = [value for value, wanted in zip(corners[name], channels) if not wanted]
-            if min(full) < max(empty) + 50:
-                return False
-        return True
+        return corners_are_right(self.corners())
 
     def drag_brightness(self, start, end):
         """Drags the slider between two fractions (0 to 1) of its range."""
@@ -80,6 +73,16 @@ def picture_in_preview():
     return x + (width - shown[0]) // 2, y + (height - shown[1]) // 2, *shown
 
 
+def corners_are_right(corners):
+    """True if each corner has its own colour, so the picture is neither mirrored, upside down nor covered."""
+    for name, channels in CORNERS.items():
+        full = [value for value, wanted in zip(corners[name], channels) if wanted]
+        empty = [value for value, wanted in zip(corners[name], channels) if not wanted]
+        if min(full) < max(empty) + 50:
+            return False
+    return True
+
+
 def an_unknown_option_ends_with_status_2_and_no_window(stage):
     result = subprocess.run([f"{stage.programs}/tavelo-control-panel", "--brightnes"], capture_output=True, text=True,
                             timeout=60)
@@ -101,6 +104,7 @@ def a_camera_plugged_in_shows_its_picture(stage):
     stage.unit = entities(node)[1]
     stage.panel.wait_for("the four corners of the camera's picture", stage.picture_is_right, seconds=120)
     stage.panel.wait_for("the controls to be enabled", stage.panel.controls_enabled)
+    assert stage.panel.streams_from(node)
     stage.panel.save_picture("panel-with-camera")
 
 

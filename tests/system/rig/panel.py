@@ -82,6 +82,11 @@ class Panel:
                 pass  # closed meanwhile
         return [link for link in links if link.startswith("/dev/video")]
 
+    def streams_from(self, node):
+        """Whether it has a node's own memory mapped, in which the driver puts the pictures."""
+        with open(f"/proc/{self._process.pid}/maps", encoding="utf-8") as file:
+            return any(line.rstrip().endswith(f" {node}") for line in file)
+
     def log(self):
         with open(self.log_path, encoding="utf-8") as file:
             return file.read()

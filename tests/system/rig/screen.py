@@ -66,15 +66,19 @@ class Screen:
         for row in self._rows(0, 0, self.width, self.height):
             line = bytearray(3 * self.width)
             line[0::3], line[1::3], line[2::3] = row[2::4], row[1::4], row[0::4]
-            lines.append(b"\0" + line)
+            lines.append(line)
+        save_picture(path, self.width, lines)
 
-        def chunk(kind, data):
-            return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
-        header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
-        with open(path, "wb") as file:
-            file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header)
-                       + chunk(b"IDAT", zlib.compress(b"".join(lines), 1)) + chunk(b"IEND", b""))
+def save_picture(path, width, lines):
+    """Writes lines of red, green, blue to a PNG file."""
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    header = struct.pack(">IIBBBBB", width, len(lines), 8, 2, 0, 0, 0)
+    data = zlib.compress(b"".join(b"\0" + line for line in lines), 1)
+    with open(path, "wb") as file:
+        file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", data) + chunk(b"IEND", b""))
 
 
 def xdotool(*arguments):

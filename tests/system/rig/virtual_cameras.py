@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The server of virtual cameras, and its connection to the guest's kernel."""
+import contextlib
 import os
 import pathlib
 import re
@@ -180,6 +181,21 @@ def capture_nodes():
                 found.add(node)
         except OSError:
             pass  # removed meanwhile
+    return found
+
+
+def programs_with(node):
+    """The numbers of the processes that have a node open."""
+    return {int(process) for process in os.listdir("/proc") if process.isdigit() and node in open_files(process)}
+
+
+def open_files(process):
+    """What a process has open; nothing once it has ended."""
+    found = set()
+    with contextlib.suppress(OSError):
+        for descriptor in os.listdir(f"/proc/{process}/fd"):
+            with contextlib.suppress(OSError):  # closed meanwhile
+                found.add(os.readlink(f"/proc/{process}/fd/{descriptor}"))
     return found
 
 
