@@ -53,7 +53,7 @@ void expectNothingAllocatedForFramesOf(const FormatChoice& format, const Bytes& 
     TestPictureSource source(node, {format});
     KernelCaptureInput input(
         nullptr, node, std::shared_ptr<V4l2NodeOpener>(std::shared_ptr<void>(), &driver),
-        CaptureInputOptions{.diagnostics = diagnostics},
+        CaptureInputOptions{.diagnostics = diagnostics, .whoHolds = {}},
         SharedPictures{
             .open = [&] { return platform->makeSharedCamera(node); }, .only = true, .linkTime = 30s});
     input.start(frames);
