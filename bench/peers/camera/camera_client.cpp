@@ -48,7 +48,12 @@ void CameraClient::answer(const Request& request, bool isTaken) {
         case RequestKind::allocate:
             answer.error = allocate(request, isTaken);
             answer.bufferBytes = buffers_.bytesEach();
-            file = buffers_.file();
+            break;
+        case RequestKind::lend:
+            if (request.index < buffers_.count())
+                file = buffers_.file(request.index);
+            else
+                answer.error = EINVAL;
             break;
         case RequestKind::start:
             answer.error = start();

@@ -23,21 +23,27 @@ void SharedBuffers::Unmap::operator()(std::uint8_t* memory) const {
     ::munmap(memory, length);
 }
 
-SharedBuffers::SharedBuffers(std::uint32_t count, std::uint32_t bytes) {
-    const std::uint32_t each = wholePages(bytes);
-    const std::size_t length = std::size_t(each) * count;
+SharedBuffers::Buffer SharedBuffers::make(std::uint32_t bytes) {
     FileDescriptor file(::memfd_create(bufferMemoryName, MFD_CLOEXEC));
-    if (!file.isOpen() || ::ftruncate(file.get(), off_t(length)) != 0) return;
-    void* const memory = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
-    if (memory == MAP_FAILED) return;
-    memory_ = {static_cast<std::uint8_t*>(memory), Unmap{length}};
-    file_ = std::move(file);
-    count_ = count;
-    bytesEach_ = each;
+    if (!file.isOpen() || ::ftruncate(file.get(), off_t(bytes)) != 0) return {};
+    void* const memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+    if (memory == MAP_FAILED) return {};
+    return {std::move(file), {static_cast<std::uint8_t*>(memory), Unmap{bytes}}};
+}
+
+SharedBuffers::SharedBuffers(std::uint32_t count, std::uint32_t bytes) : bytesEach_(wholePages(bytes)) {
+    while (buffers_.size() < count) {
+        Buffer buffer = make(bytesEach_);
+        if (!buffer.memory) {
+            buffers_.clear();
+            return;
+        }
+        buffers_.push_back(std::move(buffer));
+    }
 }
 
 std::span<std::uint8_t> SharedBuffers::buffer(std::uint32_t index) const {
-    return {memory_.get() + std::size_t(index) * bytesEach_, bytesEach_};
+    return {buffers_[index].memory.get(), bytesEach_};
 }
 
 } // namespace tavelo::bench

@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "platform/common/file_descriptor.h"
 
 namespace tavelo::bench {
 
-/// Buffers of one size, one after the other, each on pages of its own.
+/// Buffers of one size, each a file of its own, as a driver's are that it exports.
 class SharedBuffers {
 public:
     /// None.
@@ -18,9 +19,10 @@ public:
     /// Empty if there is no memory.
     SharedBuffers(std::uint32_t count, std::uint32_t bytes);
 
-    std::uint32_t count() const { return count_; }
+    std::uint32_t count() const { return std::uint32_t(buffers_.size()); }
+    /// Whole pages.
     std::uint32_t bytesEach() const { return bytesEach_; }
-    int file() const { return file_.get(); }
+    int file(std::uint32_t index) const { return buffers_[index].file.get(); }
     std::span<std::uint8_t> buffer(std::uint32_t index) const;
 
 private:
@@ -28,11 +30,15 @@ private:
         std::size_t length;
         void operator()(std::uint8_t* memory) const;
     };
+    struct Buffer {
+        FileDescriptor file;
+        std::unique_ptr<std::uint8_t, Unmap> memory;
+    };
 
-    std::uint32_t count_ = 0;
+    static Buffer make(std::uint32_t bytes);
+
     std::uint32_t bytesEach_ = 0;
-    FileDescriptor file_;
-    std::unique_ptr<std::uint8_t, Unmap> memory_;
+    std::vector<Buffer> buffers_;
 };
 
 } // namespace tavelo::bench

@@ -26,7 +26,8 @@ struct Greeting {
 };
 
 enum class RequestKind : std::uint32_t {
-    allocate, ///< `count` buffers for `mode`, none to give them back; memory comes with the answer
+    allocate, ///< `count` buffers for `mode`, none to give them back
+    lend,     ///< the memory of buffer `index` comes with the answer
     queue,    ///< `index` may be filled
     start,
     stop, ///< once answered, no FrameReady follows

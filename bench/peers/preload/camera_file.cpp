@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bench/peers/preload/camera_file.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -57,6 +58,8 @@ int CameraFile::answer(unsigned long request, void* argument) {
             return requestBuffers(as<v4l2_requestbuffers>(argument));
         case VIDIOC_QUERYBUF:
             return describeBuffer(as<v4l2_buffer>(argument));
+        case VIDIOC_EXPBUF:
+            return exportBuffer(as<v4l2_exportbuffer>(argument));
         case VIDIOC_QBUF:
             return queue(as<v4l2_buffer>(argument));
         case VIDIOC_STREAMON:
@@ -90,14 +93,28 @@ int CameraFile::requestBuffers(v4l2_requestbuffers& request) {
     if (streaming_) return EBUSY;
     request.count = std::min(request.count, mostBuffers);
     Answer answer;
-    FileDescriptor memory;
-    if (const int error = ask({RequestKind::allocate, mode_, request.count, 0}, answer, &memory))
-        return error;
-    memory_ = std::move(memory);
+    if (const int error = ask({RequestKind::allocate, mode_, request.count, 0}, answer)) return error;
+    memory_.clear();
     buffers_ = request.count;
     bufferBytes_ = answer.bufferBytes;
     queued_.fill(false);
+    while (memory_.size() < buffers_) {
+        FileDescriptor memory;
+        if (const int error =
+                ask({RequestKind::lend, mode_, 0, std::uint32_t(memory_.size())}, answer, &memory))
+            return error;
+        memory_.push_back(std::move(memory));
+    }
     return 0;
+}
+
+// The driver's would be a DMA buffer; ours is a file in memory, which can be mapped and passed on as well.
+int CameraFile::exportBuffer(v4l2_exportbuffer& wanted) const {
+    if (wanted.type != V4L2_BUF_TYPE_VIDEO_CAPTURE || wanted.index >= buffers_ || wanted.plane != 0)
+        return EINVAL;
+    const int kind = (wanted.flags & O_CLOEXEC) != 0 ? F_DUPFD_CLOEXEC : F_DUPFD;
+    wanted.fd = realCalls().fcntl(memory_[wanted.index].get(), kind, 0);
+    return wanted.fd < 0 ? errno : 0;
 }
 
 void CameraFile::fill(v4l2_buffer& buffer, std::uint32_t index) const {
@@ -178,7 +195,12 @@ int CameraFile::ask(const Request& request, Answer& answer, FileDescriptor* memo
 void* CameraFile::map(void* where, std::size_t length, int protection, int flags, int /*file*/,
                       off_t offset) {
     const std::lock_guard lock(mutex_);
-    return realCalls().mmap(where, length, protection, flags, memory_.get(), offset);
+    const auto at = bufferBytes_ == 0 ? memory_.size() : std::size_t(offset) / bufferBytes_;
+    if (at >= memory_.size() || std::size_t(offset) % bufferBytes_ != 0) {
+        errno = EINVAL;
+        return MAP_FAILED;
+    }
+    return realCalls().mmap(where, length, protection, flags, memory_[at].get(), 0);
 }
 
 // The camera offers mapped buffers only.

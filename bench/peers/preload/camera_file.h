@@ -33,6 +33,7 @@ private:
     int describeRate(v4l2_streamparm& parameters) const;
     int requestBuffers(v4l2_requestbuffers& request);
     int describeBuffer(v4l2_buffer& buffer);
+    int exportBuffer(v4l2_exportbuffer& wanted) const;
     int queue(v4l2_buffer& buffer);
     int take(int file, v4l2_buffer& buffer);
     int start();
@@ -49,7 +50,7 @@ private:
     CameraControls controls_;
     std::uint32_t buffers_ = 0;
     std::uint32_t bufferBytes_ = 0;
-    FileDescriptor memory_;
+    std::vector<FileDescriptor> memory_; // of each buffer
     std::array<bool, mostBuffers> queued_{};
     bool streaming_ = false;
     FrameLog& log_;

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import subprocess
+import time
 
 BUFFERS = "memfd:pretend-camera-buffers"
 TICK = os.sysconf("SC_CLK_TCK")
@@ -29,6 +30,12 @@ def memory(pid):
         elif name == "Rss:" and counts:
             resident += int(rest.split()[0])
     return resident / 1024 if resident else None
+
+
+def processor_nanoseconds(pid):
+    """Of all threads, finer than /proc tells."""
+    whole_process = 2  # the kernel's number of the clock that counts what was scheduled
+    return time.clock_gettime_ns(~pid << 3 | whole_process)
 
 
 def processor_seconds(pid):

@@ -4,6 +4,8 @@ import dataclasses
 import shutil
 from typing import Callable
 
+from . import pipewire
+
 
 @dataclasses.dataclass(frozen=True)
 class Mode:
@@ -36,10 +38,12 @@ class Program:
     mirrored: bool = False
     # Where to click in its window, from the top left, once the picture is there.
     click: tuple = ()
+    # PipeWire's daemon takes the frames from the camera.
+    by_pipewire: bool = False
 
     @property
     def is_installed(self):
-        return shutil.which(self.file) is not None
+        return shutil.which(self.file) is not None and (not self.by_pipewire or pipewire.is_installed())
 
 
 def gst_source(mode, node, *properties):
@@ -88,8 +92,8 @@ def gst_record(mode, node, movie, frames):
             f"location={movie}"]
 
 
-def ours(panel):
-    return lambda mode, node: [panel, "--size", mode.size, "--format", mode.fourcc]
+def ours(panel, source):
+    return lambda mode, node: [panel, "--picture", source, "--size", mode.size, "--format", mode.fourcc]
 
 
 def ours_record(panel):
@@ -99,8 +103,9 @@ def ours_record(panel):
 
 def viewers(panel, mirror_switch):
     return [
-        Program("ours", panel, ours(panel)),
-        Program("ours mirrored", panel, ours(panel), mirrored=True, click=mirror_switch),
+        Program("ours", panel, ours(panel, "v4l2")),
+        Program("ours mirrored", panel, ours(panel, "v4l2"), mirrored=True, click=mirror_switch),
+        Program("ours by PipeWire", panel, ours(panel, "pipewire"), by_pipewire=True),
         Program("gst-launch", "gst-launch-1.0", gst),
         Program("gst-launch mirrored", "gst-launch-1.0", gst_mirrored, mirrored=True),
         Program("guvcview", "guvcview", guvcview),

@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import time
 
-from . import frames, processes, stage
+from . import frames, pipewire, processes, stage
 
 PATIENCE = 20  # seconds for a program's start, beyond the frames
 LAST_WORDS = 3  # seconds between asking a program to end and killing it
@@ -18,6 +18,7 @@ LAST_WORDS = 3  # seconds between asking a program to end and killing it
 class Figures:
     """A figure that could not be measured is None."""
     cost: float = None  # ms a frame
+    daemon_cost: float = None  # the same of PipeWire's daemon, if the frames come by it
     whole_cost: float = None  # the same with start and end
     delay: float = None  # ms
     delay_95: float = None
@@ -52,15 +53,16 @@ def end(process):
     raise Failed("it cannot be killed")
 
 
-def wait_for(process, log, count, rate, click):
-    """Until the program has taken so many frames."""
+def wait_for(process, log, count, rate, *actions):
+    """Until so many frames were taken; calls each action with the number so far, again and again."""
     patience = time.monotonic() + PATIENCE + 2 * count / rate
-    while len(frames.read_frames(log)) < count:
+    while (taken := len(frames.read_frames(log))) < count:
         if time.monotonic() > patience:
-            raise Failed(f"took {len(frames.read_frames(log))} of {count} frames in time")
+            raise Failed(f"took {taken} of {count} frames in time")
         if not processes.is_alive(process.pid):
-            raise Failed(f"ended after {len(frames.read_frames(log))} of {count} frames")
-        click()
+            raise Failed(f"ended after {taken} of {count} frames")
+        for action in actions:
+            action(taken)
         time.sleep(0.05)
 
 
@@ -70,13 +72,32 @@ class Click:
     def __init__(self, program, probe, display):
         self._place, self._probe, self._display = program.click, probe, display
 
-    def __call__(self):
+    def __call__(self, _taken):
         if not self._place or not self._probe.places:
             return
         x, y = self._place
         self._place = ()
         subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=False,
                        env={**os.environ, "DISPLAY": self._display})
+
+
+class WatchedCost:
+    """Processor time of a program that does not take the frames itself, so that their log does not tell it."""
+
+    def __init__(self, pid):
+        self._pid, self._samples = pid, []
+
+    def __call__(self, taken):
+        if taken > frames.WARM_UP:
+            self._samples.append((taken, processes.processor_nanoseconds(self._pid)))
+
+    @property
+    def cost(self):
+        """Milliseconds for each frame of the steady state; None if it was too short to tell."""
+        if len(self._samples) < 2:
+            return None
+        (first, before), (last, after) = self._samples[0], self._samples[-1]
+        return (after - before) / frames.MS / (last - first) if last > first else None
 
 
 def view(program, mode, race):
@@ -86,18 +107,27 @@ def view(program, mode, race):
         display, server = ending.enter_context(stage.screen())
         probe = ending.enter_context(stage.probe(race.binaries, display)) if race.link else None
         around = stage.environment(race.binaries, folder, race.node, race.link, display)
-        machine = processes.Load([server, *([probe.pid] if probe else []), *race.helpers])
+        own_log = log = around["TAVELO_PEERS_LOG"]
+        helpers = [server, *([probe.pid] if probe else []), *race.helpers]
+        if program.by_pipewire:
+            broker = ending.enter_context(pipewire.broker(folder, around, race.node, race.complaints))
+            helpers, log = [*helpers, *broker.pids], broker.log
+        machine = processes.Load(helpers)
         started = time.monotonic_ns()
         process = subprocess.Popen(program.words(mode, race.node), env=around, cwd=folder, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.DEVNULL, stderr=race.complaints)
+        watched = WatchedCost(process.pid)
         try:
-            log = f"{folder}/frames"
-            wait_for(process, log, race.frames, mode.rate, Click(program, probe, display))
+            wait_for(process, log, race.frames, mode.rate, Click(program, probe, display), watched)
             figures = Figures(memory=processes.memory(process.pid), other_load=machine.others(process.pid))
             taken = frames.read_frames(log)[:race.frames]
         finally:
             end(process)
     figures.cost, figures.skipped = frames.cost(taken), frames.skipped(taken)
+    if program.by_pipewire:
+        if frames.read_frames(own_log):
+            raise Failed("it took frames from the driver")
+        figures.cost, figures.daemon_cost = watched.cost, figures.cost
     if probe:
         add_picture(figures, taken, probe, started)
     return figures
@@ -124,7 +154,7 @@ def record(program, mode, race):
         movie = f"{folder}/movie.mp4"
         process = subprocess.Popen(program.words(mode, race.node, movie, race.frames), env=around, cwd=folder,
                                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=race.complaints)
-        log = f"{folder}/frames"
+        log = around["TAVELO_PEERS_LOG"]
         figures = Figures()
         try:
             patience = time.monotonic() + PATIENCE + 2 * race.frames / mode.rate

@@ -46,14 +46,15 @@ def table(titles, rows):
 
 def viewers(results):
     """@param results (mode, program's name, figures)"""
-    titles = ["stream", "program", "CPU ms a frame", "to ours", "delay ms (95 %)", "memory MB", "to ours",
+    titles = ["stream", "program", "CPU ms a frame", "to ours", "daemon's", "delay ms (95 %)", "memory MB", "to ours",
               "first picture ms", "to ours", "shown %", "skipped", "mirrored", "picture's width", "other load %"]
     rows = []
     base = compared_with(results)
     for mode, name, figures in results:
         first = base.get(mode, Figures())
         mirrored = NONE if figures.mirrored is None else "yes" if figures.mirrored else "no"
-        rows.append([str(mode), name, number(figures.cost, 2), ratio(figures.cost, first.cost), delay(figures),
+        rows.append([str(mode), name, number(figures.cost, 2), ratio(figures.cost, first.cost),
+                     number(figures.daemon_cost, 2), delay(figures),
                      number(figures.memory, 0), ratio(figures.memory, first.memory), number(figures.first_picture, 0),
                      ratio(figures.first_picture, first.first_picture), number(figures.shown, 0),
                      number(figures.skipped, 0), mirrored, number(figures.width, 0), number(figures.other_load, 0)])

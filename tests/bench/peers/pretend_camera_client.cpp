@@ -5,6 +5,7 @@
 //   modes
 //   stream FORMAT WIDTH HEIGHT FRAMES [PAUSE]   PAUSE: ms before a buffer goes back
 //   hold FORMAT WIDTH HEIGHT                    streams twice, and gives no buffer back the second time
+//   export FORMAT WIDTH HEIGHT
 //   calls
 #include <fcntl.h>
 #include <linux/videodev2.h>
@@ -16,6 +17,7 @@
 #include <turbojpeg.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -205,6 +207,31 @@ void hold(const FileDescriptor& node, const std::vector<std::string>& words) {
         printFrame(node, running);
 }
 
+// The memory of the buffer as another process would get it.
+std::span<const std::uint8_t> exported(const FileDescriptor& node, std::uint32_t index, std::size_t length) {
+    v4l2_exportbuffer wanted{};
+    wanted.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    wanted.index = index;
+    wanted.flags = O_CLOEXEC;
+    request(node, VIDIOC_EXPBUF, &wanted, "EXPBUF");
+    const FileDescriptor file(wanted.fd);
+    if (::fcntl(file.get(), F_GETFD) != FD_CLOEXEC) throw std::runtime_error("not closed with exec");
+    void* const memory = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, file.get(), 0);
+    if (memory == MAP_FAILED) throw std::runtime_error("an exported buffer cannot be mapped");
+    return {static_cast<const std::uint8_t*>(memory), length};
+}
+
+// A frame in each buffer, and whether its exported memory has it too.
+void compareExported(const FileDescriptor& node, const std::vector<std::string>& words) {
+    const Stream running = start(node, wantedBy(words));
+    for (std::size_t left = running.buffers.size(); left > 0; --left) {
+        const v4l2_buffer buffer = printFrame(node, running);
+        const auto mapped = running.buffers.at(buffer.index);
+        const bool same = std::ranges::equal(mapped, exported(node, buffer.index, mapped.size()));
+        std::printf("buffer %u %s\n", buffer.index, same ? "same" : "different");
+    }
+}
+
 // The ways by which libraries reach a camera, and what must fail.
 void tryCalls(const FileDescriptor& node) {
     const auto say = [](const char* what, bool holds) { std::printf("%s %s\n", what, holds ? "yes" : "no"); };
@@ -231,8 +258,11 @@ void tryCalls(const FileDescriptor& node) {
     userMemory.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
     userMemory.memory = V4L2_MEMORY_USERPTR;
     say("mapped buffers only", ::ioctl(node.get(), VIDIOC_REQBUFS, &userMemory) != 0 && errno == EINVAL);
-    v4l2_exportbuffer dmaBuffer{};
-    say("an unknown request", ::ioctl(node.get(), VIDIOC_EXPBUF, &dmaBuffer) != 0 && errno == ENOTTY);
+    v4l2_exportbuffer missing{};
+    missing.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    say("no buffer to export", ::ioctl(node.get(), VIDIOC_EXPBUF, &missing) != 0 && errno == EINVAL);
+    v4l2_edid identification{};
+    say("an unknown request", ::ioctl(node.get(), VIDIOC_G_EDID, &identification) != 0 && errno == ENOTTY);
 }
 
 void run(const std::vector<std::string>& words) {
@@ -241,6 +271,7 @@ void run(const std::vector<std::string>& words) {
     if (words.at(1) == "modes") printModes(node);
     if (words.at(1) == "stream") stream(node, words);
     if (words.at(1) == "hold") hold(node, words);
+    if (words.at(1) == "export") compareExported(node, words);
     if (words.at(1) == "calls") tryCalls(node);
 }
 

@@ -137,6 +137,10 @@ class PretendCameraTest(unittest.TestCase):
         rest, complaint = client.communicate()
         self.assertEqual((rest, complaint), ("", "DQBUF: No such device\n"))
 
+    def test_an_exported_buffer_has_the_frame_that_the_mapped_one_has(self):
+        told = [line for line in self.said("export", "YUYV", 320, 240) if line.startswith("buffer")]
+        self.assertEqual(sorted(told), [f"buffer {index} same" for index in range(3)])
+
     def test_calls_behave_as_a_drivers(self):
         for line in self.said("calls"):
             self.assertTrue(line.endswith(" yes"), line)

@@ -5,16 +5,18 @@
 usage: race_figures_test.py FOLDER-OF-THE-RACE"""
 import contextlib
 import io
+import os
 import struct
 import sys
 import tempfile
+import time
 import unittest
 
 sys.dont_write_bytecode = True
 if len(sys.argv) > 1:
     sys.path.insert(0, sys.argv.pop(1))
 from racing import frames, programs, table  # noqa: E402
-from racing.run import Figures  # noqa: E402
+from racing.run import Figures, WatchedCost  # noqa: E402
 
 MS = 1_000_000
 PERIOD = 33 * MS
@@ -71,7 +73,36 @@ class FiguresTest(unittest.TestCase):
         self.assertEqual(frames.median_and_95([]), (None, None))
 
 
+class WatchedCostTest(unittest.TestCase):
+    def test_processor_time_is_shared_among_the_frames_of_the_steady_state(self):
+        watched = WatchedCost(os.getpid())
+        watched(frames.WARM_UP)  # not steady yet
+        earliest = time.process_time()
+        watched(frames.WARM_UP + 1)
+        latest = time.process_time()
+        while time.process_time() < latest + 0.2:
+            pass
+        watched(frames.WARM_UP + 11)
+        self.assertGreaterEqual(watched.cost, 20)
+        self.assertLessEqual(watched.cost, (time.process_time() - earliest) * 1000 / 10)
+
+    def test_too_short_a_run_has_no_cost(self):
+        watched = WatchedCost(os.getpid())
+        self.assertIsNone(watched.cost)
+        for _ in range(2):
+            watched(frames.WARM_UP + 1)
+            self.assertIsNone(watched.cost)
+
+
 class TableTest(unittest.TestCase):
+    def test_what_the_daemon_costs_has_a_column_of_its_own(self):
+        mode = programs.MODES[0]
+        printed = io.StringIO()
+        with contextlib.redirect_stdout(printed):
+            table.viewers([(mode, "ours", Figures(cost=2.0)), (mode, "by it", Figures(cost=2.0, daemon_cost=0.25))])
+        rows = [[cell.strip() for cell in line.strip("|").split("|")] for line in printed.getvalue().split("\n")[:4]]
+        self.assertEqual([row[rows[0].index("daemon's")] for row in rows[2:]], ["-", "0.25"])
+
     def test_each_figure_has_a_median_of_its_own(self):
         joined = table.median([Figures(cost=1.0, memory=9), Figures(cost=5.0), Figures(cost=2.0, memory=3, mirrored=True)])
         self.assertEqual((joined.cost, joined.memory, joined.mirrored, joined.delay), (2.0, 6, True, None))
