@@ -84,7 +84,7 @@ private:
         const PipewireLock lock = session_->lock();
         isOffered_ = true;
         if (offer.size.width == 0 || offer.size.height == 0) return;
-        if (stream_ && stream_->hasFailed()) stream_.reset();
+        if (mustBeMadeAgain()) stream_.reset();
         pw_core* const core = session_->core();
         if (stream_)
             stream_->setOffer(offer);
@@ -100,8 +100,9 @@ private:
         wanted_ = takesFrames ? SharedPicture::cameraFrame
                   : layout    ? SharedPicture::whole
                               : SharedPicture::none;
-        if (stream_ && stream_->hasFailed()) makeAgain_ = true;
+        if (mustBeMadeAgain()) makeAgain_ = true;
     }
+    bool mustBeMadeAgain() const { return stream_ && (stream_->hasFailed() || stream_->isOutdated()); }
 
     const std::shared_ptr<PipewireSession> session_;
     std::atomic<SharedPicture> wanted_ = SharedPicture::none;

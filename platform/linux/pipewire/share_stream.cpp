@@ -50,6 +50,8 @@ bool ShareStream::connect(pw_core& core, const std::string& description, const S
     stream_.reset(pw_stream_new(&core, nodeName, properties)); // takes the properties
     if (!stream_) return false;
     listener_.listen(stream_.get(), events, this);
+    listed_ = description;
+    description_ = description;
     offer_ = offer;
     ShareParameters parameters(offer);
     const auto pods = parameters.pods();
@@ -59,6 +61,7 @@ bool ShareStream::connect(pw_core& core, const std::string& description, const S
 }
 
 void ShareStream::setDescription(const std::string& description) {
+    description_ = description;
     const std::array items{spa_dict_item{PW_KEY_NODE_DESCRIPTION, description.c_str()},
                            spa_dict_item{PW_KEY_NODE_NICK, description.c_str()}};
     const spa_dict properties{0, std::uint32_t(items.size()), items.data()};

@@ -23,6 +23,9 @@ namespace tavelo {
 /// pictures could not follow another one, so the format stays as long as somebody has it, and a new offer
 /// counts once nobody does.
 ///
+/// A name given later reaches only those who ask for the node's own properties: what the daemon lists, which
+/// browsers show, is fixed when the node is made.
+///
 /// Thread-safe under the session's lock, which callbacks hold.
 class ShareStream {
 public:
@@ -43,6 +46,8 @@ public:
     std::optional<SharedLayout> wanted() const;
     /// The daemon has given it up; it must be made again.
     bool hasFailed() const { return failed_; }
+    /// It is listed under an old name, and nobody would lose a picture if it were made again.
+    bool isOutdated() const { return !layout_ && description_ != listed_; }
 
     bool hasRoom();
     void share(const SampleBuffer& sample);
@@ -60,6 +65,8 @@ private:
     const Changed changed_;
     PipewirePtr<pw_stream> stream_;
     PipewireListener listener_; // ends before the stream
+    std::string listed_;        // the name that it was made with
+    std::string description_;
     ShareOffer offer_;
     bool offerWaits_ = false;
     bool streaming_ = false;

@@ -101,6 +101,11 @@ protected:
     }
     bool cameraIsThere() { return nodes().find("\"tavelo-shared-picture\"") != std::string::npos; }
     std::string nodes() { return pipewire_.output("pw-dump 2>&1"); }
+    /// Whether it is the camera's name in the daemon's own list, which browsers show.
+    bool isListedAs(const std::string& name) {
+        return pipewire_.output("pw-cli ls Node 2>&1").find("node.description = \"" + name + '"') !=
+               std::string::npos;
+    }
     std::string offered() {
         return pipewire_.output("pw-cli enum-params tavelo-shared-picture EnumFormat 2>&1");
     }
@@ -148,6 +153,24 @@ TEST_F(PictureShareTest, TakesTheNameOfTheCameraThatIsShownNow) {
     ASSERT_TRUE(appear());
     share_->setCameraName("Another");
     EXPECT_TRUE(sendUntil([this] { return nodes().find("\"Tavelo: Another\"") != std::string::npos; }));
+    EXPECT_TRUE(sendUntil([this] { return isListedAs("Tavelo: Another"); }));
+    EXPECT_FALSE(isListedAs("Tavelo: Test Camera"));
+}
+
+TEST_F(PictureShareTest, AViewerKeepsItsPictureWhenTheNameChangesAndTheListFollowsOnceNobodyLooks) {
+    ASSERT_TRUE(appear());
+    {
+        const SharedCameraViewer viewer;
+        ASSERT_TRUE(sendUntil([&] { return viewer.pictures() > 0; }));
+        share_->setCameraName("Another");
+        ASSERT_TRUE(sendUntil([this] { return nodes().find("\"Tavelo: Another\"") != std::string::npos; }));
+        const std::size_t seen = viewer.pictures();
+        ASSERT_TRUE(sendUntil([&] { return viewer.pictures() > seen + 50; }));
+        EXPECT_TRUE(isListedAs("Tavelo: Test Camera"));
+    }
+    EXPECT_TRUE(sendUntil([this] { return isListedAs("Tavelo: Another"); }));
+    const SharedCameraViewer viewer;
+    EXPECT_TRUE(sendUntil([&] { return viewer.pictures() > 0; }));
 }
 
 TEST_F(PictureShareTest, OffersTheCamerasSizeAndRate) {
