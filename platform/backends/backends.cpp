@@ -30,6 +30,7 @@ constexpr std::array transports{
 };
 
 Backend makeBackend(const CameraOptions& options, MainQueue& mainQueue, Diagnostics& diagnostics) {
+    if (options.bus) return makeVirtualBackend(options.bus, options.format, mainQueue);
     if (options.models) {
         auto bus = std::make_shared<VirtualBus>();
         for (const VirtualCameraModel& model : *options.models)

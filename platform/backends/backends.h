@@ -13,6 +13,7 @@
 
 namespace tavelo {
 
+class VirtualBus;
 struct VirtualCameraModel;
 
 /// How the program reaches the machine's cameras.
@@ -42,6 +43,8 @@ struct CameraOptions {
     int virtualCameras = 0;
     /// What these are; null: the program's own.  See useCamerasLike().
     std::shared_ptr<const std::vector<VirtualCameraModel>> models = nullptr;
+    /// If set, the virtual cameras of this bus replace all others; whoever holds it plugs them in and out.
+    std::shared_ptr<VirtualBus> bus = nullptr;
     CaptureFormatRequest format = {};
     CameraTransport transport = CameraTransport::kernel;
     /// Of the kernel's transport; the others have one source.
