@@ -108,6 +108,29 @@ TEST_F(KernelDeviceListTest, AReplugBetweenTwoLooksIsARemovalAndAnArrival) {
         << "the same camera in the same socket";
 }
 
+TEST_F(KernelDeviceListTest, CamerasOfOneModelThatSwapSocketsSwapIdentifiersWhateverTheirNodesAre) {
+    plug(1, "A");
+    plug(2, "A");
+    list->fill();
+    list->addObserver(&changes);
+    std::vector<std::string> before;
+    for (const auto& device : list->devices())
+        before.push_back(device->uniqueID());
+    ASSERT_NE(before[0], before[1]);
+    unplug(1);
+    unplug(2);
+    // The driver gives the nodes in the order of arrival, so each camera has its node again.
+    tree.addNode("video1", 2, "A");
+    tree.addNode("video2", 1, "A");
+    change();
+    EXPECT_THAT(changes.names(), ElementsAre("-A", "-A", "+A", "+A"));
+    const auto after = list->devices();
+    ASSERT_EQ(after.size(), 2U);
+    EXPECT_EQ(after[0]->node(), "/dev/video1");
+    EXPECT_EQ(after[0]->uniqueID(), before[1]) << "that of the socket";
+    EXPECT_EQ(after[1]->uniqueID(), before[0]);
+}
+
 TEST_F(KernelDeviceListTest, EventsWithoutAChangeTellNothing) {
     plug(1, "A");
     list->fill();

@@ -148,6 +148,34 @@ TEST_F(CameraList, ACameraThatStaysIsTheSameObjectAndAReplacedOneIsNot) {
     EXPECT_EQ(list.devices().front()->uniqueID(), before->uniqueID());
 }
 
+TEST_F(CameraList, CamerasOfOneModelThatSwapSocketsSwapIdentifiersWhateverTheirNumbersAre) {
+    const auto plugBoth = [this](const std::string& first, const std::string& second) {
+        plug(first, "Camera", 5);
+        plug(second, "Camera", 6);
+        FakeSysfs::write(tree.folderOf(first) / "serial", "1\n");
+        FakeSysfs::write(tree.folderOf(second) / "serial", "2\n");
+    };
+    plugBoth("1-1", "1-2");
+    list.fill();
+    list.addObserver(&changes);
+    const auto before = list.devices();
+    ASSERT_THAT(before, SizeIs(2));
+    ASSERT_NE(before[0]->uniqueID(), before[1]->uniqueID());
+    tree.removeDevice("1-1");
+    tree.removeDevice("1-2");
+    plugBoth("1-2", "1-1");
+    list.rescan();
+    mainQueue.drain();
+    EXPECT_THAT(changes.names(), ElementsAre("-Camera", "-Camera", "+Camera", "+Camera"));
+    const auto after = list.devices();
+    ASSERT_THAT(after, SizeIs(2));
+    for (const auto& device : after) {
+        const bool isFirst = device->place() == "1-1";
+        EXPECT_EQ(device->uniqueID(), before[isFirst ? 0 : 1]->uniqueID()) << "that of the socket";
+        EXPECT_EQ(device->node(), isFirst ? "/dev/bus/usb/001/006" : "/dev/bus/usb/001/005");
+    }
+}
+
 TEST_F(CameraList, ADeviceWithoutAConfigurationIsLookedAtAgain) {
     FakeSysfs::Device fresh;
     fresh.name = "1-2";
