@@ -49,7 +49,7 @@ class WatchdogTest(unittest.TestCase):
             panel.wait_until("what never comes", lambda: False)
         said = wait_until("the stacks", lambda: (stage.folder / "stacks.txt").exists()
                           and (stage.folder / "stacks.txt").read_text(encoding="utf-8"))
-        for expected in ("kt.captureQueue", "tavelo::runProgram", "in main ("):
+        for expected in ("kt.captureQueue", "runProgram", "in main ("):
             self.assertIn(expected, said)
 
     def test_a_panel_that_dies_is_a_failure_and_no_silent_one(self):
