@@ -291,7 +291,7 @@ def the_driver_streams_again(stage):
     stage.plug(2)
     node = next(folder.name for folder in stage.devices[1].glob("*:1.0/video4linux/video*")
                 if (folder / "index").read_text().strip() == "0")
-    subprocess.run(["udevadm", "settle", "--timeout=120"], check=True, timeout=150)
+    subprocess.run(["udevadm", "settle", "--timeout=60"], check=True, timeout=90)
     subprocess.run(["v4l2-ctl", "-d", f"/dev/{node}", "--set-fmt-video=width=320,height=240,pixelformat=YUYV",
                     "--stream-mmap", "--stream-count=2"], check=True, capture_output=True, timeout=120)
 
@@ -302,7 +302,7 @@ def the_rule_marks_the_camera_for_the_user_at_the_seat(stage):
     shutil.copy(pathlib.Path(__file__).resolve().parents[2] / "resources" / "udev" / RULE, "/etc/udev/rules.d")
     subprocess.run(["udevadm", "control", "--reload"], check=True, timeout=60)
     subprocess.run(["udevadm", "trigger", "--settle", "--subsystem-match=usb", "--action=change"], check=True,
-                   timeout=150)
+                   timeout=90)
     for device, wanted in ((stage.devices[1], True), (stage.devices[1].parent, False)):
         properties = subprocess.run(["udevadm", "info", "--query=property", f"--path={device}"], check=True,
                                     capture_output=True, text=True, timeout=60).stdout

@@ -125,7 +125,7 @@ class VirtualCameras:
         subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
                        capture_output=True, timeout=120)
         node = wait_until("a capture node for the camera", lambda: capture_nodes() - before).pop()
-        subprocess.run(["udevadm", "settle", "--timeout=120"], check=True, timeout=150)
+        subprocess.run(["udevadm", "settle", "--timeout=60"], check=True, timeout=90)
         self._nodes[camera] = node
         return node
 
