@@ -14,6 +14,7 @@ import function_cases
 import menu_cases
 import movie_cases
 import panel_cases
+import plugging_cases
 import profile_cases
 import usb_cases
 import usb_stream_cases
@@ -31,6 +32,7 @@ GROUPS = {
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
     "menu": (menu_cases.stage, menu_cases.CASES),
     "following": (following_cases.stage, following_cases.CASES),
+    "plugging": (plugging_cases.stage, plugging_cases.CASES),
     "usb": (usb_cases.stage, usb_cases.CASES),
     "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
 }
