@@ -14,6 +14,7 @@ import function_cases
 import menu_cases
 import movie_cases
 import panel_cases
+import plugging_cases
 import profile_cases
 import shared_picture_cases
 import usb_cases
@@ -33,6 +34,7 @@ GROUPS = {
     "menu": (menu_cases.stage, menu_cases.CASES),
     "following": (following_cases.stage, following_cases.CASES),
     "shared": (shared_picture_cases.stage, shared_picture_cases.CASES),
+    "plugging": (plugging_cases.stage, plugging_cases.CASES),
     "usb": (usb_cases.stage, usb_cases.CASES),
     "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
 }
