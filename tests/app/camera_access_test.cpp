@@ -10,6 +10,7 @@
 #include <QVariantMap>
 
 #include "app/app_delegate.h"
+#include "support/portal_on_bus.h"
 
 namespace tavelo {
 namespace {
@@ -20,18 +21,6 @@ class Portal : public QObject {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Camera")
 
 public:
-    Portal() {
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        EXPECT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this,
-                                       QDBusConnection::ExportAllSlots));
-        EXPECT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
-    }
-    ~Portal() override {
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        bus.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
-        bus.unregisterObject(QStringLiteral("/org/freedesktop/portal/desktop"));
-    }
-
     int requests() const { return requests_; }
 
 public Q_SLOTS:
@@ -42,6 +31,7 @@ public Q_SLOTS:
 
 private:
     int requests_ = 0;
+    testing::PortalOnBus onBus_{this};
 };
 
 class CameraAccessTest : public testing::Test {

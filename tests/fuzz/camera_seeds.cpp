@@ -11,6 +11,7 @@
 #include "probe/camera_probe.h"
 #include "seed_files.h"
 #include "support/manual_main_queue.h"
+#include "support/wrapped_usb_device.h"
 #include "uvc/kt_uvc_manager.h"
 
 namespace tavelo::fuzz {
@@ -76,32 +77,16 @@ private:
     Bytes& told_;
 };
 
-class RecordingDevice final : public UsbDevice {
-public:
-    RecordingDevice(std::unique_ptr<UsbDevice> device, Bytes& told)
-        : device_(std::move(device)),
-          told_(told) {}
-
-    bool CreatePlugInInterface() override { return device_->CreatePlugInInterface(); }
-    bool QueryInterface() override { return device_->QueryInterface(); }
-    std::uint32_t GetLocationID() const override { return device_->GetLocationID(); }
-    std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
-        const UsbInterfaceMatch& match) override {
-        return device_->CreateInterfaceIterator(match);
-    }
-    std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
-        auto opened = device_->openInterface(number);
-        return opened ? std::make_shared<RecordingInterface>(std::move(opened), told_) : nullptr;
-    }
-    std::optional<UsbDeviceFacts> facts() override { return device_->facts(); }
-    std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
-        return std::make_unique<RecordingInspector>(device_->openInspector(number), told_);
-    }
-
-private:
-    const std::unique_ptr<UsbDevice> device_;
-    Bytes& told_;
-};
+testing::UsbWrapping recordingTo(Bytes& told) {
+    return {.interface =
+                [&told](std::shared_ptr<UsbInterface> camera) {
+                    return std::make_shared<RecordingInterface>(std::move(camera), told);
+                },
+            .inspector =
+                [&told](std::unique_ptr<CameraInspector> camera) {
+                    return std::make_unique<RecordingInspector>(std::move(camera), told);
+                }};
+}
 
 class RecordingPlatform final : public UsbPlatform {
 public:
@@ -111,10 +96,7 @@ public:
         return platform_.initBusProber(scope, delegate);
     }
     std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
-        std::vector<std::unique_ptr<UsbDevice>> devices;
-        for (auto& device : platform_.listDevices())
-            devices.push_back(std::make_unique<RecordingDevice>(std::move(device), told_));
-        return devices;
+        return testing::wrapped(platform_.listDevices(), recordingTo(told_));
     }
 
 private:
@@ -158,7 +140,7 @@ void writeReplies(const fs::path& folder, UsbPlatform& cameras, std::uint32_t lo
 
 void writeProbe(const fs::path& file, UsbPlatform& cameras) {
     Bytes told;
-    RecordingDevice device(std::move(cameras.listDevices().front()), told);
+    testing::WrappedUsbDevice device(std::move(cameras.listDevices().front()), recordingTo(told));
     Error error;
     static_cast<void>(probeCamera(device, std::nullopt, {"1.0", "6.1.0"}, error));
     const UsbDeviceFacts facts = device.facts().value_or(UsbDeviceFacts());

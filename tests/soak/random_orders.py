@@ -5,8 +5,6 @@
 usage: random_orders.py PROGRAM --out FOLDER [--rounds N] [--seed S] [--answer-limit SECONDS]
 PROGRAM is plugged-panel.  Each round is a panel of its own.  One whose main thread does not answer, or that does not end,
 has the stacks of its threads printed.  Exits with 77 if a tool is missing."""
-import argparse
-import os
 import random
 import shutil
 import signal
@@ -14,7 +12,7 @@ import sys
 import time
 
 try:
-    from stage import TOOLS, Failure, GLib, Panel, Refused, Stage, describe, xdotool
+    from stage import Failure, GLib, Panel, Refused, Stage, arguments, describe, missing_tools, xdotool
 except ImportError as missing:
     print(missing)
     sys.exit(77)
@@ -151,20 +149,11 @@ class Round:
             self.quit_by_terminate()
 
 
-def arguments():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("program")
-    parser.add_argument("--out", required=True)
-    parser.add_argument("--rounds", type=int, default=20)
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1_000_000))
-    parser.add_argument("--answer-limit", type=float, default=10)
-    return parser.parse_args()
-
-
 def main():
-    options = arguments()
-    lacking = [tool for tool in TOOLS if shutil.which(tool) is None]
-    if lacking:
+    parser = arguments()
+    parser.add_argument("--rounds", type=int, default=20)
+    options = parser.parse_args()
+    if lacking := missing_tools():
         print(f"missing: {' '.join(lacking)}")
         return 77
     print(f"random orders: {options.rounds} rounds, seed {options.seed}", flush=True)
@@ -172,7 +161,7 @@ def main():
     with Stage(options.out) as stage:
         for number in range(1, options.rounds + 1):
             chance = random.Random(f"{options.seed} {number}")
-            one = Round(stage, os.path.abspath(options.program), chance, options.answer_limit, number)
+            one = Round(stage, options.program, chance, options.answer_limit, number)
             try:
                 one.run()
             except Failure as failure:

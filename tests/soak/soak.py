@@ -5,16 +5,13 @@
 usage: soak.py PROGRAM --out FOLDER [--minutes M] [--seed S] [--answer-limit SECONDS] [--memory-slack MB]
 PROGRAM is plugged-panel.  The folder gets curves.svg, samples.csv, actions.log, panel.log, and stacks.txt if the panel hung.
 Exits with 77 if a tool is missing."""
-import argparse
-import os
 import pathlib
 import random
-import shutil
 import sys
 import time
 
 try:
-    from stage import TOOLS, Failure, Panel, Stage, describe
+    from stage import Failure, Panel, Stage, arguments, describe, missing_tools
 except ImportError as missing:
     print(missing)
     sys.exit(77)
@@ -116,23 +113,12 @@ class Soak:
             (self.out / "curves.svg").write_text(curves.drawing(samples, line), encoding="utf-8")
 
 
-def arguments():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("program")
-    parser.add_argument("--out", required=True)
+def main():
+    parser = arguments()
     parser.add_argument("--minutes", type=float, default=60)
-    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1_000_000))
-    parser.add_argument("--answer-limit", type=float, default=10)
     parser.add_argument("--memory-slack", type=float, default=8)
     options = parser.parse_args()
-    options.program = os.path.abspath(options.program)
-    return options
-
-
-def main():
-    options = arguments()
-    lacking = [tool for tool in TOOLS if shutil.which(tool) is None]
-    if lacking:
+    if lacking := missing_tools():
         print(f"missing: {' '.join(lacking)}")
         return 77
     print(f"soak: {options.minutes:g} minutes, seed {options.seed}", flush=True)

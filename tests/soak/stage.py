@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: MIT
 """A desktop of its own: display, window manager, session bus with a tray; and the panel on it."""
+import argparse
 import contextlib
 import os
 import pathlib
+import random
 import select
 import shutil
 import subprocess
@@ -215,6 +217,20 @@ class Panel:
         """(identifier, place) of the panel's own window, or nothing while it is hidden.  No other window is as large."""
         return next(((window, place) for window, place in self.windows().items()
                      if place[2] >= SIZE[0] and place[3] >= SIZE[1]), None)
+
+
+def arguments():
+    """A parser of the words that both long uses of the panel take."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program", type=os.path.abspath)
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1_000_000))
+    parser.add_argument("--answer-limit", type=float, default=10)
+    return parser
+
+
+def missing_tools(*others):
+    return [tool for tool in (*TOOLS, *others) if shutil.which(tool) is None]
 
 
 def describe(status):

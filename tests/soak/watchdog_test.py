@@ -5,7 +5,6 @@
 usage: watchdog_test.py PLUGGED-PANEL
 Exits with 77 if a tool is missing."""
 import os
-import shutil
 import signal
 import subprocess
 import sys
@@ -14,7 +13,7 @@ import threading
 import unittest
 
 try:
-    from stage import TOOLS, Failure, GLib, Panel, Stage
+    from stage import Failure, GLib, Panel, Stage, missing_tools
 except ImportError as missing:
     print(missing)
     sys.exit(77)
@@ -109,7 +108,7 @@ class WatchdogTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    lacking = [tool for tool in (*TOOLS, "gdb") if shutil.which(tool) is None]
+    lacking = missing_tools("gdb")
     if lacking:
         print(f"missing: {' '.join(lacking)}")
         sys.exit(77)

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/usb_platform.h"
+#include "support/wrapped_usb_device.h"
 
 namespace tavelo::testing {
 
@@ -44,10 +45,10 @@ public:
         return cameras_->initBusProber(scope, delegate);
     }
     std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
-        std::vector<std::unique_ptr<UsbDevice>> devices;
-        for (auto& device : cameras_->listDevices())
-            devices.push_back(std::make_unique<Device>(std::move(device), shared_));
-        return devices;
+        return wrapped(cameras_->listDevices(),
+                       {.interface = [shared = shared_](std::shared_ptr<UsbInterface> camera) {
+                           return std::make_shared<Interface>(std::move(camera), shared);
+                       }});
     }
 
 private:
@@ -86,33 +87,6 @@ private:
 
     private:
         const std::shared_ptr<UsbInterface> camera_;
-        const std::shared_ptr<Shared> shared_;
-    };
-
-    class Device final : public UsbDevice {
-    public:
-        Device(std::unique_ptr<UsbDevice> device, std::shared_ptr<Shared> shared)
-            : device_(std::move(device)),
-              shared_(std::move(shared)) {}
-
-        bool CreatePlugInInterface() override { return device_->CreatePlugInInterface(); }
-        bool QueryInterface() override { return device_->QueryInterface(); }
-        std::uint32_t GetLocationID() const override { return device_->GetLocationID(); }
-        std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
-            const UsbInterfaceMatch& match) override {
-            return device_->CreateInterfaceIterator(match);
-        }
-        std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
-            auto opened = device_->openInterface(number);
-            return opened ? std::make_shared<Interface>(std::move(opened), shared_) : nullptr;
-        }
-        std::optional<UsbDeviceFacts> facts() override { return device_->facts(); }
-        std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
-            return device_->openInspector(number);
-        }
-
-    private:
-        const std::unique_ptr<UsbDevice> device_;
         const std::shared_ptr<Shared> shared_;
     };
 

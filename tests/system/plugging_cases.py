@@ -16,7 +16,7 @@ from rig.panel import CAMERA_BUTTONS, PREVIEW, PROFILE_BUTTONS
 from rig.virtual_cameras import capture_nodes
 from rig.waiting import wait_until
 
-CYCLES = int(os.environ.get("TAVELO_PLUG_CYCLES", "20"))
+CYCLES = int(os.environ.get("TAVELO_PLUG_CYCLES", "5"))
 STAYS, COMES = 2, 1  # numbers of the cameras
 BRIGHTNESSES = {STAYS: 21, COMES: -21}  # of their second profiles
 BUTTON = 2  # of the camera that comes and goes

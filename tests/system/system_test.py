@@ -33,10 +33,10 @@ GROUPS = {
     "panel": (panel_cases.stage, panel_cases.CASES + profile_cases.CASES),
     "menu": (menu_cases.stage, menu_cases.CASES),
     "following": (following_cases.stage, following_cases.CASES),
-    "shared": (shared_picture_cases.stage, shared_picture_cases.CASES),
-    "plugging": (plugging_cases.stage, plugging_cases.CASES),
     "usb": (usb_cases.stage, usb_cases.CASES),
     "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
+    "shared": (shared_picture_cases.stage, shared_picture_cases.CASES),
+    "plugging": (plugging_cases.stage, plugging_cases.CASES),
 }
 
 

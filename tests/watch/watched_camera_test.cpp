@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "support/fake_usb.h"
+#include "support/untold_interface.h"
+#include "support/wrapped_usb_device.h"
 #include "watch/watch_fixture.h"
 
 namespace tavelo {
@@ -52,48 +54,12 @@ public:
         return usb_.initBusProber(scope, delegate);
     }
     std::vector<std::unique_ptr<UsbDevice>> listDevices() override {
-        std::vector<std::unique_ptr<UsbDevice>> devices;
-        for (auto& device : usb_.listDevices())
-            devices.push_back(std::make_unique<Device>(std::move(device)));
-        return devices;
+        return testing::wrapped(usb_.listDevices(), {.interface = [](std::shared_ptr<UsbInterface> real) {
+                                    return std::make_shared<testing::UntoldInterface>(std::move(real));
+                                }});
     }
 
 private:
-    class Interface final : public UsbInterface {
-    public:
-        explicit Interface(std::shared_ptr<UsbInterface> real) : real_(std::move(real)) {}
-        ErrorCode ControlRequest(UsbControlRequest& request) override {
-            return real_->ControlRequest(request);
-        }
-        void USBInterfaceClose() override { real_->USBInterfaceClose(); }
-        std::uint8_t GetInterfaceNumber() const override { return real_->GetInterfaceNumber(); }
-
-    private:
-        const std::shared_ptr<UsbInterface> real_;
-    };
-    class Device final : public UsbDevice {
-    public:
-        explicit Device(std::unique_ptr<UsbDevice> real) : real_(std::move(real)) {}
-        bool CreatePlugInInterface() override { return real_->CreatePlugInInterface(); }
-        bool QueryInterface() override { return real_->QueryInterface(); }
-        std::uint32_t GetLocationID() const override { return real_->GetLocationID(); }
-        std::optional<std::vector<std::uint8_t>> CreateInterfaceIterator(
-            const UsbInterfaceMatch& match) override {
-            return real_->CreateInterfaceIterator(match);
-        }
-        std::shared_ptr<UsbInterface> openInterface(std::uint8_t number) override {
-            auto real = real_->openInterface(number);
-            return real ? std::make_shared<Interface>(std::move(real)) : nullptr;
-        }
-        std::optional<UsbDeviceFacts> facts() override { return real_->facts(); }
-        std::unique_ptr<CameraInspector> openInspector(std::uint8_t number) override {
-            return real_->openInspector(number);
-        }
-
-    private:
-        const std::unique_ptr<UsbDevice> real_;
-    };
-
     UsbPlatform& usb_;
 };
 

@@ -13,7 +13,7 @@ class Screen:
         os.makedirs(folder, exist_ok=True)
         read_end, write_end = os.pipe()
         self._server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24",
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-noreset",
              "-fbdir", folder, "-nocursor", "-nolisten", "tcp"],
             pass_fds=[write_end], stderr=subprocess.DEVNULL,
         )

@@ -24,6 +24,7 @@ namespace tavelo::testing {
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -102,6 +103,11 @@ protected:
         const SampleBuffer last = frames_.last();
         ASSERT_NE(last.imageBuffer, nullptr);
         EXPECT_TRUE(samePixels(*last.imageBuffer, *converted(format, bytes)));
+    }
+
+    /// The stream may be seen to end before the camera is seen to be gone.
+    void expectOneChangeToTheDriver() const {
+        EXPECT_THAT(diagnostics_.lines(), Contains(HasSubstr("; using the driver")).Times(1));
     }
 
     ~SharedCaptureTest() override { input_.reset(); }
@@ -308,7 +314,7 @@ TEST_F(SharedCaptureTest, TheDriverTakesOverWhenTheDaemonDiesAndGivesWayWhenItRe
     const std::size_t before = frames_.count();
     ASSERT_TRUE(driver_.deliver(rampFrame(1024, 5)));
     ASSERT_TRUE(frames_.waitForFrames(before + 1));
-    EXPECT_THAT(diagnostics_.lines(), ElementsAre(HasSubstr("; using the driver")));
+    expectOneChangeToTheDriver();
     pipewire_.start();
     ASSERT_TRUE(driver_.waitForClosed(driver_.counts().opened));
     ASSERT_TRUE(sendUntilSeen(source, {.bytes = rampFrame(1024, 6)}));
@@ -323,7 +329,7 @@ TEST_F(SharedCaptureTest, ASourceThatVanishesGivesWayToTheDriver) {
     ASSERT_TRUE(sendUntilSeen(*source, {.bytes = rampFrame(1024)}));
     source.reset();
     ASSERT_TRUE(driver_.waitForStreamOn(1));
-    EXPECT_THAT(diagnostics_.lines(), ElementsAre(HasSubstr("; using the driver")));
+    expectOneChangeToTheDriver();
     source = std::make_unique<TestPictureSource>(node, std::vector{yuyv});
     EXPECT_TRUE(sendUntilSeen(*source, {.bytes = rampFrame(1024)}));
 }

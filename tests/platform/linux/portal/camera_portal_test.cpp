@@ -13,6 +13,8 @@
 #include <future>
 #include <utility>
 
+#include "support/portal_on_bus.h"
+
 namespace tavelo {
 namespace {
 
@@ -24,17 +26,8 @@ class Portal : public QObject, protected QDBusContext {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Camera")
 
 public:
-    Portal() {
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        EXPECT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), this,
-                                       QDBusConnection::ExportAllSlots));
-        EXPECT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
-        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0);
-    }
+    Portal() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0); }
     ~Portal() override {
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        bus.unregisterService(QStringLiteral("org.freedesktop.portal.Desktop"));
-        bus.unregisterObject(QStringLiteral("/org/freedesktop/portal/desktop"));
         for (const int end : ends_)
             ::close(end);
     }
@@ -50,6 +43,7 @@ public Q_SLOTS:
 
 private:
     std::array<int, 2> ends_{-1, -1};
+    testing::PortalOnBus onBus_{this};
 };
 
 class CameraPortalTest : public testing::Test {
