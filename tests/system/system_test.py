@@ -14,6 +14,7 @@ import function_cases
 import menu_cases
 import movie_cases
 import panel_cases
+import plugging_cases
 import profile_cases
 import shared_picture_cases
 import usb_cases
@@ -35,6 +36,7 @@ GROUPS = {
     "usb": (usb_cases.stage, usb_cases.CASES),
     "usb-bulk": (usb_cases.bulk_stage, usb_cases.BULK_CASES),
     "shared": (shared_picture_cases.stage, shared_picture_cases.CASES),
+    "plugging": (plugging_cases.stage, plugging_cases.CASES),
 }
 
 

@@ -3,6 +3,7 @@
 import os
 import subprocess
 import time
+import typing
 
 from rig.screen import xdotool
 from rig.waiting import TimedOut, wait_until
@@ -18,6 +19,13 @@ CAMERA_BUTTONS = {1: (30, 88, 100, 36), 2: (138, 88, 100, 36)}
 PROFILE_BUTTONS = {number: (545 + 139 * (number - 1), 108, 119, 32) for number in (1, 2, 3, 4)}
 SAVE_BUTTON = (545, 588, 119, 32)
 PREVIEW = (545, 148, 536, 424)
+
+
+class Resources(typing.NamedTuple):
+    """What a process holds."""
+    threads: int
+    descriptors: int
+    memory: int  # KiB that only it has
 
 
 class Panel:
@@ -172,6 +180,12 @@ class Panel:
         """Checks that no thread of the panel spins; only for a panel without a camera."""
         share = self.processor_share()
         assert share < 0.25, f"{share:.0%} of a processor"
+
+    def resources(self):
+        folder = f"/proc/{self._process.pid}"
+        with open(f"{folder}/smaps_rollup", encoding="utf-8") as file:
+            memory = sum(int(line.split()[1]) for line in file if line.startswith("Private_Dirty:"))
+        return Resources(len(os.listdir(f"{folder}/task")), len(os.listdir(f"{folder}/fd")), memory)
 
     def processor_share(self, seconds=1.5):
         """The share of one processor that the panel uses, measured over this many seconds."""

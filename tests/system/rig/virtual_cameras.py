@@ -119,11 +119,19 @@ class VirtualCameras:
 
     # ---------------------------------------------------------------- the cable
 
+    def attach(self, camera):
+        """Returns once the kernel knows that something was plugged in."""
+        subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
+                       capture_output=True, timeout=120)
+
+    def detach(self, camera):
+        """Returns before the camera's node is gone."""
+        subprocess.run(["usbip", "detach", "-p", hub_port_of(camera)], check=True, capture_output=True, timeout=120)
+
     def plug(self, camera):
         """Attaches camera 1, 2, ... and returns its capture node once the device manager has created it."""
         before = capture_nodes()
-        subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
-                       capture_output=True, timeout=120)
+        self.attach(camera)
         node = wait_until("a capture node for the camera", lambda: capture_nodes() - before).pop()
         subprocess.run(["udevadm", "settle", "--timeout=60"], check=True, timeout=90)
         self._nodes[camera] = node
@@ -131,12 +139,17 @@ class VirtualCameras:
 
     def unplug(self, camera):
         """Detaches the camera and returns once its node is gone."""
-        subprocess.run(["usbip", "detach", "-p", hub_port_of(camera)], check=True, capture_output=True, timeout=120)
+        self.detach(camera)
         self.wait_until_gone(camera)
 
     def unplug_all(self):
         for camera in list(self._nodes):
             self.unplug(camera)
+
+    def wait_until_only(self, camera):
+        """Returns once no other camera has a capture node."""
+        self._nodes = {camera: self._nodes[camera]}
+        wait_until("the other nodes to go", lambda: capture_nodes() <= {self._nodes[camera]})
 
     def wait_until_gone(self, camera):
         node = self._nodes.pop(camera)
