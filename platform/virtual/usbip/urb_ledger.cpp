@@ -2,10 +2,24 @@
 #include "platform/virtual/usbip/urb_ledger.h"
 
 namespace tavelo::usbip {
+namespace {
+
+// Numbers grow, and begin again after the largest.
+bool isAfter(std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a - b) > 0;
+}
+
+} // namespace
 
 bool UrbLedger::open(std::uint32_t sequence) {
     const std::scoped_lock lock(mutex_);
-    return !closed_ && waiting_.size() < maxWaiting && waiting_.insert(sequence).second;
+    if (closed_ || waiting_.size() >= maxWaiting) return false;
+    if (!newest_ || isAfter(sequence, *newest_)) newest_ = sequence;
+    if (const auto early = earlyUnlinks_.extract(sequence)) {
+        answerUnlink(early.mapped(), UrbStatus::unlinked);
+        return true;
+    }
+    return waiting_.insert(sequence).second;
 }
 
 bool UrbLedger::isOpen(std::uint32_t sequence) const {
@@ -24,16 +38,27 @@ void UrbLedger::answer(const SubmitReply& reply, std::span<const std::uint8_t> d
 void UrbLedger::unlink(const UnlinkCommand& command) {
     const std::scoped_lock lock(mutex_);
     if (closed_) return;
-    const bool waited = waiting_.erase(command.target) != 0;
-    const UrbHeader header =
-        encodeUnlinkReply(command.sequence, waited ? UrbStatus::unlinked : UrbStatus::ok);
-    if (!socket_.write({header})) socket_.shutdown();
+    if (waiting_.erase(command.target) != 0)
+        answerUnlink(command.sequence, UrbStatus::unlinked);
+    else if (!isToCome(command) || !earlyUnlinks_.try_emplace(command.target, command.sequence).second)
+        answerUnlink(command.sequence, UrbStatus::ok);
+}
+
+// It was numbered before the command, and no later one has come.
+bool UrbLedger::isToCome(const UnlinkCommand& command) const {
+    return earlyUnlinks_.size() < maxWaiting && isAfter(command.sequence, command.target) &&
+           (!newest_ || isAfter(command.target, *newest_));
+}
+
+void UrbLedger::answerUnlink(std::uint32_t sequence, UrbStatus status) {
+    if (!socket_.write({encodeUnlinkReply(sequence, status)})) socket_.shutdown();
 }
 
 void UrbLedger::close() {
     const std::scoped_lock lock(mutex_);
     closed_ = true;
     waiting_.clear();
+    earlyUnlinks_.clear();
 }
 
 } // namespace tavelo::usbip

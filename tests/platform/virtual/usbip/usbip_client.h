@@ -63,6 +63,9 @@ public:
     std::uint32_t submitIn(std::uint8_t endpoint, std::uint32_t length);
     std::uint32_t submitIso(std::uint8_t endpoint, const std::vector<std::uint32_t>& packetLengths);
     std::uint32_t unlink(std::uint32_t target);
+    /// For a transfer that is sent later than its number says.
+    std::uint32_t takeNumber() { return nextSequence_++; }
+    void numberFrom(std::uint32_t next) { nextSequence_ = next; }
 
     /// The next answer; empty if the connection ended.
     std::optional<UrbReply> reply();

@@ -149,6 +149,14 @@ TEST_F(UsbipHostileClientTest, UnlinkingAnUnknownTransferIsAnswered) {
     EXPECT_EQ(client->reply()->status, 0);
 }
 
+TEST_F(UsbipHostileClientTest, LimitsTheNumberOfUnlinksThatWaitForTheirTransfers) {
+    const auto client = attach();
+    std::uint32_t last = 0;
+    for (int i = 0; i <= 4096; ++i)
+        last = client->unlink(client->takeNumber());
+    EXPECT_EQ(client->reply()->sequence, last);
+}
+
 TEST_F(UsbipHostileClientTest, RandomBytesNeverStopTheServer) {
     std::mt19937 random(20240229); // the same bytes in each run
     std::uniform_int_distribution<int> byte(0, 255);

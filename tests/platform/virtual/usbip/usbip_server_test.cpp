@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <future>
 
 #include "fake_gadget.h"
@@ -223,6 +224,40 @@ TEST_F(UsbipServerTest, TakingBackWhatIsAlreadyAnsweredIsNoError) {
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->command, 4U);
     EXPECT_EQ(reply->status, 0);
+}
+
+TEST_F(UsbipServerTest, ATransferWhoseUnlinkCameFirstIsTakenBackWhenItComes) {
+    for (const std::uint32_t first : {1U, 0x7FFFFFFEU, 0xFFFFFFFEU}) {
+        SCOPED_TRACE(first);
+        auto gadget = std::make_shared<FakeGadget>();
+        std::atomic<int> executed = 0;
+        gadget->onControl = [&executed](const UsbSetup& setup, std::span<const std::uint8_t>) {
+            if (setup.bmRequestType == 0xA1) ++executed;
+            return UsbReply{};
+        };
+        server_->plug("1-1", gadget);
+        const auto client = attach("1-1");
+        client->numberFrom(first);
+        const Bytes setup{0xA1, 0x81, 1, 0, 0, 5, 2, 0};
+        ASSERT_TRUE(client->control(setup));
+        const std::uint32_t overtaken = client->takeNumber();
+        const std::uint32_t request = client->unlink(overtaken);
+        const std::uint32_t again = client->unlink(overtaken);
+        auto reply = client->reply();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->sequence, again) << "only one command can unlink it";
+        EXPECT_EQ(reply->status, 0);
+        client->send(client->submitHeader(overtaken, true, 0, 2, 0, setup));
+        reply = client->reply();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->command, 4U);
+        EXPECT_EQ(reply->sequence, request);
+        EXPECT_EQ(reply->status, unlinked);
+        ASSERT_TRUE(client->control(setup));
+        EXPECT_EQ(executed, 2);
+        server_->unplug("1-1");
+        EXPECT_TRUE(client->ends());
+    }
 }
 
 TEST_F(UsbipServerTest, UnplugEndsTheImportersConnection) {
