@@ -16,6 +16,7 @@
 #include "process/crashes.h"
 #include "process/data_folders.h"
 #include "process/error_line.h"
+#include "process/heap_limits.h"
 #include "process/qt_main_queue.h"
 #include "process/quit_signals.h"
 #include "process/stderr_diagnostics.h"
@@ -87,6 +88,7 @@ int runProgram(const CommandLine& commandLine, int& argc, char** argv) {
         return 1;
     }
     reportCrashesOf("tavelo-control-panel", fullVersion());
+    keepPicturesOutOfHeaps();
     // Stills and movies need no display, nor does the service until its window is to be shown.
     if (commandLine.headlessCapture || !hasDisplay) qputenv("QT_QPA_PLATFORM", "offscreen");
     installQtMessages(commandLine.verbose);
