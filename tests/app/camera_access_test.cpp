@@ -34,7 +34,7 @@ private:
     testing::PortalOnBus onBus_{this};
 };
 
-class CameraAccessTest : public testing::Test {
+class CameraAccessTest : public ::testing::Test {
 protected:
     void launch(const CameraAccess& access) {
         AppDelegate delegate(controller_, access);

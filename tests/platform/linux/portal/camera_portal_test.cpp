@@ -46,7 +46,7 @@ private:
     testing::PortalOnBus onBus_{this};
 };
 
-class CameraPortalTest : public testing::Test {
+class CameraPortalTest : public ::testing::Test {
 protected:
     /// The portal is served by this thread meanwhile.
     static PipewireGrant ask() {
