@@ -47,7 +47,6 @@ bool DeviceConnection::submit(const SubmitCommand& command) {
     if (!socket_.read(out)) return false;
     std::optional<std::vector<IsoPacket>> packets = readPackets(command.packetCount);
     if (!packets || !ledger_.open(command.sequence)) return false;
-    if (!ledger_.isOpen(command.sequence)) return true; // unlinked before it came
     if (command.endpoint == 0)
         control_.async([this, command, data = std::move(out)] { answerControl(command, data); });
     else

@@ -14,7 +14,7 @@ bool isAfter(std::uint32_t a, std::uint32_t b) {
 bool UrbLedger::open(std::uint32_t sequence) {
     const std::scoped_lock lock(mutex_);
     if (closed_ || waiting_.size() >= maxWaiting) return false;
-    if (!newest_ || isAfter(sequence, *newest_)) newest_ = sequence;
+    newest_ = sequence;
     if (const auto early = earlyUnlinks_.extract(sequence)) {
         answerUnlink(early.mapped(), UrbStatus::unlinked);
         return true;
@@ -58,7 +58,6 @@ void UrbLedger::close() {
     const std::scoped_lock lock(mutex_);
     closed_ = true;
     waiting_.clear();
-    earlyUnlinks_.clear();
 }
 
 } // namespace tavelo::usbip
