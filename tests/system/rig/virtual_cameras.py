@@ -3,7 +3,6 @@
 import contextlib
 import os
 import pathlib
-import re
 import signal
 import socket
 import subprocess
@@ -14,6 +13,9 @@ from rig.waiting import wait_until
 
 SOCKET = "/run/virtual-cameras"
 DRIVER = pathlib.Path("/sys/bus/usb/drivers/uvcvideo")
+HUB = pathlib.Path("/sys/devices/platform/vhci_hcd.0")
+FREE_PORT = "004"  # its state in the hub's table
+RECORDS = pathlib.Path("/var/run/vhci_hcd")
 
 
 class Request(typing.NamedTuple):
@@ -125,8 +127,10 @@ class VirtualCameras:
                        capture_output=True, timeout=120)
 
     def detach(self, camera):
-        """Returns before the camera's node is gone."""
-        subprocess.run(["usbip", "detach", "-p", hub_port_of(camera)], check=True, capture_output=True, timeout=120)
+        """Returns once its port is free, which may be before the camera's node is gone."""
+        port = hub_port_of(camera)
+        subprocess.run(["usbip", "detach", "-p", str(port)], check=True, capture_output=True, timeout=120)
+        wait_until(f"port {port} to be free", lambda: port not in ports_in_use())
 
     def plug(self, camera):
         """Attaches camera 1, 2, ... and returns its capture node once the device manager has created it."""
@@ -156,14 +160,15 @@ class VirtualCameras:
         wait_until(f"{node} to go", lambda: not os.path.exists(node))
 
 
-def imported():
-    """(hub port, camera) of each attached camera."""
-    text = subprocess.run(["usbip", "port"], check=True, capture_output=True, text=True, timeout=60).stdout
-    return re.findall(r"^Port (\d+):.*?usbip://[^\n]*/1-(\d+)$", text, re.MULTILINE | re.DOTALL)
+def ports_in_use():
+    """Numbers of the ports of the kernel's virtual hub, from the attaching on."""
+    table = (HUB / "status").read_text().splitlines()[1:]
+    return {int(port) for _, port, state, *_ in map(str.split, table) if state != FREE_PORT}
 
 
 def hub_port_of(camera):
-    return next(port for port, number in imported() if number == str(camera))
+    """`usbip port` leaves out a camera that the kernel has not addressed yet, but `usbip attach` keeps records."""
+    return next(port for port in ports_in_use() if (RECORDS / f"port{port}").read_text().endswith(f" 1-{camera}\n"))
 
 
 def usb_device_of(node):
