@@ -117,6 +117,7 @@ bool AllControlsWindow::hasSameShape(const std::vector<Shown>& groups) const {
 }
 
 void AllControlsWindow::showModels() {
+    if (wasFitted_ && !isVisible()) return; // until it is shown again
     const std::vector<Shown> groups = shownGroups();
     if (!hasSameShape(groups)) return rebuild(groups);
     auto line = lines_.begin();
@@ -222,6 +223,11 @@ void AllControlsWindow::fitContents() {
 void AllControlsWindow::changeEvent(QEvent* event) {
     if (event->type() == QEvent::ActivationChange && isActiveWindow()) Q_EMIT activated();
     QDialog::changeEvent(event);
+}
+
+void AllControlsWindow::showEvent(QShowEvent* event) {
+    showModels();
+    QDialog::showEvent(event);
 }
 
 void AllControlsWindow::hideEvent(QHideEvent* event) {

@@ -19,7 +19,7 @@ class QVBoxLayout;
 namespace tavelo {
 
 /// Shows the groups of its models, one below the other, and sends what the user chooses to them.  It keeps
-/// nothing itself.  Thread-bound to the main thread.
+/// nothing itself, and follows them while it is visible.  Thread-bound to the main thread.
 class AllControlsWindow final : public QDialog {
     Q_OBJECT
 
@@ -48,6 +48,7 @@ Q_SIGNALS:
 
 protected:
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:

@@ -2,9 +2,9 @@
 #include "app/tray_entry.h"
 
 #include <QGuiApplication>
+#include <utility>
 
 #include "app/menu_text.h"
-#include "app/recording_title.h"
 #include "widgets/localized_text.h"
 
 namespace tavelo {
@@ -33,15 +33,8 @@ void TrayEntry::show(const Look& look) {
     release_.setEnabled(look.hasCamera);
     quit_.setText(text("Quit"));
     icon_.setToolTip(QStringLiteral("%1: %2").arg(QGuiApplication::applicationDisplayName(), look.line));
-    setMark(look.mark);
+    if (std::exchange(mark_, look.mark) != look.mark) icon_.setIcon(icons_.with(look.mark));
     icon_.show();
-}
-
-void TrayEntry::setMark(IconMark mark) {
-    if (mark_ == mark) return;
-    mark_ = mark;
-    const QIcon icon = QGuiApplication::windowIcon();
-    icon_.setIcon(mark == IconMark::none ? inUsualSizes(icon) : withMark(icon, mark));
 }
 
 } // namespace tavelo

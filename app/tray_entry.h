@@ -9,7 +9,7 @@
 #include <QSystemTrayIcon>
 #include <optional>
 
-#include "app/recording_title.h"
+#include "app/marked_icons.h"
 #include "platform/bundle.h"
 
 namespace tavelo {
@@ -38,8 +38,6 @@ Q_SIGNALS:
     void quitChosen();
 
 private:
-    void setMark(IconMark mark);
-
     const Bundle& bundle_;
     QAction line_;
     QAction show_;
@@ -47,6 +45,7 @@ private:
     QAction quit_;
     QMenu menu_;
     QSystemTrayIcon icon_;
+    MarkedIcons icons_;
     std::optional<IconMark> mark_; // nothing while there is no icon
 };
 

@@ -101,6 +101,16 @@ TEST_F(WindowTest, ValuesFollowInTheSameWidgets) {
     EXPECT_TRUE(switchAt(0).on());
 }
 
+TEST_F(WindowTest, FollowsWhileItIsVisible) {
+    window.hide();
+    first.contents[0].controls = {flag("e", 1)};
+    change(first);
+    EXPECT_EQ(window.lines().size(), 2U) << "nobody looks";
+    window.show();
+    ASSERT_EQ(window.lines().size(), 1U);
+    EXPECT_EQ(window.lines()[0]->control().key, u"e");
+}
+
 TEST_F(WindowTest, AHalfTypedNumberGoesToNoOtherCamera) {
     ControlDescription gain = flag("gain", 3);
     gain.kind = ControlShape::range;

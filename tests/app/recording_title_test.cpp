@@ -65,9 +65,12 @@ TEST(RecordingTitle, SaysThatThePictureIsSharedAlsoWhileRecording) {
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Seen – Panel"));
     EXPECT_GT(corner().blue(), 200);
     EXPECT_LT(corner().red(), 80);
+    const qint64 blue = window.windowIcon().cacheKey();
     title.setShared(QString());
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Panel"));
     EXPECT_EQ(corner(), QColor(Qt::yellow));
+    title.setShared(QStringLiteral("Seen"));
+    EXPECT_EQ(window.windowIcon().cacheKey(), blue) << "each icon is drawn once";
     QApplication::setWindowIcon({});
 }
 
