@@ -39,13 +39,17 @@ void RetryingCaptureInput::stop() {
 void RetryingCaptureInput::run() {
     for (;;) {
         const StreamOver over = streamOnce();
-        if (over.end == StreamEnd::gone && !isListed()) return;
+        if (isUnplugged(over.end)) return;
         const auto decision = policy_.after(over.end);
         if (decision.report) report(over);
         if (!decision.wait || waitForStop(*decision.wait)) return;
-        // Another camera may have its place by now.
-        if (over.end == StreamEnd::gone && !isListed()) return;
+        if (isUnplugged(over.end)) return; // another camera may have its place by now
     }
+}
+
+// A camera that is unplugged while its stream starts reports no more than a timeout.
+bool RetryingCaptureInput::isUnplugged(StreamEnd end) const {
+    return options_.isListed ? !options_.isListed() : end == StreamEnd::gone;
 }
 
 RetryingCaptureInput::Clock::time_point RetryingCaptureInput::frameCame() {

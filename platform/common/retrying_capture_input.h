@@ -21,8 +21,8 @@ struct CaptureInputOptions {
     std::function<std::string()> whoHolds;
     CaptureFormatRequest request = {};
     StreamPatience patience = {};
-    /// Whether a camera that its driver reports gone is still plugged in; if empty, it is not.  Called on the
-    /// input's thread.
+    /// Whether the camera is still plugged in; if empty, it is until its driver reports it gone.  Called on
+    /// the input's thread.
     std::function<bool()> isListed = {};
     std::shared_ptr<ThreadPriority> priority = {}; ///< of the stream's threads; may be null
 };
@@ -95,7 +95,7 @@ private:
     virtual bool waitForStop(std::chrono::milliseconds time) const = 0;
 
     void run();
-    bool isListed() const { return options_.isListed && options_.isListed(); }
+    bool isUnplugged(StreamEnd end) const;
     void report(StreamOver over);
 
     const std::shared_ptr<CaptureDevice> device_;

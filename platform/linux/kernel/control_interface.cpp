@@ -40,6 +40,7 @@ std::string reasonOf(int error) {
         case ETIMEDOUT:
             return "the camera does not answer";
         case ENODEV:
+        case ESHUTDOWN: // it goes just now
             return "the camera is gone";
         case ENOBUFS:
             return "the driver knows another length";

@@ -90,7 +90,7 @@ ScriptedInput::Run ends(StreamEnd end, const std::string& reason = "a reason") {
 
 class RetryingCaptureInputTest : public ::testing::Test {
 protected:
-    // Plays the runs and stops; `listed` answers in turn whether the camera is still plugged in.
+    // Plays the runs and stops; `listed` answers in turn whether the camera is still plugged in, then it is.
     void play(std::deque<ScriptedInput::Run> runs, std::deque<bool> listed = {}) {
         listed_ = std::move(listed);
         input = std::make_unique<ScriptedInput>(
@@ -107,7 +107,7 @@ protected:
     }
 
     bool nextListed() {
-        if (listed_.empty()) return false;
+        if (listed_.empty()) return true;
         const bool next = listed_.front();
         listed_.pop_front();
         return next;
@@ -150,6 +150,30 @@ TEST_F(RetryingCaptureInputTest, RestsWithoutAWordOnceTheCameraIsUnplugged) {
 TEST_F(RetryingCaptureInputTest, LooksOnceMoreAfterTheWaitWhetherTheCameraIsStillThere) {
     play({ends(StreamEnd::gone), ends(StreamEnd::gone), ends(StreamEnd::failed)}, {true, true, true, false});
     EXPECT_EQ(input->played, 2);
+}
+
+TEST_F(RetryingCaptureInputTest, LeavesTheCameraAloneThatTookThePlaceOfOneThatFailed) {
+    play({ends(StreamEnd::failed), ends(StreamEnd::failed)}, {true, false});
+    EXPECT_EQ(input->played, 1);
+    EXPECT_EQ(input->released, 1);
+}
+
+TEST_F(RetryingCaptureInputTest, SaysNothingOfAFailureThatIsAnUnplugging) {
+    for (const StreamEnd end : {StreamEnd::failed, StreamEnd::busy, StreamEnd::silent, StreamEnd::denied}) {
+        play({ends(end), ends(StreamEnd::failed)}, {false});
+        EXPECT_EQ(input->played, 1);
+        EXPECT_THAT(diagnostics.lines(), IsEmpty());
+        EXPECT_EQ(trouble.code, ErrorCode::none);
+    }
+}
+
+TEST_F(RetryingCaptureInputTest, WithoutADeviceListACameraIsUnpluggedWhenItsDriverSaysSo) {
+    ScriptedInput alone({.diagnostics = diagnostics, .whoHolds = {}, .patience = patience},
+                        {ends(StreamEnd::failed), ends(StreamEnd::gone), ends(StreamEnd::failed)});
+    alone.start(frames);
+    EXPECT_TRUE(alone.waitForEnd());
+    alone.stop();
+    EXPECT_EQ(alone.played, 2);
 }
 
 TEST_F(RetryingCaptureInputTest, GivesUpWithoutPermission) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <limits>
 #include <random>
 
 #include "fake_camera.h"
@@ -53,8 +54,8 @@ protected:
     }
 
     FakeCamera camera;
-    // How often the node is still listed after it failed like that of an unplugged camera.
-    std::atomic<int> listedTimes = 0;
+    // How often the node is found to be listed, if it is asked for.
+    std::atomic<int> listedTimes = std::numeric_limits<int>::max();
     std::atomic<int> listedAsked = 0;
     const std::shared_ptr<testing::RecordedPriorities> priorities =
         std::make_shared<testing::RecordedPriorities>();
@@ -287,6 +288,7 @@ TEST_F(KernelCaptureInputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuie
     ASSERT_TRUE(camera.deliver(wholeFrame));
     ASSERT_TRUE(sink.waitForFrames(1));
     const int before = camera.counts().requests;
+    listedTimes = 0;
     camera.vanish();
     ASSERT_TRUE(camera.waitForClosed(1));
     input->stop();
@@ -297,6 +299,7 @@ TEST_F(KernelCaptureInputTest, ACameraThatVanishesWhileItStreamsEndsTheInputQuie
 }
 
 TEST_F(KernelCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietly) {
+    listedTimes = 0;
     camera.vanish();
     start();
     ASSERT_TRUE(camera.waitForOpened(1));
@@ -305,8 +308,18 @@ TEST_F(KernelCaptureInputTest, ACameraThatIsGoneBeforeTheStartEndsTheInputQuietl
     EXPECT_THAT(diagnostics.lines(), IsEmpty());
 }
 
+TEST_F(KernelCaptureInputTest, ACameraThatIsUnpluggedWhileItsStreamStartsEndsTheInputQuietly) {
+    listedTimes = 0;
+    camera.failNext(VIDIOC_STREAMON, ETIMEDOUT);
+    start();
+    ASSERT_TRUE(camera.waitForClosed(1));
+    input->stop();
+    EXPECT_EQ(camera.counts().opened, 1);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+    expectTidy();
+}
+
 TEST_F(KernelCaptureInputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain) {
-    listedTimes = 100;
     for (const int error : {ENODEV, ENXIO})
         camera.failNext(0, error);
     start();
@@ -317,7 +330,6 @@ TEST_F(KernelCaptureInputTest, ANodeThatIsListedBeforeItCanBeOpenedIsTriedAgain)
 }
 
 TEST_F(KernelCaptureInputTest, ANodeThatStaysAfterItsStreamWasTakenAwayIsTriedAgain) {
-    listedTimes = 100;
     start();
     ASSERT_TRUE(camera.waitForStreamOn(1));
     ASSERT_TRUE(camera.deliver(wholeFrame));

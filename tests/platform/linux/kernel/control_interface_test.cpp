@@ -201,8 +201,11 @@ TEST_F(KernelInterface, AVanishedAndASilentCameraFail) {
     device->controls[V4L2_CID_HUE].setError = ETIMEDOUT;
     EXPECT_EQ(read(interface, 5, 4).status, ErrorCode::gone);
     EXPECT_EQ(write(interface, 5, 6, {0, 0}).status, ErrorCode::timeout);
+    device->controls[V4L2_CID_HUE].setError = ESHUTDOWN;
+    EXPECT_EQ(write(interface, 5, 6, {0, 0}).status, ErrorCode::gone);
     EXPECT_THAT(diagnostics.lines(), ElementsAre("/dev/video0: GET_CUR of gain: the camera is gone",
-                                                 "/dev/video0: SET_CUR of hue: the camera does not answer"));
+                                                 "/dev/video0: SET_CUR of hue: the camera does not answer",
+                                                 "/dev/video0: SET_CUR of hue: the camera is gone"));
 }
 
 TEST_F(KernelInterface, ClosesForGood) {
