@@ -3,10 +3,13 @@
 """Uses the real panel at random for a while, and watches what it holds and how fast its window answers.
 
 usage: soak.py PROGRAM --out FOLDER [--minutes M] [--seed S] [--answer-limit SECONDS] [--memory-slack MB]
-PROGRAM is plugged-panel.  The folder gets curves.svg, samples.csv, actions.log, panel.log, and stacks.txt if the panel hung.
+PROGRAM is plugged-panel.  The folder gets curves.svg, samples.csv, actions.log, panel.log, stacks.txt if the panel hung, and screen.png
+if it failed and ImageMagick is there.
 Exits with 77 if a tool is missing."""
 import pathlib
 import random
+import shutil
+import subprocess
 import sys
 import time
 
@@ -51,6 +54,7 @@ class Soak:
                 self.end(panel)
             except Failure as failure:
                 self.failures.append(str(failure))
+                self.keep_screen()
             finally:
                 self.sampler.close()
             if not self.failures:
@@ -86,6 +90,11 @@ class Soak:
         """Each movie that began must have been reported to have ended."""
         ended = {facts[0] for facts in stage.ended_movies}
         self.failures += [f"{file}: RecordingEnded did not come" for file in self.hands.movies if str(file) not in ended]
+
+    def keep_screen(self):
+        """Shows what stood in the way."""
+        if shutil.which("import"):
+            subprocess.run(["import", "-window", "root", self.out / "screen.png"], check=False, timeout=60)
 
     def conclude(self):
         home = self.out / "home"

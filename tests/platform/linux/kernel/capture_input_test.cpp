@@ -153,11 +153,9 @@ public:
 
     explicit SlowSink(FakeCamera& camera) : camera_(camera) {}
 
-    void deliverNext() {
-        Bytes frame(wholeFrame.size(), 0x80);
-        for (std::size_t i = 0; i < frame.size(); i += 2)
-            frame[i] = std::uint8_t(16 + delivered_ % shades * 24);
-        if (camera_.deliver(frame)) ++delivered_;
+    void deliverFirst() {
+        const std::lock_guard lock(mutex_);
+        deliverNext();
     }
 
     void consume(const SampleBuffer& sample) override {
@@ -177,9 +175,16 @@ public:
     }
 
 private:
+    void deliverNext() {
+        Bytes frame(wholeFrame.size(), 0x80);
+        for (std::size_t i = 0; i < frame.size(); i += 2)
+            frame[i] = std::uint8_t(16 + delivered_ % shades * 24);
+        if (camera_.deliver(frame)) ++delivered_;
+    }
+
     FakeCamera& camera_;
+    std::mutex mutex_; // guards the rest
     int delivered_ = 0;
-    std::mutex mutex_; // guards ages_
     std::condition_variable changed_;
     std::vector<int> ages_;
 };
@@ -191,7 +196,7 @@ TEST_F(KernelCaptureInputTest, ASlowReceiverGetsTheNewestFrameAndNotTheOldest) {
     SlowSink slow(camera);
     input->start(slow);
     ASSERT_TRUE(camera.waitForStreamOn(2));
-    slow.deliverNext();
+    slow.deliverFirst();
     const std::vector<int> ages = slow.waitForAges();
     ASSERT_EQ(ages.size(), std::size_t(SlowSink::pictures));
     EXPECT_LE(*std::ranges::max_element(ages), SlowSink::framesPerPicture) << "in frames, after the decoding";
