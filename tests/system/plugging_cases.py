@@ -6,6 +6,7 @@ TAVELO_PLUG_CYCLES says how many times.  Camera 2 stays, so that it is the panel
 import contextlib
 import json
 import os
+import pathlib
 import re
 import subprocess
 import time
@@ -38,6 +39,13 @@ class Stage(panel_cases.Stage):
             file.write(messages)
         self.complaints += tuple(line for line in messages.splitlines() if COMPLAINTS.search(line))
 
+    def keep_what_waits(self):
+        """If a camera did not come: what the kernel and the server of the cameras wait for."""
+        pathlib.Path("/proc/sysrq-trigger").write_text("w")
+        with open(f"{self.out}/waiting.log", "w", encoding="utf-8") as file:
+            for task, words in self.cameras.waiting():
+                file.write(f"{task}: {words}\n")
+
     def settled_resources(self):
         """The panel holds most while threads and requests of a change are still under way."""
         wait_for_camera(self, STAYS)
@@ -58,6 +66,7 @@ def stage(programs, out):
     try:
         yield stage
     finally:
+        stage.keep_what_waits()
         stage.keep_kernel_log()
         stage.close()
 

@@ -76,6 +76,11 @@ class VirtualCameras:
         finally:
             self._server.send_signal(signal.SIGCONT)
 
+    def waiting(self):
+        """(thread, function of the kernel that it waits in) of the server."""
+        tasks = pathlib.Path(f"/proc/{self._server.pid}/task").iterdir()
+        return [((task / "comm").read_text().strip(), (task / "wchan").read_text()) for task in tasks]
+
     def _answers(self):
         if self._server.poll() is not None:
             raise RuntimeError(f"tavelo-virtual-camera ended with status {self._server.returncode}")
@@ -122,14 +127,18 @@ class VirtualCameras:
     # ---------------------------------------------------------------- the cable
 
     def attach(self, camera):
-        """Returns once the kernel knows that something was plugged in."""
-        subprocess.run(["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"], check=True,
-                       capture_output=True, timeout=120)
+        """Returns once the kernel knows that something was plugged in.
+
+        The server may still serve the last connection, and the program fails if another camera comes or goes just now.
+        """
+        command = ["usbip", "attach", "-r", "127.0.0.1", "-b", f"1-{camera}"]
+        wait_until(f"camera {camera} to be attached",
+                   lambda: subprocess.run(command, check=False, capture_output=True, timeout=120).returncode == 0)
 
     def detach(self, camera):
         """Returns once its port is free, which may be before the camera's node is gone."""
         port = hub_port_of(camera)
-        subprocess.run(["usbip", "detach", "-p", str(port)], check=True, capture_output=True, timeout=120)
+        (HUB / "detach").write_text(str(port))
         wait_until(f"port {port} to be free", lambda: port not in ports_in_use())
 
     def plug(self, camera):
@@ -167,7 +176,7 @@ def ports_in_use():
 
 
 def hub_port_of(camera):
-    """`usbip port` leaves out a camera that the kernel has not addressed yet, but `usbip attach` keeps records."""
+    """From the records of `usbip attach`: `usbip port` leaves out a camera that the kernel has not addressed yet."""
     return next(port for port in ports_in_use() if (RECORDS / f"port{port}").read_text().endswith(f" 1-{camera}\n"))
 
 
