@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -46,7 +47,8 @@ TEST(RecordingTitle, ShowsARedDotAndTheTimeWhileRecording) {
 
 TEST(RecordingTitle, SaysThatThePictureIsSharedAlsoWhileRecording) {
     QPixmap plain(64, 64);
-    plain.fill(Qt::yellow);
+    plain.fill(Qt::transparent);
+    QPainter(&plain).fillRect(16, 0, 48, 64, Qt::yellow);
     QApplication::setWindowIcon(QIcon(plain));
     QWidget window;
     window.setWindowTitle(QStringLiteral("Panel"));
@@ -65,6 +67,7 @@ TEST(RecordingTitle, SaysThatThePictureIsSharedAlsoWhileRecording) {
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Seen – Panel"));
     EXPECT_GT(corner().blue(), 200);
     EXPECT_LT(corner().red(), 80);
+    EXPECT_EQ(window.windowIcon().pixmap(64, 64).toImage().pixelColor(4, 4).alpha(), 0);
     const qint64 blue = window.windowIcon().cacheKey();
     title.setShared(QString());
     EXPECT_EQ(window.windowTitle(), QStringLiteral("Panel"));
