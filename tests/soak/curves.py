@@ -7,7 +7,7 @@ from verdict import WARM_UP
 assert stage
 PANELS = (("memory", "Resident memory, MB"), ("descriptors", "File descriptors"), ("threads", "Threads"),
           ("answer", "Longest answer of the window, ms"))
-WIDTH, HEIGHT, LEFT, RIGHT, TOP, GAP = 900, 150, 70, 20, 70, 50
+WIDTH, HEIGHT, LEFT, RIGHT, TOP, GAP = 900, 150, 70, 20, 85, 50
 
 
 def top_of(values):
@@ -43,7 +43,7 @@ def panel(samples, field, title, top):
 def drawing(samples, subtitle):
     samples = sorted(samples, key=lambda one: one.seconds)
     parts = [label(LEFT, 24, "The panel, used at random; dots: at rest; grey: warm-up, which does not count", "start", 15),
-             label(LEFT, 42, subtitle, "start", 11)]
+             *(label(LEFT, 42 + 15 * number, line, "start", 11) for number, line in enumerate(subtitle.rsplit("; ", 1)))]
     for number, (field, title) in enumerate(PANELS):
         parts += panel(samples, field, title, TOP + number * (HEIGHT + GAP))
     return picture(WIDTH, TOP + len(PANELS) * (HEIGHT + GAP), parts)
