@@ -40,7 +40,7 @@ class Stage(panel_cases.Stage):
         self.complaints += tuple(line for line in messages.splitlines() if COMPLAINTS.search(line))
 
     def keep_what_waits(self):
-        """If a camera did not come: what the kernel and the server of the cameras wait for."""
+        """What the kernel and the server of the cameras wait for, in case that a camera did not come."""
         pathlib.Path("/proc/sysrq-trigger").write_text("w")
         with open(f"{self.out}/waiting.log", "w", encoding="utf-8") as file:
             for task, words in self.cameras.waiting():

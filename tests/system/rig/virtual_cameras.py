@@ -78,8 +78,11 @@ class VirtualCameras:
 
     def waiting(self):
         """(thread, function of the kernel that it waits in) of the server."""
-        tasks = pathlib.Path(f"/proc/{self._server.pid}/task").iterdir()
-        return [((task / "comm").read_text().strip(), (task / "wchan").read_text()) for task in tasks]
+        found = []
+        for task in pathlib.Path(f"/proc/{self._server.pid}/task").iterdir():
+            with contextlib.suppress(OSError):  # it ended meanwhile
+                found.append(((task / "comm").read_text().strip(), (task / "wchan").read_text()))
+        return found
 
     def _answers(self):
         if self._server.poll() is not None:
