@@ -18,6 +18,7 @@ SIZES = ("320x240", "640x480", "1280x720", "1920x1080", "")  # of pictures; the 
 CONTROLS = ("brightness", "contrast", "saturation", "white-balance-temperature", "sharpness", "zoom", "pan", "tilt", "focus",
             "exposure-time", "backlight-compensation")
 MESSAGE_PATIENCE = 3  # seconds
+CLOSING_PATIENCE = 2  # seconds that a window may take to close before it is asked again
 # Method: how often, compared with the others.
 ACTIONS = {"switch_camera": 10, "drag_slider": 14, "set_controls": 6, "recall_profile": 8, "store_profile": 5, "restore_defaults": 3,
            "mirror": 4, "power_line": 3, "record": 6, "stop_recording": 5, "take_still": 6, "save_picture": 2, "record_by_key": 2,
@@ -249,10 +250,15 @@ class Hands:
 
     def close_others(self):
         """Closes whatever is in front of the panel."""
+        asked = {}  # when each window was asked to close
+
         def are_closed():
             for window in self.others():
-                if xdotool("getwindowfocus").strip() == window:  # otherwise another one would be closed
+                if time.monotonic() < asked.get(window, 0) + CLOSING_PATIENCE:
+                    continue  # a second key could close the panel behind it
+                if xdotool("getwindowfocus").strip() == window:
                     xdotool("key", "alt+F4")
+                    asked[window] = time.monotonic()
                 else:
                     xdotool("windowactivate", window)
             return not self.others()
@@ -290,7 +296,8 @@ class Hands:
         first = panel.call("List")[0][0]["Identifier"]
 
         def shows_first():
-            self.click(CAMERA_BUTTONS[1])
+            if not self.click(CAMERA_BUTTONS[1]):
+                self.show_panel()
             return panel.property("ShownCamera") == first
 
         panel.wait_until("the first camera", shows_first)
