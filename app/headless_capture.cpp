@@ -21,8 +21,6 @@ using namespace std::chrono_literals;
 constexpr auto pollInterval = 10ms;
 // Cameras adjust their exposure during the first pictures; a still must not show that.
 constexpr std::uint64_t picturesBeforeAStill = 10;
-// Long enough for a slow, emulated machine.
-constexpr auto patience = 20s;
 constexpr QRect viewFrame(0, 0, 640, 360); // never shown
 
 std::optional<std::size_t> numberOf(const std::string& text) {
@@ -94,7 +92,7 @@ std::shared_ptr<CaptureDevice> HeadlessCapture::chosenCamera() {
 void HeadlessCapture::poll() {
     const std::uint64_t pictures = view_->mtkView()->drawnFrames();
     if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
-    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > patience;
+    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > options_.patience;
 
     if (state_ == State::waiting) {
         if (soundIsMissing()) return;

@@ -23,6 +23,8 @@ struct HeadlessCaptureOptions {
     bool mirror = false;
     /// Of the movie.
     SoundChoice sound;
+    /// For the next picture; long enough for a slow, emulated machine.
+    std::chrono::milliseconds patience{20'000};
 };
 
 } // namespace tavelo

@@ -14,8 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto recordingPoll = 10ms;
-// Shorter than a client's patience, long enough for a slow, emulated machine.
-constexpr auto recordingPatience = 15s;
 
 } // namespace
 
@@ -45,7 +43,7 @@ PanelRecording::~PanelRecording() {
 void PanelRecording::poll() {
     const std::uint64_t pictures = view_.mtkView()->drawnFrames();
     if (std::exchange(pictures_, pictures) != pictures) silence_.restart();
-    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > recordingPatience;
+    const bool silent = std::chrono::milliseconds(silence_.elapsed()) > request_.patience;
 
     switch (state_) {
         case State::waiting:

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -38,6 +39,8 @@ public:
         std::optional<PanelHost::Seconds> duration; ///< absent: until stop()
         SoundChoice sound;
         PanelHost::Handler started; ///< called once; with an error nothing else follows
+        /// For the next picture; shorter than a client's, long enough for a slow, emulated machine.
+        std::chrono::milliseconds patience{15'000};
     };
 
     /// @param view must outlive this object

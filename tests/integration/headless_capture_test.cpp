@@ -12,10 +12,10 @@
 #include <thread>
 
 #include "movie_facts.h"
-#include "platform/common/standard_capture_session.h"
 #include "platform/linux/movie/ffmpeg_asset_writer_platform.h"
 #include "platform/virtual/backend.h"
 #include "process/qt_main_queue.h"
+#include "support/camera_that_falls_silent.h"
 #include "support/fake_sounds.h"
 #include "support/recorded_diagnostics.h"
 #include "video/fake_asset_writer.h"
@@ -283,21 +283,9 @@ private:
     const bool makesInput_;
 };
 
-class UnavailablePlatform final : public CapturePlatform {
-public:
-    UnavailablePlatform(Error why, bool makesInput)
-        : camera_(std::make_shared<UnavailableCamera>(std::move(why), makesInput)) {}
-    std::vector<std::shared_ptr<CaptureDevice>> devicesWithMediaType(MediaType) override { return {camera_}; }
-    std::unique_ptr<CaptureSession> makeSession() override { return makeStandardCaptureSession(); }
-    void addObserver(CaptureDeviceObserver*) override {}
-    void removeObserver(CaptureDeviceObserver*) override {}
-
-private:
-    const std::shared_ptr<CaptureDevice> camera_;
-};
-
 TEST_F(HeadlessCaptureTest, ReportsABusyCameraAndItsHolderAtOnce) {
-    UnavailablePlatform busy({ErrorCode::busy, "busy: in use by cheese, process 20"}, true);
+    testing::PlatformOfOneCamera busy(std::make_shared<UnavailableCamera>(
+        Error{ErrorCode::busy, "busy: in use by cheese, process 20"}, true));
     for (const HeadlessCaptureOptions& options : {still(file("busy.png")), movie(file("busy.mp4"), 1s)}) {
         QElapsedTimer clock;
         clock.start();
@@ -313,11 +301,35 @@ TEST_F(HeadlessCaptureTest, ReportsABusyCameraAndItsHolderAtOnce) {
 TEST_F(HeadlessCaptureTest, ReportsMissingRightsAtOnce) {
     const Error denied{ErrorCode::denied, "cannot open /dev/video0: Permission denied"};
     for (const bool makesInput : {true, false}) {
-        UnavailablePlatform platform(denied, makesInput);
+        testing::PlatformOfOneCamera platform(std::make_shared<UnavailableCamera>(denied, makesInput));
         const Outcome outcome = run(still(file("denied.png")), {}, &platform);
         EXPECT_EQ(outcome.status, 5);
         EXPECT_THAT(outcome.errors, HasSubstr("no picture: cannot open /dev/video0: Permission denied\n"));
     }
+}
+
+TEST_F(HeadlessCaptureTest, ACameraThatFallsSilentEndsTheMovieOnceItsPatienceIsOver) {
+    constexpr int pictures = 100;
+    const auto camera = std::make_shared<testing::CameraThatFallsSilent>(pictures);
+    testing::PlatformOfOneCamera platform(camera);
+    HeadlessCaptureOptions options = movie(file("silent.mp4"), {});
+    options.patience = 2s; // the pictures come for longer
+    const Outcome outcome = run(options, {}, &platform);
+    EXPECT_EQ(camera->delivered(), pictures) << "it was cut short while they still came";
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors,
+              "headless_capture_test: " + options.file + ": cut short: the camera fell silent\n");
+    EXPECT_GT(testing::decodedPictureCount(options.file), 0U);
+}
+
+TEST_F(HeadlessCaptureTest, ACameraWithoutAPictureIsAnErrorOnceItsPatienceIsOver) {
+    testing::PlatformOfOneCamera platform(std::make_shared<testing::CameraThatFallsSilent>(0));
+    HeadlessCaptureOptions options = still(file("black.png"));
+    options.patience = 200ms;
+    const Outcome outcome = run(options, {}, &platform);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "headless_capture_test: " + options.file +
+                                  ": not written: the camera delivers no picture\n");
 }
 
 TEST_F(HeadlessCaptureTest, ReportsWhatIsKeptOfAFailedMovie) {
