@@ -103,6 +103,19 @@ TEST_F(UnitModelTest, HasTheShapeThatTheDescriptionSays) {
     EXPECT_EQ(all[2].kind, ControlShape::flag);
 }
 
+TEST_F(UnitModelTest, AMeasureStandsApartFromTheNumberUnlessItIsADegree) {
+    for (const auto& [measure, suffix] : {std::pair{"", ""}, {"°", "°"}, {"ms", " ms"}}) {
+        std::vector<ExtensionControl> measured = controlsWithWords();
+        measured[1].measure = measure;
+        const ControlCatalog other(measured);
+        UnitControlModel second{{manager, bundle, other, {}}};
+        QSignalSpy answers(&second, &ControlModel::changed);
+        second.ask();
+        ASSERT_TRUE(answers.wait(20'000));
+        EXPECT_EQ(second.groups().front().controls.at(1).suffix.toStdString(), suffix);
+    }
+}
+
 TEST_F(UnitModelTest, AWrittenValueIsTheOneThatTheCameraTook) {
     ask();
     EXPECT_TRUE(model.write(QStringLiteral("lamp-mode"), 2, false));

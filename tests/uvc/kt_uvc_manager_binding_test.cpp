@@ -75,6 +75,21 @@ TEST_F(BindingTest, SixDigitLocationIsFoundInTheThirdReading) {
     EXPECT_EQ(manager->deviceLocationID(), 0x142000U);
 }
 
+TEST_F(BindingTest, SmallestLocationIsFoundThoughItsShorterReadingsAreZero) {
+    plugInAt(0x5);
+    ASSERT_TRUE(manager->refreshDataWithUniqueIDString("0x000000051bcf2b90"));
+    EXPECT_EQ(manager->deviceLocationID(), 0x5U);
+}
+
+TEST_F(BindingTest, WithoutAProberNoCameraIsBoundAndTheBusIsNotAsked) {
+    KTUVCManager other(KTUVCEnvironment{&platform, nullptr, [this] { return now; }});
+    ASSERT_EQ(other.prober(), nullptr);
+    EXPECT_FALSE(other.uniqueIDIsCorrect(uniqueID));
+    EXPECT_FALSE(other.refreshDataWithUniqueIDString(uniqueID));
+    EXPECT_EQ(other.device(), nullptr);
+    EXPECT_EQ(platform.walks, 0);
+}
+
 TEST_F(BindingTest, UniqueIDWithoutLocationIsRefused) {
     platform.records.push_back(std::make_shared<BusProberDevice>()); // its location is 0
     manager->prober()->refreshData(false);

@@ -90,8 +90,12 @@ TEST(StreamingDescription, AFrameBasedFrameHasItsLineLengthBeforeTheIntervals) {
     const auto found = described({stream({guidFormat(0x10, 1, "H264"), frame})});
     ASSERT_EQ(found.formats.at(0).frames.size(), 1U);
     EXPECT_EQ(found.formats[0].name(), "H264");
-    EXPECT_EQ(found.formats[0].frames[0].defaultInterval, 333'333U);
-    EXPECT_THAT(found.formats[0].frames[0].intervals, ElementsAre(400'000));
+    const DescribedFrame& read = found.formats[0].frames[0];
+    EXPECT_EQ(read.width, 640);
+    EXPECT_EQ(read.height, 360);
+    EXPECT_EQ(read.defaultInterval, 333'333U);
+    EXPECT_FALSE(read.isContinuous);
+    EXPECT_THAT(read.intervals, ElementsAre(400'000));
 }
 
 TEST(StreamingDescription, ReadsAContinuousRange) {
