@@ -328,8 +328,8 @@ TEST_F(HeadlessCaptureTest, ACameraWithoutAPictureIsAnErrorOnceItsPatienceIsOver
     options.patience = 200ms;
     const Outcome outcome = run(options, {}, &platform);
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.errors, "headless_capture_test: " + options.file +
-                                  ": not written: the camera delivers no picture\n");
+    EXPECT_EQ(outcome.errors,
+              "headless_capture_test: " + options.file + ": not written: the camera delivers no picture\n");
 }
 
 TEST_F(HeadlessCaptureTest, ReportsWhatIsKeptOfAFailedMovie) {

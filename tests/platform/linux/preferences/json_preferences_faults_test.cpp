@@ -47,10 +47,12 @@ protected:
     QString path() const { return folder_.filePath(QStringLiteral("panel.json")); }
     std::string folder() const { return folder_.path().toStdString(); }
 
-    std::string content() const {
-        QFile file(path());
+    /// Of the file with this after its name; empty if there is none.
+    std::string contentOf(const std::string& suffix) const {
+        QFile file(path() + QString::fromStdString(suffix));
         return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
     }
+    std::string content() const { return contentOf(""); }
     std::string expectedOldContent() const { return GetParam().hasFile ? oldContent.toStdString() : ""; }
 
     /// The value under the key in the complete file.
@@ -75,6 +77,12 @@ protected:
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         ASSERT_EQ(file.write(oldContent), oldContent.size());
         ASSERT_TRUE(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner)); // a save must keep these
+    }
+
+    void breakFile(const std::string& content) const {
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray::fromStdString(content));
     }
 
     void prepare(FailingCalls& failing) const {
@@ -218,22 +226,28 @@ TEST_P(Faults, EachCallThatFailsOnceEitherCostsNothingOrIsReportedAndKeepsTheOld
     EXPECT_GT(reported, 15U);
 }
 
-TEST_P(Faults, KeepsEveryBrokenFileWhereRenamingCannotCheckForAnother) {
-    for (const char* broken : {"first", "second"}) {
-        QFile file(path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(broken);
-        file.close();
+TEST_P(Faults, KeepsEveryBrokenFileIfRenamingCannotCheckForAnother) {
+    std::vector<std::string> names;
+    for (const int error : {EINVAL, ENOSYS, EINVAL}) {
+        const std::string broken = "broken " + std::to_string(names.size());
+        breakFile(broken);
         const Outcome outcome =
-            save("new", [](FailingCalls& failing) { failing.failAlways("renameat2", EINVAL); });
-        EXPECT_THAT(outcome.said, ::testing::HasSubstr("kept as ")) << broken;
+            save("new", [error](FailingCalls& failing) { failing.failAlways("renameat2", error); });
+        names.push_back(names.empty() ? ".broken" : ".broken-" + std::to_string(names.size() + 1));
+        EXPECT_THAT(outcome.said, HasSubstr("kept as " + path().toStdString() + names.back() + '\n'));
+        EXPECT_EQ(contentOf(names.back()), broken);
     }
-    const auto kept = [this](const char* suffix) {
-        QFile file(path() + QLatin1String(suffix));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    };
-    EXPECT_EQ(kept(".broken"), "first");
-    EXPECT_EQ(kept(".broken-2"), "second");
+    EXPECT_EQ(contentOf(names.front()), "broken 0");
+}
+
+TEST_P(Faults, ABrokenFileThatCannotBeRenamedIsKeptInItsPlace) {
+    breakFile("broken");
+    const Outcome outcome =
+        save("new", [](FailingCalls& failing) { failing.failAlways("renameat2", EACCES); });
+    EXPECT_FALSE(outcome.saved);
+    EXPECT_THAT(outcome.said, HasSubstr("and cannot be renamed (Permission denied)"));
+    EXPECT_EQ(content(), "broken");
+    EXPECT_EQ(leftBehind(), "");
 }
 
 TEST_P(Faults, ASignalInterruptsNoSave) {
