@@ -57,7 +57,7 @@ private:
         if (message.member() != QStringLiteral("ReadAll")) return false;
         groups_ = message.arguments().value(0).toStringList();
         ++calls_;
-        return bus.send(message.createReply(answer_));
+        return bus.send(answer_.isValid() ? message.createReply(answer_) : message.createReply());
     }
 
     QDBusConnection bus_;
@@ -99,6 +99,8 @@ protected:
 TEST_F(DesktopLookTest, ContrastThatThePortalNamesMakesThePaletteWhiteOnBlack) {
     startWith(QVariant::fromValue(Settings{{appearance, {{QStringLiteral("contrast"), 1U}}}}));
     await(contrast);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Highlight), QColor(Qt::white));
+    EXPECT_EQ(QApplication::palette().color(QPalette::HighlightedText), QColor(Qt::black));
     EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipBase), QColor(Qt::black));
     EXPECT_THAT(portal_.groups(), testing::UnorderedElementsAre(appearance, accessibility, desktop));
 }
@@ -164,6 +166,22 @@ TEST_F(DesktopLookTest, AnswerOfAnotherFormIsLeftAlone) {
     startWith(QStringLiteral("what"));
     EXPECT_EQ(QApplication::palette(), before);
     EXPECT_EQ(QApplication::font(), font_);
+}
+
+TEST_F(DesktopLookTest, AnswerWithoutContentIsLeftAlone) {
+    startWith(QVariant());
+    EXPECT_FALSE(contrast());
+    EXPECT_EQ(QApplication::font(), font_);
+}
+
+TEST_F(DesktopLookTest, AFontWhoseSizeIsInPixelsKeepsIt) {
+    QFont pixels = font_;
+    pixels.setPixelSize(17);
+    QApplication::setFont(pixels);
+    startWith(QVariant::fromValue(Settings{{appearance, {{QStringLiteral("contrast"), 1U}}},
+                                           {desktop, {{QStringLiteral("text-scaling-factor"), 2.0}}}}));
+    await(contrast);
+    EXPECT_EQ(QApplication::font().pixelSize(), 17);
 }
 
 TEST_F(DesktopLookTest, PortalThatAppearsLaterIsFollowed) {

@@ -93,6 +93,14 @@ TEST_F(UnitControls, ANameOfSeveralUnitsHasTheWordsOfTheChosenCameras) {
     EXPECT_THAT(failure({"set", "field-of-view=round"}), HasSubstr("2: field-of-view: \"round\" is not "));
 }
 
+TEST_F(UnitControls, AWrongWordIsSaidBeforeACameraIsLookedFor) {
+    camera(1)->vanish();
+    EXPECT_EQ(failure({"set", "brightness=wide"}).substr(0, 15), "2: brightness: ");
+    EXPECT_EQ(failure({"set", "hdr=dim"}).substr(0, 8), "2: hdr: ");
+    EXPECT_EQ(failure({"set", "lamp-mode=dim"}).substr(0, 14), "2: lamp-mode: ");
+    EXPECT_EQ(failure({"set", "hdr=on"}), "3: no camera is plugged in");
+}
+
 TEST_F(UnitControls, AreReachedInACameraThatHasNoOthers) {
     camera(1)->order({.kind = FaultKind::stall});
     EXPECT_EQ(output({"set", "lamp-mode=blink"}), "");

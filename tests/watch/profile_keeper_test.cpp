@@ -157,6 +157,13 @@ TEST_F(ProfileKeeperTest, PutsBackWhatAnotherProgramChangedAfterAQuietSecond) {
     EXPECT_EQ(clock.waiting(), 0U);
 }
 
+TEST_F(ProfileKeeperTest, ManyChangesAreAwaitedOnce) {
+    start();
+    for (const std::int64_t brightness : {5, 6, 7})
+        disturb(brightness);
+    EXPECT_EQ(clock.waiting(), 1U);
+}
+
 TEST_F(ProfileKeeperTest, WithoutKeepingNothingIsPutBack) {
     start();
     options.keep = false;

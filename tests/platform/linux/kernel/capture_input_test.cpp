@@ -372,6 +372,16 @@ TEST_F(KernelCaptureInputTest, ABrokenQueueIsOpenedAgain) {
     EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Input/output error")));
 }
 
+TEST_F(KernelCaptureInputTest, ANodeThatHangsUpWithoutAReasonIsOpenedAgain) {
+    start();
+    ASSERT_TRUE(camera.waitForStreamOn(1));
+    camera.hangUp();
+    ASSERT_TRUE(camera.waitForStreamOn(2)) << "it would be asked for its frame without end";
+    ASSERT_TRUE(camera.deliver(wholeFrame));
+    EXPECT_TRUE(sink.waitForFrames(1));
+    EXPECT_THAT(diagnostics.lines(), ElementsAre(HasSubstr("Input/output error")));
+}
+
 TEST_F(KernelCaptureInputTest, AStreamThatFallsSilentIsRestartedAndSaysSoOnce) {
     start(impatient);
     ASSERT_TRUE(camera.waitForStreamOn(1));

@@ -278,6 +278,11 @@ void FakeCamera::breakQueue() {
     state_->ready.reset();
 }
 
+void FakeCamera::hangUp() {
+    const std::lock_guard lock(state_->mutex);
+    state_->ready.reset();
+}
+
 bool FakeCamera::waitForStreamOn(int count) {
     return state_->waitUntil([this, count] { return state_->counts.streamOn >= count; });
 }

@@ -65,6 +65,9 @@ public:
     /// The descriptor hangs up like on a queue error; requests return EIO until the node is opened again.
     void breakQueue();
 
+    /// The descriptor hangs up, but no request says why: there is just no frame.
+    void hangUp();
+
     // Each waits up to ten seconds for the count; false on timeout.
     bool waitForStreamOn(int count);
     bool waitForClosed(int count);
