@@ -96,6 +96,36 @@ TEST_F(CameraModelTest, WithoutACameraThereIsNothing) {
     model.ask(); // nobody to ask
 }
 
+TEST_F(CameraModelTest, TheCameraIsAskedOnceForEachBinding) {
+    bound.camera->clearRequestLog();
+    QSignalSpy answers(&model, &ControlModel::changed);
+    model.ask();
+    model.ask(); // it is being asked
+    ASSERT_TRUE(answers.wait(20'000));
+    const std::size_t once = bound.camera->requestLog().size();
+    EXPECT_GT(once, 0U);
+    model.ask(); // it has answered
+    QThreadPool::globalInstance()->waitForDone();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(answers.count(), 1);
+    EXPECT_EQ(bound.camera->requestLog().size(), once);
+
+    bound.bind();
+    bound.camera->clearRequestLog();
+    model.ask();
+    ASSERT_TRUE(answers.wait(20'000));
+    EXPECT_EQ(bound.camera->requestLog().size(), once);
+}
+
+TEST_F(CameraModelTest, AnAnswerToAnEarlierBindingIsAskedForAgain) {
+    QSignalSpy answers(&model, &ControlModel::changed);
+    model.ask();
+    bound.bind();
+    ASSERT_TRUE(answers.wait(20'000));
+    EXPECT_EQ(answers.count(), 1);
+    EXPECT_EQ(described("auto-exposure-mode").choices.size(), 2U) << "only the camera knows which it has";
+}
+
 TEST_F(CameraModelTest, ARangeHasItsLimitsDefaultAndValue) {
     manager.setContrastWithComplitionHandle(7, {});
     const ControlDescription contrast = described("contrast");

@@ -34,6 +34,25 @@ TEST(H264Level, IsTheNextOneIfTheVideoIsATenthFaster) {
             << video->level;
 }
 
+// ITU-T H.264, table A-1: macroblocks a second.  Cameras are a little faster than they say.
+TEST(H264Level, AllowsSixPercentMoreThanTheStandard) {
+    struct Limit {
+        int level;
+        double blocks;
+        int next;
+    };
+    constexpr Limit limits[]{
+        {10, 1485, 11},   {11, 3000, 12},    {12, 6000, 13},    {13, 11880, 21},
+        {21, 19800, 22},  {22, 20250, 30},   {30, 40500, 31},   {31, 108000, 32},
+        {32, 216000, 40}, {40, 245760, 42},  {42, 522240, 50},  {50, 589824, 51},
+        {51, 983040, 52}, {52, 2073600, 60}, {60, 4177920, 61}, {61, 8355840, 62},
+    };
+    for (const Limit& limit : limits) {
+        EXPECT_EQ(h264LevelFor(16, 16, limit.blocks * 1.06 - 0.5), limit.level);
+        EXPECT_EQ(h264LevelFor(16, 16, limit.blocks * 1.06 + 0.5), limit.next);
+    }
+}
+
 TEST(H264Level, CountsPartsOfAMacroblockAsWholeOnes) {
     EXPECT_EQ(h264LevelFor(1281, 720, 30 * 1.06), 32);
     EXPECT_EQ(h264LevelFor(1280, 721, 30 * 1.06), 32);

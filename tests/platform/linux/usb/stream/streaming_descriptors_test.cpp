@@ -182,6 +182,22 @@ TEST(StreamingDescriptors, ASuperSpeedCompanionTellsWhatAnIntervalCarries) {
     EXPECT_THAT(packetSizes(found), ElementsAre(0xB000, 1024, 1024));
 }
 
+TEST(StreamingDescriptors, ACompanionBelongsToNoEndpointOfAnEarlierSetting) {
+    const auto found = read(join(
+        {setting(1, 1), endpoint(0x81, 5, 1024), setting(1, 2), companion(0xB000), endpoint(0x81, 5, 512)}));
+    EXPECT_THAT(packetSizes(found), ElementsAre(1024, 512));
+}
+
+TEST(StreamingDescriptors, TheFirstOfEqualSettingsIsTaken) {
+    const auto found = read(join({setting(1, 1), endpoint(0x81, 5, 1024), setting(1, 2),
+                                  endpoint(0x81, 5, 512), setting(1, 3), endpoint(0x81, 5, 512)}));
+    ASSERT_NE(settingFor(found, 500), nullptr);
+    EXPECT_EQ(settingFor(found, 500)->alternate, 2);
+    EXPECT_EQ(settingFor(found, 512)->alternate, 2);
+    EXPECT_EQ(settingFor(found, 513)->alternate, 1);
+    EXPECT_EQ(settingFor(found, 1025), nullptr);
+}
+
 TEST(StreamingDescriptors, OtherInterfacesAreNotOurs) {
     const Bytes first = join({jpegFormat(1), frame(7, 1, 64, 48, 1, {fps30}), endpoint(0x81, 2, 512)});
     const Bytes second = join({jpegFormat(1), frame(7, 1, 32, 24, 1, {fps30}), endpoint(0x83, 2, 512)});
