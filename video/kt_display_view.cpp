@@ -47,8 +47,6 @@ KTDisplayView::KTDisplayView(const QRect& frame, RendererChoice renderer,
 
 KTDisplayView::~KTDisplayView() {
     detach();
-    captureQueue_.reset();
-    captureSession_.reset();
 }
 
 void KTDisplayView::layout() {

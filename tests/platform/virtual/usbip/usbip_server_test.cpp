@@ -4,10 +4,15 @@
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <atomic>
+#include <chrono>
+#include <ctime>
 #include <future>
+#include <thread>
+#include <vector>
 
 #include "fake_gadget.h"
 #include "platform/common/file_descriptor.h"
@@ -42,6 +47,13 @@ protected:
         auto client = std::make_unique<UsbipClient>(server_->port());
         EXPECT_EQ(client->import(busId), 0U);
         return client;
+    }
+
+    /// True if the process sleeps most of the next 300 ms: no thread of the server asks again and again.
+    static bool sleeps() {
+        const std::clock_t before = std::clock();
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return std::clock() - before < CLOCKS_PER_SEC / 20;
     }
 
     std::unique_ptr<UsbipServer> server_;
@@ -298,6 +310,32 @@ TEST_F(UsbipServerTest, TwoDevicesAnswerTheirOwnClients) {
     const auto second = attach("1-2");
     EXPECT_THAT(second->control({0xA1, 0x81, 0, 0, 0, 5, 1, 0})->data, ElementsAre(2));
     EXPECT_THAT(first->control({0xA1, 0x81, 0, 0, 0, 5, 1, 0})->data, ElementsAre(1));
+}
+
+TEST_F(UsbipServerTest, SleepsOnceAConnectionHasEnded) {
+    plug("1-1");
+    const auto client = attach("1-1");
+    client->finishSending();
+    EXPECT_TRUE(client->ends());
+    EXPECT_TRUE(sleeps());
+}
+
+TEST_F(UsbipServerTest, WaitsForADescriptorIfAllAreInUse) {
+    plug("1-1");
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{64, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<FileDescriptor> others;
+    for (int other = ::dup(0); other >= 0; other = ::dup(0))
+        others.emplace_back(other);
+    ASSERT_FALSE(others.empty());
+    others.pop_back();
+    UsbipClient client(server_->port()); // takes the last one
+    EXPECT_TRUE(sleeps());
+    others.clear();
+    EXPECT_EQ(client.import("1-1"), 0U);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
 }
 
 TEST_F(UsbipServerTest, StoppingUnplugsEveryClient) {
