@@ -6,10 +6,13 @@
 #include <QApplication>
 #include <QFocusFrame>
 #include <QTest>
+#include <initializer_list>
+#include <vector>
 
 #include "app/resources/resource_bundle.h"
 #include "video/kt_display_view.h"
 #include "widgets/image_view.h"
+#include "widgets/kt_camera_button.h"
 #include "widgets/kt_check_button.h"
 #include "widgets/kt_profile_button.h"
 #include "widgets/kt_slider.h"
@@ -90,6 +93,34 @@ TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
     EXPECT_EQ(rings(), 0) << "unplugging a camera must not show a ring";
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(rings(), 1);
+}
+
+TEST_F(PanelLook, TabGoesThroughTheSettingsFromTopToBottomAndThenThroughThePreviewsColumn) {
+    std::vector<QWidget*> expected{view_.camera1Button(), view_.camera2Button()};
+    for (auto row = view_.rows().rbegin(); row != view_.rows().rend(); ++row)
+        expected.push_back(row->slider); // the first row is the lowest, as the layout counts upwards
+    for (QWidget* each :
+         std::initializer_list<QWidget*>{view_.mirrorSwitch(), view_.hz50Button(), view_.hz60Button()})
+        expected.push_back(each);
+    for (QWidget* button : view_.profileButtons())
+        expected.push_back(button);
+    for (QWidget* each :
+         {view_.saveProfileButton(), view_.restoreProfileButton(), view_.minButton(), view_.closeButton()})
+        expected.push_back(each);
+    for (QWidget* each : expected)
+        each->setEnabled(true);
+    view_.show();
+    QApplication::setActiveWindow(&view_);
+    view_.camera1Button()->setFocus();
+    std::vector<QWidget*> visited;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        visited.push_back(QApplication::focusWidget());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_EQ(visited, expected);
+    EXPECT_EQ(QApplication::focusWidget(), view_.camera1Button());
+    for (std::size_t i = 1; i < panelRowCount; ++i)
+        EXPECT_GT(view_.rows()[i - 1].slider->y(), view_.rows()[i].slider->y());
 }
 
 TEST_F(PanelLook, TheWindowIsTransparentOutsideItsRoundCorners) {

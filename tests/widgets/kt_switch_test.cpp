@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -69,6 +71,17 @@ TEST(KTSwitch, TakesSpaceAndEnter) {
     QTest::keyClick(&mirror, Qt::Key_Enter);
     EXPECT_EQ(clicks.count(), 3);
     EXPECT_FALSE(mirror.on());
+}
+
+TEST(KTSwitch, AHeldKeyIsOneClickAndOtherKeysAreNone) {
+    KTSwitch mirror;
+    QSignalSpy clicks(&mirror, &KTSwitch::clicked);
+    for (const bool again : {false, true, true}) {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), again);
+        QApplication::sendEvent(&mirror, &press);
+    }
+    QTest::keyClick(&mirror, Qt::Key_A);
+    EXPECT_EQ(clicks.count(), 1);
 }
 
 TEST(KTSwitch, DoesNothingWhileDisabled) {

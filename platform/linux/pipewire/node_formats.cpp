@@ -19,7 +19,6 @@ const pw_core_events NodeFormats::coreEvents = [] {
     events.done = [](void* data, std::uint32_t id, int number) {
         auto* const self = static_cast<NodeFormats*>(data);
         if (id != PW_ID_CORE || number != self->last_) return;
-        self->last_ = 0;
         self->answer_(self->modes_);
     };
     return events;

@@ -82,6 +82,8 @@ TEST_F(BufferMemoryTest, TheHeaderHasTheTimeAndTheDamage) {
     EXPECT_TRUE(frameIn(buffer_, nullptr).damaged);
     header_.flags = SPA_META_HEADER_FLAG_DISCONT;
     EXPECT_FALSE(frameIn(buffer_, nullptr).damaged);
+    header_.pts = 0; // a source without a clock
+    EXPECT_FALSE(frameIn(buffer_, nullptr).time);
     buffer_.n_metas = 0;
     EXPECT_FALSE(frameIn(buffer_, nullptr).time);
 }
