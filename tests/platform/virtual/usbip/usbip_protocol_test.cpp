@@ -137,6 +137,8 @@ TEST(UsbipProtocol, CutsTextsThatAreLongerThanTheirField) {
 TEST(UsbipProtocol, APacketDescriptorKeepsItsPlaceOnTheWayThroughTheServer) {
     const std::array<std::uint8_t, isoPacketSize> asked{0, 0, 1, 0, 0, 0, 2, 0, 9, 9, 9, 9, 9, 9, 9, 9};
     IsoPacket packet = decodeIsoPacket(asked);
+    EXPECT_EQ(packet.actualLength, 0U) << "nothing has come for it yet";
+    EXPECT_EQ(packet.status, UrbStatus::ok);
     packet.actualLength = 3;
     std::array<std::uint8_t, isoPacketSize> answered{};
     encodeIsoPacket(packet, answered);
