@@ -138,6 +138,7 @@ TEST_F(MovieEncoderTest, CardThatFailsInTheMiddleIsReplacedAndNoFrameIsLost) {
         for (const std::size_t picture : {0U, 1U, 24U, 25U, 26U, 99U})
             EXPECT_NEAR(decoded.at(picture, 40, 20).red, quarters[0].red, 6) << picture;
     }
+    EXPECT_THAT(diagnostics_.lines(), Contains(HasSubstr("H.264 by the graphics card: a card that fails")));
     EXPECT_THAT(diagnostics_.lines(),
                 Contains(HasSubstr("the graphics card's a card that fails failed: Input/output error; "
                                    "H.264 by the processor: libx264")));
