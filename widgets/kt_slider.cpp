@@ -134,6 +134,13 @@ void KTSlider::paintEvent(QPaintEvent*) {
     drawRect(painter, bounds());
 }
 
+// Qt gives presses on a disabled widget to its parent, where this one would begin to move the window.
+bool KTSlider::event(QEvent* event) {
+    const bool isPress = event->type() == QEvent::MouseButtonPress;
+    if (isPress && !isEnabled() && static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) return true;
+    return QWidget::event(event);
+}
+
 void KTSlider::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) {
         event->ignore();

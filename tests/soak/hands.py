@@ -18,6 +18,7 @@ SIZES = ("320x240", "640x480", "1280x720", "1920x1080", "")  # of pictures; the 
 CONTROLS = ("brightness", "contrast", "saturation", "white-balance-temperature", "sharpness", "zoom", "pan", "tilt", "focus",
             "exposure-time", "backlight-compensation")
 MESSAGE_PATIENCE = 3  # seconds
+HOME = (84, 70)  # of the window: all of it is on the screen, wherever it was dragged to
 CLOSING_PATIENCE = 2  # seconds that a window may take to close before it is asked again
 # Method: how often, compared with the others.
 ACTIONS = {"switch_camera": 10, "drag_slider": 14, "set_controls": 6, "recall_profile": 8, "store_profile": 5, "restore_defaults": 3,
@@ -280,9 +281,9 @@ class Hands:
             self.show_panel()
             self.press_any("Escape", "Escape")  # menus, and the picture alone
             window = panel.main_window()
-            if window and window[1][2:] != SIZE:
-                xdotool("windowsize", window[0], *SIZE)
-            return window and window[1][2:] == SIZE
+            if window and window[1] != (*HOME, *SIZE):
+                xdotool("windowsize", window[0], *SIZE, "windowmove", window[0], *HOME)
+            return window and window[1] == (*HOME, *SIZE)
 
         panel.wait_until("the movie's end", is_idle)
         for number in self.cameras:

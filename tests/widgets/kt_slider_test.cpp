@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
+#include <vector>
 
 #include "widgets/palette.h"
 
@@ -345,6 +346,30 @@ TEST_F(ShownSlider, AFineWheelAddsUpToAStep) {
     EXPECT_TRUE(values_.empty());
     turnWheel(0, QPoint(30, 0));
     EXPECT_EQ(values_, std::vector<double>{7});
+}
+
+TEST_F(ShownSlider, APressWhileDisabledIsNotItsParents) {
+    class Presses final : public QObject {
+    public:
+        std::vector<Qt::MouseButton> buttons;
+
+    private:
+        bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+            if (event->type() == QEvent::MouseButtonPress)
+                buttons.push_back(static_cast<QMouseEvent*>(event)->button());
+            return false;
+        }
+    };
+    QWidget parent;
+    KTSlider slider(&parent);
+    slider.setGeometry(0, 0, 100, 20);
+    slider.setEnabled(false);
+    Presses presses;
+    parent.installEventFilter(&presses);
+    QTest::mouseClick(&slider, Qt::LeftButton, {}, {50, 10});
+    EXPECT_TRUE(presses.buttons.empty()) << "it would begin to move the window";
+    QTest::mouseClick(&slider, Qt::RightButton, {}, {50, 10});
+    EXPECT_EQ(presses.buttons, std::vector{Qt::RightButton}) << "which opens the menu";
 }
 
 TEST_F(ShownSlider, LooksPaleWhileDisabled) {
