@@ -58,6 +58,18 @@ TEST(CameraDescription, ReadsEveryKindOfEntity) {
     EXPECT_EQ(camera.entities[7].kind(), "entity of unknown kind 15");
 }
 
+TEST(CameraDescription, AUnitThatIsCutOffHasNoSources) {
+    const Bytes guid(16, 0x42);
+    const CameraDescription camera = described({descriptor({0x24, 0x05, 1}), descriptor({0x24, 0x07, 2}),
+                                                descriptor(test::join({{0x24, 0x06, 3}, guid, {0, 0}})),
+                                                descriptor(test::join({{0x24, 0x06, 4}, guid, {0}}))});
+    ASSERT_EQ(camera.entities.size(), 4U);
+    for (const DescribedEntity& entity : camera.entities)
+        EXPECT_THAT(entity.sources, IsEmpty()) << int(entity.id);
+    EXPECT_EQ(camera.entities[2].guid[0], 0x42) << "the shortest one that is whole";
+    EXPECT_EQ(camera.entities[3].guid[0], 0);
+}
+
 TEST(CameraDescription, NamesBitsThatTheClassDoesNotAssign) {
     const CameraDescription camera = described(
         {test::cameraTerminal(1, {0x00, 0x80, 0xC1}), test::processingUnit(2, 1, {0x00, 0x00, 0x04, 0, 1})});

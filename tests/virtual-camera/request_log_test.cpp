@@ -4,7 +4,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
 
 #include "virtual-camera/served_cameras.h"
 
@@ -66,6 +70,19 @@ TEST_F(RequestLogFileTest, LogsAnsweredClassRequestsButNoStandardRequests) {
     ASSERT_EQ(lines().size(), 2U);
     EXPECT_THAT(lines()[0], testing::MatchesRegex("[0-9]+\\.[0-9]+ 1 21 01 0200 ....? 2 0a00 ok"));
     EXPECT_THAT(lines()[1], testing::EndsWith(" 2 ff7f stall:4"));
+}
+
+TEST_F(RequestLogFileTest, ALineBeginsWithTheSecondsOfTheMonotonicClock) {
+    const auto now = [] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+    };
+    RequestLog log(path_.string());
+    const double before = now();
+    log.write(1, {writeBrightness, {1, 0}, UsbReplyKind::done, 0});
+    const double written = std::stod(lines().at(0));
+    EXPECT_GE(written, before - 1e-6);
+    EXPECT_LE(written, now());
+    EXPECT_EQ(lines()[0].find(' ') - lines()[0].find('.'), 7U) << "microseconds, with their zeros";
 }
 
 TEST_F(RequestLogFileTest, LinesOfAnEarlierRunAreKept) {
