@@ -14,11 +14,7 @@ import tempfile
 import time
 import unittest
 
-PATIENCE = 60  # seconds
-
-
-def threads(pid):
-    return {(task / "comm").read_text().strip() for task in pathlib.Path(f"/proc/{pid}/task").iterdir()}
+from waiting import PATIENCE, thread_names
 
 
 class CrashReport(unittest.TestCase):
@@ -39,7 +35,7 @@ class CrashReport(unittest.TestCase):
                                  preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
         self.addCleanup(panel.kill)
         patience = time.monotonic() + PATIENCE
-        while "kt.captureQueue" not in threads(panel.pid):
+        while "kt.captureQueue" not in thread_names(panel.pid):
             self.assertLess(time.monotonic(), patience, "no picture")
             self.assertIsNone(panel.poll())
             time.sleep(0.02)

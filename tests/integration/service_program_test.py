@@ -15,7 +15,7 @@ import tempfile
 import time
 import unittest
 
-from waiting import PATIENCE, wait_until
+from waiting import PATIENCE, thread_names, wait_until
 
 PANEL, TAVELOCTL = (os.path.abspath(program) for program in (sys.argv.pop(-2), sys.argv.pop(-1)))
 SERVICE = "org.tavelo.ControlPanel"
@@ -305,8 +305,7 @@ class ServiceProgram(unittest.TestCase):
         self.shows_window = True
 
     def threads(self):
-        tasks = pathlib.Path(f"/proc/{self.owner_process()}/task").iterdir()
-        return {(task / "comm").read_text(encoding="utf-8").strip() for task in tasks}
+        return thread_names(self.owner_process())
 
     def test_a_call_starts_the_service_without_window_and_stream(self):
         self.start_bus()

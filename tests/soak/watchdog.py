@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Asks the panel's main thread for an answer again and again; prints the stacks of all threads if it is silent."""
+import contextlib
 import os
 import pathlib
 import shutil
@@ -21,8 +22,9 @@ def stacks(process):
         return said.stdout + ("" if "Thread" in said.stdout else said.stderr)
     lines = ["gdb is missing, so there are only the threads' states; SIGABRT makes the panel write a report of its crash."]
     for task in sorted(pathlib.Path(f"/proc/{process}/task").iterdir()):
-        facts = {name: (task / name).read_text(encoding="utf-8", errors="replace").strip() for name in ("comm", "wchan")}
-        lines.append(f"Thread {task.name} {facts['comm']}: {facts['wchan']}")
+        with contextlib.suppress(OSError):  # it ended meanwhile
+            facts = {name: (task / name).read_text(encoding="utf-8", errors="replace").strip() for name in ("comm", "wchan")}
+            lines.append(f"Thread {task.name} {facts['comm']}: {facts['wchan']}")
     os.kill(process, signal.SIGABRT)
     os.kill(process, signal.SIGCONT)
     return "\n".join(lines) + "\n"

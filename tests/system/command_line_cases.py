@@ -6,6 +6,7 @@ import os
 import pathlib
 import subprocess
 
+from rig.processes import running, thread_names
 from rig.virtual_cameras import VirtualCameras, extension_unit
 from rig.waiting import wait_until
 
@@ -42,13 +43,11 @@ class Stage:
 
     def running(self, *arguments):
         camera = [] if "-c" in arguments else ["-c", self.nodes[1]]
-        return subprocess.Popen([self.program, *camera, *arguments], stdout=subprocess.PIPE, text=True,
-                                env={**os.environ, "XDG_CONFIG_HOME": str(self.home)})
+        return running([self.program, *camera, *arguments], env={**os.environ, "XDG_CONFIG_HOME": str(self.home)})
 
     def wait_until_watching(self, process):
         """Until it has a thread that waits for the driver's events."""
-        tasks = pathlib.Path(f"/proc/{process.pid}/task")
-        wait_until("the watch", lambda: any((task / "comm").read_text() == "v4l2 events\n" for task in tasks.iterdir()))
+        wait_until("the watch", lambda: "v4l2 events" in thread_names(process.pid))
 
     def pack(self, name):
         """Probes camera 1; the pack without the node, which depends on the order of plugging in."""

@@ -4,6 +4,7 @@ import contextlib
 import pathlib
 import subprocess
 
+from rig.processes import running
 from rig.virtual_cameras import VirtualCameras, entities
 
 WIDTH, HEIGHT = 320, 240
@@ -86,16 +87,13 @@ def every_control_answers_through_the_driver(stage):
 
 def what_another_program_changes_is_told_until_the_camera_vanishes(stage):
     checker = stage.programs.parent / "tests" / "control_watch_check"
-    with subprocess.Popen([checker, stage.nodes[2]], stdout=subprocess.PIPE, text=True) as watcher:
-        try:
-            assert watcher.stdout.readline() == "watching\n"
-            subprocess.run(["v4l2-ctl", "-d", stage.nodes[2], "-c", "brightness=-2"], check=True, timeout=60)
-            assert watcher.stdout.readline() == "unit 2 feff\n"
-            stage.cameras.ask("vanish", 2)
-            assert watcher.stdout.readline() == "ended\n"
-            assert watcher.wait(timeout=60) == 0
-        finally:
-            watcher.kill()
+    with running([checker, stage.nodes[2]]) as watcher:
+        assert watcher.stdout.readline() == "watching\n"
+        subprocess.run(["v4l2-ctl", "-d", stage.nodes[2], "-c", "brightness=-2"], check=True, timeout=60)
+        assert watcher.stdout.readline() == "unit 2 feff\n"
+        stage.cameras.ask("vanish", 2)
+        assert watcher.stdout.readline() == "ended\n"
+        assert watcher.wait(timeout=60) == 0
     stage.cameras.wait_until_gone(2)
 
 

@@ -4,6 +4,7 @@ import contextlib
 import pathlib
 import subprocess
 
+from rig.processes import running
 from rig.virtual_cameras import VirtualCameras, capture_nodes
 from rig.waiting import wait_until
 
@@ -47,9 +48,7 @@ def the_driver_gets_the_camera_back(stage):
 
 
 def a_camera_pulled_out_while_it_streams_ends_the_stream(stage):
-    checker = subprocess.Popen([stage.checker, SERIAL, "unplug"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                               text=True)
-    with checker:
+    with running([stage.checker, SERIAL, "unplug"], stderr=subprocess.STDOUT) as checker:
         assert "ok   streaming" in checker.stdout.readline()
         stage.cameras.ask("vanish", 1)
         rest, _ = checker.communicate(timeout=120)

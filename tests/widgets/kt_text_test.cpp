@@ -152,6 +152,8 @@ TEST_F(LabelWithBuddy, ForwardsClicksToItsButton) {
     EXPECT_EQ(clicked_.size(), 1) << "released elsewhere";
     QTest::mouseClick(&label_, Qt::RightButton);
     EXPECT_EQ(clicked_.size(), 1);
+    QTest::mouseRelease(&label_, Qt::LeftButton);
+    EXPECT_EQ(clicked_.size(), 1) << "each release belongs to a press";
 }
 
 TEST_F(LabelWithBuddy, DoesNotClickADisabledButton) {
