@@ -14,7 +14,12 @@ import tempfile
 import time
 import unittest
 
-from waiting import PATIENCE, thread_names
+from waiting import PATIENCE
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "system"))
+
+# pylint: disable=wrong-import-position
+from rig.processes import thread_names
 
 
 class CrashReport(unittest.TestCase):

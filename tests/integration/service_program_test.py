@@ -15,7 +15,12 @@ import tempfile
 import time
 import unittest
 
-from waiting import PATIENCE, thread_names, wait_until
+from waiting import PATIENCE, wait_until
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "system"))
+
+# pylint: disable=wrong-import-position
+from rig.processes import thread_names
 
 PANEL, TAVELOCTL = (os.path.abspath(program) for program in (sys.argv.pop(-2), sys.argv.pop(-1)))
 SERVICE = "org.tavelo.ControlPanel"

@@ -1,7 +1,5 @@
 # SPDX-License-Identifier: MIT
 """Waits for what a program does, and drives it, for the tests that use its window."""
-import contextlib
-import pathlib
 import subprocess
 import time
 
@@ -20,12 +18,3 @@ def wait_until(what, condition):
 def xdotool(*words):
     return subprocess.run(["xdotool", *map(str, words)], check=False, text=True, capture_output=True,
                           timeout=PATIENCE).stdout
-
-
-def thread_names(process):
-    """The names of a process's threads; one may end while they are read."""
-    names = set()
-    for task in pathlib.Path(f"/proc/{process}/task").iterdir():
-        with contextlib.suppress(OSError):
-            names.add((task / "comm").read_text(encoding="utf-8").strip())
-    return names

@@ -45,7 +45,7 @@ protected:
             camera->setControlValue(control::gamma, next);
             return std::erase(changes, KTUVCControl::gamma) > 0;
         }));
-        // Changes are told in order, so once this one is told, all the others are.
+        // Changes come in order: once this one is here, so are all the others.
         const std::int64_t sharpness = *camera->controlValue(control::sharpness);
         camera->setControlValue(control::sharpness, sharpness == 1 ? 2 : 1);
         ASSERT_TRUE(waitFor([&] { return std::erase(changes, KTUVCControl::sharpness) > 0; }));

@@ -1,13 +1,18 @@
 # SPDX-License-Identifier: MIT
 """Asks the panel's main thread for an answer again and again; prints the stacks of all threads if it is silent."""
-import contextlib
 import os
 import pathlib
 import shutil
 import signal
 import subprocess
+import sys
 import threading
 import time
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "system"))
+
+# pylint: disable=wrong-import-position
+from rig.processes import thread_facts
 
 PAUSE = 0.2           # seconds between two questions
 STACKS_PATIENCE = 90  # seconds for the debugger; it reads the symbols of a hundred libraries
@@ -21,10 +26,8 @@ def stacks(process):
                               capture_output=True, errors="replace", timeout=STACKS_PATIENCE)
         return said.stdout + ("" if "Thread" in said.stdout else said.stderr)
     lines = ["gdb is missing, so there are only the threads' states; SIGABRT makes the panel write a report of its crash."]
-    for task in sorted(pathlib.Path(f"/proc/{process}/task").iterdir()):
-        with contextlib.suppress(OSError):  # it ended meanwhile
-            facts = {name: (task / name).read_text(encoding="utf-8", errors="replace").strip() for name in ("comm", "wchan")}
-            lines.append(f"Thread {task.name} {facts['comm']}: {facts['wchan']}")
+    for number, name, function in thread_facts(process, "comm", "wchan"):
+        lines.append(f"Thread {number} {name}: {function}")
     os.kill(process, signal.SIGABRT)
     os.kill(process, signal.SIGCONT)
     return "\n".join(lines) + "\n"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Programs that run beside a case."""
+"""Programs that run beside a test."""
 import contextlib
 import pathlib
 import subprocess
@@ -24,10 +24,14 @@ def running(command, **how):
         process.stdout.close()
 
 
-def thread_names(process):
-    """The names of a process's threads; one may end while they are read."""
-    names = set()
-    for task in pathlib.Path(f"/proc/{process}/task").iterdir():
+def thread_facts(process, *files):
+    """(number, contents of these files of /proc) of each thread of a process; one that ends meanwhile is left out."""
+    facts = []
+    for task in sorted(pathlib.Path(f"/proc/{process}/task").iterdir()):
         with contextlib.suppress(OSError):
-            names.add((task / "comm").read_text(encoding="utf-8").strip())
-    return names
+            facts.append((task.name, *((task / file).read_text(encoding="utf-8", errors="replace").strip() for file in files)))
+    return facts
+
+
+def thread_names(process):
+    return {name for _, name in thread_facts(process, "comm")}

@@ -9,6 +9,7 @@ import subprocess
 import time
 import typing
 
+from rig.processes import thread_facts
 from rig.waiting import wait_until
 
 SOCKET = "/run/virtual-cameras"
@@ -78,11 +79,7 @@ class VirtualCameras:
 
     def waiting(self):
         """(thread, function of the kernel that it waits in) of the server."""
-        found = []
-        for task in pathlib.Path(f"/proc/{self._server.pid}/task").iterdir():
-            with contextlib.suppress(OSError):  # it ended meanwhile
-                found.append(((task / "comm").read_text().strip(), (task / "wchan").read_text()))
-        return found
+        return [(name, function) for _, name, function in thread_facts(self._server.pid, "comm", "wchan")]
 
     def _answers(self):
         if self._server.poll() is not None:

@@ -58,7 +58,7 @@ Bytes handler(std::string_view kind) {
     return box("hdlr", join({zeros(8), name(kind), zeros(12)}));
 }
 
-/// A decoder configuration whose level is told twice.
+/// A decoder configuration, which holds the level twice.
 Bytes configuration(std::uint8_t level) {
     return box("avcC", {1, 0x64, 0, level, 0xFF, 0xE1, 0, 4, 0x67, 0x64, 0, level});
 }
