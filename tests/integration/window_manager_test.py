@@ -19,9 +19,11 @@ from waiting import PATIENCE, wait_until
 SCREEN = (0, 0, 1280, 800)
 ON_PICTURE, ON_BACKGROUND = (700, 330), (240, 45)  # in the window
 # The window manager's own keys; nothing else, so that it takes none of the panel's.
-SETTINGS = """<openbox_config xmlns="http://openbox.org/3.4/rc"><keyboard>
+SETTINGS = """<openbox_config xmlns="http://openbox.org/3.4/rc"><desktops><popupTime>0</popupTime></desktops><keyboard>
   <keybind key="W-f"><action name="ToggleFullscreen"/></keybind>
   <keybind key="A-F4"><action name="Close"/></keybind>
+  <keybind key="W-1"><action name="GoToDesktop"><to>1</to></action></keybind>
+  <keybind key="W-2"><action name="GoToDesktop"><to>2</to></action></keybind>
 </keyboard></openbox_config>"""
 
 
@@ -46,6 +48,7 @@ class ManagedWindow(unittest.TestCase):
         settings.write_text(SETTINGS, encoding="utf-8")
         self.keep(["openbox", "--config-file", str(settings)])
         wait_until("the window manager", lambda: "window id" in run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+        self.use_keyboard()
         self.panel = self.keep(self.command("--virtual-cameras", "1"))
         self.place = wait_until("the window", lambda: self.has_panel() and self.geometry(self.window()))
 
@@ -61,6 +64,14 @@ class ManagedWindow(unittest.TestCase):
     def environment(self):
         return dict(os.environ, QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR="1", LC_ALL="C.UTF-8",
                     XDG_CONFIG_HOME=str(self.folder))
+
+    @staticmethod
+    def use_keyboard():
+        """The first press of a server tells every program that the keyboard is another one.  The window manager
+        then gives up its keys and takes them again one by one, and presses meanwhile go elsewhere."""
+        for key, desktop in (("super+2", "= 1"), ("super+1", "= 0")):
+            wait_until("the window manager's key", lambda: run("xdotool", "key", key) == "" and desktop in run(
+                "xprop", "-root", "_NET_CURRENT_DESKTOP"))
 
     def start_again(self):
         """The panel that runs already shows its window."""
