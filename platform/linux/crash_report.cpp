@@ -22,7 +22,7 @@ namespace tavelo {
 namespace {
 
 constexpr std::array deadlySignals{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS};
-constexpr std::size_t mostFrames = 64;
+constexpr std::size_t mostFrames = 512; // while windows are drawn, each widget adds a call
 constexpr std::size_t handlerStack = std::size_t{64} * 1024;
 
 // For the signal handler, which can be given nothing else.  Filled once, before it is installed.

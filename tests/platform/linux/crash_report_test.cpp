@@ -26,10 +26,15 @@ namespace tavelo {
     ::raise(signal);
 }
 
-[[gnu::noinline]] int functionOfManyLevels(int levels) {
+[[gnu::noinline]] int functionOfManyLevels(int levels, int signalAtTheEnd = 0) {
     volatile char page[4096];
     page[0] = 1;
-    return levels == 0 ? 0 : functionOfManyLevels(levels - 1) + page[0];
+    if (levels == 0) return ::raise(signalAtTheEnd);
+    return functionOfManyLevels(levels - 1, signalAtTheEnd) + page[0];
+}
+
+[[gnu::noinline]] int functionBelowManyLevels(int levels) {
+    return functionOfManyLevels(levels, SIGABRT) + 1;
 }
 
 namespace {
@@ -112,6 +117,13 @@ TEST_F(CrashReport, SaysWhichAddressCouldNotBeReached) {
 TEST_F(CrashReport, OfAStackThatOverflowedIsMade) {
     EXPECT_EQ(endOf([] { ::_exit(functionOfManyLevels(1'000'000'000)); }), SIGSEGV);
     EXPECT_THAT(collectCrashReports(state, "viewer"), SizeIs(1));
+}
+
+TEST_F(CrashReport, NamesTheFunctionsBelowADeepRecursion) {
+    EXPECT_EQ(endOf([] { ::_exit(functionBelowManyLevels(400)); }), SIGABRT);
+    const auto reports = collectCrashReports(state, "viewer");
+    ASSERT_THAT(reports, SizeIs(1));
+    EXPECT_THAT(contentOf(reports[0]), HasSubstr("(tavelo::functionBelowManyLevels(int)+0x"));
 }
 
 TEST_F(CrashReport, IsCollectedOnce) {
