@@ -22,6 +22,7 @@ PATIENCE = 60  # seconds; sanitizers are slow
 def take_terminal(terminal):
     """Makes `terminal` the controlling terminal; runs in the child process."""
     os.setsid()
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)  # it is ignored if the test itself was started by nohup
     fcntl.ioctl(terminal, termios.TIOCSCTTY, 0)
 
 
