@@ -146,6 +146,15 @@ TEST_F(TaveloctlTest, AControllessCameraSaysSo) {
               "(taveloctl probe says which)");
 }
 
+TEST_F(TaveloctlTest, ACameraWithoutAPictureIsNamedBeforeTheControlPanelIsStarted) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    model.offers.clear();
+    plug(model);
+    EXPECT_EQ(failure({"snapshot", "picture.png"}),
+              "1: Tavelo Virtual Camera 1: The camera offers no picture");
+    EXPECT_EQ(failure({"record", "movie.mp4"}), "1: Tavelo Virtual Camera 1: The camera offers no picture");
+}
+
 TEST_F(TaveloctlTest, TheCameraIsChosenByNumberIdentifierOrName) {
     plug(1);
     plug(2);

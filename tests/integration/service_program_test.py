@@ -211,6 +211,12 @@ class ServiceProgram(unittest.TestCase):
             self.assertEqual(result.stderr.count("\n"), 1, result.stderr)
             self.assertIn("/nowhere/file", result.stderr)
 
+    def test_a_duration_of_nothing_is_refused_although_the_panel_knows_no_end_by_it(self):
+        self.start_panel()
+        tool = self.start(TAVELOCTL, "record", "movie.mp4", "--duration", "0")
+        self.assertEqual(tool.wait(timeout=PATIENCE), 3, "taveloctl itself has no cameras")
+        self.assertFalse((self.folder / "movie.mp4").exists())
+
     def test_a_panel_that_ends_during_a_recording_ends_taveloctl_too(self):
         panel = self.start_panel()
         movie = self.folder / "movie.mp4"
