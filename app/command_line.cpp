@@ -86,6 +86,7 @@ private:
         CLI::Option* const virtualCameras =
             app_.add_option("--virtual-cameras", line_.cameras.virtualCameras,
                             "Use this many virtual cameras instead of real ones")
+                ->type_name("NUMBER")
                 ->check(CLI::Range(1, maxVirtualCameras));
         CLI::Option* const like =
             app_.add_option("--like", like_,

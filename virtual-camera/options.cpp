@@ -20,8 +20,10 @@ std::variant<Options, Message> parseOptions(int argumentCount, const char* const
         "tavelo-virtual-camera");
     app.set_version_flag("--version", "tavelo-virtual-camera " + version);
     app.add_option("--port", options.port, "TCP port on 127.0.0.1; 0 takes a free one and prints it")
+        ->type_name("NUMBER")
         ->capture_default_str();
     app.add_option("--cameras", options.cameras, "how many cameras: 1-1, 1-2, ...")
+        ->type_name("NUMBER")
         ->check(CLI::Range(1, maxCameras))
         ->capture_default_str();
     CLI::Option* const bulk =

@@ -34,6 +34,16 @@ def options_in_help(name, *verb):
             for option in OPTION.findall(re.match(r"  (-\S+)|", line)[1] or "")}
 
 
+def values_in_help(name, *verb):
+    """(option, what its value is called) of each option that takes one."""
+    listed = re.findall(r"^  (-\S+) ([A-Za-z|]+)", help_of(name, *verb), re.MULTILINE)
+    return {(option.split(",")[-1], value) for option, value in listed if value not in ("Excludes", "Needs")}
+
+
+def values_in(tags_of_options):
+    return {pair for tag in tags_of_options for pair in re.findall(r"(--[a-z-]+) +(\S+)", tag)}
+
+
 def verbs_in_help():
     return re.findall(r"^  ([a-z]+)  ", help_of("taveloctl").split("Verbs:\n")[1], re.MULTILINE)
 
@@ -87,6 +97,15 @@ class ManPages(unittest.TestCase):
             with self.subTest(name):
                 told = [option for _, tag in tags(sections(name)["OPTIONS"]) for option in OPTION.findall(tag)]
                 self.assertEqual(sorted(told), sorted(options_in_help(name)))
+
+    def test_the_values_of_options_are_called_as_in_the_help(self):
+        for name in NAMES:
+            with self.subTest(name):
+                told = values_in(tag for _, tag in tags(sections(name)["OPTIONS"]))
+                self.assertEqual(told, values_in_help(name))
+                self.assertGreater(len(told), 3)
+        told = values_in(tag for depth, tag in tags(sections("taveloctl")["VERBS"]) if depth > 0)
+        self.assertEqual(told, {pair for verb in verbs_in_help() for pair in values_in_help("taveloctl", verb)})
 
     def test_the_verbs_and_their_options_are_those_of_the_help(self):
         told = {}
