@@ -113,8 +113,8 @@ class ClosedWindow(unittest.TestCase):
         self.panel.terminate()
         return self.panel.communicate(timeout=PATIENCE)[1]
 
-    def record(self, movie):
-        arguments = GLib.Variant("(ssd)", ("", str(movie), 0.0))
+    def record(self, movie, seconds=0.0):
+        arguments = GLib.Variant("(ssd)", ("", str(movie), seconds))
         self.desktop.call(SERVICE, OBJECT, SERVICE + "1", "StartRecording", arguments)
 
     def test_no_tray_is_asked_before_the_window_is_closed(self):
@@ -194,6 +194,19 @@ class ClosedWindow(unittest.TestCase):
         self.assertEqual(facts.stderr, "")
         self.assertGreater(float(facts.stdout), 0.8)
         self.assertEqual(self.end(), "")
+
+    def test_a_movie_beside_the_window_brings_no_entry_back(self):
+        self.start(WATCHER)
+        item = self.close_and_find_item()
+        item.click()
+        wait_until("the window", self.window_is_shown)
+        wait_until("the entry's end", lambda: not item.is_there())
+        known = len(self.desktop.items)
+        ends = self.desktop.listen(SERVICE + "1", "RecordingEnded")
+        self.record(self.folder / "movie.mp4", seconds=0.2)
+        wait_until("the movie's end", lambda: ends)
+        self.assertEqual(len(self.desktop.items), known)
+        self.assertFalse(item.is_there())
 
     def test_an_entry_comes_back_with_a_tray_that_was_started_again(self):
         self.start(WATCHER)
