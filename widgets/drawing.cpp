@@ -17,8 +17,7 @@ namespace {
 constexpr double visibleOutline = 0.5;
 
 bool keepsRectangles(const QTransform& transform) {
-    return transform.type() <= QTransform::TxScale && !qFuzzyIsNull(transform.m11()) &&
-           !qFuzzyIsNull(transform.m22());
+    return transform.type() <= QTransform::TxScale && transform.isInvertible();
 }
 
 QPointF snapped(const QPainter& painter, const QPointF& point) {

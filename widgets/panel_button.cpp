@@ -14,7 +14,6 @@ PanelButton::PanelButton(QWidget* parent)
     : QAbstractButton(parent),
       PanelElement(*static_cast<QWidget*>(this)) {
     installWidgetAccessibility();
-    setFocusPolicy(Qt::StrongFocus);
     new FocusRing(this, [this](double distance) { return toWidget().map(focusPath(distance / scale())); });
 }
 

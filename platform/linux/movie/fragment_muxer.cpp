@@ -109,13 +109,13 @@ int FragmentMuxer::endFragmentInTime(std::int64_t now) {
 int FragmentMuxer::endFragment(std::int64_t now) {
     fragmentStart_ = now;
     if (const int ended = av_write_frame(output_.get(), nullptr); ended < 0) return ended;
-    return endPiece() ? 0 : AVERROR(file_.failure());
+    return endPiece();
 }
 
-bool FragmentMuxer::endPiece() {
-    if (!file_.endPiece()) return false;
+int FragmentMuxer::endPiece() {
+    if (!file_.endPiece()) return AVERROR(file_.failure());
     keptEnd_ = writtenEnd_;
-    return true;
+    return 0;
 }
 
 int FragmentMuxer::finish() {
@@ -123,7 +123,7 @@ int FragmentMuxer::finish() {
     const std::int64_t duration = content_.video.lastDuration;
     if (holds_) result = writeHeld(duration > 0 ? duration : durationOfASingleFrame);
     const int ended = av_write_trailer(output_.get());
-    if (!endPiece()) return AVERROR(file_.failure());
+    if (const int kept = endPiece(); kept < 0) return kept;
     return result < 0 ? result : ended;
 }
 

@@ -59,7 +59,7 @@ private:
     int write(AVPacket& packet, const Track& track);
     int endFragmentInTime(std::int64_t now);
     int endFragment(std::int64_t now);
-    bool endPiece();
+    int endPiece();
 
     MovieFile& file_;
     AvOutput output_;
