@@ -55,6 +55,7 @@ TEST(ValueFormat, SizesThatNoControlHasReadAsZeroOrTheSign) {
         EXPECT_EQ(decoded(size, true, negative), -1);
     }
     EXPECT_EQ(decoded(0, true, {}), 0);
+    EXPECT_EQ(decoded(0, true, Bytes(8, 0xFF)), 0);
 }
 
 TEST(ValueFormat, ThereIsNoneForMoreThanEightBytes) {

@@ -160,6 +160,16 @@ TEST_F(KTMTKViewTest, FreedPictureDataLeavesTheFramesTextureAlone) {
     EXPECT_NE(view_.texture(), nullptr);
 }
 
+TEST_F(KTMTKViewTest, TheSurfaceHasLetGoOfTheWindowBeforeThatIsDestroyed) {
+    view_.resize(64, 48);
+    view_.show();
+    for (int i = 0; i < 100'000 && !log_.windowExists; ++i)
+        QCoreApplication::processEvents();
+    ASSERT_TRUE(log_.windowExists);
+    view_.destroy();
+    EXPECT_FALSE(log_.windowExists);
+}
+
 // Draws
 
 TEST_F(KTMTKViewTest, AtMostOneDrawWaitsAndTheNewestFrameTakesItsPlace) {

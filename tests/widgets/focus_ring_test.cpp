@@ -78,6 +78,15 @@ TEST_F(Focus, AKeyOnAClickedControlShowsTheRingAndAClickHidesIt) {
     EXPECT_FALSE(ringOf(slider_));
 }
 
+TEST_F(Focus, FocusThatNoKeyGaveShowsNoRing) {
+    for (const Qt::FocusReason reason : {Qt::OtherFocusReason, Qt::MouseFocusReason}) {
+        tabTo(camera_);
+        EXPECT_TRUE(ringOf(camera_));
+        slider_.setFocus(reason);
+        EXPECT_FALSE(ringOf(slider_)) << reason;
+    }
+}
+
 TEST_F(Focus, TheRingComesBackWithTheWindow) {
     tabTo(camera_);
     QWidget other;

@@ -291,6 +291,15 @@ TEST(UvcDescriptors, ListsInterfacesWithTheirSettings) {
                     UsbInterfaceDescriptor{1, 1, 0x0E, 2, 0}, UsbInterfaceDescriptor{2, 0, 0x01, 1, 0}));
 }
 
+TEST(CountedBytes, EndWithTheirDescriptor) {
+    const Bytes bytes{1, 2, 3, 4, 5, 6};
+    const std::span all(bytes);
+    EXPECT_THAT(countedBytes(all, 1), ElementsAre(3, 4));
+    EXPECT_THAT(countedBytes(all.first(3), 1), ElementsAre(3)) << "the descriptor counts one too many";
+    EXPECT_THAT(countedBytes(all.first(2), 1), IsEmpty());
+    EXPECT_THAT(countedBytes(all.first(1), 1), IsEmpty()) << "the count itself is missing";
+}
+
 TEST(UvcDescriptors, ListsEachControlInterfaceOnce) {
     const Bytes bytes = configuration({videoControl(2), interfaceDescriptor(3, 2), videoControl(0),
                                        interfaceDescriptor(0, 1, 0x0E, 1), interfaceDescriptor(1, 1, 0x01),

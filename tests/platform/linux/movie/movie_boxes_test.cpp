@@ -148,6 +148,10 @@ TEST_F(MovieBoxesTest, ABoxThatEndsOutsideItsParentEndsTheSearch) {
     EXPECT_THAT(soundTrackOf(file({box("moov", track)})), IsEmpty());
 }
 
+TEST_F(MovieBoxesTest, AnEmptyBoxIsSteppedOver) {
+    EXPECT_EQ(soundTrackOf(file({box("moov", join({box("free", {}), soundTrack()}))})), soundTrack());
+}
+
 TEST_F(MovieBoxesTest, ATrackTakesThePlaceOfTheRoomAfterTheHeader) {
     for (const std::uint8_t version : Bytes{0, 1}) {
         const Bytes track = soundTrack(7, version);

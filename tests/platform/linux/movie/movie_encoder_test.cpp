@@ -12,6 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -230,6 +231,14 @@ TEST_F(MovieEncoderTest, DestroyingAFinishingWriterAbortsTheCopy) {
     EXPECT_THAT(boxesOf(path_), Contains("moof"));
     EXPECT_EQ(decode(path_).pictures.size(), 20U);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1);
+}
+
+TEST_F(MovieEncoderTest, TheFirstPictureIsAFragmentAndThenEachHalfSecond) {
+    keepFragments();
+    start(videoSettings(160, 90));
+    appendPictures(75, 160, 90);
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    EXPECT_THAT(samplesOfFragments(path_), ElementsAre(1, 15, 15, 15, 15, 14));
 }
 
 } // namespace

@@ -35,6 +35,13 @@ double secondsOf(const std::string& text) {
     return text == "N/A" ? 0.0 : std::stod(text);
 }
 
+std::uint64_t numberIn(const std::string& bytes, std::size_t at, std::size_t length) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < length; ++i)
+        value = value << 8 | std::uint8_t(bytes.at(at + i));
+    return value;
+}
+
 } // namespace
 
 std::string outputOf(const std::string& command) {
@@ -124,21 +131,23 @@ std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie) {
 
 std::vector<std::string> boxesOf(const std::filesystem::path& movie) {
     const std::string bytes = contentOf(movie);
-    const auto number = [&](std::size_t at, std::size_t length) {
-        std::uint64_t value = 0;
-        for (std::size_t i = 0; i < length; ++i)
-            value = value << 8 | std::uint8_t(bytes.at(at + i));
-        return value;
-    };
     std::vector<std::string> boxes;
     for (std::size_t at = 0; at + 8 <= bytes.size();) {
-        std::uint64_t size = number(at, 4);
+        std::uint64_t size = numberIn(bytes, at, 4);
         boxes.push_back(bytes.substr(at + 4, 4));
-        if (size == 1) size = number(at + 8, 8);
+        if (size == 1) size = numberIn(bytes, at + 8, 8);
         if (size < 8) break;
         at += size;
     }
     return boxes;
+}
+
+std::vector<int> samplesOfFragments(const std::filesystem::path& movie) {
+    const std::string bytes = contentOf(movie);
+    std::vector<int> counts;
+    for (std::size_t at = bytes.find("trun"); at != std::string::npos; at = bytes.find("trun", at + 1))
+        counts.push_back(int(numberIn(bytes, at + 8, 4)));
+    return counts;
 }
 
 } // namespace tavelo::testing

@@ -49,6 +49,9 @@ std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie);
 /// Names of the outermost boxes, in order.
 std::vector<std::string> boxesOf(const std::filesystem::path& movie);
 
+/// How many samples each fragment of a movie with one track has.
+std::vector<int> samplesOfFragments(const std::filesystem::path& movie);
+
 /// The output of a command line.  Throws if it fails or prints anything on standard error.
 std::string outputOf(const std::string& command);
 

@@ -61,6 +61,11 @@ protected:
     }
     /// Later writers use the current tools_.
     void useTools() { platform_ = makeFfmpegAssetWriterPlatform(diagnostics_, tools_); }
+    /// Later movies stay as they are recorded.
+    void keepFragments() {
+        tools_.makeOrdinary = [](auto&&...) { return Error{ErrorCode::failed, "stays in fragments"}; };
+        useTools();
+    }
     bool append(const std::shared_ptr<PixelBuffer>& picture, nanoseconds time) {
         awaitReady(*video_);
         return video_->appendSampleBuffer({picture, at(time)});

@@ -201,6 +201,18 @@ TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
     EXPECT_LE(samples, 96000U + packet);
 }
 
+TEST_F(MovieSoundTest, SoundAloneIsWrittenTwiceASecond) {
+    keepFragments();
+    make(std::nullopt, AudioSettings{48000, 1, {}});
+    ASSERT_TRUE(writer_->startWriting());
+    writer_->startSessionAtSourceTime(at(0ns));
+    for (int i = 0; i < 20; ++i)
+        ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
+    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    EXPECT_THAT(samplesOfFragments(path_), ::testing::ElementsAre(24, 24, 24, 22))
+        << "of 1024 a second's 48000";
+}
+
 TEST_F(MovieSoundTest, TheLastSamplesAreInTheMovieToo) {
     make(std::nullopt, AudioSettings{48000, 1, {}});
     ASSERT_TRUE(writer_->startWriting());

@@ -86,6 +86,9 @@ TEST_F(MovieWriterTest, InputsWithoutSensibleSettingsAreNotAccepted) {
     EXPECT_FALSE(takesVideo(videoSettings(1U << 20, 90)));
     EXPECT_TRUE(takesAudio(AudioSettings()));
     EXPECT_TRUE(takesAudio(AudioSettings{44100, 1, 64000}));
+    for (const std::uint32_t rate :
+         {96000, 88200, 64000, 48000, 32000, 24000, 22050, 16000, 12000, 11025, 8000})
+        EXPECT_TRUE(takesAudio(AudioSettings{rate, 2, {}})) << rate;
     EXPECT_FALSE(takesAudio(std::nullopt));
     EXPECT_FALSE(takesAudio(AudioSettings{44101, 1, {}}));
     EXPECT_FALSE(takesAudio(AudioSettings{{}, 7, {}}));

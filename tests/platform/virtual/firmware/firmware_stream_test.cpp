@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <numeric>
 #include <span>
 
 #include <gmock/gmock.h>
@@ -69,6 +70,24 @@ TEST_F(StreamNegotiationTest, probeAnswersWithWhatTheCameraWillDo) {
     EXPECT_EQ(number(probe, 4), 333'333U);
     EXPECT_EQ(number(probe, 18), 320U * 240 * 2);
     EXPECT_GE(number(probe, 22), 320U * 240 * 2 * 30 / 8000 + 12) << "fits its frames into the microframes";
+}
+
+TEST(StreamFormat, takesTheSmallestPayloadThatCarriesTheFramesInTime) {
+    std::vector<std::uint32_t> sizes(3072);
+    std::iota(sizes.begin(), sizes.end(), 1);
+    const auto payload = [&sizes](StreamEncoding encoding, std::uint16_t width, std::uint16_t height) {
+        StreamOffer offer;
+        offer.encoding = encoding;
+        offer.width = width;
+        offer.height = height;
+        return streamFormat(offer, 400'000, StreamTransport::isochronous, sizes).maxPayload;
+    };
+    // 25 frames a second, 8000 payloads with 12 bytes of header, and 5 % in reserve.
+    EXPECT_EQ(payload(StreamEncoding::yuyv, 640, 480), 640 * 480 * 2 * 25 / 8000 * 105 / 100 + 12);
+    EXPECT_EQ(payload(StreamEncoding::mjpeg, 1280, 720), 1280 * 720 / 4 * 25 / 8000 * 105 / 100 + 12);
+    EXPECT_EQ(payload(StreamEncoding::yuyv, 1280, 720), 3072U) << "the largest, if none is large enough";
+    sizes.clear();
+    EXPECT_EQ(payload(StreamEncoding::yuyv, 640, 480), 0U);
 }
 
 TEST_F(StreamNegotiationTest, probeBendsToTheNearest) {
