@@ -180,6 +180,11 @@ class Lifecycle(unittest.TestCase):
             panel.send_signal(signal.SIGTERM)
             self.end(panel)
 
+    def test_without_a_display_the_panel_says_so_in_one_line(self):
+        process = self.start("--virtual-cameras", "1", QT_QPA_PLATFORM=None, DISPLAY=None, WAYLAND_DISPLAY=None)
+        self.assertEqual(self.end(process, status=1),
+                         "tavelo-control-panel: no display: neither DISPLAY nor WAYLAND_DISPLAY is set\n")
+
     def test_a_display_that_cannot_be_opened_is_one_line_and_status_one(self):
         process = self.start(QT_QPA_PLATFORM="xcb", DISPLAY=":nosuchdisplay", WAYLAND_DISPLAY=None)
         errors = self.end(process, status=1)
