@@ -39,6 +39,8 @@ class FakeDesktop:
         self.hangs = False  # takes calls and never answers
         self.calls = []     # (method or property, arguments...) that came
         self.items = []     # bus names of the registered entries
+        self.is_asked_to_notify, self.may_notify = threading.Event(), threading.Event()
+        self.may_notify.set()
         self._closing = threading.Event()
         self._loop = GLib.MainLoop()
         self._thread = threading.Thread(target=self._loop.run)
@@ -50,6 +52,7 @@ class FakeDesktop:
 
     def close(self):
         self._closing.set()
+        self.may_notify.set()
         self._bus.close_sync(None)
         self._loop.quit()
         self._thread.join()
@@ -88,6 +91,9 @@ class FakeDesktop:
         self._bus.emit_signal(None, NOTIFICATIONS_PATH, NOTIFICATIONS, name, GLib.Variant("(us)", values))
 
     def _answer(self, _bus, sender, _path, _interface, method, arguments, invocation):
+        if method == "Notify":
+            self.is_asked_to_notify.set()
+            self.may_notify.wait()
         invocation.return_value(GLib.Variant("(u)", (7,)) if method == "Notify" else None)
         # Afterwards, so that what a test does next comes after the answer.
         self.calls.append((method, *arguments.unpack()))

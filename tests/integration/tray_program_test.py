@@ -224,12 +224,13 @@ class ClosedWindow(unittest.TestCase):
             self.start_again()
         self.assertEqual(self.desktop.called("CloseNotification"), [(7,)])
         (said,) = self.desktop.called("Notify")
-        name, replaced, icon, title, body, actions, hints, _ = said
+        name, replaced, icon, title, body, actions, hints, duration = said
         self.assertEqual((name, replaced, icon), ("Tavelo Control Panel", 0, "tavelo-control-panel"))
         self.assertEqual(title, "Tavelo Control Panel is still running")
         self.assertEqual(body, CAMERA_ON + "\nStart the program again to show its window.")
         self.assertEqual(actions, ["default", "Show Window", "release", "Release Camera", "quit", "Quit"])
         self.assertEqual(hints, {"desktop-entry": SERVICE})
+        self.assertEqual(duration, -1, "as long as the desktop likes")
         self.assertEqual(self.end(), "")
 
     def test_a_tray_that_shows_nothing_counts_as_none(self):
@@ -250,6 +251,15 @@ class ClosedWindow(unittest.TestCase):
         self.desktop.emit("ActionInvoked", (7, "default"))
         wait_until("the window", self.window_is_shown)
         wait_until("the camera", lambda: self.shown_camera() == camera)
+
+    def test_a_notification_that_comes_after_the_window_came_back_is_closed(self):
+        self.start(NOTIFICATIONS)
+        self.desktop.may_notify.clear()
+        self.close_window()
+        self.assertTrue(self.desktop.is_asked_to_notify.wait(PATIENCE))
+        self.start_again()
+        self.desktop.may_notify.set()
+        wait_until("the notification's end", lambda: self.desktop.called("CloseNotification") == [(7,)])
 
     def test_the_notification_quits(self):
         self.start(NOTIFICATIONS)
