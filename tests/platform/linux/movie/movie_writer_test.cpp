@@ -87,7 +87,7 @@ TEST_F(MovieWriterTest, InputsWithoutSensibleSettingsAreNotAccepted) {
     EXPECT_TRUE(takesAudio(AudioSettings()));
     EXPECT_TRUE(takesAudio(AudioSettings{44100, 1, 64000}));
     for (const std::uint32_t rate :
-         {96000, 88200, 64000, 48000, 32000, 24000, 22050, 16000, 12000, 11025, 8000})
+         {96000U, 88200U, 64000U, 48000U, 32000U, 24000U, 22050U, 16000U, 12000U, 11025U, 8000U})
         EXPECT_TRUE(takesAudio(AudioSettings{rate, 2, {}})) << rate;
     EXPECT_FALSE(takesAudio(std::nullopt));
     EXPECT_FALSE(takesAudio(AudioSettings{44101, 1, {}}));
