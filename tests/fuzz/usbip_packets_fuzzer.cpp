@@ -2,10 +2,12 @@
 // What a client sends to the USB/IP server: operations, commands, control transfers.
 //
 // Input: the bytes of the connection.
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
@@ -61,10 +63,21 @@ private:
     int claims_ = 0;
 };
 
-// Until the server has ended the connection: who does not read stops it.
-void discardAnswers(int descriptor) {
+// Reads until the server has ended the connection: who does not read stops it.  Ends the client's side once
+// the server is quiet, because a control transfer that still waits then never reaches the camera.
+void readAnswers(int descriptor) {
+    constexpr timespec quiet{0, 200'000};
     std::array<char, 4096> bytes{};
-    while (::recv(descriptor, bytes.data(), bytes.size(), 0) > 0) {
+    bool hasEnded = false;
+    while (true) {
+        pollfd answer{descriptor, POLLIN, 0};
+        const int ready = ::ppoll(&answer, 1, hasEnded ? nullptr : &quiet, nullptr);
+        if (ready == 0) {
+            ::shutdown(descriptor, SHUT_WR);
+            hasEnded = true;
+        } else if (ready > 0 && ::recv(descriptor, bytes.data(), bytes.size(), 0) <= 0) {
+            return;
+        }
     }
 }
 
@@ -78,8 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     UsbipSession session(FileDescriptor(ends[1]), directory);
     // Inputs are shorter than a socket's buffer.
     expect(::send(client.get(), data, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size));
-    ::shutdown(client.get(), SHUT_WR);
-    std::thread reader([&client] { discardAnswers(client.get()); });
+    std::thread reader([&client] { readAnswers(client.get()); });
     session.run();
     reader.join();
     expect(directory.isReleased());
