@@ -28,7 +28,7 @@ public:
     std::atomic<bool> refuseCameraFrame = false;
     std::atomic<bool> refuseCorrectedFrame = false;
     std::atomic<bool> drawable = true;
-    std::atomic<bool> windowExists = false;        ///< as the surface was told
+    std::atomic<bool> toldDrawable = false;        ///< what the surface was told last
     std::atomic<bool> lost = false;                ///< making a context current fails
     std::atomic<bool> hangs = false;               ///< the correction never finishes
     std::atomic<std::uint32_t> hangsOnColumns = 0; ///< that of pictures with so many groups in a row
@@ -78,7 +78,7 @@ class FakeSurface : public FrameSurface {
 public:
     explicit FakeSurface(BackendLog& log) : log_(log) {}
 
-    void setDrawable(bool drawable) override { log_.windowExists = drawable; }
+    void setDrawable(bool drawable) override { log_.toldDrawable = drawable; }
     bool makeCurrent() override { return !log_.lost; }
     bool beginDisplay(ViewportSize) override { return log_.drawable; }
     void present() override { log_.add("present"); }

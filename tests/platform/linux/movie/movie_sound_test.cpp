@@ -33,6 +33,13 @@ protected:
         return audio_->appendSampleBuffer({nullptr, at(time), sound});
     }
 
+    void recordTwoSecondsWithoutPictures() {
+        start(std::nullopt, AudioSettings{48000, 1, {}});
+        for (int i = 0; i < 20; ++i)
+            ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
+        EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    }
+
     /// Root mean square between two times of the decoded sound.
     static double loudness(const std::vector<std::int16_t>& samples, nanoseconds from, nanoseconds to) {
         const auto place = [](nanoseconds time) {
@@ -189,12 +196,7 @@ TEST_F(MovieSoundTest, SoundThatOverlapsWithEarlierSoundIsCutOff) {
 }
 
 TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
-    make(std::nullopt, AudioSettings{48000, 1, {}});
-    ASSERT_TRUE(writer_->startWriting());
-    writer_->startSessionAtSourceTime(at(0ns));
-    for (int i = 0; i < 20; ++i)
-        ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
-    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    recordTwoSecondsWithoutPictures();
     constexpr std::size_t packet = 1024; // the last one is filled with silence
     const std::size_t samples = decodeSound(path_).size();
     EXPECT_GE(samples, 96000U) << "nothing is left in the encoder";
@@ -203,20 +205,13 @@ TEST_F(MovieSoundTest, SoundAloneIsAMovieToo) {
 
 TEST_F(MovieSoundTest, SoundAloneIsWrittenTwiceASecond) {
     keepFragments();
-    make(std::nullopt, AudioSettings{48000, 1, {}});
-    ASSERT_TRUE(writer_->startWriting());
-    writer_->startSessionAtSourceTime(at(0ns));
-    for (int i = 0; i < 20; ++i)
-        ASSERT_TRUE(append(tone(48000, 1, 100ms), i * 100ms));
-    EXPECT_EQ(finish(), AssetWriterStatus::completed);
+    recordTwoSecondsWithoutPictures();
     EXPECT_THAT(samplesOfFragments(path_), ::testing::ElementsAre(24, 24, 24, 22))
-        << "of 1024 a second's 48000";
+        << "packets of 1024 samples";
 }
 
 TEST_F(MovieSoundTest, TheLastSamplesAreInTheMovieToo) {
-    make(std::nullopt, AudioSettings{48000, 1, {}});
-    ASSERT_TRUE(writer_->startWriting());
-    writer_->startSessionAtSourceTime(at(0ns));
+    start(std::nullopt, AudioSettings{48000, 1, {}});
     constexpr std::size_t samples = 10 * 1024 + 8;
     ASSERT_TRUE(append(tone(48000, 1, nanoseconds(std::nano::den * samples / 48000 + 1)), 0ns));
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
