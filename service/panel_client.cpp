@@ -20,6 +20,15 @@ using Kind = ServiceError::Kind;
 constexpr int patience = 30'000;     // ms; the panel waits for pictures before it answers
 constexpr int briefPatience = 1'000; // ms
 
+// Goes to a panel that runs, and never starts one.
+QDBusMessage callOfPanel(const QString& interface, const QString& method, const QVariantList& arguments) {
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(bus_names::service, bus_names::object, interface, method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
+}
+
 // The panel ended meanwhile, or is one without this interface.
 bool runsNoService(const QDBusError& error) {
     switch (error.type()) {
@@ -55,11 +64,9 @@ bool PanelClient::panelRuns() const {
 
 bool PanelClient::panelShowsCamera() const {
     if (!bus_.isConnected()) return false;
-    QDBusMessage message = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
-                                                          QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                          QStringLiteral("Get"));
-    message.setArguments({QString(bus_names::interface), QStringLiteral("ShownCamera")});
-    message.setAutoStartService(false);
+    const QDBusMessage message =
+        callOfPanel(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"),
+                    {QString(bus_names::interface), QStringLiteral("ShownCamera")});
     // No event loop, unlike call(): who asks may not expect that a camera goes meanwhile.
     const QDBusReply<QDBusVariant> shown = bus_.call(message, QDBus::Block, briefPatience);
     if (shown.isValid()) return !shown.value().variant().toString().isEmpty();
@@ -72,11 +79,8 @@ std::optional<ServiceError> PanelClient::snapshot(const std::string& camera, con
 
 std::optional<QVariantList> PanelClient::ask(const QString& method, const QVariantList& arguments,
                                              ServiceError& error) {
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(bus_names::service, bus_names::object, bus_names::interface, method);
-    message.setArguments(arguments);
-    message.setAutoStartService(false);
-    QDBusPendingCallWatcher watcher(bus_.asyncCall(message, patience));
+    QDBusPendingCallWatcher watcher(
+        bus_.asyncCall(callOfPanel(bus_names::interface, method, arguments), patience));
     // Not waitForFinished(): signals and Ctrl+C go on meanwhile.
     QEventLoop loop;
     connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
@@ -169,10 +173,7 @@ std::optional<ServiceError> PanelClient::record(const std::string& camera, const
 
 void PanelClient::stop() {
     if (std::exchange(wasStopped_, true) || !hasBegun_) return;
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        bus_names::service, bus_names::object, bus_names::interface, QStringLiteral("StopRecording"));
-    message.setAutoStartService(false);
-    bus_.send(message);
+    bus_.send(callOfPanel(bus_names::interface, QStringLiteral("StopRecording"), {}));
 }
 
 void PanelClient::recordingDidEnd(const QString& file, bool success, const QString& reason) {
