@@ -44,7 +44,7 @@ HeadlessCapture::HeadlessCapture(CapturePlatform& capture, std::shared_ptr<Asset
 }
 
 HeadlessCapture::~HeadlessCapture() {
-    if (observing_) capture_.removeObserver(this);
+    capture_.removeObserver(this);
     sound_.reset();
     // Finishes a movie that is still being recorded; its handler uses this object.
     view_.reset();
@@ -66,7 +66,6 @@ void HeadlessCapture::start() {
     sound_ =
         std::make_unique<RecordingSound>(RecordingSound::Request{sounds_, options_.sound, camera_->place()});
     capture_.addObserver(this);
-    observing_ = true;
     view_->showDevice(camera_);
     silence_.start();
     timer_.start(pollInterval);

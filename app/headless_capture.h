@@ -77,7 +77,6 @@ private:
     QTimer timer_;
     QElapsedTimer silence_; // since the last new picture
     std::uint64_t pictures_ = 0;
-    bool observing_ = false;
 };
 
 } // namespace tavelo

@@ -238,6 +238,7 @@ public:
 
     /// Observers are notified of every later change until they are removed.
     virtual void addObserver(CaptureDeviceObserver* observer) = 0;
+    /// Does nothing for one that was not added.
     virtual void removeObserver(CaptureDeviceObserver* observer) = 0;
 };
 

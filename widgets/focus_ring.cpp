@@ -142,9 +142,7 @@ void FocusRing::follow() {
 }
 
 void FocusRing::removeOverlay() {
-    QWidget* const gone = overlay_;
-    overlay_.clear();
-    delete gone;
+    delete overlay_;
 }
 
 } // namespace tavelo

@@ -24,7 +24,7 @@ QTransform PanelElement::toWidget() const {
 }
 
 void PanelElement::drawInUnits(QPainter& painter) const {
-    painter.setTransform(toWidget(), true);
+    painter.setTransform(toWidget());
 }
 
 QRect scaledFrame(const QRectF& frame, double scale) {

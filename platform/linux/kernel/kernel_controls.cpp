@@ -22,8 +22,8 @@ constexpr std::array<std::uint8_t, 4> exposureModes{uvc::automaticExposure, uvc:
 
 // One control, or the two of a pair.
 struct Ids {
-    std::array<std::uint32_t, 2> ids{};
-    std::size_t count = 0;
+    std::array<std::uint32_t, 2> ids;
+    std::size_t count;
 
     explicit Ids(const KernelControl& control)
         : ids{control.id, control.secondId},
@@ -32,6 +32,10 @@ struct Ids {
     const std::uint32_t* begin() const { return ids.data(); }
     const std::uint32_t* end() const { return ids.data() + count; }
 };
+
+KernelReply failure(int error) {
+    return {error, {}, false};
+}
 
 // False if the camera has no equivalent of the value.
 bool appendValue(std::vector<std::uint8_t>& bytes, const KernelControl& control, std::int32_t value) {
@@ -119,7 +123,7 @@ KernelReply readModes(V4l2Node& device, const KernelControl& control) {
     for (std::uint32_t index = 0; index < exposureModes.size(); ++index) {
         const int error = queryMenu(device, control.id, index);
         if (error == 0) modes = static_cast<std::uint8_t>(modes | exposureModes[index]);
-        if (error != 0 && error != EINVAL) return {error, {}, false};
+        if (error != 0 && error != EINVAL) return failure(error);
     }
     if (modes == 0) return {};
     return {0, {modes}, false};
@@ -132,7 +136,7 @@ KernelReply readRange(V4l2Node& device, const KernelControl& control, UvcRequest
     KernelReply reply;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
-        if (const int error = queryControl(device, id, info)) return {error, {}, false};
+        if (const int error = queryControl(device, id, info)) return failure(error);
         if (!appendValue(reply.bytes, control, numberOf(info, request))) return {};
     }
     return reply;
@@ -152,7 +156,7 @@ KernelReply readInfo(V4l2Node& device, const KernelControl& control) {
     std::uint8_t state = 0;
     for (const std::uint32_t id : Ids(control)) {
         V4l2ControlInfo info;
-        if (const int error = queryControl(device, id, info)) return {error, {}, false};
+        if (const int error = queryControl(device, id, info)) return failure(error);
         if ((info.flags & V4L2_CTRL_FLAG_DISABLED) != 0) return {};
         const std::uint8_t bits = infoBits(info.flags);
         able &= bits;
@@ -227,18 +231,18 @@ KernelReply writeKernelControl(V4l2Node& device, const KernelControl& control,
         V4l2ControlInfo info;
         const int error = queryControl(device, id, info);
         if (error == EINVAL) return {};
-        if (endsEverything(error)) return {error, {}, false};
+        if (endsEverything(error)) return failure(error);
         // A camera that does not report its range may still take a value; an empty range checks nothing.
-        infos.push_back(error == 0 ? info : V4l2ControlInfo{0, -1, 0, 0, 0});
+        infos.push_back(error == 0 ? info : V4l2ControlInfo{.maximum = -1});
     }
-    if (data.size() < control.size) return {ERANGE, {}, false};
+    if (data.size() < control.size) return failure(ERANGE);
     const auto values = decodeAll(control, data);
-    if (!values) return {ERANGE, {}, false};
+    if (!values) return failure(ERANGE);
     std::vector<V4l2ControlValue> written = changedValues(control, *values, held);
     for (const V4l2ControlValue& value : written) {
-        if (!passes(infos[value.id == control.id ? 0 : 1], value.value)) return {ERANGE, {}, false};
+        if (!passes(infos[value.id == control.id ? 0 : 1], value.value)) return failure(ERANGE);
     }
-    if (const int error = setControls(device, written)) return {error, {}, false};
+    if (const int error = setControls(device, written)) return failure(error);
     return {0, takenBytes(control, *values, written), true};
 }
 

@@ -155,7 +155,6 @@ bool JsonPreferencesFile::setAside(const std::string& target) {
         const std::string name = target + ".broken" + (attempt == 1 ? "" : "-" + std::to_string(attempt));
         if (renameToFreeName(target, name, error)) {
             exists_ = false;
-            version_.reset();
             report("does not parse (" + failure_ + "); kept as " + name);
             return true;
         }

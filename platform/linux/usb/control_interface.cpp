@@ -68,7 +68,7 @@ bool UsbControlInterface::answerForTheClass(UsbControlRequest& request) {
     const auto entity = static_cast<std::uint8_t>(request.wIndex >> 8);
     const auto selector = static_cast<std::uint8_t>(request.wValue >> 8);
     const std::optional<UvcEntity> kind = function_.kindOf(entity);
-    if (!isRead(request) || request.wLength == 0 || !kind || !function_.lists(entity, selector)) return false;
+    if (request.wLength == 0 || !kind || !function_.lists(entity, selector)) return false;
     const auto answer =
         classRange({*kind, selector}, static_cast<UvcRequest>(request.bRequest), function_.classVersion);
     if (!answer) return false;

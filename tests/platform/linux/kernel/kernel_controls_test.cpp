@@ -252,6 +252,7 @@ TEST_F(KernelControls, AValueOutOfRangeIsRefusedAndNeverBent) {
     EXPECT_EQ(write(unit, 11, {2}).error, ERANGE);
     EXPECT_EQ(write(terminal, 13, {0, 0, 0, 0, 0xFF, 0xFF, 0, 0}).error, ERANGE);
     EXPECT_THAT(device.writes(), IsEmpty());
+    EXPECT_FALSE(write(unit, 2, {0x41, 0x00}).written);
     EXPECT_TRUE(write(unit, 2, {0x40, 0x00}).written);
 }
 

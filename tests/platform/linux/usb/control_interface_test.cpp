@@ -160,6 +160,14 @@ TEST_F(ControlInterface, TheClassAnswersForNoControlThatTheDescriptorsDoNotList)
     EXPECT_THAT(ask(getMax, 2, 5), ElementsAre(2)); // unreadable descriptors: the usual identifiers
 }
 
+TEST_F(ControlInterface, TheClassAnswersNothingWithoutAPlaceForIt) {
+    answerWith({ErrorCode::refused});
+    UsbControlRequest request{0xA1, getMin, 0x0500, 0x0500, 0, nullptr, 7};
+    EXPECT_EQ(interface->ControlRequest(request), ErrorCode::none);
+    EXPECT_EQ(request.bytesDone, 0U);
+    EXPECT_THAT(diagnostics.lines(), IsEmpty());
+}
+
 TEST_F(ControlInterface, TheClassAnswersForNoSilentCamera) {
     answerWith({ErrorCode::timeout});
     EXPECT_THAT(ask(getMin, 5, 5), IsEmpty());
