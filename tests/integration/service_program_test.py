@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """The real panel's service on a private session bus: taveloctl uses it, and the bus starts it.
 
-usage: service_program_test.py PANEL TAVELOCTL"""
+usage: service_program_test.py FAST_CLOCK PANEL TAVELOCTL"""
 import json
 import os
 import pathlib
@@ -22,7 +22,8 @@ sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "system"))
 # pylint: disable=wrong-import-position
 from rig.processes import thread_names
 
-PANEL, TAVELOCTL = (os.path.abspath(program) for program in (sys.argv.pop(-2), sys.argv.pop(-1)))
+FAST_CLOCK, PANEL, TAVELOCTL = map(os.path.abspath, sys.argv[-3:])
+del sys.argv[-3:]
 SERVICE = "org.tavelo.ControlPanel"
 # They run while a window exists, and pass a camera's pictures on.
 PREVIEW_THREADS = {"kt.captureQueue"}
@@ -32,11 +33,11 @@ NO_DISPLAY = {"DISPLAY": None, "WAYLAND_DISPLAY": None, "QT_QPA_PLATFORM": None}
 class Bus:
     """A session bus of its own, which can start the panel."""
 
-    def __init__(self, folder, options):
+    def __init__(self, folder, options, launcher=""):
         services = folder / "services"
         services.mkdir()
         (services / f"{SERVICE}.service").write_text(
-            f'[D-BUS Service]\nName={SERVICE}\nExec="{PANEL}" --service {options}\n', encoding="utf-8")
+            f'[D-BUS Service]\nName={SERVICE}\nExec={launcher} "{PANEL}" --service {options}\n', encoding="utf-8")
         config = folder / "bus.conf"
         config.write_text(
             f"""<busconfig><type>session</type><listen>unix:dir={folder}</listen>
@@ -70,9 +71,9 @@ class ServiceProgram(unittest.TestCase):
         self.started = []
         self.addCleanup(self.end_all)
 
-    def start_bus(self, **changes):
+    def start_bus(self, launcher="", **changes):
         """Programs, also those that the bus starts, see the environment with these changes."""
-        self.bus = Bus(self.folder, self.options)
+        self.bus = Bus(self.folder, self.options, launcher)
         environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_CONFIG_HOME=str(self.folder), LC_ALL="C.UTF-8")
         environment.update(changes)
         self.environment = {name: value for name, value in environment.items() if value is not None}
@@ -293,6 +294,10 @@ class ServiceProgram(unittest.TestCase):
     def test_a_still_of_a_camera_like_a_pack(self):
         self.start_bus()
         self.assertTrue(self.printed("--virtual-cameras", "1", "probe", "--pack", "pack.json"))
+        pack = self.folder / "pack.json"
+        pack.write_text(pack.read_text(encoding="utf-8").replace("Tavelo Virtual Camera 1", "Recorded Camera"),
+                        encoding="utf-8")
+        self.assertIn("Recorded Camera", self.printed("--like", "pack.json", "list"))
         still = self.folder / "still.png"
         self.assertEqual(self.printed("--like", "pack.json", "snapshot", still), "")
         self.assert_picture(still)
@@ -371,6 +376,39 @@ class ServiceProgram(unittest.TestCase):
         second = self.start(PANEL, "--service")
         self.assertEqual(second.communicate(timeout=PATIENCE), ("", ""))
         self.assertEqual(second.returncode, 0)
+
+    # Two idle minutes are four seconds for a service whose clock is fast.
+    IDLE = 4
+
+    def start_service_with_fast_clock(self):
+        self.start_bus(f'/usr/bin/env "LD_PRELOAD={FAST_CLOCK}"')
+        self.assertEqual(self.bus_call("List").returncode, 0)
+        return self.owner_process()
+
+    def test_a_service_that_nobody_uses_ends_after_two_minutes(self):
+        began = time.monotonic()
+        service = self.start_service_with_fast_clock()
+        wait_until("end of the service", lambda: not os.path.exists(f"/proc/{service}"))
+        self.assertGreater(time.monotonic() - began, 0.9 * self.IDLE)
+        self.assertFalse(self.is_owned())
+        self.assertEqual(self.bus_call("List").returncode, 0, "the bus starts another")
+
+    def test_each_call_gives_the_service_two_minutes_more(self):
+        service = self.start_service_with_fast_clock()
+        end = time.monotonic() + 1.5 * self.IDLE
+        while time.monotonic() < end:
+            self.assertEqual(self.bus_call("List").returncode, 0)
+            time.sleep(0.1)
+        self.assertEqual(self.owner_process(), service)
+
+    def test_a_service_with_a_window_does_not_end(self):
+        service = self.start_service_with_fast_clock()
+        self.show_window()
+        end = time.monotonic() + 1.5 * self.IDLE
+        while time.monotonic() < end:
+            self.assertTrue(self.is_owned(), "asked the bus, not the service")
+            time.sleep(0.1)
+        self.assertEqual(self.owner_process(), service)
 
     def test_without_a_bus_there_is_no_service(self):
         self.start_bus()
