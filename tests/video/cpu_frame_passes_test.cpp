@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "passes_harness.h"
@@ -76,6 +77,20 @@ TEST(CpuFramePasses, DisplayedPixelsAreOpaqueWhateverTheFrameSays) {
     passes.setTarget({target.bits(), 4, 4, 16});
     passes.display(zeroed.texture.get(), {4, 4}, matrixOf({4, 4, 4, 4}));
     EXPECT_EQ(target.pixel(2, 2), 0xFF000000U);
+}
+
+TEST(CpuFramePasses, TheOutermostPixelsAreNotMixedWithOthers) {
+    CpuFramePasses passes;
+    const FramePicture picture = passes.makePicture(PictureUse::correctedFrame, 2, 2, 8);
+    for (std::size_t row = 0; row < 2; ++row)
+        std::fill_n(picture.pixelBuffer->baseAddress() + row * 8 + 4, 4, std::uint8_t(255));
+    QImage target(64, 64, QImage::Format_RGB32);
+    passes.setTarget({target.bits(), 64, 64, std::size_t(target.bytesPerLine())});
+    passes.display(picture.texture.get(), {64, 64}, matrixOf({2, 2, 64, 64}));
+    for (const int x : {0, 15})
+        EXPECT_EQ(target.pixel(x, 32), 0xFF000000U) << x;
+    for (const int x : {48, 63})
+        EXPECT_EQ(target.pixel(x, 32), 0xFFFFFFFFU) << x;
 }
 
 TEST(CpuFramePasses, RefusesAPictureBeyondWhatItCanCount) {

@@ -91,6 +91,7 @@ private:
 inline RenderBackend makeFakeBackend(BackendLog& log, Renderer renderer = Renderer::cpu) {
     RenderBackend backend;
     backend.renderer = renderer;
+    backend.surfaceType = renderer == Renderer::gl ? QSurface::OpenGLSurface : QSurface::RasterSurface;
     backend.surface = std::make_unique<FakeSurface>(log);
     backend.passes = std::make_unique<FakePasses>(log);
     return backend;

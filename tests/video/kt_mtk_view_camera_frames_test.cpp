@@ -8,6 +8,7 @@
 
 #include "fake_asset_writer.h"
 #include "fake_backend.h"
+#include "support/temporary_folder.h"
 #include "test_picture.h"
 
 namespace tavelo::testing {
@@ -69,10 +70,18 @@ protected:
                           makeTestPicture(640, 360)});
         settle();
     }
+    bool writesStill() {
+        std::promise<bool> written;
+        view_.screenShotWithFilePathCompletionHandler(
+            (folder_.path() / "still.png").string(),
+            [&](bool success, const Error&) { written.set_value(success); });
+        return written.get_future().get();
+    }
     void settle() {
         view_.renderQueue().sync([] {});
     }
 
+    TemporaryFolder folder_;
     BackendLog log_;
     WriterScript script_;
     std::shared_ptr<MovieFrame> frame_ = std::make_shared<MovieFrame>(1280, 720);
@@ -206,10 +215,19 @@ TEST_F(CameraFramesTest, StillOfAPictureWhoseCorrectionFailedFails) {
     EXPECT_NE(view_.correctPixelBuffer(), nullptr);
     log_.hangsOnColumns = 80;
     drawWhole(3ms);
-    std::promise<bool> written;
-    view_.screenShotWithFilePathCompletionHandler(
-        "unwritten.png", [&](bool success, const Error&) { written.set_value(success); });
-    EXPECT_FALSE(written.get_future().get());
+    EXPECT_FALSE(writesStill());
+}
+
+TEST_F(CameraFramesTest, FrameIsNotDrawnIntoAPictureOfAnotherSize) {
+    draw(2ms, nullptr);
+    EXPECT_TRUE(writesStill());
+    log_.refuseCameraFrame = true;
+    for (const auto& [width, height] : {std::pair(1280, 1440), std::pair(2560, 720)}) {
+        frame_ = std::make_shared<MovieFrame>(width, height);
+        draw(3ms, nullptr);
+        EXPECT_FALSE(writesStill()) << width << "x" << height;
+        EXPECT_EQ(frame_->drawn, 0) << width << "x" << height;
+    }
 }
 
 // Pictures of a view that nobody looks at

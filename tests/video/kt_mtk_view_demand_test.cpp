@@ -118,6 +118,17 @@ TEST_F(DemandTest, ShownViewWantsAsMuchAsThePictureCoversUntilItIsHiddenAgain) {
     EXPECT_EQ(view_->demand(), (PictureDemand{false, 0, 0}));
 }
 
+TEST_F(DemandTest, ViewWithoutAnAreaWantsNothing) {
+    show();
+    drawNothing();
+    for (const auto& [width, height] : {std::pair(0, 0), std::pair(536, 0), std::pair(0, 301)}) {
+        view_->mtkViewDrawableSizeWillChange(width, height);
+        settle();
+        const PictureDemand demand = view_->demand();
+        EXPECT_TRUE(demand.shownWidth == 0 || demand.shownHeight == 0) << width << "x" << height;
+    }
+}
+
 TEST_F(DemandTest, ViewInAMinimisedWindowWantsNothing) {
     QWindow window;
     window.setGeometry(0, 0, 700, 400);

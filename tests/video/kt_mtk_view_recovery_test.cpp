@@ -81,6 +81,7 @@ TEST_F(KTMTKViewRecoveryTest, AfterThreeFailuresTheProcessorTakesOverWithOneLine
         draw();
     EXPECT_THAT(remade_, ElementsAre(Renderer::gl, Renderer::gl, Renderer::cpu));
     EXPECT_EQ(view_.renderer(), Renderer::cpu);
+    EXPECT_EQ(view_.surfaceType(), QSurface::RasterSurface);
     EXPECT_THAT(processorLog_.take(), Contains("present"));
     EXPECT_EQ(view_.drawnFrames(), 3U);
     EXPECT_THAT(diagnostics_.lines(),
@@ -138,6 +139,18 @@ TEST_F(KTMTKViewRecoveryTest, ShownWindowStaysShownWhenTheProcessorTakesOver) {
     EXPECT_EQ(view_.size(), QSize(200, 100));
     draw();
     EXPECT_THAT(processorLog_.take(), Contains("present"));
+}
+
+TEST_F(KTMTKViewRecoveryTest, ContextThatIsMadeAgainMayDrawInTheWindowThatIsShown) {
+    view_.show();
+    while (!view_.isExposed())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    view_.renderQueue().sync([] {});
+    ASSERT_TRUE(log_.toldDrawable);
+    log_.toldDrawable = false;
+    lose();
+    EXPECT_THAT(remade_, ElementsAre(Renderer::gl));
+    EXPECT_TRUE(log_.toldDrawable);
 }
 
 TEST_F(KTMTKViewRecoveryTest, ViewMayDieBeforeItRecovers) {

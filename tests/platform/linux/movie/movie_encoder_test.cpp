@@ -3,7 +3,10 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <limits>
+#include <string>
 
 #include "movie_fixture.h"
 
@@ -239,6 +242,25 @@ TEST_F(MovieEncoderTest, TheFirstPictureIsAFragmentAndThenEachHalfSecond) {
     appendPictures(75, 160, 90);
     EXPECT_EQ(finish(), AssetWriterStatus::completed);
     EXPECT_THAT(samplesOfFragments(path_), ElementsAre(1, 15, 15, 15, 15, 14));
+}
+
+// QuickTime's own players do not know the short way.
+TEST_F(MovieEncoderTest, FragmentsOfMpeg4AreCountedFromThemselvesAndThoseOfQuickTimeFromTheFilesStart) {
+    keepFragments();
+    for (const MovieFileType type : {MovieFileType::mpeg4, MovieFileType::quickTimeMovie}) {
+        path_ = folder_.path() / (type == MovieFileType::mpeg4 ? "movie.mp4" : "movie.mov");
+        start(videoSettings(160, 90), {}, type);
+        appendPictures(3, 160, 90);
+        EXPECT_EQ(finish(), AssetWriterStatus::completed);
+        std::ifstream file(path_, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        const std::size_t header = bytes.find("tfhd");
+        ASSERT_LT(header + 8, bytes.size());
+        const bool fromItself = (bytes[header + 5] & 0x02) != 0;
+        const bool fromTheStart = (bytes[header + 7] & 0x01) != 0;
+        EXPECT_EQ(fromItself, type == MovieFileType::mpeg4) << path_;
+        EXPECT_EQ(fromTheStart, type == MovieFileType::quickTimeMovie) << path_;
+    }
 }
 
 } // namespace

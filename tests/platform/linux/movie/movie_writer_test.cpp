@@ -136,6 +136,13 @@ TEST_F(MovieWriterTest, FrameBeforeTheSessionFails) {
     EXPECT_EQ(filesIn(folder_.path()), 0U);
 }
 
+TEST_F(MovieWriterTest, FrameWithoutATimeScaleFails) {
+    start(videoSettings(160, 90));
+    EXPECT_FALSE(video_->appendSampleBuffer({makeMovingPicture(160, 90), MediaTime{0, 0}}));
+    EXPECT_EQ(writer_->status(), AssetWriterStatus::failed);
+    EXPECT_THAT(writer_->error().text, ::testing::HasSubstr("no place on the movie's time line"));
+}
+
 TEST_F(MovieWriterTest, NothingIsTakenOnceTheInputIsFinished) {
     start(videoSettings(160, 90));
     appendPictures(3, 160, 90);
