@@ -4,6 +4,7 @@
 
 #include "integration/main_thread_watch.h"
 #include "integration/panel_fixture.h"
+#include "panel/automatic_functions.h"
 #include "platform/virtual/control_interface.h"
 #include "support/untold_interface.h"
 
@@ -182,6 +183,23 @@ TEST_F(PanelFollowing, ACameraThatTellsNothingIsReadInTheBackgroundWhenTheWindow
     EXPECT_EQ(own.count(), 0U);
 }
 
+TEST_F(PanelFollowing, ASliderWhoseAutomaticIsSwitchedOffShowsWhatTheCameraChoseMeanwhile) {
+    startAndFollow(1);
+    manager_.setInterface(
+        std::make_shared<testing::UntoldInterface>(std::make_shared<VirtualControlInterface>(camera(1), 0)));
+    const AutomaticFunction* const whiteBalance = automaticFunctionOf(KTUVCControl::whiteBalance);
+    panel().setAutomatic(*whiteBalance, true);
+    camera(1)->setControlValue(control::whiteBalance, 5400);
+    told_.clear();
+    panel().setAutomatic(*whiteBalance, false);
+    EXPECT_EQ(view().whiteBalanceSlider()->intValue(), 5400);
+    EXPECT_THAT(told_, ElementsAre(whiteBalance->automatic, whiteBalance->manual));
+    told_.clear();
+    panel().setAutomatic(*whiteBalance, true);
+    panel().setAutomatic(*whiteBalance, false);
+    EXPECT_THAT(told_, ElementsAre(whiteBalance->automatic, whiteBalance->automatic));
+}
+
 TEST_F(PanelFollowing, AnotherPartOfTheProgramWritesAsASliderDoes) {
     startAndFollow(1);
     QSignalSpy records(&panel(), &ViewController::recordChanged);
@@ -217,6 +235,11 @@ TEST_F(PanelFollowing, AWalkOverAllControlsShowsWhatItChanged) {
     EXPECT_THAT(told_, ElementsAre(KTUVCControl::contrast));
     EXPECT_EQ(view().contrastSlider()->intValue(), 32);
     EXPECT_EQ(view().contrastValueText()->text(), u"32");
+}
+
+TEST_F(PanelFollowing, WithoutACameraNothingIsWritten) {
+    start(0);
+    EXPECT_FALSE(panel().writeControl(KTUVCControl::bright, false, [](KTUVCManager&) { return true; }));
 }
 
 TEST_F(PanelFollowing, WithoutACameraAWalkEndsToo) {

@@ -80,6 +80,11 @@ TEST_F(PanelLook, TheSettingsPanelIsSquareUnderTheCameraTabs) {
     EXPECT_EQ(image.pixelColor(514, 126), QColor(38, 38, 38)) << "the other corners are round";
 }
 
+TEST_F(PanelLook, CameraButtonsAreDisabledUntilThereIsACamera) {
+    EXPECT_FALSE(view_.camera1Button()->isEnabled());
+    EXPECT_FALSE(view_.camera2Button()->isEnabled());
+}
+
 TEST_F(PanelLook, NoFocusRingShowsBeforeAKeyIsPressed) {
     const auto rings = [this] { return view_.findChildren<QFocusFrame*>().size(); };
     view_.show();

@@ -274,6 +274,12 @@ TEST_F(ShownSlider, MarksAValueUnderTheKnobsCentre) {
     slider_.setIntValue(172);
     EXPECT_FALSE(isMarked(172)) << "the knob covers it";
     slider_.setIntValue(0);
+    for (const int end : {0, 344}) {
+        slider_.setIntValue(172);
+        slider_.setMarkedValue(end);
+        EXPECT_TRUE(isMarked(end));
+    }
+    slider_.setIntValue(0);
     slider_.setMarkedValue(345);
     EXPECT_FALSE(isMarked(344)) << "out of range";
     slider_.setMarkedValue({});
