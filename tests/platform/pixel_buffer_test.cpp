@@ -23,6 +23,8 @@ TEST(PixelBuffer, Nv12IsPlanarWithHalfTheChroma) {
     EXPECT_EQ(buffer->planes()[1].width, 321U);
     EXPECT_EQ(buffer->planes()[1].height, 241U);
     EXPECT_GE(buffer->planes()[1].bytesPerRow, 642U);
+    const PixelBuffer::Plane& luma = buffer->planes()[0];
+    EXPECT_EQ(buffer->planes()[1].baseAddress, luma.baseAddress + luma.bytesPerRow * luma.height);
 }
 
 TEST(PixelBuffer, EmptySizesGiveNone) {

@@ -10,8 +10,11 @@ namespace {
 
 using testing::answered;
 using testing::answerIn;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using testing::numberControl;
 using testing::toggleControl;
 
@@ -92,7 +95,7 @@ TEST(ControlFindings, GetLen) {
     EXPECT_THAT(textsOf(control), ElementsAre("GET_LEN says 4, the class says 2"));
     control = numberControl(extension, 1, 2, {});
     answerIn(control, UvcRequest::getLen) = stalled;
-    EXPECT_THAT(textsOf(control), ::testing::Contains("GET_LEN is refused"));
+    EXPECT_THAT(textsOf(control), Contains("GET_LEN is refused"));
 }
 
 TEST(ControlFindings, AnswersOfTheWrongLength) {
@@ -102,6 +105,18 @@ TEST(ControlFindings, AnswersOfTheWrongLength) {
     answerIn(control, UvcRequest::getMin) = answered({});
     EXPECT_THAT(textsOf(control),
                 ElementsAre("GET_MIN answers 0 bytes in place of 2", "GET_CUR answers 1 byte in place of 2"));
+}
+
+TEST(ControlFindings, TheLongestAnswerThatIsAskedFor) {
+    ControlRecord control = numberControl(extension, 1, 1, {});
+    const auto saysLength = [&](std::uint16_t length) {
+        answerIn(control, UvcRequest::getLen) = answered({lowByte(length), highByte(length)});
+        answerIn(control, UvcRequest::getCur) = answered({5});
+        return textsOf(control);
+    };
+    const auto tooShort = "GET_CUR answers 1 byte in place of " + std::to_string(longestAnswer);
+    EXPECT_THAT(saysLength(longestAnswer), Contains(tooShort));
+    EXPECT_THAT(saysLength(longestAnswer + 1), Not(Contains(HasSubstr("4097"))));
 }
 
 TEST(ControlFindings, RefusedRanges) {

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "platform/uvc/class_controls.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <array>
 #include <set>
+#include <vector>
 
 #include "platform/uvc/camera_record.h"
 
 namespace tavelo {
 namespace {
+
+using ::testing::ElementsAreArray;
 
 TEST(ClassControls, NameEveryControlThatHasABitAndNoOther) {
     std::set<std::string_view> names;
@@ -25,6 +29,19 @@ TEST(ClassControls, NameEveryControlThatHasABitAndNoOther) {
             EXPECT_EQ(classControl(address) != nullptr, controlBit(address) != 0) << selector;
         }
     }
+}
+
+TEST(ClassControls, HaveTheSizesOfTheClass) {
+    constexpr std::array terminalSizes{1, 1, 1, 4, 1, 2, 2, 1, 2, 1, 2, 3, 8, 4, 2, 2, 1, 1, 12, 10};
+    constexpr std::array unitSizes{2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 1, 4, 1, 2, 2, 1, 1, 1, 1};
+    const auto sizesOf = [](UvcEntity entity) {
+        std::vector<int> sizes;
+        for (const ClassControl& control : classControls())
+            if (control.address.entity == entity) sizes.push_back(int(control.size));
+        return sizes;
+    };
+    EXPECT_THAT(sizesOf(UvcEntity::cameraTerminal), ElementsAreArray(terminalSizes));
+    EXPECT_THAT(sizesOf(UvcEntity::processingUnit), ElementsAreArray(unitSizes));
 }
 
 TEST(ClassControls, ValuesThatAreNoNumbersFitTheirForm) {

@@ -20,7 +20,7 @@ TEST(UsbPlace, IsTheInnermostDeviceOfAPath) {
 TEST(UsbPlace, OtherPathsHaveNone) {
     for (const char* const path :
          {"", "/", "/devices/pci0000:00/0000:00:1f.3/sound/card0", "/devices/usb1", "/a/1-", "/a/-1",
-          "/a/1-a", "/a/x-1", "/devices/platform/snd-aloop.0/sound/card1", "/a/1-.2"})
+          "/a/1-a", "/a/x-1", "/a/123", "/devices/platform/snd-aloop.0/sound/card1", "/a/1-.2"})
         EXPECT_EQ(usbPlaceOf(path), "") << path;
 }
 

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "fake_usb_camera.h"
+#include "platform/uvc/little_endian.h"
 #include "platform/uvc/uvc_protocol.h"
 #include "platform/virtual/firmware/virtual_camera_model.h"
 #include "support/recorded_diagnostics.h"
@@ -345,6 +346,19 @@ TEST_F(UsbCaptureInputTest, AFormatThatTheCameraRefusesGivesWayToTheNext) {
 TEST_F(UsbCaptureInputTest, ACameraThatBendsARequestStreamsWhatItSays) {
     use(wideCamera());
     camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) { bytes[2] = 2; });
+    start();
+    ASSERT_TRUE(waitForStream());
+    EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);
+}
+
+TEST_F(UsbCaptureInputTest, AFormatThatTheCameraWouldSlowDownGivesWayToAFasterOne) {
+    constexpr std::uint32_t fps5 = 2'000'000;
+    VirtualCameraModel model = wideCamera();
+    model.offers[0].frameIntervals = {fps30, fps5};
+    use(model);
+    camera->bend([](std::uint8_t, std::uint8_t, std::span<std::uint8_t> bytes) {
+        if (bytes[2] == 1) putLittleEndian(fps5, bytes.subspan(4, 4));
+    });
     start();
     ASSERT_TRUE(waitForStream());
     EXPECT_EQ(camera->firmware().committedFormat()->encoding, StreamEncoding::mjpeg);

@@ -143,6 +143,13 @@ TEST_F(CameraClaims, AfterAFailureTheNextTryBeginsAnew) {
     EXPECT_EQ(error.code, ErrorCode::none);
 }
 
+TEST_F(CameraClaims, ACameraWhoseDriverLetGoInVainGetsItBack) {
+    camera->fail("claim 0", ErrorCode::busy, 1);
+    EXPECT_FALSE(claims->acquire({{1, 5}, 0, {}}, error));
+    waitForReturns();
+    EXPECT_EQ(camera->holder(0), Holder::driver);
+}
+
 constexpr std::chrono::seconds longEnough(60);
 
 // A driver that is slow to attach to the camera.

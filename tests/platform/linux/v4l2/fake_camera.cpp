@@ -186,8 +186,13 @@ private:
         return 0;
     }
 
+    // The kernel refuses others.
+    static bool isOurKind(const v4l2_buffer& buffer) {
+        return buffer.type == V4L2_BUF_TYPE_VIDEO_CAPTURE && buffer.memory == V4L2_MEMORY_MMAP;
+    }
+
     int queryBuffer(v4l2_buffer& buffer) const {
-        if (buffer.index >= state_->buffers.size()) return EINVAL;
+        if (!isOurKind(buffer) || buffer.index >= state_->buffers.size()) return EINVAL;
         buffer.length = std::uint32_t(bufferBytes);
         if (state_->lies.bufferBytes > 0 && isLiedAbout(state_->format.pixelformat))
             buffer.length = state_->lies.bufferBytes;
@@ -196,14 +201,15 @@ private:
     }
 
     int queue(const v4l2_buffer& buffer) {
-        if (buffer.index >= state_->buffers.size() || std::ranges::count(state_->queued, buffer.index) > 0)
+        if (!isOurKind(buffer) || buffer.index >= state_->buffers.size() ||
+            std::ranges::count(state_->queued, buffer.index) > 0)
             return EINVAL;
         state_->queued.push_back(buffer.index);
         return 0;
     }
 
     int dequeue(v4l2_buffer& buffer) {
-        if (!state_->streaming) return EINVAL;
+        if (!isOurKind(buffer) || !state_->streaming) return EINVAL;
         if (state_->done.empty()) return EAGAIN;
         char byte = 0;
         if (::read(readable_.get(), &byte, 1) != 1) return EIO;

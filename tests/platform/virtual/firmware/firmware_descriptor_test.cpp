@@ -11,6 +11,7 @@
 namespace tavelo {
 namespace {
 
+using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using Bytes = std::vector<std::uint8_t>;
@@ -55,6 +56,10 @@ protected:
 TEST_P(DescriptorTest, deviceIsAHighSpeedDeviceOfSeveralFunctions) {
     EXPECT_THAT(firmware.deviceDescriptor(), ElementsAre(18, 1, 0x00, 0x02, 0xEF, 2, 1, 64, 0x09, 0x12, 0x01,
                                                          0x00, 0x00, 0x01, 1, 2, 3, 1));
+}
+
+TEST_P(DescriptorTest, configurationIsBusPoweredAndHasTwoInterfaces) {
+    EXPECT_THAT(parts[0], ElementsAre(9, 2, _, _, 2, 1, 0, 0x80, 250));
 }
 
 TEST_P(DescriptorTest, totalLengthsAreThoseOfTheirParts) {
@@ -184,6 +189,16 @@ TEST(VirtualCameraModelTest, noTwoCamerasShareALocationASerialNumberOrEntities) 
     EXPECT_FALSE(entities.contains(0));
     EXPECT_FALSE(entities.contains(1)) << "a host that takes identifiers for granted is found out";
     EXPECT_FALSE(entities.contains(2));
+}
+
+TEST(VirtualCameraModelTest, extensionUnitIsThereIfItHasAnIdentifier) {
+    VirtualCameraModel model = virtualCameraModel(1);
+    for (const std::uint8_t identifier : std::to_array<std::uint8_t>({0, 1, 9})) {
+        model.extensionUnitID = identifier;
+        const auto parts = split(VirtualCameraFirmware(model).configurationDescriptor());
+        // A format of the stream has the same number.
+        EXPECT_EQ(ofType(parts, 0x24, 6).size(), identifier == 0 ? 1U : 2U) << int(identifier);
+    }
 }
 
 TEST(VirtualCameraModelTest, oneCameraMayHaveBrokenDescriptors) {

@@ -194,6 +194,11 @@ TEST_F(RecordedCameraTest, ItsNameMayHaveAnyLetters) {
     VirtualCameraFirmware other(modelOf(camera));
     EXPECT_THAT(other.control({0x80, uvc::getDescriptor, uvc::stringType << 8 | 2, 0x0409, 255}, {}).data,
                 ElementsAre(14, 3, 0xE9, 0, 0xAC, 0x20, 0x3D, 0xD8, 0x00, 0xDE, '?', 0, '?', 0));
+    camera.product = "\xF0\x90\x80\x80\xEF\xBF\xBF"; // the first of two units, and the last of one
+    EXPECT_THAT(VirtualCameraFirmware(modelOf(camera))
+                    .control({0x80, uvc::getDescriptor, uvc::stringType << 8 | 2, 0x0409, 255}, {})
+                    .data,
+                ElementsAre(8, 3, 0x00, 0xD8, 0x00, 0xDC, 0xFF, 0xFF));
     camera.product.assign(200, 'x');
     VirtualCameraFirmware longNamed(modelOf(camera));
     EXPECT_EQ(
@@ -312,6 +317,64 @@ TEST_F(FaultyRecordedCameraTest, AShortAnswerStaysShortAfterAWrite) {
     EXPECT_THAT(get(UvcRequest::getCur, unit, 2).data, ElementsAre(0x12));
 }
 
+// As cameras answer that are confused about a control's size.
+class OddSizes : public RecordedCameraTest {
+protected:
+    /// @return whether the last control that is sent takes `size` bytes
+    static bool takes(const CameraRecord& like, std::uint8_t entity, std::uint8_t selector,
+                      std::uint16_t size) {
+        VirtualCameraFirmware camera(modelOf(like));
+        return camera
+                   .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), std::uint16_t(selector << 8),
+                             std::uint16_t(entity << 8 | controlNumber), size},
+                            Bytes(size, 2))
+                   .kind == UsbReplyKind::done;
+    }
+    static constexpr RawAnswer stalled{AnswerKind::stalled, {}};
+};
+
+TEST_F(OddSizes, AControlThatDoesNotTellItsSizeHasTheClasss) {
+    for (const RawAnswer& length : {stalled, answered({0, 0}), answered({0x01, 0x10})}) {
+        CameraRecord camera = record();
+        ControlRecord& brightness = camera.controls[2];
+        answerIn(brightness, UvcRequest::getLen) = length;
+        answerIn(brightness, UvcRequest::getMin) = stalled;
+        answerIn(brightness, UvcRequest::getCur) = answered({6});
+        EXPECT_TRUE(takes(camera, unit, 2, 2));
+        EXPECT_FALSE(takes(camera, unit, 2, 1));
+    }
+}
+
+TEST_F(OddSizes, AControlThatNobodyKnowsHasTheSizeOfItsValue) {
+    CameraRecord camera = record();
+    answerIn(camera.controls[6], UvcRequest::getLen) = stalled;
+    EXPECT_TRUE(takes(camera, extension, 1, 3));
+    EXPECT_FALSE(takes(camera, extension, 1, 2));
+}
+
+TEST_F(OddSizes, ANumberOfOneByteWithoutARangeTakesAny) {
+    CameraRecord camera = record();
+    ControlRecord& brightness = camera.controls[2];
+    answerIn(brightness, UvcRequest::getLen) = answered({1, 0});
+    answerIn(brightness, UvcRequest::getMin) = stalled;
+    answerIn(brightness, UvcRequest::getMax) = stalled;
+    EXPECT_TRUE(takes(camera, unit, 2, 1));
+}
+
+TEST_F(OddSizes, ASwitchOfTwoBytesWithoutARangeTakesAny) {
+    CameraRecord camera = record();
+    answerIn(camera.controls[4], UvcRequest::getLen) = answered({2, 0});
+    EXPECT_TRUE(takes(camera, unit, 11, 2));
+    answerIn(camera.controls[4], UvcRequest::getLen) = answered({1, 0});
+    EXPECT_FALSE(takes(camera, unit, 11, 1)) << "2 is neither off nor on";
+}
+
+TEST_F(RecordedCameraTest, AControlThatTheDescriptorsDoNotListHasNoValue) {
+    CameraRecord camera = record();
+    camera.controls[2].listed = false;
+    EXPECT_EQ(VirtualCameraFirmware(modelOf(camera)).controlValue(control::brightness), std::nullopt);
+}
+
 TEST_F(RecordedCameraTest, ValuesCanBeReadAndSetPastTheHost) {
     EXPECT_EQ(firmware.controlValue(control::brightness), 6);
     EXPECT_TRUE(firmware.setControlValue(control::brightness, -3));
@@ -406,6 +469,18 @@ TEST(RecordedModel, RefusesDescriptorsThatAreNoCamera) {
     camera.controlInterface = 0;
     EXPECT_FALSE(modelLike(camera, 1, error));
     EXPECT_THAT(error.text, HasSubstr("interface 0"));
+}
+
+TEST(RecordedModel, AnEntityThatIsMissingHasTheIdentifierOfNone) {
+    CameraRecord camera = record();
+    camera.descriptors.configuration = test::configuration(
+        {test::videoControl(controlNumber), test::processingUnit(unit, terminal, {0x43, 0x10})});
+    EXPECT_EQ(modelOf(camera).terminalID, 0);
+    EXPECT_EQ(modelOf(camera).unitID, unit);
+    camera.descriptors.configuration = test::configuration(
+        {test::videoControl(controlNumber), test::cameraTerminal(terminal, {0x0A, 0, 0})});
+    EXPECT_EQ(modelOf(camera).terminalID, terminal);
+    EXPECT_EQ(modelOf(camera).unitID, 0);
 }
 
 TEST(RecordedModel, AnyCutOfTheDescriptorsIsHarmless) {

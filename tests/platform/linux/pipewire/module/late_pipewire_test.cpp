@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/linux/late_module.h"
+#include "platform/linux/pipewire/module/late_picture_shares.h"
 #include "platform/linux/pipewire/module/pipewire_socket.h"
 #include "support/recorded_diagnostics.h"
 #include "support/temporary_folder.h"
@@ -106,6 +107,27 @@ TEST_F(LatePipewireTest, LooksForTheSocketWhereTheVariablesSay) {
     ::setenv("PIPEWIRE_RUNTIME_DIR", "/nowhere", 1);
     ::setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
     EXPECT_FALSE(pipewireMayRun());
+}
+
+TEST_F(LatePipewireTest, AShareThatCannotBeMadeSaysWhy) {
+    const auto shares = makeLatePictureShares(
+        std::make_shared<LatePipewire>(diagnostics_, AskForPipewire(), folder_.path() / "missing.so"));
+    Error error;
+    EXPECT_EQ(shares->makeShare("camera", error), nullptr);
+    EXPECT_EQ(error.code, ErrorCode::failed);
+    EXPECT_EQ(error.text, "PipeWire does not run");
+    makeSocket();
+    EXPECT_EQ(shares->makeShare("camera", error), nullptr);
+    EXPECT_EQ(error.text, "PipeWire's library cannot be used");
+}
+
+TEST_F(LatePipewireTest, AShareIsMadeByTheLibrary) {
+    makeSocket();
+    const auto shares = makeLatePictureShares(
+        std::make_shared<LatePipewire>(diagnostics_, AskForPipewire(), PIPEWIRE_MODULE));
+    Error error;
+    EXPECT_NE(shares->makeShare("camera", error), nullptr);
+    EXPECT_EQ(error.code, ErrorCode::none);
 }
 
 TEST(PipewireModule, IsFoundBesideThePrograms) {

@@ -122,6 +122,8 @@ TEST(StreamingDescriptors, IntervalsMayBeARange) {
 TEST(StreamingDescriptors, ALyingCountOfIntervalsIsCutToWhatIsThere) {
     const auto many = read(join({jpegFormat(1), frame(7, 1, 64, 48, 200, {fps30, 0, fps15})}));
     EXPECT_THAT(intervalsOf(many.offers.at(0)), ElementsAre(fps30, fps15)) << "an interval of 0 is none";
+    const auto shortest = read(join({jpegFormat(1), frame(7, 1, 64, 48, 1, {1})}));
+    EXPECT_THAT(intervalsOf(shortest.offers.at(0)), ElementsAre(1));
     const auto none = read(join({jpegFormat(1), frame(7, 1, 64, 48, 0, {fps30})}));
     EXPECT_THAT(none.offers.at(0).intervals, IsEmpty());
     const auto reversed = read(join({jpegFormat(1), frame(7, 1, 64, 48, 0, {fps15, fps30, 1})}));
@@ -167,6 +169,22 @@ TEST(StreamingDescriptors, TheEndpointOfStillPicturesIsNotTheStreams) {
     const auto interface = read(join({endpoint(0x82, 2, 512), endpoint(0x81, 2, 512)}));
     ASSERT_THAT(interface.settings, SizeIs(1));
     EXPECT_EQ(interface.settings.front().endpoint, 0x81);
+}
+
+TEST(StreamingDescriptors, AHeaderThatIsCutOffNamesItsEndpointIfThatIsThere) {
+    const auto endpoints = [](std::size_t length) {
+        Bytes header = inputHeader();
+        header.resize(length);
+        header[0] = std::uint8_t(length);
+        const auto interface = streamingInterfaceOf(
+            join({setting(1, 0), header, endpoint(0x82, 2, 512), endpoint(0x81, 2, 512)}), 1);
+        std::vector<int> found;
+        for (const UvcStreamSetting& each : interface.settings)
+            found.push_back(each.endpoint);
+        return found;
+    };
+    EXPECT_THAT(endpoints(7), ElementsAre(0x81));
+    EXPECT_THAT(endpoints(6), ElementsAre(0x82, 0x81));
 }
 
 TEST(StreamingDescriptors, AHeaderThatNamesNoEndpointThereIsNotBelieved) {
