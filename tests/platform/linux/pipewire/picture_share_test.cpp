@@ -220,6 +220,7 @@ TEST_F(PictureShareTest, AViewerSeesEveryByteMirroredOrNot) {
     }
     EXPECT_EQ(viewer.last().bytesPerRow, 64);
     EXPECT_EQ(wanted_, SharedPicture::cameraFrame);
+    EXPECT_FALSE(viewer.last().marked);
     EXPECT_GT(viewer.last().time, std::chrono::nanoseconds(1h).count());
     EXPECT_LE(viewer.last().time, now_.count());
     EXPECT_EQ((viewer.last().time - std::chrono::nanoseconds(1h).count()) % 40'000'000, 0);

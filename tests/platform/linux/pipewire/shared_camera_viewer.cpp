@@ -109,6 +109,7 @@ void SharedCameraViewer::process() {
             last_.bytes.assign(bytes, bytes + data.chunk->size);
             last_.bytesPerRow = data.chunk->stride;
             last_.time = header != nullptr ? header->pts : 0;
+            last_.marked = header != nullptr && header->flags != 0;
             ++count_;
             holds = holds_;
         }

@@ -27,6 +27,7 @@ public:
     struct Picture {
         std::vector<std::uint8_t> bytes;
         std::int64_t time = 0; ///< nanoseconds
+        bool marked = false;   ///< damaged, discontinuous ...
         std::uint32_t width = 0;
         std::uint32_t height = 0;
         int bytesPerRow = 0;

@@ -9,6 +9,7 @@
 
 #include "platform/linux/late_module.h"
 #include "platform/linux/pipewire/module/late_picture_shares.h"
+#include "platform/linux/pipewire/module/late_sounds.h"
 #include "platform/linux/pipewire/module/pipewire_socket.h"
 #include "support/recorded_diagnostics.h"
 #include "support/temporary_folder.h"
@@ -128,6 +129,18 @@ TEST_F(LatePipewireTest, AShareIsMadeByTheLibrary) {
     Error error;
     EXPECT_NE(shares->makeShare("camera", error), nullptr);
     EXPECT_EQ(error.code, ErrorCode::none);
+}
+
+TEST_F(LatePipewireTest, SoundsWaitForThePipewireThatBringsThem) {
+    const auto sounds =
+        makeLateSounds(std::make_shared<LatePipewire>(diagnostics_, AskForPipewire(), PIPEWIRE_MODULE));
+    Error error;
+    EXPECT_FALSE(sounds->mayHaveMicrophones());
+    EXPECT_THAT(sounds->microphones(error), IsEmpty());
+    EXPECT_EQ(error.text, "PipeWire, which brings the sound, is not there");
+    EXPECT_EQ(sounds->open({}, error), nullptr);
+    makeSocket();
+    EXPECT_TRUE(sounds->mayHaveMicrophones());
 }
 
 TEST(PipewireModule, IsFoundBesideThePrograms) {
