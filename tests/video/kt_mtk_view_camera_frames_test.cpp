@@ -8,7 +8,6 @@
 
 #include "fake_asset_writer.h"
 #include "fake_backend.h"
-#include "support/temporary_folder.h"
 #include "test_picture.h"
 
 namespace tavelo::testing {
@@ -73,15 +72,13 @@ protected:
     bool writesStill() {
         std::promise<bool> written;
         view_.screenShotWithFilePathCompletionHandler(
-            (folder_.path() / "still.png").string(),
-            [&](bool success, const Error&) { written.set_value(success); });
+            "unwritten.png", [&](bool success, const Error&) { written.set_value(success); });
         return written.get_future().get();
     }
     void settle() {
         view_.renderQueue().sync([] {});
     }
 
-    TemporaryFolder folder_;
     BackendLog log_;
     WriterScript script_;
     std::shared_ptr<MovieFrame> frame_ = std::make_shared<MovieFrame>(1280, 720);
@@ -220,7 +217,7 @@ TEST_F(CameraFramesTest, StillOfAPictureWhoseCorrectionFailedFails) {
 
 TEST_F(CameraFramesTest, FrameIsNotDrawnIntoAPictureOfAnotherSize) {
     draw(2ms, nullptr);
-    EXPECT_TRUE(writesStill());
+    ASSERT_NE(view_.correctPixelBuffer(), nullptr);
     log_.refuseCameraFrame = true;
     for (const auto& [width, height] : {std::pair(1280, 1440), std::pair(2560, 720)}) {
         frame_ = std::make_shared<MovieFrame>(width, height);
