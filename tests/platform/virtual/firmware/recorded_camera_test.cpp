@@ -317,23 +317,19 @@ TEST_F(FaultyRecordedCameraTest, AShortAnswerStaysShortAfterAWrite) {
     EXPECT_THAT(get(UvcRequest::getCur, unit, 2).data, ElementsAre(0x12));
 }
 
-// As cameras answer that are confused about a control's size.
-class OddSizes : public RecordedCameraTest {
-protected:
-    /// @return whether the last control that is sent takes `size` bytes
-    static bool takes(const CameraRecord& like, std::uint8_t entity, std::uint8_t selector,
-                      std::uint16_t size) {
-        VirtualCameraFirmware camera(modelOf(like));
-        return camera
-                   .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), std::uint16_t(selector << 8),
-                             std::uint16_t(entity << 8 | controlNumber), size},
-                            Bytes(size, 2))
-                   .kind == UsbReplyKind::done;
-    }
-    static constexpr RawAnswer stalled{AnswerKind::stalled, {}};
-};
+// Whether a camera like this takes a value of `size` bytes.
+bool takes(const CameraRecord& like, std::uint8_t entity, std::uint8_t selector, std::uint16_t size) {
+    VirtualCameraFirmware camera(modelOf(like));
+    return camera
+               .control({uvc::classInterfaceOut, codeOf(UvcRequest::setCur), std::uint16_t(selector << 8),
+                         std::uint16_t(entity << 8 | controlNumber), size},
+                        Bytes(size, 2))
+               .kind == UsbReplyKind::done;
+}
 
-TEST_F(OddSizes, AControlThatDoesNotTellItsSizeHasTheClasss) {
+const RawAnswer stalled{AnswerKind::stalled, {}};
+
+TEST(OddSizes, AControlThatDoesNotTellItsSizeHasThatOfTheClass) {
     for (const RawAnswer& length : {stalled, answered({0, 0}), answered({0x01, 0x10})}) {
         CameraRecord camera = record();
         ControlRecord& brightness = camera.controls[2];
@@ -345,14 +341,14 @@ TEST_F(OddSizes, AControlThatDoesNotTellItsSizeHasTheClasss) {
     }
 }
 
-TEST_F(OddSizes, AControlThatNobodyKnowsHasTheSizeOfItsValue) {
+TEST(OddSizes, AControlThatNobodyKnowsHasTheSizeOfItsValue) {
     CameraRecord camera = record();
     answerIn(camera.controls[6], UvcRequest::getLen) = stalled;
     EXPECT_TRUE(takes(camera, extension, 1, 3));
     EXPECT_FALSE(takes(camera, extension, 1, 2));
 }
 
-TEST_F(OddSizes, ANumberOfOneByteWithoutARangeTakesAny) {
+TEST(OddSizes, ANumberOfOneByteWithoutARangeTakesAny) {
     CameraRecord camera = record();
     ControlRecord& brightness = camera.controls[2];
     answerIn(brightness, UvcRequest::getLen) = answered({1, 0});
@@ -361,7 +357,7 @@ TEST_F(OddSizes, ANumberOfOneByteWithoutARangeTakesAny) {
     EXPECT_TRUE(takes(camera, unit, 2, 1));
 }
 
-TEST_F(OddSizes, ASwitchOfTwoBytesWithoutARangeTakesAny) {
+TEST(OddSizes, ASwitchOfTwoBytesWithoutARangeTakesAny) {
     CameraRecord camera = record();
     answerIn(camera.controls[4], UvcRequest::getLen) = answered({2, 0});
     EXPECT_TRUE(takes(camera, unit, 11, 2));
