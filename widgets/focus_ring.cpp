@@ -142,7 +142,9 @@ void FocusRing::follow() {
 }
 
 void FocusRing::removeOverlay() {
-    delete overlay_;
+    QWidget* const gone = overlay_;
+    overlay_.clear();
+    delete gone;
 }
 
 } // namespace tavelo
