@@ -385,6 +385,13 @@ class ServiceProgram(unittest.TestCase):
         self.assertEqual(self.bus_call("List").returncode, 0)
         return self.owner_process()
 
+    def assert_outlives_its_idle_time(self, service, meanwhile):
+        end = time.monotonic() + 1.5 * self.IDLE
+        while time.monotonic() < end:
+            meanwhile()
+            time.sleep(0.1)
+        self.assertEqual(self.owner_process(), service)
+
     def test_a_service_that_nobody_uses_ends_after_two_minutes(self):
         began = time.monotonic()
         service = self.start_service_with_fast_clock()
@@ -395,20 +402,13 @@ class ServiceProgram(unittest.TestCase):
 
     def test_each_call_gives_the_service_two_minutes_more(self):
         service = self.start_service_with_fast_clock()
-        end = time.monotonic() + 1.5 * self.IDLE
-        while time.monotonic() < end:
-            self.assertEqual(self.bus_call("List").returncode, 0)
-            time.sleep(0.1)
-        self.assertEqual(self.owner_process(), service)
+        self.assert_outlives_its_idle_time(service, lambda: self.assertEqual(self.bus_call("List").returncode, 0))
 
     def test_a_service_with_a_window_does_not_end(self):
         service = self.start_service_with_fast_clock()
         self.show_window()
-        end = time.monotonic() + 1.5 * self.IDLE
-        while time.monotonic() < end:
-            self.assertTrue(self.is_owned(), "asked the bus, not the service")
-            time.sleep(0.1)
-        self.assertEqual(self.owner_process(), service)
+        # The bus is asked, not the service.
+        self.assert_outlives_its_idle_time(service, lambda: self.assertTrue(self.is_owned()))
 
     def test_without_a_bus_there_is_no_service(self):
         self.start_bus()

@@ -28,6 +28,10 @@ protected:
         QCoreApplication::processEvents();
         view_.renderQueue().sync([] {});
     }
+    void awaitExposure() {
+        while (!view_.isExposed())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
     /// Loses the context, lets a draw detect it, and lets it be created again successfully.
     void lose() {
         log_.lost = true;
@@ -129,12 +133,10 @@ TEST_F(KTMTKViewRecoveryTest, FailuresWithinASecondOfEachOtherAddUp) {
 TEST_F(KTMTKViewRecoveryTest, ShownWindowStaysShownWhenTheProcessorTakesOver) {
     view_.setGeometry(0, 0, 200, 100);
     view_.show();
-    while (!view_.isExposed())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    awaitExposure();
     refusals_ = 100;
     lose();
-    while (!view_.isExposed())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    awaitExposure();
     EXPECT_EQ(view_.renderer(), Renderer::cpu);
     EXPECT_EQ(view_.size(), QSize(200, 100));
     draw();
@@ -143,8 +145,7 @@ TEST_F(KTMTKViewRecoveryTest, ShownWindowStaysShownWhenTheProcessorTakesOver) {
 
 TEST_F(KTMTKViewRecoveryTest, ContextThatIsMadeAgainMayDrawInTheWindowThatIsShown) {
     view_.show();
-    while (!view_.isExposed())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    awaitExposure();
     view_.renderQueue().sync([] {});
     ASSERT_TRUE(log_.toldDrawable);
     log_.toldDrawable = false;

@@ -3,8 +3,6 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string>
 
@@ -252,8 +250,7 @@ TEST_F(MovieEncoderTest, FragmentsOfMpeg4AreCountedFromThemselvesAndThoseOfQuick
         start(videoSettings(160, 90), {}, type);
         appendPictures(3, 160, 90);
         EXPECT_EQ(finish(), AssetWriterStatus::completed);
-        std::ifstream file(path_, std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        const std::string bytes = contentOf(path_);
         const std::size_t header = bytes.find("tfhd");
         ASSERT_LT(header + 8, bytes.size());
         const bool fromItself = (bytes[header + 5] & 0x02) != 0;

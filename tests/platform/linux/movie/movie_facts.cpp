@@ -18,11 +18,6 @@ std::string quoted(const std::filesystem::path& path) {
     return "'" + path.string() + "'";
 }
 
-std::string contentOf(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 std::vector<std::string> fieldsOf(const std::string& line, char separator) {
     std::vector<std::string> fields;
     std::istringstream in(line);
@@ -43,6 +38,11 @@ std::uint64_t numberIn(const std::string& bytes, std::size_t at, std::size_t len
 }
 
 } // namespace
+
+std::string contentOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 std::string outputOf(const std::string& command) {
     const TemporaryFolder folder;

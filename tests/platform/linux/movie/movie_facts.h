@@ -46,6 +46,9 @@ std::size_t decodedPictureCount(const std::filesystem::path& movie);
 /// The sound as mono, 48000 samples per second.  Throws if the decoder finds a fault.
 std::vector<std::int16_t> decodeSound(const std::filesystem::path& movie);
 
+/// The bytes of a file; empty if it cannot be read.
+std::string contentOf(const std::filesystem::path& path);
+
 /// Names of the outermost boxes, in order.
 std::vector<std::string> boxesOf(const std::filesystem::path& movie);
 
