@@ -210,13 +210,11 @@ std::string rangeText(const ControlState& state) {
     for (const ChoiceWord& choice : state.choices)
         text += (text.empty() ? "it is one of " : ", ") + std::string(choice.word);
     if (!text.empty()) return text;
-    if (!state.minimum || !state.maximum) {
-        text = "the camera names no range";
-        if (state.control->extension == nullptr) return text;
-        return text + ", and it holds " + std::to_string(state.minimum.value_or(state.lowest)) + " to " +
-               std::to_string(state.maximum.value_or(state.highest));
-    }
-    return "it goes from " + std::to_string(*state.minimum) + " to " + std::to_string(*state.maximum);
+    const std::string range = std::to_string(state.minimum.value_or(state.lowest)) + " to " +
+                              std::to_string(state.maximum.value_or(state.highest));
+    if (state.minimum || state.maximum) return "it goes from " + range;
+    text = "the camera names no range";
+    return state.control->extension == nullptr ? text : text + ", and it holds " + range;
 }
 
 } // namespace tavelo

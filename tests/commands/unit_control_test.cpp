@@ -6,6 +6,7 @@
 #include "commands/control_change.h"
 #include "described_controls.h"
 #include "support/bound_virtual_camera.h"
+#include "support/intercepted_usb.h"
 
 namespace tavelo {
 namespace {
@@ -170,6 +171,31 @@ TEST_F(OtherDescription, WithoutARangeAValueMustFitIntoTheBits) {
               "rangeless: 16 is not possible: the camera names no range, and it holds 0 to 15");
     EXPECT_EQ(plan({"rangeless=+99"}), "rangeless=15 ");
     EXPECT_EQ(plan({"rangeless=50%"}), "rangeless: the camera names no range, so it has no percentage");
+}
+
+TEST_F(UnitControl, OneEndThatTheCameraNamesLimitsAndTheBitsDoTheRest) {
+    testing::InterceptedUsb usb(std::move(bound.backend.usb));
+    KTUVCManager manager{KTUVCEnvironment{.usb = &usb}};
+    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+    manager.refreshDataWithLocationID({.locationIDs = {bound.camera->model().locationID}});
+    UvcRequest refused = UvcRequest::getMax;
+    usb.setHooks({.after = [&](UsbControlRequest& request, ErrorCode& /*code*/) {
+        if (request.bRequest == codeOf(refused)) request.bytesDone = 0;
+    }});
+    const auto plan = [&](double value) {
+        const ControlChange change{&named("warmth"), ControlChange::Kind::absolute, value};
+        std::string reason;
+        return planChanges(manager, std::span(&change, 1), false, reason) ? std::string("taken") : reason;
+    };
+    const auto ofUnit = controlState(manager, named("warmth"), true);
+    ASSERT_TRUE(ofUnit);
+    EXPECT_EQ(ofUnit->minimum, -10);
+    EXPECT_FALSE(ofUnit->maximum);
+    EXPECT_EQ(plan(15), "taken");
+    EXPECT_EQ(plan(-11), "warmth: -11 is not possible: it goes from -10 to 15");
+    refused = UvcRequest::getMin;
+    EXPECT_EQ(plan(-16), "taken");
+    EXPECT_EQ(plan(11), "warmth: 11 is not possible: it goes from -16 to 10");
 }
 
 TEST_F(UnitControl, ACameraThatDoesNotAnswerIsTheReason) {
