@@ -2,9 +2,25 @@
 #include "process/qt_clock.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <QTest>
+#include <ctime>
 #include <memory>
+
+namespace {
+
+std::chrono::seconds addedToSleep{};
+
+} // namespace
+
+// Takes the place of the C library's, for this machine does not sleep while it tests.
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const auto result = static_cast<int>(::syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_BOOTTIME) time->tv_sec += addedToSleep.count();
+    return result;
+}
 
 namespace tavelo {
 namespace {
@@ -55,6 +71,16 @@ TEST(QtClock, AMachineThatIsAwakeSleepsNoLonger) {
     const auto before = clock.slept();
     EXPECT_GE(before, -1ms);
     EXPECT_LT(clock.slept() - before, 1s);
+}
+
+TEST(QtClock, AMachineThatSleptSaysHowLong) {
+    const QtClock clock;
+    const auto before = clock.slept();
+    addedToSleep = 1h;
+    const auto slept = clock.slept() - before;
+    addedToSleep = {};
+    EXPECT_GE(slept, 1h - 1ms);
+    EXPECT_LT(slept, 1h + 1s);
 }
 
 } // namespace

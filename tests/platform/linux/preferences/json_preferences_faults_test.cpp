@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Saves with one failing system call: each call in turn, on several kinds of file systems.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -147,6 +150,20 @@ TEST_P(Faults, SavingWithoutAFaultLeavesNoOtherFiles) {
     EXPECT_EQ(outcome.said, "");
     EXPECT_EQ(stored(), "new");
     EXPECT_EQ(leftBehind(), "");
+}
+
+// A program that is killed then leaves nothing behind.
+TEST_P(Faults, TheNewFileHasNoNameUntilItIsWholeIfTheFileSystemCan) {
+    const int unnamed = ::open(folder().c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    const bool can = unnamed >= 0 && !std::ranges::count(GetParam().lacks, "openat unnamed");
+    if (unnamed >= 0) ::close(unnamed);
+    const std::vector<Call> calls = save().calls;
+    const auto flushed = std::ranges::find(calls, "fsync", &Call::name);
+    ASSERT_NE(flushed, calls.end());
+    const bool hasName = std::any_of(calls.begin(), flushed, [](const Call& call) {
+        return call.name == "openat" && call.file == "/.panel.json.unfinished";
+    });
+    EXPECT_EQ(hasName, !can);
 }
 
 TEST_P(Faults, WritesThatTakeLessThanTheyWereGivenGoOn) {
