@@ -9,6 +9,8 @@
 #include <QSystemTrayIcon>
 #include <utility>
 
+#include "service/absent_service.h"
+
 namespace tavelo {
 namespace {
 
@@ -16,7 +18,7 @@ namespace {
 // if the tray has just answered, or if there may be one of the X server, which is not on the bus.
 bool hasTray(const QDBusPendingReply<QDBusVariant>& reply) {
     const bool mayBeThere = reply.isValid() ? reply.value().variant().toBool()
-                                            : reply.error().type() == QDBusError::ServiceUnknown &&
+                                            : isOfAbsentService(reply.error()) &&
                                                   QGuiApplication::platformName() == QStringLiteral("xcb");
     return mayBeThere && QSystemTrayIcon::isSystemTrayAvailable();
 }

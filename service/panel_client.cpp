@@ -10,6 +10,7 @@
 #include <QFile>
 #include <utility>
 
+#include "service/absent_service.h"
 #include "service/bus_names.h"
 
 namespace tavelo {
@@ -32,13 +33,12 @@ QDBusMessage callOfPanel(const QString& interface, const QString& method, const 
 // The panel ended meanwhile, or is one without this interface.
 bool runsNoService(const QDBusError& error) {
     switch (error.type()) {
-        case QDBusError::ServiceUnknown:
         case QDBusError::UnknownInterface:
         case QDBusError::UnknownMethod:
         case QDBusError::UnknownObject:
             return true;
-        default: // Qt has no type for it
-            return error.name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+        default:
+            return isOfAbsentService(error);
     }
 }
 

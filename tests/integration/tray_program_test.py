@@ -19,6 +19,7 @@ from waiting import PATIENCE, wait_until, xdotool
 try:
     from gi.repository import GLib
     from fake_desktop import NOTIFICATIONS, WATCHER, FakeDesktop, Item
+    from x_tray import XTray
 except ImportError as missing:
     print(missing)
     sys.exit(77)
@@ -215,6 +216,15 @@ class ClosedWindow(unittest.TestCase):
         self.desktop.items.clear()
         self.desktop.own_again(WATCHER)
         wait_until("the entry", lambda: self.desktop.items)
+
+    def test_a_tray_of_the_x_server_gets_the_entry(self):
+        tray = XTray()
+        self.addCleanup(tray.close)
+        self.start(NOTIFICATIONS)
+        self.assertFalse(tray.has_entries())
+        self.close_window()
+        wait_until("the entry", tray.has_entries)
+        self.assertEqual(self.desktop.called("Notify"), [])
 
     def test_without_a_tray_one_notification_says_it_once(self):
         self.start(NOTIFICATIONS)
