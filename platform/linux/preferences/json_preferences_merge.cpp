@@ -36,8 +36,8 @@ QJsonArray mergedArrays(const QJsonArray& base, const QJsonArray& ours, const QJ
 
 // Undefined means that the value is absent.
 QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonValue& theirs) {
-    if (theirs.isUndefined() || theirs == base) return ours;
     if (ours == base) return theirs;
+    if (theirs.isUndefined() || theirs == base) return ours;
     if (ours.isObject() && theirs.isObject() && base.isObject()) {
         return mergedObjects(base.toObject(), ours.toObject(), theirs.toObject());
     }
@@ -50,8 +50,11 @@ QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonVal
 } // namespace
 
 QJsonObject withChanges(QJsonObject content, const JsonChanges& changes) {
-    for (const auto& [key, change] : changes)
-        content.insert(key, merged(change.base, change.value, content.value(key)));
+    for (const auto& [key, change] : changes) {
+        const QJsonValue known = content.value(key);
+        // A key that was set is there, even if another program removed it meanwhile.
+        content.insert(key, known.isUndefined() ? change.value : merged(change.base, change.value, known));
+    }
     return content;
 }
 
