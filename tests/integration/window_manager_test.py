@@ -165,6 +165,24 @@ class ManagedWindow(unittest.TestCase):
         run("xdotool", "mouseup", 1)
         self.assertEqual(self.geometry(self.window())[2:], start[2:])
 
+    @staticmethod
+    def leave_area(left, top, width, height):
+        """What the desktop's own panels leave of the screen, as window managers tell it."""
+        run("xprop", "-root", "-format", "_NET_WORKAREA", "32c", "-set", "_NET_WORKAREA",
+            ",".join(map(str, (left, top, width, height) * 4)))  # of each desktop
+
+    def test_the_window_goes_where_the_desktop_leaves_it_room(self):
+        left, top = self.place[:2]
+        self.assertGreater(left, 20)
+        self.leave_area(left + 16, 0, 1280 - left - 16, 800)
+        wait_until("the move to the right", lambda: self.geometry(self.window()) == (left + 16, top, 1111, 660))
+        self.leave_area(0, 0, 1280, top + 600)
+        wait_until("the move up", lambda: self.geometry(self.window()) == (left + 16, top - 60, 1111, 660))
+        self.leave_area(40, 50, 800, 600)
+        wait_until("the smaller panel", lambda: self.geometry(self.window()) == (40, 50, 800, 475))
+        self.leave_area(0, 0, 1280, 800)
+        wait_until("the panel", lambda: self.geometry(self.window()) == (40, 50, 1111, 660))
+
     def test_the_window_managers_own_key_does_the_same(self):
         self.press("super+f")
         self.expect_picture_alone()
