@@ -79,6 +79,8 @@ TEST_F(CompletionTest, ProfilesFollowTheirVerbs) {
     EXPECT_EQ(words({"apply", ""}), (Words{"1", "2", "3", "4"}));
     EXPECT_EQ(words({"save", "3"}), Words{"3"});
     EXPECT_EQ(words({"copy", "1", ""}), (Words{"1", "2", "3", "4"}));
+    EXPECT_EQ(words({"watch", ""}), (Words{"1", "2", "3", "4"}));
+    EXPECT_EQ(words({"watch", "1", ""}), Words());
     EXPECT_EQ(words({"apply", "1", ""}), Words());
     EXPECT_EQ(words({"copy", "1", "2", ""}), Words());
 }

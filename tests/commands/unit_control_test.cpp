@@ -173,29 +173,52 @@ TEST_F(OtherDescription, WithoutARangeAValueMustFitIntoTheBits) {
     EXPECT_EQ(plan({"rangeless=50%"}), "rangeless: the camera names no range, so it has no percentage");
 }
 
-TEST_F(UnitControl, OneEndThatTheCameraNamesLimitsAndTheBitsDoTheRest) {
-    testing::InterceptedUsb usb(std::move(bound.backend.usb));
-    KTUVCManager manager{KTUVCEnvironment{.usb = &usb}};
-    manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
-    manager.refreshDataWithLocationID({.locationIDs = {bound.camera->model().locationID}});
-    UvcRequest refused = UvcRequest::getMax;
-    usb.setHooks({.after = [&](UsbControlRequest& request, ErrorCode& /*code*/) {
-        if (request.bRequest == codeOf(refused)) request.bytesDone = 0;
-    }});
-    const auto plan = [&](double value) {
+// Answers to a unit may be changed on their way.
+class InterceptedUnit : public UnitControl {
+protected:
+    InterceptedUnit() {
+        bound.manager.releasePlatform(); // it is moved into this one's
+        manager.initProberWithBusProberScopeProberDelegate(2, nullptr);
+        manager.refreshDataWithLocationID({.locationIDs = {bound.camera->model().locationID}});
+    }
+
+    void change(UvcRequest asked, std::function<void(UsbControlRequest& answer)> how) {
+        usb.setHooks(
+            {.after = [asked, how = std::move(how)](UsbControlRequest& request, ErrorCode& /*code*/) {
+                if (request.bRequest == codeOf(asked)) how(request);
+            }});
+    }
+    /// Why the control cannot be set to this; empty if it can.
+    std::string refusal(double value) {
         const ControlChange change{&named("warmth"), ControlChange::Kind::absolute, value};
         std::string reason;
-        return planChanges(manager, std::span(&change, 1), false, reason) ? std::string("taken") : reason;
-    };
-    const auto ofUnit = controlState(manager, named("warmth"), true);
-    ASSERT_TRUE(ofUnit);
-    EXPECT_EQ(ofUnit->minimum, -10);
-    EXPECT_FALSE(ofUnit->maximum);
-    EXPECT_EQ(plan(15), "taken");
-    EXPECT_EQ(plan(-11), "warmth: -11 is not possible: it goes from -10 to 15");
-    refused = UvcRequest::getMin;
-    EXPECT_EQ(plan(-16), "taken");
-    EXPECT_EQ(plan(11), "warmth: 11 is not possible: it goes from -16 to 10");
+        planChanges(manager, std::span(&change, 1), false, reason);
+        return reason;
+    }
+
+    testing::InterceptedUsb usb{std::move(bound.backend.usb)};
+    KTUVCManager manager{KTUVCEnvironment{.usb = &usb}};
+};
+
+TEST_F(InterceptedUnit, OneEndThatTheCameraNamesLimitsAndTheBitsDoTheRest) {
+    const auto refuse = [](UsbControlRequest& answer) { answer.bytesDone = 0; };
+    change(UvcRequest::getMax, refuse);
+    const auto state = controlState(manager, named("warmth"), true);
+    ASSERT_TRUE(state);
+    EXPECT_EQ(state->minimum, -10);
+    EXPECT_FALSE(state->maximum);
+    EXPECT_EQ(refusal(15), "");
+    EXPECT_EQ(refusal(-11), "warmth: -11 is not possible: it goes from -10 to 15");
+    change(UvcRequest::getMin, refuse);
+    EXPECT_EQ(refusal(-16), "");
+    EXPECT_EQ(refusal(11), "warmth: 11 is not possible: it goes from -16 to 10");
+}
+
+TEST_F(InterceptedUnit, AControlThatIsReadOnlyIsToldSo) {
+    change(UvcRequest::getInfo, [](UsbControlRequest& answer) { answer.data[0] = uvc::infoGet; });
+    EXPECT_FALSE(controlState(manager, named("warmth"), true));
+    EXPECT_EQ(absenceText(manager, named("warmth")), "warmth: the camera does not let it be read and set");
+    EXPECT_NE(refusal(1), "");
 }
 
 TEST_F(UnitControl, ACameraThatDoesNotAnswerIsTheReason) {

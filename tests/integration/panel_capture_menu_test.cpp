@@ -204,6 +204,19 @@ TEST_F(PanelCaptureMenu, AMovieThatCannotBeWrittenIsALineAndAnEntry) {
     EXPECT_EQ(window_.windowTitle(), QStringLiteral("Panel"));
 }
 
+TEST_F(PanelCaptureMenu, AMovieWithoutAFolderIsALineAndAnEntry) {
+    startWithFeatures(1);
+    ASSERT_TRUE(pictureIsShown());
+    block("Videos");
+    ::testing::internal::CaptureStderr();
+    choose("Record");
+    ASSERT_TRUE(waitFor([this] { return folderIsBlamed("Videos"); })) << entries().join(u'\n').toStdString();
+    const std::string line = ::testing::internal::GetCapturedStderr();
+    EXPECT_THAT(line, HasSubstr(path("Videos").toStdString() + ": cannot make the folder: "));
+    EXPECT_EQ(linesAbout(folder_.path(), line), 1) << line;
+    EXPECT_TRUE(host_->recordingFile().empty());
+}
+
 TEST_F(PanelCaptureMenu, AFolderThatIsGoneIsNamedInTheLanguageOfTheMenu) {
     startWithFeatures(1);
     ASSERT_TRUE(pictureIsShown());

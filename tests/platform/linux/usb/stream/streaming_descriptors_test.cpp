@@ -200,6 +200,14 @@ TEST(StreamingDescriptors, ASuperSpeedCompanionTellsWhatAnIntervalCarries) {
     EXPECT_THAT(packetSizes(found), ElementsAre(0xB000, 1024, 1024));
 }
 
+TEST(StreamingDescriptors, ASuperSpeedPlusCompanionTellsIfItIsMore) {
+    const auto found =
+        read(join({setting(1, 1), endpoint(0x81, 5, 1024), companion(1), plusCompanion(0x17000),
+                   setting(1, 2), endpoint(0x81, 5, 1024), plusCompanion(0x18001), setting(1, 3),
+                   endpoint(0x81, 5, 1024), descriptor({0x31, 0, 0, 0, 0x40, 1})}));
+    EXPECT_THAT(packetSizes(found), ElementsAre(0x17000, 0x18000, 1024)) << "at most sixteen bursts";
+}
+
 TEST(StreamingDescriptors, ACompanionBelongsToNoEndpointOfAnEarlierSetting) {
     const auto found = read(join(
         {setting(1, 1), endpoint(0x81, 5, 1024), setting(1, 2), companion(0xB000), endpoint(0x81, 5, 512)}));
