@@ -365,6 +365,43 @@ TEST(OddSizes, ASwitchOfTwoBytesWithoutARangeTakesAny) {
     EXPECT_FALSE(takes(camera, unit, 11, 1)) << "2 is neither off nor on";
 }
 
+constexpr std::uint8_t panTilt = 0x0D;
+
+std::int64_t pair(std::int32_t pan, std::int32_t tilt) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(static_cast<std::uint32_t>(tilt)) << 32U |
+                                     static_cast<std::uint32_t>(pan));
+}
+
+// Cameras that move have one control for both directions, and one of four numbers that the standard gives no
+// order.
+class MovingRecordedCameraTest : public RecordedCameraTest {
+protected:
+    MovingRecordedCameraTest() : RecordedCameraTest(moving()) {}
+
+    static CameraRecord moving() {
+        CameraRecord camera = record();
+        camera.controls.push_back(
+            numberControl(terminal, panTilt, 8, {pair(-100, -20), pair(100, 30), pair(1, 1), 0, 0}));
+        camera.controls.push_back(numberControl(unit, 12, 4, {0, 0x0010'0010, 1, 0, 0}));
+        return camera;
+    }
+};
+
+TEST_F(MovingRecordedCameraTest, EachDirectionHasItsOwnRange) {
+    for (const auto& [pan, tilt] :
+         {std::pair{-100, -20}, std::pair{100, 30}, std::pair{-100, 30}, std::pair{-1, -1}})
+        EXPECT_EQ(set(terminal, panTilt, pair(pan, tilt), 8), UsbReplyKind::done) << pan << ' ' << tilt;
+    for (const auto& [pan, tilt] :
+         {std::pair{-101, 0}, std::pair{101, 0}, std::pair{0, -21}, std::pair{0, 31}})
+        EXPECT_EQ(set(terminal, panTilt, pair(pan, tilt), 8), UsbReplyKind::stall) << pan << ' ' << tilt;
+    EXPECT_THAT(get(UvcRequest::getCur, terminal, panTilt).data,
+                ElementsAre(255, 255, 255, 255, 255, 255, 255, 255));
+}
+
+TEST_F(MovingRecordedCameraTest, ACompoundValueIsTakenAsItIs) {
+    EXPECT_EQ(set(unit, 12, 0x7FFF'7FFF, 4), UsbReplyKind::done);
+}
+
 TEST_F(RecordedCameraTest, AControlThatTheDescriptorsDoNotListHasNoValue) {
     CameraRecord camera = record();
     camera.controls[2].listed = false;
