@@ -14,6 +14,7 @@
 #include "platform/linux/pipewire/burst_microphone.h"
 #include "platform/linux/pipewire/private_pipewire.h"
 #include "platform/linux/pipewire/process_facts.h"
+#include "platform/linux/pipewire/sound_card.h"
 #include "support/wait_limit.h"
 
 namespace tavelo::testing {
@@ -150,6 +151,31 @@ TEST_F(PipewireSoundsTest, MicrophonesHaveNamesDescriptionsAndTheirPlace) {
     EXPECT_EQ(found[0].description, "Camera");
     EXPECT_EQ(found[0].place, "1-4");
     EXPECT_EQ(found[1].place, "");
+}
+
+// As ALSA's are: the microphone's node says which card it belongs to, and the card where it is.
+TEST_F(PipewireSoundsTest, AMicrophoneIsWhereItsSoundCardIs) {
+    pipewire_.startDaemon();
+    const auto card = [](const char* port) {
+        return SoundCard({{"media.class", "Audio/Device"},
+                          {"device.sysfs.path", std::string("/devices/pci0000:00/0000:00:14.0/usb1/") + port +
+                                                    '/' + port + ":1.0/sound/card1"}});
+    };
+    const SoundCard first = card("1-3");
+    const SoundCard second = card("1-7");
+    const SoundCard noCard({{"media.class", "Video/Device"}, {"device.sysfs.path", "/devices/usb1/1-5"}});
+    ASSERT_TRUE(within([&] { return !first.id().empty() && !second.id().empty() && !noCard.id().empty(); }));
+    const BurstMicrophone camera("camera", {{"device.id", second.id()}});
+    const BurstMicrophone headset("headset", {{"device.id", first.id()}});
+    const BurstMicrophone own("own", {{"device.id", first.id()}, {"device.sysfs.path", "/devices/usb1/1-2"}});
+    const BurstMicrophone other("other", {{"device.id", noCard.id()}});
+    ASSERT_TRUE(awaitNames({"camera", "headset", "other", "own"}));
+    Error error;
+    std::map<std::string, std::string> places;
+    for (const Microphone& each : sounds_->microphones(error))
+        places[each.name] = each.place;
+    EXPECT_EQ(places, (std::map<std::string, std::string>{
+                          {"camera", "1-7"}, {"headset", "1-3"}, {"other", ""}, {"own", "1-2"}}));
 }
 
 TEST_F(PipewireSoundsTest, SoundHasTheTimeAtWhichItWasCaptured) {
