@@ -14,6 +14,8 @@ namespace {
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 const QString activationToken = QStringLiteral("activation-token");
 
+constexpr int patience = 10'000; // ms; a first process that has only just started answers with its window
+
 constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
 // The activation token of the click that started this process allows the first process to raise its window.
@@ -65,8 +67,11 @@ QString SingleInstance::activateFirst() {
     QDBusMessage call = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
                                                        applicationInterface, QStringLiteral("Activate"));
     call << platformData();
-    const QDBusMessage answer = bus_.call(call);
-    return answer.type() == QDBusMessage::ReplyMessage ? QString() : answer.errorMessage();
+    const QDBusMessage answer = bus_.call(call, QDBus::Block, patience);
+    if (answer.type() == QDBusMessage::ReplyMessage) return {};
+    if (QDBusError(answer).type() != QDBusError::NoReply) return answer.errorMessage();
+    const uint process = bus_.interface()->servicePid(bus_names::service);
+    return QStringLiteral("process %1 has been silent for %2 seconds").arg(process).arg(patience / 1000);
 }
 
 ApplicationAdaptor::ApplicationAdaptor(SingleInstance& instance)

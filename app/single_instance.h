@@ -34,7 +34,8 @@ public:
 
     Role role() const { return role_; }
 
-    /// Called by the second process.  Asks the first one to show its window and waits for the answer.
+    /// Called by the second process.  Asks the first one to show its window and waits for the answer, for at
+    /// most ten seconds.
     /// @return empty on success, else the reason of the failure
     QString activateFirst();
 

@@ -2,6 +2,7 @@
 #include "app/single_instance.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <QSignalSpy>
 #include <QTest>
@@ -37,14 +38,16 @@ struct SecondStart {
     QString failure;
 };
 
+SecondStart activate() {
+    const Process process(QStringLiteral("second"));
+    SingleInstance instance(process.bus());
+    SecondStart start{instance.role(), {}};
+    if (start.role == Role::second) start.failure = instance.activateFirst();
+    return start;
+}
+
 SecondStart startAgain() {
-    auto second = std::async(std::launch::async, [] {
-        const Process process(QStringLiteral("second"));
-        SingleInstance instance(process.bus());
-        SecondStart start{instance.role(), {}};
-        if (start.role == Role::second) start.failure = instance.activateFirst();
-        return start;
-    });
+    auto second = std::async(std::launch::async, activate);
     EXPECT_TRUE(QTest::qWaitFor([&] { return second.wait_for(0s) == std::future_status::ready; }, 20'000));
     return second.get();
 }
@@ -65,6 +68,16 @@ TEST(SingleInstance, SecondStartMakesTheFirstShowItsWindow) {
         EXPECT_EQ(second.failure, QString());
         EXPECT_EQ(reopened.size(), start);
     }
+}
+
+TEST(SingleInstance, AFirstThatHangsIsNamedAfterTenSeconds) {
+    const Process process(QStringLiteral("first"));
+    const SingleInstance instance(process.bus());
+    const auto started = std::chrono::steady_clock::now();
+    auto second = std::async(std::launch::async, activate);
+    EXPECT_EQ(second.get().failure, // without a turn of this thread's event loop
+              QStringLiteral("process %1 has been silent for 10 seconds").arg(::getpid()));
+    EXPECT_GE(std::chrono::steady_clock::now() - started, 9s) << "timers of Qt are coarse";
 }
 
 TEST(SingleInstance, StartAfterTheFirstEndedIsAFirstStart) {
