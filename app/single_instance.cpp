@@ -14,7 +14,8 @@ namespace {
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 const QString activationToken = QStringLiteral("activation-token");
 
-constexpr int patience = 10'000; // ms; a first process that has only just started answers with its window
+constexpr int replyPatience =
+    10'000; // ms; a first process that has only just started answers with its window
 
 constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
@@ -67,11 +68,11 @@ QString SingleInstance::activateFirst() {
     QDBusMessage call = QDBusMessage::createMethodCall(bus_names::service, bus_names::object,
                                                        applicationInterface, QStringLiteral("Activate"));
     call << platformData();
-    const QDBusMessage answer = bus_.call(call, QDBus::Block, patience);
+    const QDBusMessage answer = bus_.call(call, QDBus::Block, replyPatience);
     if (answer.type() == QDBusMessage::ReplyMessage) return {};
     if (QDBusError(answer).type() != QDBusError::NoReply) return answer.errorMessage();
     const uint process = bus_.interface()->servicePid(bus_names::service);
-    return QStringLiteral("process %1 has been silent for %2 seconds").arg(process).arg(patience / 1000);
+    return QStringLiteral("process %1 has been silent for %2 seconds").arg(process).arg(replyPatience / 1000);
 }
 
 ApplicationAdaptor::ApplicationAdaptor(SingleInstance& instance)

@@ -10,10 +10,9 @@ QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonVal
 
 QJsonObject mergedObjects(const QJsonObject& base, const QJsonObject& ours, const QJsonObject& theirs) {
     QJsonObject result = theirs;
-    for (auto entry = ours.begin(); entry != ours.end(); ++entry) {
-        const QJsonValue value = merged(base.value(entry.key()), entry.value(), theirs.value(entry.key()));
-        if (!value.isUndefined()) result.insert(entry.key(), value);
-    }
+    // To insert an absent value is to remove the entry.
+    for (auto entry = ours.begin(); entry != ours.end(); ++entry)
+        result.insert(entry.key(), merged(base.value(entry.key()), entry.value(), theirs.value(entry.key())));
     for (auto entry = base.begin(); entry != base.end(); ++entry) {
         if (!ours.contains(entry.key())) result.remove(entry.key());
     }
@@ -37,7 +36,6 @@ QJsonArray mergedArrays(const QJsonArray& base, const QJsonArray& ours, const QJ
 // Undefined means that the value is absent.
 QJsonValue merged(const QJsonValue& base, const QJsonValue& ours, const QJsonValue& theirs) {
     if (ours == base) return theirs;
-    if (theirs.isUndefined() || theirs == base) return ours;
     if (ours.isObject() && theirs.isObject() && base.isObject()) {
         return mergedObjects(base.toObject(), ours.toObject(), theirs.toObject());
     }
