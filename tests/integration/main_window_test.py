@@ -15,20 +15,11 @@ import tempfile
 import unittest
 
 from waiting import PATIENCE, wait_until, xdotool
+from x_display import XDisplay
 
 MOVE = 8  # _NET_WM_MOVERESIZE_MOVE
-CLIENT_MESSAGE, PROPERTY_REPLACE, ATOM = 33, 0, 4
+PROPERTY_REPLACE, ATOM = 0, 4
 SUBSTRUCTURE_NOTIFY = 1 << 19
-
-
-class ClientMessage(ctypes.Structure):
-    _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
-                ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong),
-                ("format", ctypes.c_int), ("data", ctypes.c_long * 5)]
-
-
-class Event(ctypes.Union):
-    _fields_ = [("type", ctypes.c_int), ("client", ClientMessage), ("padding", ctypes.c_long * 24)]
 
 
 class Mode(ctypes.Structure):
@@ -44,27 +35,20 @@ class Resources(ctypes.Structure):
                 ("modes", ctypes.POINTER(Mode))]
 
 
-class WindowManager:
+class WindowManager(XDisplay):
     """Announces support for moving windows and records such requests; sets the screen's resolution."""
 
-    def __init__(self, display):
-        self._x = ctypes.CDLL(ctypes.util.find_library("X11"))
-        self._x.XOpenDisplay.restype = ctypes.c_void_p
-        self._x.XDefaultRootWindow.restype = self._x.XInternAtom.restype = ctypes.c_ulong
-        self._display = ctypes.c_void_p(self._x.XOpenDisplay(display.encode()))
+    def __init__(self):
+        super().__init__()
         self._randr = ctypes.CDLL(ctypes.util.find_library("Xrandr"))
         self._randr.XRRGetScreenResources.restype = ctypes.POINTER(Resources)
         self._randr.XRRCreateMode.restype = ctypes.c_ulong
-        self._root = root = ctypes.c_ulong(self._x.XDefaultRootWindow(self._display))
         self._move_resize = self._atom("_NET_WM_MOVERESIZE")
         supported = (ctypes.c_ulong * 1)(self._move_resize)
-        self._x.XChangeProperty(self._display, root, ctypes.c_ulong(self._atom("_NET_SUPPORTED")),
+        self._x.XChangeProperty(self._display, self._root, ctypes.c_ulong(self._atom("_NET_SUPPORTED")),
                                 ctypes.c_ulong(ATOM), 32, PROPERTY_REPLACE, supported, 1)
-        self._x.XSelectInput(self._display, root, ctypes.c_long(SUBSTRUCTURE_NOTIFY))
+        self._x.XSelectInput(self._display, self._root, ctypes.c_long(SUBSTRUCTURE_NOTIFY))
         self._x.XSync(self._display, 0)
-
-    def _atom(self, name):
-        return self._x.XInternAtom(self._display, name.encode(), 0)
 
     def set_resolution(self, width, height):
         name = f"{width}x{height}".encode()
@@ -82,17 +66,7 @@ class WindowManager:
 
     def asked_to_move(self):
         """The number of move requests since the last call."""
-        asked = 0
-        self._x.XSync(self._display, 0)
-        while self._x.XPending(self._display):
-            event = Event()
-            self._x.XNextEvent(self._display, ctypes.byref(event))
-            if event.type == CLIENT_MESSAGE and event.client.message_type == self._move_resize:
-                asked += event.client.data[2] == MOVE
-        return asked
-
-    def close(self):
-        self._x.XCloseDisplay(self._display)
+        return sum(data[2] == MOVE for data in self._messages(self._move_resize))
 
 
 class MainWindow(unittest.TestCase):
@@ -109,9 +83,8 @@ class MainWindow(unittest.TestCase):
         self.addCleanup(server.wait)
         self.addCleanup(server.terminate)
         with os.fdopen(read_end) as answer:
-            self.display = f":{answer.readline().strip()}"  # printed once the server is ready
-        os.environ["DISPLAY"] = self.display
-        self.manager = WindowManager(self.display)
+            os.environ["DISPLAY"] = f":{answer.readline().strip()}"  # printed once the server is ready
+        self.manager = WindowManager()
         self.addCleanup(self.manager.close)
         self.panel = self.start("--virtual-cameras", "1")
         self.addCleanup(self.panel.wait)

@@ -221,9 +221,9 @@ class ClosedWindow(unittest.TestCase):
         tray = XTray()
         self.addCleanup(tray.close)
         self.start(NOTIFICATIONS)
-        self.assertFalse(tray.has_entries())
+        self.assertEqual(tray.new_entries(), [])
         self.close_window()
-        wait_until("the entry", tray.has_entries)
+        wait_until("the entry", tray.new_entries)
         self.assertEqual(self.desktop.called("Notify"), [])
 
     def test_without_a_tray_one_notification_says_it_once(self):

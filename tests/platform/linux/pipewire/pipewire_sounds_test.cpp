@@ -153,7 +153,7 @@ TEST_F(PipewireSoundsTest, MicrophonesHaveNamesDescriptionsAndTheirPlace) {
     EXPECT_EQ(found[1].place, "");
 }
 
-// As ALSA's are: the microphone's node says which card it belongs to, and the card where it is.
+// With ALSA, the microphone's node only names its sound card, and the card says where it is plugged in.
 TEST_F(PipewireSoundsTest, AMicrophoneIsWhereItsSoundCardIs) {
     pipewire_.startDaemon();
     const auto card = [](const char* port) {
