@@ -6,12 +6,13 @@
 #include <QApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMetaType>
-#include <QDBusVirtualObject>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
 #include <cmath>
+#include <optional>
 
+#include "service_on_bus.h"
 #include "widgets/panel_look.h"
 
 namespace tavelo {
@@ -27,46 +28,30 @@ const auto accessibility = QStringLiteral("org.gnome.desktop.a11y.interface");
 const auto desktop = QStringLiteral("org.gnome.desktop.interface");
 const auto appearance = QStringLiteral("org.freedesktop.appearance");
 
-/// A desktop's portal on a connection of its own.
-class Portal final : public QDBusVirtualObject {
+/// A desktop's portal, which appears when it has an answer.
+class Portal final {
 public:
-    Portal() : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("portal"))) {
-        qDBusRegisterMetaType<Settings>();
-    }
-    ~Portal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
-    Portal(const Portal&) = delete;
-    Portal& operator=(const Portal&) = delete;
+    Portal() { qDBusRegisterMetaType<Settings>(); }
 
     void appear(const QVariant& answer) {
-        answer_ = answer;
-        EXPECT_TRUE(bus_.registerVirtualObject(path, this));
-        EXPECT_TRUE(bus_.registerService(service));
+        bus_.emplace(service, path, interface, answer.isValid() ? QVariantList{answer} : QVariantList());
     }
     void change(const QString& group, const QString& key, const QVariant& value) {
-        QDBusMessage signal = QDBusMessage::createSignal(path, interface, QStringLiteral("SettingChanged"));
-        signal << group << key << QVariant::fromValue(QDBusVariant(value));
-        EXPECT_TRUE(bus_.send(signal));
+        bus_->emitSignal(QStringLiteral("SettingChanged"),
+                         {group, key, QVariant::fromValue(QDBusVariant(value))});
     }
 
-    int calls() const { return calls_; }
-    QStringList groups() const { return groups_; }
+    int calls() const { return int(bus_->calls().size()); }
+    QStringList groups() const {
+        EXPECT_EQ(bus_->calls().last().member(), QStringLiteral("ReadAll"));
+        return bus_->calls().last().arguments().value(0).toStringList();
+    }
 
 private:
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
-        if (message.member() != QStringLiteral("ReadAll")) return false;
-        groups_ = message.arguments().value(0).toStringList();
-        ++calls_;
-        return bus.send(answer_.isValid() ? message.createReply(answer_) : message.createReply());
-    }
-
-    QDBusConnection bus_;
-    QVariant answer_;
-    QStringList groups_;
-    int calls_ = 0;
+    std::optional<testing::ServiceOnBus> bus_;
 };
 
-class DesktopLookTest : public testing::Test {
+class DesktopLookTest : public ::testing::Test {
 protected:
     ~DesktopLookTest() override {
         look_.reset();
@@ -102,7 +87,7 @@ TEST_F(DesktopLookTest, ContrastThatThePortalNamesMakesThePaletteWhiteOnBlack) {
     EXPECT_EQ(QApplication::palette().color(QPalette::Highlight), QColor(Qt::white));
     EXPECT_EQ(QApplication::palette().color(QPalette::HighlightedText), QColor(Qt::black));
     EXPECT_EQ(QToolTip::palette().color(QPalette::ToolTipBase), QColor(Qt::black));
-    EXPECT_THAT(portal_.groups(), testing::UnorderedElementsAre(appearance, accessibility, desktop));
+    EXPECT_THAT(portal_.groups(), ::testing::UnorderedElementsAre(appearance, accessibility, desktop));
 }
 
 TEST_F(DesktopLookTest, ContrastOfAnOlderPortalIsUnderstoodToo) {

@@ -14,13 +14,14 @@
 
 namespace tavelo::testing {
 
-/// On a connection of its own, under one name that is also that of its interface.  Main thread.
+/// On a connection of its own.  Main thread.
 class ServiceOnBus final : public QDBusVirtualObject {
 public:
     /// @param answer to every call
-    ServiceOnBus(QString name, QString path, QVariantList answer)
+    ServiceOnBus(QString name, QString path, QString interface, QVariantList answer)
         : name_(std::move(name)),
           path_(std::move(path)),
+          interface_(std::move(interface)),
           answer_(std::move(answer)),
           bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, name_)) {
         EXPECT_TRUE(bus_.registerVirtualObject(path_, this));
@@ -31,7 +32,7 @@ public:
     ServiceOnBus& operator=(const ServiceOnBus&) = delete;
 
     void emitSignal(const QString& signal, const QVariantList& values) {
-        QDBusMessage message = QDBusMessage::createSignal(path_, name_, signal);
+        QDBusMessage message = QDBusMessage::createSignal(path_, interface_, signal);
         message.setArguments(values);
         EXPECT_TRUE(bus_.send(message));
     }
@@ -41,13 +42,14 @@ public:
 private:
     QString introspect(const QString& /*path*/) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& bus) override {
-        if (message.interface() != name_) return false;
+        if (message.interface() != interface_) return false;
         calls_.append(message);
         return bus.send(message.createReply(answer_));
     }
 
     const QString name_;
     const QString path_;
+    const QString interface_;
     const QVariantList answer_;
     QDBusConnection bus_;
     QList<QDBusMessage> calls_;

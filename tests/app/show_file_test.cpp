@@ -32,8 +32,8 @@ public Q_SLOTS:
 
 TEST(ShowFile, TheFileManagerSelectsIt) {
     const FolderProgram folders;
-    const testing::ServiceOnBus manager(QStringLiteral("org.freedesktop.FileManager1"),
-                                        QStringLiteral("/org/freedesktop/FileManager1"), {});
+    const QString name = QStringLiteral("org.freedesktop.FileManager1");
+    const testing::ServiceOnBus manager(name, QStringLiteral("/org/freedesktop/FileManager1"), name, {});
     showFileInFolder(file);
     EXPECT_TRUE(manager.calls().isEmpty()) << "it does not wait";
     ASSERT_TRUE(QTest::qWaitFor([&] { return !manager.calls().isEmpty(); }, 20'000));

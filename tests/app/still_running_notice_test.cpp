@@ -38,9 +38,8 @@ protected:
         desktop.emitSignal(QStringLiteral("ActivationToken"), {number, QString::fromLatin1(text)});
     }
 
-    testing::ServiceOnBus desktop{QStringLiteral("org.freedesktop.Notifications"),
-                                  QStringLiteral("/org/freedesktop/Notifications"),
-                                  {7U}};
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    testing::ServiceOnBus desktop{service, QStringLiteral("/org/freedesktop/Notifications"), service, {7U}};
     const ResourceBundle bundle{{"en-GB"}};
     StillRunningNotice notice{bundle};
 };
