@@ -45,6 +45,7 @@ public:
         QJsonArray controls;
         for (const ControlState& state : controlStates(manager_, session_.catalog()))
             controls.append(controlJson(state));
+        Session::checkIsThere(*session_.camera(), manager_);
         return controls;
     }
 
@@ -56,8 +57,7 @@ private:
         if (!value) {
             const bool gone = manager_.failure() == ErrorCode::gone;
             throw Failure(gone ? ExitStatus::noCamera : ExitStatus::failed,
-                          name + ": the camera " + (gone ? "was unplugged" : "refused") + " " +
-                              valueText(control, planned.value));
+                          writeFailureText(manager_, planned));
         }
         return {name, valueJson(control, *value), *value != planned.value};
     }

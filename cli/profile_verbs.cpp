@@ -40,6 +40,15 @@ PreferencesDictionary requiredProfile(Session& session, const CaptureDevice& cam
     return *profile;
 }
 
+// For what is stored of a camera: a record that was not read would be stored as another value.
+KTUVCManager& allControlsOf(Session& session, const std::shared_ptr<CaptureDevice>& camera) {
+    KTUVCManager& manager = session.controlsOf(camera);
+    if (!manager.recordsAreRead())
+        throw Failure(ExitStatus::failed,
+                      camera->localizedName() + ": it did not answer, so nothing was saved");
+    return manager;
+}
+
 class ProfilesVerb final : public Verb {
 public:
     const char* name() const override { return "profiles"; }
@@ -86,8 +95,9 @@ public:
     void run(Session& session) override {
         const auto camera = session.camera();
         const PreferencesDictionary profile = requiredProfile(session, *camera, profile_);
-        const std::vector<KTUVCControl> missing =
-            pushSettingsAndWait(session.controlsOf(camera), profile, false);
+        KTUVCManager& manager = session.controlsOf(camera);
+        const std::vector<KTUVCControl> missing = pushSettingsAndWait(manager, profile, false);
+        Session::checkIsThere(*camera, manager);
         if (missing.empty()) return;
         std::string names;
         for (const KTUVCControl control : missing)
@@ -119,10 +129,7 @@ public:
     void run(Session& session) override {
         const auto camera = session.camera();
         const std::string key = camera_settings::keyForCamera(camera->uniqueID());
-        KTUVCManager& manager = session.controlsOf(camera);
-        if (!manager.recordsAreRead())
-            throw Failure(ExitStatus::failed,
-                          camera->localizedName() + ": it did not answer, so nothing was saved");
+        KTUVCManager& manager = allControlsOf(session, camera);
         const PreferencesDictionary defaults = camera_settings::defaults(manager);
         const auto record = storedRecord(session.preferences(), key);
         const PreferencesDictionary* stored = record ? profileAt(*record, profile_ - 1) : nullptr;
@@ -162,7 +169,7 @@ public:
         const std::string key = camera_settings::keyForCamera(target->uniqueID());
         const PreferencesDictionary others = storedRecord(session.preferences(), key)
                                                  ? PreferencesDictionary()
-                                                 : camera_settings::defaults(session.controlsOf(target));
+                                                 : camera_settings::defaults(allControlsOf(session, target));
         storeProfile(session.preferences(), key, to_ - 1, profile, others);
         session.savePreferences();
     }

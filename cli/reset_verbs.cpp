@@ -9,11 +9,11 @@ namespace tavelo {
 namespace {
 
 // After a walk over all controls: whether the camera still answers.
-void checkAnswers(const KTUVCManager& manager) {
+void checkAnswers(const CaptureDevice& camera, const KTUVCManager& manager) {
+    Session::checkIsThere(camera, manager);
     const ErrorCode failure = manager.failure();
-    if (failure == ErrorCode::gone) throw Failure(ExitStatus::noCamera, "the camera was unplugged");
     if (failure != ErrorCode::none && failure != ErrorCode::refused)
-        throw Failure(statusOf(failure), "the camera did not answer");
+        throw Failure(statusOf(failure), camera.localizedName() + ": it did not answer");
 }
 
 class ResetVerb final : public Verb {
@@ -23,9 +23,10 @@ public:
     void addOptions(CLI::App& /*command*/) override {}
 
     void run(Session& session) override {
-        KTUVCManager& manager = session.controls();
+        const auto camera = session.camera();
+        KTUVCManager& manager = session.controlsOf(camera);
         manager.resetParamsToDefaults();
-        checkAnswers(manager);
+        checkAnswers(*camera, manager);
     }
 };
 
@@ -38,9 +39,10 @@ public:
     void addOptions(CLI::App& /*command*/) override {}
 
     void run(Session& session) override {
-        KTUVCManager& manager = session.controls();
+        const auto camera = session.camera();
+        KTUVCManager& manager = session.controlsOf(camera);
         manager.sendParamsToDevice();
-        checkAnswers(manager);
+        checkAnswers(*camera, manager);
     }
 };
 

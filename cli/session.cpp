@@ -74,10 +74,6 @@ std::shared_ptr<CaptureDevice> Session::cameraNamed(std::string_view text) {
     return cameras()[*position];
 }
 
-KTUVCManager& Session::controls() {
-    return controlsOf(camera());
-}
-
 KTUVCManager& Session::controlsOf(const std::shared_ptr<CaptureDevice>& camera) {
     KTUVCManager& manager = bound(*camera);
     if (!manager.isControllable()) failToReach(*camera, noControls);
@@ -98,6 +94,7 @@ KTUVCManager& Session::bound(const CaptureDevice& camera) {
         manager_->initProberWithBusProberScopeProberDelegate(2, nullptr);
     }
     manager_->refreshDataWithUniqueIDString(camera.uniqueID());
+    checkIsThere(camera, *manager_);
     return *manager_;
 }
 
@@ -136,6 +133,11 @@ void Session::failToReach(CaptureDevice& camera, const std::string& otherwise) {
         throw Failure(ExitStatus::denied, name + error.text + " (add yourself to the group \"video\")");
     if (error.code != ErrorCode::none) throw Failure(statusOf(error.code), name + error.text);
     throw Failure(ExitStatus::failed, name + otherwise);
+}
+
+void Session::checkIsThere(const CaptureDevice& camera, const KTUVCManager& manager) {
+    if (manager.failure() == ErrorCode::gone)
+        throw Failure(ExitStatus::noCamera, camera.localizedName() + ": it was unplugged");
 }
 
 PreferencesStore& Session::preferences() {

@@ -71,12 +71,11 @@ public:
     std::shared_ptr<CaptureDevice> camera();
     std::shared_ptr<CaptureDevice> cameraNamed(std::string_view text);
 
-    /// The controls of the chosen camera, all read.  It has some of the class.
-    KTUVCManager& controls();
-    /// The same, also if its only controls are those of a described extension unit.
-    KTUVCManager& anyControls();
-    /// The same for another camera; one camera is bound at a time.
+    /// The controls of a camera, read as far as it answers.  It has some of the class.  One camera is bound
+    /// at a time.
     KTUVCManager& controlsOf(const std::shared_ptr<CaptureDevice>& camera);
+    /// The same of the chosen camera, also if its only controls are those of a described extension unit.
+    KTUVCManager& anyControls();
 
     /// The class's controls and those of described extension units.
     const ControlCatalog& catalog();
@@ -88,6 +87,9 @@ public:
     /// Fails with the reason why a camera cannot be opened.
     /// @param otherwise the reason if it can
     [[noreturn]] static void failToReach(CaptureDevice& camera, const std::string& otherwise);
+
+    /// Fails if the camera was found to be unplugged: what is known of it is not whole.
+    static void checkIsThere(const CaptureDevice& camera, const KTUVCManager& manager);
 
     PreferencesStore& preferences();
     /// Waits until everything that was set is on the disk.

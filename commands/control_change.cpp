@@ -205,6 +205,19 @@ std::optional<std::int64_t> write(KTUVCManager& manager, const PlannedWrite& pla
     return shareOf(control, manager.record(ofTheClass)->val());
 }
 
+std::string writeFailureText(const KTUVCManager& manager, const PlannedWrite& planned) {
+    const std::string text = std::string(planned.control->name) + ": the camera ";
+    switch (manager.failure()) {
+        case ErrorCode::gone:
+            return text + "was unplugged";
+        case ErrorCode::none:
+        case ErrorCode::refused:
+            return text + "refused " + valueText(*planned.control, planned.value);
+        default:
+            return text + "did not answer";
+    }
+}
+
 std::string rangeText(const ControlState& state) {
     std::string text;
     for (const ChoiceWord& choice : state.choices)

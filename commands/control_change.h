@@ -49,6 +49,9 @@ std::optional<std::vector<PlannedWrite>> planChanges(KTUVCManager& manager,
 /// @return what the camera took; nothing if it did not
 std::optional<std::int64_t> write(KTUVCManager& manager, const PlannedWrite& planned);
 
+/// Why a write() that took nothing failed, in words for the user; manager.failure() has the kind.
+std::string writeFailureText(const KTUVCManager& manager, const PlannedWrite& planned);
+
 /// The words for a refused value: the range or the choices.
 std::string rangeText(const ControlState& state);
 

@@ -90,8 +90,11 @@ std::vector<ControlState> controlStates(KTUVCManager& manager, const ControlCata
 }
 
 std::string absenceText(KTUVCManager& manager, const NamedControl& control) {
-    const std::string reason = control.extension != nullptr ? unitAbsence(manager, control) : std::string();
-    return reason.empty() ? "the camera has no " + std::string(control.name) : reason;
+    std::string reason = control.extension != nullptr ? unitAbsence(manager, control) : std::string();
+    if (!reason.empty()) return reason;
+    reason = "the camera has no " + std::string(control.name);
+    if (!manager.recordsAreRead()) reason += ", or did not answer when it was read";
+    return reason;
 }
 
 } // namespace tavelo

@@ -15,17 +15,9 @@ using Kind = ServiceError::Kind;
 constexpr qsizetype longestControl = 64;
 
 ServiceError refusal(const KTUVCManager& manager, const PlannedWrite& planned) {
-    const std::string name(planned.control->name);
-    const std::string value = valueText(*planned.control, planned.value);
-    switch (manager.failure()) {
-        case ErrorCode::gone:
-            return {Kind::noSuchCamera, name + ": the camera was unplugged"};
-        case ErrorCode::none:
-        case ErrorCode::refused:
-            return {Kind::refused, name + ": the camera refused " + value};
-        default:
-            return {Kind::failed, name + ": the camera did not answer"};
-    }
+    const ErrorCode failure = manager.failure();
+    return {failure == ErrorCode::none ? Kind::refused : errorKindOf(failure),
+            writeFailureText(manager, planned)};
 }
 
 } // namespace
@@ -113,7 +105,7 @@ void ControlPanelService::controls(const Call& call, const QString& camera) {
             Descriptions described;
             for (const ControlState& state : controlStates(*used.manager, catalog))
                 described.append(description(state));
-            return {.answer = {QVariant::fromValue(described)}};
+            return {.answer = {QVariant::fromValue(described)}, .error = whyGone(used)};
         });
     });
 }
@@ -129,11 +121,11 @@ ControlPanelService::Outcome ControlPanelService::afterReset(const Controls& con
     Outcome outcome;
     for (const ControlRow& row : controlTable())
         if (manager.record(row.control)->supported()) outcome.written.push_back(row.control);
+    outcome.error = whyGone(controls);
+    if (outcome.error) return outcome;
     const ErrorCode failure = manager.failure();
     const std::string name = controls.camera->localizedName();
-    if (failure == ErrorCode::gone)
-        outcome.error = ServiceError{Kind::noSuchCamera, name + ": it was unplugged"};
-    else if (failure != ErrorCode::none && failure != ErrorCode::refused)
+    if (failure != ErrorCode::none && failure != ErrorCode::refused)
         outcome.error = ServiceError{Kind::failed, name + ": it did not answer"};
     else if (manager.interface() == nullptr)
         outcome.error = ServiceError{Kind::failed, name + ": the panel let go of it"};

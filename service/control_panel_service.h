@@ -144,6 +144,8 @@ private:
     static Outcome written(const Controls& controls, const ControlCatalog& catalog, const QVariantMap& values,
                            bool force);
     static Outcome afterReset(const Controls& controls);
+    /// The error if the camera was found to be unplugged.
+    static std::optional<ServiceError> whyGone(const Controls& controls);
 
     void tellChanged(const Controls& controls, KTUVCControl control);
     void tellValue(const std::string& camera, const NamedControl& control, std::int64_t value);

@@ -51,9 +51,8 @@ void ControlPanelService::applyProfile(const Call& call, const Controls& control
                     for (const KTUVCControl control : pushed.taken)
                         tellChanged(controls, control);
                     if (pushed.missing.empty()) return call.answer();
-                    const bool isGone = controls.manager->failure() == ErrorCode::gone;
-                    call.fail({isGone ? Kind::noSuchCamera : Kind::refused,
-                               name + ": the camera did not take " + namesOf(pushed.missing)});
+                    if (const auto gone = whyGone(controls)) return call.fail(*gone);
+                    call.fail({Kind::refused, name + ": the camera did not take " + namesOf(pushed.missing)});
                 });
 }
 

@@ -24,13 +24,16 @@ ServiceError whyNotControllable(CaptureDevice& camera) {
     return {Kind::failed, camera.localizedName() + ": it has no controls, or does not answer"};
 }
 
+std::optional<ServiceError> whyGone(const CaptureDevice& camera, const KTUVCManager& manager) {
+    if (manager.failure() != ErrorCode::gone) return {};
+    return ServiceError{Kind::noSuchCamera, camera.localizedName() + ": it was unplugged"};
+}
+
 // Opens the interface again if a failed request closed it.
 std::optional<ServiceError> whySilent(const std::string& camera, KTUVCManager& manager) {
     if (!manager.recordsAreRead())
         return ServiceError{Kind::failed, camera + ": it did not answer when its controls were read"};
     if (!manager.interfaceIsClosed()) return {};
-    if (manager.failure() == ErrorCode::gone)
-        return ServiceError{Kind::noSuchCamera, camera + ": it was unplugged"};
     const bool hasRested = manager.now() - manager.failedAt() >= quietTime;
     if ((manager.failure() == ErrorCode::refused || hasRested) && manager.openInterfaceAgain()) return {};
     return ServiceError{Kind::failed, camera + ": it did not answer a moment ago; try again later"};
@@ -39,6 +42,7 @@ std::optional<ServiceError> whySilent(const std::string& camera, KTUVCManager& m
 /// @param catalog null if only controls of the class count
 std::optional<ServiceError> whyUnusable(CaptureDevice& camera, KTUVCManager& manager,
                                         const ControlCatalog* catalog) {
+    if (auto gone = whyGone(camera, manager)) return gone;
     const bool isUsable = catalog != nullptr ? hasControls(manager, *catalog) : manager.isControllable();
     return isUsable ? whySilent(camera.localizedName(), manager) : whyNotControllable(camera);
 }
@@ -90,6 +94,10 @@ void ControlPanelService::withControls(const Call& call, const QString& text, Ne
         };
         inBackground(*this, std::move(controls), bind, useOrFail);
     });
+}
+
+std::optional<ServiceError> ControlPanelService::whyGone(const Controls& controls) {
+    return tavelo::whyGone(*controls.camera, *controls.manager);
 }
 
 void ControlPanelService::run(const Call& call, const Controls& controls, Length length, const Work& work) {

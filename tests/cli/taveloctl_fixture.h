@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -19,6 +20,7 @@
 #include "platform/linux/preferences/json_preferences_store.h"
 #include "platform/virtual/backend.h"
 #include "process/qt_main_queue.h"
+#include "support/intercepted_usb.h"
 #include "support/temporary_folder.h"
 
 namespace tavelo {
@@ -45,6 +47,11 @@ protected:
                 virtualCameras_ = options.virtualCameras;
                 Backend backend = makeVirtualBackend(bus_, options.format, mainQueue_);
                 backend.sound = sounds_;
+                auto usb = std::make_unique<testing::InterceptedUsb>(std::move(backend.usb));
+                usb->setHooks({.before = [this](const UsbControlRequest& /*request*/, std::size_t number) {
+                    if (beforeRequest_) beforeRequest_(number);
+                }});
+                backend.usb = std::move(usb);
                 return backend;
             },
             .makePreferences =
@@ -103,6 +110,8 @@ protected:
     }
 
     std::shared_ptr<SoundPlatform> sounds_; ///< the machine's; null: none
+    /// Called before each request to a camera with its number in the call, from 1; may be empty.
+    std::function<void(std::size_t number)> beforeRequest_;
 
 private:
     testing::TemporaryFolder folder_;
