@@ -6,7 +6,12 @@
 
 namespace tavelo {
 
-KTWindowController::KTWindowController(KTWindow& window) : window_(window) {}
+KTWindowController::KTWindowController(KTWindow& window) : window_(window) {
+    beginsMove_.setSingleShot(true);
+    connect(&beginsMove_, &QTimer::timeout, this, [this] {
+        if (window_.windowHandle() != nullptr) window_.windowHandle()->startSystemMove();
+    });
+}
 
 void KTWindowController::windowDidLoad() {
     window_.installEventFilter(this);
@@ -32,7 +37,9 @@ void KTWindowController::miniaturize() {
 // Presses that no control handles arrive here.  The window system moves the window, because only it knows
 // about snapping, several screens and, on Wayland, window positions.  It begins with the drag, not with the
 // press: a window manager that starts to move after the button is up keeps the pointer and the keys until the
-// next click, and swallows the second half of a double click.
+// next click, and swallows the second half of a double click.  For the same reason the events that already
+// wait come first: the release may be among them, and if it is at another place than the press, Qt sends it
+// as a move with the button down and a release.
 bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
     if (watched != &window_) return QObject::eventFilter(watched, event);
     switch (event->type()) {
@@ -43,7 +50,7 @@ bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::MouseButtonRelease:
         case QEvent::MouseButtonDblClick:
         case QEvent::Hide:
-            pressedAt_.reset();
+            endPress();
             break;
         default:
             break;
@@ -52,8 +59,9 @@ bool KTWindowController::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool KTWindowController::press(const QMouseEvent& event) {
+    endPress();
     const bool begins = event.button() == Qt::LeftButton && !window_.isFullScreen();
-    pressedAt_ = begins ? std::optional(event.globalPosition().toPoint()) : std::nullopt;
+    if (begins) pressedAt_ = event.globalPosition().toPoint();
     return begins;
 }
 
@@ -62,8 +70,13 @@ bool KTWindowController::drag(const QMouseEvent& event) {
     const QPoint way = event.globalPosition().toPoint() - *pressedAt_;
     if (way.manhattanLength() < QApplication::startDragDistance()) return true;
     pressedAt_.reset();
-    if (window_.windowHandle() != nullptr) window_.windowHandle()->startSystemMove();
+    beginsMove_.start();
     return true;
+}
+
+void KTWindowController::endPress() {
+    pressedAt_.reset();
+    beginsMove_.stop();
 }
 
 } // namespace tavelo

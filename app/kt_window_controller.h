@@ -5,6 +5,7 @@
 #include <QMouseEvent>
 #include <QObject>
 #include <QPoint>
+#include <QTimer>
 #include <optional>
 
 #include "app/kt_window.h"
@@ -37,9 +38,11 @@ protected:
 private:
     bool press(const QMouseEvent& event);
     bool drag(const QMouseEvent& event);
+    void endPress();
 
     KTWindow& window_;
     std::optional<QPoint> pressedAt_; // on the screen, while a drag may begin
+    QTimer beginsMove_;               // once the waiting events are handled
 };
 
 } // namespace tavelo

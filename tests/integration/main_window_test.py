@@ -9,6 +9,7 @@ import ctypes
 import ctypes.util
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -125,6 +126,15 @@ class MainWindow(unittest.TestCase):
             self.release()
         # Events arrive in order, so a count of one means that only this press requested a move.
         self.press(700, 15)
+        self.assertEqual(wait_until("a move", self.manager.asked_to_move), 1)
+        self.release()
+
+    def test_a_drag_that_is_over_before_the_panel_sees_it_moves_nothing(self):
+        self.panel.send_signal(signal.SIGSTOP)
+        self.press(700, 15)
+        self.release()
+        self.panel.send_signal(signal.SIGCONT)
+        self.press(240, 47)
         self.assertEqual(wait_until("a move", self.manager.asked_to_move), 1)
         self.release()
 

@@ -9,6 +9,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -46,7 +47,7 @@ class ManagedWindow(unittest.TestCase):
             os.environ["DISPLAY"] = f":{answer.readline().strip()}"  # printed once the server is ready
         settings = self.folder / "rc.xml"
         settings.write_text(SETTINGS, encoding="utf-8")
-        self.keep(["openbox", "--config-file", str(settings)])
+        self.manager = self.keep(["openbox", "--config-file", str(settings)])
         wait_until("the window manager", lambda: "window id" in run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
         self.use_keyboard()
         self.panel = self.keep(self.command("--virtual-cameras", "1"))
@@ -140,6 +141,19 @@ class ManagedWindow(unittest.TestCase):
             self.move_to(place)
             run("xdotool", "mousedown", 1, "mousemove_relative", 2, 1, "mouseup", 1)  # no hand is quite still
             self.move_to((500, 20))
+            self.press("F11")
+            self.expect_picture_alone()
+            self.press("F11")
+            self.expect_panel()
+
+    def test_a_click_while_the_window_manager_is_busy_does_too(self):
+        # It sees each press first.  What waited for it arrives at the place where the pointer is by then.
+        for place in (ON_PICTURE, ON_BACKGROUND):
+            self.move_to(place)
+            self.manager.send_signal(signal.SIGSTOP)
+            run("xdotool", "click", 1)
+            self.move_to((500, 20))
+            self.manager.send_signal(signal.SIGCONT)
             self.press("F11")
             self.expect_picture_alone()
             self.press("F11")
